@@ -1,0 +1,129 @@
+// corekit: log, trace, string builder and file cipher.
+//
+// A program that wants to see the log lines of the libraries in its process sets a sink; without one, building a line and
+// tracing cost next to nothing: no allocation, no conversion. No function here throws.
+#ifndef COREKIT_COREKIT_H
+#define COREKIT_COREKIT_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#if defined(COREKIT_STATIC)
+#define COREKIT_API
+#elif defined(_WIN32) && defined(COREKIT_BUILDING)
+#define COREKIT_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define COREKIT_API __declspec(dllimport)
+#else
+#define COREKIT_API __attribute__((visibility("default")))
+#endif
+
+namespace corekit {
+
+enum class LogKind { TraceEnter, TraceLeave, Detail, Error };
+
+// Receives every line while it is set, on whatever thread logged it, several at once if several threads log. component and
+// text are zero-terminated and valid during the call only; a trace gives the function's name as text. A sink must not
+// throw. It may log, and it may set another sink.
+using LogSink = void (*)(void* context, LogKind kind, const wchar_t* component, const wchar_t* text);
+
+// Sets the process-wide sink; null (the default) drops every line. A call to the old sink that is under way on another
+// thread may still end after this returns, so keep its context alive.
+COREKIT_API void SetLogSink(LogSink sink, void* context) noexcept;
+
+// True while a sink is set. Check it before work that only a log line needs.
+COREKIT_API bool LogIsOn() noexcept;
+
+// Hands one line to the sink.
+COREKIT_API void logDetail(const wchar_t* component, const wchar_t* line) noexcept;
+COREKIT_API void logError(const wchar_t* component, const wchar_t* line) noexcept;
+
+// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing. A piece for which there
+// is no memory cuts the line there. Narrow text is in the locale's character set; bytes that are none there show as U+FFFD.
+class KString {
+ public:
+  explicit KString(const wchar_t* text) noexcept : live(LogIsOn()) { *this << text; }
+  explicit KString(const char* text) noexcept : live(LogIsOn()) { *this << text; }
+  ~KString() {
+    if (line != nullptr) Release();
+  }
+  KString(const KString&) = delete;
+  KString& operator=(const KString&) = delete;
+
+  // Null text appends nothing. Numbers are appended in decimal.
+  KString& operator<<(const wchar_t* text) noexcept {
+    if (live) Append(text);
+    return *this;
+  }
+  KString& operator<<(const char* text) noexcept {
+    if (live) Append(text);
+    return *this;
+  }
+  KString& operator<<(long number) noexcept {
+    if (live) Append(number);
+    return *this;
+  }
+  KString& operator<<(unsigned long number) noexcept {
+    if (live) Append(number);
+    return *this;
+  }
+
+  // The line so far; valid until the next append.
+  operator const wchar_t*() const noexcept { return line != nullptr ? line : L""; }
+
+ private:
+  COREKIT_API void Append(const wchar_t* text) noexcept;
+  COREKIT_API void Append(const char* text) noexcept;
+  COREKIT_API void Append(long number) noexcept;
+  COREKIT_API void Append(unsigned long number) noexcept;
+  COREKIT_API void Release() noexcept;
+  bool Reserve(std::size_t more) noexcept;
+
+  wchar_t* line = nullptr; // owned by the library's allocator
+  std::size_t length = 0;
+  std::size_t capacity = 0;
+  bool live;
+};
+
+// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends. Both texts must outlive it.
+class KDetailTrace {
+ public:
+  KDetailTrace(const wchar_t* component, const wchar_t* function) noexcept
+      : component(component), function(function), live(LogIsOn()) {
+    if (live) Enter();
+  }
+  virtual ~KDetailTrace() {
+    if (live) Leave();
+  }
+  KDetailTrace(const KDetailTrace&) = delete;
+  KDetailTrace& operator=(const KDetailTrace&) = delete;
+
+ private:
+  COREKIT_API void Enter() const noexcept;
+  COREKIT_API void Leave() const noexcept;
+
+  const wchar_t* component;
+  const wchar_t* function;
+  bool live;
+};
+
+// Sets the process-wide key of the file cipher, 32 bytes, which are copied; without it the key built in serves. A file
+// written under one key is refused under another.
+COREKIT_API void SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
+
+// The file cipher. Layout of an enciphered file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext and
+// its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included.
+class KCryptWrap {
+ public:
+  // Enciphers input into output. False when the system's cipher fails or memory runs out; output is then empty.
+  COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
+
+  // Deciphers input into output. False, with output empty, when input is not whole and unchanged, was made with another key,
+  // or is no enciphered file at all; also when memory runs out.
+  COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
+};
+
+} // namespace corekit
+
+#endif

@@ -1,0 +1,87 @@
+// What every system must supply: the contract of the platform layer. Each system has its own implementation in a folder
+// beside this header (posix/, windows/), and the build picks one. Nothing here logs.
+#ifndef TARVIK_PLATFORM_PLATFORM_H
+#define TARVIK_PLATFORM_PLATFORM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// --- Multibyte strings -------------------------------------------------------------------------------------------------
+// All are aware of characters of several bytes in the locale's character set: a search never hits the second half of a
+// character, a copy never splits one. A byte that begins no valid character counts as a character of its own.
+
+// Less than, equal to or greater than 0; the whole texts, case-sensitive.
+int MbsCompare(const char* left, const char* right) noexcept;
+// The same without regard to the case of letters.
+int MbsCompareNoCase(const char* left, const char* right) noexcept;
+// The same over at most `count` bytes; both stop at a terminating zero.
+int MbsCompareBytes(const char* left, const char* right, std::size_t count) noexcept;
+int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept;
+
+// Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros. Adds no
+// terminating zero of its own when source fills all of them.
+void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
+// Appends at most `count` bytes of source, whole characters only, and a terminating zero.
+void MbsAppendBytes(char* target, const char* source, std::size_t count) noexcept;
+
+// First occurrence of a text, first or last occurrence of a single-byte character; null when there is none.
+const char* MbsFind(const char* text, const char* wanted) noexcept;
+const char* MbsFindChar(const char* text, char wanted) noexcept;
+const char* MbsFindLastChar(const char* text, char wanted) noexcept;
+
+// True when each of the 127 ASCII characters stands for itself, as one byte, in the current locale's character set, so that
+// plain ASCII text needs no conversion. Cheap; follows a change of the locale.
+bool AsciiIsPlain() noexcept;
+
+// --- Random numbers, time ----------------------------------------------------------------------------------------------
+
+// 32 bits from the system's cryptographically secure source. On failure false, and number is left as it was.
+bool DrawRandom(std::uint32_t& number) noexcept;
+
+// Blocks the calling thread for at least that long. Stands in a file of its own, so that tests and benchmarks can link
+// another one in its place.
+void Sleep(std::uint32_t milliseconds) noexcept;
+
+// --- Files -------------------------------------------------------------------------------------------------------------
+
+enum class ReadStatus {
+  Done,
+  Missing,    // no file of that name
+  Unreadable, // permission, a folder or another thing that is no regular file, an I/O error
+  TooLong,    // more bytes than the limit
+};
+
+// Reads the whole file into bytes. A file that changes its size meanwhile gives what was read until its end.
+// Throws std::bad_alloc; bytes is then of unspecified content.
+ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes);
+
+// Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The new
+// bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions and
+// replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused.
+// Throws std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary file
+// stays.
+void ReplaceWholeFile(const wchar_t* name, std::string_view bytes);
+
+// --- Authenticated encryption: AES-256-GCM -----------------------------------------------------------------------------
+
+inline constexpr std::size_t cipherKeySize = 32;
+inline constexpr std::size_t cipherNonceSize = 12;
+inline constexpr std::size_t cipherTagSize = 16;
+
+// Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
+bool FillRandom(void* target, std::size_t size) noexcept;
+
+// Writes size bytes of ciphertext and the tag. header is authenticated, not enciphered. False on failure.
+bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
+                std::uint8_t* cipher, std::uint8_t* tag) noexcept;
+// Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without meaning.
+bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
+                const std::uint8_t* tag, std::uint8_t* plain) noexcept;
+
+} // namespace platform
+
+#endif

@@ -1,0 +1,31 @@
+// An open document and the list that holds it.
+#ifndef TARVIK_REGISTRY_RECORD_H
+#define TARVIK_REGISTRY_RECORD_H
+
+#include <cstdint>
+
+#include "host/ostrumxml/document.h"
+#include "paths/element_map.h"
+
+// The internal buffers for names and paths, in bytes: at most 259 bytes of text and a terminating zero.
+inline constexpr std::uint32_t bufferSize = 260;
+
+// Made zero-filled with calloc and released with free. Owns its document and its element map.
+struct XmlFileRecord {
+  XmlFileRecord* prev;
+  XmlFileRecord* next;
+  char fileName[bufferSize]; // as the caller gave it, cut to 259 bytes
+  std::uint32_t cookie;
+  Ostrum::Document* document;
+  ElementMap* elementMap;  // holds at least the root's entry once the record is in a list
+  std::int32_t encrypted;  // nonzero: the file is read and written through the cipher
+};
+
+// The registry of one caller's documents, oldest first. Made zero-filled with calloc and released with free.
+struct XmlFileList {
+  XmlFileRecord* head;
+  XmlFileRecord* tail;
+  std::uint32_t count;
+};
+
+#endif

@@ -1,0 +1,52 @@
+// The log of the library: every line goes out under one component name.
+#ifndef TARVIK_TEXT_LOG_H
+#define TARVIK_TEXT_LOG_H
+
+#include <type_traits>
+
+#include "corekit/corekit.h"
+
+inline constexpr const wchar_t* logComponent = L"Tarvik";
+
+// Opens a scoped trace for the function that stands around it.
+class Trace : public corekit::KDetailTrace {
+ public:
+  explicit Trace(const wchar_t* function) noexcept : KDetailTrace(logComponent, function) {}
+};
+
+namespace log_detail {
+
+// Unsigned numbers of every width go through the builder's one unsigned append, signed ones through its signed one.
+template <class Piece>
+auto Loggable(const Piece& piece) noexcept {
+  if constexpr (std::is_integral_v<Piece> && std::is_unsigned_v<Piece>) {
+    return static_cast<unsigned long>(piece);
+  } else if constexpr (std::is_integral_v<Piece>) {
+    return static_cast<long>(piece);
+  } else if constexpr (std::is_convertible_v<const Piece&, const char*>) {
+    return static_cast<const char*>(piece);
+  } else {
+    return static_cast<const wchar_t*>(piece);
+  }
+}
+
+} // namespace log_detail
+
+// Log one line, made of the pieces with nothing between them. Without a sink they cost one test.
+template <class... Pieces>
+void LogDetail(const Pieces&... pieces) noexcept {
+  if (!corekit::LogIsOn()) return;
+  corekit::KString line(L"");
+  (line << ... << log_detail::Loggable(pieces));
+  corekit::logDetail(logComponent, line);
+}
+
+template <class... Pieces>
+void LogError(const Pieces&... pieces) noexcept {
+  if (!corekit::LogIsOn()) return;
+  corekit::KString line(L"");
+  (line << ... << log_detail::Loggable(pieces));
+  corekit::logError(logComponent, line);
+}
+
+#endif
