@@ -1,0 +1,36 @@
+# Derives from the table of exported functions what the linkers read:
+#   tarvik.map           ELF version script: the plain names, everything else local
+#   tarvik-x86.def       32-bit Windows: exported name = function@bytes
+#   tarvik-x64.def       64-bit Windows: the same names
+#   tarvik-x86-import.def, tarvik-x64-import.def
+#                        for the import library: function, as the public header declares it, == exported name
+# The linker could make the library from the second form too, but would then sort its names by function, and
+# GetProcAddress, which searches by halves, would miss some.
+set(exportTable ${PROJECT_SOURCE_DIR}/src/exports/exports.txt)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exportTable})
+file(STRINGS ${exportTable} exportLines REGEX "^[A-Za-z]")
+
+set(elfNames "")
+foreach(architecture x86 x64)
+  set(links-${architecture} "")
+  set(imports-${architecture} "")
+endforeach()
+foreach(line ${exportLines})
+  string(REGEX REPLACE " +" ";" fields "${line}")
+  list(GET fields 0 function)
+  list(GET fields 1 bytes)
+  list(GET fields 2 exportedName)
+  string(APPEND elfNames "    ${function};\n")
+  string(APPEND links-x86 "  \"${exportedName}\" = \"${function}@${bytes}\"\n")
+  string(APPEND links-x64 "  \"${exportedName}\" = \"${function}\"\n")
+  string(APPEND imports-x86 "  \"${function}@${bytes}\" == \"${exportedName}\"\n")
+  string(APPEND imports-x64 "  \"${function}\" == \"${exportedName}\"\n")
+endforeach()
+
+set(exportFolder ${PROJECT_BINARY_DIR}/exports)
+file(CONFIGURE OUTPUT ${exportFolder}/tarvik.map CONTENT "{\n  global:\n${elfNames}  local:\n    *;\n};\n" @ONLY)
+foreach(architecture x86 x64)
+  file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}.def CONTENT "EXPORTS\n${links-${architecture}}" @ONLY)
+  file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}-import.def
+       CONTENT "EXPORTS\n${imports-${architecture}}" @ONLY)
+endforeach()
