@@ -1,0 +1,5 @@
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+set(windowsTriplet x86_64-w64-mingw32)
+set(windowsArchitecture x64)
+include(${CMAKE_CURRENT_LIST_DIR}/windows.cmake)
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../../scripts/run-wine.sh)

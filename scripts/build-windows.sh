@@ -1,0 +1,81 @@
+#!/bin/bash
+# Builds the libraries, the command and the tests for Windows into build/windows-<architecture>:
+#   scripts/build-windows.sh x86|x64
+# What they need for the target is built once before, into build/windows-<architecture>/root.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+architecture=${1:-}
+if [[ $architecture != x86 && $architecture != x64 ]]; then
+  echo "usage: $0 x86|x64" >&2
+  exit 2
+fi
+target=$PWD/build/windows-$architecture
+targetRoot=$target/root
+sources=$PWD/build/windows-sources
+
+# Fetches the newest Expat source package that the mirror holds (a mirror can name a source before it has it). The source
+# list and indexes are apart from the system's own, which usually name no sources.
+fetch_expat() {
+  compgen -G "$sources/expat-*/expat/CMakeLists.txt" >/dev/null && return
+  mkdir -p "$sources/lists/partial"
+  # shellcheck disable=SC2016  # apt-get fills these in
+  apt-get indextargets --format 'deb-src $(SITE) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' 'Origin: Debian' \
+    >"$sources/sources.list"
+  local options=(-qq -o "Dir::Etc::SourceList=$sources/sources.list" -o Dir::Etc::SourceParts=/dev/null
+    -o "Dir::State::Lists=$sources/lists" -o APT::Sandbox::User=root)
+  apt-get "${options[@]}" update
+  local version
+  for version in $(apt-cache "${options[@]}" showsrc expat | sed -n 's/^Version: //p' | sort --version-sort --reverse); do
+    if (cd "$sources" && apt-get "${options[@]}" source "expat=$version" >/dev/null); then
+      echo "Expat for Windows is built from $version."
+      return
+    fi
+  done
+  echo "No source package of Expat could be fetched." >&2
+  exit 1
+}
+
+# build_dependency <name> <source folder> [CMake option...]: builds it as archives into the target's root.
+build_dependency() {
+  local name=$1 source=$2 log=$target/$1.log
+  shift 2
+  if ! {
+    cmake -S "$source" -B "$target/$name" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
+      -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/windows-$architecture.cmake" \
+      -DCMAKE_INSTALL_PREFIX="$targetRoot" "$@" &&
+      cmake --build "$target/$name" --target install
+  } >"$log" 2>&1; then
+    tail --lines=40 "$log" >&2
+    exit 1
+  fi
+}
+
+# The header-only libraries of the command are the same on every system: they are taken out of this system's packages.
+copy_headers() {
+  dpkg --listfiles libcli11-dev nlohmann-json3-dev | grep -E '^/usr/(include|share/cmake)/' | while read -r path; do
+    if [[ -f $path ]]; then
+      install -D --mode=644 "$path" "$targetRoot/${path#/usr/}"
+    fi
+  done
+}
+
+build_dependencies() {
+  [[ ! -e $targetRoot/complete ]] || return 0
+  fetch_expat
+  local expat
+  expat=$(echo "$sources"/expat-*/expat)
+  # Debian's fixes expect the value that Expat's other build system gives.
+  sed --in-place 's/^#cmakedefine XML_DTD$/#cmakedefine XML_DTD 1/' "$expat/expat_config.h.cmake"
+  build_dependency expat "$expat" -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF \
+    -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF
+  build_dependency googletest /usr/src/googletest
+  copy_headers
+  touch "$targetRoot/complete"
+}
+
+scripts/install-packages.sh build windows
+mkdir -p "$target"
+build_dependencies
+cmake --preset "windows-$architecture" --log-level=WARNING
+cmake --build --preset "windows-$architecture"

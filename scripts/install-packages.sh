@@ -1,0 +1,37 @@
+#!/bin/bash
+# Installs the Debian packages that the named groups need, those that are missing only.
+# usage: scripts/install-packages.sh build|test|check|windows|bench|docs...
+set -euo pipefail
+
+declare -A groups=(
+  [build]="g++ cmake ninja-build pkg-config libexpat1-dev libssl-dev libcli11-dev nlohmann-json3-dev"
+  [test]="libgtest-dev locales binutils"
+  [check]="clang-14 clang-format-14 clang-tidy-14 llvm-14 shellcheck"
+  [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine libcli11-dev
+             nlohmann-json3-dev"
+  [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev"
+  [docs]="doxygen graphviz"
+)
+
+wanted=()
+for group in "$@"; do
+  read -r -d '' -a packages <<<"${groups[$group]:?unknown group $group}" || true
+  wanted+=("${packages[@]}")
+done
+
+missing=()
+for package in "${wanted[@]}"; do
+  status=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
+  [[ $status == installed ]] || missing+=("$package")
+done
+((${#missing[@]})) || exit 0
+
+asRoot=()
+((EUID == 0)) || asRoot=(sudo)
+quiet() {
+  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" >/dev/null
+}
+
+echo "Installing: ${missing[*]}" >&2
+quiet update
+quiet install --no-install-recommends --yes "${missing[@]}"

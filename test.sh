@@ -1,0 +1,9 @@
+#!/bin/bash
+# Installs what is missing, builds, and runs every test.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+scripts/install-packages.sh build test
+cmake --preset release --log-level=WARNING
+cmake --build --preset release
+ctest --preset release
