@@ -1,0 +1,58 @@
+#include "items/set_walk.h"
+
+#include <new>
+#include <stdexcept>
+
+#include "items/xml_text.h"
+#include "paths/path_search.h"
+#include "text/log.h"
+
+using Ostrum::Attribute;
+using Ostrum::Element;
+using Ostrum::Value;
+
+void SetWalk::Enter(const PathStep& step) {
+  if (!key.empty()) key += '\\';
+  key += step.name;
+  Element* child = FindChild(step.name);
+  current = child != nullptr ? child : AddChild(step.name);
+  if (step.HasAttribute()) SetAttribute(step.attributeName, step.attributeValue);
+}
+
+// Null when there is no such child. A search that failed may have missed one: it must not lead to a second.
+Element* SetWalk::FindChild(const std::string& name) const {
+  if (current->Begin() == current->End()) return nullptr; // the search would take the element itself
+  SearchEnd end = SearchEnd::Failed;
+  Element* child = FindElementByPath(current, name.c_str(), 1, &end);
+  switch (end) {
+    case SearchEnd::Found: return child;
+    case SearchEnd::Missing: return nullptr;
+    case SearchEnd::OutOfMemory: throw std::bad_alloc();
+    case SearchEnd::Failed: break;
+  }
+  throw std::runtime_error("the search failed");
+}
+
+Element* SetWalk::AddChild(const std::string& name) {
+  Element& child = current->AddElementInto(RequireXmlName(name.c_str()).get());
+  if (child.IsNull()) {
+    LogError(L"Failed to add element to parent node. Cannot continue");
+    throw std::runtime_error("the element was refused");
+  }
+  ReplaceInElementMap(*record.elementMap, key, child);
+  return &child;
+}
+
+void SetWalk::SetAttribute(const std::string& name, const std::string& value) {
+  const WideText wideName = RequireXmlName(name.c_str());
+  const WideText wideValue = RequireXmlText(value.c_str());
+  Attribute attribute = current->GetAttribute(wideName.get());
+  if (attribute.IsNull()) attribute = current->CreateAttribute(wideName.get());
+  if (!attribute.IsNull()) static_cast<Value>(attribute).Set(wideValue.get());
+
+  if (key.empty()) return; // the root has its entry
+  key.append("&").append(name).append("=").append(value);
+  InsertIntoElementMap(*record.elementMap, key, *current);
+}
+
+void SetWalk::SetText(const wchar_t* text) { static_cast<Value>(*current).Set(text); }

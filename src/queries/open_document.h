@@ -1,0 +1,69 @@
+// How the queries reach an open document: by the exported functions, as any caller would, with texts of fixed size.
+#ifndef TARVIK_QUERIES_OPEN_DOCUMENT_H
+#define TARVIK_QUERIES_OPEN_DOCUMENT_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "tarvik/tarvik.h"
+
+// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind the zero is not cleared.
+class QueryText {
+ public:
+  static constexpr std::uint32_t size = 260;
+
+  QueryText() noexcept { Clear(); }
+
+  void Clear() noexcept { text[0] = '\0'; }
+  char* Buffer() noexcept { return text; }
+  const char* Text() const noexcept { return text; }
+  bool operator==(const QueryText& other) const noexcept { return std::strcmp(text, other.text) == 0; }
+
+ private:
+  char text[size];
+};
+
+// What a read asks for in the element of a group.
+struct QueryItem {
+  const char* name;
+  const char* type;
+  const char* attribute; // null for the text of a child element
+};
+
+constexpr QueryItem TextOf(const char* child) { return {child, "ELEMENT", nullptr}; }
+// The attribute of the group's own element, whose name is given too.
+constexpr QueryItem AttributeOf(const char* element, const char* attribute) { return {element, "ATTRIBUTE", attribute}; }
+
+// Every function gives the code of the one exported function that it calls.
+class OpenDocument {
+ public:
+  OpenDocument(XmlFileList* list, std::uint32_t cookie) noexcept : list(list), cookie(cookie) {}
+
+  // The group below a parent, "" for none; group receives its ID.
+  std::uint32_t OpenGroup(const char* path, const char* parent, QueryText& group) const {
+    SetParent(parent, group);
+    return OpenXMLGroup(list, cookie, path, group.Buffer(), QueryText::size);
+  }
+  std::uint32_t EnumGroup(const char* path, std::uint32_t occurrence, const char* parent, QueryText& group) const {
+    SetParent(parent, group);
+    return EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
+  }
+  std::uint32_t Read(const char* group, const QueryItem& item, QueryText& value) const {
+    return GetXMLItem(list, cookie, group, item.name, item.type, item.attribute, item.type, value.Buffer(),
+                      QueryText::size);
+  }
+  std::uint32_t ReadNth(const char* group, const QueryItem& item, std::int32_t index, QueryText& value) const {
+    return EnumXMLItem(list, cookie, group, item.name, item.type, index, item.attribute, item.type, value.Buffer(),
+                       QueryText::size);
+  }
+
+ private:
+  static void SetParent(const char* parent, QueryText& group) noexcept {
+    std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1); // the ID of a group here, which always fits
+  }
+
+  XmlFileList* list;
+  std::uint32_t cookie;
+};
+
+#endif
