@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "host/ostrumxml/node.h"
 
@@ -27,6 +28,10 @@ Ostrum::Element* FindInElementMap(const ElementMap& map, std::string_view key);
 // Enters a new reference to the element under the key; a key that is present keeps its entry. Throws std::bad_alloc, the map
 // then being as it was.
 void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element);
+// The same after a search of one's own, which it saves repeating. REQUIRES: position is map.lower_bound(key), and the key is
+// not there.
+void InsertIntoElementMap(ElementMap& map, ElementMap::const_iterator position, std::string_view key,
+                          Ostrum::Element& element);
 
 // Enters a new reference to the element under the key, in the place of one that is there. Throws std::bad_alloc, the map
 // then being as it was.

@@ -2,6 +2,7 @@
 #ifndef TARVIK_TEXT_NARROW_NAME_H
 #define TARVIK_TEXT_NARROW_NAME_H
 
+#include <cstdint>
 #include <string>
 
 #include "platform/platform.h"
@@ -27,7 +28,7 @@ class NarrowName {
   bool NarrowInPlace(const std::wstring& name) noexcept {
     char* end = inPlace;
     for (const wchar_t unit : name) {
-      if (static_cast<std::make_unsigned_t<wchar_t>>(unit) >= 0x80) return false;
+      if (static_cast<std::uint32_t>(unit) >= 0x80) return false;
       *end++ = static_cast<char>(unit);
     }
     *end = '\0';

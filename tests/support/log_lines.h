@@ -2,6 +2,7 @@
 #ifndef TARVIK_TESTS_SUPPORT_LOG_LINES_H
 #define TARVIK_TESTS_SUPPORT_LOG_LINES_H
 
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>

@@ -1,0 +1,83 @@
+#include "paths/item_path.h"
+
+#include <cstring>
+
+#include "paths/scratch_text.h"
+#include "platform/platform.h"
+#include "registry/record.h"
+#include "text/log.h"
+#include "text/narrow_name.h"
+
+char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity, const char* separator) {
+  const Trace trace(L"ReturnTokenFromString");
+  if (capacity != 0) token[0] = '\0';
+  if (source == nullptr || *source == '\0') {
+    LogDetail(L"Source token is NULL or empty");
+    return nullptr;
+  }
+
+  const char* const end = platform::MbsFind(source, separator);
+  if (end == nullptr) {
+    if (capacity == 0) return nullptr;
+    platform::MbsCopyBytes(token, source, capacity - 1);
+    token[capacity - 1] = '\0';
+    return nullptr;
+  }
+
+  const auto length = static_cast<std::size_t>(end - source);
+  if (length < capacity) {
+    std::memcpy(token, source, length);
+    token[length] = '\0';
+  }
+  return const_cast<char*>(end + std::strlen(separator));
+}
+
+namespace {
+
+bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
+  const Ostrum::Element& root = record.document->GetRoot();
+  if (root.IsNull()) {
+    LogDetail(L"Root element is NULL");
+    return false;
+  }
+  const NarrowName rootName(root.GetName());
+  if (rootName.Text() == nullptr) {
+    LogDetail(L"Unicode to multi-byte conversion returned NULL");
+    return false;
+  }
+
+  const bool isRoot = std::strncmp(path, rootName.Text(), std::strlen(rootName.Text())) == 0;
+  LogDetail(path, isRoot ? L" is a group" : L" is a group ID");
+  return isRoot;
+}
+
+} // namespace
+
+int IsRootInPath(const XmlFileRecord& record, const char* path) noexcept {
+  const Trace trace(L"IsRootInPath");
+  try {
+    return BeginsWithRoot(record, path) ? 1 : 0;
+  } catch (...) {
+    LogError(L"Unknown exception occurred while searching for the path in the root element");
+    return 0;
+  }
+}
+
+void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t capacity) {
+  const Trace trace(L"RemoveRootFromBeginningOfPath");
+  if (output == nullptr || capacity == 0) {
+    LogDetail(L"Buffer is NULL or size is <= 0");
+    return;
+  }
+
+  const std::size_t size = std::strlen(path) + 1;
+  ScratchText component(size);
+  const char* const rest = ReturnTokenFromString(path, component.Data(), static_cast<std::uint32_t>(size), "\\");
+  if (rest != nullptr) {
+    platform::MbsCopyBytes(output, rest, capacity - 1);
+    output[capacity - 1] = '\0';
+  } else {
+    std::memset(output, 0, capacity);
+  }
+  LogDetail(L"Removed ", component.Data(), L" from ", path, L".");
+}

@@ -1,0 +1,124 @@
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "host/ostrumxml/file.h"
+#include "host/ostrumxml/parse.h"
+#include "platform/platform.h"
+#include "registry/file_list.h"
+#include "registry/xml_encoding.h"
+#include "tarvik/tarvik.h"
+#include "text/convert.h"
+#include "text/log.h"
+#include "text/narrow_name.h"
+
+namespace {
+
+struct RecordRelease {
+  void operator()(XmlFileRecord* record) const noexcept { FreeXmlFile(record); }
+};
+using OwnedRecord = std::unique_ptr<XmlFileRecord, RecordRelease>;
+
+bool ArgumentsAreThere(const XmlFileList* list, const char* name, const std::uint32_t* cookie) noexcept {
+  if (list == nullptr) LogDetail(L"Failed to open ", name, L":  xml file list pointer is NULL.");
+  if (cookie == nullptr) LogDetail(L"Failed to open ", name, L":  cookie pointer is NULL.");
+  if (name == nullptr) LogDetail(L"Failed to open :  file name pointer is NULL.");
+  return list != nullptr && cookie != nullptr && name != nullptr;
+}
+
+void LogOpened(const XmlFileRecord& record) noexcept {
+  LogDetail(L"Opened ", record.fileName, L" (", record.cookie, L") successfully.");
+}
+
+std::uint32_t CodeOfReadResult(long result) noexcept {
+  switch (result) {
+    case Ostrum::ReadNoFile: return XmlFileNotFound;
+    case Ostrum::ReadUnreadable: return XmlFileUnreadable;
+    case Ostrum::ReadNoMemory: return XmlOutOfMemory;
+    case Ostrum::ReadFailed: return XmlFailure;
+    default: return XmlFileNotText;
+  }
+}
+
+std::uint32_t ReadText(const char* name, std::uint32_t askedEncoding, bool encrypted, Ostrum::DocumentText& text) {
+  Ostrum::UTF_ENCODINGS encoding;
+  GetXMLEncoding(askedEncoding, encoding);
+  const WideText wideName(ConvertToUnicode(name));
+  if (wideName == nullptr) {
+    LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
+    return XmlFailure;
+  }
+
+  unsigned long byteCount = 0;
+  const Ostrum::ByteFilter decrypt = encrypted ? &corekit::KCryptWrap::decrypt_data : nullptr;
+  const long result = Ostrum::ReadBufferFromFileNoExp(wideName.get(), text, encoding, byteCount, decrypt);
+  if (result >= 0) return XmlSuccess;
+  LogDetail(L"Failed to open ", name, L":  ", result);
+  return CodeOfReadResult(result);
+}
+
+std::uint32_t ParseInto(XmlFileRecord& record, const char* name, Ostrum::DocumentText text) {
+  const int length = static_cast<int>(text.Length()); // the reader refuses a text that is longer
+  Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
+  int line = 0;
+  int column = 0;
+  record.document = Ostrum::ParseXML(std::move(text), length, error, line, column);
+  if (record.document != nullptr) return XmlSuccess;
+  LogDetail(L"Failed to open ", name, L":  unable to parse ", name, L".");
+  return XmlOutOfMemory;
+}
+
+std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
+  record.elementMap = new ElementMap;
+  Ostrum::Element& root = record.document->GetRoot();
+  const NarrowName rootName(root.GetName());
+  if (rootName.Text() == nullptr) {
+    LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
+    return XmlFailure;
+  }
+  InsertIntoElementMap(*record.elementMap, rootName.Text(), root);
+  return XmlSuccess;
+}
+
+std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding, std::int32_t encrypted,
+                       std::uint32_t& cookie) {
+  Ostrum::DocumentText text;
+  std::uint32_t code = ReadText(name, encoding, encrypted != 0, text);
+  if (code != XmlSuccess) return code;
+
+  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))));
+  if (record == nullptr) {
+    LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
+    return XmlOutOfMemory;
+  }
+  record->encrypted = encrypted;
+  code = ParseInto(*record, name, std::move(text));
+  if (code == XmlSuccess) code = MakeElementMap(*record, name);
+  if (code != XmlSuccess) return code;
+
+  platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
+  platform::DrawRandom(record->cookie); // a draw that fails leaves 0, which is as good a cookie as any
+  platform::Sleep(1000);
+  AppendXmlFile(&list, record.get());
+  cookie = record->cookie;
+  LogOpened(*record.release());
+  return XmlSuccess;
+}
+
+} // namespace
+
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding, std::int32_t encrypted,
+                                  std::uint32_t* cookie) {
+  const Trace trace(L"OpenXML");
+  if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
+  if (const XmlFileRecord* const open = FindXmlFile(list, fileName, cookie, nullptr)) {
+    LogOpened(*open);
+    return XmlSuccess;
+  }
+  try {
+    return OpenAnew(*list, fileName, encoding, encrypted, *cookie);
+  } catch (...) {
+    LogDetail(L"Failed to open ", fileName, L": unknown exception thrown while opening.");
+    return XmlFailure;
+  }
+}

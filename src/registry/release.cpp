@@ -1,0 +1,27 @@
+#include <cstdlib>
+
+#include "registry/file_list.h"
+#include "text/log.h"
+
+void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
+  const Trace trace(L"ReleaseGlobalMapMemory");
+  try {
+    if (record->elementMap != nullptr) {
+      for (const auto& [key, reference] : *record->elementMap) delete reference;
+      delete record->elementMap;
+    }
+    delete record->document; // last, since the references lead into it
+  } catch (...) {
+    LogDetail(L"Unknown exception thrown while releasing memory from the map.");
+  }
+}
+
+void FreeXmlFile(XmlFileRecord* record) noexcept {
+  const Trace trace(L"FreeXmlFile");
+  try {
+    ReleaseGlobalMapMemory(record);
+    std::free(record);
+  } catch (...) {
+    LogDetail(L"Unknown exception thrown while removing a file from the xml file list.");
+  }
+}
