@@ -1,21 +1,31 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DOCUMENT_H
 #define TARVIK_HOST_OSTRUMXML_DOCUMENT_H
 
+#include <memory>
+
 #include "host/ostrumxml/document_text.h"
 #include "host/ostrumxml/node.h"
 
 namespace Ostrum {
 
+struct Content;
+
+// An XML document. It is held as its own source text and an index of elements over it; made by ParseXML.
 class Document {
  public:
+  explicit Document(std::unique_ptr<Content> content) noexcept;
   virtual ~Document();
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
   Element& GetRoot() noexcept;
-  // The whole document as text. Nothing is laid out anew, whatever the flag says: a document that was not changed gives
-  // its own source, and one that was differs from it in what was set.
+
+  // The whole document as text: its own source, with what was set since it was parsed in its place. Nothing else is laid out
+  // anew, whatever the flag says. Throws std::bad_alloc, and std::length_error when the text grew beyond what can be parsed.
   DocumentText GenerateXML(bool layout) const;
+
+ private:
+  std::unique_ptr<Content> content;
 };
 
 } // namespace Ostrum

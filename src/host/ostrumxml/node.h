@@ -10,9 +10,10 @@
 
 namespace Ostrum {
 
-class Document;
 class Element;
 class Name;
+struct Content;
+struct ElementChange;
 
 class Node {
  public:
@@ -37,10 +38,11 @@ class Value {
  private:
   friend class Element;
   friend class Attribute;
-  Value(Element* owner, const Name* attribute) : owner(owner), attribute(attribute) {}
+  Value(Element* owner, const Name* attribute, std::string_view raw) : owner(owner), attribute(attribute), raw(raw) {}
 
   Element* owner;        // null for the value of a null node
   const Name* attribute; // null for the element's own text
+  std::string_view raw;  // as in Attribute
 };
 
 class Attribute final : public Node {
@@ -56,8 +58,8 @@ class Attribute final : public Node {
   Attribute(Element* owner, std::string_view name, std::string_view raw) : owner(owner), name(name), raw(raw) {}
 
   Element* owner = nullptr;
-  std::string_view name; // in the document's text or one of its names
-  std::string_view raw;  // the value as it was found: see Document::DecodeAttribute
+  std::string_view name; // lives as long as the document
+  std::string_view raw;  // the value as it stands in the source; of null data when it does not stand there
 };
 
 // A position among the child elements of an element, in document order. Invalid once a child has been added.
@@ -120,18 +122,26 @@ class Element final : public Node, public NodeContainer {
   operator Value();
 
  private:
-  friend class Document;
-  friend class IteratorRef;
   friend class Attribute;
-  friend class Value;
-  friend class Indexer;
+  friend class ElementLayout;
   friend class Generator;
-  friend struct ElementLayout;
+  friend class Indexer;
+  friend class IteratorRef;
+  friend class Value;
+  friend struct Content;
 
   constexpr Element() = default;
 
+  std::string Text(const Content& content) const;
+  std::uint32_t ParsedChildCount(const ElementChange* change) const noexcept;
+  void SetText(std::string&& text);
+  std::string AttributeText(std::string_view attributeName, std::string_view raw) const;
+  void SetAttributeText(const Name& attribute, std::string_view raw, std::string&& value);
+  std::string LeadOfNextChild(const Content& content) const;
+  void ReserveChild(Content& content, ElementChange& change);
+  void Append(Element& child) noexcept;
+
   const Name* name = nullptr;
-  Element* parent = nullptr;
   // Offsets into the document's source, in bytes; all 0 for an element that was created.
   std::uint32_t tagStart = 0;     // of the "<"
   std::uint32_t contentStart = 0; // behind the ">" of the start tag, or of an empty-element tag

@@ -11,6 +11,8 @@ enum PARSER_ERROR : int {
   NO_PARSER_ERROR = 0,
   // Elements whose tags come from an entity have no place of their own in the text, so a change of them could not be saved.
   ELEMENTS_FROM_ENTITY = 1000,
+  // Entities could be nested so deep that expanding them overflows the stack.
+  TOO_MANY_ENTITIES = 1001,
 };
 
 // Parses the first `length` wide characters of the text. Gives a new document, which the caller deletes, or null when they

@@ -1,0 +1,59 @@
+#include "host/ostrumxml/file.h"
+
+#include <climits>
+#include <new>
+#include <stdexcept>
+
+#include "host/ostrumxml/file_text.h"
+#include "platform/platform.h"
+
+namespace Ostrum {
+namespace {
+
+long Read(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
+          ByteFilter decrypt) {
+  std::string bytes;
+  switch (platform::ReadWholeFile(fileName, INT_MAX, bytes)) {
+    case platform::ReadStatus::Done: break;
+    case platform::ReadStatus::Missing: return ReadNoFile;
+    case platform::ReadStatus::Unreadable: return ReadUnreadable;
+    case platform::ReadStatus::TooLong: return ReadTooLong;
+  }
+  byteCount = static_cast<unsigned long>(bytes.size());
+
+  if (decrypt != nullptr) {
+    std::string plain;
+    if (!decrypt(bytes, plain)) return ReadRefused;
+    bytes = std::move(plain);
+  }
+  DocumentText decoded;
+  if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
+  if (decoded.Utf8().size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
+  text = std::move(decoded);
+  return ReadDone;
+}
+
+} // namespace
+
+long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding,
+                             unsigned long& byteCount, ByteFilter decrypt) noexcept {
+  try {
+    return Read(fileName, text, encoding, byteCount, decrypt);
+  } catch (const std::bad_alloc&) {
+    return ReadNoMemory;
+  } catch (...) {
+    return ReadFailed;
+  }
+}
+
+void WriteBufferToFile(const wchar_t* fileName, const DocumentText& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
+                       ByteCheck check) {
+  if (encoding != UTF_8) throw std::invalid_argument("documents are written in UTF-8 only");
+  std::string enciphered;
+  if (encrypt != nullptr && !encrypt(text.Utf8(), enciphered)) throw std::runtime_error("the bytes were not enciphered");
+  const std::string& bytes = encrypt != nullptr ? enciphered : text.Utf8();
+  if (check != nullptr && !check(bytes)) throw std::runtime_error("the bytes were refused");
+  platform::ReplaceWholeFile(fileName, bytes);
+}
+
+} // namespace Ostrum

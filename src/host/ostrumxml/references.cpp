@@ -1,0 +1,114 @@
+#include "host/ostrumxml/references.h"
+
+#include <charconv>
+#include <cstdint>
+
+#include "host/ostrumxml/markup.h"
+#include "host/ostrumxml/utf8.h"
+
+namespace Ostrum {
+namespace {
+
+char32_t CharacterOf(std::string_view digits) {
+  const bool hexadecimal = digits.front() == 'x';
+  if (hexadecimal) digits.remove_prefix(1);
+  std::uint32_t character = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), character, hexadecimal ? 16 : 10);
+  return character;
+}
+
+char PredefinedCharacter(std::string_view name) {
+  if (name == "amp") return '&';
+  if (name == "lt") return '<';
+  if (name == "gt") return '>';
+  if (name == "quot") return '"';
+  if (name == "apos") return '\'';
+  return '\0';
+}
+
+void FoldBlanks(std::string& value) {
+  std::string folded;
+  folded.reserve(value.size());
+  for (const char character : value) {
+    if (character == ' ' && (folded.empty() || folded.back() == ' ')) continue;
+    folded += character;
+  }
+  if (!folded.empty() && folded.back() == ' ') folded.pop_back();
+  value = std::move(folded);
+}
+
+std::string Escape(std::string_view text, std::string_view special) {
+  std::string escaped;
+  escaped.reserve(text.size());
+  while (!text.empty()) {
+    const std::size_t plain = text.find_first_of(special);
+    escaped += text.substr(0, plain);
+    if (plain == std::string_view::npos) break;
+    switch (text[plain]) {
+      case '&': escaped += "&amp;"; break;
+      case '<': escaped += "&lt;"; break;
+      case '>': escaped += "&gt;"; break;
+      case '"': escaped += "&quot;"; break;
+      case '\'': escaped += "&apos;"; break;
+      case '\t': escaped += "&#9;"; break;
+      case '\n': escaped += "&#10;"; break;
+      default: escaped += "&#13;"; break;
+    }
+    text.remove_prefix(plain + 1);
+  }
+  return escaped;
+}
+
+} // namespace
+
+void AppendCharacters(std::string_view raw, std::string& text) {
+  for (;;) {
+    const std::size_t lineEnd = raw.find('\r');
+    text += raw.substr(0, lineEnd);
+    if (lineEnd == std::string_view::npos) return;
+    text += '\n';
+    raw.remove_prefix(lineEnd + 1);
+    if (raw.starts_with('\n')) raw.remove_prefix(1);
+  }
+}
+
+bool AppendReference(std::string_view reference, std::string& text) {
+  const std::string_view name = reference.substr(1, reference.size() - 2);
+  if (name.front() == '#') {
+    AppendUtf8(CharacterOf(name.substr(1)), text);
+    return true;
+  }
+  const char character = PredefinedCharacter(name);
+  if (character == '\0') return false;
+  text += character;
+  return true;
+}
+
+std::string DecodeAttribute(std::string_view raw, bool tokenized) {
+  std::string value;
+  value.reserve(raw.size());
+  while (!raw.empty()) {
+    const char character = raw.front();
+    if (character == '&') {
+      const std::size_t length = raw.find(';') + 1;
+      AppendReference(raw.substr(0, length), value);
+      raw.remove_prefix(length);
+      continue;
+    }
+    if (raw.starts_with("\r\n")) raw.remove_prefix(1);
+    value += IsBlank(character) ? ' ' : character;
+    raw.remove_prefix(1);
+  }
+  if (tokenized) FoldBlanks(value);
+  return value;
+}
+
+std::string EscapeText(std::string_view text) {
+  return Escape(text, "&<>\r");
+}
+
+std::string EscapeAttribute(std::string_view value, char quote) {
+  return Escape(value, quote == '"' ? "&<\"\t\n\r" : "&<'\t\n\r");
+}
+
+} // namespace Ostrum

@@ -1,0 +1,27 @@
+// Between text as it stands in the source and text as it is meant.
+#ifndef TARVIK_HOST_OSTRUMXML_REFERENCES_H
+#define TARVIK_HOST_OSTRUMXML_REFERENCES_H
+
+#include <string>
+#include <string_view>
+
+namespace Ostrum {
+
+// Appends character data without references, its line ends normalized.
+void AppendCharacters(std::string_view raw, std::string& text);
+
+// Appends what a whole reference, "&...;", stands for: a character, or nothing for an entity that XML does not predefine.
+// False in that last case.
+bool AppendReference(std::string_view reference, std::string& text);
+
+// The value of an attribute, normalized as XML has it: each line end and tab is a blank; in a tokenized value outer
+// blanks are dropped and inner ones folded.
+std::string DecodeAttribute(std::string_view raw, bool tokenized);
+
+// What a value must look like in the source so that it reads back equal: in an element, or between such quotes.
+std::string EscapeText(std::string_view text);
+std::string EscapeAttribute(std::string_view value, char quote);
+
+} // namespace Ostrum
+
+#endif

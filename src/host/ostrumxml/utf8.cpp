@@ -1,0 +1,149 @@
+#include "host/ostrumxml/utf8.h"
+
+#include <cstdint>
+#include <cstring>
+
+namespace Ostrum {
+namespace {
+
+constexpr bool wideIsUtf16 = sizeof(wchar_t) == 2;
+
+bool IsContinuation(unsigned char byte) {
+  return (byte & 0xC0U) == 0x80U;
+}
+
+// Bytes of plain ASCII at the start of the text, in steps of eight while that goes.
+std::size_t AsciiPrefix(std::string_view text) {
+  std::size_t length = 0;
+  while (length + sizeof(std::uint64_t) <= text.size()) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & 0x8080808080808080U) != 0) break;
+    length += sizeof word;
+  }
+  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80U) ++length;
+  return length;
+}
+
+struct Sequence {
+  char32_t character;
+  std::size_t length; // in bytes; 0 when the bytes are no valid sequence
+};
+
+// The sequence at the start of a text that does not begin with ASCII.
+Sequence DecodeSequence(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text.front());
+  const std::size_t length = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
+  if (lead < 0xC2U || lead > 0xF4U || text.size() < length) return {0, 0};
+  char32_t character = lead & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    if (!IsContinuation(byte)) return {0, 0};
+    character = (character << 6) | (byte & 0x3FU);
+  }
+  const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
+  const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+  if (overlong || surrogate || character > 0x10FFFF) return {0, 0};
+  return {character, length};
+}
+
+std::size_t WideUnitsOf(char32_t character) {
+  return wideIsUtf16 && character > 0xFFFF ? 2 : 1;
+}
+
+void AppendWide(char32_t character, std::wstring& wide) {
+  if (WideUnitsOf(character) == 1) {
+    wide += static_cast<wchar_t>(character);
+    return;
+  }
+  const char32_t offset = character - 0x10000;
+  wide += static_cast<wchar_t>(0xD800 + (offset >> 10));
+  wide += static_cast<wchar_t>(0xDC00 + (offset & 0x3FF));
+}
+
+} // namespace
+
+std::optional<std::size_t> WideLengthOf(std::string_view utf8) noexcept {
+  std::size_t length = 0;
+  for (;;) {
+    const std::size_t ascii = AsciiPrefix(utf8);
+    length += ascii;
+    utf8.remove_prefix(ascii);
+    if (utf8.empty()) return length;
+    const Sequence sequence = DecodeSequence(utf8);
+    if (sequence.length == 0) return std::nullopt;
+    length += WideUnitsOf(sequence.character);
+    utf8.remove_prefix(sequence.length);
+  }
+}
+
+std::string_view FirstWideCharacters(std::string_view utf8, std::size_t length) noexcept {
+  std::size_t bytes = 0;
+  while (length > 0 && bytes < utf8.size()) {
+    if (static_cast<unsigned char>(utf8[bytes]) < 0x80U) {
+      ++bytes;
+      --length;
+      continue;
+    }
+    const Sequence sequence = DecodeSequence(utf8.substr(bytes));
+    const std::size_t units = WideUnitsOf(sequence.character);
+    if (units > length) break;
+    bytes += sequence.length;
+    length -= units;
+  }
+  return utf8.substr(0, bytes);
+}
+
+std::wstring WideFromUtf8(std::string_view utf8) {
+  std::wstring wide(utf8.begin(), utf8.begin() + static_cast<std::ptrdiff_t>(AsciiPrefix(utf8)));
+  utf8.remove_prefix(wide.size());
+  while (!utf8.empty()) {
+    const std::size_t ascii = AsciiPrefix(utf8);
+    wide.append(utf8.begin(), utf8.begin() + static_cast<std::ptrdiff_t>(ascii));
+    utf8.remove_prefix(ascii);
+    if (utf8.empty()) break;
+    const Sequence sequence = DecodeSequence(utf8);
+    AppendWide(sequence.character, wide);
+    utf8.remove_prefix(sequence.length);
+  }
+  return wide;
+}
+
+bool Utf8FromWide(std::wstring_view wide, std::string& utf8) {
+  utf8.clear();
+  utf8.reserve(wide.size());
+  for (std::size_t i = 0; i < wide.size(); ++i) {
+    auto character = static_cast<char32_t>(wide[i]);
+    if constexpr (wideIsUtf16) {
+      const bool paired = character >= 0xD800 && character <= 0xDBFF && i + 1 < wide.size() && wide[i + 1] >= 0xDC00 &&
+                          wide[i + 1] <= 0xDFFF;
+      if (paired) {
+        character = 0x10000 + ((character - 0xD800) << 10) + (static_cast<char32_t>(wide[i + 1]) - 0xDC00);
+        ++i;
+      }
+    }
+    if ((character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) return false;
+    AppendUtf8(character, utf8);
+  }
+  return true;
+}
+
+void AppendUtf8(char32_t character, std::string& utf8) {
+  if (character < 0x80) {
+    utf8 += static_cast<char>(character);
+    return;
+  }
+  if (character < 0x800) {
+    utf8 += static_cast<char>(0xC0 | (character >> 6));
+  } else if (character < 0x10000) {
+    utf8 += static_cast<char>(0xE0 | (character >> 12));
+    utf8 += static_cast<char>(0x80 | ((character >> 6) & 0x3F));
+  } else {
+    utf8 += static_cast<char>(0xF0 | (character >> 18));
+    utf8 += static_cast<char>(0x80 | ((character >> 12) & 0x3F));
+    utf8 += static_cast<char>(0x80 | ((character >> 6) & 0x3F));
+  }
+  utf8 += static_cast<char>(0x80 | (character & 0x3F));
+}
+
+} // namespace Ostrum

@@ -1,0 +1,30 @@
+// UTF-8, the form in which documents are held, and its way to and from wide text.
+#ifndef TARVIK_HOST_OSTRUMXML_UTF8_H
+#define TARVIK_HOST_OSTRUMXML_UTF8_H
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Ostrum {
+
+inline constexpr std::string_view utf8ByteOrderMark = "\xEF\xBB\xBF";
+
+// The length in wide characters; nothing when the text is not valid UTF-8.
+std::optional<std::size_t> WideLengthOf(std::string_view utf8) noexcept;
+
+// The part of valid UTF-8 that its first `length` wide characters take.
+std::string_view FirstWideCharacters(std::string_view utf8, std::size_t length) noexcept;
+
+// REQUIRES: utf8 is valid.
+std::wstring WideFromUtf8(std::string_view utf8);
+
+// False, with utf8 of unspecified content, when the text is not valid: half of a surrogate pair, or beyond U+10FFFF.
+bool Utf8FromWide(std::wstring_view wide, std::string& utf8);
+
+void AppendUtf8(char32_t character, std::string& utf8);
+
+} // namespace Ostrum
+
+#endif
