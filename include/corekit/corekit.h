@@ -89,8 +89,8 @@ class KString {
 // Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends. Both texts must outlive it.
 class KDetailTrace {
  public:
-  KDetailTrace(const wchar_t* component, const wchar_t* function) noexcept
-      : component(component), function(function), live(LogIsOn()) {
+  KDetailTrace(const wchar_t* componentName, const wchar_t* functionName) noexcept
+      : component(componentName), function(functionName), live(LogIsOn()) {
     if (live) Enter();
   }
   virtual ~KDetailTrace() {

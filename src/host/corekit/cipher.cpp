@@ -1,0 +1,88 @@
+#include <algorithm>
+#include <mutex>
+#include <string_view>
+
+#include "corekit/corekit.h"
+#include "platform/platform.h"
+
+namespace corekit {
+namespace {
+
+struct CipherKey {
+  std::uint8_t bytes[platform::cipherKeySize];
+};
+
+// The built-in key keeps a file from being read or changed by accident; who needs secrecy sets a key of their own.
+constinit CipherKey processKey{{
+    0x9e, 0x37, 0x8d, 0x37, 0x4a, 0x49, 0x69, 0x33, 0xd7, 0x34, 0x55, 0x18, 0x38, 0x3c, 0x77, 0x7e,
+    0x80, 0x44, 0xbc, 0x95, 0xab, 0x66, 0xfe, 0x4d, 0xa2, 0x21, 0xaa, 0xeb, 0x53, 0x15, 0x15, 0x35,
+}};
+std::mutex keyLock;
+
+CipherKey CurrentKey() noexcept {
+  const std::lock_guard<std::mutex> lock(keyLock);
+  return processKey;
+}
+
+// The parts of an enciphered file, as they follow each other.
+constexpr std::string_view header = "TVK1";
+constexpr std::size_t nonceAt = header.size();
+constexpr std::size_t cipherAt = nonceAt + platform::cipherNonceSize;
+constexpr std::size_t addedSize = cipherAt + platform::cipherTagSize;
+
+std::uint8_t* Bytes(std::string& text) noexcept { return reinterpret_cast<std::uint8_t*>(text.data()); }
+const std::uint8_t* Bytes(const std::string& text) noexcept {
+  return reinterpret_cast<const std::uint8_t*>(text.data());
+}
+
+bool Encipher(const std::string& plain, std::string& file) {
+  std::string sealed(plain.size() + addedSize, '\0');
+  header.copy(sealed.data(), header.size());
+  std::uint8_t* const nonce = Bytes(sealed) + nonceAt;
+  std::uint8_t* const cipher = Bytes(sealed) + cipherAt;
+  if (!platform::FillRandom(nonce, platform::cipherNonceSize)) return false;
+  const CipherKey key = CurrentKey();
+  if (!platform::SealAesGcm(key.bytes, nonce, header, plain, cipher, cipher + plain.size())) return false;
+  file = std::move(sealed);
+  return true;
+}
+
+bool Decipher(const std::string& file, std::string& plain) {
+  if (file.size() < addedSize || !file.starts_with(header)) return false;
+  const std::string_view cipher = std::string_view(file).substr(cipherAt, file.size() - addedSize);
+  const std::uint8_t* const tag = Bytes(file) + cipherAt + cipher.size();
+  std::string opened(cipher.size(), '\0');
+  const CipherKey key = CurrentKey();
+  if (!platform::OpenAesGcm(key.bytes, Bytes(file) + nonceAt, header, cipher, tag, Bytes(opened))) return false;
+  plain = std::move(opened);
+  return true;
+}
+
+// Works on texts of its own until all has gone well, so input and output may be the same string.
+template <class Work>
+bool RunGuarded(Work work, const std::string& input, std::string& output) noexcept {
+  try {
+    if (work(input, output)) return true;
+  } catch (...) {
+    // What is thrown is a lack of memory, and the answer says so.
+  }
+  output.clear();
+  return false;
+}
+
+} // namespace
+
+void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
+  const std::lock_guard<std::mutex> lock(keyLock);
+  std::copy(std::begin(key), std::end(key), processKey.bytes);
+}
+
+bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
+  return RunGuarded(Encipher, input, output);
+}
+
+bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
+  return RunGuarded(Decipher, input, output);
+}
+
+} // namespace corekit

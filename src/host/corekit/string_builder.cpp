@@ -1,0 +1,89 @@
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <limits>
+
+#include "corekit/corekit.h"
+
+namespace corekit {
+namespace {
+
+constexpr wchar_t replacementCharacter = L'\xFFFD';
+
+// Writes at most `size` wide characters for the `size` bytes at text and returns how many.
+std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept {
+  std::mbstate_t state{};
+  std::size_t count = 0;
+  for (std::size_t at = 0; at < size; ++count) {
+    const std::size_t length = std::mbrtowc(target + count, text + at, size - at, &state);
+    const bool isCharacter = length != 0 && length <= size - at;
+    if (!isCharacter) {
+      target[count] = replacementCharacter;
+      state = std::mbstate_t{};
+    }
+    at += isCharacter ? length : 1;
+  }
+  return count;
+}
+
+// Longest: the sign and 20 digits of a 64-bit number.
+constexpr std::size_t numberCapacity = 24;
+
+template <class Number>
+void FormatNumber(Number number, char (&text)[numberCapacity]) noexcept {
+  *std::to_chars(text, text + numberCapacity - 1, number).ptr = '\0';
+}
+
+} // namespace
+
+// Makes room for that many more characters and the terminating zero. False cuts the line for good: nothing may follow a gap.
+bool KString::Reserve(std::size_t more) noexcept {
+  constexpr std::size_t mostCharacters = std::numeric_limits<std::size_t>::max() / 4 / sizeof(wchar_t);
+  constexpr std::size_t firstCapacity = 128;
+  if (more < capacity - length) return true;
+
+  live = false;
+  if (more >= mostCharacters - length) return false;
+  const std::size_t newCapacity = std::max({firstCapacity, capacity * 2, length + more + 1});
+  auto* const grown = static_cast<wchar_t*>(std::realloc(line, newCapacity * sizeof(wchar_t)));
+  if (grown == nullptr) return false;
+  line = grown;
+  capacity = newCapacity;
+  live = true;
+  return true;
+}
+
+void KString::Append(const wchar_t* text) noexcept {
+  if (text == nullptr) return;
+  const std::size_t size = std::wcslen(text);
+  if (size == 0 || !Reserve(size)) return;
+  std::wmemcpy(line + length, text, size);
+  length += size;
+  line[length] = L'\0';
+}
+
+void KString::Append(const char* text) noexcept {
+  if (text == nullptr) return;
+  const std::size_t size = std::strlen(text);
+  if (size == 0 || !Reserve(size)) return;
+  length += Widen(text, size, line + length);
+  line[length] = L'\0';
+}
+
+void KString::Append(long number) noexcept {
+  char text[numberCapacity];
+  FormatNumber(number, text);
+  Append(text);
+}
+
+void KString::Append(unsigned long number) noexcept {
+  char text[numberCapacity];
+  FormatNumber(number, text);
+  Append(text);
+}
+
+void KString::Release() noexcept { std::free(line); }
+
+} // namespace corekit
