@@ -83,4 +83,9 @@ std::string Element::AttributeText(std::string_view attributeName, std::string_v
   return DecodeAttribute(raw, declaration != nullptr && declaration->tokenized);
 }
 
+bool Element::CanHold(std::string_view attributeName, std::string_view value) const {
+  const AttributeDeclaration* declaration = FindDeclaration(name->Owner(), *this, attributeName);
+  return declaration == nullptr || !declaration->tokenized || FoldBlanks(value) == value;
+}
+
 } // namespace Ostrum

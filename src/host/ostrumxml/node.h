@@ -137,6 +137,8 @@ class Element final : public Node, public NodeContainer {
   void SetText(std::string&& text);
   std::string AttributeText(std::string_view attributeName, std::string_view raw) const;
   void SetAttributeText(const Name& attribute, std::string_view raw, std::string&& value);
+  // Whether the attribute's declared type, if it has one, leaves the value as it is.
+  bool CanHold(std::string_view attributeName, std::string_view value) const;
   std::string LeadOfNextChild(const Content& content) const;
   void ReserveChild(Content& content, ElementChange& change);
   void Append(Element& child) noexcept;

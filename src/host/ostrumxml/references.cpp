@@ -26,17 +26,6 @@ char PredefinedCharacter(std::string_view name) {
   return '\0';
 }
 
-void FoldBlanks(std::string& value) {
-  std::string folded;
-  folded.reserve(value.size());
-  for (const char character : value) {
-    if (character == ' ' && (folded.empty() || folded.back() == ' ')) continue;
-    folded += character;
-  }
-  if (!folded.empty() && folded.back() == ' ') folded.pop_back();
-  value = std::move(folded);
-}
-
 std::string Escape(std::string_view text, std::string_view special) {
   std::string escaped;
   escaped.reserve(text.size());
@@ -99,8 +88,18 @@ std::string DecodeAttribute(std::string_view raw, bool tokenized) {
     value += IsBlank(character) ? ' ' : character;
     raw.remove_prefix(1);
   }
-  if (tokenized) FoldBlanks(value);
-  return value;
+  return tokenized ? FoldBlanks(value) : value;
+}
+
+std::string FoldBlanks(std::string_view value) {
+  std::string folded;
+  folded.reserve(value.size());
+  for (const char character : value) {
+    if (character == ' ' && (folded.empty() || folded.back() == ' ')) continue;
+    folded += character;
+  }
+  if (!folded.empty() && folded.back() == ' ') folded.pop_back();
+  return folded;
 }
 
 std::string EscapeText(std::string_view text) {

@@ -18,6 +18,9 @@ bool AppendReference(std::string_view reference, std::string& text);
 // blanks are dropped and inner ones folded.
 std::string DecodeAttribute(std::string_view raw, bool tokenized);
 
+// Drops outer blanks and folds inner ones, as is done to tokenized values.
+std::string FoldBlanks(std::string_view value);
+
 // What a value must look like in the source so that it reads back equal: in an element, or between such quotes.
 std::string EscapeText(std::string_view text);
 std::string EscapeAttribute(std::string_view value, char quote);

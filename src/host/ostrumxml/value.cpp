@@ -40,6 +40,7 @@ void Element::SetText(std::string&& text) {
 void Element::SetAttributeText(const Name& attribute, std::string_view raw, std::string&& value) {
   Content& content = name->Owner();
   if (raw.data() != nullptr && AttributeText(attribute.Utf8(), raw) == value) return;
+  if (!CanHold(attribute.Utf8(), value)) throw std::invalid_argument("the attribute's type can't carry these blanks");
   ElementChange& change = content.ChangeOf(*this);
   if (auto* set = const_cast<ElementChange::SetAttribute*>(change.FindAttribute(attribute.Utf8()))) {
     set->value = std::move(value);
