@@ -1,6 +1,8 @@
 #include "items/item_reader.h"
 
+#include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <stdexcept>
 #include <string_view>
 
@@ -29,6 +31,11 @@ struct ItemRequest {
   const char* valueType;
   ValueBuffer value;
 };
+
+// A caller's missing text must not end the caller's process.
+void RequireGiven(std::initializer_list<const char*> texts) {
+  if (std::ranges::find(texts, nullptr) != texts.end()) throw std::invalid_argument("a text that is needed is null");
+}
 
 // A node's value in the caller's character set. A value that has no place there must not come back as an empty one.
 class NarrowValue {
@@ -115,6 +122,7 @@ std::uint32_t ReadChildAttribute(const Element& element, const wchar_t* attribut
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
+  RequireGiven({request.attributeName, request.valueType});
   const WideName attributeName(request.attributeName);
   const NarrowName ownName(element.GetName());
   const bool isOwn = ownName.Text() != nullptr && std::strcmp(ownName.Text(), request.itemName) == 0;
@@ -123,6 +131,7 @@ std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) 
 }
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
+  RequireGiven({request.path, request.itemName, request.itemType});
   const Element* element = FindKnownElement(record, request.path);
   if (element == nullptr || element->IsNull()) {
     return Missing(request, request.path, L" not found in the element map.");

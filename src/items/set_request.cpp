@@ -44,6 +44,9 @@ void RequireXmlPath(const std::string& path) {
 
 SetRequest CheckSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
                            const char* value) {
+  if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
+    throw std::invalid_argument("a text that is needed is null");
+  }
   RequireShort(path, itemName);
   SetRequest request;
   request.path = WithoutRoot(record, path);

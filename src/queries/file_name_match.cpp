@@ -16,7 +16,7 @@ std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_
                                                  std::uint32_t* matches) {
   const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
-  if (matches == nullptr) return XmlInvalidArgument;
+  if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;
   *matches = platform::MbsCompareNoCase(LastComponent(record->fileName), fileName) == 0 ? 1 : 0;
   return XmlSuccess;
 }

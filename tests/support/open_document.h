@@ -1,0 +1,74 @@
+// A document in a file of its own, opened through the library. Link support/no_wait.cpp beside it.
+#ifndef TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
+#define TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
+
+#include <array>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "support/temp_folder.h"
+#include "tarvik/tarvik.h"
+
+class TestDocument {
+ public:
+  explicit TestDocument(std::string_view bytes, std::int32_t encrypted = 0) : encrypted(encrypted) {
+    folder.Write(fileName, bytes);
+    Open();
+  }
+  ~TestDocument() { EndXMLList(&list); }
+  TestDocument(const TestDocument&) = delete;
+  TestDocument& operator=(const TestDocument&) = delete;
+
+  void Reopen() {
+    EndXMLList(&list);
+    Open();
+  }
+  std::string Bytes() const { return folder.Read(fileName); }
+  std::string Name() const { return folder.Name(fileName); }
+  std::size_t FilesInFolder() const {
+    const std::filesystem::directory_iterator files(folder.Path());
+    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+  }
+
+  // The ID of the group, or what stands in its place ("Not Found").
+  std::string Group(const char* path, std::uint32_t occurrence = 1, std::string_view parent = "") const {
+    std::array<char, 260> id{};
+    parent.copy(id.data(), id.size() - 1);
+    EnumXMLGroup(list, cookie, path, occurrence, id.data(), id.size());
+    return id.data();
+  }
+  // The text of a child element, whole, or "Not Found".
+  std::string Text(const char* path, const char* child) const { return Read(path, child, "ELEMENT", nullptr); }
+  std::string Attribute(const char* path, const char* element, const char* name) const {
+    return Read(path, element, "ATTRIBUTE", name);
+  }
+  std::uint32_t SetText(const char* path, const char* child, const std::string& value) const {
+    return SetXMLItem(list, cookie, path, child, "ELEMENT", value.c_str());
+  }
+  std::uint32_t SetAttribute(const char* path, const char* name, const std::string& value) const {
+    return SetXMLItem(list, cookie, path, name, "ATTRIBUTE", value.c_str());
+  }
+
+  XmlFileList* list = nullptr;
+  std::uint32_t cookie = 0;
+
+ private:
+  static constexpr const char* fileName = "document.xml";
+
+  void Open() {
+    InitXMLList(&list);
+    const std::uint32_t code = OpenXML(list, Name().c_str(), 4, encrypted, &cookie);
+    if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
+  }
+  std::string Read(const char* path, const char* item, const char* type, const char* attribute) const {
+    std::string value(1 << 22, '\0');
+    GetXMLItem(list, cookie, path, item, type, attribute, type, value.data(), static_cast<std::uint32_t>(value.size()));
+    return value.c_str();
+  }
+
+  TempFolder folder;
+  std::int32_t encrypted;
+};
+
+#endif
