@@ -73,6 +73,10 @@ struct FileListEntry {
   std::string Hash;
 };
 
+// Elsewhere a library built with hidden names exports what is declared here.
+#if !defined(_WIN32)
+#pragma GCC visibility push(default)
+#endif
 extern "C" {
 
 // Makes an empty list and stores it in *list, whatever *list held before. Release it with EndXMLList.
@@ -94,8 +98,8 @@ std::uint32_t TARVIK_CALL EndXMLList(XmlFileList** list);
 // Returns XmlSuccess; XmlInvalidArgument when list, fileName or cookie is null; XmlFileNotFound; XmlFileUnreadable;
 // XmlFileNotText; XmlOutOfMemory when memory runs out or the file is not well-formed; XmlFailure when the name can't be
 // converted, or on any other failure.
-std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding, std::int32_t encrypted,
-                                  std::uint32_t* cookie);
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding,
+                                  std::int32_t encrypted, std::uint32_t* cookie);
 
 // Closes the document, for all who opened it. Nothing is written to disk. An unknown cookie is no error.
 // Returns XmlSuccess, always.
@@ -128,8 +132,8 @@ std::uint32_t TARVIK_CALL EnumXMLGroup(XmlFileList* list, std::uint32_t cookie, 
 // Returns XmlSuccess, without touching value when itemType is neither keyword; XmlNotFound; XmlFailure, also when the value
 // can't be converted to the locale's character set, value then being as it was.
 std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
-                                     const char* itemType, const char* attributeName, const char* valueType, char* value,
-                                     std::uint32_t capacity);
+                                     const char* itemType, const char* attributeName, const char* valueType,
+                                     char* value, std::uint32_t capacity);
 
 // As GetXMLItem, for the index-th child (counted from 1) named itemName, of those that have the attribute where one is
 // asked for. An index beyond them, or a negative one, finds nothing; 0 takes the first child, whatever its name.
@@ -174,7 +178,8 @@ std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_
 // Appends the files of the first language package of the first product package to *files, behind what it already holds.
 // Returns XmlSuccess after at least one entry; XmlNotFound when there is none or when one lacks its Name or Hash (the
 // entries before it stay); XmlFailure.
-std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie, std::vector<FileListEntry>* files);
+std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie,
+                                      std::vector<FileListEntry>* files);
 
 // Stores 1 in *matches when the last component of the name that the document was opened by equals fileName, letter case
 // apart, else 0. The last component starts behind the last "/", or where there is none behind the last "\".
@@ -183,5 +188,8 @@ std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_
                                                  std::uint32_t* matches);
 
 } // extern "C"
+#if !defined(_WIN32)
+#pragma GCC visibility pop
+#endif
 
 #endif

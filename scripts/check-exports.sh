@@ -1,0 +1,37 @@
+#!/bin/bash
+# Compares what a built library exports with the table of exported functions:
+#   scripts/check-exports.sh <table> <library> elf|x86|x64 [import library]
+# Fails on a missing or surplus name, on a wrong machine type and, for a DLL, on names out of order, because Windows looks
+# names up by halves; the import library must give every function its exported name.
+# shellcheck disable=SC2016  # what stands in single quotes is awk's to expand
+set -euo pipefail
+export LC_ALL=C
+table=$1 library=$2 kind=$3 importLibrary=${4:-}
+declare -A formats=([elf]=elf64-* [x86]=pei-i386 [x64]=pei-x86-64)
+
+# rows <awk expression>: it, for every row of the table
+rows() { awk "/^[A-Za-z]/ { print $1 }" "$table"; }
+
+compare() { # <what> <expected> <actual>
+  diff --unified=0 --label "expected $1" <(echo "$2") --label "actual $1" <(echo "$3")
+}
+
+format=$(objdump --file-headers "$library" | sed -n 's/.*file format //p')
+# shellcheck disable=SC2053  # a pattern
+[[ $format == ${formats[$kind]} ]] || { echo "$library is $format, not ${formats[$kind]}" >&2; exit 1; }
+
+if [[ $kind == elf ]]; then
+  # Every defined symbol, weak ones of C++ included; the version's own name has type A.
+  compare "names of $library" "$(rows '$1' | sort)" \
+    "$(nm --dynamic --defined-only --format=posix "$library" | awk '$2 != "A" { print $1 }' | sort)"
+  exit
+fi
+
+compare "names of $library" "$(rows '$3' | sort)" \
+  "$(objdump --private-headers "$library" |
+    awk '/^\[Ordinal\/Name Pointer\] Table/ { inside = 1; next } /^$/ { inside = 0 } inside { print $NF }')"
+
+symbol='"__imp_" $1'
+[[ $kind == x64 ]] || symbol='"__imp__" $1 "@" $2'
+compare "symbols of $importLibrary" "$(rows "$symbol" | sort)" \
+  "$(nm --defined-only "$importLibrary" 2>/dev/null | awk '$3 ~ /^__imp_/ { print $3 }' | sort)"

@@ -1,0 +1,37 @@
+#!/bin/bash
+# Fails where an include runs upward or round in a circle. Includes of our own headers are written from src/ or include/, so
+# that each names the layer it reaches.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# "<file> <header>" for every include of ours in src/
+includes=$(cd src && grep --recursive --include='*.h' --include='*.cpp' '^#include "' . |
+  sed -E 's|^\./([^:]*):#include "([^"]*)".*|\1 \2|')
+
+# shellcheck disable=SC2016  # awk's to expand
+upward=$(awk '
+  function layer(path) {
+    match(path, path ~ /^host\// ? /^host\/[^\/]*/ : /^[^\/]*/)
+    return rank[substr(path, 1, RLENGTH)]
+  }
+  BEGIN {
+    # The record of the registry owns an element map and the path operations read a record: those two share a layer.
+    # The public headers, tarvik and corekit, are visible from where their functions are implemented on.
+    split("platform host/corekit,corekit host/ostrumxml text registry,paths,tarvik items queries exports", layers, " ")
+    for (number in layers) {
+      count = split(layers[number], folders, ",")
+      for (i = 1; i <= count; i++) rank[folders[i]] = number + 0
+    }
+  }
+  !layer($1) || !layer($2) { print "src/" $1 " includes " $2 ": no known layer" }
+  layer($2) > layer($1) { print "src/" $1 " includes " $2 ": upward" }' <<<"$includes")
+
+circles=$(tsort <<<"$includes" 2>&1 >/dev/null || true)
+
+# The command lives outside: the public headers and its own files are all it sees.
+inside=$(grep --recursive --line-number '^#include ".*/' tools | grep -Ev '"(tarvik/tarvik|corekit/corekit)\.h"' || true)
+
+if [[ -n $upward$circles$inside ]]; then
+  printf '%s\n' "$upward" "$circles" "$inside" | sed '/^$/d' >&2
+  exit 1
+fi
