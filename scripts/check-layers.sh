@@ -10,9 +10,9 @@ includes=$(cd src && grep --recursive --include='*.h' --include='*.cpp' '^#inclu
 
 # shellcheck disable=SC2016  # awk's to expand
 upward=$(awk '
-  function layer(path) {
-    match(path, path ~ /^host\// ? /^host\/[^\/]*/ : /^[^\/]*/)
-    return rank[substr(path, 1, RLENGTH)]
+  function layer(path, parts) {
+    split(path, parts, "/")
+    return rank[parts[1] == "host" ? parts[1] "/" parts[2] : parts[1]]
   }
   BEGIN {
     # The record of the registry owns an element map and the path operations read a record: those two share a layer.
