@@ -1,0 +1,26 @@
+#!/bin/bash
+# Builds the fuzz targets and runs each for a number of seconds, from the seeds in fuzz/corpus/<target>:
+#   scripts/fuzz.sh <seconds> [target...]
+# New inputs go to build/fuzz/corpus, what made a target fail to build/fuzz/findings.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+seconds=$1
+shift
+
+scripts/install-packages.sh build check
+cmake --preset fuzz --log-level=WARNING
+cmake --build --preset fuzz
+
+targets=("$@")
+((${#targets[@]})) || mapfile -t targets < <(cd build/fuzz/bin && compgen -G 'fuzz_*')
+mkdir -p build/fuzz/findings
+for target in "${targets[@]}"; do
+  found=build/fuzz/corpus/$target
+  seeds=fuzz/corpus/$target
+  mkdir -p "$found"
+  echo "$target"
+  corpora=("$found")
+  [[ ! -d $seeds ]] || corpora+=("$seeds")
+  "build/fuzz/bin/$target" -max_total_time="$seconds" -timeout=20 -print_final_stats=1 -verbosity=0 \
+    -artifact_prefix=build/fuzz/findings/ "${corpora[@]}"
+done
