@@ -7,49 +7,53 @@
 namespace platform {
 namespace {
 
-// True when the first hit for these bytes begins a character, whatever stands around it.
-bool BytesAreEnough(Charset charset, char firstByte) noexcept {
-  if (charset.kind == CharsetKind::SingleByte) return true;
-  return charset.kind == CharsetKind::Utf8 && static_cast<unsigned char>(firstByte) < 0x80;
+// True when bytes that begin and end with these two are whole characters wherever they are found.
+bool BytesAreEnough(Charset charset, char first, char last) noexcept {
+  const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+  return charset.kind == CharsetKind::SingleByte ||
+         (charset.kind == CharsetKind::Utf8 && isAscii(first) && isAscii(last));
 }
 
-// findBytes gives the next hit at or after a place, or null. Bytes are found fast; a hit counts when it begins a character.
+// findBytes gives the next hit at or after a place, or null. Bytes are found fast; a hit of `size` of them counts when it
+// begins with a character and ends with one.
 template <class FindBytes>
-const char* FindAtCharacter(Charset charset, const char* text, FindBytes findBytes) noexcept {
+const char* FindWhole(Charset charset, const char* text, std::size_t size, FindBytes findBytes) noexcept {
   const char* character = text;
+  const auto goTo = [&](const char* place) {
+    while (character < place) character += CharacterLength(charset, character, SIZE_MAX);
+    return character == place;
+  };
   for (const char* hit = findBytes(text); hit != nullptr; hit = findBytes(character)) {
-    while (character < hit) character += CharacterLength(charset, character, SIZE_MAX);
-    if (character == hit) return hit;
+    if (!goTo(hit)) continue;
+    const char* const next = hit + CharacterLength(charset, hit, SIZE_MAX);
+    if (goTo(hit + size)) return hit;
+    character = next;
   }
   return nullptr;
 }
 
 const char* FindWholeChar(Charset charset, const char* text, char wanted) noexcept {
-  const char* hit = text;
-  while ((hit = FindAtCharacter(charset, hit, [&](const char* from) { return std::strchr(from, wanted); })) != nullptr) {
-    const std::size_t length = CharacterLength(charset, hit, SIZE_MAX);
-    if (length == 1) return hit;
-    hit += length; // only the first byte of a longer character
-  }
-  return nullptr;
+  return FindWhole(charset, text, 1, [&](const char* from) { return std::strchr(from, wanted); });
 }
 
 } // namespace
 
 const char* MbsFind(const char* text, const char* wanted) noexcept {
   const Charset charset = CurrentCharset();
-  if (BytesAreEnough(charset, *wanted)) return std::strstr(text, wanted);
-  return FindAtCharacter(charset, text, [&](const char* from) { return std::strstr(from, wanted); });
+  const std::size_t size = std::strlen(wanted);
+  if (size == 0) return text;
+  if (BytesAreEnough(charset, wanted[0], wanted[size - 1])) return std::strstr(text, wanted);
+  return FindWhole(charset, text, size, [&](const char* from) { return std::strstr(from, wanted); });
 }
 
 const char* MbsFindChar(const char* text, char wanted) noexcept {
   const Charset charset = CurrentCharset();
-  return BytesAreEnough(charset, wanted) ? std::strchr(text, wanted) : FindWholeChar(charset, text, wanted);
+  return BytesAreEnough(charset, wanted, wanted) ? std::strchr(text, wanted) : FindWholeChar(charset, text, wanted);
 }
 
 const char* MbsFindLastChar(const char* text, char wanted) noexcept {
   const Charset charset = CurrentCharset();
-  if (wanted == '\0' || BytesAreEnough(charset, wanted)) return std::strrchr(text, wanted);
+  if (wanted == '\0' || BytesAreEnough(charset, wanted, wanted)) return std::strrchr(text, wanted);
   const char* last = nullptr;
   for (const char* hit = FindWholeChar(charset, text, wanted); hit != nullptr;
        hit = FindWholeChar(charset, hit + 1, wanted)) {
