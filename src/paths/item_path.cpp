@@ -8,6 +8,15 @@
 #include "text/log.h"
 #include "text/narrow_name.h"
 
+namespace {
+
+// Separators are nearly always one character, which is found without looking at the text behind it.
+const char* FindSeparator(const char* source, const char* separator) noexcept {
+  return separator[1] == '\0' ? platform::MbsFindChar(source, separator[0]) : platform::MbsFind(source, separator);
+}
+
+} // namespace
+
 char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity, const char* separator) {
   const Trace trace(L"ReturnTokenFromString");
   if (capacity != 0) token[0] = '\0';
@@ -16,7 +25,7 @@ char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capac
     return nullptr;
   }
 
-  const char* const end = platform::MbsFind(source, separator);
+  const char* const end = FindSeparator(source, separator);
   if (end == nullptr) {
     if (capacity == 0) return nullptr;
     platform::MbsCopyBytes(token, source, capacity - 1);
