@@ -15,6 +15,23 @@ const char* FindSeparator(const char* source, const char* separator) noexcept {
   return separator[1] == '\0' ? platform::MbsFindChar(source, separator[0]) : platform::MbsFind(source, separator);
 }
 
+bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
+  const Ostrum::Element& root = record.document->GetRoot();
+  if (root.IsNull()) {
+    LogDetail(L"Root element is NULL");
+    return false;
+  }
+  const NarrowName rootName(root.GetName());
+  if (rootName.Text() == nullptr) {
+    LogDetail(L"Unicode to multi-byte conversion returned NULL");
+    return false;
+  }
+
+  const bool isRoot = std::strncmp(path, rootName.Text(), std::strlen(rootName.Text())) == 0;
+  LogDetail(path, isRoot ? L" is a group" : L" is a group ID");
+  return isRoot;
+}
+
 } // namespace
 
 char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity, const char* separator) {
@@ -40,27 +57,6 @@ char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capac
   }
   return const_cast<char*>(end + std::strlen(separator));
 }
-
-namespace {
-
-bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
-  const Ostrum::Element& root = record.document->GetRoot();
-  if (root.IsNull()) {
-    LogDetail(L"Root element is NULL");
-    return false;
-  }
-  const NarrowName rootName(root.GetName());
-  if (rootName.Text() == nullptr) {
-    LogDetail(L"Unicode to multi-byte conversion returned NULL");
-    return false;
-  }
-
-  const bool isRoot = std::strncmp(path, rootName.Text(), std::strlen(rootName.Text())) == 0;
-  LogDetail(path, isRoot ? L" is a group" : L" is a group ID");
-  return isRoot;
-}
-
-} // namespace
 
 int IsRootInPath(const XmlFileRecord& record, const char* path) noexcept {
   const Trace trace(L"IsRootInPath");
