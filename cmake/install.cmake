@@ -1,4 +1,4 @@
-# What `cmake --install` lays down, and the Debian package that holds the same.
+# What `cmake --install` lays down.
 include(CMakePackageConfigHelpers)
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/tarvik)
@@ -28,10 +28,4 @@ endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tarvik.pc.in ${PROJECT_BINARY_DIR}/tarvik.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME tarvik)
-set(CPACK_PACKAGE_CONTACT "The Tarvik authors")
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-include(CPack)
+include(package)

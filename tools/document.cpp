@@ -24,13 +24,17 @@ void UseKey(const std::string& keyFile) {
 
 std::string WhyNotOpened(std::uint32_t code, const Options& options) {
   switch (code) {
-    case XmlOutOfMemory: return "is not well-formed XML, or too large for the memory";
-    case XmlFileNotFound: return "there is no such file";
-    case XmlFileUnreadable: return "is there but can't be read";
+    case XmlOutOfMemory:
+      return "is not well-formed XML, or too large for the memory";
+    case XmlFileNotFound:
+      return "there is no such file";
+    case XmlFileUnreadable:
+      return "is there but can't be read";
     case XmlFileNotText:
       return options.encrypted ? "is damaged, enciphered with another key, or not enciphered"
                                : "is no text in an encoding that is understood; an enciphered file needs --encrypted";
-    default: return "could not be opened (result code " + std::to_string(code) + ")";
+    default:
+      return "could not be opened (result code " + std::to_string(code) + ")";
   }
 }
 
@@ -107,7 +111,9 @@ void Document::Set(const std::string& path, const std::string& item, bool isAttr
   const char* itemType = isAttribute ? "ATTRIBUTE" : "ELEMENT";
   const auto code = SetXMLItem(list, cookie, path.c_str(), item.c_str(), itemType, value.c_str());
   if (code == XmlSuccess) return;
-  const std::string place = file + ": " + path + "\\" + item;
-  if (code == XmlOutOfMemory) throw CommandError(place + ": out of memory; the file is as it was");
-  throw CommandError(place + ": not set: XML can't carry the name or value, or the file can't be written; it is as it was");
+  const std::string place = file + ": " + path + "\\" + item + ": ";
+  const std::string reason = ToLocale(log.Reason());
+  if (!reason.empty()) throw CommandError(place + "not saved: " + reason);
+  if (code == XmlOutOfMemory) throw CommandError(place + "not saved: out of memory");
+  throw CommandError(place + "not set: the name or the value is nothing that XML can carry");
 }

@@ -10,9 +10,9 @@
 #include "document.h"
 
 struct FoundGroup {
-  std::string id;       // empty: the root
-  std::string root;     // the root's name, where the path began with it
-  std::string ownName;  // the last name of the path, without number and attribute filter
+  std::string id;        // empty: the root
+  std::string root;      // the root's name, where the path began with it
+  std::string ownName;   // the last name of the path, without number and attribute filter
   bool byNumber = false; // a number in the path chose among repeated elements
 
   // The path by which items of a group are read. A group ID that begins with the root's name would lose it to the library;

@@ -17,7 +17,7 @@ class LogListener {
   // The library's latest line.
   const std::wstring& LatestLine() const { return latestLine; }
 
-  // Why the document library refused the latest document: "line:column: reason"; empty when it gave no reason.
+  // What the document library said last: why it refused a document ("line:column: reason") or could not write a file.
   const std::wstring& Reason() const { return reason; }
 
  private:

@@ -11,10 +11,14 @@ namespace {
 
 std::string_view Sequence(Colour colour) {
   switch (colour) {
-    case Colour::Red: return "\033[1;31m";
-    case Colour::Green: return "\033[32m";
-    case Colour::Dim: return "\033[2m";
-    case Colour::Bold: return "\033[1m";
+    case Colour::Red:
+      return "\033[1;31m";
+    case Colour::Green:
+      return "\033[32m";
+    case Colour::Dim:
+      return "\033[2m";
+    case Colour::Bold:
+      return "\033[1m";
   }
   return "";
 }
@@ -27,7 +31,8 @@ bool ShowsColours(Stream stream) {
 }
 
 std::string OnOneLine(std::string text) {
-  std::replace_if(text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
   return text;
 }
 

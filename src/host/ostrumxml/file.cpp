@@ -3,7 +3,9 @@
 #include <climits>
 #include <new>
 #include <stdexcept>
+#include <system_error>
 
+#include "corekit/corekit.h"
 #include "host/ostrumxml/file_text.h"
 #include "platform/platform.h"
 
@@ -33,6 +35,16 @@ long Read(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, 
   return ReadDone;
 }
 
+// The system's reason would be lost to whoever only learns that the save failed.
+void Replace(const wchar_t* fileName, const std::string& bytes) {
+  try {
+    platform::ReplaceWholeFile(fileName, bytes);
+  } catch (const std::system_error& failure) {
+    corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
+    throw;
+  }
+}
+
 } // namespace
 
 long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding,
@@ -53,7 +65,7 @@ void WriteBufferToFile(const wchar_t* fileName, const DocumentText& text, UTF_EN
   if (encrypt != nullptr && !encrypt(text.Utf8(), enciphered)) throw std::runtime_error("the bytes were not enciphered");
   const std::string& bytes = encrypt != nullptr ? enciphered : text.Utf8();
   if (check != nullptr && !check(bytes)) throw std::runtime_error("the bytes were refused");
-  platform::ReplaceWholeFile(fileName, bytes);
+  Replace(fileName, bytes);
 }
 
 } // namespace Ostrum
