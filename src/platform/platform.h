@@ -10,7 +10,8 @@
 
 namespace platform {
 
-// --- Multibyte strings -------------------------------------------------------------------------------------------------
+// Multibyte strings
+//
 // All are aware of characters of several bytes in the locale's character set: a search never hits the second half of a
 // character, a copy never splits one. A byte that begins no valid character counts as a character of its own.
 
@@ -22,8 +23,8 @@ int MbsCompareNoCase(const char* left, const char* right) noexcept;
 int MbsCompareBytes(const char* left, const char* right, std::size_t count) noexcept;
 int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept;
 
-// Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros. Adds no
-// terminating zero of its own when source fills all of them.
+// Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros.
+// Adds no terminating zero of its own when source fills all of them.
 void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
 // Appends at most `count` bytes of source, whole characters only, and a terminating zero.
 void MbsAppendBytes(char* target, const char* source, std::size_t count) noexcept;
@@ -33,11 +34,11 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// True when each of the 127 ASCII characters stands for itself, as one byte, in the current locale's character set, so that
-// plain ASCII text needs no conversion. Cheap; follows a change of the locale.
+// True when each of the 127 ASCII characters stands for itself, as one byte, in the current locale's character set, so
+// that plain ASCII text needs no conversion. Cheap; follows a change of the locale.
 bool AsciiIsPlain() noexcept;
 
-// --- Random numbers, time ----------------------------------------------------------------------------------------------
+// Random numbers, time
 
 // 32 bits from the system's cryptographically secure source. On failure false, and number is left as it was.
 bool DrawRandom(std::uint32_t& number) noexcept;
@@ -46,7 +47,25 @@ bool DrawRandom(std::uint32_t& number) noexcept;
 // another one in its place.
 void Sleep(std::uint32_t milliseconds) noexcept;
 
-// --- Files -------------------------------------------------------------------------------------------------------------
+// Memory
+//
+// Pages that are touched for the first time cost more than what is done with them. These blocks come in the largest pages
+// that the system has.
+
+inline constexpr std::size_t largeBlockSize = std::size_t{2} << 20;
+
+// A block of largeBlockSize bytes, uninitialized. Throws std::bad_alloc.
+void* AllocateLargeBlock();
+void ReleaseLargeBlock(void* block) noexcept;
+
+// Asks for large pages in memory of any origin that is about to be filled. Can be ignored.
+void PreferLargePages(void* memory, std::size_t size) noexcept;
+
+// Tells the allocator that memory in megabytes comes and goes, so that it keeps what is given back for the next time
+// instead of returning it to the system page by page.
+void ExpectLargeAllocations() noexcept;
+
+// Files
 
 enum class ReadStatus {
   Done,
@@ -59,14 +78,14 @@ enum class ReadStatus {
 // Throws std::bad_alloc; bytes is then of unspecified content.
 ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes);
 
-// Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The new
-// bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions and
-// replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused.
-// Throws std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary file
+// Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The
+// new bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions
+// and replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused. Throws
+// std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary file
 // stays.
 void ReplaceWholeFile(const wchar_t* name, std::string_view bytes);
 
-// --- Authenticated encryption: AES-256-GCM -----------------------------------------------------------------------------
+// Authenticated encryption: AES-256-GCM
 
 inline constexpr std::size_t cipherKeySize = 32;
 inline constexpr std::size_t cipherNonceSize = 12;
@@ -78,7 +97,8 @@ bool FillRandom(void* target, std::size_t size) noexcept;
 // Writes size bytes of ciphertext and the tag. header is authenticated, not enciphered. False on failure.
 bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
                 std::uint8_t* cipher, std::uint8_t* tag) noexcept;
-// Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without meaning.
+// Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without
+// meaning.
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
                 const std::uint8_t* tag, std::uint8_t* plain) noexcept;
 

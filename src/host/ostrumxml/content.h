@@ -35,9 +35,9 @@ struct ElementChange {
 
   std::vector<SetAttribute> attributes;
   std::optional<std::string> text;
-  std::vector<Element*> created;    // children made since, also in Element::children, where they stand last
-  std::uint32_t childCapacity = 0;  // of Element::children; 0 while that is as it was parsed
-  std::string lead;                 // of a created element: the white space that puts it on a line of its own
+  std::vector<Element*> created;   // children made since, also in Element::children, where they stand last
+  std::uint32_t childCapacity = 0; // of Element::children; 0 while that is as it was parsed
+  std::string lead;                // of a created element: the white space that puts it on a line of its own
 };
 
 // Values that use entities of the document's own: only the parser knows what these stand for.
@@ -54,7 +54,7 @@ struct AttributeDeclaration {
 using AttributeDeclarations = std::map<std::string, AttributeDeclaration, std::less<>>;
 
 struct Content {
-  explicit Content(std::string text) : source(std::move(text)) {}
+  explicit Content(std::string text) : source(std::move(text)), arena(source.size()) {}
 
   const Name& Intern(std::string_view utf8); // copies a text that is new
   ElementChange& ChangeOf(Element& element); // made where there is none

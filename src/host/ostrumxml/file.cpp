@@ -14,12 +14,17 @@ namespace {
 
 long Read(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
           ByteFilter decrypt) {
+  platform::ExpectLargeAllocations();
   std::string bytes;
   switch (platform::ReadWholeFile(fileName, INT_MAX, bytes)) {
-    case platform::ReadStatus::Done: break;
-    case platform::ReadStatus::Missing: return ReadNoFile;
-    case platform::ReadStatus::Unreadable: return ReadUnreadable;
-    case platform::ReadStatus::TooLong: return ReadTooLong;
+    case platform::ReadStatus::Done:
+      break;
+    case platform::ReadStatus::Missing:
+      return ReadNoFile;
+    case platform::ReadStatus::Unreadable:
+      return ReadUnreadable;
+    case platform::ReadStatus::TooLong:
+      return ReadTooLong;
   }
   byteCount = static_cast<unsigned long>(bytes.size());
 
@@ -62,7 +67,8 @@ void WriteBufferToFile(const wchar_t* fileName, const DocumentText& text, UTF_EN
                        ByteCheck check) {
   if (encoding != UTF_8) throw std::invalid_argument("documents are written in UTF-8 only");
   std::string enciphered;
-  if (encrypt != nullptr && !encrypt(text.Utf8(), enciphered)) throw std::runtime_error("the bytes were not enciphered");
+  if (encrypt != nullptr && !encrypt(text.Utf8(), enciphered))
+    throw std::runtime_error("the bytes were not enciphered");
   const std::string& bytes = encrypt != nullptr ? enciphered : text.Utf8();
   if (check != nullptr && !check(bytes)) throw std::runtime_error("the bytes were refused");
   Replace(fileName, bytes);

@@ -8,18 +8,16 @@ namespace {
 
 constexpr bool wideIsUtf16 = sizeof(wchar_t) == 2;
 
-bool IsContinuation(unsigned char byte) {
-  return (byte & 0xC0U) == 0x80U;
-}
+bool IsContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
 
-// Bytes of plain ASCII at the start of the text, in steps of eight while that goes.
+// Bytes of plain ASCII at the start of the text, in steps of 32 while that goes.
 std::size_t AsciiPrefix(std::string_view text) {
   std::size_t length = 0;
-  while (length + sizeof(std::uint64_t) <= text.size()) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data() + length, sizeof word);
-    if ((word & 0x8080808080808080U) != 0) break;
-    length += sizeof word;
+  std::uint64_t words[4];
+  while (length + sizeof words <= text.size()) {
+    std::memcpy(words, text.data() + length, sizeof words);
+    if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080U) != 0) break;
+    length += sizeof words;
   }
   while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80U) ++length;
   return length;
@@ -47,9 +45,7 @@ Sequence DecodeSequence(std::string_view text) {
   return {character, length};
 }
 
-std::size_t WideUnitsOf(char32_t character) {
-  return wideIsUtf16 && character > 0xFFFF ? 2 : 1;
-}
+std::size_t WideUnitsOf(char32_t character) { return wideIsUtf16 && character > 0xFFFF ? 2 : 1; }
 
 void AppendWide(char32_t character, std::wstring& wide) {
   if (WideUnitsOf(character) == 1) {

@@ -24,22 +24,19 @@ ssize_t ReadSome(const FileDescriptor& file, char* buffer, std::size_t size) noe
   return count;
 }
 
-// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it with
-// zeros, so that fresh memory is touched twice.
+// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it
+// with zeros, so that fresh memory is touched twice.
 ReadStatus ReadUntilEnd(const FileDescriptor& file, std::size_t expected, std::size_t limit, std::string& bytes) {
-  constexpr std::size_t smallestBuffer = 4096;
-  constexpr std::size_t largestBuffer = 65536;
-  const std::size_t bufferSize = std::clamp(expected + 1, smallestBuffer, largestBuffer);
-  const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
-
+  char buffer[16'384];
   bytes.clear();
   bytes.reserve(expected);
+  PreferLargePages(bytes.data(), expected);
   for (;;) {
-    const ssize_t count = ReadSome(file, buffer.get(), bufferSize);
+    const ssize_t count = ReadSome(file, buffer, sizeof buffer);
     if (count < 0) return ReadStatus::Unreadable;
     if (count == 0) return ReadStatus::Done;
     if (static_cast<std::size_t>(count) > limit - bytes.size()) return ReadStatus::TooLong;
-    bytes.append(buffer.get(), static_cast<std::size_t>(count));
+    bytes.append(buffer, static_cast<std::size_t>(count));
   }
 }
 
