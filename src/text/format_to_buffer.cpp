@@ -47,26 +47,27 @@ class Writer {
 };
 
 bool HasOnlyTextsAndNumbers(const char* format) noexcept {
-  for (const char* mark = std::strchr(format, '%'); mark != nullptr; mark = std::strchr(mark + 2, '%')) {
-    if (mark[1] != 's' && mark[1] != 'd') return false;
+  for (; *format != '\0'; ++format) {
+    if (*format != '%') continue;
+    ++format;
+    if (*format != 's' && *format != 'd') return false;
   }
   return true;
 }
 
-// The formats in use hold only "%s" and "%d". Formatting those by hand takes a fifth of vsnprintf's time, which every group
+// The formats in use hold only "%s" and "%d". Formatting those by hand takes a quarter of vsnprintf's time, which every group
 // and every item that is read would pay.
 int FormatTextsAndNumbers(char* buffer, std::size_t capacity, const char* format, std::va_list values) noexcept {
   Writer writer(buffer, capacity);
-  while (const char* mark = std::strchr(format, '%')) {
-    writer.Append(format, static_cast<std::size_t>(mark - format));
-    if (mark[1] == 's') {
+  for (; *format != '\0'; ++format) {
+    if (*format != '%') {
+      writer.Append(format, 1);
+    } else if (*++format == 's') {
       writer.Append(va_arg(values, const char*));
     } else {
       writer.Append(va_arg(values, int));
     }
-    format = mark + 2;
   }
-  writer.Append(format, std::strlen(format));
   return writer.Finish();
 }
 
