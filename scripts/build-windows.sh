@@ -51,15 +51,6 @@ build_dependency() {
   fi
 }
 
-# The header-only libraries of the command are the same on every system: they are taken out of this system's packages.
-copy_headers() {
-  dpkg --listfiles libcli11-dev nlohmann-json3-dev | grep -E '^/usr/(include|share/cmake)/' | while read -r path; do
-    if [[ -f $path ]]; then
-      install -D --mode=644 "$path" "$targetRoot/${path#/usr/}"
-    fi
-  done
-}
-
 build_dependencies() {
   [[ ! -e $targetRoot/complete ]] || return 0
   fetch_expat
@@ -70,7 +61,6 @@ build_dependencies() {
   build_dependency expat "$expat" -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF \
     -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF
   build_dependency googletest /usr/src/googletest
-  copy_headers
   touch "$targetRoot/complete"
 }
 
