@@ -17,8 +17,8 @@ class PathSteps {
  public:
   enum class Cutting { Silent, Logged };
 
-  // path must outlive this object and have less than 4 GiB. An empty one has no components; one that ends in a separator
-  // ends in an empty component.
+  // path must outlive this object and have less than 4 GiB. An empty one has no components; one that ends in a
+  // separator ends in an empty component.
   PathSteps(const char* path, Cutting cutting) noexcept
       : rest(*path == '\0' ? nullptr : path), isLogged(cutting == Cutting::Logged) {}
 

@@ -6,14 +6,15 @@
 #include "items/path_steps.h"
 #include "registry/record.h"
 
-// Walks from the root to the element that a path names, making what is missing, and enters what it makes into the element
-// map under the path that led there. Every function throws std::bad_alloc, or std::runtime_error or std::invalid_argument
-// when the document library refuses; what was done before stays.
+// Walks from the root to the element that a path names, making what is missing, and enters what it makes into the
+// element map under the path that led there. Every function throws std::bad_alloc, or std::runtime_error or
+// std::invalid_argument when the document library refuses; what was done before stays.
 class SetWalk {
  public:
   explicit SetWalk(XmlFileRecord& record) noexcept : record(record), current(&record.document->GetRoot()) {}
 
-  // Goes on to the first child whose name begins with the component's, made if there is none, and sets its attribute part.
+  // Goes on to the first child whose name begins with the component's, made if there is none, and sets its attribute
+  // part.
   void Enter(const PathStep& step);
   // Sets the attribute of the element reached.
   void SetAttribute(const std::string& name, const std::string& value);

@@ -11,7 +11,8 @@ class ValueBuffer {
   ValueBuffer(char* text, std::uint32_t capacity) noexcept : text(text), capacity(capacity) {}
 
   bool IsWanted() const noexcept { return text != nullptr && capacity > 0; }
-  // Stores the value, cut to capacity - 1 bytes. What stands behind the terminating zero stays. Without a buffer, nothing.
+  // Stores the value, cut to capacity - 1 bytes. What stands behind the terminating zero stays. Without a buffer,
+  // nothing.
   void Store(const char* value) const noexcept {
     if (IsWanted()) FormatToBuffer(text, capacity, "%s", value);
   }

@@ -28,13 +28,15 @@ std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& setting
 } // namespace
 
 void ClearDetectionInfo(DetectionInfo& info) noexcept {
-  for (std::string* field : {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion,
-                             &info.Branch, &info.PackageType, &info.EngineFile, &info.Version}) {
+  for (std::string* field :
+       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
+        &info.PackageType, &info.EngineFile, &info.Version}) {
     field->clear();
   }
 }
 
-std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item, std::string& field) {
+std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item,
+                        std::string& field) {
   QueryText value;
   const std::uint32_t code = document.Read(group.Text(), item, value);
   if (code == XmlSuccess) field = value.Text();

@@ -13,9 +13,10 @@ struct DetectionGroups {
 
 void ClearDetectionInfo(DetectionInfo& info) noexcept;
 
-// Reads an item of a group into a field, which stays as it was when there is none. Gives the read's code. Like everything
-// here it throws std::bad_alloc when the field can't grow.
-std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item, std::string& field);
+// Reads an item of a group into a field, which stays as it was when there is none. Gives the read's code. Like
+// everything here it throws std::bad_alloc when the field can't grow.
+std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item,
+                        std::string& field);
 
 // Fills MinimumDATVersion and EngineFile from the language package's extra settings. XmlSuccess too when it has none.
 std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& language, DetectionInfo& info);

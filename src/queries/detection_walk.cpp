@@ -10,8 +10,8 @@ class DetectionWalk {
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
       : document(document), position(position), info(info) {}
 
-  // Finds the next pair of equal branch and fills the record from it. The packages that ran out end it with XmlNotFound; what
-  // fails inside a package only ends the look at that package.
+  // Finds the next pair of equal branch and fills the record from it. The packages that ran out end it with
+  // XmlNotFound; what fails inside a package only ends the look at that package.
   std::uint32_t Next() {
     std::uint32_t package = position[0];
     bool matched = false;

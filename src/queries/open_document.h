@@ -7,7 +7,8 @@
 
 #include "tarvik/tarvik.h"
 
-// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind the zero is not cleared.
+// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind the zero is not
+// cleared.
 class QueryText {
  public:
   static constexpr std::uint32_t size = 260;
@@ -32,7 +33,9 @@ struct QueryItem {
 
 constexpr QueryItem TextOf(const char* child) { return {child, "ELEMENT", nullptr}; }
 // The attribute of the group's own element, whose name is given too.
-constexpr QueryItem AttributeOf(const char* element, const char* attribute) { return {element, "ATTRIBUTE", attribute}; }
+constexpr QueryItem AttributeOf(const char* element, const char* attribute) {
+  return {element, "ATTRIBUTE", attribute};
+}
 
 // Every function gives the code of the one exported function that it calls.
 class OpenDocument {

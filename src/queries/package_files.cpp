@@ -25,7 +25,8 @@ std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item, st
 
 } // namespace
 
-std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie, std::vector<FileListEntry>* files) {
+std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie,
+                                      std::vector<FileListEntry>* files) {
   const OpenDocument document(list, *cookie);
   QueryText item;
   for (std::uint32_t n = 1;; ++n) {

@@ -21,6 +21,6 @@ std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint
 
   *enabled = platform::MbsCompare(status.Text(), "Enabled") == 0;
   if (capacity == 0) return XmlSuccess;
-  return GetXMLItem(list, *cookie, "SiteStatus", "SiteStatus", "ATTRIBUTE", "CatalogVersion", "ATTRIBUTE", catalogVersion,
-                    capacity);
+  return GetXMLItem(list, *cookie, "SiteStatus", "SiteStatus", "ATTRIBUTE", "CatalogVersion", "ATTRIBUTE",
+                    catalogVersion, capacity);
 }

@@ -1,5 +1,5 @@
-// Drives the built library as a foreign program would: loaded at run time, its functions found by their exported names. Its
-// corekit is the one that this program links. Openings wait here, so there are few.
+// Drives the built library as a foreign program would: loaded at run time, its functions found by their exported names.
+// Its corekit is the one that this program links. Openings wait here, so there are few.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -65,7 +65,9 @@ constexpr const char* catalog =
     "    <LangPackage Branch='Current' Version='1.0'>\n"
     "      <LangID>0409</LangID><PackageType>Full</PackageType>\n"
     "      <ExtraSettings><Setting Name='EngineFile'>e.bin</Setting></ExtraSettings>\n"
-    "      <FileList><FileItem><Name>a</Name><Hash>1</Hash></FileItem><FileItem><Name>b</Name><Hash>2</Hash></FileItem></FileList>\n"
+    "      "
+    "<FileList><FileItem><Name>a</Name><Hash>1</Hash></FileItem><FileItem><Name>b</Name><Hash>2</Hash></FileItem></"
+    "FileList>\n"
     "    </LangPackage>\n"
     "    <LangPackage Branch='Current' Version='1.1'/>\n"
     "  </ProductPackage>\n"
@@ -90,7 +92,8 @@ class LoadedLibrary : public testing::TestWithParam<bool> {
   void Open() { ASSERT_EQ(tarvik.OpenXML(list, name.c_str(), 4, GetParam(), &cookie), XmlSuccess); }
   std::string Item(const char* path, const char* item, std::int32_t index) {
     std::array<char, 32> value{};
-    EXPECT_EQ(tarvik.EnumXMLItem(list, cookie, path, item, "ELEMENT", index, nullptr, nullptr, value.data(), 32), XmlSuccess);
+    EXPECT_EQ(tarvik.EnumXMLItem(list, cookie, path, item, "ELEMENT", index, nullptr, nullptr, value.data(), 32),
+              XmlSuccess);
     return value.data();
   }
   std::string Group(const char* path, std::uint32_t occurrence, std::string id = "") {
@@ -134,7 +137,8 @@ TEST_P(LoadedLibrary, ServesAWholeSession) {
   const std::string language = Group("LangPackage", 2, package);
   EXPECT_EQ(language, "ProductPackage\\LangPackage2");
   std::array<char, 8> value{};
-  EXPECT_EQ(tarvik.GetXMLItem(list, cookie, language.c_str(), "LangPackage", "ATTRIBUTE", "Version", "ATTRIBUTE", value.data(), 3),
+  EXPECT_EQ(tarvik.GetXMLItem(list, cookie, language.c_str(), "LangPackage", "ATTRIBUTE", "Version", "ATTRIBUTE",
+                              value.data(), 3),
             XmlSuccess);
   EXPECT_STREQ(value.data(), "1.");
 

@@ -20,33 +20,47 @@ struct SetCase {
 };
 
 const SetCase setCases[] = {
-    {"text is replaced alone", "<?xml version='1.0'?>\n<!DOCTYPE Root>\n<Root  a = 'x' >\r\n\t<S><!-- k -->1<T/>2</S>\r\n</Root >\n<!-- end -->\n",
-     "Root", "S", "ELEMENT", "3", "<?xml version='1.0'?>\n<!DOCTYPE Root>\n<Root  a = 'x' >\r\n\t<S><!-- k -->3<T/></S>\r\n</Root >\n<!-- end -->\n"},
-    {"a new element stands on a line of its own", "<Root>\n  <S>\n    <A>1</A>\n  </S>\n</Root>", "Root\\S", "T", "ELEMENT", "30",
-     "<Root>\n  <S>\n    <A>1</A>\n    <T>30</T>\n  </S>\n</Root>"},
-    {"the root's name may be left out", "<Root><S>1</S></Root>", "S", "T", "ELEMENT", "2", "<Root><S>1<T>2</T></S></Root>"},
-    {"missing elements of the path are made", "<Root/>", "A\\B", "C", "ELEMENT", "x", "<Root><A><B><C>x</C></B></A></Root>"},
-    {"an element is made in one that has only text", "<Root><A>A</A></Root>", "A", "A", "ELEMENT", "x", "<Root><A>A<A>x</A></A></Root>"},
-    {"the first that begins with the name is taken", "<Root><Settings>1</Settings><Set>2</Set></Root>", "Root", "Set", "ELEMENT", "3",
-     "<Root><Settings>3</Settings><Set>2</Set></Root>"},
+    {"text is replaced alone",
+     "<?xml version='1.0'?>\n<!DOCTYPE Root>\n<Root  a = 'x' >\r\n\t<S><!-- k -->1<T/>2</S>\r\n</Root >\n<!-- end "
+     "-->\n",
+     "Root", "S", "ELEMENT", "3",
+     "<?xml version='1.0'?>\n<!DOCTYPE Root>\n<Root  a = 'x' >\r\n\t<S><!-- k -->3<T/></S>\r\n</Root >\n<!-- end "
+     "-->\n"},
+    {"a new element stands on a line of its own", "<Root>\n  <S>\n    <A>1</A>\n  </S>\n</Root>", "Root\\S", "T",
+     "ELEMENT", "30", "<Root>\n  <S>\n    <A>1</A>\n    <T>30</T>\n  </S>\n</Root>"},
+    {"the root's name may be left out", "<Root><S>1</S></Root>", "S", "T", "ELEMENT", "2",
+     "<Root><S>1<T>2</T></S></Root>"},
+    {"missing elements of the path are made", "<Root/>", "A\\B", "C", "ELEMENT", "x",
+     "<Root><A><B><C>x</C></B></A></Root>"},
+    {"an element is made in one that has only text", "<Root><A>A</A></Root>", "A", "A", "ELEMENT", "x",
+     "<Root><A>A<A>x</A></A></Root>"},
+    {"the first that begins with the name is taken", "<Root><Settings>1</Settings><Set>2</Set></Root>", "Root", "Set",
+     "ELEMENT", "3", "<Root><Settings>3</Settings><Set>2</Set></Root>"},
     {"an attribute part never chooses", "<Root><A k='1'/><A k='2'>x</A></Root>", "A&k=2", "B", "ELEMENT", "y",
      "<Root><A k='2'><B>y</B></A><A k='2'>x</A></Root>"},
-    {"an item name with an attribute part", "<Root><N>1</N></Root>", "Root", "N&u=ms&x=", "ELEMENT", "2", "<Root><N u=\"ms&amp;x=\">2</N></Root>"},
+    {"an item name with an attribute part", "<Root><N>1</N></Root>", "Root", "N&u=ms&x=", "ELEMENT", "2",
+     "<Root><N u=\"ms&amp;x=\">2</N></Root>"},
     {"an item name of several components", "<Root/>", "", "A\\B", "ELEMENT", "x", "<Root><A><B>x</B></A></Root>"},
     {"attribute parts without name or value say nothing", "<Root/>", "A&k=\\B&=v\\C&k\\D&", "E", "ELEMENT", "x",
      "<Root><A><B><C><D><E>x</E></D></C></B></A></Root>"},
-    {"an attribute changes in its tag", "<Root><S  Mode = 'Slow'\n/></Root>", "Root\\S", "Mode", "ATTRIBUTE", "Fast", "<Root><S  Mode = 'Fast'\n/></Root>"},
-    {"a new attribute follows the last", "<Root><S a='1' /></Root>", "S", "Mode", "ATTRIBUTE", "Fast", "<Root><S a='1' Mode=\"Fast\" /></Root>"},
-    {"an attribute's value may hold separators", "<Root><S/></Root>", "S", "k", "ATTRIBUTE", "a\\b&c=d", "<Root><S k=\"a\\b&amp;c=d\"/></Root>"},
-    {"a component with an attribute part takes the item's too", "<Root/>", "A&u=1", "k", "ATTRIBUTE", "2", "<Root><A u=\"1\" k=\"2\"/></Root>"},
+    {"an attribute changes in its tag", "<Root><S  Mode = 'Slow'\n/></Root>", "Root\\S", "Mode", "ATTRIBUTE", "Fast",
+     "<Root><S  Mode = 'Fast'\n/></Root>"},
+    {"a new attribute follows the last", "<Root><S a='1' /></Root>", "S", "Mode", "ATTRIBUTE", "Fast",
+     "<Root><S a='1' Mode=\"Fast\" /></Root>"},
+    {"an attribute's value may hold separators", "<Root><S/></Root>", "S", "k", "ATTRIBUTE", "a\\b&c=d",
+     "<Root><S k=\"a\\b&amp;c=d\"/></Root>"},
+    {"a component with an attribute part takes the item's too", "<Root/>", "A&u=1", "k", "ATTRIBUTE", "2",
+     "<Root><A u=\"1\" k=\"2\"/></Root>"},
     {"the item's comes last", "<Root/>", "A&k=1", "k", "ATTRIBUTE", "2", "<Root><A k=\"2\"/></Root>"},
     {"the root's own attribute", "<Root><A/></Root>", "Root", "k", "ATTRIBUTE", "v", "<Root k=\"v\"><A/></Root>"},
     {"the root's own, by the empty path", "<Root><A/></Root>", "", "k", "ATTRIBUTE", "v", "<Root k=\"v\"><A/></Root>"},
-    {"the root's own, with a separator", "<Root><A/></Root>", "Root\\", "k", "ATTRIBUTE", "v", "<Root k=\"v\"><A/></Root>"},
+    {"the root's own, with a separator", "<Root><A/></Root>", "Root\\", "k", "ATTRIBUTE", "v",
+     "<Root k=\"v\"><A/></Root>"},
     {"an empty value sets no attribute", "<Root k='1'/>", "Root\\A", "k", "ATTRIBUTE", "", "<Root k='1'><A/></Root>"},
     {"an empty name sets no attribute", "<Root k='1'/>", "A", "", "ATTRIBUTE", "v", "<Root k='1'><A/></Root>"},
     {"no keyword makes the path", "<Root/>", "A", "k", "element", "v", "<Root><A/></Root>"},
-    {"no keyword on the root saves as it stands", "<Root >&#65;<A></A></Root >\n\n", "Root", "1", "ELEMENTS", "\x01", "<Root >&#65;<A></A></Root >\n\n"},
+    {"no keyword on the root saves as it stands", "<Root >&#65;<A></A></Root >\n\n", "Root", "1", "ELEMENTS", "\x01",
+     "<Root >&#65;<A></A></Root >\n\n"},
     {"an empty text", "<Root><A>x</A></Root>", "", "A", "ELEMENT", "", "<Root><A></A></Root>"},
 };
 
@@ -63,9 +77,26 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
 
 TEST(SetItem, ReadsBackWhateverXmlCanCarry) {
   const LocaleGuard utf8("C.UTF-8");
-  const std::string values[] = {"plain", " lead and trail ", "\r", "\n", "\r\n", "\t", "a\r\n\tb\n", "<&>\"'", "]]>", "]]", "&amp;",
-                                "<!-- x -->", "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", "\xC2\x85\xE2\x80\xA8", "\x7F",
-                                "\xEE\x80\x80\xEF\xBF\xBD", "-->", "%s", "a\\b&c=d", std::string(3 << 20, 'm') + "<"};
+  const std::string values[] = {"plain",
+                                " lead and trail ",
+                                "\r",
+                                "\n",
+                                "\r\n",
+                                "\t",
+                                "a\r\n\tb\n",
+                                "<&>\"'",
+                                "]]>",
+                                "]]",
+                                "&amp;",
+                                "<!-- x -->",
+                                "\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80",
+                                "\xC2\x85\xE2\x80\xA8",
+                                "\x7F",
+                                "\xEE\x80\x80\xEF\xBF\xBD",
+                                "-->",
+                                "%s",
+                                "a\\b&c=d",
+                                std::string(3 << 20, 'm') + "<"};
   for (const std::int32_t encrypted : {0, 1}) {
     std::string bytes = "<Root a='0'><S>old</S></Root>";
     if (encrypted != 0) {
@@ -115,7 +146,8 @@ TEST(SetItem, EntersWhatItMakesIntoTheMap) {
 
 TEST(SetItem, LogsItsWalk) {
   const TestDocument document("<Root><S><X/></S></Root>");
-  const std::string found = "Found " + document.Name() + " (" + std::to_string(document.cookie) + ") in the xml file list.";
+  const std::string found =
+      "Found " + document.Name() + " (" + std::to_string(document.cookie) + ") in the xml file list.";
   LogLines log;
   ASSERT_EQ(document.SetText("Root\\S", "T&k=v", "1"), 0U);
   const std::vector<std::string> lines{found, "Root\\S is a group", "Removed Root from Root\\S.",
@@ -126,11 +158,12 @@ TEST(SetItem, LogsItsWalk) {
     if (trace.front() == '>') traces += trace;
   }
   const std::string cut = ">ReturnTokenFromString"; // each component, its name, the search's own, the attribute part
-  EXPECT_EQ(traces, ">SetXMLItem>FindXmlFile>IsRootInPath>RemoveRootFromBeginningOfPath" + cut + cut + cut + cut + cut + cut +
-                        cut + cut);
+  EXPECT_EQ(traces, ">SetXMLItem>FindXmlFile>IsRootInPath>RemoveRootFromBeginningOfPath" + cut + cut + cut + cut + cut +
+                        cut + cut + cut);
 
   EXPECT_EQ(SetXMLItem(document.list, ~document.cookie, "S", "T", "ELEMENT", "x"), 3U);
-  EXPECT_EQ(log.Take().back(), "error: Failed to get the xml representation for the xml with id " + std::to_string(~document.cookie));
+  EXPECT_EQ(log.Take().back(),
+            "error: Failed to get the xml representation for the xml with id " + std::to_string(~document.cookie));
 }
 
 TEST(SetItem, TakesLongPathsInProportion) {

@@ -12,8 +12,8 @@ std::string Package(const std::string& id, const std::string& content) {
   return "<ProductPackage><ProductID>" + id + "</ProductID>" + content + "</ProductPackage>";
 }
 std::string Detection(const std::string& attributes, const std::string& version) {
-  return "<ProductDetection " + attributes + "><ProductVersion>" + version + "</ProductVersion><PlatformID>W-" + version +
-         "</PlatformID></ProductDetection>";
+  return "<ProductDetection " + attributes + "><ProductVersion>" + version + "</ProductVersion><PlatformID>W-" +
+         version + "</PlatformID></ProductDetection>";
 }
 std::string Language(const std::string& attributes, const std::string& content) {
   return "<LangPackage " + attributes + ">" + content + "</LangPackage>";
@@ -22,7 +22,8 @@ std::string Language(const std::string& attributes, const std::string& content) 
 // All fields in order, so that one text says what a record holds.
 std::string Joined(const DetectionInfo& info) {
   return info.ProductVersion + "," + info.ProductID + "," + info.LangID + "," + info.PlatformID + "," +
-         info.MinimumDATVersion + "," + info.Branch + "," + info.PackageType + "," + info.EngineFile + "," + info.Version;
+         info.MinimumDATVersion + "," + info.Branch + "," + info.PackageType + "," + info.EngineFile + "," +
+         info.Version;
 }
 
 // The calls of a whole walk from a position: code, record and the position afterwards.
@@ -32,8 +33,8 @@ std::string Walk(const TestDocument& document, std::array<std::uint32_t, 3> posi
     DetectionInfo info;
     info.ProductID = info.Version = "left over";
     const std::uint32_t code = EnumDetectionInfo(document.list, &document.cookie, position.data(), &info);
-    calls += std::to_string(code) + ":" + Joined(info) + "@" + std::to_string(position[0]) + std::to_string(position[1]) +
-             std::to_string(position[2]) + "\n";
+    calls += std::to_string(code) + ":" + Joined(info) + "@" + std::to_string(position[0]) +
+             std::to_string(position[1]) + std::to_string(position[2]) + "\n";
     if (code != 0 && info.Branch.empty()) break; // the end; a missing Version alone also gives a code
   }
   return calls;
@@ -52,22 +53,34 @@ struct WalkCase {
 const WalkCase walkCases[] = {
     {"no package", "<Catalog/>", "3:,,,,,,,,@111\n"},
     {"language packages of one branch, one after the other",
-     "<Catalog>" + Package("P", Detection("Branch='A'", "1") + Language("Branch='B' Version='b'", "") +
-                                    Language("Branch='A' Version='v2'", "<LangID>en</LangID><PackageType>T</PackageType>" + settings) +
-                                    Language("Branch='A' Version='v3'", "")) + "</Catalog>",
+     "<Catalog>" +
+         Package("P",
+                 Detection("Branch='A'", "1") + Language("Branch='B' Version='b'", "") +
+                     Language("Branch='A' Version='v2'", "<LangID>en</LangID><PackageType>T</PackageType>" + settings) +
+                     Language("Branch='A' Version='v3'", "")) +
+         "</Catalog>",
      "0:1,P,en,W-1,99,A,T,e.dll,v2@113\n0:1,P,,W-1,,A,,,v3@114\n3:,,,,,,,,@111\n"},
     {"each detection entry, in each package",
-     "<Root>" + Package("P", Detection("Branch='A'", "1") + Detection("Branch='A'", "2") + Language("Branch='A' Version='v'", "")) +
-         Package("Q", "") + Package("R", Language("Branch='A' Version='w'", "") + Detection("Branch='A'", "3")) + "</Root>",
+     "<Root>" +
+         Package("P",
+                 Detection("Branch='A'", "1") + Detection("Branch='A'", "2") + Language("Branch='A' Version='v'", "")) +
+         Package("Q", "") + Package("R", Language("Branch='A' Version='w'", "") + Detection("Branch='A'", "3")) +
+         "</Root>",
      "0:1,P,,W-1,,A,,,v@112\n0:2,P,,W-2,,A,,,v@122\n0:3,R,,W-3,,A,,,w@312\n3:,,,,,,,,@311\n"},
     {"a missing Version is the code of a match",
-     "<C>" + Package("P", Detection("Branch='A'", "1") + Language("Branch='A'", "") + Language("Branch='A' Version='v'", "")) + "</C>",
+     "<C>" +
+         Package("P",
+                 Detection("Branch='A'", "1") + Language("Branch='A'", "") + Language("Branch='A' Version='v'", "")) +
+         "</C>",
      "3:1,P,,W-1,,A,,,@112\n0:1,P,,W-1,,A,,,v@113\n3:,,,,,,,,@111\n"},
     {"an entry without a branch is passed over, a language package without one ends the entry's",
-     "<C>" + Package("P", Detection("", "0") + Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "") +
-                              Language("", "") + Language("Branch='A' Version='w'", "")) + "</C>",
+     "<C>" +
+         Package("P", Detection("", "0") + Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "") +
+                          Language("", "") + Language("Branch='A' Version='w'", "")) +
+         "</C>",
      "0:1,P,,W-1,,A,,,v@122\n3:,,,,,,,,@111\n"},
-    {"the miss's text is a text like any other", "<C>" + Package("P", Detection("Branch='Not Found'", "1") + Language("Version='v'", "")) + "</C>",
+    {"the miss's text is a text like any other",
+     "<C>" + Package("P", Detection("Branch='Not Found'", "1") + Language("Version='v'", "")) + "</C>",
      "0:1,P,,W-1,,Not Found,,,v@112\n3:,,,,,,,,@111\n"},
 };
 
@@ -82,7 +95,8 @@ TEST(EnumDetectionInfo, WalksAllPairs) {
 
 // Position 0 finds only what 1 has opened before, and is never stored.
 TEST(EnumDetectionInfo, TakesPositionsAsTheyStand) {
-  const TestDocument document("<C>" + Package("P", Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "")) + "</C>");
+  const TestDocument document(
+      "<C>" + Package("P", Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "")) + "</C>");
   EXPECT_EQ(Walk(document, {0, 0, 0}), "3:,,,,,,,,@000\n");
   EXPECT_EQ(Walk(document, {1, 1, 4'294'967'295}), "3:,,,,,,,,@111\n");
   Walk(document);
@@ -91,7 +105,8 @@ TEST(EnumDetectionInfo, TakesPositionsAsTheyStand) {
 
 TEST(EnumDetectionInfo, CutsFieldsAt259Bytes) {
   const std::string text(300, 'x');
-  const TestDocument document("<C>" + Package(text, Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "")) + "</C>");
+  const TestDocument document(
+      "<C>" + Package(text, Detection("Branch='A'", "1") + Language("Branch='A' Version='v'", "")) + "</C>");
   DetectionPosition position{1, 1, 1};
   DetectionInfo info;
   EXPECT_EQ(EnumDetectionInfo(document.list, &document.cookie, position, &info), 0U);
@@ -101,12 +116,16 @@ TEST(EnumDetectionInfo, CutsFieldsAt259Bytes) {
 TEST(GetDetectionInfo, FindsTheOnePair) {
   const TestDocument document(
       "<Catalog>" + Package("P", "") +
-      Package("Q", Detection("Branch='A'", "1") + Detection("Branch='B'", "2") + Language("Branch='B' Version='v1'", "<PackageType>Full</PackageType>") +
-                       Language("Branch='A' Version='v2'", "<PackageType>Full</PackageType>") +
-                       Language("Branch='B' Version='v3'", "<PackageType>Delta</PackageType><LangID>de</LangID>" + settings) +
-                       Language("Branch='B'", "<PackageType>Bare</PackageType>") + Language("Branch='B' Version='v5'", "") +
-                       Language("Branch='B' Version='v6'", "<PackageType>Late</PackageType>")) +
-      Package("Q", Detection("Branch='C'", "3") + Language("Branch='C' Version='v'", "<PackageType>Full</PackageType>")) +
+      Package(
+          "Q",
+          Detection("Branch='A'", "1") + Detection("Branch='B'", "2") +
+              Language("Branch='B' Version='v1'", "<PackageType>Full</PackageType>") +
+              Language("Branch='A' Version='v2'", "<PackageType>Full</PackageType>") +
+              Language("Branch='B' Version='v3'", "<PackageType>Delta</PackageType><LangID>de</LangID>" + settings) +
+              Language("Branch='B'", "<PackageType>Bare</PackageType>") + Language("Branch='B' Version='v5'", "") +
+              Language("Branch='B' Version='v6'", "<PackageType>Late</PackageType>")) +
+      Package("Q",
+              Detection("Branch='C'", "3") + Language("Branch='C' Version='v'", "<PackageType>Full</PackageType>")) +
       "<ProductPackage/>" + Package("R", "") + "</Catalog>");
   const std::string longText(300, 'l');
   const struct {
@@ -144,8 +163,11 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
 
 // The queries are seen only by the calls that they make.
 TEST(GetDetectionInfo, MakesItsCallsInOrder) {
-  const TestDocument document("<Catalog>" + Package("P", Detection("Branch='A'", "1") +
-                              Language("Branch='A' Version='v'", "<PackageType>T</PackageType>" + settings)) + "</Catalog>");
+  const TestDocument document(
+      "<Catalog>" +
+      Package("P", Detection("Branch='A'", "1") +
+                       Language("Branch='A' Version='v'", "<PackageType>T</PackageType>" + settings)) +
+      "</Catalog>");
   LogLines log;
   DetectionInfo info;
   ASSERT_EQ(GetDetectionInfo(document.list, &document.cookie, "A", "P", "T", &info), 0U);
@@ -155,9 +177,18 @@ TEST(GetDetectionInfo, MakesItsCallsInOrder) {
   for (const std::string& trace : log.TakeTraces()) {
     if (letters.contains(trace)) calls += letters.at(trace);
   }
-  // A group and its item for each of package, entry and language package, and the type; three fields; the settings, of which
-  // four have their names looked at and two are read; the Version.
-  EXPECT_EQ(calls, "grgrgrr" "rrr" "o" "gr" "gr" "grn" "grn" "g" "r");
+  // A group and its item for each of package, entry and language package, and the type; three fields; the settings, of
+  // which four have their names looked at and two are read; the Version.
+  EXPECT_EQ(calls,
+            "grgrgrr"
+            "rrr"
+            "o"
+            "gr"
+            "gr"
+            "grn"
+            "grn"
+            "g"
+            "r");
 }
 
 } // namespace

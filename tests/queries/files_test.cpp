@@ -6,7 +6,8 @@ namespace {
 
 std::string Catalog(const std::string& files) {
   return "<Catalog><ProductPackage><Other/><LangPackage><FileList>" + files +
-         "</FileList></LangPackage><LangPackage><FileList><FileItem><Name>never</Name><Hash>0</Hash></FileItem></FileList>"
+         "</FileList></LangPackage><LangPackage><FileList><FileItem><Name>never</Name><Hash>0</Hash></FileItem></"
+         "FileList>"
          "</LangPackage></ProductPackage></Catalog>";
 }
 
@@ -23,7 +24,8 @@ TEST(GetFileList, AppendsWhatItReads) {
                {"<FileItem><Name/><Hash/></FileItem>", 0, "old=,=,"},
                {"<FileItem/>", 3, "old=,"},
                {"", 3, "old=,"},
-               {"<FileItem><Name>" + std::string(300, 'n') + "</Name><Hash>h</Hash></FileItem>", 0, "old=," + std::string(259, 'n') + "=h,"}};
+               {"<FileItem><Name>" + std::string(300, 'n') + "</Name><Hash>h</Hash></FileItem>", 0,
+                "old=," + std::string(259, 'n') + "=h,"}};
   for (const auto& c : cases) {
     const TestDocument document(Catalog(c.files));
     for (int time = 0; time < 2; ++time) { // the second from the element map
@@ -50,8 +52,12 @@ TEST(MatchXmlListToFileName, ComparesTheLastComponent) {
     const char* opened;
     const char* asked;
     std::uint32_t matches;
-  } cases[] = {{"Catalog.xml", "Catalog.xml", 1}, {"Catalog.xml", "catalog.XML", 1},   {"Catalog.xml", "/Catalog.xml", 0},
-               {"Catalog.xml", "", 0},            {"Catalog.xml", "Catalog.xm", 0},    {"b\\c.xml", "b\\c.xml", 1},
+  } cases[] = {{"Catalog.xml", "Catalog.xml", 1},
+               {"Catalog.xml", "catalog.XML", 1},
+               {"Catalog.xml", "/Catalog.xml", 0},
+               {"Catalog.xml", "", 0},
+               {"Catalog.xml", "Catalog.xm", 0},
+               {"b\\c.xml", "b\\c.xml", 1},
                {"b\\c.xml", "c.xml", 0}};
   XmlFileList* list = nullptr;
   ASSERT_EQ(InitXMLList(&list), 0U);

@@ -39,8 +39,10 @@ TEST(IsRepositoryEnabled, ReadsStatusAndVersion) {
     std::string buffer(16, '#');
     std::uint8_t enabled = 7;
     const auto capacity = static_cast<std::uint32_t>(c.capacity);
-    EXPECT_EQ(IsRepositoryEnabled(document.list, &document.cookie, &enabled, c.capacity == noBuffer ? nullptr : buffer.data(),
-                                  c.capacity == noBuffer ? nullptr : &capacity), c.code);
+    EXPECT_EQ(
+        IsRepositoryEnabled(document.list, &document.cookie, &enabled, c.capacity == noBuffer ? nullptr : buffer.data(),
+                            c.capacity == noBuffer ? nullptr : &capacity),
+        c.code);
     EXPECT_EQ(enabled, c.enabled);
     EXPECT_EQ(buffer, c.version + std::string(16 - c.version.size(), '#'));
     const auto traces = log.TakeTraces();
