@@ -1,7 +1,5 @@
 #include "items/child_search.h"
 
-#include <cstring>
-
 #include "text/narrow_name.h"
 
 namespace {
@@ -10,14 +8,14 @@ using Ostrum::Element;
 using Ostrum::IteratorRef;
 
 bool RunIsNamed(const Element& first, std::uint32_t length, const char* name) {
-  const NarrowName narrowName(first.GetName());
-  if (narrowName.Text() != nullptr) return std::strcmp(narrowName.Text(), name) == 0;
-  for (std::uint32_t passed = 1; passed < length; ++passed) const NarrowName logsItsLine(first.GetName());
+  const NarrowName narrowName(first);
+  if (narrowName.Text()) return *narrowName.Text() == name;
+  for (std::uint32_t passed = 1; passed < length; ++passed) const NarrowName logsItsLine(first);
   return false;
 }
 
-// Neighbours of equal name are looked at as one run, so that their name is converted once; select chooses within a run, or
-// gives null after lowering `missing` by the number of children in it that count.
+// Neighbours of equal name are looked at as one run, so that their name is converted once; select chooses within a run,
+// or gives null after lowering `missing` by the number of children in it that count.
 template <class Select>
 Element* SearchRuns(const Element& parent, const char* name, std::int32_t index, Select select) {
   IteratorRef run = parent.Begin();

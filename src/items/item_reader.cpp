@@ -1,7 +1,6 @@
 #include "items/item_reader.h"
 
 #include <algorithm>
-#include <cstring>
 #include <initializer_list>
 #include <stdexcept>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "tarvik/tarvik.h"
 #include "text/log.h"
 #include "text/narrow_name.h"
+#include "text/narrow_value.h"
 #include "text/wide_name.h"
 
 namespace {
@@ -38,15 +38,15 @@ void RequireGiven(std::initializer_list<const char*> texts) {
 }
 
 // A node's value in the caller's character set. A value that has no place there must not come back as an empty one.
-class NarrowValue {
+class ItemValue {
  public:
-  explicit NarrowValue(const Node& node) : narrow(node.GetValue()) {
+  explicit ItemValue(const Node& node) : narrow(node) {
     if (narrow.Text() == nullptr) throw std::range_error("a value has no form in the locale's character set");
   }
   const char* Text() const noexcept { return narrow.Text(); }
 
  private:
-  NarrowName narrow;
+  NarrowValue narrow;
 };
 
 // Stores the miss, logs the line that the pieces make, and gives the code.
@@ -84,14 +84,15 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
   if (child == nullptr) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(NarrowValue(*child).Text());
+  request.value.Store(ItemValue(*child).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ", request.value.Text(), L".");
   return XmlSuccess;
 }
 
-void LogFoundAttribute(const ItemRequest& request, const wchar_t* attributeName, const NarrowValue& value,
+void LogFoundAttribute(const ItemRequest& request, const wchar_t* attributeName, const ItemValue& value,
                        const wchar_t* ending) noexcept {
-  LogDetail(L"Found ", request.itemName, L"-", attributeName, L" in the element map.  It's value is ", value.Text(), ending);
+  LogDetail(L"Found ", request.itemName, L"-", attributeName, L" in the element map.  It's value is ", value.Text(),
+            ending);
 }
 
 std::uint32_t ReadOwnAttribute(const Element& element, const wchar_t* attributeName, const ItemRequest& request) {
@@ -100,7 +101,7 @@ std::uint32_t ReadOwnAttribute(const Element& element, const wchar_t* attributeN
   if (attribute.IsNull()) return AttributeMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  const NarrowValue value(attribute);
+  const ItemValue value(attribute);
   request.value.Store(value.Text());
   LogFoundAttribute(request, attributeName, value, L" (attribute).");
   return XmlSuccess;
@@ -115,7 +116,7 @@ std::uint32_t ReadChildAttribute(const Element& element, const wchar_t* attribut
   if (!request.value.IsWanted()) return XmlSuccess;
 
   const bool wantsAttribute = BeginsWithKeyword(request.valueType, attributeKeyword);
-  const NarrowValue value(wantsAttribute ? static_cast<const Node&>(attribute) : *child);
+  const ItemValue value(wantsAttribute ? static_cast<const Node&>(attribute) : *child);
   LogFoundAttribute(request, attributeName, value, wantsAttribute ? L" (attribute)." : L" (element).");
   request.value.Store(value.Text());
   return XmlSuccess;
@@ -124,8 +125,8 @@ std::uint32_t ReadChildAttribute(const Element& element, const wchar_t* attribut
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
   RequireGiven({request.attributeName, request.valueType});
   const WideName attributeName(request.attributeName);
-  const NarrowName ownName(element.GetName());
-  const bool isOwn = ownName.Text() != nullptr && std::strcmp(ownName.Text(), request.itemName) == 0;
+  const NarrowName ownName(element);
+  const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
   return isOwn ? ReadOwnAttribute(element, attributeName.Text(), request)
                : ReadChildAttribute(element, attributeName.Text(), request);
 }

@@ -19,7 +19,10 @@ void RequireShort(const char* path, const char* itemName) {
 
 std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   std::string rest(path);
-  if (IsRootInPath(record, path) != 1) return rest;
+  std::exception_ptr failure;
+  const bool hasRoot = IsRootInPath(record, path, &failure) == 1;
+  if (failure) std::rethrow_exception(failure); // else a second root could be made below the root
+  if (!hasRoot) return rest;
   RemoveRootFromBeginningOfPath(path, rest.data(), static_cast<std::uint32_t>(rest.size() + 1));
   rest.resize(std::strlen(rest.c_str()));
   return rest;

@@ -2,6 +2,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include "items/xml_text.h"
 #include "paths/path_search.h"
@@ -25,21 +26,28 @@ Element* SetWalk::FindChild(const std::string& name) const {
   SearchEnd end = SearchEnd::Failed;
   Element* child = FindElementByPath(current, name.c_str(), 1, &end);
   switch (end) {
-    case SearchEnd::Found: return child;
-    case SearchEnd::Missing: return nullptr;
-    case SearchEnd::OutOfMemory: throw std::bad_alloc();
-    case SearchEnd::Failed: break;
+    case SearchEnd::Found:
+      return child;
+    case SearchEnd::Missing:
+      return nullptr;
+    case SearchEnd::OutOfMemory:
+      throw std::bad_alloc();
+    case SearchEnd::Failed:
+      break;
   }
   throw std::runtime_error("the search failed");
 }
 
 Element* SetWalk::AddChild(const std::string& name) {
+  // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
+  // key.
+  ElementMap::NewEntry entry(key);
   Element& child = current->AddElementInto(RequireXmlName(name.c_str()).get());
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
   }
-  ReplaceInElementMap(*record.elementMap, key, child);
+  record.elementMap->Replace(std::move(entry), child);
   return &child;
 }
 

@@ -1,32 +1,58 @@
 #include "paths/element_map.h"
 
-#include <memory>
+#include <utility>
 
-Ostrum::Element* FindInElementMap(const ElementMap& map, std::string_view key) {
-  const auto entry = map.find(key);
-  return entry == map.end() ? nullptr : entry->second->element;
+ElementMap::~ElementMap() {
+  for (const auto& [key, reference] : entries) delete reference;
 }
 
-void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element) {
-  const auto position = map.lower_bound(key);
-  if (position != map.end() && position->first == key) return;
-  InsertIntoElementMap(map, position, key, element);
+ElementMap::Place ElementMap::Search(std::string_view key) {
+  Entry*& slot = RecentSlot(key);
+  if (slot != nullptr && slot->first == key) return {slot, {}};
+  const auto next = entries.lower_bound(key);
+  if (next == entries.end() || next->first != key) return {nullptr, next};
+  slot = &*next;
+  return {slot, {}};
 }
 
-void InsertIntoElementMap(ElementMap& map, ElementMap::const_iterator position, std::string_view key,
-                          Ostrum::Element& element) {
+void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
   auto reference = std::make_unique<CElementRef>(element);
-  map.emplace_hint(position, key, reference.get());
+  RecentSlot(key) = &*entries.emplace_hint(place.next, key, reference.get());
   reference.release();
 }
 
-void ReplaceInElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element) {
-  const auto position = map.lower_bound(key);
-  if (position == map.end() || position->first != key) {
-    InsertIntoElementMap(map, position, key, element);
+ElementMap::NewEntry::NewEntry(std::string_view key) : reference(std::make_unique<CElementRef>(Ostrum::Element::null)) {
+  Entries single;
+  single.emplace(key, nullptr);
+  node = single.extract(single.begin());
+}
+
+void ElementMap::Replace(NewEntry&& entry, Ostrum::Element& element) noexcept {
+  entry.reference->element = &element;
+  const Place place = Search(entry.node.key());
+  if (place.entry != nullptr) {
+    delete place.entry->second;
+    place.entry->second = entry.reference.release();
     return;
   }
-  auto reference = std::make_unique<CElementRef>(element);
-  delete position->second;
-  position->second = reference.release();
+  entry.node.mapped() = entry.reference.release();
+  entries.insert(place.next, std::move(entry.node));
+}
+
+// Keys that are in use together differ in length or in their last two bytes.
+ElementMap::Entry*& ElementMap::RecentSlot(std::string_view key) noexcept {
+  if (key.size() < 2) return recent[0];
+  const auto last = static_cast<unsigned char>(key.back());
+  const auto beforeLast = static_cast<unsigned char>(key[key.size() - 2]);
+  return recent[(key.size() * 7 + beforeLast * 10U + last) % recent.size()];
+}
+
+Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) {
+  const ElementMap::Entry* const entry = map.Search(key).entry;
+  return entry == nullptr ? nullptr : entry->second->element;
+}
+
+void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element) {
+  const ElementMap::Place place = map.Search(key);
+  if (place.entry == nullptr) map.Insert(place, key, element);
 }

@@ -2,8 +2,11 @@
 #ifndef TARVIK_PATHS_ELEMENT_MAP_H
 #define TARVIK_PATHS_ELEMENT_MAP_H
 
+#include <array>
+#include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -18,23 +21,57 @@ class CElementRef {
   Ostrum::Element* element;
 };
 
-// Keys are compared byte for byte: the root's name, group IDs, and the paths that SetXMLItem built. The map owns its
-// references; ReleaseGlobalMapMemory destroys them.
-using ElementMap = std::map<std::string, CElementRef*, std::less<>>;
+// Keys are compared byte for byte: the root's name, group IDs, and the paths that SetXMLItem built.
+class ElementMap {
+ public:
+  using Entries = std::map<std::string, CElementRef*, std::less<>>;
+  using Entry = Entries::value_type;
+
+  ElementMap() = default;
+  // Destroys its references.
+  ~ElementMap();
+  ElementMap(const ElementMap&) = delete;
+  ElementMap& operator=(const ElementMap&) = delete;
+
+  std::size_t Size() const noexcept { return entries.size(); }
+
+  // What a search ended with: the entry, or none and the place where it would stand.
+  struct Place {
+    Entry* entry;
+    Entries::iterator next;
+  };
+  Place Search(std::string_view key);
+  // Enters a new reference to the element where a search for the key found none. Throws std::bad_alloc, the map then being
+  // as it was.
+  void Insert(const Place& place, std::string_view key, Ostrum::Element& element);
+
+  // An entry that stands in no map yet, so that nothing can fail when it is entered.
+  class NewEntry {
+   public:
+    explicit NewEntry(std::string_view key); // throws std::bad_alloc
+
+   private:
+    friend class ElementMap;
+    std::unique_ptr<CElementRef> reference;
+    Entries::node_type node;
+  };
+  // Enters it with a reference to the element, in the place of an entry with that key.
+  void Replace(NewEntry&& entry, Ostrum::Element& element) noexcept;
+
+ private:
+  Entry*& RecentSlot(std::string_view key) noexcept;
+
+  Entries entries;
+  // The entries searched last. A group is opened and then read item by item, and the keys of a list share all but their last
+  // bytes: finding such a key here takes a fifth of the descent. No entry is ever removed, so none here can be stale.
+  std::array<Entry*, 16> recent{};
+};
 
 // The element under the key; null when there is no such entry.
-Ostrum::Element* FindInElementMap(const ElementMap& map, std::string_view key);
+Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key);
 
 // Enters a new reference to the element under the key; a key that is present keeps its entry. Throws std::bad_alloc, the map
 // then being as it was.
 void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element);
-// The same after a search of one's own, which it saves repeating. REQUIRES: position is map.lower_bound(key), and the key is
-// not there.
-void InsertIntoElementMap(ElementMap& map, ElementMap::const_iterator position, std::string_view key,
-                          Ostrum::Element& element);
-
-// Enters a new reference to the element under the key, in the place of one that is there. Throws std::bad_alloc, the map
-// then being as it was.
-void ReplaceInElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element);
 
 #endif

@@ -57,10 +57,10 @@ Element* FindStart(const XmlFileRecord& record, const GroupIdBuffer& buffer) {
     if (parent == nullptr) LogDetail(buffer.text, L" not found in ", record.fileName, L".");
     return parent;
   }
-  const std::wstring& name = record.document->GetRoot().GetName();
-  const NarrowName rootName(name);
-  Element* const root = rootName.Text() == nullptr ? nullptr : FindInElementMap(*record.elementMap, rootName.Text());
-  if (root == nullptr) LogDetail(name.c_str(), L" not found in ", record.fileName, L".");
+  const Element& rootElement = record.document->GetRoot();
+  const NarrowName rootName(rootElement);
+  Element* const root = rootName.Text() ? FindInElementMap(*record.elementMap, *rootName.Text()) : nullptr;
+  if (root == nullptr) LogDetail(rootElement.GetName().c_str(), L" not found in ", record.fileName, L".");
   return root;
 }
 
@@ -88,9 +88,8 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std:
   char idText[bufferSize];
   FormGroupId(path, occurrence, buffer, idText);
   const std::string_view id(idText);
-  // One descent serves the lookup and the insertion.
-  const auto position = record.elementMap->lower_bound(id);
-  if (position != record.elementMap->end() && position->first == id) {
+  const ElementMap::Place place = record.elementMap->Search(id); // one descent, for the insertion too
+  if (place.entry != nullptr) {
     buffer.Set(idText);
     if (buffer.capacity != 0) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;
@@ -101,7 +100,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std:
     buffer.Set("Not Found");
     return XmlNotFound;
   }
-  InsertIntoElementMap(*record.elementMap, position, id, *element);
+  record.elementMap->Insert(place, id, *element);
   buffer.Set(idText);
   if (buffer.capacity != 0) LogDetail(L"Inserted ", idText, L" into the element map.");
   return XmlSuccess;

@@ -21,13 +21,13 @@ bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
     LogDetail(L"Root element is NULL");
     return false;
   }
-  const NarrowName rootName(root.GetName());
-  if (rootName.Text() == nullptr) {
+  const NarrowName rootName(root);
+  if (!rootName.Text()) {
     LogDetail(L"Unicode to multi-byte conversion returned NULL");
     return false;
   }
 
-  const bool isRoot = std::strncmp(path, rootName.Text(), std::strlen(rootName.Text())) == 0;
+  const bool isRoot = std::strncmp(path, rootName.Text()->data(), rootName.Text()->size()) == 0;
   LogDetail(path, isRoot ? L" is a group" : L" is a group ID");
   return isRoot;
 }
@@ -58,12 +58,13 @@ char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capac
   return const_cast<char*>(end + std::strlen(separator));
 }
 
-int IsRootInPath(const XmlFileRecord& record, const char* path) noexcept {
+int IsRootInPath(const XmlFileRecord& record, const char* path, std::exception_ptr* failure) noexcept {
   const Trace trace(L"IsRootInPath");
   try {
     return BeginsWithRoot(record, path) ? 1 : 0;
   } catch (...) {
     LogError(L"Unknown exception occurred while searching for the path in the root element");
+    if (failure != nullptr) *failure = std::current_exception();
     return 0;
   }
 }

@@ -3,6 +3,7 @@
 #define TARVIK_PATHS_ITEM_PATH_H
 
 #include <cstdint>
+#include <exception>
 
 struct XmlFileRecord;
 
@@ -11,8 +12,9 @@ struct XmlFileRecord;
 // behind the separator, or null when there is none.
 char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity, const char* separator);
 
-// 1 when the path begins with the root element's name (no separator need follow), else 0.
-int IsRootInPath(const XmlFileRecord& record, const char* path) noexcept;
+// 1 when the path begins with the root element's name (no separator need follow), else 0. 0 also when that could not be told;
+// failure, if given, then receives what was thrown.
+int IsRootInPath(const XmlFileRecord& record, const char* path, std::exception_ptr* failure = nullptr) noexcept;
 
 // Writes the path without its first component into output, cut to capacity - 1 bytes. Throws std::bad_alloc.
 void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t capacity);

@@ -4,7 +4,7 @@
 
 #include "paths/item_path.h"
 #include "platform/platform.h"
-#include "text/narrow_name.h"
+#include "text/narrow_value.h"
 
 namespace {
 
@@ -28,8 +28,8 @@ PathComponent::PathComponent(const char* component) : namePart(component) {
   nameLength = std::strlen(namePart);
 }
 
-bool PathComponent::MatchesName(const char* elementName) const noexcept {
-  return elementName != nullptr && std::strncmp(elementName, namePart, nameLength) == 0;
+bool PathComponent::MatchesName(const NarrowName& elementName) const noexcept {
+  return elementName.Text() && elementName.Text()->starts_with(std::string_view(namePart, nameLength));
 }
 
 bool PathComponent::PassesFilter(const Ostrum::Element& element) {
@@ -38,6 +38,6 @@ bool PathComponent::PassesFilter(const Ostrum::Element& element) {
 
   const Ostrum::Attribute attribute = element.GetAttribute(wideAttributeName.get());
   if (attribute.IsNull()) return false;
-  const NarrowName value(attribute.GetValue());
+  const NarrowValue value(attribute);
   return value.Text() != nullptr && std::strncmp(value.Text(), filterValue, filterValueLength) == 0;
 }

@@ -7,6 +7,7 @@
 #include "host/ostrumxml/node.h"
 #include "registry/record.h"
 #include "text/convert.h"
+#include "text/narrow_name.h"
 
 // "Name&attribute=value" taken apart. Only the first 259 bytes of a component with "&" count.
 class PathComponent {
@@ -20,8 +21,8 @@ class PathComponent {
   bool HasFilter() const noexcept { return hasFilter; }
   const char* FilterValue() const noexcept { return filterValue; }
 
-  // Whether a name begins with the name part. Null is a name that could not be converted: it matches nothing.
-  bool MatchesName(const char* name) const noexcept;
+  // Whether a name begins with the name part. One that could not be converted matches nothing.
+  bool MatchesName(const NarrowName& elementName) const noexcept;
   // Whether the element has the filter's attribute, with a value that begins with the filter's. REQUIRES: HasFilter().
   // Throws std::bad_alloc.
   bool PassesFilter(const Ostrum::Element& element);

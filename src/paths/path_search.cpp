@@ -61,9 +61,9 @@ Element* SelectChild(const Element& parent, const Level& level) {
   const IteratorRef end = parent.End();
   for (IteratorRef child = parent.Begin(); !(child == end);) {
     const std::uint32_t count = child.RunLength();
-    const NarrowName name(child->GetName());
-    if (name.Text() == nullptr) LogFailedConversionAgain(child->GetName(), count - 1);
-    if (level.component.MatchesName(name.Text())) {
+    const NarrowName name(*child);
+    if (!name.Text()) LogFailedConversionAgain(child->GetName(), count - 1);
+    if (level.component.MatchesName(name)) {
       if (Element* const selected = SelectInRun(child, count, matches, level)) return selected;
       matches += count;
     }
@@ -75,8 +75,8 @@ Element* SelectChild(const Element& parent, const Level& level) {
 bool HasNoChildren(const Element& element) noexcept { return element.Begin() == element.End(); }
 
 bool NameBeginsWith(const Element& element, const char* path) {
-  const NarrowName name(element.GetName());
-  return name.Text() != nullptr && std::strncmp(name.Text(), path, std::strlen(path)) == 0;
+  const NarrowName name(element);
+  return name.Text() && name.Text()->starts_with(path);
 }
 
 // Goes down level by level; path moves along, and is what the level that fails was to resolve.

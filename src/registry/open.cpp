@@ -71,12 +71,12 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, Ostrum::Documen
 std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   record.elementMap = new ElementMap;
   Ostrum::Element& root = record.document->GetRoot();
-  const NarrowName rootName(root.GetName());
-  if (rootName.Text() == nullptr) {
+  const NarrowName rootName(root);
+  if (!rootName.Text()) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
     return XmlFailure;
   }
-  InsertIntoElementMap(*record.elementMap, rootName.Text(), root);
+  InsertIntoElementMap(*record.elementMap, *rootName.Text(), root);
   return XmlSuccess;
 }
 

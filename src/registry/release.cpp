@@ -6,10 +6,7 @@
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
   try {
-    if (record->elementMap != nullptr) {
-      for (const auto& [key, reference] : *record->elementMap) delete reference;
-      delete record->elementMap;
-    }
+    delete record->elementMap;
     delete record->document; // last, since the references lead into it
   } catch (...) {
     LogDetail(L"Unknown exception thrown while releasing memory from the map.");

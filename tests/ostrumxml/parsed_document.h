@@ -20,6 +20,13 @@ inline std::string Narrow(const std::wstring& wide) {
   return utf8;
 }
 
+// The value, which must be the same by both of its ways.
+inline std::string ValueOf(const Ostrum::Node& node) {
+  const std::string value = Narrow(node.GetValue());
+  if (node.AsciiValue().value_or(value) != value) throw std::runtime_error("two values: " + value);
+  return value;
+}
+
 struct Parsed {
   explicit Parsed(std::string source) {
     const std::size_t length = Ostrum::WideLengthOf(source).value();
@@ -41,10 +48,10 @@ struct Parsed {
     }
     return *element;
   }
-  std::string Text(std::string_view path) const { return Narrow(At(path).GetValue()); }
+  std::string Text(std::string_view path) const { return ValueOf(At(path)); }
   std::string AttributeOf(std::string_view path, std::string_view name) const {
     const Ostrum::Attribute attribute = At(path).GetAttribute(Wide(name).c_str());
-    return attribute.IsNull() ? "(none)" : Narrow(attribute.GetValue());
+    return attribute.IsNull() ? "(none)" : ValueOf(attribute);
   }
   std::string Generate() const { return document->GenerateXML(false).Utf8(); }
 

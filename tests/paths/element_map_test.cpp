@@ -20,11 +20,11 @@ TEST(ElementMapEntries, StayUntilTheyAreReplaced) {
   EXPECT_EQ(&child, FindInElementMap(*map, "package3"));
   EXPECT_EQ(nullptr, FindInElementMap(*map, "Package"));
 
-  ReplaceInElementMap(*map, "Package3", child);
-  ReplaceInElementMap(*map, "New", Ostrum::Element::null);
+  map->Replace(ElementMap::NewEntry("Package3"), child);
+  map->Replace(ElementMap::NewEntry("New"), Ostrum::Element::null);
   EXPECT_EQ(&child, FindInElementMap(*map, "Package3"));
   EXPECT_EQ(&Ostrum::Element::null, FindInElementMap(*map, "New"));
-  EXPECT_EQ(3u, map->size());
+  EXPECT_EQ(3u, map->Size());
 
   auto* const record = static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord)));
   record->elementMap = map;

@@ -52,8 +52,7 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
   EXPECT_EQ((Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}),
             log.TakeTraces());
   const XmlFileRecord* const record = XmlFileAt(list, 0);
-  ASSERT_EQ(1u, record->elementMap->size());
-  EXPECT_EQ("Catalog", record->elementMap->begin()->first);
+  ASSERT_EQ(1u, record->elementMap->Size());
   EXPECT_EQ(&record->document->GetRoot(), FindInElementMap(*record->elementMap, "Catalog"));
 
   // In other letter case, as another kind, and with the file gone: the open document answers.

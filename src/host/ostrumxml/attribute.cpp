@@ -42,6 +42,13 @@ std::wstring Attribute::GetValue() const {
   return WideFromUtf8(owner->AttributeText(name, raw));
 }
 
+std::optional<std::string_view> Attribute::AsciiValue() const {
+  if (owner == nullptr) return std::string_view("");
+  const bool isAsParsed = owner->flags == 0 && raw.data() != nullptr;
+  if (!isAsParsed || owner->name->Owner().FindDeclarations(*owner) != nullptr || !StandsForItself(raw)) return std::nullopt;
+  return raw;
+}
+
 Attribute Element::GetAttribute(const wchar_t* attributeName) const {
   std::string utf8;
   if (IsNull() || !Utf8FromWide(attributeName, utf8)) return {};

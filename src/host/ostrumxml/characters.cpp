@@ -1,6 +1,7 @@
 #include "host/ostrumxml/characters.h"
 
 #include <algorithm>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -37,6 +38,7 @@ bool IsNameToParser(std::wstring_view text) {
   });
   const std::string document = "<" + name + "/>";
   const bool parsed = parser.Feed(document, true) == XML_STATUS_OK;
+  if (!parsed && XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
   return parsed && seen.same;
 }
 

@@ -52,6 +52,20 @@ std::wstring Element::GetValue() const {
   return WideFromUtf8(Text(content));
 }
 
+std::optional<std::string_view> Element::AsciiValue() const {
+  if (IsNull()) return std::string_view("");
+  if (flags != 0 || childCount != 0) return std::nullopt;
+  const std::string_view inside = ElementLayout(name->Owner(), *this).Inside();
+  if (!StandsForItself(inside)) return std::nullopt;
+  return inside;
+}
+
+std::optional<std::string_view> Element::AsciiName() const noexcept {
+  if (IsNull()) return std::string_view("");
+  if (!name->IsAscii()) return std::nullopt;
+  return name->Utf8();
+}
+
 std::string Element::Text(const Content& content) const {
   const ElementChange* change = content.FindChange(*this);
   if (change != nullptr && change->text) return *change->text;

@@ -12,6 +12,10 @@ constexpr bool IsBlank(char character) noexcept {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
+// Whether raw text is plain ASCII and means what it says in content and in an attribute's value alike: it holds no reference,
+// no markup and no control character.
+bool StandsForItself(std::string_view raw) noexcept;
+
 // One attribute as it stands in a start tag; the views lie in the source.
 struct RawAttribute {
   std::string_view name;

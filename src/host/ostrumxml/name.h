@@ -14,16 +14,18 @@ struct Content;
 // A name of a document, held once: equal names are the same object. It also leads from an element to its document.
 class Name {
  public:
-  Name(Content& owner, std::string_view utf8) noexcept : owner(&owner), utf8(utf8) {}
+  Name(Content& owner, std::string_view utf8) noexcept;
 
   Content& Owner() const noexcept { return *owner; }
   std::string_view Utf8() const noexcept { return utf8; }
+  bool IsAscii() const noexcept { return ascii; }
   // Made when it is first asked for, since most names of most documents never are.
   const std::wstring& Wide() const;
 
  private:
   Content* owner;
   std::string_view utf8; // in the document's source or its arena
+  bool ascii;
   mutable std::unique_ptr<const std::wstring> wide;
 };
 

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,9 @@ class Node {
   virtual const std::wstring& GetName() const = 0;
   // An attribute's value, or an element's own text: its character data and CDATA sections, joined in document order.
   virtual std::wstring GetValue() const = 0;
+  // The value where it is plain ASCII that stands in the source as it is meant, which spares making wide text of it; nothing
+  // where only GetValue can tell. Valid until the document is changed.
+  virtual std::optional<std::string_view> AsciiValue() const = 0;
 
  protected:
   ~Node() = default;
@@ -50,6 +54,7 @@ class Attribute final : public Node {
   bool IsNull() const noexcept override { return owner == nullptr; }
   const std::wstring& GetName() const override;
   std::wstring GetValue() const override;
+  std::optional<std::string_view> AsciiValue() const override;
   operator Value() const;
 
  private:
@@ -111,6 +116,9 @@ class Element final : public Node, public NodeContainer {
   bool IsNull() const noexcept override { return name == nullptr; }
   const std::wstring& GetName() const override;
   std::wstring GetValue() const override;
+  std::optional<std::string_view> AsciiValue() const override;
+  // The name where it is plain ASCII; lives as long as the document.
+  std::optional<std::string_view> AsciiName() const noexcept;
 
   // The attribute, or the null attribute where the element has none of that name.
   Attribute GetAttribute(const wchar_t* attributeName) const;

@@ -43,7 +43,7 @@ Charset RecallCharset(const char* codeset) noexcept {
 
 Charset CurrentCharset() noexcept {
   const char* codeset = nl_langinfo(CODESET);
-  if (std::strcmp(codeset, "UTF-8") == 0) return {CharsetKind::Utf8, true};
+  if (*codeset == 'U' && std::strcmp(codeset, "UTF-8") == 0) return {CharsetKind::Utf8, true};
   if (std::strcmp(codeset, "ANSI_X3.4-1968") == 0) return {CharsetKind::SingleByte, true};
   // An empty name must not meet the empty memory of a new thread.
   return *codeset != '\0' ? RecallCharset(codeset) : LearnCharset();
