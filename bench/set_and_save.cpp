@@ -1,0 +1,69 @@
+// Setting one item of a document and saving it, so that the file is whole at every moment.
+#include <unistd.h>
+
+#include <cstdio>
+#include <pugixml.hpp>
+#include <string>
+
+#include "catalog.h"
+#include "open_catalog.h"
+#include "works.h"
+
+namespace {
+
+void SetByTarvik(const TarvikCatalog& catalog, const char* value) {
+  Require(SetXMLItem(catalog.List(), catalog.Cookie(), "ProductPackage", "ProductID", "ELEMENT", value) == XmlSuccess,
+          "the item was not set");
+}
+
+// Writes a temporary file beside the old one, flushes it to the disk and puts it in the old one's place.
+void SaveByHand(const pugi::xml_document& document, const std::string& file) {
+  const std::string temporary = file + ".new";
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(temporary.c_str(), "wb"), &std::fclose);
+  Require(stream != nullptr, "no temporary file");
+  pugi::xml_writer_file writer(stream.get());
+  document.save(writer, "  ");
+  Require(std::fflush(stream.get()) == 0 && fsync(fileno(stream.get())) == 0, "the file was not written");
+  Require(std::rename(temporary.c_str(), file.c_str()) == 0, "the file was not replaced");
+}
+
+void SetByHand(PugiCatalog& catalog, const std::string& file, const char* value) {
+  catalog.document.child("Catalog").child("ProductPackage").child("ProductID").text().set(value);
+  SaveByHand(catalog.document, file);
+}
+
+std::string TextOf(const std::string& file) {
+  return PugiCatalog(file).document.child("Catalog").child("ProductPackage").child_value("ProductID");
+}
+
+// Two values in turn, so that each set changes the document.
+template <class Set>
+void Measure(benchmark::State& state, Set set) {
+  bool odd = false;
+  for (auto _ : state) {
+    odd = !odd;
+    set(odd ? "PRODUCT_A" : "PRODUCT_B");
+  }
+}
+
+} // namespace
+
+void RegisterSetAndSave(const WorkFolder& folder, const char* place) {
+  const std::string text = MakeCatalogOfSize(100'000);
+  const std::string tarvikFile = folder.Write("set-by-tarvik.xml", text);
+  const std::string pugiFile = folder.Write("set-by-pugixml.xml", text);
+  SetByTarvik(TarvikCatalog(tarvikFile), "PRODUCT_C");
+  PugiCatalog pugi(pugiFile);
+  SetByHand(pugi, pugiFile, "PRODUCT_C");
+  Require(TextOf(tarvikFile) == "PRODUCT_C" && TextOf(pugiFile) == "PRODUCT_C", "another text was saved");
+
+  const std::string work = std::string("set_and_save/0.1MB/") + place;
+  benchmark::RegisterBenchmark((work + "/tarvik").c_str(), [tarvikFile](benchmark::State& state) {
+    const TarvikCatalog catalog(tarvikFile);
+    Measure(state, [&](const char* value) { SetByTarvik(catalog, value); });
+  })->UseRealTime()->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark((work + "/pugixml").c_str(), [pugiFile](benchmark::State& state) {
+    PugiCatalog catalog(pugiFile);
+    Measure(state, [&](const char* value) { SetByHand(catalog, pugiFile, value); });
+  })->UseRealTime()->Unit(benchmark::kMicrosecond);
+}

@@ -1,0 +1,33 @@
+// The works that are measured. Each function writes its files, checks that all libraries give the same results on them, and
+// registers its benchmarks as "work/size/variant/library"; what it made must live until they have run.
+#ifndef TARVIK_BENCH_WORKS_H
+#define TARVIK_BENCH_WORKS_H
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+
+#include "work_folder.h"
+
+void RegisterOpenClose(const WorkFolder& folder);
+void RegisterHeldMemory(const WorkFolder& folder);
+void RegisterReadItem(const WorkFolder& folder);
+void RegisterFileList(const WorkFolder& folder);
+void RegisterDetectionWalk(const WorkFolder& folder);
+// place: "disk" or "memory", where the folder's files live.
+void RegisterSetAndSave(const WorkFolder& folder, const char* place);
+void RegisterLogCost(const WorkFolder& folder);
+
+// Opens the file with that library and writes, to standard output, how much memory the open document holds. For a process of
+// its own, so that nothing done before counts.
+void PrintHeldMemory(std::string_view library, const std::string& file);
+
+// Times only the given part of an iteration. For benchmarks registered with UseManualTime().
+template <class Work>
+void TimePart(benchmark::State& state, Work work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+}
+
+#endif
