@@ -1,5 +1,6 @@
 #include "paths/element_map.h"
 
+#include <iterator>
 #include <utility>
 
 ElementMap::~ElementMap() {
@@ -9,15 +10,25 @@ ElementMap::~ElementMap() {
 ElementMap::Place ElementMap::Search(std::string_view key) {
   Entry*& slot = RecentSlot(key);
   if (slot != nullptr && slot->first == key) return {slot, {}};
-  const auto next = entries.lower_bound(key);
+  const auto next = LowerBound(key);
   if (next == entries.end() || next->first != key) return {nullptr, next};
+  last = next;
   slot = &*next;
   return {slot, {}};
 }
 
+ElementMap::Entries::iterator ElementMap::LowerBound(std::string_view key) {
+  if (last != entries.end() && last->first < key) {
+    const auto next = std::next(last);
+    if (next == entries.end() || next->first >= key) return next;
+  }
+  return entries.lower_bound(key);
+}
+
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
   auto reference = std::make_unique<CElementRef>(element);
-  RecentSlot(key) = &*entries.emplace_hint(place.next, key, reference.get());
+  last = entries.emplace_hint(place.next, key, reference.get());
+  RecentSlot(key) = &*last;
   reference.release();
 }
 

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
+#include <random>
 #include <string>
 
 #include "paths/parsed.h"
@@ -29,4 +31,33 @@ TEST(ElementMapEntries, StayUntilTheyAreReplaced) {
   auto* const record = static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord)));
   record->elementMap = map;
   FreeXmlFile(record); // the leak check sees whether each reference goes once
+}
+
+// What was searched last must never stand in for another key, in whatever order keys come.
+TEST(ElementMapEntries, AreFoundInAnyOrder) {
+  const auto document = Parse("<a><b/></a>");
+  Ostrum::Element* const elements[] = {&document->GetRoot(), &*document->GetRoot().Begin()};
+  std::map<std::string, Ostrum::Element*> expected;
+  ElementMap map;
+  std::minstd_rand random;
+  for (int step = 0; step < 5'000; ++step) {
+    const bool inOrder = step % 1'000 < 500;
+    const std::string key = "Item" + std::to_string(inOrder ? step % 1'000 : random() % 1'000);
+    Ostrum::Element* const element = elements[random() % 2];
+    const auto known = expected.find(key);
+    ASSERT_EQ(known == expected.end() ? nullptr : known->second, FindInElementMap(map, key)) << key;
+    switch (random() % 4) {
+      case 0:
+        InsertIntoElementMap(map, key, *element);
+        expected.try_emplace(key, element);
+        break;
+      case 1:
+        map.Replace(ElementMap::NewEntry(key), *element);
+        expected[key] = element;
+        break;
+      default:
+        break;
+    }
+    ASSERT_EQ(expected.size(), map.Size());
+  }
 }
