@@ -1,0 +1,30 @@
+#!/bin/bash
+# Builds the benchmarks, runs them, prints one table and writes it into docs/performance.md and docs/performance.svg.
+# usage: scripts/bench.sh [--smoke]
+#   --smoke: each benchmark runs for a moment only, to see that all of them work; nothing is written
+# TMPDIR chooses the disk that the files lie on.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+smoke=false
+case "${1-}" in
+  --smoke) smoke=true ;;
+  '') ;;
+  *) sed -n '2,5s/^# //p' "$0" >&2; exit 2 ;;
+esac
+
+build=build/bench
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" --target tarvik-bench >/dev/null
+
+results="$build/results.json"
+options=(--benchmark_out="$results" --benchmark_out_format=json)
+if "$smoke"; then
+  "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.001 >/dev/null
+  python3 bench/report.py "$results"
+else
+  # Repetitions of all benchmarks in turn, so that what else the machine does meanwhile meets all of them alike.
+  "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.2 --benchmark_repetitions=9 \
+    --benchmark_enable_random_interleaving=true >/dev/null
+  python3 bench/report.py "$results" docs/performance.md docs/performance.svg
+fi
