@@ -1,7 +1,7 @@
 // corekit: log, trace, string builder and file cipher.
 //
-// A program that wants to see the log lines of the libraries in its process sets a sink; without one, building a line and
-// tracing cost next to nothing: no allocation, no conversion. No function here throws.
+// A program that wants to see the log lines of the libraries in its process sets a sink; without one, building a line
+// and tracing cost next to nothing: no allocation, no conversion. No function here throws.
 #ifndef COREKIT_COREKIT_H
 #define COREKIT_COREKIT_H
 
@@ -23,9 +23,9 @@ namespace corekit {
 
 enum class LogKind { TraceEnter, TraceLeave, Detail, Error };
 
-// Receives every line while it is set, on whatever thread logged it, several at once if several threads log. component and
-// text are zero-terminated and valid during the call only; a trace gives the function's name as text. A sink must not
-// throw. It may log, and it may set another sink.
+// Receives every line while it is set, on whatever thread logged it, several at once if several threads log. component
+// and text are zero-terminated and valid during the call only; a trace gives the function's name as text. A sink must
+// not throw. It may log, and it may set another sink.
 using LogSink = void (*)(void* context, LogKind kind, const wchar_t* component, const wchar_t* text);
 
 // Sets the process-wide sink; null (the default) drops every line. A call to the old sink that is under way on another
@@ -39,8 +39,9 @@ COREKIT_API bool LogIsOn() noexcept;
 COREKIT_API void logDetail(const wchar_t* component, const wchar_t* line) noexcept;
 COREKIT_API void logError(const wchar_t* component, const wchar_t* line) noexcept;
 
-// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing. A piece for which there
-// is no memory cuts the line there. Narrow text is in the locale's character set; bytes that are none there show as U+FFFD.
+// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing. A piece for which
+// there is no memory cuts the line there. Narrow text is in the locale's character set; bytes that are none there show
+// as U+FFFD.
 class KString {
  public:
   explicit KString(const wchar_t* text) noexcept : live(LogIsOn()) { *this << text; }
@@ -86,7 +87,8 @@ class KString {
   bool live;
 };
 
-// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends. Both texts must outlive it.
+// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends. Both texts must outlive
+// it.
 class KDetailTrace {
  public:
   KDetailTrace(const wchar_t* componentName, const wchar_t* functionName) noexcept
@@ -112,15 +114,15 @@ class KDetailTrace {
 // written under one key is refused under another.
 COREKIT_API void SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
 
-// The file cipher. Layout of an enciphered file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext and
-// its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included.
+// The file cipher. Layout of an enciphered file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext
+// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included.
 class KCryptWrap {
  public:
   // Enciphers input into output. False when the system's cipher fails or memory runs out; output is then empty.
   COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
 
-  // Deciphers input into output. False, with output empty, when input is not whole and unchanged, was made with another key,
-  // or is no enciphered file at all; also when memory runs out.
+  // Deciphers input into output. False, with output empty, when input is not whole and unchanged, was made with another
+  // key, or is no enciphered file at all; also when memory runs out.
   COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
 };
 

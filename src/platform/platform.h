@@ -80,9 +80,9 @@ ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& by
 
 // Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The
 // new bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions
-// and replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused. Throws
-// std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary file
-// stays.
+// and replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused.
+// Throws std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary
+// file stays.
 void ReplaceWholeFile(const wchar_t* name, std::string_view bytes);
 
 // Authenticated encryption: AES-256-GCM

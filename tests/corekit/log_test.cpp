@@ -66,8 +66,8 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
   EXPECT_STREQ(early, L"");
 
   KString line(L"wide ");
-  line << "narrow" << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << "" << L" " << 0L << L" "
-       << -7L << L" " << 4294967295UL;
+  line << "narrow" << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << "" << L" " << 0L
+       << L" " << -7L << L" " << 4294967295UL;
   EXPECT_STREQ(line, L"wide narrow 0 -7 4294967295");
   KString extremes("");
   extremes << LONG_MIN << "," << LONG_MAX << "," << ULONG_MAX;

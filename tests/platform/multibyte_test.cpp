@@ -19,10 +19,10 @@ struct Locale {
 constexpr Locale plain{"C"};
 constexpr Locale utf8{"C.UTF-8"};
 constexpr Locale latin{"ISO-8859-1"};
-constexpr Locale turkish{"UTF-8", "tr_TR"};   // has an i of its own
-constexpr Locale japanese{"WINDOWS-31J"};     // the backslash is the second byte of common characters
+constexpr Locale turkish{"UTF-8", "tr_TR"}; // has an i of its own
+constexpr Locale japanese{"WINDOWS-31J"};   // the backslash is the second byte of common characters
 constexpr Locale chinese{"GBK"};
-constexpr Locale yen{"SHIFT_JIS"};            // has the yen sign in the backslash's place
+constexpr Locale yen{"SHIFT_JIS"};          // has the yen sign in the backslash's place
 
 std::ostream& operator<<(std::ostream& stream, const Locale& locale) { return stream << locale.charset; }
 
@@ -34,11 +34,11 @@ class MadeLocales {
   void Make(const Locale& locale) const {
     const std::string target = folder.Name(locale.charset);
     if (std::filesystem::exists(target)) return;
-    const std::string source = folder.Write("source", std::string("LC_CTYPE\ncopy \"") + locale.letters +
-                                                          "\"\nEND LC_CTYPE\nLC_COLLATE\ncopy \"POSIX\"\nEND LC_COLLATE\n");
-    // It warns of the categories that are not there, and its exit status with it; whether it worked shows when it is set.
-    const std::string command =
-        "localedef --no-archive -c -i " + source + " -f " + locale.charset + " " + target + " 2>" + folder.Name("warnings");
+    const std::string letters = std::string("LC_CTYPE\ncopy \"") + locale.letters + "\"\nEND LC_CTYPE\n";
+    const std::string source = folder.Write("source", letters + "LC_COLLATE\ncopy \"POSIX\"\nEND LC_COLLATE\n");
+    // It warns of the categories that are not there, in its exit status too; whether it worked shows when it is set.
+    const std::string command = "localedef --no-archive -c -i " + source + " -f " + locale.charset + " " + target +
+                                " 2>" + folder.Name("warnings");
     if (std::system(command.c_str()) == -1) throw std::runtime_error("no shell");
   }
 
@@ -88,8 +88,10 @@ TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
     Use(each.locale);
     EXPECT_EQ(Offset(each.text, platform::MbsFind(each.text, each.wanted)), each.first) << each.locale << each.text;
     if (std::strlen(each.wanted) != 1) continue;
-    EXPECT_EQ(Offset(each.text, platform::MbsFindChar(each.text, *each.wanted)), each.first) << each.locale << each.text;
-    EXPECT_EQ(Offset(each.text, platform::MbsFindLastChar(each.text, *each.wanted)), each.last) << each.locale << each.text;
+    const char* const first = platform::MbsFindChar(each.text, *each.wanted);
+    const char* const last = platform::MbsFindLastChar(each.text, *each.wanted);
+    EXPECT_EQ(Offset(each.text, first), each.first) << each.locale << each.text;
+    EXPECT_EQ(Offset(each.text, last), each.last) << each.locale << each.text;
   }
 }
 

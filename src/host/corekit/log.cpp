@@ -11,8 +11,8 @@ struct Receiver {
   void* context;
 };
 
-// Sink and context belong together, so they change and are read under the lock; the flag beside them lets a program without
-// a sink pass by at the cost of one load.
+// Sink and context belong together, so they change and are read under the lock; the flag beside them lets a program
+// without a sink pass by at the cost of one load.
 std::mutex receiverLock;
 constinit Receiver receiver{};
 constinit std::atomic<bool> isOn{false};
@@ -41,9 +41,7 @@ void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noe
   if (current.sink != nullptr) current.sink(current.context, kind, OrEmpty(component), OrEmpty(text));
 }
 
-void logDetail(const wchar_t* component, const wchar_t* line) noexcept {
-  HandToSink(LogKind::Detail, component, line);
-}
+void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Detail, component, line); }
 
 void logError(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Error, component, line); }
 

@@ -38,7 +38,8 @@ void FormatNumber(Number number, char (&text)[numberCapacity]) noexcept {
 
 } // namespace
 
-// Makes room for that many more characters and the terminating zero. False cuts the line for good: nothing may follow a gap.
+// Makes room for that many more characters and the terminating zero. False cuts the line for good: nothing may follow a
+// gap.
 bool KString::Reserve(std::size_t more) noexcept {
   constexpr std::size_t mostCharacters = std::numeric_limits<std::size_t>::max() / 4 / sizeof(wchar_t);
   constexpr std::size_t firstCapacity = 128;

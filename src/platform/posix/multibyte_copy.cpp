@@ -8,8 +8,8 @@ namespace {
 
 bool IsUtf8Continuation(char byte) noexcept { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
 
-// The start of the character that lies across the end of source's first count bytes, or count when none does. UTF-8 alone
-// can be read backwards.
+// The start of the character that lies across the end of source's first count bytes, or count when none does. UTF-8
+// alone can be read backwards.
 std::size_t CutUtf8(Charset charset, const char* source, std::size_t count) noexcept {
   if (!IsUtf8Continuation(source[count])) return count;
   constexpr std::size_t longestCharacter = 4;
@@ -37,9 +37,12 @@ std::size_t WholeCharacters(const char* source, std::size_t count) noexcept {
   if (length < count || count == 0) return length;
   const Charset charset = CurrentCharset();
   switch (charset.kind) {
-    case CharsetKind::SingleByte: return count;
-    case CharsetKind::Utf8: return CutUtf8(charset, source, count);
-    case CharsetKind::MultiByte: return CutByWalking(charset, source, count);
+    case CharsetKind::SingleByte:
+      return count;
+    case CharsetKind::Utf8:
+      return CutUtf8(charset, source, count);
+    case CharsetKind::MultiByte:
+      return CutByWalking(charset, source, count);
   }
   return count;
 }

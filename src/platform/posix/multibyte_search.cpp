@@ -14,8 +14,8 @@ bool BytesAreEnough(Charset charset, char first, char last) noexcept {
          (charset.kind == CharsetKind::Utf8 && isAscii(first) && isAscii(last));
 }
 
-// findBytes gives the next hit at or after a place, or null. Bytes are found fast; a hit of `size` of them counts when it
-// begins with a character and ends with one.
+// findBytes gives the next hit at or after a place, or null. Bytes are found fast; a hit of `size` of them counts when
+// it begins with a character and ends with one.
 template <class FindBytes>
 const char* FindWhole(Charset charset, const char* text, std::size_t size, FindBytes findBytes) noexcept {
   const char* character = text;

@@ -27,7 +27,8 @@ std::string ReadLink(const std::string& link) {
   }
 }
 
-// The name behind all symbolic links, also where nothing is behind the last one yet. Links among the folders need no care.
+// The name behind all symbolic links, also where nothing is behind the last one yet. Links among the folders need no
+// care.
 std::string FollowLinks(std::string name) {
   constexpr int mostLinks = 40;
   for (int links = 0; links < mostLinks; ++links) {
@@ -39,8 +40,8 @@ std::string FollowLinks(std::string name) {
   ThrowSystemFailure("cannot follow the symbolic link", ELOOP);
 }
 
-// The status of the file that is to be replaced, or nothing when there is none yet. Throws when it must not be replaced: a
-// rename alone would ask for the folder's permissions only.
+// The status of the file that is to be replaced, or nothing when there is none yet. Throws when it must not be
+// replaced: a rename alone would ask for the folder's permissions only.
 std::optional<FileStatus> CheckReplaceable(const std::string& name) {
   constexpr mode_t writeBits = 0222;
   FileStatus status{};

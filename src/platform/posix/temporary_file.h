@@ -14,7 +14,8 @@ namespace platform {
 // Every operation throws std::runtime_error with the system's reason, or std::bad_alloc.
 class TemporaryFile {
  public:
-  // Makes a new file in the folder, with this mode less the process's umask. The folder ends in a separator or is empty.
+  // Makes a new file in the folder, with this mode less the process's umask. The folder ends in a separator or is
+  // empty.
   TemporaryFile(std::string_view folder, mode_t mode);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;

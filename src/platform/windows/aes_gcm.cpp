@@ -14,8 +14,8 @@ class GcmKey {
  public:
   explicit GcmKey(const std::uint8_t* key) noexcept {
     if (BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) < 0) return;
-    if (BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM, 0) <
-        0) {
+    if (BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
+                          0) < 0) {
       return;
     }
     if (BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) < 0) handle = nullptr;
@@ -62,8 +62,8 @@ bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode = Mode(nonce, header, tag);
   const auto size = static_cast<ULONG>(plain.size());
   ULONG written = 0;
-  return BCryptEncrypt(gcmKey.Handle(), GcmKey::Input(plain.data()), size, &mode, nullptr, 0, cipher, size, &written, 0) >=
-             0 &&
+  return BCryptEncrypt(gcmKey.Handle(), GcmKey::Input(plain.data()), size, &mode, nullptr, 0, cipher, size, &written,
+                       0) >= 0 &&
          written == size;
 }
 
@@ -74,8 +74,8 @@ bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode = Mode(nonce, header, tag);
   const auto size = static_cast<ULONG>(cipher.size());
   ULONG written = 0;
-  return BCryptDecrypt(gcmKey.Handle(), GcmKey::Input(cipher.data()), size, &mode, nullptr, 0, plain, size, &written, 0) >=
-             0 &&
+  return BCryptDecrypt(gcmKey.Handle(), GcmKey::Input(cipher.data()), size, &mode, nullptr, 0, plain, size, &written,
+                       0) >= 0 &&
          written == size;
 }
 

@@ -14,13 +14,15 @@ ReadStatus StatusOf(DWORD error) noexcept {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_DRIVE:
-    case ERROR_INVALID_NAME: return ReadStatus::Missing;
-    default: return ReadStatus::Unreadable;
+    case ERROR_INVALID_NAME:
+      return ReadStatus::Missing;
+    default:
+      return ReadStatus::Unreadable;
   }
 }
 
-// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it with
-// zeros, so that fresh memory is touched twice.
+// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it
+// with zeros, so that fresh memory is touched twice.
 ReadStatus ReadUntilEnd(const FileHandle& file, std::size_t expected, std::size_t limit, std::string& bytes) {
   constexpr std::size_t smallestBuffer = 4096;
   constexpr std::size_t largestBuffer = 65536;
@@ -31,7 +33,8 @@ ReadStatus ReadUntilEnd(const FileHandle& file, std::size_t expected, std::size_
   bytes.reserve(expected);
   for (;;) {
     DWORD count = 0;
-    if (!ReadFile(file.Get(), buffer.get(), static_cast<DWORD>(bufferSize), &count, nullptr)) return ReadStatus::Unreadable;
+    if (!ReadFile(file.Get(), buffer.get(), static_cast<DWORD>(bufferSize), &count, nullptr))
+      return ReadStatus::Unreadable;
     if (count == 0) return ReadStatus::Done;
     if (count > limit - bytes.size()) return ReadStatus::TooLong;
     bytes.append(buffer.get(), count);

@@ -31,7 +31,8 @@ std::wstring FollowLinks(const std::wstring& name) {
 
 bool Exists(DWORD attributes) noexcept { return attributes != INVALID_FILE_ATTRIBUTES; }
 
-// The attributes of the file that is to be replaced, or nothing when there is none yet. Throws when it must not be replaced.
+// The attributes of the file that is to be replaced, or nothing when there is none yet. Throws when it must not be
+// replaced.
 std::optional<DWORD> CheckReplaceable(const std::wstring& name) {
   const DWORD attributes = GetFileAttributesW(name.c_str());
   if (!Exists(attributes)) {

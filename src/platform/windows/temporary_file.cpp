@@ -68,8 +68,8 @@ void TemporaryFile::Write(std::string_view bytes) {
 }
 
 void TemporaryFile::TakeOverPermissions(const std::wstring& original, DWORD attributes) {
-  constexpr DWORD settable = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED |
-                             FILE_ATTRIBUTE_SYSTEM;
+  constexpr DWORD settable =
+      FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
   CopyAccessList(original, name);
   const DWORD wanted = attributes & settable;
   if (!SetFileAttributesW(name.c_str(), wanted != 0 ? wanted : FILE_ATTRIBUTE_NORMAL)) {
