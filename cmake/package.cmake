@@ -18,8 +18,8 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
-# The package holds libraries and headers in one, so that the shared libraries' links are made by it alone.
-set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA "")
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "Path-based access to XML files\n Opens XML files, reads and sets items by backslash-separated paths and saves them\n with every other byte kept. A library, its headers, and a command.")
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_PACKAGE_DESCRIPTION "Opens XML files, reads and sets items by backslash-separated paths, and saves them
+with every byte kept that was not set. The library, its headers and the command
+tarvik.")
 include(CPack)

@@ -1,0 +1,58 @@
+#!/bin/bash
+# Builds Tarvik and shows what it does, on copies of the files in examples/.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+scripts/install-packages.sh build
+if ! { cmake --preset release --log-level=WARNING && cmake --build --preset release --target tarvik-cli; } >build.log 2>&1; then
+  cat build.log
+  exit 1
+fi
+rm build.log
+
+PATH=$PWD/build/release/bin:$PATH
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp examples/*.xml "$work"
+cd "$work"
+
+bold='' dim='' plain=''
+if [[ -t 1 && -z ${NO_COLOR:-} ]]; then bold=$'\033[1m' dim=$'\033[2m' plain=$'\033[0m'; fi
+title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
+show() {
+  printf '%s$ %s%s\n' "$dim" "$*" "$plain"
+  eval "$*"
+}
+
+title 'Is the repository enabled, and which catalog does it name?'
+show tarvik status site-status.xml
+
+title 'What is in the catalog?'
+show tarvik list catalog.xml --depth 1
+show tarvik list catalog.xml "'ProductPackage2\\LangPackage2\\FileList'"
+
+title 'Items, by group path, by group ID, by an attribute filter'
+show tarvik get catalog.xml ProductPackage ProductID
+show tarvik get catalog.xml "'ProductPackage2\\LangPackage2'" LangID
+show tarvik get catalog.xml "'ProductPackage\\LangPackage\\ExtraSettings'" "'Setting&Name=EngineFile'"
+show tarvik get catalog.xml ProductPackage ProductDetection --attribute Branch --all
+
+title 'Ready-made queries: detection entries with their packages, files, the name of a file'
+show tarvik detect catalog.xml
+show tarvik detect catalog.xml HARBOR-SCAN Preview Full --json
+show tarvik files catalog.xml
+show tarvik match catalog.xml CATALOG.XML
+
+title 'A value set is a line changed: quotes, blanks and comments stay'
+cp configuration.xml before.xml
+show tarvik set configuration.xml Network Timeout 30
+show 'diff before.xml configuration.xml || true'
+
+title 'The same through the cipher'
+show 'head --bytes 4 site-status.enciphered.xml; echo'
+show tarvik set --encrypted site-status.enciphered.xml SiteStatus Status Disabled --attribute
+show tarvik status --encrypted site-status.enciphered.xml
+
+title 'What goes wrong is told in a line'
+printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
+show 'tarvik files broken.xml || echo "exit status $?"'

@@ -1,0 +1,75 @@
+#!/bin/bash
+# Compiles and runs every sample in README.md and docs/*.md and compares what it prints, in a copy of examples/:
+#   ```cpp                 a whole program
+#   ```cpp FILE            statements over an opened FILE, with `list` and `cookie` at hand
+#   ```text after either   what it prints
+#   ```console             commands after "$ ", each followed by what it prints
+# usage: documents_test.sh <build folder>
+set -euo pipefail
+build=$(realpath "$1")
+cd "$(dirname "$0")/../.."
+source=$PWD
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+mkdir "$work/blocks" "$work/bin"
+cp "$build/bin/tarvik-cli-no-wait" "$work/bin/tarvik"
+export PATH=$work/bin:$PATH LC_ALL=C.UTF-8
+
+# Each block to a file of its own, its language and file name in front: <document>-<number>.<language>.
+split_blocks() { # <document>
+  awk -v base="$work/blocks/$(basename "$1" .md)" '
+    /^```[a-z]/ && !out { split(substr($0, 4), info, " "); out = sprintf("%s-%02d.%s", base, ++n, info[1]); print info[2] > out; next }
+    /^```$/ && out { close(out); out = ""; next }
+    /^```$/ { out = sprintf("%s-%02d.plain", base, ++n); print "" > out; next }
+    out { print > out }' "$1"
+}
+
+write_program() { # <block> <program source>
+  local file
+  read -r file <"$1" || true
+  if [[ -z $file ]]; then
+    tail -n +2 "$1"
+  else
+    printf '%s\n' '#include <tarvik/tarvik.h>' '#include <clocale>' '#include <cstdio>' 'int main() {' \
+      'std::setlocale(LC_ALL, "");' 'XmlFileList* list = nullptr;' 'std::uint32_t cookie = 0;' \
+      "if (InitXMLList(&list) != XmlSuccess || OpenXML(list, \"$file\", 0, 0, &cookie) != XmlSuccess) return 1;"
+    tail -n +2 "$1"
+    echo 'EndXMLList(&list); }'
+  fi >"$2"
+}
+
+check_program() { # <block>
+  local name printed
+  name=$(basename "$1" .cpp)
+  write_program "$1" "$work/$name.cpp"
+  c++ -std=c++20 -Wall -Wextra -Werror -I"$source/include" "$work/$name.cpp" -o "$work/$name" \
+    -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib"
+  rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
+  (cd "$work/run" && "$work/$name") >"$work/printed"
+  printed=$(ls "$work/blocks" | grep -A1 -x "$name.cpp" | tail -1)
+  [[ $printed == *.text ]] || return 0
+  diff <(tail -n +2 "$work/blocks/$printed") "$work/printed"
+}
+
+check_console() { # <block>: runs its commands and writes the block anew
+  rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
+  tail -n +2 "$1" | grep '^\$ ' | while read -r line; do
+    echo "$line"
+    (cd "$work/run" && bash -c "${line#\$ }" 2>&1 </dev/null) || true
+  done >"$work/printed"
+  diff <(tail -n +2 "$1") "$work/printed"
+}
+
+for document in README.md docs/*.md; do split_blocks "$document"; done
+passed=0 failed=0
+for block in "$work"/blocks/*.cpp "$work"/blocks/*.console; do
+  if [[ $block == *.cpp ]]; then check=check_program; else check=check_console; fi
+  if (set -e; $check "$block"); then
+    passed=$((passed + 1))
+  else
+    echo "FAILED: $(basename "$block")"
+    failed=$((failed + 1))
+  fi
+done
+echo "$passed passed, $failed failed"
+((failed == 0 && passed > 0))
