@@ -41,7 +41,7 @@ Element* SetWalk::FindChild(const std::string& name) const {
 Element* SetWalk::AddChild(const std::string& name) {
   // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
   // key.
-  ElementMap::NewEntry entry(key);
+  ElementMap::NewEntry entry(*record.elementMap, key);
   Element& child = current->AddElementInto(RequireXmlName(name.c_str()).get());
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");

@@ -3,8 +3,24 @@
 #include <iterator>
 #include <utility>
 
+#include "platform/platform.h"
+
+void* ElementMapMemory::do_allocate(std::size_t size, std::size_t alignment) {
+  void* const block = std::pmr::new_delete_resource()->allocate(size, alignment);
+  platform::PreferLargePages(block, size);
+  return block;
+}
+
+void ElementMapMemory::do_deallocate(void* block, std::size_t size, std::size_t alignment) {
+  std::pmr::new_delete_resource()->deallocate(block, size, alignment);
+}
+
 ElementMap::~ElementMap() {
-  for (const auto& [key, reference] : entries) delete reference;
+  for (const auto& [key, reference] : entries) DestroyReference()(reference);
+}
+
+ElementMap::OwnedReference ElementMap::NewReference(Ostrum::Element& element) {
+  return OwnedReference(std::pmr::polymorphic_allocator<>(&memory).new_object<CElementRef>(element));
 }
 
 ElementMap::Place ElementMap::Search(std::string_view key) {
@@ -26,14 +42,14 @@ ElementMap::Entries::iterator ElementMap::LowerBound(std::string_view key) {
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
-  auto reference = std::make_unique<CElementRef>(element);
+  OwnedReference reference = NewReference(element);
   last = entries.emplace_hint(place.next, key, reference.get());
   RecentSlot(key) = &*last;
   reference.release();
 }
 
-ElementMap::NewEntry::NewEntry(std::string_view key) : reference(std::make_unique<CElementRef>(Ostrum::Element::null)) {
-  Entries single;
+ElementMap::NewEntry::NewEntry(ElementMap& map, std::string_view key) : reference(map.NewReference(Ostrum::Element::null)) {
+  Entries single{&map.memory};
   single.emplace(key, nullptr);
   node = single.extract(single.begin());
 }
@@ -42,7 +58,7 @@ void ElementMap::Replace(NewEntry&& entry, Ostrum::Element& element) noexcept {
   entry.reference->element = &element;
   const Place place = Search(entry.node.key());
   if (place.entry != nullptr) {
-    delete place.entry->second;
+    DestroyReference()(place.entry->second);
     place.entry->second = entry.reference.release();
     return;
   }

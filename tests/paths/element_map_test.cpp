@@ -22,8 +22,8 @@ TEST(ElementMapEntries, StayUntilTheyAreReplaced) {
   EXPECT_EQ(&child, FindInElementMap(*map, "package3"));
   EXPECT_EQ(nullptr, FindInElementMap(*map, "Package"));
 
-  map->Replace(ElementMap::NewEntry("Package3"), child);
-  map->Replace(ElementMap::NewEntry("New"), Ostrum::Element::null);
+  map->Replace(ElementMap::NewEntry(*map, "Package3"), child);
+  map->Replace(ElementMap::NewEntry(*map, "New"), Ostrum::Element::null);
   EXPECT_EQ(&child, FindInElementMap(*map, "Package3"));
   EXPECT_EQ(&Ostrum::Element::null, FindInElementMap(*map, "New"));
   EXPECT_EQ(3u, map->Size());
@@ -52,7 +52,7 @@ TEST(ElementMapEntries, AreFoundInAnyOrder) {
         expected.try_emplace(key, element);
         break;
       case 1:
-        map.Replace(ElementMap::NewEntry(key), *element);
+        map.Replace(ElementMap::NewEntry(map, key), *element);
         expected[key] = element;
         break;
       default:
