@@ -89,7 +89,7 @@ ROWS: list[Row] = [
 
 
 class Results:
-    """The median of each benchmark's repetitions, in nanoseconds or bytes."""
+    """The median of each benchmark's repetitions: nanoseconds of processor time, or bytes."""
 
     UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
@@ -113,7 +113,12 @@ class Results:
             return None
         if quantity != "time":
             return statistics.median(run[quantity] for run in runs)
-        return statistics.median(run["real_time"] * self.UNITS[run["time_unit"]] for run in runs)
+        return statistics.median(run[self.clock(run["name"])] * self.UNITS[run["time_unit"]] for run in runs)
+
+    @staticmethod
+    def clock(name: str) -> str:
+        """Processor time, which other programs on the machine disturb least, but where a disk is waited for."""
+        return "real_time" if name.endswith(("/manual_time", "/real_time")) else "cpu_time"
 
     def repetitions(self) -> int:
         return max(len(runs) for runs in self.runs.values())
@@ -236,7 +241,7 @@ def write_page(path: str, table: str, results: Results) -> None:
     context = results.context
     measured = (
         f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz; each figure "
-        f"is the median of {results.repetitions()} repetitions."
+        f"is the median of {results.repetitions()} repetitions. Times are processor time; those of saving are elapsed time."
     )
     Path(path).write_text(f"{text[:begin]}{BEGIN}\n{measured}\n\n{table}\n{text[end:]}")
 

@@ -5,7 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "work_folder.h"
 
@@ -22,12 +22,12 @@ void RegisterLogCost(const WorkFolder& folder);
 // its own, so that nothing done before counts.
 void PrintHeldMemory(std::string_view library, const std::string& file);
 
-// Times only the given part of an iteration. For benchmarks registered with UseManualTime().
+// Times only the given part of an iteration, in processor time. For benchmarks registered with UseManualTime().
 template <class Work>
 void TimePart(benchmark::State& state, Work work) {
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   work();
-  state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+  state.SetIterationTime(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
 }
 
 #endif
