@@ -7,9 +7,10 @@ namespace {
 class CatalogWriter {
  public:
   CatalogWriter() {
-    text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!-- Packages of the repository. -->\n"
-           "<Catalog Version=\"20240117093000\">\n";
+    text =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<!-- Packages of the repository. -->\n"
+        "<Catalog Version=\"20240117093000\">\n";
   }
 
   void AddPackage(std::uint32_t filesOfFirst, std::uint32_t files) {

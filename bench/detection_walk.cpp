@@ -50,9 +50,9 @@ void WalkByHand(const PugiCatalog& catalog, Visit visit) {
 
 std::string Joined(const DetectionInfo& info) {
   std::string joined;
-  for (const std::string* field : {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID,
-                                   &info.MinimumDATVersion, &info.Branch, &info.PackageType, &info.EngineFile,
-                                   &info.Version}) {
+  for (const std::string* field :
+       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
+        &info.PackageType, &info.EngineFile, &info.Version}) {
     joined.append(*field).append("|");
   }
   return joined;
@@ -88,10 +88,13 @@ void RegisterDetectionWalk(const WorkFolder& folder) {
     Require(pairs.size() == packages * 3 && pairs == pairsByHand, "pugixml walks over other pairs");
 
     const std::string work = "detection_walk/" + size;
-    benchmark::RegisterBenchmark((work + "/first/tarvik").c_str(), [file](benchmark::State& state) {
-      MeasureFirst(state, file);
-    })->UseManualTime()->Unit(benchmark::kMicrosecond);
-    Register<TarvikCatalog>(work + "/again/tarvik", file, [](const auto& catalog, auto visit) { WalkByTarvik(catalog, visit); });
-    Register<PugiCatalog>(work + "/pugixml-hand", file, [](const auto& catalog, auto visit) { WalkByHand(catalog, visit); });
+    benchmark::RegisterBenchmark((work + "/first/tarvik").c_str(),
+                                 [file](benchmark::State& state) { MeasureFirst(state, file); })
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+    Register<TarvikCatalog>(work + "/again/tarvik", file,
+                            [](const auto& catalog, auto visit) { WalkByTarvik(catalog, visit); });
+    Register<PugiCatalog>(work + "/pugixml-hand", file,
+                          [](const auto& catalog, auto visit) { WalkByHand(catalog, visit); });
   }
 }

@@ -15,9 +15,8 @@ namespace {
 using Files = std::vector<FileListEntry>;
 
 bool Same(const Files& left, const Files& right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(), [](const auto& a, const auto& b) {
-    return a.Name == b.Name && a.Hash == b.Hash;
-  });
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](const auto& a, const auto& b) { return a.Name == b.Name && a.Hash == b.Hash; });
 }
 
 Files ByTarvik(const TarvikCatalog& catalog) {
@@ -93,14 +92,16 @@ void Register(const std::string& name, const std::string& file, Files (*list)(co
 void RegisterFileList(const WorkFolder& folder) {
   for (const std::uint32_t count : {1'000U, 10'000U}) {
     const std::string size = std::to_string(count);
-    const std::string file = folder.Write("files-" + size + ".xml", MakeCatalog({.packages = 10, .filesOfFirst = count}));
+    const std::string file =
+        folder.Write("files-" + size + ".xml", MakeCatalog({.packages = 10, .filesOfFirst = count}));
     const Files files = ByTarvik(TarvikCatalog(file));
     Require(files.size() == count && Same(files, ByHand(PugiCatalog(file))), "pugixml lists other files");
 
     const std::string work = "file_list/" + size;
-    benchmark::RegisterBenchmark((work + "/first/tarvik").c_str(), [file](benchmark::State& state) {
-      MeasureFirst(state, file);
-    })->UseManualTime()->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark((work + "/first/tarvik").c_str(),
+                                 [file](benchmark::State& state) { MeasureFirst(state, file); })
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
     Register<TarvikCatalog>(work + "/again/tarvik", file, &ByTarvik);
     Register<PugiCatalog>(work + "/pugixml-hand", file, &ByHand);
     if (count != 1'000) continue; // item by item, XPath takes a hundred times as long for ten times the files

@@ -51,7 +51,8 @@ void RegisterLogCost(const WorkFolder& folder) {
   });
   Register("OpenXMLGroup", file, [](const TarvikCatalog& catalog) {
     char group[260] = "";
-    benchmark::DoNotOptimize(OpenXMLGroup(catalog.List(), catalog.Cookie(), "Catalog\\ProductPackage", group, sizeof group));
+    benchmark::DoNotOptimize(
+        OpenXMLGroup(catalog.List(), catalog.Cookie(), "Catalog\\ProductPackage", group, sizeof group));
   });
   Register("GetXMLItem", file, [](const TarvikCatalog& catalog) {
     char value[260];

@@ -11,7 +11,8 @@ std::size_t CountPackages(const TarvikCatalog& catalog) {
   std::uint32_t count = 0;
   for (;;) {
     char group[260] = "";
-    if (EnumXMLGroup(catalog.List(), catalog.Cookie(), "ProductPackage", count + 1, group, sizeof group) != XmlSuccess) {
+    if (EnumXMLGroup(catalog.List(), catalog.Cookie(), "ProductPackage", count + 1, group, sizeof group) !=
+        XmlSuccess) {
       return count;
     }
     ++count;

@@ -61,7 +61,8 @@ void RegisterReadItem(const WorkFolder& folder) {
   char value[260];
   Require(known.ReadText(value) == XmlSuccess && value == std::string("PRODUCT_1003"), "another text read");
   Require(value == std::string(known.node.select_node("ProductID").node().child_value()), "XPath reads another text");
-  Require(value == std::string(known.pugi.document.select_node(fromRoot).node().child_value()), "XPath reads another text");
+  Require(value == std::string(known.pugi.document.select_node(fromRoot).node().child_value()),
+          "XPath reads another text");
 
   benchmark::RegisterBenchmark("read_item/tarvik", [name](benchmark::State& state) { MeasureTarvik(state, name); });
   benchmark::RegisterBenchmark("read_item/pugixml-xpath-from-node", [name](benchmark::State& state) {

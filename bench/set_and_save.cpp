@@ -58,12 +58,18 @@ void RegisterSetAndSave(const WorkFolder& folder, const char* place) {
   Require(TextOf(tarvikFile) == "PRODUCT_C" && TextOf(pugiFile) == "PRODUCT_C", "another text was saved");
 
   const std::string work = std::string("set_and_save/0.1MB/") + place;
-  benchmark::RegisterBenchmark((work + "/tarvik").c_str(), [tarvikFile](benchmark::State& state) {
-    const TarvikCatalog catalog(tarvikFile);
-    Measure(state, [&](const char* value) { SetByTarvik(catalog, value); });
-  })->UseRealTime()->Unit(benchmark::kMicrosecond);
-  benchmark::RegisterBenchmark((work + "/pugixml").c_str(), [pugiFile](benchmark::State& state) {
-    PugiCatalog catalog(pugiFile);
-    Measure(state, [&](const char* value) { SetByHand(catalog, pugiFile, value); });
-  })->UseRealTime()->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark((work + "/tarvik").c_str(),
+                               [tarvikFile](benchmark::State& state) {
+                                 const TarvikCatalog catalog(tarvikFile);
+                                 Measure(state, [&](const char* value) { SetByTarvik(catalog, value); });
+                               })
+      ->UseRealTime()
+      ->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark((work + "/pugixml").c_str(),
+                               [pugiFile](benchmark::State& state) {
+                                 PugiCatalog catalog(pugiFile);
+                                 Measure(state, [&](const char* value) { SetByHand(catalog, pugiFile, value); });
+                               })
+      ->UseRealTime()
+      ->Unit(benchmark::kMicrosecond);
 }

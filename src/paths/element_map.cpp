@@ -48,7 +48,8 @@ void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Elemen
   reference.release();
 }
 
-ElementMap::NewEntry::NewEntry(ElementMap& map, std::string_view key) : reference(map.NewReference(Ostrum::Element::null)) {
+ElementMap::NewEntry::NewEntry(ElementMap& map, std::string_view key)
+    : reference(map.NewReference(Ostrum::Element::null)) {
   Entries single{&map.memory};
   single.emplace(key, nullptr);
   node = single.extract(single.begin());

@@ -36,7 +36,8 @@ void RemoveRoot(const XmlFileRecord& record, const char* groupPath, char (&path)
   }
 }
 
-void FormGroupId(const char* path, std::uint32_t occurrence, const GroupIdBuffer& buffer, char (&id)[bufferSize]) noexcept {
+void FormGroupId(const char* path, std::uint32_t occurrence, const GroupIdBuffer& buffer,
+                 char (&id)[bufferSize]) noexcept {
   if (occurrence > 1) {
     FormatToBuffer(id, bufferSize, "%s%d", path, static_cast<int>(occurrence));
   } else {

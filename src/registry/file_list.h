@@ -7,12 +7,12 @@
 #include "registry/record.h"
 
 // List primitives. Given a null list or record they do nothing and give 0 or null.
-int AllocXmlFileList(XmlFileList** list) noexcept;              // 1, or 0 when out of memory
-void FreeXmlFileList(XmlFileList** list) noexcept;              // sets *list to null
+int AllocXmlFileList(XmlFileList** list) noexcept;                    // 1, or 0 when out of memory
+void FreeXmlFileList(XmlFileList** list) noexcept;                    // sets *list to null
 int AppendXmlFile(XmlFileList* list, XmlFileRecord* record) noexcept; // 1, or 0
-XmlFileRecord* PopFirstXmlFile(XmlFileList* list) noexcept;     // unlinked; the caller owns it
+XmlFileRecord* PopFirstXmlFile(XmlFileList* list) noexcept;           // unlinked; the caller owns it
 std::uint32_t CountXmlFiles(const XmlFileList* list) noexcept;
-XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept;       // index from 0
+XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept; // index from 0
 XmlFileRecord* RemoveXmlFileAt(XmlFileList* list, std::uint32_t index) noexcept; // unlinked; the caller owns it
 
 // Finds a record by file name (letter case apart), storing its cookie in *cookie, or, when fileName is null, by the cookie in

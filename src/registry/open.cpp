@@ -32,11 +32,16 @@ void LogOpened(const XmlFileRecord& record) noexcept {
 
 std::uint32_t CodeOfReadResult(long result) noexcept {
   switch (result) {
-    case Ostrum::ReadNoFile: return XmlFileNotFound;
-    case Ostrum::ReadUnreadable: return XmlFileUnreadable;
-    case Ostrum::ReadNoMemory: return XmlOutOfMemory;
-    case Ostrum::ReadFailed: return XmlFailure;
-    default: return XmlFileNotText;
+    case Ostrum::ReadNoFile:
+      return XmlFileNotFound;
+    case Ostrum::ReadUnreadable:
+      return XmlFileUnreadable;
+    case Ostrum::ReadNoMemory:
+      return XmlOutOfMemory;
+    case Ostrum::ReadFailed:
+      return XmlFailure;
+    default:
+      return XmlFileNotText;
   }
 }
 
@@ -107,8 +112,8 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
 
 } // namespace
 
-std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding, std::int32_t encrypted,
-                                  std::uint32_t* cookie) {
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding,
+                                  std::int32_t encrypted, std::uint32_t* cookie) {
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
   if (const XmlFileRecord* const open = FindXmlFile(list, fileName, cookie, nullptr)) {

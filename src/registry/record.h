@@ -17,8 +17,8 @@ struct XmlFileRecord {
   char fileName[bufferSize]; // as the caller gave it, cut to 259 bytes
   std::uint32_t cookie;
   Ostrum::Document* document;
-  ElementMap* elementMap;  // holds at least the root's entry once the record is in a list
-  std::int32_t encrypted;  // nonzero: the file is read and written through the cipher
+  ElementMap* elementMap; // holds at least the root's entry once the record is in a list
+  std::int32_t encrypted; // nonzero: the file is read and written through the cipher
 };
 
 // The registry of one caller's documents, oldest first. Made zero-filled with calloc and released with free.

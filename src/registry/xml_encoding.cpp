@@ -12,9 +12,9 @@ struct NamedEncoding {
 };
 
 constexpr NamedEncoding encodings[] = {
-    {"EBCDIC", Ostrum::EBCDIC},   {"UCS-4B", Ostrum::UCS_4B},   {"UCS-4L", Ostrum::UCS_4L},
-    {"US-ASCII", Ostrum::US_ASCII}, {"UTF-8", Ostrum::UTF_8},     {"UTF-16B", Ostrum::UTF_16B},
-    {"UTF-16L", Ostrum::UTF_16L}, {"", Ostrum::NO_ENCODING},
+    {"EBCDIC", Ostrum::EBCDIC},     {"UCS-4B", Ostrum::UCS_4B}, {"UCS-4L", Ostrum::UCS_4L},
+    {"US-ASCII", Ostrum::US_ASCII}, {"UTF-8", Ostrum::UTF_8},   {"UTF-16B", Ostrum::UTF_16B},
+    {"UTF-16L", Ostrum::UTF_16L},   {"", Ostrum::NO_ENCODING},
 };
 
 consteval Ostrum::UTF_ENCODINGS EncodingNamed(std::string_view name) {

@@ -71,8 +71,8 @@ TEST(CipherTest, FilesOfEveryVersionAndSystemStayReadableUnderTheirKeyAlone) {
   ASSERT_TRUE(KCryptWrap::decrypt_data(own, own));
   EXPECT_EQ(own, plain);
   // Sealed by other code under the same key: a mistake in the layout cannot hide in being made twice.
-  ASSERT_TRUE(KCryptWrap::decrypt_data(FromHex(
-      "54564b31a5940df99fd0215edb4d8b44b938fa223dd27c78aa5fc953795ff112a9628211ed16f7181d31aa3278bd"), plain));
+  ASSERT_TRUE(KCryptWrap::decrypt_data(
+      FromHex("54564b31a5940df99fd0215edb4d8b44b938fa223dd27c78aa5fc953795ff112a9628211ed16f7181d31aa3278bd"), plain));
   EXPECT_EQ(plain, "made elsewhere");
 }
 

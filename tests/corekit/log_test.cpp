@@ -49,12 +49,9 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
     lines = receiver.lines;
   }
   const std::vector<Line> expected = {
-      {LogKind::Detail, L"A", L"detail"},
-      {LogKind::Error, L"B", L"error"},
-      {LogKind::Detail, L"", L""},
-      {LogKind::TraceEnter, L"A", L"OutlivesTheSink"},
-      {LogKind::TraceEnter, L"A", L"Whole"},
-      {LogKind::TraceLeave, L"A", L"Whole"},
+      {LogKind::Detail, L"A", L"detail"},    {LogKind::Error, L"B", L"error"},
+      {LogKind::Detail, L"", L""},           {LogKind::TraceEnter, L"A", L"OutlivesTheSink"},
+      {LogKind::TraceEnter, L"A", L"Whole"}, {LogKind::TraceLeave, L"A", L"Whole"},
   };
   EXPECT_TRUE(lines == expected);
 }
@@ -90,8 +87,12 @@ TEST(LogTest, NarrowPiecesAreInTheLocalesCharacterSet) {
   ASSERT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
   const Receiver receiver;
   KString line("\xC3\xA9\xF0\x9F\x98\x80");
-  line << "a\xC3" << "b\xFF\xA9";
-  EXPECT_STREQ(line, L"\xE9\x1F600" L"a\xFFFD" L"b\xFFFD\xFFFD");
+  line << "a\xC3"
+       << "b\xFF\xA9";
+  EXPECT_STREQ(line,
+               L"\xE9\x1F600"
+               L"a\xFFFD"
+               L"b\xFFFD\xFFFD");
   std::setlocale(LC_CTYPE, "C");
   EXPECT_STREQ(KString("\xC3\xA9"), L"\xFFFD\xFFFD");
 }

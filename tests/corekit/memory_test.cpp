@@ -10,7 +10,7 @@
 
 namespace {
 
-int calls = 0; // of the functions below since it was set to 0
+int calls = 0;         // of the functions below since it was set to 0
 int allowed = INT_MAX; // allocations that still succeed
 
 bool Allowed() {

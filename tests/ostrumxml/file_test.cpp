@@ -45,12 +45,14 @@ TEST(File, ReadsEachEncodingOrRefusesIt) {
       {"<r>\xC3\xA9</r>", "<r>\xC3\xA9</r>"},
       {"\xEF\xBB\xBF<r/>", "\xEF\xBB\xBF<r/>"},
       {"<?xml version='1.0' encoding=\"utf-8\"?><r/>", "<?xml version='1.0' encoding=\"utf-8\"?><r/>"},
-      {"<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>", "<?xml version='1.0' encoding='UTF-8'?><r>\xC3\xA9</r>"},
+      {"<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>",
+       "<?xml version='1.0' encoding='UTF-8'?><r>\xC3\xA9</r>"},
       {"<?xml version='1.0' encoding='us-ascii' ?><r/>", "<?xml version='1.0' encoding='UTF-8' ?><r/>"},
       {Utf16(doc16, true), doc8},
       {Utf16(doc16, false), doc8},
       {Utf16(u"\xFEFF<r/>", false), "<r/>"},
-      {Utf16(u"\xFEFF<?xml version='1.0' encoding='utf-16le'?><r/>", false), "<?xml version='1.0' encoding='UTF-8'?><r/>"},
+      {Utf16(u"\xFEFF<?xml version='1.0' encoding='utf-16le'?><r/>", false),
+       "<?xml version='1.0' encoding='UTF-8'?><r/>"},
       {Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-16LE'?><r/>", true), bad},
       {Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-8'?><r/>", true), bad},
       {Utf16(u"<r/>", true), bad},
@@ -105,8 +107,9 @@ TEST(File, WritesThroughTheFilterOrNotAtAll) {
   EXPECT_EQ(Read(name, reverse).text, "<r/>");
   const auto refuse = [](const std::string&, std::string&) { return false; };
   EXPECT_THROW(Ostrum::WriteBufferToFile(wide.c_str(), text, Ostrum::UTF_8, refuse, nullptr), std::runtime_error);
-  EXPECT_THROW(Ostrum::WriteBufferToFile(wide.c_str(), text, Ostrum::UTF_8, nullptr, [](const std::string&) { return false; }),
-               std::runtime_error);
+  EXPECT_THROW(
+      Ostrum::WriteBufferToFile(wide.c_str(), text, Ostrum::UTF_8, nullptr, [](const std::string&) { return false; }),
+      std::runtime_error);
   EXPECT_EQ(folder.Read("f.xml"), ">/r<");
 }
 

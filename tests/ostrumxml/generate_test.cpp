@@ -66,20 +66,44 @@ TEST(Generate, ChangesOnlyTheBytesOfWhatWasSet) {
       {"<r />", [](const Parsed& p) { SetAttribute(p.At(""), "c", "3"); }, "<r c=\"3\" />"},
       {"<!DOCTYPE r [<!ATTLIST r d CDATA 'q'>]><r/>", [](const Parsed& p) { SetAttribute(p.At(""), "d", "z"); },
        "<!DOCTYPE r [<!ATTLIST r d CDATA 'q'>]><r d=\"z\"/>"},
-      {"<r />", [](const Parsed& p) { SetAttribute(p.At(""), "c", "3"); SetText(p.At(""), "t"); Add(p.At(""), "n"); },
+      {"<r />",
+       [](const Parsed& p) {
+         SetAttribute(p.At(""), "c", "3");
+         SetText(p.At(""), "t");
+         Add(p.At(""), "n");
+       },
        "<r c=\"3\">t<n/></r>"},
       // New elements
       {"<r>\r\n\t<a/>\r\n</r>", [](const Parsed& p) { SetText(Add(p.At(""), "n"), "1"); },
        "<r>\r\n\t<a/>\r\n\t<n>1</n>\r\n</r>"},
-      {"<r>\n  <a/>\n  <!-- c -->\n</r>", [](const Parsed& p) { Add(p.At(""), "n"); Add(p.At(""), "m"); },
+      {"<r>\n  <a/>\n  <!-- c -->\n</r>",
+       [](const Parsed& p) {
+         Add(p.At(""), "n");
+         Add(p.At(""), "m");
+       },
        "<r>\n  <a/>\n  <!-- c -->\n  <n/>\n  <m/>\n</r>"},
       {"<r>\n  <a/></r>", [](const Parsed& p) { Add(p.At(""), "n"); }, "<r>\n  <a/>\n  <n/></r>"},
       {"<r><a/> </r>", [](const Parsed& p) { Add(Add(p.At(""), "n"), "m"); }, "<r><a/> <n><m/></n></r>"},
       {"<r>\n</r>", [](const Parsed& p) { Add(p.At(""), "n"); }, "<r>\n<n/></r>"},
-      {"<r>\n <a/>\n</r>", [](const Parsed& p) { SetText(p.At(""), "t"); Add(p.At(""), "n"); }, "<r>t<a/><n/></r>"},
-      {"<r>\n <a/>\n</r>", [](const Parsed& p) { Add(p.At(""), "n"); SetText(p.At(""), "t"); }, "<r>t<a/><n/></r>"},
+      {"<r>\n <a/>\n</r>",
+       [](const Parsed& p) {
+         SetText(p.At(""), "t");
+         Add(p.At(""), "n");
+       },
+       "<r>t<a/><n/></r>"},
+      {"<r>\n <a/>\n</r>",
+       [](const Parsed& p) {
+         Add(p.At(""), "n");
+         SetText(p.At(""), "t");
+       },
+       "<r>t<a/><n/></r>"},
       {"<r><a><b>1</b></a><a/></r>",
-       [](const Parsed& p) { SetText(p.At("a/b"), "2"); SetText(p.At("a"), "t"); Add(p.At("a"), "c"); Add(p.At(""), "d"); },
+       [](const Parsed& p) {
+         SetText(p.At("a/b"), "2");
+         SetText(p.At("a"), "t");
+         Add(p.At("a"), "c");
+         Add(p.At(""), "d");
+       },
        "<r><a>t<b>2</b><c/></a><a/><d/></r>"},
   };
   for (const auto& [before, change, after] : cases) {
@@ -100,8 +124,22 @@ TEST(Generate, ChangesOnlyTheBytesOfWhatWasSet) {
 }
 
 TEST(Generate, CarriesEveryValue) {
-  const std::string values[] = {"", " ", "\t", "\r", "\n", "\r\n", " a ", "<b/>", "&amp;", "]]>", "]]", "\"'", "a\rb\nc\td",
-                                "\xC3\xA9\xEF\xBF\xBD\xF0\x9F\x98\x80", "\xC2\x85\xE2\x80\xA8", std::string(1'000'000, '&')};
+  const std::string values[] = {"",
+                                " ",
+                                "\t",
+                                "\r",
+                                "\n",
+                                "\r\n",
+                                " a ",
+                                "<b/>",
+                                "&amp;",
+                                "]]>",
+                                "]]",
+                                "\"'",
+                                "a\rb\nc\td",
+                                "\xC3\xA9\xEF\xBF\xBD\xF0\x9F\x98\x80",
+                                "\xC2\x85\xE2\x80\xA8",
+                                std::string(1'000'000, '&')};
   for (const std::string& value : values) {
     const Parsed parsed("<r a='1'><e>x</e><c/></r>");
     SetText(parsed.At("e"), value);

@@ -69,9 +69,10 @@ TEST(Parse, IndexesChildrenInRunsOfEqualNames) {
 }
 
 TEST(Parse, TakesWhatOnlyTheDocumentTypeTells) {
-  const Parsed parsed("<!DOCTYPE r [<!ENTITY e 'E&#38;f;'><!ENTITY f '&lt;F'><!ENTITY ext SYSTEM 'file:///etc/passwd'>"
-                      "<!ATTLIST r d CDATA 'def&e;' d CDATA 'later' t NMTOKENS #IMPLIED i CDATA #IMPLIED>]>"
-                      "<r t='  a \n b ' v='1&e;'>x&e;y<a>&ext;z</a><b>&#65;&amp;</b><c><![CDATA[&e;]]></c></r>");
+  const Parsed parsed(
+      "<!DOCTYPE r [<!ENTITY e 'E&#38;f;'><!ENTITY f '&lt;F'><!ENTITY ext SYSTEM 'file:///etc/passwd'>"
+      "<!ATTLIST r d CDATA 'def&e;' d CDATA 'later' t NMTOKENS #IMPLIED i CDATA #IMPLIED>]>"
+      "<r t='  a \n b ' v='1&e;'>x&e;y<a>&ext;z</a><b>&#65;&amp;</b><c><![CDATA[&e;]]></c></r>");
   ASSERT_TRUE(parsed);
   EXPECT_EQ(parsed.Text(""), "xE<Fy");
   EXPECT_EQ(parsed.Text("a"), "z");

@@ -10,9 +10,7 @@
 #include "host/ostrumxml/parse.h"
 #include "host/ostrumxml/utf8.h"
 
-inline std::wstring Wide(std::string_view utf8) {
-  return Ostrum::WideFromUtf8(utf8);
-}
+inline std::wstring Wide(std::string_view utf8) { return Ostrum::WideFromUtf8(utf8); }
 
 inline std::string Narrow(const std::wstring& wide) {
   std::string utf8;

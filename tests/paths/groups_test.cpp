@@ -26,7 +26,8 @@ class Groups : public testing::Test {
   ~Groups() override { EndXMLList(&list); }
 
   // The code and what the buffer then holds: "0 P2".
-  std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence, std::uint32_t capacity = 400) {
+  std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
+                   std::uint32_t capacity = 400) {
     std::vector<char> buffer(1000, '#');
     std::memcpy(buffer.data(), parent.c_str(), parent.size() + 1);
     const std::uint32_t code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, buffer.data(), capacity);
@@ -95,14 +96,18 @@ TEST_F(Groups, LogWhatTheyDid) {
     std::uint32_t capacity;
     Lines lines; // behind the one of the list
   } steps[] = {
-      {"", "Catalog\\P", 9,
+      {"",
+       "Catalog\\P",
+       9,
        {"Catalog\\P is a group", "Removed Catalog from Catalog\\P.", "P2 (element) not found in the element map.",
         "Inserted P2 into the element map."}},
       {"", "P", 9, {"P is a group ID", "Found P2 in " + name + "."}},
       {"", "P", 0, {"P is a group ID"}},
       {"P2", "L", 9, {"L is a group ID", "L not found in the element map.", "L not found in " + name + "."}},
       {"Q", "L", 9, {"L is a group ID", "Q not found in " + name + "."}},
-      {"", "Catalog", 9,
+      {"",
+       "Catalog",
+       9,
        {"Catalog is a group", "Removed Catalog from Catalog.", "Only the root was given as a group path."}},
   };
   for (const auto& step : steps) {
@@ -113,9 +118,10 @@ TEST_F(Groups, LogWhatTheyDid) {
   }
   log.Clear();
   Open("", "P", 1);
-  EXPECT_EQ((Lines{">EnumXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile", ">IsRootInPath", "<IsRootInPath",
-                   ">ReturnTokenFromString", "<ReturnTokenFromString", "<GenericOpenGroup", "<EnumXMLGroup"}),
-            log.TakeTraces());
+  EXPECT_EQ(
+      (Lines{">EnumXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile", ">IsRootInPath", "<IsRootInPath",
+             ">ReturnTokenFromString", "<ReturnTokenFromString", "<GenericOpenGroup", "<EnumXMLGroup"}),
+      log.TakeTraces());
 }
 
 TEST_F(Groups, WriteWithinTheCapacity) {

@@ -21,10 +21,10 @@ TEST(ReturnTokenFromString, CutsAtTheFirstSeparator) {
     const char* token;
     const char* rest;
   } cases[] = {
-      {"a\\b\\c", 9, "\\", "a", "b\\c"}, {"a\\", 9, "\\", "a", ""},       {"\\a", 9, "\\", "", "a"},
+      {"a\\b\\c", 9, "\\", "a", "b\\c"}, {"a\\", 9, "\\", "a", ""},           {"\\a", 9, "\\", "", "a"},
       {"abc", 9, "\\", "abc", nullptr},  {"abcdef", 4, "\\", "abc", nullptr}, {"abc", 4, "\\", "abc", nullptr},
-      {"abc\\d", 3, "\\", "", "d"},      {"abc\\d", 4, "\\", "abc", "d"}, {"a&&b", 9, "&&", "a", "b"},
-      {"a&b", 9, "&&", "a&b", nullptr},  {"", 9, "\\", "", nullptr},      {nullptr, 9, "\\", "", nullptr},
+      {"abc\\d", 3, "\\", "", "d"},      {"abc\\d", 4, "\\", "abc", "d"},     {"a&&b", 9, "&&", "a", "b"},
+      {"a&b", 9, "&&", "a&b", nullptr},  {"", 9, "\\", "", nullptr},          {nullptr, 9, "\\", "", nullptr},
       {"a", 1, "\\", "", nullptr},
   };
   LogLines log;

@@ -11,7 +11,8 @@
 
 inline std::unique_ptr<Ostrum::Document> Parse(std::string utf8) {
   std::size_t length = 0;
-  for (const char byte : utf8) length += (static_cast<unsigned char>(byte) & 0xC0) != 0x80; // none beyond 16 bits in tests
+  for (const char byte : utf8)
+    length += (static_cast<unsigned char>(byte) & 0xC0) != 0x80; // none beyond 16 bits in tests
   Ostrum::PARSER_ERROR error{};
   int line = 0;
   int column = 0;

@@ -70,31 +70,35 @@ TEST(FindElementByPath, GoesDownTheFirstMatchOnly) {
          {"FileList\\X\\Y", 1, "", {Entered("FileList"), Missing("X\\Y")}},
          {"\\FileItem", 1, "", {Entered("")}},
          {"X\\Y", 1, "", {Missing("X\\Y")}}});
-  Check("<Version id='1'>text</Version>", {{"Ver", 7, "1", {}}, {"Versions", 1, "", {}}, {"", 1, "1", {}}, {"V\\", 1, "", {}}});
+  Check("<Version id='1'>text</Version>",
+        {{"Ver", 7, "1", {}}, {"Versions", 1, "", {}}, {"", 1, "1", {}}, {"V\\", 1, "", {}}});
 }
 
 TEST(FindElementByPath, ChoosesByAttribute) {
   const std::string long300(300, 'v');
-  Check("<r><S id='1'/><S id='2' Name='EngineFileOld'><T id='3'/></S><S id='4' Name='EngineFile' b='x=y' c='&amp;&amp;'/>"
-        "<S id='5' Name='" + std::string(254, 'v') + "'/></r>",
-        {{"S&Name=EngineFile", 3, "2", {Filtered("EngineFile")}},
-         {"S&Name=EngineFile\\T", 1, "3", {Filtered("EngineFile"), Selected("T")}},
-         {"S&Name=", 0, "2", {Filtered("")}},
-         {"S&Name=enginefile", 1, "", {Missing("S&Name=enginefile")}},
-         {"S&Name", 3, "4", {Selected("S3")}},
-         {"S&", 3, "4", {Selected("S3")}},
-         {"&b=x=y", 1, "4", {Filtered("x=y")}},
-         {"S&c=&", 1, "4", {Filtered("&")}},
-         {"S&=x", 1, "", {Missing("S&=x")}},
-         {"S&not a name=x", 1, "", {Missing("S&not a name=x")}},
-         // Only the first 259 bytes of the component count: 7 and 252 of the value.
-         {"S&Name=" + long300, 1, "5", {Filtered(long300.substr(0, 252))}},
-         {long300 + "&Name=x", 1, "", {Missing(long300 + "&Name=x")}}});
+  Check(
+      "<r><S id='1'/><S id='2' Name='EngineFileOld'><T id='3'/></S><S id='4' Name='EngineFile' b='x=y' c='&amp;&amp;'/>"
+      "<S id='5' Name='" +
+          std::string(254, 'v') + "'/></r>",
+      {{"S&Name=EngineFile", 3, "2", {Filtered("EngineFile")}},
+       {"S&Name=EngineFile\\T", 1, "3", {Filtered("EngineFile"), Selected("T")}},
+       {"S&Name=", 0, "2", {Filtered("")}},
+       {"S&Name=enginefile", 1, "", {Missing("S&Name=enginefile")}},
+       {"S&Name", 3, "4", {Selected("S3")}},
+       {"S&", 3, "4", {Selected("S3")}},
+       {"&b=x=y", 1, "4", {Filtered("x=y")}},
+       {"S&c=&", 1, "4", {Filtered("&")}},
+       {"S&=x", 1, "", {Missing("S&=x")}},
+       {"S&not a name=x", 1, "", {Missing("S&not a name=x")}},
+       // Only the first 259 bytes of the component count: 7 and 252 of the value.
+       {"S&Name=" + long300, 1, "5", {Filtered(long300.substr(0, 252))}},
+       {long300 + "&Name=x", 1, "", {Missing(long300 + "&Name=x")}}});
 }
 
 TEST(FindElementByPath, ComparesLongComponentsWhole) {
   const std::string name(700, 'n');
-  Check("<r><" + name + " id='1'/></r>", {{name, 1, "1", {Selected(name)}}, {name + "n", 1, "", {Missing(name + "n")}}});
+  Check("<r><" + name + " id='1'/></r>",
+        {{name, 1, "1", {Selected(name)}}, {name + "n", 1, "", {Missing(name + "n")}}});
 }
 
 TEST(FindElementByPath, LogsEachNameThatCannotBeConverted) {

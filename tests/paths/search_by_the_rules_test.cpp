@@ -37,7 +37,8 @@ const Element* FindByTheRules(const Element& start, const std::string& path, std
       lines.push_back("Found " + value + " (attribute) in the element map.");
     } else if (isLast) {
       if (++count != occurrence) continue;
-      lines.push_back(name + (occurrence > 1 ? std::to_string(occurrence) : "") + " (element) not found in the element map.");
+      lines.push_back(name + (occurrence > 1 ? std::to_string(occurrence) : "") +
+                      " (element) not found in the element map.");
     } else {
       lines.push_back("Found " + name + " (element) in the element map.");
     }
@@ -50,7 +51,9 @@ const Element* FindByTheRules(const Element& start, const std::string& path, std
 class Chance {
  public:
   std::uint32_t Below(std::uint32_t limit) { return static_cast<std::uint32_t>(engine() % limit); }
-  std::string Pick(const std::vector<std::string>& from) { return from[Below(static_cast<std::uint32_t>(from.size()))]; }
+  std::string Pick(const std::vector<std::string>& from) {
+    return from[Below(static_cast<std::uint32_t>(from.size()))];
+  }
 
  private:
   std::mt19937 engine{20240229};

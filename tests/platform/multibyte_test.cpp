@@ -22,7 +22,7 @@ constexpr Locale latin{"ISO-8859-1"};
 constexpr Locale turkish{"UTF-8", "tr_TR"}; // has an i of its own
 constexpr Locale japanese{"WINDOWS-31J"};   // the backslash is the second byte of common characters
 constexpr Locale chinese{"GBK"};
-constexpr Locale yen{"SHIFT_JIS"};          // has the yen sign in the backslash's place
+constexpr Locale yen{"SHIFT_JIS"}; // has the yen sign in the backslash's place
 
 std::ostream& operator<<(std::ostream& stream, const Locale& locale) { return stream << locale.charset; }
 
@@ -79,7 +79,10 @@ TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
       {japanese, "\x95\x5C\x83\x5C", "\x83\x5C", 2, 0},
       {japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C", 3, 0}, // bytes across two characters do not count
       {chinese, "\x81\x5C\\\xFE\x5C\\x", "\\", 2, 5},
-      {chinese, "\x81\x41" "B", "B", 2, 2},
+      {chinese,
+       "\x81\x41"
+       "B",
+       "B", 2, 2},
       {yen, "\x95\x5C\x5C", "\\", 2, 2},
       {japanese, "text", "", 0, 0},
       {japanese, "text\x95", "none", -1, -1},
@@ -150,13 +153,23 @@ TEST(MultibyteTest, CasesAreFoldedByCharacter) {
       {utf8, "\xC3", "\xC3\xA9", 1, true},
       {turkish, "ATTRIBUTE", "attribute", all, true},
       {japanese, "\x83\x41", "\x83\x61", all, false}, // the second bytes are A and a
-      {japanese, "\x83\x41" "A", "\x83\x41" "a", all, true},
+      {japanese,
+       "\x83\x41"
+       "A",
+       "\x83\x41"
+       "a",
+       all, true},
       {japanese, "\x82\x60", "\x82\x81", all, true}, // wide letters, A and a
       {japanese, "\x83", "\x83\x41", all, false},
       {chinese, "\x81\x41", "\x81\x61", all, false},
       {chinese, "\x81\x41x", "\x81\x61x", all, false},
       {chinese, "x\x81\x41y", "X\x81\x41Y", 4, true},
-      {yen, "\x83\x41" "A\\", "\x83\x41" "a\\", all, true},
+      {yen,
+       "\x83\x41"
+       "A\\",
+       "\x83\x41"
+       "a\\",
+       all, true},
   };
   for (const auto& each : cases) {
     Use(each.locale);

@@ -117,12 +117,13 @@ TEST(ListHandle, IsMadeAndEnded) {
   EXPECT_EQ(nullptr, list);
   EXPECT_EQ(XmlSuccess, EndXMLList(&list));
   EXPECT_EQ(XmlSuccess, EndXMLList(nullptr));
-  EXPECT_EQ((Lines{"Failed to initialize the xml file list:  NULL file list pointer.", "xml file list initialization successful.",
-                   "xml file list deinitialization successful.", "xml file list deinitialization successful.",
+  EXPECT_EQ((Lines{"Failed to initialize the xml file list:  NULL file list pointer.",
+                   "xml file list initialization successful.", "xml file list deinitialization successful.",
+                   "xml file list deinitialization successful.",
                    "xml file list deinitialization successful:  NULL file list pointer.",
                    "xml file list deinitialization successful."}),
             log.Take());
-  EXPECT_EQ((Lines{">InitXMLList", "<InitXMLList", ">InitXMLList", "<InitXMLList", ">EndXMLList", "<EndXMLList", ">EndXMLList",
-                   "<EndXMLList", ">EndXMLList", "<EndXMLList"}),
+  EXPECT_EQ((Lines{">InitXMLList", "<InitXMLList", ">InitXMLList", "<InitXMLList", ">EndXMLList", "<EndXMLList",
+                   ">EndXMLList", "<EndXMLList", ">EndXMLList", "<EndXMLList"}),
             log.TakeTraces());
 }

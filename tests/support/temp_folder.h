@@ -12,7 +12,8 @@
 
 class TempFolder {
  public:
-  TempFolder() : path(std::filesystem::temp_directory_path() / ("tarvik-test-" + std::to_string(std::random_device{}()))) {
+  TempFolder()
+      : path(std::filesystem::temp_directory_path() / ("tarvik-test-" + std::to_string(std::random_device{}()))) {
     if (!std::filesystem::create_directory(path)) throw std::runtime_error("no folder " + path.string());
   }
   ~TempFolder() {

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "support/locale_guard.h"
 #include "paths/parsed.h"
+#include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "text/convert.h"
 #include "text/narrow_name.h"
@@ -29,7 +29,8 @@ std::vector<Case> Cases() {
     }
   }
   for (const std::size_t length : {0u, 31u, 126u, 127u, 5000u}) {
-    cases.push_back({"C.utf8", std::wstring(length, L'a') + L"\u00e9\u0434", std::string(length, 'a') + "\xC3\xA9\xD0\xB4"});
+    cases.push_back(
+        {"C.utf8", std::wstring(length, L'a') + L"\u00e9\u0434", std::string(length, 'a') + "\xC3\xA9\xD0\xB4"});
   }
   return cases;
 }
@@ -62,9 +63,10 @@ TEST(Conversion, SaysWhyItFails) {
     const auto document = Parse("<\xC3\xA9>\xC3\xA9</\xC3\xA9>");
     EXPECT_FALSE(NarrowName(document->GetRoot()).Text());
     EXPECT_EQ(nullptr, NarrowValue(document->GetRoot()).Text());
-    EXPECT_EQ((Lines{"Failed to get the length of caf\u00e9:  " + invalid, "Failed to get the length of \u00e9:  " + invalid,
-                     "Failed to get the length of \u00e9:  " + invalid}),
-              log.Take());
+    EXPECT_EQ(
+        (Lines{"Failed to get the length of caf\u00e9:  " + invalid, "Failed to get the length of \u00e9:  " + invalid,
+               "Failed to get the length of \u00e9:  " + invalid}),
+        log.Take());
   }
   const LocaleGuard locale("C.utf8");
   EXPECT_EQ(nullptr, ConvertToUnicode("a\xFFz"));

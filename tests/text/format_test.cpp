@@ -18,8 +18,12 @@ struct Case {
 
 TEST(FormatToBuffer, CutsToTheCapacity) {
   const Case cases[] = {
-      {10, "123456789", "123456789", 9}, {10, "1234567890", "123456789", -1}, {10, std::string(5000, 'x'), "xxxxxxxxx", -1},
-      {1, "", "", 0},                    {1, "a", "", -1},                    {2, "\xC3\xA9", "\xC3", -1},
+      {10, "123456789", "123456789", 9},
+      {10, "1234567890", "123456789", -1},
+      {10, std::string(5000, 'x'), "xxxxxxxxx", -1},
+      {1, "", "", 0},
+      {1, "a", "", -1},
+      {2, "\xC3\xA9", "\xC3", -1},
   };
   for (const Case& it : cases) {
     std::string buffer(it.capacity + 1, '#');

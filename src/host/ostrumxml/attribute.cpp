@@ -45,7 +45,8 @@ std::wstring Attribute::GetValue() const {
 std::optional<std::string_view> Attribute::AsciiValue() const {
   if (owner == nullptr) return std::string_view("");
   const bool isAsParsed = owner->flags == 0 && raw.data() != nullptr;
-  if (!isAsParsed || owner->name->Owner().FindDeclarations(*owner) != nullptr || !StandsForItself(raw)) return std::nullopt;
+  if (!isAsParsed || owner->name->Owner().FindDeclarations(*owner) != nullptr || !StandsForItself(raw))
+    return std::nullopt;
   return raw;
 }
 

@@ -9,12 +9,8 @@ Document::Document(std::unique_ptr<Content> content) noexcept : content(std::mov
 
 Document::~Document() = default;
 
-Element& Document::GetRoot() noexcept {
-  return *content->root;
-}
+Element& Document::GetRoot() noexcept { return *content->root; }
 
-DocumentText Document::GenerateXML(bool) const {
-  return Generator(*content).Generate();
-}
+DocumentText Document::GenerateXML(bool) const { return Generator(*content).Generate(); }
 
 } // namespace Ostrum

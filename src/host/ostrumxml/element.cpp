@@ -18,10 +18,17 @@ bool IsPlain(std::string_view raw) {
 
 void AppendPiece(const Piece& piece, std::string& text) {
   switch (piece.kind) {
-    case PieceKind::Text: AppendCharacters(piece.text, text); break;
-    case PieceKind::CData: AppendCharacters(InsideCData(piece.text), text); break;
-    case PieceKind::Reference: AppendReference(piece.text, text); break;
-    case PieceKind::Other: break;
+    case PieceKind::Text:
+      AppendCharacters(piece.text, text);
+      break;
+    case PieceKind::CData:
+      AppendCharacters(InsideCData(piece.text), text);
+      break;
+    case PieceKind::Reference:
+      AppendReference(piece.text, text);
+      break;
+    case PieceKind::Other:
+      break;
   }
 }
 

@@ -73,7 +73,9 @@ class ElementLayout {
  private:
   ElementLayout(std::string_view source, const Element& element) noexcept : source(source), element(element) {}
 
-  std::string_view Between(std::uint32_t from, std::uint32_t to) const noexcept { return source.substr(from, to - from); }
+  std::string_view Between(std::uint32_t from, std::uint32_t to) const noexcept {
+    return source.substr(from, to - from);
+  }
 
   template <class Visit>
   static void VisitStretch(std::string_view stretch, Visit& visit) {

@@ -7,17 +7,11 @@ namespace Ostrum {
 namespace {
 
 // Named here rather than left to the parser, so that what it takes is taken from our own allocation functions.
-void* Allocate(std::size_t size) {
-  return std::malloc(size);
-}
+void* Allocate(std::size_t size) { return std::malloc(size); }
 
-void* Reallocate(void* memory, std::size_t size) {
-  return std::realloc(memory, size);
-}
+void* Reallocate(void* memory, std::size_t size) { return std::realloc(memory, size); }
 
-void Free(void* memory) {
-  std::free(memory);
-}
+void Free(void* memory) { std::free(memory); }
 
 } // namespace
 

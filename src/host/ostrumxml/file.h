@@ -16,7 +16,7 @@ using ByteCheck = bool (*)(const std::string& bytes);
 // Why a file was not read. 0 and above is success.
 enum ReadResult : long {
   ReadDone = 0,
-  ReadFailed = -2,       // an unexpected exception
+  ReadFailed = -2, // an unexpected exception
   ReadNoMemory = -3,
   ReadUnreadable = -42,  // there, but not to be read: permission, a folder, an I/O error
   ReadNoFile = -44,      // no file of that name
@@ -30,8 +30,8 @@ enum ReadResult : long {
 // its byte-order mark if the file was in UTF-8, and its declaration, if there is one, says UTF-8.
 // encoding is not read; it receives the encoding found (UTF_8, UTF_16B, UTF_16L, US_ASCII; NO_ENCODING for ISO-8859-1, which
 // has no value here). byteCount receives the file's size in bytes. Never throws; text is only changed on success.
-long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
-                             ByteFilter decrypt) noexcept;
+long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding,
+                             unsigned long& byteCount, ByteFilter decrypt) noexcept;
 
 // Replaces the file's content with the text in UTF-8, through the encrypt filter if there is one, in one atomic step.
 // encoding must be UTF_8. check, when given, is asked about the final bytes and can refuse them.

@@ -92,7 +92,8 @@ bool DecodeUtf16(std::string_view bytes, DocumentText& text, UTF_ENCODINGS& enco
 // Text of an encoding in which ASCII stands for itself, one byte a character.
 bool DecodeBytes(std::string&& bytes, DocumentText& text, UTF_ENCODINGS& encoding) {
   const bool marked = bytes.starts_with(utf8ByteOrderMark);
-  const std::string_view declared = DeclaredEncoding(std::string_view(bytes).substr(marked ? utf8ByteOrderMark.size() : 0));
+  const std::string_view declared =
+      DeclaredEncoding(std::string_view(bytes).substr(marked ? utf8ByteOrderMark.size() : 0));
   encoding = UTF_8;
   if (!declared.empty() && !EqualsIgnoringCase(declared, "UTF-8")) {
     if (marked) return false;

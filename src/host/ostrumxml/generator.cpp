@@ -23,7 +23,8 @@ DocumentText Generator::Generate() {
     if ((element->flags & element_flags::created) == 0) Collect(*element, change);
   }
   // Edits at one place belong to one element and stand in the order in which they were made.
-  std::stable_sort(edits.begin(), edits.end(), [](const Edit& left, const Edit& right) { return left.from < right.from; });
+  std::stable_sort(edits.begin(), edits.end(),
+                   [](const Edit& left, const Edit& right) { return left.from < right.from; });
   for (const Edit& edit : edits) size = size + edit.replacement.size() - edit.length;
   if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
 

@@ -17,6 +17,11 @@ constexpr std::size_t chunkSize = std::size_t{1} << 20;
 // that the stack overflows.
 constexpr std::size_t mostNestedEntities = 1'000;
 
+// The parser looks at each attribute declared for an element whenever such an element begins, also where none is written. How
+// many times it may do so for each byte of the source, beyond a first million.
+constexpr std::uint64_t mostDeclarationsPerByte = 32;
+constexpr std::uint64_t declarationsForFree = 1'000'000;
+
 // Whether what the parser reads in the source just now is a reference to one of the document's own entities.
 bool IsOwnReference(std::string_view event) {
   if (event.size() < 3 || event.front() != '&' || event.back() != ';') return false;
@@ -120,9 +125,18 @@ void Indexer::StartElement(const XML_Char* name, const XML_Char** attributes) {
   }
   element->childCount = static_cast<std::uint32_t>(children.size());
   open.push_back(element);
+  CountDeclarations(*element);
   if (!HasOwnEntities()) return;
   texts.emplace_back();
   NoteExpandedAttributes(*element, attributes);
+}
+
+void Indexer::CountDeclarations(const Element& element) {
+  const AttributeDeclarations* const declared = content.FindDeclarations(element);
+  if (declared == nullptr) return;
+  declarationsMet += declared->size();
+  if (declarationsMet <= declarationsForFree + mostDeclarationsPerByte * content.source.size()) return;
+  Refuse(TOO_MANY_DECLARATIONS, "too many attributes are declared for elements that are too many");
 }
 
 void Indexer::EndElement() {

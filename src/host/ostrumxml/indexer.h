@@ -1,6 +1,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_INDEXER_H
 #define TARVIK_HOST_OSTRUMXML_INDEXER_H
 
+#include <cstdint>
 #include <exception>
 #include <string>
 #include <vector>
@@ -40,6 +41,7 @@ class Indexer {
   void Stop() noexcept { XML_StopParser(parser.Get(), XML_FALSE); }
 
   void StartElement(const XML_Char* name, const XML_Char** attributes);
+  void CountDeclarations(const Element& element);
   void EndElement();
   void CollectChildren(Element& element, std::size_t first);
   void NoteCharacters(std::string_view text);
@@ -47,9 +49,7 @@ class Indexer {
   void NoteExpandedText(Element& element);
   void DeclareEntity(const XML_Char* name, bool parameter, const XML_Char* value, int length);
   void DeclareAttribute(const XML_Char* element, const XML_Char* name, const XML_Char* type, const XML_Char* value);
-  std::uint32_t Offset() const noexcept {
-    return static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser.Get()));
-  }
+  std::uint32_t Offset() const noexcept { return static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser.Get())); }
   bool HasOwnEntities() const noexcept { return !content.entities.empty(); }
 
   Content& content;
@@ -58,8 +58,9 @@ class Indexer {
   // The children, so far, of all open elements: those of an inner one behind those of an outer one. While an element is open,
   // its childCount says where its own begin.
   std::vector<Element*> children;
-  std::vector<OpenText> texts;    // one for each open element, if the document has entities of its own
-  std::size_t nestedEntities = 0; // entities that refer to others
+  std::vector<OpenText> texts;       // one for each open element, if the document has entities of its own
+  std::size_t nestedEntities = 0;    // entities that refer to others
+  std::uint64_t declarationsMet = 0; // attributes declared for the elements so far, one by one
   std::exception_ptr thrown;
   ParseFailure refusal;
 };

@@ -33,7 +33,8 @@ bool StandsForItself(std::string_view raw) noexcept {
     if (OutOfPlain(word) != 0) return false;
   }
   for (const char character : raw) {
-    if (character < ' ' || character == '&' || character == '<' || static_cast<unsigned char>(character) >= 0x80) return false;
+    if (character < ' ' || character == '&' || character == '<' || static_cast<unsigned char>(character) >= 0x80)
+      return false;
   }
   return true;
 }

@@ -16,9 +16,9 @@ std::size_t RecentSlot(std::string_view utf8) {
 } // namespace
 
 Name::Name(Content& owner, std::string_view utf8) noexcept
-    : owner(&owner), utf8(utf8), ascii(std::ranges::all_of(utf8, [](char unit) {
-        return static_cast<unsigned char>(unit) < 0x80;
-      })) {}
+    : owner(&owner),
+      utf8(utf8),
+      ascii(std::ranges::all_of(utf8, [](char unit) { return static_cast<unsigned char>(unit) < 0x80; })) {}
 
 const std::wstring& Name::Wide() const {
   if (!wide) wide = std::make_unique<const std::wstring>(WideFromUtf8(utf8));

@@ -13,6 +13,8 @@ enum PARSER_ERROR : int {
   ELEMENTS_FROM_ENTITY = 1000,
   // Entities could be nested so deep that expanding them overflows the stack.
   TOO_MANY_ENTITIES = 1001,
+  // The parser would look at the attributes declared for elements far more often than the text is long.
+  TOO_MANY_DECLARATIONS = 1002,
 };
 
 // Parses the first `length` wide characters of the text. Gives a new document, which the caller deletes, or null when they

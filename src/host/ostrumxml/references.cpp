@@ -34,14 +34,30 @@ std::string Escape(std::string_view text, std::string_view special) {
     escaped += text.substr(0, plain);
     if (plain == std::string_view::npos) break;
     switch (text[plain]) {
-      case '&': escaped += "&amp;"; break;
-      case '<': escaped += "&lt;"; break;
-      case '>': escaped += "&gt;"; break;
-      case '"': escaped += "&quot;"; break;
-      case '\'': escaped += "&apos;"; break;
-      case '\t': escaped += "&#9;"; break;
-      case '\n': escaped += "&#10;"; break;
-      default: escaped += "&#13;"; break;
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      case '\'':
+        escaped += "&apos;";
+        break;
+      case '\t':
+        escaped += "&#9;";
+        break;
+      case '\n':
+        escaped += "&#10;";
+        break;
+      default:
+        escaped += "&#13;";
+        break;
     }
     text.remove_prefix(plain + 1);
   }
@@ -102,9 +118,7 @@ std::string FoldBlanks(std::string_view value) {
   return folded;
 }
 
-std::string EscapeText(std::string_view text) {
-  return Escape(text, "&<>\r");
-}
+std::string EscapeText(std::string_view text) { return Escape(text, "&<>\r"); }
 
 std::string EscapeAttribute(std::string_view value, char quote) {
   return Escape(value, quote == '"' ? "&<\"\t\n\r" : "&<'\t\n\r");

@@ -7,9 +7,7 @@
 
 namespace Ostrum {
 
-Element::operator Value() {
-  return {IsNull() ? nullptr : this, nullptr, {}};
-}
+Element::operator Value() { return {IsNull() ? nullptr : this, nullptr, {}}; }
 
 Attribute::operator Value() const {
   if (owner == nullptr) return {nullptr, nullptr, {}};
