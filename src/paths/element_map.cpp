@@ -70,9 +70,9 @@ void ElementMap::Replace(NewEntry&& entry, Ostrum::Element& element) noexcept {
 // Keys that are in use together differ in length or in their last two bytes.
 ElementMap::Entry*& ElementMap::RecentSlot(std::string_view key) noexcept {
   if (key.size() < 2) return recent[0];
-  const auto last = static_cast<unsigned char>(key.back());
-  const auto beforeLast = static_cast<unsigned char>(key[key.size() - 2]);
-  return recent[(key.size() * 7 + beforeLast * 10U + last) % recent.size()];
+  const auto lastByte = static_cast<unsigned char>(key.back());
+  const auto byteBefore = static_cast<unsigned char>(key[key.size() - 2]);
+  return recent[(key.size() * 7 + byteBefore * 10U + lastByte) % recent.size()];
 }
 
 Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) {

@@ -49,7 +49,7 @@ class Save : public testing::Test {
 };
 
 TEST_F(Save, OnAFullDiskKeepsTheOldFile) {
-  for (const rlim_t bytes : {0, 1, 20}) {
+  for (const rlim_t bytes : {0U, 1U, 20U}) {
     const FullDisk disk(bytes);
     ExpectRefusedSave();
     EXPECT_EQ(document.Bytes(), before);

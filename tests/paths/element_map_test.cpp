@@ -40,7 +40,7 @@ TEST(ElementMapEntries, AreFoundInAnyOrder) {
   std::map<std::string, Ostrum::Element*> expected;
   ElementMap map;
   std::minstd_rand random;
-  for (int step = 0; step < 5'000; ++step) {
+  for (unsigned step = 0; step < 5'000; ++step) {
     const bool inOrder = step % 1'000 < 500;
     const std::string key = "Item" + std::to_string(inOrder ? step % 1'000 : random() % 1'000);
     Ostrum::Element* const element = elements[random() % 2];
