@@ -22,16 +22,19 @@ void ThrowIfWanted(std::string_view place) {
   if (place != throwingPlace) return;
   throwingPlace = {};
   switch (thrown) {
-    case Thrown::BadAlloc: throw std::bad_alloc();
-    case Thrown::RuntimeError: throw std::runtime_error("from below");
-    case Thrown::Number: throw 1;
+    case Thrown::BadAlloc:
+      throw std::bad_alloc();
+    case Thrown::RuntimeError:
+      throw std::runtime_error("from below");
+    case Thrown::Number:
+      throw 1;
   }
 }
 
 } // namespace
 
-// The linker leads each call here first; it takes the names from these lines. A member function is called as a function whose
-// first argument is the object.
+// The linker leads each call here first; the build reads the names, each on a line of its own, from here. A member function
+// is called as a function whose first argument is the object.
 #define THROWS(symbol, place, Result, parameters, arguments) \
   Result Real##place parameters asm("__real_" #symbol);      \
   Result Wrapped##place parameters asm("__wrap_" #symbol);   \
@@ -43,20 +46,27 @@ using namespace Ostrum;
 THROWS(_ZN6Ostrum8ParseXMLENS_12DocumentTextEiRNS_12PARSER_ERRORERiS3_, ParseXML, Document*,
        (DocumentText text, int length, PARSER_ERROR& error, int& line, int& column),
        (std::move(text), length, error, line, column))
-THROWS(_ZNK6Ostrum8Document11GenerateXMLEb, GenerateXML, DocumentText, (const Document* self, bool layout), (self, layout))
-THROWS(_ZN6Ostrum17WriteBufferToFileEPKwRKNS_12DocumentTextENS_13UTF_ENCODINGSEPFbRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEERSB_EPFbSD_E,
-       WriteBufferToFile, void,
-       (const wchar_t* name, const DocumentText& text, UTF_ENCODINGS encoding, ByteFilter encrypt, ByteCheck check),
-       (name, text, encoding, encrypt, check))
-THROWS(_ZNK6Ostrum7Element12GetAttributeEPKw, GetAttribute, Attribute, (const Element* self, const wchar_t* name), (self, name))
-THROWS(_ZN6Ostrum7Element15CreateAttributeEPKw, CreateAttribute, Attribute, (Element * self, const wchar_t* name), (self, name))
-THROWS(_ZN6Ostrum7Element14AddElementIntoEPKw, AddElementInto, Element&, (Element * self, const wchar_t* name), (self, name))
+THROWS(_ZNK6Ostrum8Document11GenerateXMLEb, GenerateXML, DocumentText, (const Document* self, bool layout),
+       (self, layout))
+THROWS(
+    _ZN6Ostrum17WriteBufferToFileEPKwRKNS_12DocumentTextENS_13UTF_ENCODINGSEPFbRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEERSB_EPFbSD_E,
+    WriteBufferToFile, void,
+    (const wchar_t* name, const DocumentText& text, UTF_ENCODINGS encoding, ByteFilter encrypt, ByteCheck check),
+    (name, text, encoding, encrypt, check))
+THROWS(_ZNK6Ostrum7Element12GetAttributeEPKw, GetAttribute, Attribute, (const Element* self, const wchar_t* name),
+       (self, name))
+THROWS(_ZN6Ostrum7Element15CreateAttributeEPKw, CreateAttribute, Attribute, (Element * self, const wchar_t* name),
+       (self, name))
+THROWS(_ZN6Ostrum7Element14AddElementIntoEPKw, AddElementInto, Element&, (Element * self, const wchar_t* name),
+       (self, name))
 THROWS(_ZN6Ostrum7ElementcvNS_5ValueEEv, ElementValue, Value, (Element * self), (self))
 THROWS(_ZNK6Ostrum9AttributecvNS_5ValueEEv, AttributeValue, Value, (const Attribute* self), (self))
 THROWS(_ZN6Ostrum5Value3SetEPKw, ValueSet, void, (Value * self, const wchar_t* text), (self, text))
 // Under every name and value that is not plain ASCII.
-THROWS(_ZN6Ostrum12WideFromUtf8B5cxx11ESt17basic_string_viewIcSt11char_traitsIcEE, GetValue, std::wstring, (std::string_view utf8), (utf8))
-THROWS(_Z18ConvertToMultiByteRKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE, ConvertName, char*, (const std::wstring& name), (name))
+THROWS(_ZN6Ostrum12WideFromUtf8B5cxx11ESt17basic_string_viewIcSt11char_traitsIcEE, GetValue, std::wstring,
+       (std::string_view utf8), (utf8))
+THROWS(_Z18ConvertToMultiByteRKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE, ConvertName, char*,
+       (const std::wstring& name), (name))
 
 namespace {
 
@@ -99,18 +109,21 @@ const Promise promises[] = {
      "error: Unknown exception occurred while searching for the path in the root element", nullptr},
     {"GetValue", [](const TestDocument& d) { return OpenGroup(d, "\xC3\xA4"); }, 3, 3,
      "error: Unknown exception occurred while searching for \xC3\xA4", nullptr},
-    {"GetValue", [](const TestDocument& d) { return Get(d, "A", "ELEMENT"); }, 34, 34, "Failed to get A: unknown exception thrown.", nullptr},
+    {"GetValue", [](const TestDocument& d) { return Get(d, "A", "ELEMENT"); }, 34, 34,
+     "Failed to get A: unknown exception thrown.", nullptr},
     {"GetAttribute", [](const TestDocument& d) { return Get(d, "B", "ATTRIBUTE"); }, 34, 34,
      "Failed to get B: unknown exception thrown.", nullptr},
     {"AddElementInto", [](const TestDocument& d) { return d.SetText("", "New", "v"); }, 34, 1, setFailed, noMemory},
     {"GetAttribute", [](const TestDocument& d) { return d.SetAttribute("B", "k", "v"); }, 34, 1, setFailed, noMemory},
-    {"CreateAttribute", [](const TestDocument& d) { return d.SetAttribute("B", "n", "v"); }, 34, 1, setFailed, noMemory},
+    {"CreateAttribute", [](const TestDocument& d) { return d.SetAttribute("B", "n", "v"); }, 34, 1, setFailed,
+     noMemory},
     {"ElementValue", [](const TestDocument& d) { return d.SetText("", "A", "v"); }, 34, 1, setFailed, noMemory},
     {"AttributeValue", [](const TestDocument& d) { return d.SetAttribute("B", "k", "v"); }, 34, 1, setFailed, noMemory},
     {"ValueSet", [](const TestDocument& d) { return d.SetText("", "A", "v"); }, 34, 1, setFailed, noMemory},
     {"GenerateXML", [](const TestDocument& d) { return d.SetText("", "A", "v"); }, 34, 1, setFailed, noMemory},
     {"WriteBufferToFile", [](const TestDocument& d) { return d.SetText("", "A", "v"); }, 34, 1, setFailed, noMemory},
-    {"ConvertName", [](const TestDocument& d) { return d.SetText("W\xC3\xB6rt", "A", "v"); }, 34, 1, setFailed, noMemory},
+    {"ConvertName", [](const TestDocument& d) { return d.SetText("W\xC3\xB6rt", "A", "v"); }, 34, 1, setFailed,
+     noMemory},
     {"GetValue", [](const TestDocument& d) { return d.SetText("", "\xC3\xA4", "v"); }, 34, 1, setFailed, noMemory},
 };
 
