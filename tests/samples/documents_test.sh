@@ -39,16 +39,16 @@ write_program() { # <block> <program source>
 }
 
 check_program() { # <block>
-  local name printed
+  local name number printed
   name=$(basename "$1" .cpp)
   write_program "$1" "$work/$name.cpp"
   c++ -std=c++20 -Wall -Wextra -Werror -I"$source/include" "$work/$name.cpp" -o "$work/$name" \
-    -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib"
+    -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib" || return 1
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
-  (cd "$work/run" && "$work/$name") >"$work/printed"
-  printed=$(ls "$work/blocks" | grep -A1 -x "$name.cpp" | tail -1)
-  [[ $printed == *.text ]] || return 0
-  diff <(tail -n +2 "$work/blocks/$printed") "$work/printed"
+  (cd "$work/run" && "$work/$name") >"$work/printed" || return 1
+  number=$((10#${name##*-} + 1))
+  printf -v printed '%s/blocks/%s-%02d.text' "$work" "${name%-*}" "$number"
+  [[ ! -e $printed ]] || diff <(tail -n +2 "$printed") "$work/printed"
 }
 
 check_console() { # <block>: runs its commands and writes the block anew
@@ -64,7 +64,7 @@ for document in README.md docs/*.md; do split_blocks "$document"; done
 passed=0 failed=0
 for block in "$work"/blocks/*.cpp "$work"/blocks/*.console; do
   if [[ $block == *.cpp ]]; then check=check_program; else check=check_console; fi
-  if (set -e; $check "$block"); then
+  if $check "$block"; then
     passed=$((passed + 1))
   else
     echo "FAILED: $(basename "$block")"
