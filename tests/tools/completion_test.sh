@@ -2,7 +2,7 @@
 # What the completion offers for a line that is being typed.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
-# shellcheck source=scripts/tarvik.bash-completion
+# shellcheck source=/dev/null
 source scripts/tarvik.bash-completion
 cd examples
 
