@@ -27,6 +27,9 @@ class Row:
     quantity: str = "time"
 
 
+CALLS = {"first": "first", "again": "repeated"}
+
+
 def rows_of_open(size: str) -> list[Row]:
     name = f"open_close/{size}"
     peers = [f"{name}/tinyxml2", f"{name}/libxml2"]
@@ -36,55 +39,58 @@ def rows_of_open(size: str) -> list[Row]:
     ]
 
 
-def rows_of_memory(quantity: str, meaning: str) -> Row:
+def row_of_memory(quantity: str, meaning: str) -> Row:
     name = "held_memory/10MB"
     peers = [f"{name}/{peer}" for peer in ("pugixml", "tinyxml2", "libxml2")]
     return Row(f"memory held by an open 10MB document, {meaning}", f"{name}/tarvik", peers, 1.0, quantity)
 
 
-def rows_of_growth(work: str, name: str, small: int, large: int, goal: float) -> list[Row]:
+def rows_of_calls(work: str, name: str, peers: list[str], goal: float) -> list[Row]:
     return [
-        Row(f"{work}, {large} against {small}, {call} call", f"{name}/{large}/{call}/tarvik",
-            [f"{name}/{small}/{call}/tarvik"], goal)
-        for call in ("first", "again")
+        Row(work.format(call=shown), f"{name}/{call}/tarvik", [f"{name}/{peer}" for peer in peers], goal)
+        for call, shown in CALLS.items()
     ]
 
 
-def rows_of_log(call: str) -> Row:
-    return Row(f"{call}, no sink against a sink that does nothing", f"log_cost/{call}/no-sink", [f"log_cost/{call}/sink"], None)
+def rows_of_growth(work: str, name: str) -> list[Row]:
+    return [
+        Row(work.format(call=shown), f"{name}/10000/{call}/tarvik", [f"{name}/1000/{call}/tarvik"], 13.0)
+        for call, shown in CALLS.items()
+    ]
+
+
+def row_of_log(call: str) -> Row:
+    work = f"{call}, no sink against a sink that does nothing"
+    return Row(work, f"log_cost/{call}/no-sink", [f"log_cost/{call}/sink"], None)
+
+
+def row_of_saving(place: str, shown: str) -> Row:
+    name = f"set_and_save/0.1MB/{place}"
+    return Row(f"set one item and save 0.1MB, {shown}", f"{name}/tarvik", [f"{name}/pugixml"], 1.0)
 
 
 ROWS: list[Row] = [
     *rows_of_open("0.1MB"),
     *rows_of_open("1MB"),
     *rows_of_open("10MB"),
-    rows_of_memory("resident", "as it stands"),
-    rows_of_memory("needed", "what is free given back"),
-    Row("GetXMLItem of a known group, XPath from the root", "read_item/tarvik", ["read_item/pugixml-xpath-from-root"], 0.33),
-    Row("GetXMLItem of a known group, XPath \"ProductID\" from the node", "read_item/tarvik",
+    row_of_memory("resident", "as it stands"),
+    row_of_memory("needed", "what is free given back"),
+    Row("GetXMLItem of a known group, XPath from the root", "read_item/tarvik",
+        ["read_item/pugixml-xpath-from-root"], 0.33),
+    Row('GetXMLItem of a known group, XPath from its node', "read_item/tarvik",
         ["read_item/pugixml-xpath-from-node"], None),
-    *(
-        Row(f"GetFileList of 1000 files, {call} call, XPath item by item", f"file_list/1000/{call}/tarvik",
-            ["file_list/1000/pugixml-xpath", "file_list/1000/libxml2-xpath"], 0.1)
-        for call in ("first", "again")
-    ),
-    *(
-        Row(f"GetFileList of 1000 files, {call} call, loop by hand", f"file_list/1000/{call}/tarvik",
-            ["file_list/1000/pugixml-hand"], 10.0)
-        for call in ("first", "again")
-    ),
-    *rows_of_growth("GetFileList", "file_list", 1000, 10000, 13.0),
-    *(
-        Row(f"EnumDetectionInfo over {packages} packages, {call} walk, loop by hand", f"detection_walk/{packages}/{call}/tarvik",
-            [f"detection_walk/{packages}/pugixml-hand"], 20.0)
-        for packages in (1000, 10000)
-        for call in ("first", "again")
-    ),
-    *rows_of_growth("EnumDetectionInfo", "detection_walk", 1000, 10000, 13.0),
-    Row("set one item and save 0.1MB, on disk", "set_and_save/0.1MB/disk/tarvik", ["set_and_save/0.1MB/disk/pugixml"], 1.0),
-    Row("set one item and save 0.1MB, files in memory", "set_and_save/0.1MB/memory/tarvik",
-        ["set_and_save/0.1MB/memory/pugixml"], 1.0),
-    *(rows_of_log(call) for call in ("OpenXML and CloseXML", "OpenXMLGroup", "GetXMLItem", "GetFileList")),
+    *rows_of_calls("GetFileList of 1000 files, {call} call, XPath item by item", "file_list/1000",
+                   ["pugixml-xpath", "libxml2-xpath"], 0.1),
+    *rows_of_calls("GetFileList of 1000 files, {call} call, loop by hand", "file_list/1000", ["pugixml-hand"], 10.0),
+    *rows_of_growth("GetFileList of 10000 files against 1000, {call} call", "file_list"),
+    *rows_of_calls("EnumDetectionInfo over 1000 packages, {call} walk, by hand", "detection_walk/1000",
+                   ["pugixml-hand"], 20.0),
+    *rows_of_calls("EnumDetectionInfo over 10000 packages, {call} walk, by hand", "detection_walk/10000",
+                   ["pugixml-hand"], 20.0),
+    *rows_of_growth("EnumDetectionInfo over 10000 packages against 1000, {call} walk", "detection_walk"),
+    row_of_saving("disk", "on disk"),
+    row_of_saving("memory", "files in memory"),
+    *(row_of_log(call) for call in ("OpenXML and CloseXML", "OpenXMLGroup", "GetXMLItem", "GetFileList")),
 ]
 
 
@@ -139,7 +145,7 @@ class Line:
     def met(self) -> str:
         if self.row.goal is None:
             return ""
-        return "yes" if self.ratio <= self.row.goal else "NO"
+        return "yes" if round(self.ratio, 2) <= self.row.goal else "NO"
 
     def cells(self) -> list[str]:
         goal = "" if self.row.goal is None else f"{self.row.goal:g}"
@@ -194,43 +200,40 @@ def as_text(lines: list[Line]) -> str:
 
 
 def as_chart(lines: list[Line]) -> str:
-    """Bars of Tarvik's share of what the goal allows, on a logarithmic scale: what ends left of the line meets its goal."""
+    """Bars of Tarvik's share of what each goal allows: what ends left of the line meets its goal."""
     shown = [line for line in lines if line.row.goal is not None]
-    label_width, bar_width, row_height, top = 440, 330, 22, 56
-    decades = (-3, 1)
-    height = top + row_height * len(shown) + 20
-    width = label_width + bar_width + 130
+    bars, bar_width, most, row_height, top = 470, 380, 1.25, 22, 56
+    width, height = bars + bar_width + 60, top + row_height * len(shown) + 16
 
     def place(share: float) -> float:
-        from math import log10
+        return bars + bar_width * min(share, most) / most
 
-        clamped = min(max(log10(share), decades[0]), decades[1])
-        return label_width + bar_width * (clamped - decades[0]) / (decades[1] - decades[0])
+    def line_at(share: float, color: str) -> str:
+        x = place(share)
+        return f'<line x1="{x:.1f}" y1="{top - 8}" x2="{x:.1f}" y2="{height - 12}" stroke="{color}"/>'
 
+    title = "What Tarvik takes, as a share of what its goals allow"
     parts = [
         f'<svg xmlns="http://www.w3.org/2000/svg" width="{width}" height="{height}" viewBox="0 0 {width} {height}" '
         'font-family="sans-serif" font-size="12" role="img" aria-labelledby="title">',
-        '<title id="title">What Tarvik takes, as a share of what its goals allow</title>',
+        f'<title id="title">{title}</title>',
         f'<rect width="{width}" height="{height}" fill="#ffffff"/>',
-        '<text x="12" y="22" font-size="15" font-weight="bold" fill="#1f2328">What Tarvik takes, as a share of what its '
-        "goals allow (logarithmic; 1 is the goal)</text>",
+        f'<text x="12" y="22" font-size="15" font-weight="bold" fill="#1f2328">{title}</text>',
     ]
-    for decade in range(decades[0], decades[1] + 1):
-        x = place(10.0**decade)
-        parts.append(f'<line x1="{x:.1f}" y1="{top - 8}" x2="{x:.1f}" y2="{height - 16}" stroke="#d8dee4"/>')
-        parts.append(f'<text x="{x:.1f}" y="{top - 14}" text-anchor="middle" fill="#656d76">{10.0**decade:g}</text>')
+    for share in (0.25, 0.5, 0.75, 1.0, 1.25):
+        label = "1 = goal" if share == 1.0 else f"{share:g}"
+        parts.append(line_at(share, "#d8dee4"))
+        parts.append(f'<text x="{place(share):.1f}" y="{top - 14}" text-anchor="middle" fill="#656d76">{label}</text>')
     for index, line in enumerate(shown):
         y = top + row_height * index
         share = line.ratio / line.row.goal
-        color = "#1f6feb" if share <= 1 else "#cf222e"
-        label = line.row.work.replace("&", "&amp;").replace('"', "&quot;")
-        end = place(share)
-        parts.append(f'<text x="{label_width - 10}" y="{y + 14}" text-anchor="end" fill="#1f2328">{label}</text>')
-        parts.append(f'<rect x="{label_width}" y="{y + 3}" width="{end - label_width:.1f}" height="15" fill="{color}"/>')
-        parts.append(f'<text x="{end + 6:.1f}" y="{y + 15}" fill="#1f2328">{share:.2g}</text>')
-    x = place(1.0)
-    parts.append(f'<line x1="{x:.1f}" y1="{top - 8}" x2="{x:.1f}" y2="{height - 16}" stroke="#1f2328" stroke-width="1.5"/>')
-    return "\n".join([*parts, "</svg>", ""])
+        color = "#1f6feb" if line.met == "yes" else "#cf222e"
+        label = line.row.work.replace("&", "&amp;")
+        length = place(share) - bars
+        parts.append(f'<text x="{bars - 10}" y="{y + 15}" text-anchor="end" fill="#1f2328">{label}</text>')
+        parts.append(f'<rect x="{bars}" y="{y + 3}" width="{length:.1f}" height="15" fill="{color}"/>')
+        parts.append(f'<text x="{bars + bar_width + 10}" y="{y + 15}" fill="#1f2328">{share:.2f}</text>')
+    return "\n".join([*parts, line_at(1.0, "#1f2328"), "</svg>", ""])
 
 
 def write_page(path: str, table: str, results: Results) -> None:
@@ -240,8 +243,9 @@ def write_page(path: str, table: str, results: Results) -> None:
         raise SystemExit(f"report.py: {path} has no place for the table")
     context = results.context
     measured = (
-        f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz; each figure "
-        f"is the median of {results.repetitions()} repetitions. Times are processor time; those of saving are elapsed time."
+        f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz. Each "
+        f"figure is the median of {results.repetitions()} repetitions.\nTimes are processor time; those of saving are "
+        "elapsed time."
     )
     Path(path).write_text(f"{text[:begin]}{BEGIN}\n{measured}\n\n{table}\n{text[end:]}")
 
