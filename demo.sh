@@ -4,11 +4,11 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/install-packages.sh build
-if ! { cmake --preset release --log-level=WARNING && cmake --build --preset release --target tarvik-cli; } >build.log 2>&1; then
-  cat build.log
+mkdir -p build
+if ! { cmake --preset release --log-level=WARNING && cmake --build --preset release --target tarvik-cli; } >build/demo.log 2>&1; then
+  cat build/demo.log
   exit 1
 fi
-rm build.log
 
 PATH=$PWD/build/release/bin:$PATH
 work=$(mktemp -d)
@@ -21,7 +21,7 @@ if [[ -t 1 && -z ${NO_COLOR:-} ]]; then bold=$'\033[1m' dim=$'\033[2m' plain=$'\
 title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
 show() {
   printf '%s$ %s%s\n' "$dim" "$*" "$plain"
-  eval "$*"
+  eval "$*" || true # nothing found and an error are shown too
 }
 
 title 'Is the repository enabled, and which catalog does it name?'
@@ -46,7 +46,7 @@ show tarvik match catalog.xml CATALOG.XML
 title 'A value set is a line changed: quotes, blanks and comments stay'
 cp configuration.xml before.xml
 show tarvik set configuration.xml Network Timeout 30
-show 'diff before.xml configuration.xml || true'
+show diff before.xml configuration.xml
 
 title 'The same through the cipher'
 show 'head --bytes 4 site-status.enciphered.xml; echo'
@@ -55,4 +55,4 @@ show tarvik status --encrypted site-status.enciphered.xml
 
 title 'What goes wrong is told in a line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
-show 'tarvik files broken.xml || echo "exit status $?"'
+show 'tarvik files broken.xml; echo "exit status $?"'
