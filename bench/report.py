@@ -243,9 +243,9 @@ def write_page(path: str, table: str, results: Results) -> None:
         raise SystemExit(f"report.py: {path} has no place for the table")
     context = results.context
     measured = (
-        f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz. Each "
-        f"figure is the median of {results.repetitions()} repetitions.\nTimes are processor time; those of saving are "
-        "elapsed time."
+        f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz, with a "
+        f"load of {context['load_avg'][0]:.1f} when it began.\nEach figure is the median of {results.repetitions()} "
+        "repetitions. Times are processor time; those of saving are elapsed time."
     )
     Path(path).write_text(f"{text[:begin]}{BEGIN}\n{measured}\n\n{table}\n{text[end:]}")
 
