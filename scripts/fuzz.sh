@@ -21,6 +21,8 @@ for target in "${targets[@]}"; do
   echo "$target"
   corpora=("$found")
   [[ ! -d $seeds ]] || corpora+=("$seeds")
+  dictionary=fuzz/$target.dict
+  [[ ! -f $dictionary ]] || corpora+=("-dict=$dictionary")
   "build/fuzz/bin/$target" -max_total_time="$seconds" -timeout=20 -print_final_stats=1 -print_funcs=0 -verbosity=0 \
     -artifact_prefix=build/fuzz/findings/ "${corpora[@]}"
 done
