@@ -49,6 +49,7 @@ std::vector<DetectionInfo> FindOne(const Document& document, const Options& opti
 
 void PrintPairTable(const std::vector<DetectionInfo>& pairs) {
   std::vector<std::string> head;
+  head.reserve(std::size(Fields));
   for (const auto& field : Fields) head.emplace_back(field.name);
   std::vector<std::vector<std::string>> rows;
   for (const auto& pair : pairs) {

@@ -45,7 +45,7 @@ void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Elemen
   OwnedReference reference = NewReference(element);
   last = entries.emplace_hint(place.next, key, reference.get());
   RecentSlot(key) = &*last;
-  reference.release();
+  static_cast<void>(reference.release()); // the map owns it now
 }
 
 ElementMap::NewEntry::NewEntry(ElementMap& map, std::string_view key)
@@ -72,7 +72,7 @@ ElementMap::Entry*& ElementMap::RecentSlot(std::string_view key) noexcept {
   if (key.size() < 2) return recent[0];
   const auto lastByte = static_cast<unsigned char>(key.back());
   const auto byteBefore = static_cast<unsigned char>(key[key.size() - 2]);
-  return recent[(key.size() * 7 + byteBefore * 10U + lastByte) % recent.size()];
+  return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
 }
 
 Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) {

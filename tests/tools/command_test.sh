@@ -13,9 +13,12 @@ passed=0 failed=0
 
 fail() {
   failed=$((failed + 1))
-  printf 'FAILED: %s\n' "$@"
+  printf '%.300s\n' 'FAILED' "$@"
 }
-run() { "${command[@]}" "$@" 2>err | tr -d '\r' >out; } # the other system's line ends
+# Another system, behind an emulator, has its own line ends and character set.
+here() { cat; }
+((${#command[@]} == 1)) || here() { tr -d '\r' | iconv -f CP1252 -t UTF-8; }
+run() { "${command[@]}" "$@" 2>err | here >out; }
 
 # expect <exit status> <standard output> <pattern of standard error> <argument>...
 expect() {

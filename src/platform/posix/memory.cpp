@@ -28,7 +28,7 @@ void PreferLargePages(void* memory, std::size_t size) noexcept {
   const auto start = reinterpret_cast<std::uintptr_t>(memory);
   const std::uintptr_t first = (start + largeBlockSize - 1) / largeBlockSize * largeBlockSize;
   const std::uintptr_t last = (start + size) / largeBlockSize * largeBlockSize;
-  if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+  if (first < last) madvise(static_cast<char*>(memory) + (first - start), last - first, MADV_HUGEPAGE);
 }
 
 } // namespace platform
