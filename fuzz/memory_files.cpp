@@ -1,23 +1,21 @@
-#include "memory_files.h"
+#include <map>
 
+#include "harness.h"
 #include "platform/platform.h"
 
-std::map<std::wstring, std::string>& MemoryFiles() {
+std::string& MemoryFile(const std::wstring& name) {
   static std::map<std::wstring, std::string> files;
-  return files;
+  return files[name];
 }
 
 namespace platform {
 
 ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes) {
-  const auto file = MemoryFiles().find(name);
-  if (file == MemoryFiles().end()) return ReadStatus::Missing;
-  if (file->second.size() > limit) return ReadStatus::TooLong;
-  bytes = file->second;
-  return ReadStatus::Done;
+  bytes = MemoryFile(name);
+  return bytes.size() > limit ? ReadStatus::TooLong : ReadStatus::Done;
 }
 
-void ReplaceWholeFile(const wchar_t* name, std::string_view bytes) { MemoryFiles()[name] = bytes; }
+void ReplaceWholeFile(const wchar_t* name, std::string_view bytes) { MemoryFile(name) = bytes; }
 
 void Sleep(std::uint32_t) noexcept {}
 
