@@ -3,7 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-scripts/install-packages.sh build
+scripts/install-packages.sh build test # the preset configures the tests, too
 mkdir -p build
 if ! { cmake --preset release --log-level=WARNING && cmake --build --preset release --target tarvik-cli; } >build/demo.log 2>&1; then
   cat build/demo.log

@@ -4,6 +4,6 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/install-packages.sh build test
-cmake --preset release --log-level=WARNING "$@"
+cmake --preset release --log-level=WARNING -DTARVIK_BUILD_TESTS=ON "$@"
 cmake --build --preset release
 ctest --preset release
