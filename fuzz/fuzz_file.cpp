@@ -30,14 +30,12 @@ struct Tree {
     elements.clear();
     return Describe(document->GetRoot());
   }
-  // No input of the fuzzer's nests deeper than some thousand elements.
-  std::wstring Describe(Element& element) {
+  std::wstring Describe(Element& element) { // no input of the fuzzer's nests too deep for this
     elements.push_back(&element);
     const Ostrum::Attribute attribute = element.GetAttribute(L"a");
-    std::wstring text = L"<" + element.GetName() + L">" + element.GetValue();
-    text += (attribute.IsNull() ? L"|" : L"|a=") + attribute.GetValue() + L"\n";
+    std::wstring text = L"<" + element.GetName() + (attribute.IsNull() ? L"" : L" a=") + attribute.GetValue() + L">";
     for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
-    return text + L"</>";
+    return text + L"</>" + element.GetValue();
   }
 
   Ostrum::DocumentText source;

@@ -5,10 +5,19 @@
 
 namespace {
 
+std::string Utf16(std::u16string_view text, bool bigEndian) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
+    bytes += bigEndian ? std::string{high, low} : std::string{low, high};
+  }
+  return bytes;
+}
+
 TEST(Parse, ReadsValuesAsXmlMeansThem) {
+  const std::u16string_view marked = u"\xFEFF<?xml version='1.0' encoding='utf-16'?><r>\u00E9\U0001F600</r>";
   const struct {
-    const char* source;
-    const char* text; // of the root
+    std::string bytes, text; // of the root
     const char* attribute = "(none)";
   } cases[] = {
       {"<r>  a b \t</r>", "  a b \t"},
@@ -16,7 +25,6 @@ TEST(Parse, ReadsValuesAsXmlMeansThem) {
       {"<r>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;&#13;&#x1F600;</r>", "<&>\"'AB\r\xF0\x9F\x98\x80"},
       {"<r>a<![CDATA[<&amp;]]\r\n>]]><!-- -> no &amp; --><?p no?>b</r>", "a<&amp;]]\n>b"},
       {"<r>a<c>no<d/></c>b<c/>e</r>", "abe"},
-      {"<r a=\"\"></r>", "", ""},
       {"<r a = '\"x>/'/>", "", "\"x>/"},
       {"<r b='1' a\r\n=\t\"x\r\ny\tz&#10;&#9;\" />", "", "x y z\n\t"},
       {"<r ba='no' aa='no' a='&lt;&#65;' >1</r>", "1", "<A"},
@@ -27,42 +35,49 @@ TEST(Parse, ReadsValuesAsXmlMeansThem) {
       {"<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'>]><r/>", "", "first"},
       {"<!DOCTYPE r [<!ATTLIST r a NMTOKENS #IMPLIED>]><r a='  b \n c '/>", "", "b c"},
       {"<!DOCTYPE r [<!ATTLIST r a CDATA #IMPLIED><!ATTLIST s a CDATA 'no'>]><r/>", ""},
+      // Encodings
+      {"\xEF\xBB\xBF<r>\xC3\xA9</r>", "\xC3\xA9"},
+      {"<?xml version='1.0' encoding='ISO-8859-1' ?><r>\xE9</r>", "\xC3\xA9"},
+      {"<?xml version='1.0' encoding=\"us-ascii\"?><r>&#233;</r>", "\xC3\xA9"},
+      {Utf16(marked, true), "\xC3\xA9\xF0\x9F\x98\x80"},
+      {Utf16(marked, false), "\xC3\xA9\xF0\x9F\x98\x80"},
+      {Utf16(u"\xFEFF<r>1</r>", false), "1"},
   };
-  for (const auto& [source, text, attribute] : cases) {
-    const Parsed parsed(source);
-    ASSERT_NE(parsed.document, nullptr) << source;
-    EXPECT_EQ(parsed.Text(""), text) << source;
-    EXPECT_EQ(parsed.Attribute("", L"a"), attribute) << source;
+  for (const auto& [bytes, text, attribute] : cases) {
+    const Parsed parsed(bytes);
+    ASSERT_NE(parsed.document, nullptr) << bytes;
+    EXPECT_EQ(parsed.Text(""), text) << bytes;
+    EXPECT_EQ(parsed.Attribute(L"a"), attribute) << bytes;
   }
 }
 
-TEST(Parse, IndexesChildrenInRunsOfEqualNames) {
-  const Parsed parsed("<r><a/>t<a>1</a><!-- a --><b/><a/><c/><c/><c><a/></c></r>");
-  Ostrum::Element& root = parsed.document->GetRoot();
-  const auto runs = [&root] {
-    std::wstring text;
-    for (auto child = root.Begin(); !(child == root.End()); child.Skip(child.RunLength())) {
-      text += child->GetName() + std::to_wstring(child.RunLength());
-    }
-    return text;
+TEST(Parse, RefusesOtherEncodings) {
+  const std::string cases[] = {
+      Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-16LE'?><r/>", true),
+      Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-8'?><r/>", true),
+      Utf16(u"<r/>", false),
+      Utf16(u"\xFEFF<r>\xD83D</r>", false),
+      Utf16(u"\xFEFF<r>\xDE00</r>", false),
+      Utf16(u"\xFEFF<r/>", false) + " ",
+      std::string("\xFF\xFE\0\0<\0\0\0", 8),
+      "<?xml version='1.0' encoding='us-ascii'?><r>\xC3\xA9</r>",
+      "<?xml version='1.0' encoding='UTF-16'?><r/>",
+      "\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><r/>",
+      "<r>\xC0\x80</r>",
+      "<r>\xED\xA0\x80</r>",
+      "<r>\xF4\x90\x80\x80</r>",
+      "<r>\xE6\x97",
   };
-  EXPECT_EQ(runs(), L"a2b1a1c3");
-  for (const wchar_t* name : {L"c", L"d", L"d"}) ASSERT_FALSE(root.AddElementInto(name).IsNull());
-  EXPECT_EQ(runs(), L"a2b1a1c4d2");
+  for (const std::string& bytes : cases) EXPECT_EQ(Parsed(bytes).result, Ostrum::ReadBadEncoding) << bytes;
 }
 
 TEST(Parse, RefusesWithPlaceAndReason) {
-  const struct {
-    const char* source;
-    const char* line;
-  } cases[] = {
-      {"", "1:1: no element found"},
+  const std::pair<const char*, const char*> cases[] = {
       {"plain text", "1:1: syntax error"},
       {"<r>\n  <a></b>\n</r>", "2:8: mismatched tag"},
       {"<r>\n<a>", "2:4: no element found"},
       {"<r a='1' a='2'/>", "1:10: duplicate attribute"},
       {"<r>\xC3\xA9&nowhere;</r>", "1:5: undefined entity"},
-      {"<r/><s/>", "1:5: junk after document element"},
       {"<r>\x01</r>", "1:4: not well-formed (invalid token)"},
       {"<!DOCTYPE r [<!ENTITY e '<b/>'>]><r>&e;</r>", "1:37: elements that come from an entity are not supported"},
   };
@@ -78,21 +93,24 @@ TEST(Parse, RefusesWithPlaceAndReason) {
 // Where wide characters have 16 bits, one beyond the first 65,536 takes two of them, in the given length too.
 TEST(Parse, TakesCharactersOfTwoWideUnits) {
   const std::string source = "<r a='\xF0\x9F\x98\x80'>x\xF0\x90\x80\x80\xF4\x8F\xBF\xBF</r>";
-  const auto length = static_cast<int>(Wide(source).size());
-  for (const int given : {length - 1, length, length + 1}) {
-    Parsed parsed("<r/>");
-    parsed.document.reset(Ostrum::ParseXML({source + "<no", static_cast<std::size_t>(length) + 3}, given, parsed.error,
-                                           parsed.line, parsed.column));
+  const auto length = static_cast<int>(Ostrum::WideFromUtf8(source).size());
+  Parsed parsed("<r/>");
+  for (const int given : {length - 1, length + 1, length}) {
+    Ostrum::DocumentText text(source + "<no", static_cast<std::size_t>(length) + 3);
+    parsed.document.reset(Ostrum::ParseXML(std::move(text), given, parsed.error, parsed.line, parsed.column));
     ASSERT_EQ(parsed.document != nullptr, given == length) << given;
-    if (parsed.document == nullptr) continue;
-    Ostrum::Element& root = parsed.document->GetRoot();
-    EXPECT_EQ(root.GetValue(), L"x\U00010000\U0010FFFF");
-    EXPECT_EQ(root.GetAttribute(L"a").GetValue(), L"\U0001F600");
-    static_cast<Ostrum::Value>(root).Set(L"\U0001F601");
-    static_cast<Ostrum::Value>(root.CreateAttribute(L"b")).Set(L"\U00020000y");
-    EXPECT_EQ(parsed.Generate(), "<r a='\xF0\x9F\x98\x80' b=\"\xF0\xA0\x80\x80y\">\xF0\x9F\x98\x81</r>");
-    EXPECT_EQ(parsed.document->GenerateXML(false).Length(), Wide(parsed.Generate()).size());
-    EXPECT_EQ(root.GetAttribute(L"b").GetValue(), L"\U00020000y");
+  }
+  Ostrum::Element& root = parsed.At("");
+  EXPECT_EQ(root.GetValue(), L"x\U00010000\U0010FFFF");
+  EXPECT_EQ(root.GetAttribute(L"a").GetValue(), L"\U0001F600");
+  static_cast<Ostrum::Value>(root).Set(L"\U0001F601");
+  static_cast<Ostrum::Value>(root.CreateAttribute(L"b")).Set(L"\U00020000y");
+  EXPECT_EQ(root.GetAttribute(L"b").GetValue(), L"\U00020000y");
+  EXPECT_EQ(parsed.Generate(), "<r a='\xF0\x9F\x98\x80' b=\"\xF0\xA0\x80\x80y\">\xF0\x9F\x98\x81</r>");
+  EXPECT_EQ(parsed.document->GenerateXML(false).Length(), Ostrum::WideFromUtf8(parsed.Generate()).size());
+  for (const wchar_t* half : {L"\xD800", L"\xDC00x", L"a\xDBFF", L"\xFFFF"}) {
+    EXPECT_THROW(static_cast<Ostrum::Value>(root).Set(half), std::invalid_argument);
+    EXPECT_TRUE(root.AddElementInto(half).IsNull());
   }
 }
 

@@ -1,0 +1,194 @@
+// Whatever the document library or a conversion throws, wherever, and whatever fails of the disk: no exception leaves a
+// function, the code and the line are the promised ones, the file stays whole, and the same call works the next time.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "host/ostrumxml/document.h"
+#include "host/ostrumxml/file.h"
+#include "host/ostrumxml/parse.h"
+#include "support/locale_guard.h"
+#include "support/log_lines.h"
+#include "support/open_document.h"
+
+namespace {
+
+std::string_view failingPlace; // fails once
+enum Kind { BadAlloc, RuntimeError, Number } thrown;
+std::size_t longestTransfer = SIZE_MAX;
+std::string shrinking; // this file is cut in half before it is first read
+
+bool Fails(std::string_view place) {
+  if (place != failingPlace) return false;
+  failingPlace = {};
+  errno = EIO;
+  return true;
+}
+
+void ThrowIfWanted(std::string_view place) {
+  if (!Fails(place)) return;
+  if (thrown == BadAlloc) throw std::bad_alloc();
+  if (thrown == RuntimeError) throw std::runtime_error("from below");
+  throw 1;
+}
+
+} // namespace
+
+extern "C" {
+ssize_t __real_read(int file, void* bytes, std::size_t size);
+ssize_t __real_write(int file, const void* bytes, std::size_t size);
+int __real_fsync(int file);
+int __real_rename(const char* from, const char* to);
+
+ssize_t __wrap_read(int file, void* bytes, std::size_t size) {
+  if (!shrinking.empty()) std::filesystem::resize_file(shrinking, std::filesystem::file_size(shrinking) / 2);
+  shrinking.clear();
+  return Fails("read") ? -1 : __real_read(file, bytes, std::min(size, longestTransfer));
+}
+ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
+  // The disk fills up: some bytes still find room.
+  if (failingPlace == "write" && size > 1) return __real_write(file, bytes, size / 2);
+  return Fails("write") ? -1 : __real_write(file, bytes, std::min(size, longestTransfer));
+}
+int __wrap_fsync(int file) { return Fails("fsync") ? -1 : __real_fsync(file); }
+int __wrap_rename(const char* from, const char* to) { return Fails("rename") ? -1 : __real_rename(from, to); }
+}
+
+// The linker leads each call here first; the build reads the names, each on a line of its own, from here. A member function
+// is called as a function whose first argument is the object.
+#define THROWS(symbol, place, Result, parameters, arguments) \
+  Result Real##place parameters asm("__real_" #symbol);      \
+  Result Wrapped##place parameters asm("__wrap_" #symbol);   \
+  Result Wrapped##place parameters {                         \
+    ThrowIfWanted(#place);                                   \
+    return Real##place arguments;                            \
+  }
+using namespace Ostrum;
+THROWS(_ZN6Ostrum8ParseXMLENS_12DocumentTextEiRNS_12PARSER_ERRORERiS3_, ParseXML, Document*,
+       (DocumentText text, int length, PARSER_ERROR& error, int& line, int& column),
+       (std::move(text), length, error, line, column))
+THROWS(_ZNK6Ostrum8Document11GenerateXMLEb, GenerateXML, DocumentText, (const Document* self, bool layout),
+       (self, layout))
+THROWS(_ZNK6Ostrum7Element12GetAttributeEPKw, GetAttribute, Attribute, (const Element* self, const wchar_t* name),
+       (self, name))
+THROWS(_ZN6Ostrum7Element15CreateAttributeEPKw, CreateAttribute, Attribute, (Element * self, const wchar_t* name),
+       (self, name))
+THROWS(_ZN6Ostrum7Element14AddElementIntoEPKw, AddElementInto, Element&, (Element * self, const wchar_t* name),
+       (self, name))
+THROWS(_ZN6Ostrum7ElementcvNS_5ValueEEv, ElementValue, Value, (Element * self), (self))
+THROWS(_ZNK6Ostrum9AttributecvNS_5ValueEEv, AttributeValue, Value, (const Attribute* self), (self))
+THROWS(_ZN6Ostrum5Value3SetEPKw, ValueSet, void, (Value * self, const wchar_t* text), (self, text))
+// Under every name and value that is not plain ASCII.
+THROWS(_ZN6Ostrum12WideFromUtf8B5cxx11ESt17basic_string_viewIcSt11char_traitsIcEE, GetValue, std::wstring,
+       (std::string_view utf8), (utf8))
+THROWS(_Z18ConvertToMultiByteRKNSt7__cxx1112basic_stringIwSt11char_traitsIwESaIwEEE, ConvertName, char*,
+       (const std::wstring& name), (name))
+
+namespace {
+
+using Document = const TestDocument&;
+
+std::uint32_t OpenAnew(Document document) {
+  XmlFileList* list = nullptr;
+  std::uint32_t cookie = 7;
+  InitXMLList(&list);
+  const std::uint32_t code = OpenXML(list, document.Name().c_str(), 4, 0, &cookie);
+  EXPECT_TRUE(code == 0 || cookie == 7U);
+  EndXMLList(&list);
+  return code;
+}
+
+std::uint32_t OpenGroup(Document document, const char* path) {
+  char id[260] = "";
+  return OpenXMLGroup(document.list, document.cookie, path, id, sizeof id);
+}
+
+std::uint32_t Get(Document document, const char* item, const char* type) {
+  char value[260] = "";
+  return GetXMLItem(document.list, document.cookie, "W\xC3\xB6rt", item, type, "k", type, value, sizeof value);
+}
+
+std::uint32_t SetA(Document d) { return d.SetText("", "A", "v"); }
+std::uint32_t SetK(Document d) { return d.SetAttribute("B", "k", "w"); }
+
+constexpr const char* setFailed = "error: Unknown error while setting xml";
+constexpr const char* notOpened = ": unknown exception thrown while opening.";
+
+const struct {
+  const char* place;
+  std::uint32_t (*call)(Document);
+  const char* line = nullptr; // that has this in it; null: of a set, which tells a lack of memory from the rest
+  std::uint32_t code = 34;
+} promises[] = {
+    {"read", OpenAnew, "Failed to open ", 42},
+    {"write", SetA, setFailed},
+    {"fsync", SetA, setFailed},
+    {"rename", SetA, setFailed},
+    {"ParseXML", OpenAnew, notOpened},
+    {"ConvertName", OpenAnew, notOpened},
+    {"ConvertName", [](Document d) { return OpenGroup(d, "B"); },
+     "error: Unknown exception occurred while searching for the path in the root element", 0},
+    {"GetAttribute", [](Document d) { return OpenGroup(d, "B&k=v"); },
+     "error: Unknown exception occurred while searching for B&k=v", 3},
+    {"GetValue", [](Document d) { return OpenGroup(d, "\xC3\xA4"); },
+     "error: Unknown exception occurred while searching for \xC3\xA4", 3},
+    {"GetValue", [](Document d) { return Get(d, "A", "ELEMENT"); }, "Failed to get A: unknown exception thrown."},
+    {"GetAttribute", [](Document d) { return Get(d, "B", "ATTRIBUTE"); }, "Failed to get B: unknown exception thrown."},
+    {"AddElementInto", [](Document d) { return d.SetText("", "New", "v"); }},
+    {"CreateAttribute", [](Document d) { return d.SetAttribute("B", "n", "v"); }},
+    {"ConvertName", [](Document d) { return d.SetText("W\xC3\xB6rt", "A", "v"); }},
+    {"GetValue", [](Document d) { return d.SetText("", "\xC3\xA4", "v"); }},
+    {"GetAttribute", SetK},
+    {"AttributeValue", SetK},
+    {"ElementValue", SetA},
+    {"ValueSet", SetA},
+    {"GenerateXML", SetA},
+};
+
+TEST(FaultsFromBelow, EndInThePromisedCodeAndLine) {
+  const LocaleGuard utf8("C.UTF-8");
+  const std::string bytes = "<W\xC3\xB6rt><A>\xC3\xBC</A><B k='v'/><\xC3\xA4/></W\xC3\xB6rt>";
+  for (const auto& [place, call, line, code] : promises) {
+    for (const Kind kind : {BadAlloc, RuntimeError, Number}) {
+      SCOPED_TRACE(std::string(place) + (line != nullptr ? line : " in a set") + ", kind " + std::to_string(kind));
+      const TestDocument document(bytes);
+      const bool isLack = line == nullptr && kind == BadAlloc;
+      LogLines log;
+      failingPlace = place;
+      thrown = kind;
+      EXPECT_EQ(call(document), isLack ? 1U : code);
+      ASSERT_EQ(failingPlace, "") << "nothing failed";
+      std::string lines;
+      for (const std::string& each : log.Take()) lines += each + '\n';
+      const char* const expected = isLack ? "error: Failed to allocate memory for tokens" : setFailed;
+      EXPECT_NE(lines.find(line != nullptr ? line : expected), lines.npos) << lines;
+      EXPECT_EQ(document.Bytes(), bytes);
+      EXPECT_EQ(document.FilesInFolder(), 1U);
+      EXPECT_EQ(call(document), 0U);
+      EXPECT_EQ(document.Bytes() != bytes, line == nullptr || line == setFailed); // what a set failed to do is done
+    }
+  }
+}
+
+TEST(FaultsFromBelow, ShortTransfersAreNoneAndHalfAFileIsRefused) {
+  for (const std::int32_t encrypted : {0, 1}) {
+    std::string bytes = "<Root><A>1</A></Root>";
+    EXPECT_TRUE(encrypted == 0 || corekit::KCryptWrap::encrypt_data(bytes, bytes));
+    TestDocument document(bytes, encrypted);
+    longestTransfer = 3;
+    EXPECT_EQ(document.SetText("", "A", "a longer text"), 0U);
+    document.Reopen();
+    longestTransfer = SIZE_MAX;
+    EXPECT_EQ(document.Text("Root", "A"), "a longer text");
+
+    EndXMLList(&document.list);
+    InitXMLList(&document.list);
+    shrinking = document.Name();
+    // Half a document is not well-formed; the cipher already refuses half of what it made.
+    EXPECT_EQ(OpenXML(document.list, shrinking.c_str(), 4, encrypted, &document.cookie), encrypted != 0 ? 43U : 1U);
+  }
+}
+
+} // namespace
