@@ -1,36 +1,24 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "registry/file_list.h"
+#include "support/locale_guard.h"
 #include "support/log_lines.h"
-#include "support/temp_folder.h"
-#include "tarvik/tarvik.h"
+#include "support/open_document.h"
 
 using Lines = std::vector<std::string>;
 
-namespace {
-
 class Groups : public testing::Test {
  protected:
-  Groups() {
-    name = folder.Write("c.xml",
-                        "<Catalog><P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><P id='5'><L id='6'/></P>"
-                        "<Item id='7'/><Item1 id='8'/><Item id='9'/></Catalog>");
-    InitXMLList(&list);
-    OpenXML(list, name.c_str(), 4, 0, &cookie);
-    log.Clear();
-  }
-  ~Groups() override { EndXMLList(&list); }
-
   // The code and what the buffer then holds: "0 P2".
   std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                    std::uint32_t capacity = 400) {
     std::vector<char> buffer(1000, '#');
     std::memcpy(buffer.data(), parent.c_str(), parent.size() + 1);
-    const std::uint32_t code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, buffer.data(), capacity);
+    const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, buffer.data(), capacity);
     return std::to_string(code) + " " + buffer.data();
   }
   // The identity of the element under a key.
@@ -40,125 +28,133 @@ class Groups : public testing::Test {
     return {id.begin(), id.end()};
   }
 
-  TempFolder folder;
+  static std::string Selected(const std::string& part) { return part + " (element) not found in the element map."; }
+  static std::string Entered(const std::string& part) { return "Found " + part + " (element) in the element map."; }
+  static std::string Filtered(const std::string& value) {
+    return "Found " + value + " (attribute) in the element map.";
+  }
+  static std::string Missing(const std::string& path) { return path + " not found in the element map."; }
+  static std::string Inserted(const std::string& id) { return "Inserted " + id + " into the element map."; }
+  static std::string Removed(const std::string& path) { return "Removed Catalog from " + path + "."; }
+  std::string Known(const std::string& id) const { return "Found " + id + " in " + document.Name() + "."; }
+  std::string NotIn(const std::string& path) const { return path + " not found in " + document.Name() + "."; }
+
+  const TestDocument document{
+      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c --><P id='5'><L id='6'/></P>"
+      "<Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/><S id='11' Name='EngineFileOld'><T id='12'/></S>"
+      "<S id='13' Name='EngineFile' b='x=y' c='&amp;'/></Catalog>"};
+  XmlFileList* list = document.list;
+  std::uint32_t cookie = document.cookie;
   LogLines log;
-  std::string name;
-  XmlFileList* list = nullptr;
-  std::uint32_t cookie = 0;
 };
 
-} // namespace
-
 TEST_F(Groups, AreOpenedBelowOneAnother) {
+  const std::string emptyToken = "Source token is NULL or empty";
+  const std::string onlyRoot = "Only the root was given as a group path.";
   const struct {
     std::string parent, path;
     std::uint32_t occurrence;
     std::string answer, element;
+    Lines lines; // behind those of the list and of the root in the path
+    std::uint32_t capacity = 400;
   } steps[] = {
-      {"", "Catalog\\P", 1, "0 P", "1"},
-      {"", "P", 2, "0 P2", "5"},
-      {"", "P", 3, "3 Not Found", "none"},
-      {"P2", "L", 1, "0 P2\\L", "6"},
-      {"P", "Catalog\\L", 2, "0 P\\L2", "3"}, // the root goes, below a parent too
-      {"P9", "L", 1, "3 Not Found", "none"},
-      {"Catalog", "P", 2, "0 Catalog\\P2", "5"},
-      {"", "P\\L\\S", 1, "3 Not Found", "none"},
-      {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3", "4"}, // the first that passes, whatever the number
-      {"P\\L2", "S&Name=E", 4294967295u, "0 P\\L2\\S&Name=E-1", "4"},
-      {"", "Item", 0, "3 Not Found", "none"},
-      {"", "Item1", 1, "0 Item1", "8"},
-      {"", "Item1", 0, "0 Item1", "8"},
-      {"", "Item", 12, "3 Not Found", "none"},
-      {"", "Item", 2, "0 Item2", "8"}, // Item1 counts, by prefix
-      {"", "Catalog", 1, "0 Catalog", ""},
-      {"P", "Catalog\\", 1, "0 Catalog\\", "none"},
-      {"P", "", 1, "0 ", "none"},
+      // The root's name goes, below a parent too, and with all that stands up to the separator.
+      {"", "Catalog\\P", 1, "0 P", "1", {Removed("Catalog\\P"), Selected("P"), Inserted("P")}},
+      {"", "CatalogX\\P", 1, "0 P", "1", {"Removed CatalogX from CatalogX\\P.", Known("P")}},
+      {"P", "Catalog\\L", 2, "0 P\\L2", "3", {Removed("Catalog\\L"), Selected("L2"), Inserted("P\\L2")}},
+      {"", "catalog\\P", 1, "3 Not Found", "none", {Missing("catalog\\P"), NotIn("catalog\\P")}},
+      {"", "Catalog", 1, "0 Catalog", "", {Removed("Catalog"), onlyRoot}},
+      {"P", "Catalog\\", 1, "0 Catalog\\", "none", {Removed("Catalog\\"), onlyRoot}},
+      {"P", "", 1, "0 ", "none", {onlyRoot}},
+      // Elements are counted by prefix, those of one name that stand together or not.
+      {"", "P", 2, "0 P2", "5", {Selected("P2"), Inserted("P2")}},
+      {"", "P", 3, "3 Not Found", "none", {Missing("P"), NotIn("P")}},
+      {"", "P", 4294967295U, "3 Not Found", "none", {Missing("P"), NotIn("P")}},
+      {"", "Item", 0, "3 Not Found", "none", {Missing("Item"), NotIn("Item")}},
+      {"", "Item1", 1, "0 Item1", "8", {Selected("Item1"), Inserted("Item1")}},
+      {"", "Item1", 0, "0 Item1", "8", {Known("Item1")}},
+      {"", "Item", 2, "0 Item2", "8", {Selected("Item2"), Inserted("Item2")}},
+      {"", "Item", 3, "0 Item3", "9", {Selected("Item3"), Inserted("Item3")}},
+      {"", "Item3", 1, "0 Item3", "9", {Known("Item3")}}, // no element is named so
+      {"", "\\", 1, "0 \\", "2", {Entered(""), emptyToken, Selected(""), Inserted("\\")}},
+      // Only the first match is entered. A leaf stands for itself.
+      {"P2", "L", 1, "0 P2\\L", "6", {Selected("L"), Inserted("P2\\L")}},
+      {"Catalog", "P", 2, "0 Catalog\\P2", "5", {Selected("P2"), Inserted("Catalog\\P2")}},
+      {"P9", "L", 1, "3 Not Found", "none", {NotIn("P9")}},
+      {"", "P\\L\\S", 1, "3 Not Found", "none", {Entered("P"), Entered("L"), NotIn("P\\L\\S")}},
+      {"", "P\\L\\L", 7, "0 P\\L\\L7", "2", {Entered("P"), Entered("L"), Inserted("P\\L\\L7")}},
+      {"", "P\\X\\Y", 1, "3 Not Found", "none", {Entered("P"), Missing("X\\Y"), NotIn("P\\X\\Y")}},
+      // An attribute takes the first that passes, whatever the number.
+      {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3", "4", {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
+      {"", "S&Name=", 4294967295U, "0 S&Name=-1", "11", {Filtered(""), Inserted("S&Name=-1")}},
+      {"", "S&Name=E\\T", 1, "0 S&Name=E\\T", "12", {Filtered("E"), Selected("T"), Inserted("S&Name=E\\T")}},
+      {"", "S&Name", 3, "0 S&Name3", "13", {Selected("S3"), Inserted("S&Name3")}},
+      {"", "&b=x=y", 1, "0 &b=x=y", "13", {Filtered("x=y"), Inserted("&b=x=y")}},
+      {"", "S&c=&", 1, "0 S&c=&", "13", {Filtered("&"), Inserted("S&c=&")}},
+      {"", "S&Name=e", 1, "3 Not Found", "none", {Missing("S&Name=e"), NotIn("S&Name=e")}},
+      {"", "S&=x", 1, "3 Not Found", "none", {Missing("S&=x"), NotIn("S&=x")}},
+      // Answers are cut to the capacity. Without one nothing is written, but the group is open.
+      {"", "P", 2, "0 P", "1", {Known("P2")}, 2},
+      {"", "P", 2, "0 ", "none", {Known("P2")}, 1},
+      {"P2", "L&id=6", 1, "0 P2", "5", {Filtered("6")}, 0},
+      {"P2", "L&id=6", 1, "0 P2\\L&id=6", "6", {Known("P2\\L&id=6")}},
+      {"", "Q", 1, "3 Not", "none", {Missing("Q"), NotIn("Q")}, 4},
+      {"", "Catalog", 1, "0 Cata", "none", {Removed("Catalog"), onlyRoot}, 5},
   };
   for (const auto& step : steps) {
     SCOPED_TRACE(step.parent + " : " + step.path + " " + std::to_string(step.occurrence));
-    EXPECT_EQ(step.answer, Open(step.parent, step.path, step.occurrence));
-    EXPECT_EQ(step.element, Element(step.answer.substr(2)));
+    EXPECT_EQ(Open(step.parent, step.path, step.occurrence, step.capacity), step.answer);
+    EXPECT_EQ(Element(step.answer.substr(2)), step.element);
+    Lines lines = log.Take();
+    EXPECT_EQ(lines.at(1), step.path + (step.path.starts_with("Catalog") ? " is a group" : " is a group ID"));
+    lines.erase(lines.begin(), lines.begin() + 2);
+    EXPECT_EQ(lines, step.lines);
   }
-  char groupId[20] = "";
-  EXPECT_EQ(XmlSuccess, OpenXMLGroup(list, cookie, "P", groupId, sizeof groupId));
-  EXPECT_STREQ("P", groupId);
 }
 
-TEST_F(Groups, ShareIdsThatReadAlike) {
-  ASSERT_EQ("0 Item3", Open("", "Item", 3));
-  EXPECT_EQ("0 Item3", Open("", "Item3", 1)); // no element is named so: the map answers
-}
-
-TEST_F(Groups, LogWhatTheyDid) {
-  const std::string found = "Found " + name + " (" + std::to_string(cookie) + ") in the xml file list.";
-  const struct {
-    std::string parent, path;
-    std::uint32_t capacity;
-    Lines lines; // behind the one of the list
-  } steps[] = {
-      {"",
-       "Catalog\\P",
-       9,
-       {"Catalog\\P is a group", "Removed Catalog from Catalog\\P.", "P2 (element) not found in the element map.",
-        "Inserted P2 into the element map."}},
-      {"", "P", 9, {"P is a group ID", "Found P2 in " + name + "."}},
-      {"", "P", 0, {"P is a group ID"}},
-      {"P2", "L", 9, {"L is a group ID", "L not found in the element map.", "L not found in " + name + "."}},
-      {"Q", "L", 9, {"L is a group ID", "Q not found in " + name + "."}},
-      {"",
-       "Catalog",
-       9,
-       {"Catalog is a group", "Removed Catalog from Catalog.", "Only the root was given as a group path."}},
-  };
-  for (const auto& step : steps) {
-    Open(step.parent, step.path, 2, step.capacity);
-    Lines expected = step.lines;
-    expected.insert(expected.begin(), found);
-    EXPECT_EQ(expected, log.Take());
-  }
-  log.Clear();
-  Open("", "P", 1);
-  EXPECT_EQ(
-      (Lines{">EnumXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile", ">IsRootInPath", "<IsRootInPath",
-             ">ReturnTokenFromString", "<ReturnTokenFromString", "<GenericOpenGroup", "<EnumXMLGroup"}),
-      log.TakeTraces());
-}
-
-TEST_F(Groups, WriteWithinTheCapacity) {
-  EXPECT_EQ("0 P", Open("", "P", 2, 2));
-  EXPECT_EQ("5", Element("P2"));
-  EXPECT_EQ("0 ", Open("", "P", 2, 1));
-  EXPECT_EQ("0 P2", Open("P2", "L", 1, 0)); // nothing is written, but the group is open
-  EXPECT_EQ("6", Element("P2\\L"));
-  EXPECT_EQ("3 Not", Open("", "Q", 1, 4));
-  EXPECT_EQ("0 Cata", Open("", "Catalog", 1, 5));
-}
-
-TEST_F(Groups, CutIdsAt259Bytes) {
-  for (const std::size_t length : {258u, 259u, 260u, 500u}) {
+TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
+  for (const std::size_t length : {258U, 259U, 260U, 500U}) {
     const std::string path = "P&id=" + std::string(length - 5, '1');
-    EXPECT_EQ("3 Not Found", Open("", path, 2));
-    EXPECT_EQ(path.substr(0, 259) + " not found in " + name + ".", log.Take().back());
+    EXPECT_EQ(Open("", "Catalog\\" + path, 2), "3 Not Found");
+    EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
   }
+  EXPECT_EQ(Open("", "Catalog" + std::string(600, 'X') + "\\P", 1), "0 P");
   // The first L is a leaf, which stands for itself below itself: IDs of odd and of even lengths up to the limit.
-  for (const std::uint32_t occurrence : {1u, 2u}) {
+  for (const std::uint32_t occurrence : {1U, 2U}) {
     std::string id = Open("", "P", occurrence).substr(2);
     while (id.size() < 259) {
       const std::string below = (id + "\\L").substr(0, 259);
-      ASSERT_EQ("0 " + below, Open(id, "L", 1));
+      ASSERT_EQ(Open(id, "L", 1), "0 " + below);
       id = below;
     }
-    EXPECT_EQ("0 " + id, Open(id, "L", 1)); // nothing more fits, so the ID is the parent's
+    EXPECT_EQ(Open(id, "L", 1), "0 " + id); // nothing more fits, so the ID is the parent's
   }
 }
 
 TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
   char groupId[] = "P";
-  EXPECT_EQ(XmlNotFound, OpenXMLGroup(list, cookie + 1, "L", groupId, sizeof groupId));
-  EXPECT_EQ(XmlNotFound, OpenXMLGroup(nullptr, cookie, "L", groupId, sizeof groupId));
-  EXPECT_STREQ("P", groupId);
+  EXPECT_EQ(OpenXMLGroup(list, cookie + 1, "L", groupId, sizeof groupId), XmlNotFound);
+  EXPECT_EQ(OpenXMLGroup(nullptr, cookie, "L", groupId, sizeof groupId), XmlNotFound);
+  EXPECT_STREQ(groupId, "P");
+  EXPECT_EQ(OpenXMLGroup(list, cookie, nullptr, groupId, sizeof groupId), XmlFailure);
+  EXPECT_EQ(log.Take().back(), "Unknown exception thrown while searching for the group name.");
+  EXPECT_EQ(OpenXMLGroup(list, cookie, "L", nullptr, 0), XmlFailure);
   log.Clear();
-  EXPECT_EQ(XmlFailure, OpenXMLGroup(list, cookie, nullptr, groupId, sizeof groupId));
-  EXPECT_EQ(XmlFailure, OpenXMLGroup(list, cookie, "L", nullptr, 0));
-  EXPECT_EQ("Unknown exception thrown while searching for the group name.", log.Take().back());
+  groupId[0] = '\0';
+  EXPECT_EQ(OpenXMLGroup(list, cookie, "P", groupId, sizeof groupId), XmlSuccess);
+  EXPECT_EQ(log.TakeTraces(), (Lines{">OpenXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile",
+                                     ">IsRootInPath", "<IsRootInPath", ">ReturnTokenFromString",
+                                     "<ReturnTokenFromString", "<GenericOpenGroup", "<OpenXMLGroup"}));
+}
+
+// Each child that the search passes logs its line, whether it is one of a run or not.
+TEST(GroupsOfUnknownNames, ArePassed) {
+  const TestDocument document("<r><\u4e2d/><\u4e2d/><\u4e2d/><a/><\u4e2d/><b x='\u4e2d'/><b x='e'/></r>");
+  const LocaleGuard locale(narrowLocale);
+  const std::string failed = "Failed to get the length of \u4e2d:  " + std::string(std::strerror(EILSEQ));
+  LogLines log;
+  for (const auto& [path, id, failures] : {std::tuple("a", "a", 3), {"b&x=", "b&x=", 5}, {"c", "Not Found", 4}}) {
+    EXPECT_EQ(document.Group(path), id);
+    EXPECT_EQ(std::ranges::count(log.Take(), failed), failures);
+  }
 }

@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <string>
-#include <vector>
-
 #include "registry/file_list.h"
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
@@ -11,8 +7,6 @@
 #include "tarvik/tarvik.h"
 
 using Lines = std::vector<std::string>;
-
-namespace {
 
 class Opening : public testing::Test {
  protected:
@@ -22,14 +16,20 @@ class Opening : public testing::Test {
   }
   ~Opening() override { EndXMLList(&list); }
 
-  std::uint32_t Open(const std::string& name, std::uint32_t& cookie, std::int32_t encrypted = 0) {
-    return OpenXML(list, name.c_str(), 999, encrypted, &cookie);
+  std::uint32_t Open(const std::string& fileName, std::uint32_t& cookie, std::int32_t encrypted = 0) {
+    return OpenXML(list, fileName.c_str(), 999, encrypted, &cookie); // the encoding has no effect
   }
-  // The lines of Tarvik itself.
-  Lines Take() {
-    Lines lines = log.Take();
-    std::erase_if(lines, [](const std::string& line) { return line.starts_with("ostrumxml: "); });
-    return lines;
+  // The last letters of the names in the list, whose links are checked.
+  std::string Names() {
+    std::string names;
+    const XmlFileRecord* last = nullptr;
+    for (const XmlFileRecord* it = list->head; it != nullptr; last = it, it = it->next) {
+      EXPECT_EQ(it->prev, last);
+      names += std::string(it->fileName).back();
+    }
+    EXPECT_EQ(list->tail, last);
+    EXPECT_EQ(CountXmlFiles(list), names.size());
+    return names;
   }
 
   TempFolder folder;
@@ -37,118 +37,122 @@ class Opening : public testing::Test {
   XmlFileList* list = nullptr;
 };
 
-std::string Number(std::uint32_t number) { return std::to_string(number); }
-
-} // namespace
-
 TEST_F(Opening, KnowsAFileThatIsOpen) {
   const std::string name = folder.Write("a.xml", "<Catalog><Item/></Catalog>");
   std::uint32_t cookie = 0;
-  ASSERT_EQ(XmlSuccess, Open(name, cookie));
-  const std::string found = name + " (" + Number(cookie) + ")";
-  EXPECT_EQ((Lines{"Failed to find " + name + " in the xml file list.", "Returned encoding for UTF-8",
-                   "Opened " + found + " successfully."}),
-            Take());
-  EXPECT_EQ((Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}),
-            log.TakeTraces());
-  const XmlFileRecord* const record = XmlFileAt(list, 0);
-  ASSERT_EQ(1u, record->elementMap->Size());
-  EXPECT_EQ(&record->document->GetRoot(), FindInElementMap(*record->elementMap, "Catalog"));
+  ASSERT_EQ(Open(name, cookie), XmlSuccess);
+  const std::string opened = name + " (" + std::to_string(cookie) + ")";
+  EXPECT_EQ(log.Take(), (Lines{"Failed to find " + name + " in the xml file list.", "Returned encoding for UTF-8",
+                               "Opened " + opened + " successfully."}));
+  EXPECT_EQ(log.TakeTraces(),
+            (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}));
+  const XmlFileRecord* const record = list->head;
+  EXPECT_EQ(record->elementMap->Size(), 1U);
+  EXPECT_EQ(FindInElementMap(*record->elementMap, "Catalog"), &record->document->GetRoot());
 
   // In other letter case, as another kind, and with the file gone: the open document answers.
   std::filesystem::remove(name);
-  std::string otherCase = name;
-  otherCase.replace(name.size() - 5, 5, "A.XML");
   std::uint32_t again = cookie + 1;
-  EXPECT_EQ(XmlSuccess, Open(otherCase, again, 1));
-  EXPECT_EQ(cookie, again);
-  EXPECT_EQ(0, record->encrypted);
-  EXPECT_EQ((Lines{"Found " + found + " in the xml file list.", "Opened " + found + " successfully."}), Take());
+  EXPECT_EQ(Open(folder.Name("A.XML"), again, 1), XmlSuccess);
+  EXPECT_EQ(again, cookie);
+  EXPECT_EQ(record->encrypted, 0);
+  EXPECT_EQ(log.Take(), (Lines{"Found " + opened + " in the xml file list.", "Opened " + opened + " successfully."}));
 
-  EXPECT_EQ(XmlSuccess, CloseXML(list, cookie));
-  EXPECT_EQ((Lines{"Found " + found + " in the xml file list.", "Closing " + found + "..."}), Take());
-  EXPECT_EQ(XmlSuccess, CloseXML(list, cookie));
-  EXPECT_EQ((Lines{"Failed to find " + Number(cookie) + " (cookie) in the xml file list."}), Take());
-  EXPECT_EQ(XmlFileNotFound, Open(name, again));
+  EXPECT_EQ(CloseXML(list, cookie), XmlSuccess);
+  EXPECT_EQ(log.Take(), (Lines{"Found " + opened + " in the xml file list.", "Closing " + opened + "..."}));
+  EXPECT_EQ(CloseXML(list, cookie), XmlSuccess);
+  EXPECT_EQ(log.Take(), Lines{"Failed to find " + std::to_string(cookie) + " (cookie) in the xml file list."});
+  EXPECT_EQ(Open(name, again), XmlFileNotFound);
 }
 
 TEST_F(Opening, RefusesWhatItCannotRead) {
-  const std::string utf16 = "\xFF\xFE";
+  const std::string unparsed = "unable to parse ";
   const struct {
     std::string name;
     std::uint32_t code;
-    std::string reason; // behind "Failed to open " + the name + ":  "
-    std::int32_t encrypted;
+    std::string reason;
+    std::int32_t encrypted = 0;
   } cases[] = {
-      {folder.Name("missing.xml"), XmlFileNotFound, "-44", 0},
-      {folder.Name("no/such/folder.xml"), XmlFileNotFound, "-44", 0},
-      {folder.Path().string(), XmlFileUnreadable, "-42", 0},
-      {folder.Write("latin.xml", "<a>\xE9</a>"), XmlFileNotText, "-45", 0},
-      {folder.Write("odd.xml", utf16 + "<"), XmlFileNotText, "-45", 0},
-      {folder.Write("foreign.xml", "<?xml version='1.0' encoding='KOI8-R'?><a/>"), XmlFileNotText, "-45", 0},
+      {folder.Name("missing.xml"), XmlFileNotFound, "-44"},
+      {folder.Name("no/such/folder.xml"), XmlFileNotFound, "-44"},
+      {folder.Path().string(), XmlFileUnreadable, "-42"},
+      {folder.Write("latin.xml", "<a>\xE9</a>"), XmlFileNotText, "-45"},
+      {folder.Write("odd.xml", "\xFF\xFE<"), XmlFileNotText, "-45"},
+      {folder.Write("foreign.xml", "<?xml version='1.0' encoding='KOI8-R'?><a/>"), XmlFileNotText, "-45"},
       {folder.Write("plain.xml", "<a/>"), XmlFileNotText, "-46", 1},
-      {folder.Write("empty.xml", ""), XmlOutOfMemory, "unable to parse", 0},
-      {folder.Write("cut.xml", "<a><b></b>"), XmlOutOfMemory, "unable to parse", 0},
-      {folder.Write("text.xml", "no markup"), XmlOutOfMemory, "unable to parse", 0},
+      {folder.Write("empty.xml", ""), XmlOutOfMemory, unparsed + folder.Name("empty.xml") + "."},
+      {folder.Write("cut.xml", "<a><b></b>"), XmlOutOfMemory, unparsed + folder.Name("cut.xml") + "."},
   };
   for (const auto& it : cases) {
     std::uint32_t cookie = 12345;
-    EXPECT_EQ(it.code, Open(it.name, cookie, it.encrypted)) << it.name;
-    EXPECT_EQ(12345u, cookie);
-    EXPECT_EQ(0u, CountXmlFiles(list));
-    const std::string reason = it.reason == "unable to parse" ? it.reason + " " + it.name + "." : it.reason;
-    EXPECT_EQ("Failed to open " + it.name + ":  " + reason, Take().back());
+    EXPECT_EQ(Open(it.name, cookie, it.encrypted), it.code) << it.name;
+    EXPECT_EQ(cookie, 12345U);
+    EXPECT_EQ(Names(), "");
+    EXPECT_EQ(log.Take().back(), "Failed to open " + it.name + ":  " + it.reason);
   }
 }
 
-TEST_F(Opening, NamesEveryArgumentThatIsMissing) {
-  std::uint32_t cookie = 1;
-  EXPECT_EQ(XmlInvalidArgument, OpenXML(nullptr, "n", 4, 0, nullptr));
-  EXPECT_EQ(XmlInvalidArgument, OpenXML(list, nullptr, 4, 0, &cookie));
-  EXPECT_EQ((Lines{"Failed to open n:  xml file list pointer is NULL.", "Failed to open n:  cookie pointer is NULL.",
-                   "Failed to open :  file name pointer is NULL."}),
-            Take());
-  EXPECT_EQ(XmlSuccess, CloseXML(nullptr, 3));
-  EXPECT_EQ((Lines{"Failed to find 3 (cookie): xml file list pointer is NULL."}), Take());
+TEST_F(Opening, SaysWhatIsMissing) {
+  std::uint32_t cookie = 3;
+  XmlFileList* other = nullptr;
+  EXPECT_EQ(OpenXML(nullptr, "n", 4, 0, nullptr), XmlInvalidArgument);
+  EXPECT_EQ(OpenXML(list, nullptr, 4, 0, &cookie), XmlInvalidArgument);
+  EXPECT_EQ(CloseXML(nullptr, 3), XmlSuccess);
+  EXPECT_EQ(InitXMLList(nullptr), XmlInvalidArgument);
+  EXPECT_EQ(InitXMLList(&other), XmlSuccess);
+  EXPECT_EQ(EndXMLList(&other), XmlSuccess);
+  EXPECT_EQ(other, nullptr);
+  EXPECT_EQ(EndXMLList(nullptr), XmlSuccess);
+  EXPECT_EQ(log.Take(),
+            (Lines{"Failed to open n:  xml file list pointer is NULL.", "Failed to open n:  cookie pointer is NULL.",
+                   "Failed to open :  file name pointer is NULL.",
+                   "Failed to find 3 (cookie): xml file list pointer is NULL.",
+                   "Failed to initialize the xml file list:  NULL file list pointer.",
+                   "xml file list initialization successful.", "xml file list deinitialization successful.",
+                   "xml file list deinitialization successful:  NULL file list pointer.",
+                   "xml file list deinitialization successful."}));
 }
 
 TEST_F(Opening, RefusesNamesThatTheLocaleCannotHold) {
   std::uint32_t cookie = 1;
-  const std::string name = folder.Write("root.xml", "<\u00e9/>");
-  const LocaleGuard c("C");
-  EXPECT_EQ(XmlFailure, Open(name, cookie));
-  EXPECT_EQ("Failed to open " + name + ":  unable to convert the name of the root element.", Take().back());
+  const std::string name = folder.Write("root.xml", "<\u4e2d/>");
+  const LocaleGuard narrow(narrowLocale);
+  EXPECT_EQ(Open(name, cookie), XmlFailure);
+  EXPECT_EQ(log.Take().back(), "Failed to open " + name + ":  unable to convert the name of the root element.");
 
-  const LocaleGuard utf8("C.utf8");
-  EXPECT_EQ(XmlFailure, Open("bad\xFF.xml", cookie));
-  EXPECT_EQ("Failed to open bad\uFFFD.xml:  unable to convert the file name.", Take().back());
-  EXPECT_EQ(0u, CountXmlFiles(list));
-  EXPECT_EQ(XmlSuccess, Open(name, cookie));
+  const LocaleGuard multibyte(multibyteLocale);
+  EXPECT_EQ(Open("bad\xFF.xml", cookie), XmlFailure);
+  EXPECT_EQ(log.Take().back(), "Failed to open bad\uFFFD.xml:  unable to convert the file name.");
+  EXPECT_EQ(Names(), "");
+  EXPECT_EQ(Open(name, cookie), XmlSuccess);
 }
 
 TEST_F(Opening, KeepsAtMost259BytesOfAName) {
-  std::string longName = folder.Write("x.xml", "<a/>");
-  while (longName.size() < 300) longName.insert(longName.rfind('/'), "/.");
-  std::uint32_t first = 0;
-  std::uint32_t second = 0;
-  EXPECT_EQ(XmlSuccess, Open(longName, first));
-  EXPECT_EQ(XmlSuccess, Open(longName, second));
-  EXPECT_EQ(2u, CountXmlFiles(list));
-  EXPECT_EQ(longName.substr(0, 259), XmlFileAt(list, 0)->fileName);
+  folder.Write("x", "<a/>");
+  std::string longName = folder.Path().generic_string();
+  while (longName.size() < 300) longName += "/.";
+  std::uint32_t cookie = 0;
+  EXPECT_EQ(Open(longName + "/x", cookie), XmlSuccess);
+  EXPECT_EQ(list->head->fileName, longName.substr(0, 259));
+  EXPECT_EQ(Open(longName + "/x", cookie), XmlSuccess);
+  EXPECT_EQ(CountXmlFiles(list), 2U) << "found by a name that was cut";
 }
 
-TEST_F(Opening, EndsWithDocumentsStillOpen) {
-  std::uint32_t cookies[3];
-  for (std::uint32_t& cookie : cookies) {
-    const std::string file = "f" + Number(static_cast<std::uint32_t>(&cookie - cookies));
-    ASSERT_EQ(XmlSuccess, Open(folder.Write(file, "<a><b/></a>"), cookie));
+TEST_F(Opening, KeepsTheOrderWhateverCloses) {
+  std::uint32_t cookies[6];
+  for (std::size_t i = 0; i < 6; ++i) {
+    ASSERT_EQ(Open(folder.Write(std::string(1, static_cast<char>('a' + i)), "<a><b/></a>"), cookies[i]), XmlSuccess);
   }
-  CloseXML(list, cookies[1]);
-  EXPECT_EQ(cookies[0], XmlFileAt(list, 0)->cookie);
-  EXPECT_EQ(cookies[2], XmlFileAt(list, 1)->cookie);
+  list->head->next->cookie = cookies[2];
+  const std::pair<std::size_t, const char*> steps[] = {{1, "abcdef"}, {2, "acdef"}, {5, "acde"},
+                                                       {0, "cde"},    {3, "ce"},    {2, "e"}};
+  for (const auto& [closed, left] : steps) { // of two with one cookie, the older; the last; the first
+    CloseXML(list, cookies[closed]);
+    EXPECT_EQ(Names(), left);
+  }
+  ASSERT_EQ(Open(folder.Name("a"), cookies[0]), XmlSuccess);
   log.Clear();
-  EXPECT_EQ(XmlSuccess, EndXMLList(&list));
-  EXPECT_EQ((Lines{">EndXMLList", ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory", ">ReleaseGlobalMapMemory",
-                   "<ReleaseGlobalMapMemory", "<EndXMLList"}),
-            log.TakeTraces());
+  EXPECT_EQ(EndXMLList(&list), XmlSuccess); // with two documents still open
+  EXPECT_EQ(log.TakeTraces(), (Lines{">EndXMLList", ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory",
+                                     ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory", "<EndXMLList"}));
 }

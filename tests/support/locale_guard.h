@@ -19,4 +19,11 @@ class LocaleGuard {
   std::string before;
 };
 
+// Where there is no UTF-8, as in the C library of Windows, locales go by their code pages.
+inline const bool hasUtf8 = std::setlocale(LC_ALL, "C.UTF-8") != nullptr && std::setlocale(LC_ALL, "C") != nullptr;
+// Has no character beyond U+00FF.
+inline const char* const narrowLocale = hasUtf8 ? "C" : ".1252";
+// Has Japanese, which takes several bytes; "\xFF" is no text in it.
+inline const char* const multibyteLocale = hasUtf8 ? "C.UTF-8" : ".932";
+
 #endif

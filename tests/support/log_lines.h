@@ -2,12 +2,12 @@
 #ifndef TARVIK_TESTS_SUPPORT_LOG_LINES_H
 #define TARVIK_TESTS_SUPPORT_LOG_LINES_H
 
-#include <new>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "corekit/corekit.h"
+#include "host/ostrumxml/utf8.h"
 
 // Sets itself as the log sink for its lifetime. Use it on one thread only.
 class LogLines {
@@ -30,42 +30,18 @@ class LogLines {
 
  private:
   static void Receive(void* context, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) {
-    auto& self = *static_cast<LogLines*>(context);
-    try {
-      self.Keep(kind, component, text);
-    } catch (const std::bad_alloc&) { // a test that takes the memory away loses the line
-    }
-  }
-
-  void Keep(corekit::LogKind kind, const wchar_t* component, const wchar_t* text) {
     using corekit::LogKind;
-    if (kind == LogKind::TraceEnter) {
-      traces.push_back(">" + Utf8(text));
-    } else if (kind == LogKind::TraceLeave) {
-      traces.push_back("<" + Utf8(text));
+    auto& self = *static_cast<LogLines*>(context);
+    const std::string from = Utf8(component) + ": ";
+    if (kind == LogKind::TraceEnter || kind == LogKind::TraceLeave) {
+      self.traces.push_back((kind == LogKind::TraceEnter ? ">" : "<") + Utf8(text));
     } else {
-      const std::string from = Utf8(component);
-      lines.push_back((kind == LogKind::Error ? "error: " : "") + (from == "Tarvik" ? "" : from + ": ") + Utf8(text));
+      self.lines.push_back((kind == LogKind::Error ? "error: " : "") + (from == "Tarvik: " ? "" : from) + Utf8(text));
     }
   }
-
-  // For characters of one wide unit, which is all that tests log.
   static std::string Utf8(const wchar_t* text) {
     std::string bytes;
-    for (; *text != L'\0'; ++text) {
-      const auto unit = static_cast<char32_t>(*text);
-      const auto tail = [unit](int shift) { return static_cast<char>(0x80 | ((unit >> shift) & 0x3F)); };
-      if (unit < 0x80) {
-        bytes += static_cast<char>(unit);
-      } else if (unit < 0x800) {
-        bytes += {static_cast<char>(0xC0 | (unit >> 6)), tail(0)};
-      } else if (unit < 0x10000) {
-        bytes += {static_cast<char>(0xE0 | (unit >> 12)), tail(6), tail(0)};
-      } else {
-        bytes += {static_cast<char>(0xF0 | (unit >> 18)), tail(12), tail(6), tail(0)};
-      }
-    }
-    return bytes;
+    return Ostrum::Utf8FromWide(text, bytes) ? bytes : "no text";
   }
 
   std::vector<std::string> lines;

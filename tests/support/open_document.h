@@ -2,7 +2,6 @@
 #ifndef TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 #define TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 
-#include <array>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -14,7 +13,7 @@ class TestDocument {
  public:
   explicit TestDocument(std::string_view bytes, std::int32_t encrypted = 0) : encrypted(encrypted) {
     folder.Write(fileName, bytes);
-    Open();
+    Reopen();
   }
   ~TestDocument() { EndXMLList(&list); }
   TestDocument(const TestDocument&) = delete;
@@ -22,7 +21,9 @@ class TestDocument {
 
   void Reopen() {
     EndXMLList(&list);
-    Open();
+    InitXMLList(&list);
+    const std::uint32_t code = OpenXML(list, Name().c_str(), 4, encrypted, &cookie);
+    if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
   }
   std::string Bytes() const { return folder.Read(fileName); }
   std::string Name() const { return folder.Name(fileName); }
@@ -32,11 +33,10 @@ class TestDocument {
   }
 
   // The ID of the group, or what stands in its place ("Not Found").
-  std::string Group(const char* path, std::uint32_t occurrence = 1, std::string_view parent = "") const {
-    std::array<char, 260> id{};
-    parent.copy(id.data(), id.size() - 1);
-    EnumXMLGroup(list, cookie, path, occurrence, id.data(), id.size());
-    return id.data();
+  std::string Group(const char* path, std::uint32_t occurrence = 1) const {
+    char id[260] = "";
+    EnumXMLGroup(list, cookie, path, occurrence, id, sizeof id);
+    return id;
   }
   // The text of a child element, whole, or "Not Found".
   std::string Text(const char* path, const char* child) const { return Read(path, child, "ELEMENT", nullptr); }
@@ -49,6 +49,8 @@ class TestDocument {
   std::uint32_t SetAttribute(const char* path, const char* name, const std::string& value) const {
     return SetXMLItem(list, cookie, path, name, "ATTRIBUTE", value.c_str());
   }
+  // Saves the document as it stands in memory.
+  std::uint32_t Save() const { return SetXMLItem(list, cookie, "", "", "", ""); }
 
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
@@ -56,11 +58,6 @@ class TestDocument {
  private:
   static constexpr const char* fileName = "document.xml";
 
-  void Open() {
-    InitXMLList(&list);
-    const std::uint32_t code = OpenXML(list, Name().c_str(), 4, encrypted, &cookie);
-    if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
-  }
   std::string Read(const char* path, const char* item, const char* type, const char* attribute) const {
     std::string value(1 << 22, '\0');
     GetXMLItem(list, cookie, path, item, type, attribute, type, value.data(), static_cast<std::uint32_t>(value.size()));
