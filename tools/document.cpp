@@ -58,10 +58,14 @@ bool Document::Succeeded(std::uint32_t code) const {
   throw CommandError(file + ": the library failed (result code " + std::to_string(code) + ")");
 }
 
+// The library cuts a longer ID, which could then be another group's.
+bool Document::HasRoomFor(const std::string& parentId, const std::string& groupPath) {
+  return parentId.size() + 1 + groupPath.size() + LongestOccurrence < GroupIdCapacity;
+}
+
 std::optional<std::string> Document::OpenGroup(const std::string& parentId, const std::string& groupPath,
                                                std::uint32_t occurrence) const {
-  // The library cuts a longer ID, which could then be another group's.
-  if (parentId.size() + 1 + groupPath.size() + LongestOccurrence >= GroupIdCapacity) return std::nullopt;
+  if (!HasRoomFor(parentId, groupPath)) return std::nullopt;
   char groupId[GroupIdCapacity] = {};
   std::copy(parentId.begin(), parentId.end(), groupId);
   const auto code = EnumXMLGroup(list, cookie, groupPath.c_str(), occurrence, groupId, sizeof groupId);

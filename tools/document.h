@@ -22,8 +22,11 @@ class Document {
   XmlFileList* List() const { return list; }
   const std::uint32_t* Cookie() const { return &cookie; }
 
+  // False where the ID of a group below parentId could be longer than the library can hold.
+  static bool HasRoomFor(const std::string& parentId, const std::string& groupPath);
+
   // The group ID of the occurrence-th element that groupPath names below the group parentId (empty: below the root).
-  // Nothing where there is none, or where the ID would be longer than the library can hold.
+  // Nothing where there is none, or no room for its ID.
   std::optional<std::string> OpenGroup(const std::string& parentId, const std::string& groupPath,
                                        std::uint32_t occurrence = 1) const;
 

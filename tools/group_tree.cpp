@@ -50,7 +50,7 @@ void GroupTree::WalkBelow(const std::string& handle, const std::string& groupId,
     const std::uint32_t occurrence = counter.Next(name);
     std::string childId = groupId.empty() ? name : groupId + '\\' + name;
     if (occurrence > 1) childId += std::to_string(occurrence);
-    if (childId.size() > LongestGroupId) {
+    if (childId.size() > LongestGroupId || !Document::HasRoomFor(*child, EveryName)) {
       wasCut = true;
       continue;
     }
