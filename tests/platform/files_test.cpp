@@ -13,31 +13,22 @@ ReadStatus Read(const fs::path& name, std::string& bytes, std::size_t limit = SI
   return platform::ReadWholeFile(name.wstring().c_str(), limit, bytes);
 }
 
-void Replace(const fs::path& name, std::string_view bytes) {
-  platform::ReplaceWholeFile(name.wstring().c_str(), bytes);
-}
-
-std::size_t FileCount(const fs::path& folder) {
-  return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
-}
-
-std::string Pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * i >> 3);
-  return bytes;
+std::ptrdiff_t FileCount(const TempFolder& folder) {
+  return std::distance(fs::directory_iterator(folder.Path()), fs::directory_iterator());
 }
 
 TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   const TempFolder folder;
   const fs::path name = folder.Path() / "file.xml";
   // The first one makes the file; sizes lie around those of the buffers, growing and shrinking.
-  for (const std::size_t size : {5U, 0U, 4095U, 4096U, 65535U, 65536U, 65537U, 300000U, 1U}) {
-    const std::string written = Pattern(size);
-    Replace(name, written);
+  for (const std::size_t size : {5U, 0U, 4096U, 16384U, 65535U, 65536U, 65537U, 300000U, 1U}) {
+    std::string written(size, '\n');
+    for (std::size_t i = 0; i < size; i += 3) written[i] = static_cast<char>(i * i >> 3);
+    platform::ReplaceWholeFile(name.wstring().c_str(), written);
     std::string read = "old";
     EXPECT_EQ(Read(name, read, size), ReadStatus::Done) << size;
     EXPECT_TRUE(read == written) << size;
-    EXPECT_EQ(FileCount(folder.Path()), 1U);
+    EXPECT_EQ(FileCount(folder), 1);
     if (size > 0) {
       EXPECT_EQ(Read(name, read, size - 1), ReadStatus::TooLong) << size;
     }
@@ -47,20 +38,12 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
 TEST(FilesTest, WhatIsNoReadableFileSaysSo) {
   const TempFolder folder;
   folder.Write("file", "text");
-  const struct {
-    fs::path name;
-    ReadStatus status;
-  } cases[] = {
-      {folder.Path() / "none", ReadStatus::Missing},
-      {folder.Path() / "none" / "file", ReadStatus::Missing},
-      {folder.Path() / "file" / "below", ReadStatus::Missing},
-      {"", ReadStatus::Missing},
-      {folder.Path(), ReadStatus::Unreadable},
-  };
-  for (const auto& each : cases) {
-    std::string bytes;
-    EXPECT_EQ(Read(each.name, bytes), each.status) << each.name;
+  std::string bytes;
+  for (const char* missing : {"none", "none/file", "file/below"}) {
+    EXPECT_EQ(Read(folder.Path() / missing, bytes), ReadStatus::Missing) << missing;
   }
+  EXPECT_EQ(Read("", bytes), ReadStatus::Missing);
+  EXPECT_EQ(Read(folder.Path(), bytes), ReadStatus::Unreadable);
 }
 
 TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
@@ -69,11 +52,18 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   folder.Write("read-only", "old");
   fs::permissions(folder.Path() / "read-only", fs::perms::owner_read);
   for (const char* name : {"folder", "read-only", "none/file", "read-only/below"}) {
-    EXPECT_THROW(Replace(folder.Path() / name, "new"), std::runtime_error) << name;
+    EXPECT_THROW(platform::ReplaceWholeFile((folder.Path() / name).wstring().c_str(), "new"), std::runtime_error)
+        << name;
   }
   EXPECT_EQ(folder.Read("read-only"), "old");
-  EXPECT_EQ(FileCount(folder.Path()), 2U);
+  EXPECT_EQ(FileCount(folder), 2);
   fs::permissions(folder.Path() / "read-only", fs::perms::owner_all); // or some systems would not remove it
+}
+
+TEST(SystemTest, DrawsDifferentNumbers) {
+  std::uint32_t numbers[3] = {};
+  for (std::uint32_t& number : numbers) ASSERT_TRUE(platform::DrawRandom(number));
+  EXPECT_FALSE(numbers[0] == numbers[1] && numbers[1] == numbers[2]);
 }
 
 } // namespace

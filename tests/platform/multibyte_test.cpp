@@ -11,202 +11,102 @@
 
 namespace {
 
-// Character sets, as localedef names them, with the language whose letters count.
-struct Locale {
-  const char* charset;
-  const char* letters = "i18n_ctype";
-};
-constexpr Locale plain{"C"};
-constexpr Locale utf8{"C.UTF-8"};
-constexpr Locale latin{"ISO-8859-1"};
-constexpr Locale turkish{"UTF-8", "tr_TR"}; // has an i of its own
-constexpr Locale japanese{"WINDOWS-31J"};   // the backslash is the second byte of common characters
-constexpr Locale chinese{"GBK"};
-constexpr Locale yen{"SHIFT_JIS"}; // has the yen sign in the backslash's place
-
-std::ostream& operator<<(std::ostream& stream, const Locale& locale) { return stream << locale.charset; }
-
-// Makes locales in a folder that lasts as long as the program, because the C library keeps looking there.
-class MadeLocales {
- public:
-  MadeLocales() { setenv("LOCPATH", folder.Path().c_str(), 1); }
-
-  void Make(const Locale& locale) const {
-    const std::string target = folder.Name(locale.charset);
-    if (std::filesystem::exists(target)) return;
-    const std::string letters = std::string("LC_CTYPE\ncopy \"") + locale.letters + "\"\nEND LC_CTYPE\n";
-    const std::string source = folder.Write("source", letters + "LC_COLLATE\ncopy \"POSIX\"\nEND LC_COLLATE\n");
-    // It warns of the categories that are not there, in its exit status too; whether it worked shows when it is set.
-    const std::string command = "localedef --no-archive -c -i " + source + " -f " + locale.charset + " " + target +
-                                " 2>" + folder.Name("warnings");
-    if (std::system(command.c_str()) == -1) throw std::runtime_error("no shell");
-  }
-
- private:
-  TempFolder folder;
-};
+// Locales, named by their character set, and one by its language, which has an i of its own.
+constexpr const char* plain = "C";
+constexpr const char* utf8 = "C.UTF-8";
+constexpr const char* latin = "ISO-8859-1";
+constexpr const char* turkish = "tr_TR";
+constexpr const char* japanese = "WINDOWS-31J"; // the backslash is the second byte of common characters
+constexpr const char* yen = "SHIFT_JIS";        // has the yen sign in the backslash's place
 
 // Sets the process's locale; a test whose locale cannot be made fails.
-void Use(const Locale& locale) {
-  static const MadeLocales made;
-  if (locale.charset[0] != 'C') made.Make(locale);
-  if (std::setlocale(LC_CTYPE, locale.charset) == nullptr) {
-    throw std::runtime_error(std::string(locale.charset) + " could not be made: localedef and its charmaps are needed");
+void Use(const std::string& name) {
+  static const TempFolder made; // as long as the program, because the C library keeps looking there
+  setenv("LOCPATH", made.Path().c_str(), 1);
+  if (name[0] != 'C' && !std::filesystem::exists(made.Name(name))) {
+    const bool isCharset = name != turkish;
+    const std::string source =
+        made.Write("source", "LC_CTYPE\ncopy \"" + (isCharset ? "i18n_ctype" : name) +
+                                 "\"\nEND LC_CTYPE\nLC_COLLATE\ncopy \"POSIX\"\nEND LC_COLLATE\n");
+    // It warns of the categories that are not there, in its exit status too; whether it worked shows when it is set.
+    const std::string options = "-i " + source + " -f " + (isCharset ? name : "UTF-8") + " " + made.Name(name);
+    if (std::system(("localedef --no-archive -c 2>/dev/null " + options).c_str()) == -1) throw std::bad_alloc();
   }
+  if (std::setlocale(LC_CTYPE, name.c_str()) == nullptr) throw std::runtime_error(name + ": no localedef or charmaps?");
 }
 
-std::ptrdiff_t Offset(const char* text, const char* found) { return found == nullptr ? -1 : found - text; }
+// Where the text is found and, when it is one byte, its first and last occurrence as a character.
+std::string Hits(const char* locale, const char* text, const char* wanted) {
+  Use(locale);
+  const auto place = [text](const char* hit) { return hit == nullptr ? "-" : std::to_string(hit - text); };
+  const std::string found = place(platform::MbsFind(text, wanted));
+  if (std::strlen(wanted) != 1) return found;
+  return found + place(platform::MbsFindChar(text, *wanted)) + place(platform::MbsFindLastChar(text, *wanted));
+}
 
 TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
-  const struct {
-    Locale locale;
-    const char* text;
-    const char* wanted;
-    std::ptrdiff_t first;
-    std::ptrdiff_t last; // of a single character
-  } cases[] = {
-      {plain, "a\\b\\c", "\\", 1, 3},
-      {plain, "\x95\\b", "\\", 1, 1}, // no character of two bytes here
-      {utf8, "\xC3\xA9\\b\\", "\\", 2, 4},
-      {utf8, "\xC3\xA9", "\xA9", -1, -1}, // the second byte of a character, and the first one
-      {utf8, "\xC3\xA9", "\xC3", -1, -1},
-      {utf8, "\xC3\xA9\xC3", "\xC3", 2, 2}, // alone it is one of its own
-      {japanese, "\x95\x5C\\\x83\x5C", "\\", 2, 2},
-      {japanese, "\x95\x5C", "\\", -1, -1},
-      {japanese, "\x83\x41\x41", "A", 2, 2},
-      {japanese, "\x95\x95\x95\x5C\\", "\\", 4, 4},
-      {japanese, "\xB1\\\x95", "\\", 1, 1}, // a character of one byte above ASCII; half a character at the end
-      {japanese, "\x95\x5C\x83\x5C", "\x83\x5C", 2, 0},
-      {japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C", 3, 0}, // bytes across two characters do not count
-      {chinese, "\x81\x5C\\\xFE\x5C\\x", "\\", 2, 5},
-      {chinese,
-       "\x81\x41"
-       "B",
-       "B", 2, 2},
-      {yen, "\x95\x5C\x5C", "\\", 2, 2},
-      {japanese, "text", "", 0, 0},
-      {japanese, "text\x95", "none", -1, -1},
-  };
-  for (const auto& each : cases) {
-    Use(each.locale);
-    EXPECT_EQ(Offset(each.text, platform::MbsFind(each.text, each.wanted)), each.first) << each.locale << each.text;
-    if (std::strlen(each.wanted) != 1) continue;
-    const char* const first = platform::MbsFindChar(each.text, *each.wanted);
-    const char* const last = platform::MbsFindLastChar(each.text, *each.wanted);
-    EXPECT_EQ(Offset(each.text, first), each.first) << each.locale << each.text;
-    EXPECT_EQ(Offset(each.text, last), each.last) << each.locale << each.text;
-  }
+  EXPECT_EQ(Hits(plain, "\x95\\b\\c", "\\"), "113");
+  EXPECT_EQ(Hits(utf8, "\u00e9\\b\\", "\\"), "224");
+  EXPECT_EQ(Hits(utf8, "\u00e9\xC3", "\xC3"), "222"); // the first byte of a character, and then one of its own
+  EXPECT_EQ(Hits(japanese, "\x95\x5C\\\x83\x5C", "\\"), "222");
+  EXPECT_EQ(Hits(japanese, "\x95\x95\x95\x5C", "\\"), "---");
+  EXPECT_EQ(Hits(japanese, "\xB1\\\x95", "\\"), "111"); // a character of one byte above ASCII; half a one at the end
+  EXPECT_EQ(Hits(japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C"), "3"); // bytes across two characters do not count
+  EXPECT_EQ(Hits(japanese, "text\x95", ""), "0");
+  EXPECT_EQ(Hits(yen, "\x95\x5C\x5C", "\\"), "222");
+}
+
+// At most count bytes of the text, copied; appending them must give the same.
+std::string Copied(const char* locale, const char* text, std::size_t count) {
+  Use(locale);
+  char appended[16] = "";
+  platform::MbsAppendBytes(appended, text, count);
+  std::string copied(count + 1, '#');
+  platform::MbsCopyBytes(copied.data(), text, count);
+  EXPECT_EQ(copied, appended + std::string(count - std::strlen(appended), '\0') + '#') << locale << ' ' << text;
+  return appended;
 }
 
 TEST(MultibyteTest, BoundedCopiesSplitNoCharacter) {
-  const struct {
-    Locale locale;
-    const char* source;
-    std::size_t count;
-    const char* copied;
-  } cases[] = {
-      {plain, "a\xC3\xA9", 2, "a\xC3"},
-      {plain, "abc", 0, ""},
-      {utf8, "a\xC3\xA9", 2, "a"},
-      {utf8, "a\xC3\xA9", 3, "a\xC3\xA9"},
-      {utf8, "\xF0\x9F\x98\x80x", 3, ""},
-      {utf8, "\xF0\x9F\x98\x80x", 4, "\xF0\x9F\x98\x80"},
-      {utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5, "\xA9\xA9\xA9\xA9\xA9"}, // no character of several bytes among them
-      {utf8, "a\xF0\xA9", 2, "a\xF0"},
-      {japanese, "a\x83\x41\x83\x42", 4, "a\x83\x41"},
-      {japanese, "a\x83\x41\x83\x42", 5, "a\x83\x41\x83\x42"},
-      {japanese, "\x95\x95\x95\x95", 3, "\x95\x95"}, // read backwards the half could not be seen
-      {japanese, "a\x83", 2, "a\x83"},
-      {chinese, "\x81\x5C\x81\x5C", 3, "\x81\x5C"},
-  };
-  for (const auto& each : cases) {
-    Use(each.locale);
-    const std::string expected = each.copied;
-    std::string target(each.count + 1, '#');
-    platform::MbsCopyBytes(target.data(), each.source, each.count);
-    EXPECT_EQ(target, expected + std::string(each.count - expected.size(), '\0') + '#') << each.locale << each.source;
+  EXPECT_EQ(Copied(plain, "a\u00e9", 2), "a\xC3");
+  EXPECT_EQ(Copied(utf8, "a\u00e9", 2), "a");
+  EXPECT_EQ(Copied(utf8, "a\u00e9", 5), "a\u00e9");
+  EXPECT_EQ(Copied(utf8, "\U0001F600x", 3), "");
+  EXPECT_EQ(Copied(utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5), "\xA9\xA9\xA9\xA9\xA9"); // each one of its own
+  EXPECT_EQ(Copied(japanese, "a\x83\x41\x83\x42", 4), "a\x83\x41");
+  EXPECT_EQ(Copied(japanese, "\x95\x95\x95\x95", 3), "\x95\x95"); // read backwards the half could not be seen
+  EXPECT_EQ(Copied(japanese, "a\x83", 2), "a\x83");
+}
 
-    char appended[16] = "x";
-    platform::MbsAppendBytes(appended, each.source, each.count);
-    EXPECT_EQ(appended, "x" + expected) << each.locale << each.source;
-  }
+bool AreEqual(const char* locale, const char* left, const char* right, std::size_t count = 100) {
+  Use(locale);
+  const int order = platform::MbsCompareBytesNoCase(left, right, count);
+  EXPECT_EQ(platform::MbsCompareBytesNoCase(right, left, count), -order) << locale << ' ' << left;
+  EXPECT_TRUE(count != 100 || platform::MbsCompareNoCase(left, right) == order) << locale << ' ' << left;
+  EXPECT_NE(platform::MbsCompare(left, right), 0) << "case counts " << left;
+  return order == 0;
 }
 
 TEST(MultibyteTest, CasesAreFoldedByCharacter) {
-  constexpr std::size_t all = 100;
-  const struct {
-    Locale locale;
-    const char* left;
-    const char* right;
-    std::size_t count;
-    bool equal;
-  } cases[] = {
-      {plain, "File.XML", "fILE.xml", all, true},
-      {plain, "ELEMENTS", "element", 7, true},
-      {plain, "ELEMENTS", "element", 8, false},
-      {plain, "[", "{", all, false},
-      {plain, "\xC9", "\xE9", all, false},
-      {latin, "\xC9", "\xE9", all, true},
-      {utf8, "\xC3\x89t\xC3\xA9", "\xC3\xA9T\xC3\x89", all, true},
-      {utf8, "\xC3\xA9", "\xC3\xA8", all, false},
-      {utf8, "\xE2\x84\xAA", "k", all, false}, // the kelvin sign is no ASCII letter
-      {utf8, "\xC3", "\xC3\xA9", 1, true},
-      {turkish, "ATTRIBUTE", "attribute", all, true},
-      {japanese, "\x83\x41", "\x83\x61", all, false}, // the second bytes are A and a
-      {japanese,
-       "\x83\x41"
-       "A",
-       "\x83\x41"
-       "a",
-       all, true},
-      {japanese, "\x82\x60", "\x82\x81", all, true}, // wide letters, A and a
-      {japanese, "\x83", "\x83\x41", all, false},
-      {chinese, "\x81\x41", "\x81\x61", all, false},
-      {chinese, "\x81\x41x", "\x81\x61x", all, false},
-      {chinese, "x\x81\x41y", "X\x81\x41Y", 4, true},
-      {yen,
-       "\x83\x41"
-       "A\\",
-       "\x83\x41"
-       "a\\",
-       all, true},
-  };
-  for (const auto& each : cases) {
-    Use(each.locale);
-    const int order = platform::MbsCompareBytesNoCase(each.left, each.right, each.count);
-    EXPECT_EQ(order == 0, each.equal) << each.locale << ' ' << each.left << ' ' << each.right;
-    const int reverse = platform::MbsCompareBytesNoCase(each.right, each.left, each.count);
-    EXPECT_TRUE(order == 0 ? reverse == 0 : (order < 0) != (reverse < 0)) << each.left << ' ' << each.right;
-    if (each.count != all) continue;
-    EXPECT_EQ(platform::MbsCompareNoCase(each.left, each.right) == 0, each.equal) << each.locale << each.left;
-    EXPECT_NE(platform::MbsCompare(each.left, each.right), 0) << "case counts " << each.left;
-  }
-  EXPECT_EQ(platform::MbsCompareBytes("abX", "abY", 2), 0);
-  EXPECT_LT(platform::MbsCompareBytes("abX", "abY", 3), 0);
+  EXPECT_TRUE(AreEqual(plain, "ELEMENTS", "element", 7));
+  EXPECT_FALSE(AreEqual(plain, "ELEMENTS", "element", 8));
+  EXPECT_FALSE(AreEqual(plain, "[", "{"));
+  EXPECT_FALSE(AreEqual(plain, "\xC9", "\xE9"));
+  EXPECT_TRUE(AreEqual(latin, "\xC9", "\xE9"));
+  EXPECT_TRUE(AreEqual(utf8, "\u00c9t\u00e9", "\u00e9T\u00c9"));
+  EXPECT_FALSE(AreEqual(utf8, "\u212a", "k")); // the kelvin sign is no ASCII letter
+  EXPECT_TRUE(AreEqual(turkish, "ATTRIBUTE", "attribute"));
+  EXPECT_FALSE(AreEqual(japanese, "\x83\x41", "\x83\x61"));  // the second bytes are A and a
+  EXPECT_TRUE(AreEqual(japanese, "\x82\x60Z", "\x82\x81z")); // wide letters, A and a
+  EXPECT_FALSE(AreEqual(japanese, "\x83", "\x83\x41"));
 }
 
 TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
-  const struct {
-    Locale locale;
-    bool isPlain;
-  } cases[] = {{yen, false}, {plain, true}, {yen, false}, {japanese, true}, {yen, false}, {utf8, true}, {latin, true}};
-  for (const auto& each : cases) {
-    Use(each.locale);
-    EXPECT_EQ(platform::AsciiIsPlain(), each.isPlain) << each.locale;
-    std::thread([&] { EXPECT_EQ(platform::AsciiIsPlain(), each.isPlain) << each.locale << " on a new thread"; }).join();
+  for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
+    Use(locale);
+    EXPECT_EQ(platform::AsciiIsPlain(), locale != yen) << locale;
+    std::thread([&] { EXPECT_EQ(platform::AsciiIsPlain(), locale != yen) << locale << " on a new thread"; }).join();
   }
-  // A thread's own locale counts for it alone.
-  Use(yen);
-  const locale_t own = duplocale(LC_GLOBAL_LOCALE);
-  ASSERT_NE(own, nullptr);
-  Use(latin);
-  std::thread([own] {
-    uselocale(own);
-    EXPECT_FALSE(platform::AsciiIsPlain());
-    uselocale(LC_GLOBAL_LOCALE);
-  }).join();
-  EXPECT_TRUE(platform::AsciiIsPlain());
-  freelocale(own);
 }
 
 } // namespace

@@ -4,10 +4,10 @@
 #   ```cpp FILE            statements over an opened FILE, with `list` and `cookie` at hand
 #   ```text after either   what it prints
 #   ```console             commands after "$ ", each followed by what it prints
-# usage: documents_test.sh <build folder>
+#   scripts/check-samples.sh <build folder>
 set -euo pipefail
 build=$(realpath "$1")
-cd "$(dirname "$0")/../.."
+cd "$(dirname "$0")/.."
 source=$PWD
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -18,9 +18,8 @@ export PATH=$work/bin:$PATH LC_ALL=C.UTF-8
 # Each block to a file of its own, its language and file name in front: <document>-<number>.<language>.
 split_blocks() { # <document>
   awk -v base="$work/blocks/$(basename "$1" .md)" '
-    /^```[a-z]/ && !out { split(substr($0, 4), info, " "); out = sprintf("%s-%02d.%s", base, ++n, info[1]); print info[2] > out; next }
-    /^```$/ && out { close(out); out = ""; next }
-    /^```$/ { out = sprintf("%s-%02d.plain", base, ++n); print "" > out; next }
+    /^```/ && out { close(out); out = ""; next }
+    /^```/ { split(substr($0, 4), info, " "); out = sprintf("%s-%02d.%s", base, ++n, info[1]); print info[2] > out; next }
     out { print > out }' "$1"
 }
 
@@ -39,15 +38,14 @@ write_program() { # <block> <program source>
 }
 
 check_program() { # <block>
-  local name number printed
+  local name printed
   name=$(basename "$1" .cpp)
   write_program "$1" "$work/$name.cpp"
   c++ -std=c++20 -Wall -Wextra -Werror -I"$source/include" "$work/$name.cpp" -o "$work/$name" \
     -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib" || return 1
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
   (cd "$work/run" && "$work/$name") >"$work/printed" || return 1
-  number=$((10#${name##*-} + 1))
-  printf -v printed '%s/blocks/%s-%02d.text' "$work" "${name%-*}" "$number"
+  printf -v printed '%s/blocks/%s-%02d.text' "$work" "${name%-*}" $((10#${name##*-} + 1))
   [[ ! -e $printed ]] || diff <(tail -n +2 "$printed") "$work/printed"
 }
 
@@ -61,15 +59,8 @@ check_console() { # <block>: runs its commands and writes the block anew
 }
 
 for document in README.md docs/*.md; do split_blocks "$document"; done
-passed=0 failed=0
-for block in "$work"/blocks/*.cpp "$work"/blocks/*.console; do
-  if [[ $block == *.cpp ]]; then check=check_program; else check=check_console; fi
-  if $check "$block"; then
-    passed=$((passed + 1))
-  else
-    echo "FAILED: $(basename "$block")"
-    failed=$((failed + 1))
-  fi
-done
-echo "$passed passed, $failed failed"
-((failed == 0 && passed > 0))
+failed=0
+fail() { failed=1; echo "FAILED: $(basename "$1")"; } # <block>
+for block in "$work"/blocks/*.cpp; do check_program "$block" || fail "$block"; done
+for block in "$work"/blocks/*.console; do check_console "$block" || fail "$block"; done
+exit $failed
