@@ -21,41 +21,42 @@ constexpr const char* document =
     "<Name>n</Name><Hash>h</Hash></FileItem></FileList></LangPackage></ProductPackage><ProductPackage/>"
     "<SiteStatus Status='Enabled'/><caf\xC3\xA9>\xE6\x97\xA5</caf\xC3\xA9></Catalog>";
 
-std::string OneWord(Input& input) {
+std::string OneWord(FuzzedDataProvider& input) {
   static std::istringstream all(
       "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text "
       "Name "
       "ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
   static const std::vector<std::string> words(std::istream_iterator<std::string>(all), {});
-  return words[input.Byte() % words.size()];
+  return words[input.ConsumeIntegralInRange<std::size_t>(0, words.size() - 1)];
 }
 
 // A path of the words that mean something here, or any bytes.
-std::string Words(Input& input) {
-  const std::uint8_t choice = input.Byte();
-  if (choice >= 200) return input.Text(300);
+std::string Words(FuzzedDataProvider& input) {
+  const auto separators = input.ConsumeIntegralInRange(0, 4);
+  if (separators == 4) return input.ConsumeRandomLengthString(300);
   std::string path = OneWord(input);
-  for (int more = choice / 50; more > 0; --more) path += "\\" + OneWord(input);
+  for (int i = 0; i < separators; ++i) path += "\\" + OneWord(input);
   return path;
 }
 
-std::uint32_t Call(XmlFileList* list, std::uint32_t cookie, Input& input, char* buffer, std::uint32_t capacity) {
+std::uint32_t Call(XmlFileList* list, std::uint32_t cookie, FuzzedDataProvider& input, char* buffer,
+                   std::uint32_t capacity) {
   std::string texts[4];
-  const char* arguments[4] = {}; // some stay null
-  for (int i = 0; i < 4; ++i) {
-    if (input.Byte() != 199) arguments[i] = (texts[i] = Words(input)).c_str();
-  }
+  const char* arguments[4] = {};
+  for (int i = 0; i < 4; ++i) arguments[i] = (texts[i] = Words(input)).c_str();
+  const auto missing = input.ConsumeIntegral<std::uint8_t>(); // mostly none
+  if (missing < 4) arguments[missing] = nullptr;
   const auto& [path, item, type, attribute] = arguments;
   if (texts[1].size() < capacity) texts[1].copy(buffer, capacity); // a parent's group ID
   char* const value = capacity == 0 ? buffer + 1 : buffer;
-  const auto number = static_cast<std::int8_t>(input.Byte());
+  const std::int32_t number = input.ConsumeIntegral<std::int8_t>();
   const auto count = static_cast<std::uint32_t>(number);
-  DetectionPosition position = {count, input.Byte(), input.Byte()};
+  DetectionPosition position = {count, input.ConsumeIntegral<std::uint8_t>(), input.ConsumeIntegral<std::uint8_t>()};
   DetectionInfo info;
   std::vector<FileListEntry> files;
   std::uint8_t enabled = 7;
   std::uint32_t matches = 7;
-  switch (input.Byte() % 10) {
+  switch (input.ConsumeIntegralInRange(0, 9)) {
     case 0:
       return OpenXMLGroup(list, cookie, path, buffer, capacity);
     case 1:
@@ -86,17 +87,17 @@ void ReadLine(void*, corekit::LogKind, const wchar_t* component, const wchar_t* 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  Input input(data, size);
+  FuzzedDataProvider input(data, size);
   static const char* const locale = std::setlocale(LC_ALL, "C.UTF-8");
   REQUIRE(locale != nullptr);
-  corekit::SetLogSink(input.Byte() % 2 == 0 ? nullptr : &ReadLine, nullptr);
+  corekit::SetLogSink(input.ConsumeBool() ? &ReadLine : nullptr, nullptr);
   MemoryFile(L"catalog.xml") = document;
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   REQUIRE(InitXMLList(&list) == XmlSuccess && OpenXML(list, "catalog.xml", 4, 0, &cookie) == XmlSuccess);
-  for (int calls = 0; calls < 100 && !input.IsEmpty(); ++calls) {
+  for (int calls = 0; calls < 100 && input.remaining_bytes() > 0; ++calls) {
     // Ends where its capacity does, so that the address sanitizer sees each byte behind it; a group ID has one byte at least.
-    const std::uint32_t capacity = input.Byte() % 2 == 0 ? std::uint32_t{input.Byte()} : 260;
+    const std::uint32_t capacity = input.ConsumeBool() ? 260 : input.ConsumeIntegralInRange(0U, 255U);
     const std::size_t room = std::max(capacity, 1U);
     const std::unique_ptr<char[]> buffer(new char[room]{});
     const std::uint32_t code = Call(list, cookie, input, buffer.get(), capacity);

@@ -2,8 +2,8 @@
 #ifndef TARVIK_FUZZ_HARNESS_H
 #define TARVIK_FUZZ_HARNESS_H
 
-#include <algorithm>
-#include <cstdint>
+#include <fuzzer/FuzzedDataProvider.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -16,29 +16,7 @@
     }                                                                      \
   } while (false)
 
-// The bytes of the file of that name, which is in memory: the library reads and writes these instead of the disk's.
+// The bytes of a file. The library reads and writes these instead of the disk's.
 std::string& MemoryFile(const std::wstring& name);
-
-// Takes the fuzzer's bytes apart.
-class Input {
- public:
-  Input(const std::uint8_t* data, std::size_t size) : next(data), end(data + size) {}
-
-  bool IsEmpty() const { return next == end; }
-  std::uint8_t Byte() { return IsEmpty() ? std::uint8_t{0} : *next++; }
-  // At most `most` bytes, without zero bytes.
-  std::string Text(std::size_t most) {
-    const std::size_t size = std::min({std::size_t{Byte()}, most, static_cast<std::size_t>(end - next)});
-    std::string text(next, next + size);
-    next += size;
-    std::erase(text, '\0');
-    return text;
-  }
-  std::string Rest() const { return {next, end}; }
-
- private:
-  const std::uint8_t* next;
-  const std::uint8_t* end;
-};
 
 #endif

@@ -5,11 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
-
-#include "support/temp_folder.h"
-#include "tarvik/tarvik.h"
+#include "support/open_document.h"
 
 namespace {
 
@@ -31,21 +27,15 @@ std::string Repeat(const std::string& text, std::size_t count) {
 }
 
 // A caller's work on a document; what is to be read is always the last child. Gives the code of opening it.
-int Work(const std::string& fileName) {
-  XmlFileList* list = nullptr;
-  std::uint32_t cookie = 0;
-  char text[16] = "", value[16] = "";
-  InitXMLList(&list);
-  const std::uint32_t opened = OpenXML(list, fileName.c_str(), 4, 0, &cookie);
-  const bool works = opened == XmlSuccess &&
-                     GetXMLItem(list, cookie, "r", "z", "ELEMENT", nullptr, nullptr, text, 16) == XmlSuccess &&
-                     GetXMLItem(list, cookie, "r", "z", "ATTRIBUTE", "k", "ATTRIBUTE", value, 16) == XmlSuccess &&
-                     text == std::string_view("end") && value == std::string_view("v") &&
-                     GetXMLItem(list, cookie, "r", "r", "ATTRIBUTE", "none", "", value, 16) == XmlNotFound &&
-                     SetXMLItem(list, cookie, "r", "z", "ELEMENT", "set") == XmlSuccess &&
-                     SetXMLItem(list, cookie, "r", "new", "ATTRIBUTE", "v") == XmlSuccess;
-  EndXMLList(&list);
-  return opened == XmlSuccess && !works ? 99 : static_cast<int>(opened);
+int Work(const std::string& bytes) try {
+  const TestDocument document(bytes);
+  const bool isAsExpected = document.Text("r", "z") == "end" && document.Attribute("r", "z", "k") == "v" &&
+                            document.Attribute("r", "r", "none") == "Not Found" &&
+                            document.SetText("r", "z", "set") == XmlSuccess &&
+                            document.SetAttribute("r", "new", "v") == XmlSuccess;
+  return isAsExpected ? 0 : 99;
+} catch (const std::runtime_error& error) {
+  return error.what() == std::string("OpenXML gave 1") ? int{XmlOutOfMemory} : 99;
 }
 
 struct Cost {
@@ -56,10 +46,8 @@ struct Cost {
 
 // In a process of its own, so that its peak and its death are its own.
 Cost CostOf(const char* label, const std::string& bytes) {
-  const TempFolder folder;
-  const std::string fileName = folder.Write("document", bytes);
   const pid_t child = fork();
-  if (child == 0) _exit(Work(fileName));
+  if (child == 0) _exit(Work(bytes));
   int status = 0;
   rusage use{};
   wait4(child, &status, 0, &use);
@@ -96,7 +84,6 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
       {"comment", "<r><!--", "c", "-->", ""},
       {"CDATA of brackets", "<r><![CDATA[", "]", " ]]>", ""},
       {"attribute value", "<r a='", "a", "'>", ""},
-      {"attribute name", "<r ", "a", "=''>", ""},
       {"attributes on one element", "<r", " a@='1'", ">", ""},
       {"element name", "<r><", "e", "/>", ""},
       {"siblings of all-different names", "<r>", "<e@/>", "", ""},
@@ -108,7 +95,6 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
        "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file:///dev/zero'>%p;<!ENTITY e SYSTEM 'file:///dev/zero'>]><r>", "&e;", "",
        ""},
       {"bomb", bomb + "]><r>&e9;", "", "", "", XmlOutOfMemory},
-      {"bomb in an attribute", bomb + "]><r a='&e9;'>", "", "", "", XmlOutOfMemory},
       {"bomb in a default", bomb + "<!ATTLIST r a CDATA '&e9;'>]><r>", "", "", "", XmlOutOfMemory},
       {"bomb, never lit", bomb + "]><r>", "", "", ""},
       {"parameter bomb", Levels("<!ENTITY % e", "&#37;e", 9, 10) + "%e9;]><r>", "", "", ""},

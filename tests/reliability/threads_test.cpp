@@ -14,7 +14,7 @@ void CountCharacters(void* total, corekit::LogKind, const wchar_t* component, co
   *static_cast<std::atomic<std::size_t>*>(total) += std::wstring(component).size() + std::wstring(text).size();
 }
 
-// One thread's work on a list of its own: opens, reads, sets, saves and closes, and looks at what came out.
+// One thread's work on a list of its own.
 void Work(int number) {
   std::string bytes = "<Catalog><ProductPackage><ProductID>0</ProductID></ProductPackage></Catalog>";
   if (number % 2 != 0) corekit::KCryptWrap::encrypt_data(bytes, bytes);
