@@ -151,24 +151,4 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   expectRefusal("N", "B", element, nullptr);
 }
 
-TEST(SetItem, KeepsTheChangeForTheNextSaveWhenTheFileIsRefused) {
-  namespace fs = std::filesystem;
-  const TestDocument document("<R><A>1</A></R>");
-  const auto expectRefusal = [&] {
-    EXPECT_EQ(document.SetText("", "A", "2"), 34U);
-    EXPECT_EQ(document.FilesInFolder(), 1U) << "a temporary file stayed";
-    EXPECT_EQ(document.Text("R", "A"), "2");
-  };
-  fs::permissions(document.Name(), fs::perms::owner_read);
-  expectRefusal();
-  EXPECT_EQ(document.Bytes(), "<R><A>1</A></R>");
-  fs::permissions(document.Name(), fs::perms::owner_all);
-  fs::remove(document.Name());
-  fs::create_directory(document.Name());
-  expectRefusal();
-  fs::remove(document.Name());
-  EXPECT_EQ(document.Save(), 0U); // a file that was removed meanwhile is made anew
-  EXPECT_EQ(document.Bytes(), "<R><A>2</A></R>");
-}
-
 } // namespace

@@ -94,29 +94,30 @@ TEST(EnumDetectionInfo, TakesPositionsAsTheyStand) {
 TEST(GetDetectionInfo, FindsTheOnePair) {
   const std::string full = "<PackageType>Full</PackageType>";
   const TestDocument document(
-      "<Catalog>" + Package("P", "") +
-      Package("Q", Detection("A", "1") + Detection("B", "2") + Language("B", "v1", full) + Language("A", "v2", full) +
-                       Language("B", "v3", "<PackageType>Delta</PackageType><LangID>de</LangID>" + settings) +
-                       Language("B", "", "<PackageType>Bare</PackageType>") + Language("B", "v5") +
-                       Language("B", "v6", "<PackageType>Late</PackageType>")) +
-      Package("Q", Detection("C", "3") + Language("C", "v", full)) + "<ProductPackage/>" + Package("R", "") +
+      "<Catalog>" + Package("Quarter", "") +
+      Package("Quart", Detection("A", "1") + Detection("B", "2") + Language("B", "v1", full) +
+                           Language("A", "v2", full) +
+                           Language("B", "v3", "<PackageType>Delta</PackageType><LangID>de</LangID>" + settings) +
+                           Language("B", "", "<PackageType>Bare</PackageType>") + Language("B", "v5") +
+                           Language("B", "v6", "<PackageType>Late</PackageType>")) +
+      Package("Quart", Detection("C", "3") + Language("C", "v", full)) + "<ProductPackage/>" + Package("R", "") +
       "</Catalog>");
   const struct {
     const char *branch, *product, *type;
     std::uint32_t code = 3;
     const char* fields = ",,,,,,,,";
   } cases[] = {
-      {"B", "Q", "Full", 0, "2,Q,,W-2,,B,Full,,v1"},
-      {"B", "Q", "Delta", 0, "2,Q,de,W-2,99,B,Delta,e.dll,v3"},
-      {"A", "Q", "Full", 0, "1,Q,,W-1,,A,Full,,v2"},
-      {"B", "Q", "Bare", 3, "2,Q,,W-2,,B,Bare,,"}, // only Version is missing
-      {"B", "Q", "Late"},                          // a package without a type ends the search before it
-      {"C", "Q", "Full"},                          // only the first product of that name is looked at
-      {"B", "R", "Full"},                          // nor is one behind a package without a name
-      {"B", "Q", "full"},
-      {nullptr, "Q", "Full"},
+      {"B", "Quart", "Full", 0, "2,Quart,,W-2,,B,Full,,v1"},
+      {"B", "Quart", "Delta", 0, "2,Quart,de,W-2,99,B,Delta,e.dll,v3"},
+      {"A", "Quart", "Full", 0, "1,Quart,,W-1,,A,Full,,v2"},
+      {"B", "Quart", "Bare", 3, "2,Quart,,W-2,,B,Bare,,"}, // only Version is missing
+      {"B", "Quart", "Late"},                              // a package without a type ends the search before it
+      {"C", "Quart", "Full"},                              // only the first product of that name is looked at
+      {"B", "R", "Full"},                                  // nor is one behind a package without a name
+      {"B", "Quart", "full"},
+      {nullptr, "Quart", "Full"},
       {"B", nullptr, "Full"},
-      {"B", "Q", nullptr},
+      {"B", "Quart", nullptr},
   };
   for (const auto& c : cases) {
     DetectionInfo info;
@@ -127,7 +128,7 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
   DetectionInfo info;
   DetectionPosition position = {1, 1, 1};
   const std::uint32_t unknown = ~document.cookie;
-  EXPECT_EQ(GetDetectionInfo(document.list, &unknown, "B", "Q", "Full", &info), 3U);
+  EXPECT_EQ(GetDetectionInfo(document.list, &unknown, "B", "Quart", "Full", &info), 3U);
   EXPECT_EQ(EnumDetectionInfo(document.list, &unknown, position, &info), 3U);
 }
 
