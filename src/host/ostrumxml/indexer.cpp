@@ -11,7 +11,7 @@ namespace {
 
 // Nearly all documents are fed as a whole. After every feed but the last the parser counts lines once more, which costs a
 // tenth of the time. While it parses, it holds a copy of what it was fed, and the limit is for that.
-constexpr std::size_t chunkSize = std::size_t{1} << 20;
+constexpr std::size_t chunkSize = std::size_t{16} << 20;
 
 // The parser expands entities within entities by recursion. A document with more of them than this could nest them so deep
 // that the stack overflows.
