@@ -95,7 +95,7 @@ ROWS: list[Row] = [
 
 
 class Results:
-    """The median of each benchmark's repetitions: nanoseconds of processor time, or bytes."""
+    """What each benchmark's repetitions came to: nanoseconds, or bytes."""
 
     UNITS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
@@ -113,13 +113,16 @@ class Results:
         kept = [part for part in name.split("/") if part not in ("manual_time", "real_time")]
         return "/".join(part for part in kept if not part.startswith(("iterations:", "repeats:")))
 
-    def median(self, name: str, quantity: str) -> float | None:
+    def figure(self, name: str, quantity: str) -> float | None:
+        """The least processor time, since what else the machine does can only add to it; the median of all else."""
         runs = self.runs.get(name)
         if not runs:
             return None
         if quantity != "time":
             return statistics.median(run[quantity] for run in runs)
-        return statistics.median(run[self.clock(run["name"])] * self.UNITS[run["time_unit"]] for run in runs)
+        clock = self.clock(runs[0]["name"])
+        pick = min if clock == "cpu_time" else statistics.median
+        return pick(run[clock] * self.UNITS[run["time_unit"]] for run in runs)
 
     @staticmethod
     def clock(name: str) -> str:
@@ -165,8 +168,8 @@ def show(value: float, quantity: str) -> str:
 def lines_of(results: Results) -> list[Line]:
     lines = []
     for row in ROWS:
-        tarvik = results.median(row.tarvik, row.quantity)
-        peers = {name: value for name in row.peers if (value := results.median(name, row.quantity)) is not None}
+        tarvik = results.figure(row.tarvik, row.quantity)
+        peers = {name: value for name in row.peers if (value := results.figure(name, row.quantity)) is not None}
         if tarvik is None or len(peers) != len(row.peers):
             # Where the system has no files in memory there is nothing to show; all else must be there.
             if "/memory/" in row.tarvik:
@@ -244,8 +247,8 @@ def write_page(path: str, table: str, results: Results) -> None:
     context = results.context
     measured = (
         f"Measured on {context['date'][:10]} on {context['num_cpus']} processors at {context['mhz_per_cpu']} MHz, with a "
-        f"load of {context['load_avg'][0]:.1f} when it began.\nEach figure is the median of {results.repetitions()} "
-        "repetitions. Times are processor time; those of saving are elapsed time."
+        f"load of {context['load_avg'][0]:.1f} when it began.\nOf {results.repetitions()} repetitions, times are "
+        "the least processor time; memory, and the elapsed time of saving, are the median."
     )
     Path(path).write_text(f"{text[:begin]}{BEGIN}\n{measured}\n\n{table}\n{text[end:]}")
 

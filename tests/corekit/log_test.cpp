@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <climits>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "corekit/corekit.h"
@@ -64,32 +62,6 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
   KString narrow(hasUtf8 ? "\u00e9\U0001F600x\xC3" : "\xE9\x80");
   EXPECT_STREQ(narrow << "\xFF", hasUtf8 ? L"\u00e9\U0001F600x\uFFFD\uFFFD" : L"\u00e9\u20ac\u00ff");
   corekit::SetLogSink(nullptr, nullptr);
-}
-
-std::atomic<int> received[2];
-std::atomic<int> mixedPairs{0};
-
-// The sink that only the context of its number must reach.
-template <int number>
-void CheckContext(void* context, LogKind, const wchar_t*, const wchar_t*) {
-  ++received[number];
-  if (context != &received[number]) ++mixedPairs;
-}
-
-TEST(LogTest, SinkAndContextStayTogetherWhileAnotherThreadLogs) {
-  std::atomic<bool> stop = false;
-  std::thread logger([&] {
-    while (!stop) corekit::logDetail(L"A", KString(L"line ") << 1L);
-  });
-  for (int round = 0; round < 20000 || received[0] == 0 || received[1] == 0; ++round) {
-    corekit::SetLogSink(&CheckContext<0>, &received[0]);
-    corekit::SetLogSink(&CheckContext<1>, &received[1]);
-    if (round % 3 == 0) corekit::SetLogSink(nullptr, nullptr);
-  }
-  stop = true;
-  logger.join();
-  corekit::SetLogSink(nullptr, nullptr);
-  EXPECT_EQ(mixedPairs, 0);
 }
 
 } // namespace

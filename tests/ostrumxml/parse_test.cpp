@@ -50,6 +50,19 @@ TEST(Parse, ReadsValuesAsXmlMeansThem) {
   }
 }
 
+// The parser gets so large a document in pieces, which end anywhere.
+TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
+  std::string bytes = "<r>";
+  while (bytes.size() < 34'000'000) bytes += "<n a='\xC3\xA9'>&amp;\xF0\x9F\x98\x80</n>";
+  const Parsed parsed(bytes + "<z>end</z></r>");
+  EXPECT_EQ(parsed.Text("z"), "end");
+  std::size_t wrong = 0;
+  for (auto child = parsed.At("").Begin(); child->GetName() == L"n"; ++child) {
+    if (ValueOf(*child) != "&\xF0\x9F\x98\x80" || ValueOf(child->GetAttribute(L"a")) != "\xC3\xA9") ++wrong;
+  }
+  EXPECT_EQ(wrong, 0U);
+}
+
 TEST(Parse, RefusesWithPlaceAndReason) {
   const std::string encoding; // which the reader refuses, before there is anything to parse
   const std::pair<std::string, std::string> cases[] = {

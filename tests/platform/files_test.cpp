@@ -60,10 +60,4 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   fs::permissions(folder.Path() / "read-only", fs::perms::owner_all); // or some systems would not remove it
 }
 
-TEST(SystemTest, DrawsDifferentNumbers) {
-  std::uint32_t numbers[3] = {};
-  for (std::uint32_t& number : numbers) ASSERT_TRUE(platform::DrawRandom(number));
-  EXPECT_FALSE(numbers[0] == numbers[1] && numbers[1] == numbers[2]);
-}
-
 } // namespace

@@ -10,8 +10,13 @@
 
 namespace {
 
-void CountCharacters(void* total, corekit::LogKind, const wchar_t* component, const wchar_t* text) {
-  *static_cast<std::atomic<std::size_t>*>(total) += std::wstring(component).size() + std::wstring(text).size();
+std::atomic<std::size_t> lines[2], mixed;
+
+// The sink that only the context of its number must reach.
+template <int number>
+void CountLine(void* context, corekit::LogKind, const wchar_t*, const wchar_t*) {
+  ++lines[number];
+  if (context != &lines[number]) ++mixed;
 }
 
 // One thread's work on a list of its own.
@@ -29,11 +34,12 @@ void Work(int number) {
 }
 
 TEST(Threads, WorkOnDistinctListsWhileTheSinkChanges) {
-  std::atomic<std::size_t> characters = 0;
   std::atomic<bool> done = false;
   std::thread changer([&] {
     for (int i = 0; !done; ++i) {
-      corekit::SetLogSink(i % 3 == 0 ? nullptr : &CountCharacters, &characters);
+      corekit::SetLogSink(&CountLine<0>, &lines[0]);
+      corekit::SetLogSink(&CountLine<1>, &lines[1]);
+      if (i % 3 == 0) corekit::SetLogSink(nullptr, nullptr);
       std::this_thread::yield();
     }
   });
@@ -43,7 +49,8 @@ TEST(Threads, WorkOnDistinctListsWhileTheSinkChanges) {
   done = true;
   changer.join();
   corekit::SetLogSink(nullptr, nullptr);
-  EXPECT_GT(characters, 0U);
+  EXPECT_GT(lines[0] + lines[1], 0U);
+  EXPECT_EQ(mixed, 0U);
 }
 
 } // namespace
