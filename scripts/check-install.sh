@@ -43,7 +43,7 @@ check() { # <prefix> <pkg-config option...>
   shift
   libraries=$(dirname "$(dirname "$(find "$prefix" -name tarvik.pc)")")
 
-  cmake -S examples -B "$prefix/examples" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS=-Werror >/dev/null
+  cmake -S examples -G Ninja -B "$prefix/examples" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS=-Werror >/dev/null
   cmake --build "$prefix/examples" >/dev/null
   run_examples "$prefix/examples"
   grep --quiet "PACKAGE_VERSION \"$version\"" "$libraries/cmake/tarvik/tarvikConfigVersion.cmake"

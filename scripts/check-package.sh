@@ -17,7 +17,7 @@ mapfile -t files < <(dpkg --listfiles tarvik | while read -r file; do [[ -d $fil
 
 [[ $(tarvik get examples/catalog.xml ProductPackage ProductID) == HARBOR-SCAN ]]
 ldd "$(command -v tarvik)" | grep --quiet 'libtarvik\.so\.1 => /' # the loader finds the library
-cmake -S examples -B "$work/examples" >/dev/null
+cmake -S examples -G Ninja -B "$work/examples" >/dev/null
 cmake --build "$work/examples" >/dev/null
 "$work/examples/walk_catalog" examples/catalog.xml | grep --quiet HARBOR-DESK
 
