@@ -13,7 +13,7 @@ declare -A formats=([elf]=elf64-* [x86]=pei-i386 [x64]=pei-x86-64)
 rows() { awk "/^[A-Za-z]/ { print $1 }" "$table"; }
 
 compare() { # <what> <expected> <actual>
-  diff --unified=0 --label "expected $1" <(echo "$2") --label "actual $1" <(echo "$3")
+  [[ $2 == "$3" ]] || { printf '%s\n' "expected $1:" "$2" "actual:" "$3"; exit 1; }
 }
 
 format=$(objdump --file-headers "$library" | sed -n 's/.*file format //p')

@@ -46,7 +46,7 @@ check_program() { # <block>
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
   (cd "$work/run" && "$work/$name") >"$work/printed" || return 1
   printf -v printed '%s/blocks/%s-%02d.text' "$work" "${name%-*}" $((10#${name##*-} + 1))
-  [[ ! -e $printed ]] || diff <(tail -n +2 "$printed") "$work/printed"
+  [[ ! -e $printed ]] || tail -n +2 "$printed" | diff - "$work/printed"
 }
 
 check_console() { # <block>: runs its commands and writes the block anew
@@ -55,7 +55,7 @@ check_console() { # <block>: runs its commands and writes the block anew
     echo "$line"
     (cd "$work/run" && bash -c "${line#\$ }" 2>&1 </dev/null) || true
   done >"$work/printed"
-  diff <(tail -n +2 "$1") "$work/printed"
+  tail -n +2 "$1" | diff - "$work/printed"
 }
 
 for document in README.md docs/*.md; do split_blocks "$document"; done

@@ -12,7 +12,7 @@ expect() {
   COMP_WORDS=(tarvik "$@")
   COMP_CWORD=$#
   _tarvik tarvik "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
-  [[ ${COMPREPLY[*]:-} == "$wanted" ]] || { echo "tarvik $*: ${COMPREPLY[*]:-}"; exit 1; }
+  [[ ${COMPREPLY[*]:-} == "$wanted" && ( -n $wanted || ${#COMPREPLY[@]} == 0 ) ]] || { echo "tarvik $*: ${COMPREPLY[*]:-}"; exit 1; }
 }
 expect 'get list set status detect files match' ''
 expect 'set status' s
