@@ -138,7 +138,7 @@ class Sweep {
   void CallEach() {
     const std::string names[] = {folder.Name("status"), folder.Name("catalog"), folder.Name("words")};
     std::uint32_t cookies[3] = {}, matches = 0;
-    const auto& [s, c, w] = cookies;
+    const std::uint32_t &s = cookies[0], &c = cookies[1], &w = cookies[2];
     const std::uint32_t capacity = sizeof text;
     std::uint8_t enabled = 0;
     XmlFileList* list = nullptr;
