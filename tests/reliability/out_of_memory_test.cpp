@@ -145,7 +145,7 @@ class Sweep {
     *text = '\0', info = {}, files.clear();
 
     Step({1}, [&] { return InitXMLList(&list); });
-    for (const std::size_t i : {0, 1, 2}) {
+    for (const std::size_t i : {0U, 1U, 2U}) {
       Step({1, 34}, [&] { return OpenXML(list, names[i].c_str(), 4, encrypted, &cookies[i]); });
     }
     Step({}, [&] { return OpenXML(list, names[2].c_str(), 4, encrypted, &cookies[2]); });
