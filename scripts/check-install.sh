@@ -60,7 +60,7 @@ check() { # <prefix> <pkg-config option...>
 mkdir -p "$work"
 install_moved "$build" shared
 check "$work/shared"
-objdump --private-headers "$(find "$work/shared" -name libtarvik.so)" | grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$"
+grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$" <<<"$(objdump --private-headers "$(find "$work/shared" -name libtarvik.so)")"
 
 cmake -S . -B "$work/static-build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=OFF \
   -DTARVIK_BUILD_TESTS=OFF -DTARVIK_BUILD_TOOLS=OFF >/dev/null

@@ -2,6 +2,7 @@
 # Builds the Debian package, installs it, uses it and removes it; nothing may stay behind. Needs root.
 #   scripts/check-package.sh <build folder>
 set -euo pipefail
+trap 'echo "failed: $BASH_COMMAND" >&2' ERR
 build=$(realpath "$1")
 cd "$(dirname "$0")/.."
 work=$(mktemp -d)
@@ -16,10 +17,10 @@ dpkg --install "$work"/*.deb >/dev/null
 mapfile -t files < <(dpkg --listfiles tarvik | while read -r file; do [[ -d $file ]] || echo "$file"; done)
 
 [[ $(tarvik get examples/catalog.xml ProductPackage ProductID) == HARBOR-SCAN ]]
-ldd "$(command -v tarvik)" | grep --quiet 'libtarvik\.so\.1 => /' # the loader finds the library
+[[ $(ldd "$(command -v tarvik)") == *'libtarvik.so.1 => /'* ]] # the loader finds the library
 cmake -S examples -G Ninja -B "$work/examples" >/dev/null
 cmake --build "$work/examples" >/dev/null
-"$work/examples/walk_catalog" examples/catalog.xml | grep --quiet HARBOR-DESK
+[[ $("$work/examples/walk_catalog" examples/catalog.xml) == *HARBOR-DESK* ]]
 
 dpkg --purge tarvik >/dev/null
 for file in "${files[@]}"; do
