@@ -10,7 +10,7 @@ declare -A groups=(
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine libcli11-dev
              nlohmann-json3-dev"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3"
-  [docs]="doxygen graphviz"
+  [docs]="doxygen"
 )
 
 wanted=()
