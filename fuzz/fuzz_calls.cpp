@@ -15,17 +15,14 @@ namespace {
 
 constexpr const char* document =
     "<Catalog><ProductPackage><ProductID>P</ProductID><ProductDetection Branch='A'/><LangPackage Branch='A' "
-    "Version='1'>"
-    "<PackageType>T</PackageType><ExtraSettings><Setting "
-    "Name='EngineFile'>e</Setting></ExtraSettings><FileList><FileItem>"
-    "<Name>n</Name><Hash>h</Hash></FileItem></FileList></LangPackage></ProductPackage><ProductPackage/>"
-    "<SiteStatus Status='Enabled'/><caf\xC3\xA9>\xE6\x97\xA5</caf\xC3\xA9></Catalog>";
+    "Version='1'><PackageType>T</PackageType><ExtraSettings><Setting Name='EngineFile'>e</Setting></ExtraSettings>"
+    "<FileList><FileItem><Name>n</Name><Hash>h</Hash></FileItem></FileList></LangPackage></ProductPackage>"
+    "<ProductPackage/><SiteStatus Status='Enabled'/><caf\xC3\xA9>\xE6\x97\xA5</caf\xC3\xA9></Catalog>";
 
 std::string OneWord(FuzzedDataProvider& input) {
   static std::istringstream all(
       "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text "
-      "Name "
-      "ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
+      "Name ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
   static const std::vector<std::string> words(std::istream_iterator<std::string>(all), {});
   return words[input.ConsumeIntegralInRange<std::size_t>(0, words.size() - 1)];
 }

@@ -155,7 +155,7 @@ TEST(FaultsFromBelow, EndInThePromisedCodeAndLine) {
       const char* const setLine = isLack ? "error: Failed to allocate memory for tokens" : setFailed;
       EXPECT_NE(lines.find(line != nullptr ? line : setLine), lines.npos) << lines;
       EXPECT_EQ(document.Bytes(), bytes);
-      EXPECT_EQ(document.FilesInFolder(), 1U);
+      EXPECT_EQ(document.FilesInFolder(), 1);
       EXPECT_EQ(call(document), 0U);
       EXPECT_EQ(document.Bytes() != bytes, line == nullptr || line == setFailed); // what a set failed to do is done
     }

@@ -100,7 +100,6 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
       {"deep chain", Levels("<!ENTITY e", "&e", 100'000, 1) + "]><r>&e100000;", "", "", "", XmlOutOfMemory},
       {"recursive", "<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r>&a;", "", "", "", XmlOutOfMemory},
       {"defaults times elements", defaults, "<r/>", "", "", XmlOutOfMemory},
-      {"elements from an entity", "<!DOCTYPE r [<!ENTITY e '<b/>'>]><r>", "&e;", "", "", XmlOutOfMemory},
   };
   const char* const asked = std::getenv("TARVIK_HOSTILE_BYTES");
   const std::size_t size = asked != nullptr ? std::strtoull(asked, nullptr, 10) : isSanitized ? 250'000 : 1'000'000;

@@ -27,10 +27,7 @@ class TestDocument {
   }
   std::string Bytes() const { return folder.Read(fileName); }
   std::string Name() const { return folder.Name(fileName); }
-  std::size_t FilesInFolder() const {
-    const std::filesystem::directory_iterator files(folder.Path());
-    return static_cast<std::size_t>(std::distance(begin(files), end(files)));
-  }
+  std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
 
   // The ID of the group, or what stands in its place ("Not Found").
   std::string Group(const char* path, std::uint32_t occurrence = 1) const {

@@ -27,6 +27,8 @@ class TempFolder {
   // The full name of a file in the folder, whether it is there or not.
   std::string Name(std::string_view file) const { return (path / file).string(); }
 
+  std::ptrdiff_t FileCount() const { return std::distance(std::filesystem::directory_iterator(path), {}); }
+
   // Writes the bytes as they are, over an old file of that name, and returns the full name.
   std::string Write(std::string_view file, std::string_view bytes) const {
     std::ofstream stream(Name(file), std::ios::binary | std::ios::trunc);

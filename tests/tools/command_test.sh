@@ -46,7 +46,6 @@ printf '<r>%s%s</r>' "$(printf '<a>%.0s' {1..200})" "$(printf '</a>%.0s' {1..200
 # Reading: by group path, group ID, filter, number, the root's name; attributes of an element and of its children.
 expect 0 HARBOR-SCAN '' get catalog.xml 'Catalog\Product' ProductID
 expect 0 HARBOR-GATE '' get catalog.xml ProductPackage ProductID --occurrence 2
-expect 0 040c '' get catalog.xml 'ProductPackage2\LangPackage2' LangID
 expect 0 harbor-engine.bin '' get catalog.xml "$settings" 'Setting&Name=Engine'
 expect 0 no '' get catalog.xml "$settings" Setting --index 3
 expect 0 $'Current\nPreview' '' get catalog.xml ProductPackage ProductDetection --attribute Branch --all
@@ -62,7 +61,6 @@ expect 1 '' '' detect catalog.xml HARBOR-SCAN Current full
 expect 1 no '' match catalog.xml other.xml
 
 # The tree, with names and numbers as paths count them.
-expect 0 $'Published\nProductPackage\nProductPackage2\nProductPackage3' '' list catalog.xml --depth 1
 expect 0 $'List\nList\\X\nList\\X2\nItem\nItems\nItem3\nnäme' '' list odd.xml
 expect 0 '["List\\X","List\\X2"]' '' list -j odd.xml 'Site\List'
 expect 2 "$(group=a; for _ in {1..124}; do echo "$group"; group+='\a'; done)" 'tarvik: deep.xml: *too deep*' list deep.xml
