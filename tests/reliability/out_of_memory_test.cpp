@@ -229,4 +229,22 @@ TEST_P(OutOfMemory, EachAllocationOfASessionMayFail) {
 }
 INSTANTIATE_TEST_SUITE_P(Modes, OutOfMemory, testing::Range(0, 4));
 
+TEST(LogLine, AllocatesNothingWithoutASinkAndEndsWhereMemoryDoes) {
+  const auto build = [] {
+    const corekit::KDetailTrace trace(L"A", L"Function");
+    corekit::KString line(L"begin");
+    fault = {1};
+    fault.armed = true;
+    line << longValue.c_str() << longName.c_str() << 1L;
+    fault.armed = false;
+    return std::wstring(line << "end");
+  };
+  EXPECT_EQ(build(), L"");
+  EXPECT_FALSE(fault.fired);
+  corekit::SetLogSink(&DropLine, nullptr);
+  EXPECT_EQ(build(), L"begin" + std::wstring(80, L'v')); // as much as the first room holds, and nothing behind the gap
+  EXPECT_TRUE(fault.fired);
+  corekit::SetLogSink(nullptr, nullptr);
+}
+
 } // namespace
