@@ -3,24 +3,22 @@
 #include <algorithm>
 #include <initializer_list>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
-#include "items/child_search.h"
 #include "items/item_type.h"
 #include "items/value_buffer.h"
+#include "paths/child_search.h"
 #include "paths/item_path.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/edge.h"
 #include "text/log.h"
-#include "text/narrow_name.h"
-#include "text/narrow_value.h"
-#include "text/wide_name.h"
 
 namespace {
 
 using Ostrum::Attribute;
 using Ostrum::Element;
-using Ostrum::Node;
 
 struct ItemRequest {
   const char* path;
@@ -37,16 +35,21 @@ void RequireGiven(std::initializer_list<const char*> texts) {
   if (std::ranges::find(texts, nullptr) != texts.end()) throw std::invalid_argument("a text that is needed is null");
 }
 
-// A node's value in the caller's character set. A value that has no place there must not come back as an empty one.
+// The value of an element or attribute in the caller's character set: at least its first `limit` bytes, all of it where only
+// the whole tells whether it has a form there. A value that has none must not come back as an empty one.
 class ItemValue {
  public:
-  explicit ItemValue(const Node& node) : narrow(node) {
-    if (narrow.Text() == nullptr) throw std::range_error("a value has no form in the locale's character set");
+  template <class Node>
+  ItemValue(const Node& node, std::size_t limit) : converted(node.GetValue(scratch, AllTextPasses() ? limit : npos)) {
+    if (!converted.Text()) throw std::range_error("a value has no form in the locale's character set");
   }
-  const char* Text() const noexcept { return narrow.Text(); }
+  std::string_view Text() const noexcept { return *converted.Text(); }
 
  private:
-  NarrowValue narrow;
+  static constexpr std::size_t npos = std::string::npos;
+
+  std::string scratch;
+  LocaleText converted;
 };
 
 // Stores the miss, logs the line that the pieces make, and gives the code.
@@ -79,56 +82,75 @@ Element* FindKnownElement(const XmlFileRecord& record, const char* path) {
   return FindInElementMap(*record.elementMap, key);
 }
 
+Element* FirstChild(const Element& parent) noexcept {
+  const auto first = parent.Begin();
+  return first == parent.End() ? nullptr : &*first;
+}
+
+// A negative index is no child's, as 0 is where it comes to counting.
+std::uint32_t CountedIndex(const ItemRequest& request) noexcept {
+  return request.index < 0 ? 0 : static_cast<std::uint32_t>(request.index);
+}
+
+// Index 0 takes the first child, whatever its name.
+Element* FindChild(const Element& parent, const ItemRequest& request) {
+  if (request.index == 0) return FirstChild(parent);
+  return FindNthChild(parent, Ostrum::NameMatch::Exact, request.itemName, CountedIndex(request));
+}
+
 std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) {
-  const Element* child = FindChild(element, request.itemName, request.index);
+  const Element* const child = FindChild(element, request);
   if (child == nullptr) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(*child).Text());
+  request.value.Store(ItemValue(*child, request.value.Capacity()).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ", request.value.Text(), L".");
   return XmlSuccess;
 }
 
-void LogFoundAttribute(const ItemRequest& request, const wchar_t* attributeName, const ItemValue& value,
-                       const wchar_t* ending) noexcept {
-  LogDetail(L"Found ", request.itemName, L"-", attributeName, L" in the element map.  It's value is ", value.Text(),
-            ending);
-}
-
-std::uint32_t ReadOwnAttribute(const Element& element, const wchar_t* attributeName, const ItemRequest& request) {
-  if (attributeName == nullptr) return AttributeMissing(request);
-  const Attribute attribute = element.GetAttribute(attributeName);
-  if (attribute.IsNull()) return AttributeMissing(request);
+// Stores an attribute's value, or the text of the child that has it. The log line shows it whole, so it is then read so.
+template <class Node>
+std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const wchar_t* ending) {
   if (!request.value.IsWanted()) return XmlSuccess;
-
-  const ItemValue value(attribute);
+  const bool isLogged = corekit::LogIsOn();
+  const ItemValue value(node, isLogged ? std::string::npos : request.value.Capacity());
+  if (isLogged) {
+    LogDetail(L"Found ", request.itemName, L"-", request.attributeName, L" in the element map.  It's value is ",
+              std::string(value.Text()).c_str(), ending);
+  }
   request.value.Store(value.Text());
-  LogFoundAttribute(request, attributeName, value, L" (attribute).");
   return XmlSuccess;
 }
 
-std::uint32_t ReadChildAttribute(const Element& element, const wchar_t* attributeName, const ItemRequest& request) {
-  const Element* child = FindChildWithAttribute(element, request.itemName, request.index, attributeName);
+std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName, const ItemRequest& request) {
+  if (!attributeName.Text()) return AttributeMissing(request);
+  const Attribute attribute = element.GetAttribute(*attributeName.Text());
+  return attribute.IsNull() ? AttributeMissing(request) : FoundAttribute(attribute, request, L" (attribute).");
+}
+
+std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
+                                 const ItemRequest& request) {
+  const std::string_view* const name = attributeName.Text() ? &*attributeName.Text() : nullptr;
+  const Element* const child = request.index == 0
+                                   ? FirstChild(element)
+                                   : FindNthChildWithAttribute(element, request.itemName, name, CountedIndex(request));
   if (child == nullptr) return ElementMissing(request);
-  if (attributeName == nullptr) return AttributeMissing(request);
-  const Attribute attribute = child->GetAttribute(attributeName);
+  if (name == nullptr) return AttributeMissing(request);
+  const Attribute attribute = child->GetAttribute(*name);
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
-  if (!request.value.IsWanted()) return XmlSuccess;
-
-  const bool wantsAttribute = BeginsWithKeyword(request.valueType, attributeKeyword);
-  const ItemValue value(wantsAttribute ? static_cast<const Node&>(attribute) : *child);
-  LogFoundAttribute(request, attributeName, value, wantsAttribute ? L" (attribute)." : L" (element).");
-  request.value.Store(value.Text());
-  return XmlSuccess;
+  if (BeginsWithKeyword(request.valueType, attributeKeyword)) {
+    return FoundAttribute(attribute, request, L" (attribute).");
+  }
+  return FoundAttribute(*child, request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
   RequireGiven({request.attributeName, request.valueType});
-  const WideName attributeName(request.attributeName);
-  const NarrowName ownName(element);
+  const DocumentText attributeName(request.attributeName);
+  const LocaleText ownName(element.GetName());
   const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
-  return isOwn ? ReadOwnAttribute(element, attributeName.Text(), request)
-               : ReadChildAttribute(element, attributeName.Text(), request);
+  return isOwn ? ReadOwnAttribute(element, attributeName, request)
+               : ReadChildAttribute(element, attributeName, request);
 }
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {

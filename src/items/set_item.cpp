@@ -17,7 +17,7 @@ void Apply(const SetRequest& request, XmlFileRecord& record) {
   PathStep step;
   while (steps.Next(step)) walk.Enter(step);
   if (!request.attributeName.empty()) walk.SetAttribute(request.attributeName, request.attributeValue);
-  if (request.text != nullptr) walk.SetText(request.text.get());
+  if (request.text) walk.SetText(*request.text);
 }
 
 } // namespace

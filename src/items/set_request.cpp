@@ -66,6 +66,7 @@ SetRequest CheckSetRequest(const XmlFileRecord& record, const char* path, const 
     RequireXmlAttribute(request.attributeName, request.attributeValue);
   }
   RequireXmlPath(request.path);
-  request.fileName = RequireWide(record.fileName);
+  request.fileName.reset(ConvertToUnicode(record.fileName));
+  if (request.fileName == nullptr) throw std::invalid_argument("the file's name can't be converted");
   return request;
 }

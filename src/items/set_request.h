@@ -1,6 +1,7 @@
 #ifndef TARVIK_ITEMS_SET_REQUEST_H
 #define TARVIK_ITEMS_SET_REQUEST_H
 
+#include <optional>
 #include <string>
 
 #include "registry/record.h"
@@ -11,8 +12,8 @@ struct SetRequest {
   std::string path;          // without the root's name; an element item is its last component
   std::string attributeName; // of an attribute item; empty when none is set
   std::string attributeValue;
-  WideText text;     // of an element item, else null
-  WideText fileName; // where the document is saved
+  std::optional<std::string> text; // of an element item, in UTF-8
+  WideText fileName;               // where the document is saved
 };
 
 // Throws std::invalid_argument when a name or value can't be carried by XML or has no wide form, or a component has no

@@ -42,7 +42,7 @@ Element* SetWalk::AddChild(const std::string& name) {
   // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
   // key.
   ElementMap::NewEntry entry(*record.elementMap, key);
-  Element& child = current->AddElementInto(RequireXmlName(name.c_str()).get());
+  Element& child = current->AddElementInto(RequireXmlName(name.c_str()));
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
@@ -52,15 +52,15 @@ Element* SetWalk::AddChild(const std::string& name) {
 }
 
 void SetWalk::SetAttribute(const std::string& name, const std::string& value) {
-  const WideText wideName = RequireXmlName(name.c_str());
-  const WideText wideValue = RequireXmlText(value.c_str());
-  Attribute attribute = current->GetAttribute(wideName.get());
-  if (attribute.IsNull()) attribute = current->CreateAttribute(wideName.get());
-  if (!attribute.IsNull()) static_cast<Value>(attribute).Set(wideValue.get());
+  const std::string utf8Name = RequireXmlName(name.c_str());
+  const std::string utf8Value = RequireXmlText(value.c_str());
+  Attribute attribute = current->GetAttribute(utf8Name);
+  if (attribute.IsNull()) attribute = current->CreateAttribute(utf8Name);
+  if (!attribute.IsNull()) static_cast<Value>(attribute).Set(utf8Value);
 
   if (key.empty()) return; // the root has its entry
   key.append("&").append(name).append("=").append(value);
   InsertIntoElementMap(*record.elementMap, key, *current);
 }
 
-void SetWalk::SetText(const wchar_t* text) { static_cast<Value>(*current).Set(text); }
+void SetWalk::SetText(const std::string& text) { static_cast<Value>(*current).Set(text); }

@@ -19,7 +19,7 @@ class SetWalk {
   // Sets the attribute of the element reached.
   void SetAttribute(const std::string& name, const std::string& value);
   // Sets the text of the element reached.
-  void SetText(const wchar_t* text);
+  void SetText(const std::string& text);
 
  private:
   Ostrum::Element* FindChild(const std::string& name) const;

@@ -3,21 +3,22 @@
 #include <stdexcept>
 
 #include "host/ostrumxml/characters.h"
+#include "text/edge.h"
 
-WideText RequireWide(const char* text) {
-  WideText wide(ConvertToUnicode(text));
-  if (wide == nullptr) throw std::invalid_argument("not text in the locale's character set");
-  return wide;
+std::string RequireUtf8(const char* text) {
+  const DocumentText utf8(text);
+  if (!utf8.Text()) throw std::invalid_argument("not text in the locale's character set");
+  return std::string(*utf8.Text());
 }
 
-WideText RequireXmlName(const char* name) {
-  WideText wide = RequireWide(name);
-  if (!Ostrum::IsXmlName(wide.get())) throw std::invalid_argument("no XML name");
-  return wide;
+std::string RequireXmlName(const char* name) {
+  std::string utf8 = RequireUtf8(name);
+  if (!Ostrum::IsXmlName(utf8)) throw std::invalid_argument("no XML name");
+  return utf8;
 }
 
-WideText RequireXmlText(const char* text) {
-  WideText wide = RequireWide(text);
-  if (!Ostrum::IsXmlText(wide.get())) throw std::invalid_argument("a character that XML can't carry");
-  return wide;
+std::string RequireXmlText(const char* text) {
+  std::string utf8 = RequireUtf8(text);
+  if (!Ostrum::IsXmlText(utf8)) throw std::invalid_argument("a character that XML can't carry");
+  return utf8;
 }

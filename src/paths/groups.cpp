@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "host/ostrumxml/utf8.h"
 #include "paths/element_map.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
@@ -11,8 +12,8 @@
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/convert.h"
+#include "text/edge.h"
 #include "text/log.h"
-#include "text/narrow_name.h"
 
 namespace {
 
@@ -59,9 +60,11 @@ Element* FindStart(const XmlFileRecord& record, const GroupIdBuffer& buffer) {
     return parent;
   }
   const Element& rootElement = record.document->GetRoot();
-  const NarrowName rootName(rootElement);
+  const LocaleText rootName(rootElement.GetName());
   Element* const root = rootName.Text() ? FindInElementMap(*record.elementMap, *rootName.Text()) : nullptr;
-  if (root == nullptr) LogDetail(rootElement.GetName().c_str(), L" not found in ", record.fileName, L".");
+  if (root == nullptr) {
+    LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ", record.fileName, L".");
+  }
   return root;
 }
 

@@ -5,8 +5,8 @@
 #include "paths/scratch_text.h"
 #include "platform/platform.h"
 #include "registry/record.h"
+#include "text/edge.h"
 #include "text/log.h"
-#include "text/narrow_name.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
     LogDetail(L"Root element is NULL");
     return false;
   }
-  const NarrowName rootName(root);
+  const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
     LogDetail(L"Unicode to multi-byte conversion returned NULL");
     return false;

@@ -34,9 +34,14 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// True when each of the 127 ASCII characters stands for itself, as one byte, in the current locale's character set, so
-// that plain ASCII text needs no conversion. Cheap; follows a change of the locale.
-bool AsciiIsPlain() noexcept;
+// Which text is the same in UTF-8 and in the current locale's character set, so that it needs no conversion. Cheap; follows a
+// change of the locale.
+enum class PlainText {
+  None,
+  Ascii, // each of the 127 ASCII characters stands for itself, as one byte
+  Utf8,  // all text: the character set is UTF-8
+};
+PlainText CurrentPlainText() noexcept;
 
 // Random numbers, time
 
@@ -54,7 +59,7 @@ void Sleep(std::uint32_t milliseconds) noexcept;
 
 inline constexpr std::size_t largeBlockSize = std::size_t{2} << 20;
 
-// A block of largeBlockSize bytes, uninitialized. Throws std::bad_alloc.
+// A block of largeBlockSize bytes, uninitialized, at an address that is a multiple of 4096. Throws std::bad_alloc.
 void* AllocateLargeBlock();
 void ReleaseLargeBlock(void* block) noexcept;
 

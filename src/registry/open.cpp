@@ -9,8 +9,8 @@
 #include "registry/xml_encoding.h"
 #include "tarvik/tarvik.h"
 #include "text/convert.h"
+#include "text/edge.h"
 #include "text/log.h"
-#include "text/narrow_name.h"
 
 namespace {
 
@@ -45,7 +45,7 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
   }
 }
 
-std::uint32_t ReadText(const char* name, std::uint32_t askedEncoding, bool encrypted, Ostrum::DocumentText& text) {
+std::uint32_t ReadText(const char* name, std::uint32_t askedEncoding, bool encrypted, std::string& text) {
   Ostrum::UTF_ENCODINGS encoding;
   GetXMLEncoding(askedEncoding, encoding);
   const WideText wideName(ConvertToUnicode(name));
@@ -62,8 +62,8 @@ std::uint32_t ReadText(const char* name, std::uint32_t askedEncoding, bool encry
   return CodeOfReadResult(result);
 }
 
-std::uint32_t ParseInto(XmlFileRecord& record, const char* name, Ostrum::DocumentText text) {
-  const int length = static_cast<int>(text.Length()); // the reader refuses a text that is longer
+std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string text) {
+  const int length = static_cast<int>(text.size()); // the reader refuses a text that is longer
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
   int line = 0;
   int column = 0;
@@ -76,7 +76,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, Ostrum::Documen
 std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   record.elementMap = new ElementMap;
   Ostrum::Element& root = record.document->GetRoot();
-  const NarrowName rootName(root);
+  const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
     return XmlFailure;
@@ -87,7 +87,7 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
 
 std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding, std::int32_t encrypted,
                        std::uint32_t& cookie) {
-  Ostrum::DocumentText text;
+  std::string text;
   std::uint32_t code = ReadText(name, encoding, encrypted != 0, text);
   if (code != XmlSuccess) return code;
 

@@ -7,13 +7,13 @@ namespace {
 // One change: of an element's text, or of an attribute if one is named. What is not there is made.
 struct Set {
   std::filesystem::path path;
-  const wchar_t* value;
-  const wchar_t* attribute = nullptr;
+  const char* value;
+  const char* attribute = nullptr;
 
   void Apply(const Parsed& parsed) const {
     Ostrum::Element* element = &parsed.At(path);
-    const std::wstring name = path.filename().wstring();
-    if (element->IsNull()) element = &parsed.At(path.parent_path()).AddElementInto(name.c_str());
+    const std::string name = path.filename().string();
+    if (element->IsNull()) element = &parsed.At(path.parent_path()).AddElementInto(name);
     if (attribute == nullptr) return static_cast<Ostrum::Value>(*element).Set(value);
     Ostrum::Attribute found = element->GetAttribute(attribute);
     if (found.IsNull()) found = element->CreateAttribute(attribute);
@@ -31,28 +31,28 @@ const struct {
   std::vector<Set> sets;
   const char* after;
 } cases[] = {
-    {odd, {{"", L"x\n <z> \t&A"}, {"", L"2", L"b"}, {"c", L""}}, odd}, // what is there already is no change
+    {odd, {{"", "x\n <z> \t&A"}, {"", "2", "b"}, {"c", ""}}, odd}, // what is there already is no change
     // Text
-    {"<r><a x='/' /></r>", {{"a", L"2"}}, "<r><a x='/'>2</a></r>"},
-    {"<r><!-- c -->1<b/>&amp;<![CDATA[2]]><?p q?> </r>", {{"", L"3"}}, "<r><!-- c -->3<b/><?p q?></r>"},
-    {"<r><!-- c --><b/></r>", {{"", L"3"}}, "<r>3<!-- c --><b/></r>"},
+    {"<r><a x='/' /></r>", {{"a", "2"}}, "<r><a x='/'>2</a></r>"},
+    {"<r><!-- c -->1<b/>&amp;<![CDATA[2]]><?p q?> </r>", {{"", "3"}}, "<r><!-- c -->3<b/><?p q?></r>"},
+    {"<r><!-- c --><b/></r>", {{"", "3"}}, "<r>3<!-- c --><b/></r>"},
     {"<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'><!ATTLIST r a CDATA 'q'>]><r>&f;1&e;&lt;</r>",
-     {{"", L"t"}, {"", L"z", L"a"}},
+     {{"", "t"}, {"", "z", "a"}},
      "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'><!ATTLIST r a CDATA 'q'>]><r a=\"z\">&f;t</r>"},
     // Attributes
     {"<r a='1' b = \"2\"/>",
-     {{"", L"'\"<&", L"a"}, {"", L"'\"\t\n\r", L"b"}},
+     {{"", "'\"<&", "a"}, {"", "'\"\t\n\r", "b"}},
      "<r a='&apos;\"&lt;&amp;' b = \"'&quot;&#9;&#10;&#13;\"/>"},
     // New elements
-    {"<r />", {{"", L"3", L"a"}, {"", L"4", L"b"}, {"", L"t"}, {"n", L""}}, "<r a=\"3\" b=\"4\">t<n/></r>"},
-    {"<r>\r\n\t<a/>\r\n</r>", {{"n", L"1"}, {"m", L""}}, "<r>\r\n\t<a/>\r\n\t<n>1</n>\r\n\t<m/>\r\n</r>"},
-    {"<r>\n  <a/>\n  <!-- c -->\n</r>", {{"n", L""}}, "<r>\n  <a/>\n  <!-- c -->\n  <n/>\n</r>"},
-    {"<r>\n  <a/></r>", {{"n", L""}}, "<r>\n  <a/>\n  <n/></r>"},
-    {"<r>\n</r>", {{"n", L""}}, "<r>\n<n/></r>"},
-    {"<r>\n <a/>\n</r>", {{"n", L""}, {"", L"t"}, {"n/m", L"1"}}, "<r>t<a/><n><m>1</m></n></r>"},
-    {"<r>\n <a/>\n</r>", {{"", L"t"}, {"n", L""}}, "<r>t<a/><n/></r>"},
+    {"<r />", {{"", "3", "a"}, {"", "4", "b"}, {"", "t"}, {"n", ""}}, "<r a=\"3\" b=\"4\">t<n/></r>"},
+    {"<r>\r\n\t<a/>\r\n</r>", {{"n", "1"}, {"m", ""}}, "<r>\r\n\t<a/>\r\n\t<n>1</n>\r\n\t<m/>\r\n</r>"},
+    {"<r>\n  <a/>\n  <!-- c -->\n</r>", {{"n", ""}}, "<r>\n  <a/>\n  <!-- c -->\n  <n/>\n</r>"},
+    {"<r>\n  <a/></r>", {{"n", ""}}, "<r>\n  <a/>\n  <n/></r>"},
+    {"<r>\n</r>", {{"n", ""}}, "<r>\n<n/></r>"},
+    {"<r>\n <a/>\n</r>", {{"n", ""}, {"", "t"}, {"n/m", "1"}}, "<r>t<a/><n><m>1</m></n></r>"},
+    {"<r>\n <a/>\n</r>", {{"", "t"}, {"n", ""}}, "<r>t<a/><n/></r>"},
     {"<r><a><b>1</b></a><a/></r>",
-     {{"a/b", L"2"}, {"a", L"t"}, {"a/n", L""}, {"m", L""}},
+     {{"a/b", "2"}, {"a", "t"}, {"a/n", ""}, {"m", ""}},
      "<r><a>t<b>2</b><n/></a><a/><m/></r>"},
 };
 
@@ -66,7 +66,7 @@ TEST(Generate, ChangesOnlyTheBytesOfWhatWasSet) {
     // What the document says of itself now is what it says when read again.
     const Parsed again(after);
     for (const char* path : {"", "a", "a/b", "n", "n/m"}) EXPECT_EQ(parsed.Text(path), again.Text(path)) << after;
-    for (const wchar_t* name : {L"a", L"b", L"d"}) EXPECT_EQ(parsed.Attribute(name), again.Attribute(name));
+    for (const char* name : {"a", "b", "d"}) EXPECT_EQ(parsed.Attribute(name), again.Attribute(name));
   }
 }
 

@@ -46,7 +46,7 @@ TEST(Parse, ReadsValuesAsXmlMeansThem) {
     const Parsed parsed(bytes);
     ASSERT_NE(parsed.document, nullptr) << bytes;
     EXPECT_EQ(parsed.Text(""), text) << bytes;
-    EXPECT_EQ(parsed.Attribute(L"a"), attribute) << bytes;
+    EXPECT_EQ(parsed.Attribute("a"), attribute) << bytes;
   }
 }
 
@@ -57,8 +57,8 @@ TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
   const Parsed parsed(bytes + "<z>end</z></r>");
   EXPECT_EQ(parsed.Text("z"), "end");
   std::size_t wrong = 0;
-  for (auto child = parsed.At("").Begin(); child->GetName() == L"n"; ++child) {
-    if (ValueOf(*child) != "&\xF0\x9F\x98\x80" || ValueOf(child->GetAttribute(L"a")) != "\xC3\xA9") ++wrong;
+  for (auto child = parsed.At("").Begin(); child->GetName() == "n"; ++child) {
+    if (child->GetValue() != "&\xF0\x9F\x98\x80" || child->GetAttribute("a").GetValue() != "\xC3\xA9") ++wrong;
   }
   EXPECT_EQ(wrong, 0U);
 }
@@ -71,7 +71,6 @@ TEST(Parse, RefusesWithPlaceAndReason) {
       {"<r a='1' a='2'/>", "1:10: duplicate attribute"},
       {"<r>\xC3\xA9&nowhere;</r>", "1:5: undefined entity"},
       {"<r>\x01</r>", "1:4: not well-formed (invalid token)"},
-      {"<!DOCTYPE r [<!ENTITY e '<b/>'>]><r>&e;</r>", "1:37: elements that come from an entity are not supported"},
       {Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-16LE'?><r/>", true), encoding},
       {Utf16(u"<r/>", false), encoding},
       {Utf16(u"\xFEFF<r>\xD83D</r>", false), encoding},
@@ -95,27 +94,51 @@ TEST(Parse, RefusesWithPlaceAndReason) {
   }
 }
 
-// Where wide characters have 16 bits, one beyond the first 65,536 takes two of them, in the given length too.
-TEST(Parse, TakesCharactersOfTwoWideUnits) {
-  const std::string source = "<r a='\xF0\x9F\x98\x80'>x\xF0\x90\x80\x80\xF4\x8F\xBF\xBF</r>";
-  const auto length = static_cast<int>(Ostrum::WideFromUtf8(source).size());
-  Parsed parsed("<r/>");
-  for (const int given : {length - 1, length + 1, length}) {
-    Ostrum::DocumentText text(source + "<no", static_cast<std::size_t>(length) + 3);
-    parsed.document.reset(Ostrum::ParseXML(std::move(text), given, parsed.error, parsed.line, parsed.column));
-    ASSERT_EQ(parsed.document != nullptr, given == length) << given;
+TEST(Parse, ReadsElementsThatStandInEntities) {
+  const Parsed parsed(
+      "<!DOCTYPE r [<!ENTITY in \"<i k='&#38;v;'>&#38;v;</i>\"><!ENTITY v 'w'><!ENTITY e '1<a/>2<b x=\"1\">&in;3</b "
+      ">4'>]>"
+      "<r>A&e;<c/>&in;&in;B<d>&v;&e;</d></r>");
+  ASSERT_NE(parsed.document, nullptr);
+  std::string names;
+  for (auto child = parsed.At("").Begin(); !(child == parsed.At("").End()); ++child) {
+    (names += child->GetName()) += child->CanBeChanged() ? "! " : " ";
   }
-  Ostrum::Element& root = parsed.At("");
-  EXPECT_EQ(root.GetValue(), L"x\U00010000\U0010FFFF");
-  EXPECT_EQ(root.GetAttribute(L"a").GetValue(), L"\U0001F600");
-  static_cast<Ostrum::Value>(root).Set(L"\U0001F601");
-  static_cast<Ostrum::Value>(root.CreateAttribute(L"b")).Set(L"\U00020000y");
-  EXPECT_EQ(root.GetAttribute(L"b").GetValue(), L"\U00020000y");
-  EXPECT_EQ(parsed.Generate(), "<r a='\xF0\x9F\x98\x80' b=\"\xF0\xA0\x80\x80y\">\xF0\x9F\x98\x81</r>");
-  EXPECT_EQ(parsed.document->GenerateXML(false).Length(), Ostrum::WideFromUtf8(parsed.Generate()).size());
-  for (const wchar_t* half : {L"\xD800", L"\xDC00x", L"a\xDBFF", L"\xFFFF"}) {
-    EXPECT_THROW(static_cast<Ostrum::Value>(root).Set(half), std::invalid_argument);
-    EXPECT_TRUE(root.AddElementInto(half).IsNull());
+  EXPECT_EQ(names, "a b c! i i d! ");
+  EXPECT_EQ(parsed.Text(""), "A124B");
+  EXPECT_EQ(parsed.Text("b"), "3");
+  EXPECT_EQ(parsed.Text("b/i"), "w");
+  EXPECT_EQ(parsed.Text("d"), "w124");
+  EXPECT_EQ(parsed.Text("d/b/i"), "w");
+  EXPECT_EQ(parsed.At("d/b/i").GetAttribute("k").GetValue(), "w");
+  EXPECT_EQ(parsed.At("d/b").GetAttribute("x").GetValue(), "1");
+
+  const std::string before = parsed.Generate();
+  EXPECT_TRUE(parsed.At("a").AddElementInto("n").IsNull());
+  EXPECT_TRUE(parsed.At("b").CreateAttribute("n").IsNull());
+  EXPECT_THROW(static_cast<Ostrum::Value>(parsed.At("b").GetAttribute("x")).Set("2"), std::invalid_argument);
+  for (const char* path : {"a", "", "d"}) {
+    EXPECT_THROW(static_cast<Ostrum::Value>(parsed.At(path)).Set("t"), std::invalid_argument) << path;
+  }
+  EXPECT_EQ(parsed.Generate(), before);
+  static_cast<Ostrum::Value>(parsed.At("").AddElementInto("n")).Set("new");
+  static_cast<Ostrum::Value>(parsed.At("c")).Set("set");
+  std::string after = before;
+  after.replace(after.find("<c/>"), 4, "<c>set</c>").insert(after.rfind("</r>"), "<n>new</n>");
+  EXPECT_EQ(parsed.Generate(), after);
+}
+
+// What is read of a value is its beginning, however it stands in the source.
+TEST(Parse, ReadsNoMoreThanIsAsked) {
+  const Parsed parsed(
+      "<!DOCTYPE r [<!ENTITY e 'x&#38;#13;\ny'>]><r a='&e;\tb&#9;c'>&e;\r\n<![CDATA[1\r2]]>&e;<b/>&e;</r>");
+  const std::string text = "x\r\ny\n1\n2x\r\nyx\r\ny";
+  const std::string value = "x\r y b\tc";
+  std::string scratch;
+  for (std::size_t limit = 0; limit <= text.size(); ++limit) {
+    EXPECT_EQ(parsed.At("").GetValue(scratch, limit).substr(0, limit), text.substr(0, limit)) << limit;
+    EXPECT_EQ(parsed.At("").GetAttribute("a").GetValue(scratch, limit).substr(0, limit), value.substr(0, limit))
+        << limit;
   }
 }
 

@@ -21,8 +21,7 @@ class Groups : public testing::Test {
   // The identity of the element under a key.
   std::string Element(const std::string& key) {
     const Ostrum::Element* const element = FindInElementMap(*XmlFileAt(list, 0)->elementMap, key);
-    const std::wstring id = element == nullptr ? L"none" : element->GetAttribute(L"id").GetValue();
-    return {id.begin(), id.end()};
+    return element == nullptr ? "none" : element->GetAttribute("id").GetValue();
   }
 
   static std::string Selected(const std::string& part) { return part + " (element) not found in the element map."; }

@@ -104,8 +104,11 @@ TEST(MultibyteTest, CasesAreFoldedByCharacter) {
 TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
   for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
     Use(locale);
-    EXPECT_EQ(platform::AsciiIsPlain(), locale != yen) << locale;
-    std::thread([&] { EXPECT_EQ(platform::AsciiIsPlain(), locale != yen) << locale << " on a new thread"; }).join();
+    EXPECT_EQ(platform::CurrentPlainText() != platform::PlainText::None, locale != yen) << locale;
+    std::thread([&] {
+      EXPECT_EQ(platform::CurrentPlainText() != platform::PlainText::None, locale != yen)
+          << locale << " on a new thread";
+    }).join();
   }
 }
 

@@ -224,7 +224,7 @@ TEST_P(OutOfMemory, EachAllocationOfASessionMayFail) {
     SCOPED_TRACE(++countdown);
     fired = sweep.Run(countdown);
   }
-  EXPECT_GT(countdown, 300) << "the faults must reach the library";
+  EXPECT_GT(countdown, 200) << "the faults must reach the library";
   corekit::SetLogSink(nullptr, nullptr);
 }
 INSTANTIATE_TEST_SUITE_P(Modes, OutOfMemory, testing::Range(0, 4));

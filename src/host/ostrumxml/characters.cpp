@@ -1,9 +1,9 @@
 #include "host/ostrumxml/characters.h"
 
 #include <algorithm>
+#include <iterator>
 #include <new>
 #include <string>
-#include <string_view>
 
 #include "host/ostrumxml/expat_parser.h"
 #include "host/ostrumxml/utf8.h"
@@ -11,21 +11,17 @@
 namespace Ostrum {
 namespace {
 
-bool IsAsciiNameStart(wchar_t character) {
-  return (character >= L'a' && character <= L'z') || (character >= L'A' && character <= L'Z') || character == L'_' ||
-         character == L':';
+bool IsAsciiNameStart(char character) {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_' ||
+         character == ':';
 }
 
-bool IsAsciiNameCharacter(wchar_t character) {
-  return IsAsciiNameStart(character) || (character >= L'0' && character <= L'9') || character == L'-' ||
-         character == L'.';
+bool IsAsciiNameCharacter(char character) {
+  return IsAsciiNameStart(character) || (character >= '0' && character <= '9') || character == '-' || character == '.';
 }
 
 // Which other characters a name may hold is the parser's to say, since it must read the name again.
-bool IsNameToParser(std::wstring_view text) {
-  std::string name;
-  if (!Utf8FromWide(text, name)) return false;
-
+bool IsNameToParser(const std::string& name) {
   struct Seen {
     const std::string& name;
     bool same;
@@ -36,36 +32,32 @@ bool IsNameToParser(std::wstring_view text) {
     auto& expected = *static_cast<Seen*>(data);
     expected.same = expected.name == element;
   });
-  const std::string document = "<" + name + "/>";
-  const bool parsed = parser.Feed(document, true) == XML_STATUS_OK;
+  const bool parsed = parser.Feed("<" + name + "/>", true) == XML_STATUS_OK;
   if (!parsed && XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
   return parsed && seen.same;
 }
 
 } // namespace
 
-bool IsXmlName(const wchar_t* text) {
-  const std::wstring_view name(text);
-  if (name.empty()) return false;
-  if (IsAsciiNameStart(name.front()) && std::all_of(name.begin(), name.end(), IsAsciiNameCharacter)) return true;
-  const bool ascii = std::all_of(name.begin(), name.end(), [](wchar_t character) { return character < 0x80; });
-  return !ascii && IsNameToParser(name);
+bool IsXmlName(std::string_view text) {
+  if (text.empty()) return false;
+  if (IsAscii(text)) {
+    return IsAsciiNameStart(text.front()) && std::all_of(text.begin(), text.end(), IsAsciiNameCharacter);
+  }
+  return IsNameToParser(std::string(text));
 }
 
-bool IsXmlText(const wchar_t* text) noexcept {
-  for (; *text != L'\0'; ++text) {
-    auto character = static_cast<char32_t>(*text);
-    if (sizeof(wchar_t) == 2 && character >= 0xD800 && character <= 0xDBFF) {
-      const auto low = static_cast<char32_t>(text[1]);
-      if (low < 0xDC00 || low > 0xDFFF) return false;
-      ++text;
-      continue;
-    }
-    const bool control = character < 0x20 && character != '\t' && character != '\n' && character != '\r';
-    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-    if (control || surrogate || character == 0xFFFE || character == 0xFFFF || character > 0x10FFFF) return false;
-  }
-  return true;
+bool IsXmlText(std::string_view text) noexcept {
+  const auto isControl = [](char unit) {
+    const auto byte = static_cast<unsigned char>(unit);
+    return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
+  };
+  if (std::any_of(text.begin(), text.end(), isControl)) return false;
+  if (IsAscii(text)) return true;
+  constexpr std::string_view noncharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}; // U+FFFE and U+FFFF
+  return IsUtf8(text) &&
+         std::all_of(std::begin(noncharacters), std::end(noncharacters),
+                     [text](std::string_view refused) { return text.find(refused) == std::string_view::npos; });
 }
 
 } // namespace Ostrum

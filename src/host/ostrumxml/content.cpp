@@ -1,14 +1,13 @@
 #include "host/ostrumxml/content.h"
 
-#include <algorithm>
+#include "host/ostrumxml/references.h"
 
 namespace Ostrum {
 
-const Name& Content::Intern(std::string_view utf8) {
-  if (const Name* name = names.Find(utf8)) return *name;
-  char* copy = static_cast<char*>(arena.Allocate(utf8.size()));
-  std::copy(utf8.begin(), utf8.end(), copy);
-  return names.Insert(*this, {copy, utf8.size()});
+std::optional<std::string_view> Content::EntityText(std::string_view name) const {
+  const auto entry = entities.find(name);
+  if (entry == entities.end()) return std::nullopt;
+  return Between(entry->second.start, entry->second.start + entry->second.length);
 }
 
 ElementChange& Content::ChangeOf(Element& element) {
@@ -22,15 +21,23 @@ const ElementChange* Content::FindChange(const Element& element) const {
   return &changes.at(&element);
 }
 
-const ElementExpansion* Content::FindExpansion(const Element& element) const {
-  if ((element.flags & element_flags::expanded) == 0) return nullptr;
-  return &expansions.at(&element);
+const AttributeDeclarations* Content::FindDeclarations(std::string_view elementName) const {
+  if (declarations.empty()) return nullptr;
+  const auto entry = declarations.find(elementName);
+  return entry == declarations.end() ? nullptr : &entry->second;
 }
 
-const AttributeDeclarations* Content::FindDeclarations(const Element& element) const {
-  if (declarations.empty()) return nullptr;
-  const auto entry = declarations.find(element.name->Utf8());
-  return entry == declarations.end() ? nullptr : &entry->second;
+const AttributeDeclaration* Content::FindDeclaration(std::string_view elementName,
+                                                     std::string_view attributeName) const {
+  const AttributeDeclarations* const declared = FindDeclarations(elementName);
+  if (declared == nullptr) return nullptr;
+  const auto entry = declared->find(attributeName);
+  return entry == declared->end() ? nullptr : &entry->second;
+}
+
+bool Content::CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const {
+  const AttributeDeclaration* const declaration = FindDeclaration(elementName, attributeName);
+  return declaration == nullptr || !declaration->tokenized || FoldBlanks(value) == value;
 }
 
 } // namespace Ostrum

@@ -6,44 +6,38 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include "host/ostrumxml/arena.h"
-#include "host/ostrumxml/name.h"
+#include "host/ostrumxml/child_index.h"
+#include "host/ostrumxml/element_table.h"
+#include "host/ostrumxml/markup.h"
+#include "host/ostrumxml/name_table.h"
 #include "host/ostrumxml/node.h"
 
 namespace Ostrum {
 
 // Bits of Element::flags. They spare the elements that have nothing aside, which is nearly all, the look-up.
 namespace element_flags {
-inline constexpr std::uint32_t created = 1;  // stands nowhere in the source
-inline constexpr std::uint32_t changed = 2;  // Content::changes has an entry
-inline constexpr std::uint32_t expanded = 4; // Content::expansions has an entry
+inline constexpr std::uint32_t hasParsedChildren = 1; // the first of them has the next number
+inline constexpr std::uint32_t created = 2;           // stands nowhere in the source
+inline constexpr std::uint32_t changed = 4;           // Content::changes has an entry
+inline constexpr std::uint32_t childrenIndexed = 8;   // Content::childIndexes has an entry
 } // namespace element_flags
 
-// What was set on an element since the document was opened. All texts are in UTF-8.
+// What was set on an element since the document was opened.
 struct ElementChange {
   struct SetAttribute {
-    const Name* name;
     std::string value;
+    std::size_t order; // of making; new ones stand in the tag so
   };
-  const SetAttribute* FindAttribute(std::string_view name) const noexcept;
 
-  std::vector<SetAttribute> attributes;
+  std::map<std::string, SetAttribute, std::less<>> attributes;
   std::optional<std::string> text;
-  std::vector<Element*> created;   // children made since, also in Element::children, where they stand last
-  std::uint32_t childCapacity = 0; // of Element::children; 0 while that is as it was parsed
-  std::string lead;                // of a created element: the white space that puts it on a line of its own
-};
-
-// Values that use entities of the document's own: only the parser knows what these stand for.
-struct ElementExpansion {
-  std::optional<std::string> text;
-  std::map<std::string, std::string, std::less<>> attributes;
+  std::vector<Element*> created; // children made since, which stand behind those that were parsed
+  std::string lead;              // of a created element: the white space that puts it on a line of its own
 };
 
 // What the document type says of an attribute.
@@ -54,22 +48,45 @@ struct AttributeDeclaration {
 using AttributeDeclarations = std::map<std::string, AttributeDeclaration, std::less<>>;
 
 struct Content {
-  explicit Content(std::string text) : source(std::move(text)), arena(source.size()) {}
+  explicit Content(std::string text)
+      : source(std::move(text)), fileSize(source.size()), elements(*this, source.size() / 2) {}
 
-  const Name& Intern(std::string_view utf8); // copies a text that is new
+  std::string_view Between(std::uint32_t from, std::uint32_t to) const noexcept {
+    return std::string_view(source).substr(from, to - from);
+  }
+  // The replacement text of an own entity; nothing where the document declares none of that name, or an external one.
+  std::optional<std::string_view> EntityText(std::string_view name) const;
+  bool IsInFile(std::uint32_t offset) const noexcept { return offset < fileSize; }
+  // Where a part of the source begins.
+  std::uint32_t OffsetOf(std::string_view part) const noexcept {
+    return static_cast<std::uint32_t>(part.data() - source.data());
+  }
+
   ElementChange& ChangeOf(Element& element); // made where there is none
   const ElementChange* FindChange(const Element& element) const;
-  const ElementExpansion* FindExpansion(const Element& element) const;
-  const AttributeDeclarations* FindDeclarations(const Element& element) const;
+  const AttributeDeclarations* FindDeclarations(std::string_view elementName) const;
+  const AttributeDeclaration* FindDeclaration(std::string_view elementName, std::string_view attributeName) const;
+  // Whether the attribute's declared type, if it has one, leaves the value as it is.
+  bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;
 
-  const std::string source;
+  // The file's text, followed by the replacement texts of the document's own entities: elements of either kind know their
+  // place by the same offsets. Not changed once the first element has been read.
+  std::string source;
+  std::size_t fileSize;
   NameTable names;
-  Arena arena;
+  ElementTable elements;
   Element* root = &Element::null;
   std::unordered_map<const Element*, ElementChange> changes;
-  std::unordered_map<const Element*, ElementExpansion> expansions;
   std::map<std::string, AttributeDeclarations, std::less<>> declarations; // by element name
-  std::set<std::string, std::less<>> entities;                            // the general ones whose text is known
+  struct EntityPlace {
+    std::uint32_t start, length; // in source
+  };
+  std::map<std::string, EntityPlace, std::less<>> entities; // the general ones whose text is known
+  bool hasElementsFromEntities = false;
+  std::uint64_t attributesSet = 0; // calls that set an attribute
+  // Made when they are first asked for, and no part of what the document says.
+  std::unordered_map<const Element*, ChildIndex> childIndexes;
+  std::unordered_map<const Element*, TagIndex> tagIndexes;
 };
 
 } // namespace Ostrum

@@ -11,6 +11,10 @@ Document::~Document() = default;
 
 Element& Document::GetRoot() noexcept { return *content->root; }
 
-DocumentText Document::GenerateXML(bool) const { return Generator(*content).Generate(); }
+std::string Document::GenerateXML(bool) const { return Generator(*content).Generate(); }
+
+bool Document::CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const {
+  return content->CanHold(elementName, attributeName, value);
+}
 
 } // namespace Ostrum

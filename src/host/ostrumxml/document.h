@@ -2,8 +2,9 @@
 #define TARVIK_HOST_OSTRUMXML_DOCUMENT_H
 
 #include <memory>
+#include <string>
+#include <string_view>
 
-#include "host/ostrumxml/document_text.h"
 #include "host/ostrumxml/node.h"
 
 namespace Ostrum {
@@ -22,7 +23,10 @@ class Document {
 
   // The whole document as text: its own source, with what was set since it was parsed in its place. Nothing else is laid out
   // anew, whatever the flag says. Throws std::bad_alloc, and std::length_error when the text grew beyond what can be parsed.
-  DocumentText GenerateXML(bool layout) const;
+  std::string GenerateXML(bool layout) const;
+
+  // As Element::CanHold, for an element of that name, which the document need not have.
+  bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;
 
  private:
   std::unique_ptr<Content> content;

@@ -1,6 +1,7 @@
 #include "host/ostrumxml/expat_parser.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace Ostrum {
@@ -19,6 +20,16 @@ ExpatParser::ExpatParser() {
   const XML_Memory_Handling_Suite memory{Allocate, Reallocate, Free};
   parser.reset(XML_ParserCreate_MM("UTF-8", &memory, nullptr));
   if (!parser) throw std::bad_alloc();
+}
+
+XML_Status ExpatParser::Feed(std::string_view bytes, bool last) noexcept {
+  if (bytes.empty())
+    return XML_Parse(Get(), "", 0, last ? XML_TRUE : XML_FALSE); // a buffer of no size need not be there
+  const auto size = static_cast<int>(bytes.size());
+  void* const buffer = XML_GetBuffer(Get(), size);
+  if (buffer == nullptr) return XML_STATUS_ERROR;
+  std::memcpy(buffer, bytes.data(), bytes.size());
+  return XML_ParseBuffer(Get(), size, last ? XML_TRUE : XML_FALSE);
 }
 
 } // namespace Ostrum

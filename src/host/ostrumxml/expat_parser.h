@@ -16,10 +16,8 @@ class ExpatParser {
 
   XML_Parser Get() const noexcept { return parser.get(); }
 
-  // Gives the parser the next bytes, at most INT_MAX.
-  XML_Status Feed(std::string_view bytes, bool last) noexcept {
-    return XML_Parse(Get(), bytes.data(), static_cast<int>(bytes.size()), last ? XML_TRUE : XML_FALSE);
-  }
+  // Gives the parser the next bytes, at most INT_MAX. It copies them, so they may move while it works on them.
+  XML_Status Feed(std::string_view bytes, bool last) noexcept;
 
  private:
   struct Release {

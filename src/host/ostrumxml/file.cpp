@@ -12,7 +12,7 @@
 namespace Ostrum {
 namespace {
 
-long Read(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
+long Read(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
           ByteFilter decrypt) {
   platform::ExpectLargeAllocations();
   std::string bytes;
@@ -33,9 +33,9 @@ long Read(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding, 
     if (!decrypt(bytes, plain)) return ReadRefused;
     bytes = std::move(plain);
   }
-  DocumentText decoded;
+  std::string decoded;
   if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
-  if (decoded.Utf8().size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
+  if (decoded.size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
   text = std::move(decoded);
   return ReadDone;
 }
@@ -52,7 +52,7 @@ void Replace(const wchar_t* fileName, const std::string& bytes) {
 
 } // namespace
 
-long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding,
+long ReadBufferFromFileNoExp(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding,
                              unsigned long& byteCount, ByteFilter decrypt) noexcept {
   try {
     return Read(fileName, text, encoding, byteCount, decrypt);
@@ -63,13 +63,12 @@ long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_EN
   }
 }
 
-void WriteBufferToFile(const wchar_t* fileName, const DocumentText& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
+void WriteBufferToFile(const wchar_t* fileName, const std::string& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
                        ByteCheck check) {
   if (encoding != UTF_8) throw std::invalid_argument("documents are written in UTF-8 only");
   std::string enciphered;
-  if (encrypt != nullptr && !encrypt(text.Utf8(), enciphered))
-    throw std::runtime_error("the bytes were not enciphered");
-  const std::string& bytes = encrypt != nullptr ? enciphered : text.Utf8();
+  if (encrypt != nullptr && !encrypt(text, enciphered)) throw std::runtime_error("the bytes were not enciphered");
+  const std::string& bytes = encrypt != nullptr ? enciphered : text;
   if (check != nullptr && !check(bytes)) throw std::runtime_error("the bytes were refused");
   Replace(fileName, bytes);
 }

@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "host/ostrumxml/document_text.h"
 #include "host/ostrumxml/encoding.h"
 
 namespace Ostrum {
@@ -30,13 +29,13 @@ enum ReadResult : long {
 // its byte-order mark if the file was in UTF-8, and its declaration, if there is one, says UTF-8.
 // encoding is not read; it receives the encoding found (UTF_8, UTF_16B, UTF_16L, US_ASCII; NO_ENCODING for ISO-8859-1, which
 // has no value here). byteCount receives the file's size in bytes. Never throws; text is only changed on success.
-long ReadBufferFromFileNoExp(const wchar_t* fileName, DocumentText& text, UTF_ENCODINGS& encoding,
+long ReadBufferFromFileNoExp(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding,
                              unsigned long& byteCount, ByteFilter decrypt) noexcept;
 
 // Replaces the file's content with the text in UTF-8, through the encrypt filter if there is one, in one atomic step.
 // encoding must be UTF_8. check, when given, is asked about the final bytes and can refuse them.
 // Throws std::runtime_error when the bytes are refused or not written, std::bad_alloc; the old file is then whole.
-void WriteBufferToFile(const wchar_t* fileName, const DocumentText& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
+void WriteBufferToFile(const wchar_t* fileName, const std::string& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
                        ByteCheck check);
 
 } // namespace Ostrum

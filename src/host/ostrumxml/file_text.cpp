@@ -1,7 +1,6 @@
 #include "host/ostrumxml/file_text.h"
 
 #include <algorithm>
-#include <optional>
 #include <string_view>
 
 #include "host/ostrumxml/markup.h"
@@ -71,7 +70,7 @@ bool Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& utf8) {
   return true;
 }
 
-bool DecodeUtf16(std::string_view bytes, DocumentText& text, UTF_ENCODINGS& encoding) {
+bool DecodeUtf16(std::string_view bytes, std::string& text, UTF_ENCODINGS& encoding) {
   const bool bigEndian = bytes.front() == '\xFE';
   const std::string_view units = bytes.substr(2);
   // A zero unit right behind the mark belongs to a four-byte encoding.
@@ -83,14 +82,13 @@ bool DecodeUtf16(std::string_view bytes, DocumentText& text, UTF_ENCODINGS& enco
                       EqualsIgnoringCase(declared, bigEndian ? "UTF-16BE" : "UTF-16LE");
   if (!agrees) return false;
   DeclareUtf8(utf8, declared);
-  const std::size_t length = WideLengthOf(utf8).value();
-  text = DocumentText(std::move(utf8), length);
+  text = std::move(utf8);
   encoding = bigEndian ? UTF_16B : UTF_16L;
   return true;
 }
 
 // Text of an encoding in which ASCII stands for itself, one byte a character.
-bool DecodeBytes(std::string&& bytes, DocumentText& text, UTF_ENCODINGS& encoding) {
+bool DecodeBytes(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) {
   const bool marked = bytes.starts_with(utf8ByteOrderMark);
   const std::string_view declared =
       DeclaredEncoding(std::string_view(bytes).substr(marked ? utf8ByteOrderMark.size() : 0));
@@ -106,16 +104,9 @@ bool DecodeBytes(std::string&& bytes, DocumentText& text, UTF_ENCODINGS& encodin
     }
   }
   if (encoding == NO_ENCODING) bytes = Utf8FromLatin1(bytes);
-  const std::optional<std::size_t> length = WideLengthOf(bytes);
-  if (!length || (encoding == US_ASCII && *length != bytes.size())) return false;
-  if (encoding == UTF_8) {
-    text = DocumentText(std::move(bytes), *length);
-    return true;
-  }
-  const std::string_view stated = DeclaredEncoding(bytes);
-  const std::size_t shortened = stated.size() - std::string_view("UTF-8").size();
-  DeclareUtf8(bytes, stated);
-  text = DocumentText(std::move(bytes), *length - shortened);
+  if (encoding == US_ASCII ? !IsAscii(bytes) : !IsUtf8(bytes)) return false;
+  if (encoding != UTF_8) DeclareUtf8(bytes, DeclaredEncoding(bytes));
+  text = std::move(bytes);
   return true;
 }
 
@@ -125,7 +116,7 @@ bool LooksLikeUnmarkedUtf16(std::string_view bytes) {
 
 } // namespace
 
-bool DecodeFile(std::string&& bytes, DocumentText& text, UTF_ENCODINGS& encoding) {
+bool DecodeFile(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) {
   const std::string_view view = bytes;
   if (view.starts_with("\xFE\xFF") || view.starts_with("\xFF\xFE")) return DecodeUtf16(view, text, encoding);
   if (LooksLikeUnmarkedUtf16(view)) return false;

@@ -2,23 +2,33 @@
 
 #include <algorithm>
 #include <climits>
+#include <set>
 #include <stdexcept>
+#include <utility>
 
 #include "host/ostrumxml/references.h"
-#include "host/ostrumxml/utf8.h"
 
 namespace Ostrum {
 namespace {
 
-std::string AttributeMarkup(const ElementChange::SetAttribute& attribute) {
-  std::string markup(" ");
-  return markup.append(attribute.name->Utf8()).append("=\"").append(EscapeAttribute(attribute.value, '"')).append("\"");
+using SetAttributes = std::vector<const std::pair<const std::string, ElementChange::SetAttribute>*>;
+
+// As they stand in a tag, in the order in which they were made.
+std::string AttributeMarkup(SetAttributes attributes) {
+  std::sort(attributes.begin(), attributes.end(),
+            [](const auto* left, const auto* right) { return left->second.order < right->second.order; });
+  std::string markup;
+  for (const auto* attribute : attributes) {
+    markup.append(" ").append(attribute->first).append("=\"");
+    markup.append(EscapeAttribute(attribute->second.value, '"')).append("\"");
+  }
+  return markup;
 }
 
 } // namespace
 
-DocumentText Generator::Generate() {
-  std::size_t size = content.source.size();
+std::string Generator::Generate() {
+  std::size_t size = content.fileSize;
   for (const auto& [element, change] : content.changes) {
     if ((element->flags & element_flags::created) == 0) Collect(*element, change);
   }
@@ -35,14 +45,12 @@ DocumentText Generator::Generate() {
     text.append(content.source, copied, edit.from - copied).append(edit.replacement);
     copied = edit.from + edit.length;
   }
-  text.append(content.source, copied);
-  const std::size_t wideLength = WideLengthOf(text).value();
-  return {std::move(text), wideLength};
+  text.append(content.source, copied, content.fileSize - copied);
+  return text;
 }
 
 void Generator::AddEdit(std::string_view part, std::string replacement) {
-  const auto from = static_cast<std::uint32_t>(part.data() - content.source.data());
-  edits.push_back({from, static_cast<std::uint32_t>(part.size()), std::move(replacement)});
+  edits.push_back({content.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
 }
 
 void Generator::Collect(const Element& element, const ElementChange& change) {
@@ -52,7 +60,7 @@ void Generator::Collect(const Element& element, const ElementChange& change) {
     CollectOpening(element, layout, change);
     return;
   }
-  if (change.text) CollectText(element, layout, change);
+  if (change.text) CollectText(layout, change);
   if (change.created.empty()) return;
   const bool onLines = !content.changes.at(change.created.front()).lead.empty();
   const std::string_view end = layout.Inside().substr(layout.Inside().size());
@@ -61,33 +69,36 @@ void Generator::Collect(const Element& element, const ElementChange& change) {
 
 void Generator::CollectAttributes(const ElementLayout& layout, const ElementChange& change) {
   if (change.attributes.empty()) return;
-  std::vector<const ElementChange::SetAttribute*> added;
-  for (const auto& attribute : change.attributes) added.push_back(&attribute);
-
   TagScanner scanner(layout.Attributes());
   RawAttribute raw{};
+  std::set<std::string_view> written;
   while (scanner.Next(raw)) {
-    const auto* set = change.FindAttribute(raw.name);
-    if (set == nullptr) continue;
-    AddEdit(raw.value, EscapeAttribute(set->value, raw.value.data()[-1]));
-    added.erase(std::find(added.begin(), added.end(), set));
+    const auto set = change.attributes.find(raw.name);
+    if (set == change.attributes.end()) continue;
+    AddEdit(raw.value, EscapeAttribute(set->second.value, raw.value.data()[-1]));
+    written.insert(raw.name);
   }
-  std::string markup;
-  for (const auto* attribute : added) markup += AttributeMarkup(*attribute);
-  if (!markup.empty()) AddEdit(scanner.Rest().substr(0, 0), std::move(markup));
+  SetAttributes added;
+  for (const auto& attribute : change.attributes) {
+    if (!written.contains(attribute.first)) added.push_back(&attribute);
+  }
+  if (!added.empty()) AddEdit(scanner.Rest().substr(0, 0), AttributeMarkup(std::move(added)));
 }
 
 bool Generator::IsText(const Piece& piece) const {
-  if (piece.kind != PieceKind::Reference) return piece.kind != PieceKind::Other;
+  if (piece.kind != PieceKind::Reference) return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
   std::string character;
-  const std::string_view name = piece.text.substr(1, piece.text.size() - 2);
-  return AppendReference(piece.text, character) || content.entities.contains(name);
+  return AppendReference(piece.text, character) || content.EntityText(ReferenceName(piece.text)).has_value();
 }
 
-void Generator::CollectText(const Element& element, const ElementLayout& layout, const ElementChange& change) {
+void Generator::CollectText(const ElementLayout& layout, const ElementChange& change) {
   std::vector<std::string_view> old;
-  layout.ForEachPiece(element.ParsedChildCount(&change), [&](const Piece& piece) {
-    if (IsText(piece)) old.push_back(piece.text);
+  layout.ForEachStretch([&](std::string_view stretch) {
+    PieceScanner pieces(stretch);
+    Piece piece{};
+    while (pieces.Next(piece)) {
+      if (IsText(piece)) old.push_back(piece.text);
+    }
   });
   if (old.empty()) old.push_back(layout.Inside().substr(0, 0));
   AddEdit(old.front(), EscapeText(*change.text));
@@ -102,7 +113,7 @@ void Generator::CollectOpening(const Element& element, const ElementLayout& layo
   RawAttribute raw{};
   while (scanner.Next(raw)) {
   }
-  AddEdit(scanner.Rest(), ">" + inside + "</" + std::string(element.name->Utf8()) + ">");
+  AddEdit(scanner.Rest(), ">" + inside + "</" + std::string(element.GetName()) + ">");
 }
 
 std::string Generator::CreatedChildren(const ElementChange& change) const {
@@ -117,36 +128,40 @@ std::string Generator::CreatedChildren(const ElementChange& change) const {
 void Generator::AppendCreated(const Element& created, std::string& text) const {
   struct Level {
     const Element* element;
-    std::uint32_t next; // child to be written
+    IteratorRef next; // child to be written
   };
   std::vector<Level> levels;
   const auto enter = [&](const Element& element) {
     const ElementChange& change = content.changes.at(&element);
     AppendStartTag(element, change, text);
-    if (element.childCount == 0 && change.text.value_or(std::string()).empty()) {
+    const std::string inside = EscapeText(change.text.value_or(std::string()));
+    if (change.created.empty() && inside.empty()) {
       text += "/>";
       return;
     }
-    text += ">" + EscapeText(change.text.value_or(std::string()));
-    levels.push_back({&element, 0});
+    text.append(">").append(inside);
+    levels.push_back({&element, element.Begin()});
   };
 
   enter(created);
   while (!levels.empty()) {
     Level& level = levels.back();
     const Element& element = *level.element;
-    if (level.next < element.childCount) {
-      enter(*element.children[level.next++]);
+    if (!(level.next == element.End())) {
+      const Element& child = *level.next;
+      ++level.next;
+      enter(child);
       continue;
     }
-    text.append("</").append(element.name->Utf8()).append(">");
+    text.append("</").append(element.GetName()).append(">");
     levels.pop_back();
   }
 }
 
 void Generator::AppendStartTag(const Element& created, const ElementChange& change, std::string& text) const {
-  text.append("<").append(created.name->Utf8());
-  for (const auto& attribute : change.attributes) text += AttributeMarkup(attribute);
+  SetAttributes attributes;
+  for (const auto& attribute : change.attributes) attributes.push_back(&attribute);
+  text.append("<").append(created.GetName()).append(AttributeMarkup(std::move(attributes)));
 }
 
 } // namespace Ostrum

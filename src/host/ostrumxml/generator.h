@@ -7,7 +7,6 @@
 #include <vector>
 
 #include "host/ostrumxml/content.h"
-#include "host/ostrumxml/document_text.h"
 #include "host/ostrumxml/element_layout.h"
 
 namespace Ostrum {
@@ -17,7 +16,8 @@ namespace Ostrum {
 class Generator {
  public:
   explicit Generator(const Content& content) noexcept : content(content) {}
-  DocumentText Generate();
+  // Throws std::length_error when the text grows beyond what can be parsed.
+  std::string Generate();
 
  private:
   // The part of the source that begins at `from` and is `length` bytes long is replaced.
@@ -29,7 +29,7 @@ class Generator {
 
   void Collect(const Element& element, const ElementChange& change);
   void CollectAttributes(const ElementLayout& layout, const ElementChange& change);
-  void CollectText(const Element& element, const ElementLayout& layout, const ElementChange& change);
+  void CollectText(const ElementLayout& layout, const ElementChange& change);
   void CollectOpening(const Element& element, const ElementLayout& layout, const ElementChange& change);
   bool IsText(const Piece& piece) const;
   void AddEdit(std::string_view part, std::string replacement);

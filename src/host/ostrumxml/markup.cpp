@@ -1,6 +1,7 @@
 #include "host/ostrumxml/markup.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <cassert>
 #include <cstring>
 
 namespace Ostrum {
@@ -9,19 +10,41 @@ namespace {
 constexpr std::uint64_t eachByte = 0x0101010101010101U;
 constexpr std::uint64_t highBits = 0x80 * eachByte;
 
-// Nonzero when one of the eight bytes is not ASCII, a control character, "&" or "<". Every value that is read passes through
-// here: eight bytes at a time take a quarter of the instructions of a loop over them.
+// Nonzero when one of the eight bytes is a control character, "&" or "<". Every value that is read passes through here: eight
+// bytes at a time take a quarter of the instructions of a loop over them. Bytes beyond ASCII stand for themselves.
 std::uint64_t OutOfPlain(std::uint64_t bytes) noexcept {
   const auto hasZero = [](std::uint64_t word) { return (word - eachByte) & ~word; };
   const std::uint64_t control = (bytes - 0x20 * eachByte) & ~bytes;
-  return (bytes | control | hasZero(bytes ^ '&' * eachByte) | hasZero(bytes ^ '<' * eachByte)) & highBits;
+  return (control | hasZero(bytes ^ '&' * eachByte) | hasZero(bytes ^ '<' * eachByte)) & highBits;
 }
 
 constexpr std::string_view cdataOpening = "<![CDATA[";
 constexpr std::string_view cdataClosing = "]]>";
 
-void SkipBlanks(std::string_view& text) {
+// Text is given out in pieces of at most this length, so that a reader who wants its beginning does not pay for the rest.
+constexpr std::size_t longestText = 4096;
+
+void SkipBlanks(std::string_view& text) noexcept {
   while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
+}
+
+std::size_t TextLength(std::string_view rest) noexcept {
+  const std::string_view ahead = rest.substr(0, longestText);
+  const std::size_t length = ahead.find_first_of("<&");
+  if (length != std::string_view::npos) return length;
+  // A line end of two characters stays whole.
+  const bool splitsLineEnd = rest.size() > ahead.size() && ahead.back() == '\r';
+  return splitsLineEnd ? ahead.size() - 1 : ahead.size();
+}
+
+// Of the tag at the start of the text, its "<" and ">" included.
+std::size_t TagLength(std::string_view text) noexcept {
+  const std::size_t name = TagName(text).size();
+  TagScanner scanner(text.substr(1 + name));
+  RawAttribute attribute{};
+  while (scanner.Next(attribute)) {
+  }
+  return text.find('>', text.size() - scanner.Rest().size()) + 1;
 }
 
 } // namespace
@@ -32,16 +55,15 @@ bool StandsForItself(std::string_view raw) noexcept {
     std::memcpy(&word, raw.data(), sizeof word);
     if (OutOfPlain(word) != 0) return false;
   }
-  for (const char character : raw) {
-    if (character < ' ' || character == '&' || character == '<' || static_cast<unsigned char>(character) >= 0x80)
-      return false;
-  }
-  return true;
+  return std::all_of(raw.begin(), raw.end(), [](char character) {
+    return static_cast<unsigned char>(character) >= ' ' && character != '&' && character != '<';
+  });
 }
 
 bool TagScanner::Next(RawAttribute& attribute) noexcept {
   std::string_view ahead = rest;
   SkipBlanks(ahead);
+  assert(!ahead.empty());
   if (ahead.front() == '>' || ahead.front() == '/') return false;
 
   std::size_t length = 0;
@@ -49,12 +71,36 @@ bool TagScanner::Next(RawAttribute& attribute) noexcept {
   attribute.name = ahead.substr(0, length);
   ahead.remove_prefix(length);
   SkipBlanks(ahead);
-  ahead.remove_prefix(1); // the equals sign
+  assert(ahead.front() == '=');
+  ahead.remove_prefix(1);
   SkipBlanks(ahead);
+  assert(ahead.front() == '"' || ahead.front() == '\'');
   const std::size_t closing = ahead.find(ahead.front(), 1);
   attribute.value = ahead.substr(1, closing - 1);
   rest = ahead.substr(closing + 1);
   return true;
+}
+
+TagIndex::TagIndex(std::string_view tag) : tag(tag) {
+  TagScanner scanner(tag);
+  RawAttribute attribute{};
+  while (scanner.Next(attribute)) offsets.push_back(static_cast<std::uint32_t>(attribute.name.data() - tag.data()));
+  std::sort(offsets.begin(), offsets.end(),
+            [this](std::uint32_t left, std::uint32_t right) { return At(left).name < At(right).name; });
+}
+
+RawAttribute TagIndex::Find(std::string_view name) const noexcept {
+  const auto place =
+      std::lower_bound(offsets.begin(), offsets.end(), name,
+                       [this](std::uint32_t offset, std::string_view wanted) { return At(offset).name < wanted; });
+  if (place == offsets.end() || At(*place).name != name) return {};
+  return At(*place);
+}
+
+RawAttribute TagIndex::At(std::uint32_t offset) const noexcept {
+  RawAttribute attribute{};
+  TagScanner(tag.substr(offset)).Next(attribute);
+  return attribute;
 }
 
 bool PieceScanner::Next(Piece& piece) noexcept {
@@ -65,20 +111,33 @@ bool PieceScanner::Next(Piece& piece) noexcept {
     length = rest.find(';') + 1;
   } else if (rest.front() != '<') {
     piece.kind = PieceKind::Text;
-    length = rest.find_first_of("<&");
+    length = TextLength(rest);
   } else if (rest.starts_with(cdataOpening)) {
     piece.kind = PieceKind::CData;
     length = rest.find(cdataClosing) + cdataClosing.size();
-  } else {
+  } else if (rest[1] == '?') {
     piece.kind = PieceKind::Other;
-    length = rest[1] == '?' ? rest.find("?>") + 2 : rest.find("-->", 4) + 3;
+    length = rest.find("?>") + 2;
+  } else if (rest[1] == '!') {
+    piece.kind = PieceKind::Other;
+    length = rest.find("-->", 4) + 3;
+  } else if (rest[1] == '/') {
+    piece.kind = PieceKind::EndTag;
+    length = rest.find('>') + 1;
+  } else {
+    length = TagLength(rest);
+    piece.kind = rest[length - 2] == '/' ? PieceKind::EmptyTag : PieceKind::StartTag;
   }
+  assert(length > 0 && length <= rest.size());
   piece.text = rest.substr(0, length);
-  rest.remove_prefix(piece.text.size());
+  rest.remove_prefix(length);
   return true;
 }
 
+std::string_view TagName(std::string_view tag) noexcept { return tag.substr(1, tag.find_first_of(" \t\r\n/>") - 1); }
+
 std::string_view InsideCData(std::string_view section) noexcept {
+  assert(section.size() >= cdataOpening.size() + cdataClosing.size());
   return section.substr(cdataOpening.size(), section.size() - cdataOpening.size() - cdataClosing.size());
 }
 

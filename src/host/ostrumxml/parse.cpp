@@ -1,37 +1,40 @@
 #include "host/ostrumxml/parse.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/content.h"
 #include "host/ostrumxml/indexer.h"
-#include "host/ostrumxml/utf8.h"
 
 namespace Ostrum {
-namespace {
 
-void Log(const ParseFailure& failure) noexcept {
-  if (!corekit::LogIsOn()) return;
-  corekit::KString line(L"");
-  line << static_cast<long>(failure.line) << L":" << static_cast<long>(failure.column) << L": " << failure.reason;
-  corekit::logDetail(L"ostrumxml", line);
+const char* ReasonOf(PARSER_ERROR error) noexcept {
+  switch (error) {
+    case TOO_MANY_ENTITIES:
+      return "too many entities that refer to others";
+    case TOO_MANY_DECLARATIONS:
+      return "too many declared attributes times elements";
+    case TOO_MUCH_EXPANSION:
+      return "entities and declared defaults expand to far more than the document";
+    default:
+      return XML_ErrorString(static_cast<XML_Error>(error));
+  }
 }
 
-std::string TakeFirst(DocumentText& text, std::size_t length) {
-  if (length >= text.Length()) return text.TakeUtf8();
-  return std::string(FirstWideCharacters(text.Utf8(), length));
-}
-
-} // namespace
-
-Document* ParseXML(DocumentText text, int length, PARSER_ERROR& error, int& line, int& column) {
-  auto content = std::make_unique<Content>(TakeFirst(text, length < 0 ? 0 : static_cast<std::size_t>(length)));
-  ParseFailure failure;
-  if (Indexer(*content).Run(failure)) return new Document(std::move(content));
+Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
+  text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
+  auto content = std::make_unique<Content>(std::move(text));
+  const ParseFailure failure = Indexer(*content).Run();
+  if (failure.error == NO_PARSER_ERROR) return new Document(std::move(content));
   error = failure.error;
   line = failure.line;
   column = failure.column;
-  Log(failure);
+  if (corekit::LogIsOn()) {
+    corekit::KString reason(L"");
+    reason << static_cast<long>(line) << L":" << static_cast<long>(column) << L": " << ReasonOf(error);
+    corekit::logDetail(L"ostrumxml", reason);
+  }
   return nullptr;
 }
 

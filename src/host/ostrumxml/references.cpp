@@ -1,9 +1,10 @@
 #include "host/ostrumxml/references.h"
 
+#include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <cstdint>
 
-#include "host/ostrumxml/markup.h"
 #include "host/ostrumxml/utf8.h"
 
 namespace Ostrum {
@@ -66,19 +67,25 @@ std::string Escape(std::string_view text, std::string_view special) {
 
 } // namespace
 
-void AppendCharacters(std::string_view raw, std::string& text) {
-  for (;;) {
-    const std::size_t lineEnd = raw.find('\r');
-    text += raw.substr(0, lineEnd);
-    if (lineEnd == std::string_view::npos) return;
+std::string_view ReferenceName(std::string_view reference) noexcept {
+  assert(reference.size() > 2 && reference.front() == '&' && reference.back() == ';');
+  return reference.substr(1, reference.size() - 2);
+}
+
+void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit) {
+  while (!raw.empty() && text.size() < limit) {
+    const std::string_view part = raw.substr(0, limit - text.size());
+    const std::size_t lineEnd = part.find('\r');
+    text += part.substr(0, lineEnd);
+    raw.remove_prefix(std::min(lineEnd, part.size()));
+    if (lineEnd == std::string_view::npos) continue;
     text += '\n';
-    raw.remove_prefix(lineEnd + 1);
-    if (raw.starts_with('\n')) raw.remove_prefix(1);
+    raw.remove_prefix(raw.starts_with("\r\n") ? 2 : 1);
   }
 }
 
 bool AppendReference(std::string_view reference, std::string& text) {
-  const std::string_view name = reference.substr(1, reference.size() - 2);
+  const std::string_view name = ReferenceName(reference);
   if (name.front() == '#') {
     AppendUtf8(CharacterOf(name.substr(1)), text);
     return true;
@@ -87,24 +94,6 @@ bool AppendReference(std::string_view reference, std::string& text) {
   if (character == '\0') return false;
   text += character;
   return true;
-}
-
-std::string DecodeAttribute(std::string_view raw, bool tokenized) {
-  std::string value;
-  value.reserve(raw.size());
-  while (!raw.empty()) {
-    const char character = raw.front();
-    if (character == '&') {
-      const std::size_t length = raw.find(';') + 1;
-      AppendReference(raw.substr(0, length), value);
-      raw.remove_prefix(length);
-      continue;
-    }
-    if (raw.starts_with("\r\n")) raw.remove_prefix(1);
-    value += IsBlank(character) ? ' ' : character;
-    raw.remove_prefix(1);
-  }
-  return tokenized ? FoldBlanks(value) : value;
 }
 
 std::string FoldBlanks(std::string_view value) {

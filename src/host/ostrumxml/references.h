@@ -2,21 +2,21 @@
 #ifndef TARVIK_HOST_OSTRUMXML_REFERENCES_H
 #define TARVIK_HOST_OSTRUMXML_REFERENCES_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace Ostrum {
 
-// Appends character data without references, its line ends normalized.
-void AppendCharacters(std::string_view raw, std::string& text);
+// The name in a whole reference, "&...;".
+std::string_view ReferenceName(std::string_view reference) noexcept;
 
-// Appends what a whole reference, "&...;", stands for: a character, or nothing for an entity that XML does not predefine.
-// False in that last case.
+// Appends character data without references, its line ends normalized, until text has `limit` bytes.
+void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit = std::string::npos);
+
+// Appends what a whole reference stands for: a character, or nothing for an entity that XML does not predefine. False in
+// that last case.
 bool AppendReference(std::string_view reference, std::string& text);
-
-// The value of an attribute, normalized as XML has it: each line end and tab is a blank; in a tokenized value outer
-// blanks are dropped and inner ones folded.
-std::string DecodeAttribute(std::string_view raw, bool tokenized);
 
 // Drops outer blanks and folds inner ones, as is done to tokenized values.
 std::string FoldBlanks(std::string_view value);

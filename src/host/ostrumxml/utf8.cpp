@@ -1,5 +1,6 @@
 #include "host/ostrumxml/utf8.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -45,10 +46,8 @@ Sequence DecodeSequence(std::string_view text) {
   return {character, length};
 }
 
-std::size_t WideUnitsOf(char32_t character) { return wideIsUtf16 && character > 0xFFFF ? 2 : 1; }
-
 void AppendWide(char32_t character, std::wstring& wide) {
-  if (WideUnitsOf(character) == 1) {
+  if (!wideIsUtf16 || character <= 0xFFFF) {
     wide += static_cast<wchar_t>(character);
     return;
   }
@@ -59,35 +58,16 @@ void AppendWide(char32_t character, std::wstring& wide) {
 
 } // namespace
 
-std::optional<std::size_t> WideLengthOf(std::string_view utf8) noexcept {
-  std::size_t length = 0;
-  for (;;) {
-    const std::size_t ascii = AsciiPrefix(utf8);
-    length += ascii;
-    utf8.remove_prefix(ascii);
-    if (utf8.empty()) return length;
-    const Sequence sequence = DecodeSequence(utf8);
-    if (sequence.length == 0) return std::nullopt;
-    length += WideUnitsOf(sequence.character);
-    utf8.remove_prefix(sequence.length);
-  }
-}
+bool IsAscii(std::string_view text) noexcept { return AsciiPrefix(text) == text.size(); }
 
-std::string_view FirstWideCharacters(std::string_view utf8, std::size_t length) noexcept {
-  std::size_t bytes = 0;
-  while (length > 0 && bytes < utf8.size()) {
-    if (static_cast<unsigned char>(utf8[bytes]) < 0x80U) {
-      ++bytes;
-      --length;
-      continue;
-    }
-    const Sequence sequence = DecodeSequence(utf8.substr(bytes));
-    const std::size_t units = WideUnitsOf(sequence.character);
-    if (units > length) break;
-    bytes += sequence.length;
-    length -= units;
+bool IsUtf8(std::string_view text) noexcept {
+  for (;;) {
+    text.remove_prefix(AsciiPrefix(text));
+    if (text.empty()) return true;
+    const std::size_t length = DecodeSequence(text).length;
+    if (length == 0) return false;
+    text.remove_prefix(length);
   }
-  return utf8.substr(0, bytes);
 }
 
 std::wstring WideFromUtf8(std::string_view utf8) {

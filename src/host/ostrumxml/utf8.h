@@ -2,8 +2,6 @@
 #ifndef TARVIK_HOST_OSTRUMXML_UTF8_H
 #define TARVIK_HOST_OSTRUMXML_UTF8_H
 
-#include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,11 +9,8 @@ namespace Ostrum {
 
 inline constexpr std::string_view utf8ByteOrderMark = "\xEF\xBB\xBF";
 
-// The length in wide characters; nothing when the text is not valid UTF-8.
-std::optional<std::size_t> WideLengthOf(std::string_view utf8) noexcept;
-
-// The part of valid UTF-8 that its first `length` wide characters take.
-std::string_view FirstWideCharacters(std::string_view utf8, std::size_t length) noexcept;
+bool IsAscii(std::string_view text) noexcept;
+bool IsUtf8(std::string_view text) noexcept;
 
 // REQUIRES: utf8 is valid.
 std::wstring WideFromUtf8(std::string_view utf8);

@@ -58,6 +58,10 @@ std::size_t CharacterLength(Charset charset, const char* text, std::size_t limit
   return isCharacter ? std::max<std::size_t>(length, 1) : 1;
 }
 
-bool AsciiIsPlain() noexcept { return CurrentCharset().asciiIsPlain; }
+PlainText CurrentPlainText() noexcept {
+  const Charset charset = CurrentCharset();
+  if (charset.kind == CharsetKind::Utf8) return PlainText::Utf8;
+  return charset.asciiIsPlain ? PlainText::Ascii : PlainText::None;
+}
 
 } // namespace platform

@@ -18,7 +18,7 @@ constexpr std::uint32_t codePageShift = 2;
 
 } // namespace
 
-bool AsciiIsPlain() noexcept {
+static bool AsciiIsPlain() noexcept {
   const std::uint32_t known = (static_cast<std::uint32_t>(___lc_codepage_func()) << codePageShift) | knownBit;
   const std::uint32_t last = lastVerdict.load(std::memory_order_relaxed);
   if ((last & ~plainBit) == known) return (last & plainBit) != 0;
@@ -27,5 +27,8 @@ bool AsciiIsPlain() noexcept {
   lastVerdict.store(known | (plain ? plainBit : 0), std::memory_order_relaxed);
   return plain;
 }
+
+// A locale of this runtime is never in UTF-8.
+PlainText CurrentPlainText() noexcept { return AsciiIsPlain() ? PlainText::Ascii : PlainText::None; }
 
 } // namespace platform

@@ -5,9 +5,15 @@
 
 namespace platform {
 
-void* AllocateLargeBlock() { return ::operator new(largeBlockSize); }
+namespace {
 
-void ReleaseLargeBlock(void* block) noexcept { ::operator delete(block); }
+constexpr std::align_val_t alignment{4096};
+
+} // namespace
+
+void* AllocateLargeBlock() { return ::operator new(largeBlockSize, alignment); }
+
+void ReleaseLargeBlock(void* block) noexcept { ::operator delete(block, alignment); }
 
 void PreferLargePages(void*, std::size_t) noexcept {}
 

@@ -1,0 +1,137 @@
+#include "host/ostrumxml/child_index.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "host/ostrumxml/content.h"
+#include "host/ostrumxml/utf8.h"
+
+namespace Ostrum {
+namespace {
+
+// Lists beside the one by name: in number, and in entries for each child.
+constexpr std::size_t mostLists = 64;
+constexpr std::size_t mostEntriesPerChild = 3;
+
+bool HasAttribute(const Element& element, std::string_view name) { return !element.GetAttribute(name).IsNull(); }
+
+} // namespace
+
+ChildIndex::ChildIndex(const Content& content, const Element& parent) : content(content) {
+  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
+    byName.push_back(ElementTable::NumberOf(*child));
+    namesAreAscii = namesAreAscii && IsAscii(child->GetName());
+  }
+  std::sort(byName.begin(), byName.end(), [this](std::uint32_t left, std::uint32_t right) {
+    const int order = NameOf(left).compare(NameOf(right));
+    return order != 0 ? order < 0 : left < right;
+  });
+}
+
+std::string_view ChildIndex::NameOf(std::uint32_t number) const noexcept {
+  return content.elements.At(number).GetName();
+}
+
+ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) const {
+  const std::size_t length = match == NameMatch::Exact ? std::string_view::npos : text.size();
+  const auto first =
+      std::lower_bound(byName.begin(), byName.end(), text,
+                       [this](std::uint32_t number, std::string_view wanted) { return NameOf(number) < wanted; });
+  const auto last =
+      std::upper_bound(first, byName.end(), text, [this, length](std::string_view wanted, std::uint32_t number) {
+        return wanted < NameOf(number).substr(0, length);
+      });
+  return {first, last};
+}
+
+// Equal names share their text.
+bool ChildIndex::IsOneName(const Range& range) const noexcept {
+  return range.first == range.second || NameOf(*range.first).data() == NameOf(*std::prev(range.second)).data();
+}
+
+Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
+  const Range range = Named(match, text);
+  if (n == 0 || static_cast<std::size_t>(range.second - range.first) < n) return nullptr;
+  if (IsOneName(range)) return &content.elements.At(range.first[n - 1]);
+  return &content.elements.At(ListFor(ListKind::Prefix, text, {}).numbers[n - 1]);
+}
+
+Element* ChildIndex::NthWithAttribute(std::string_view childName, std::string_view attributeName, std::uint32_t n) {
+  const Numbers& numbers = ListFor(ListKind::ExactWithAttribute, childName, attributeName).numbers;
+  return n == 0 || numbers.size() < n ? nullptr : &content.elements.At(numbers[n - 1]);
+}
+
+Element* ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
+                                    std::string_view valueBegin) {
+  List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
+  if (!list.lastValue || *list.lastValue != valueBegin) {
+    std::string scratch;
+    const auto valueOf = [&](std::uint32_t number) {
+      return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
+    };
+    const auto first =
+        std::lower_bound(list.numbers.begin(), list.numbers.end(), valueBegin,
+                         [&](std::uint32_t number, std::string_view wanted) { return valueOf(number) < wanted; });
+    std::uint32_t found = 0;
+    for (auto entry = first; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
+      found = found == 0 ? *entry : std::min(found, *entry);
+    }
+    list.lastValue = valueBegin;
+    list.lastFound = found;
+  }
+  return list.lastFound == 0 ? nullptr : &content.elements.At(list.lastFound);
+}
+
+ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std::string_view attribute) {
+  const auto isWanted = [&](const List& list) {
+    return list.kind == kind && list.name == name && list.attribute == attribute;
+  };
+  const auto known = std::find_if(lists.begin(), lists.end(), isWanted);
+  if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
+
+  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}, 0};
+  list.numbers = MakeList(kind, name, attribute);
+  if (known != lists.end()) return *known = std::move(list);
+  std::size_t entries = list.numbers.size();
+  lists.push_back(std::move(list));
+  for (auto older = lists.rbegin() + 1; older != lists.rend(); ++older) entries += older->numbers.size();
+  for (; lists.size() > 1 && (lists.size() > mostLists || entries > mostEntriesPerChild * byName.size());) {
+    entries -= lists.front().numbers.size();
+    lists.pop_front();
+  }
+  return lists.back();
+}
+
+ChildIndex::Numbers ChildIndex::MakeList(ListKind kind, std::string_view name, std::string_view attribute) const {
+  const Range range = Named(kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, name);
+  Numbers numbers;
+  std::copy_if(range.first, range.second, std::back_inserter(numbers), [&](std::uint32_t number) {
+    return kind == ListKind::Prefix || HasAttribute(content.elements.At(number), attribute);
+  });
+  if (kind != ListKind::PrefixByValue) {
+    std::sort(numbers.begin(), numbers.end());
+    return numbers;
+  }
+  std::vector<std::pair<std::string, std::uint32_t>> byValue;
+  byValue.reserve(numbers.size());
+  for (const std::uint32_t number : numbers) {
+    byValue.emplace_back(content.elements.At(number).GetAttribute(attribute).GetValue(), number);
+  }
+  std::sort(byValue.begin(), byValue.end());
+  std::transform(byValue.begin(), byValue.end(), numbers.begin(), [](const auto& entry) { return entry.second; });
+  return numbers;
+}
+
+void ChildIndex::Append(const Element& child) {
+  const std::string_view name = child.GetName();
+  const std::uint32_t number = ElementTable::NumberOf(child);
+  byName.insert(Named(NameMatch::Exact, name).second, number); // the last of its name
+  namesAreAscii = namesAreAscii && IsAscii(name);
+  // A new element can have attributes by declaration; few programs make elements and search by attribute in turn.
+  std::erase_if(lists, [](const List& list) { return list.kind != ListKind::Prefix; });
+  for (List& list : lists) {
+    if (name.starts_with(list.name)) list.numbers.push_back(number);
+  }
+}
+
+} // namespace Ostrum

@@ -1,0 +1,53 @@
+#include "host/ostrumxml/element_table.h"
+
+#include <algorithm>
+#include <new>
+
+#include "platform/platform.h"
+
+namespace Ostrum {
+namespace {
+
+// From here on the elements of a document fill large blocks well enough.
+constexpr std::size_t largeDocument = 1'000'000;
+
+} // namespace
+
+ElementTable::~ElementTable() {
+  for (const Chunk& chunk : chunks) {
+    if (chunk.isLarge) {
+      platform::ReleaseLargeBlock(chunk.memory);
+    } else {
+      ::operator delete (chunk.memory, std::align_val_t{alignof(Block)});
+    }
+  }
+}
+
+Element& ElementTable::Add() {
+  if (count == blocks.size() * Block::capacity) AddBlock();
+  ++count;
+  return *new (&At(count)) Element;
+}
+
+void ElementTable::AddBlock() {
+  if (unusedBlocks == 0) AddChunk();
+  blocks.push_back(new (unused) Block(&content, count + 1));
+  unused += sizeof(Block);
+  --unusedBlocks;
+}
+
+// Chunks grow with the document, to limit waste in small ones and calls in large ones.
+void ElementTable::AddChunk() {
+  const std::size_t size = std::max(blocks.size() * sizeof(Block), expected);
+  const bool isLarge = size >= largeDocument;
+  const std::size_t added =
+      isLarge ? platform::largeBlockSize / sizeof(Block) : std::clamp<std::size_t>(size / 8 / sizeof(Block), 1, 16);
+  chunks.reserve(chunks.size() + 1);
+  void* const memory = isLarge ? platform::AllocateLargeBlock()
+                               : ::operator new (added * sizeof(Block), std::align_val_t{alignof(Block)});
+  chunks.push_back({memory, isLarge});
+  unused = static_cast<std::byte*>(memory);
+  unusedBlocks = added;
+}
+
+} // namespace Ostrum

@@ -1,0 +1,76 @@
+#ifndef TARVIK_HOST_OSTRUMXML_ELEMENT_TABLE_H
+#define TARVIK_HOST_OSTRUMXML_ELEMENT_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "host/ostrumxml/node.h"
+
+namespace Ostrum {
+
+struct Content;
+
+// The elements of one document, at fixed addresses and numbered from 1 in the order in which they were added. They lie in
+// blocks whose own addresses are aligned to their size, so that an element's address leads to its block, and with it to its
+// number and its document: none of these takes room in the element.
+class ElementTable {
+ public:
+  // expected: about how many bytes the elements will take.
+  ElementTable(Content& content, std::size_t expected) noexcept : content(content), expected(expected) {}
+  ~ElementTable();
+  ElementTable(const ElementTable&) = delete;
+  ElementTable& operator=(const ElementTable&) = delete;
+
+  // A new element with the next number. Throws std::bad_alloc.
+  Element& Add();
+  std::uint32_t Count() const noexcept { return count; }
+  Element& At(std::uint32_t number) const noexcept {
+    return blocks[(number - 1) / Block::capacity]->elements[(number - 1) % Block::capacity];
+  }
+
+  // REQUIRES: the element is in a table; the null element is not.
+  static Content& ContentOf(const Element& element) noexcept { return *BlockOf(element).content; }
+  static std::uint32_t NumberOf(const Element& element) noexcept {
+    const Block& block = BlockOf(element);
+    return block.firstNumber + static_cast<std::uint32_t>(&element - block.elements);
+  }
+
+ private:
+  struct alignas(4096) Block {
+    static constexpr std::size_t capacity = 170;
+
+    Block(Content* content, std::uint32_t firstNumber) noexcept : content(content), firstNumber(firstNumber) {}
+
+    Content* content;
+    std::uint32_t firstNumber;
+    union {
+      Element elements[capacity]; // each is made when it is added
+    };
+  };
+  static_assert(sizeof(Element) == 24 && sizeof(Block) == alignof(Block));
+
+  struct Chunk { // blocks that were allocated together
+    void* memory;
+    bool isLarge;
+  };
+
+  static const Block& BlockOf(const Element& element) noexcept {
+    return *reinterpret_cast<const Block*>(reinterpret_cast<std::uintptr_t>(&element) & ~(alignof(Block) - 1));
+  }
+  void AddBlock();
+  void AddChunk();
+
+  Content& content;
+  std::size_t expected;
+  std::uint32_t count = 0;
+  std::vector<Block*> blocks;
+  std::vector<Chunk> chunks;
+  std::byte* unused = nullptr; // blocks of the last chunk, not touched yet
+  std::size_t unusedBlocks = 0;
+};
+
+} // namespace Ostrum
+
+#endif

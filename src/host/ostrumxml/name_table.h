@@ -1,0 +1,53 @@
+#ifndef TARVIK_HOST_OSTRUMXML_NAME_TABLE_H
+#define TARVIK_HOST_OSTRUMXML_NAME_TABLE_H
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <forward_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/ostrumxml/keyed_hash.h"
+
+namespace Ostrum {
+
+// The names of a document's elements, each held once and known by a number from 1 on.
+class NameTable {
+ public:
+  // The text of a name; empty for 0, which is no name's number.
+  std::string_view Text(std::uint32_t number) const noexcept {
+    return number == 0 ? std::string_view() : names[number - 1].Text();
+  }
+
+  // The name's number, or 0. Never longer than the text's length allows, whatever names are in the table.
+  std::uint32_t Find(std::string_view text) const noexcept;
+  // The name's number, which is new where the table has none. REQUIRES: text is not empty and outlives the table.
+  std::uint32_t Intern(std::string_view text);
+  // The same for a text that does not outlive the table.
+  std::uint32_t InternCopy(std::string_view text);
+
+ private:
+  struct Name {
+    const char* text;
+    std::uint32_t length;
+    std::uint32_t hash;
+
+    std::string_view Text() const noexcept { return {text, length}; }
+  };
+
+  std::size_t SlotOf(std::string_view text, std::uint32_t hashed) const noexcept;
+  void Grow();
+
+  KeyedHash hash;
+  std::deque<Name> names; // gives no memory up when it grows, which a vector would do with half of a million names
+  std::vector<std::uint32_t> slots; // numbers, by open addressing; 0 is free; at most three quarters are taken
+  std::forward_list<std::string> copies;
+  // A document has few names and repeats them: most are found among those seen last, without hashing.
+  std::array<std::uint32_t, 64> recent{};
+};
+
+} // namespace Ostrum
+
+#endif

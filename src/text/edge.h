@@ -1,0 +1,49 @@
+// The one place where text crosses between a document, which is UTF-8, and a caller, whose character set is the locale's.
+#ifndef TARVIK_TEXT_EDGE_H
+#define TARVIK_TEXT_EDGE_H
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "text/convert.h"
+
+// Whether the text means the same on both sides, so that it needs no conversion: all valid text where the locale is in UTF-8,
+// plain ASCII in nearly every other. REQUIRES of a document's text: it is valid UTF-8.
+bool PassesAsItIs(std::string_view documentText) noexcept;
+// True where that holds for all of a document's text.
+bool AllTextPasses() noexcept;
+
+// A document's text in the caller's character set, for the length of a scope.
+class LocaleText {
+ public:
+  // Does what ConvertToMultiByte does, its log lines included. utf8 must outlive this object. Throws std::bad_alloc.
+  explicit LocaleText(std::string_view utf8);
+  LocaleText(const LocaleText&) = delete;
+  LocaleText& operator=(const LocaleText&) = delete;
+
+  // Nothing when the text has no form in the locale. Not terminated; lives as long as this object.
+  const std::optional<std::string_view>& Text() const noexcept { return text; }
+
+ private:
+  std::optional<std::string_view> text;
+  MultiByteText converted;
+};
+
+// A caller's text in UTF-8, for the length of a scope.
+class DocumentText {
+ public:
+  // Does what ConvertToUnicode does, its log lines included. localeText must outlive this object. Throws std::bad_alloc.
+  explicit DocumentText(const char* localeText);
+  DocumentText(const DocumentText&) = delete;
+  DocumentText& operator=(const DocumentText&) = delete;
+
+  // Nothing when the text is none in the locale's character set. Lives as long as this object.
+  const std::optional<std::string_view>& Text() const noexcept { return text; }
+
+ private:
+  std::optional<std::string_view> text;
+  std::string converted;
+};
+
+#endif
