@@ -12,7 +12,7 @@
 namespace {
 
 void Apply(const SetRequest& request, XmlFileRecord& record) {
-  SetWalk walk(record);
+  SetWalk walk(record, request.path.size() + request.attributeName.size() + request.attributeValue.size() + 2);
   PathSteps steps(request.path.c_str(), PathSteps::Cutting::Logged);
   PathStep step;
   while (steps.Next(step)) walk.Enter(step);

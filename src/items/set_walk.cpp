@@ -13,8 +13,8 @@ using Ostrum::Element;
 using Ostrum::Value;
 
 void SetWalk::Enter(const PathStep& step) {
-  if (!key.empty()) key += '\\';
-  key += step.name;
+  if (!key.IsEmpty()) key.Append("\\");
+  key.Append(step.name);
   Element* child = FindChild(step.name);
   current = child != nullptr ? child : AddChild(step.name);
   if (step.HasAttribute()) SetAttribute(step.attributeName, step.attributeValue);
@@ -41,13 +41,13 @@ Element* SetWalk::FindChild(const std::string& name) const {
 Element* SetWalk::AddChild(const std::string& name) {
   // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
   // key.
-  ElementMap::NewEntry entry(*record.elementMap, key);
+  key.Prepare();
   Element& child = current->AddElementInto(RequireXmlName(name.c_str()));
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
   }
-  record.elementMap->Replace(std::move(entry), child);
+  key.Enter(child, true);
   return &child;
 }
 
@@ -58,9 +58,12 @@ void SetWalk::SetAttribute(const std::string& name, const std::string& value) {
   if (attribute.IsNull()) attribute = current->CreateAttribute(utf8Name);
   if (!attribute.IsNull()) static_cast<Value>(attribute).Set(utf8Value);
 
-  if (key.empty()) return; // the root has its entry
-  key.append("&").append(name).append("=").append(value);
-  InsertIntoElementMap(*record.elementMap, key, *current);
+  if (key.IsEmpty()) return; // the root has its entry
+  for (const std::string_view part :
+       {std::string_view("&"), std::string_view(name), std::string_view("="), std::string_view(value)})
+    key.Append(part);
+  key.Prepare();
+  key.Enter(*current, false);
 }
 
 void SetWalk::SetText(const std::string& text) { static_cast<Value>(*current).Set(text); }

@@ -11,7 +11,9 @@
 // std::invalid_argument when the document library refuses; what was done before stays.
 class SetWalk {
  public:
-  explicit SetWalk(XmlFileRecord& record) noexcept : record(record), current(&record.document->GetRoot()) {}
+  // mostKeyLength: of the path with all its attribute parts.
+  SetWalk(XmlFileRecord& record, std::size_t mostKeyLength)
+      : record(record), current(&record.document->GetRoot()), key(*record.elementMap, mostKeyLength) {}
 
   // Goes on to the first child whose name begins with the component's, made if there is none, and sets its attribute
   // part.
@@ -27,7 +29,7 @@ class SetWalk {
 
   XmlFileRecord& record;
   Ostrum::Element* current;
-  std::string key; // of the element reached; empty for the root
+  ElementMap::KeyChain key; // of the element reached; empty for the root
 };
 
 #endif

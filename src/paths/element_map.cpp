@@ -1,86 +1,85 @@
 #include "paths/element_map.h"
 
-#include <iterator>
-#include <utility>
+#include <cassert>
+#include <cstring>
 
-#include "platform/platform.h"
-
-void* ElementMapMemory::do_allocate(std::size_t size, std::size_t alignment) {
-  void* const block = std::pmr::new_delete_resource()->allocate(size, alignment);
-  platform::PreferLargePages(block, size);
-  return block;
-}
-
-void ElementMapMemory::do_deallocate(void* block, std::size_t size, std::size_t alignment) {
-  std::pmr::new_delete_resource()->deallocate(block, size, alignment);
-}
-
-ElementMap::~ElementMap() {
-  for (const auto& [key, reference] : entries) DestroyReference()(reference);
-}
-
-ElementMap::OwnedReference ElementMap::NewReference(Ostrum::Element& element) {
-  return OwnedReference(std::pmr::polymorphic_allocator<>(&memory).new_object<CElementRef>(element));
-}
-
-ElementMap::Place ElementMap::Search(std::string_view key) {
-  Entry*& slot = RecentSlot(key);
-  if (slot != nullptr && slot->first == key) return {slot, {}};
-  const auto next = LowerBound(key);
-  if (next == entries.end() || next->first != key) return {nullptr, next};
-  last = next;
-  slot = &*next;
-  return {slot, {}};
-}
-
-ElementMap::Entries::iterator ElementMap::LowerBound(std::string_view key) {
-  if (last != entries.end() && last->first < key) {
-    const auto next = std::next(last);
-    if (next == entries.end() || next->first >= key) return next;
+std::size_t ElementMap::SlotOf(std::string_view key, std::uint32_t hashed) const noexcept {
+  const std::size_t mask = slots.size() - 1;
+  std::size_t slot = hashed & mask;
+  for (; slots[slot] != 0; slot = (slot + 1) & mask) {
+    const Entry& entry = entries[slots[slot] - 1];
+    if (entry.hash == hashed && entry.key == key) break;
   }
-  return entries.lower_bound(key);
+  return slot;
+}
+
+ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
+  if (last != 0 && entries[last - 1].key == key) return {entries[last - 1].reference.element, entries[last - 1].hash};
+  const auto hashed = static_cast<std::uint32_t>(hash(key));
+  const std::size_t position = slots.empty() ? 0 : slots[SlotOf(key, hashed)];
+  if (position == 0) return {nullptr, hashed};
+  last = position;
+  return {entries[position - 1].reference.element, hashed};
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
-  OwnedReference reference = NewReference(element);
-  last = entries.emplace_hint(place.next, key, reference.get());
-  RecentSlot(key) = &*last;
-  static_cast<void>(reference.release()); // the map owns it now
+  if ((entries.size() + 1) * 4 > slots.size() * 3) Grow();
+  char* const text = NewText(key.size());
+  std::memcpy(text, key.data(), key.size());
+  Publish(entries.emplace_back(Entry{{text, key.size()}, place.hash, CElementRef(element)}));
 }
 
-ElementMap::NewEntry::NewEntry(ElementMap& map, std::string_view key)
-    : reference(map.NewReference(Ostrum::Element::null)) {
-  Entries single{&map.memory};
-  single.emplace(key, nullptr);
-  node = single.extract(single.begin());
+void ElementMap::Publish(Entry& entry) noexcept {
+  last = entries.size();
+  slots[SlotOf(entry.key, entry.hash)] = static_cast<std::uint32_t>(last);
 }
 
-void ElementMap::Replace(NewEntry&& entry, Ostrum::Element& element) noexcept {
-  entry.reference->element = &element;
-  const Place place = Search(entry.node.key());
-  if (place.entry != nullptr) {
-    DestroyReference()(place.entry->second);
-    place.entry->second = entry.reference.release();
+void ElementMap::Grow() {
+  constexpr std::size_t fewest = 16;
+  std::vector<std::uint32_t> grown(slots.empty() ? fewest : slots.size() * 2);
+  const std::size_t mask = grown.size() - 1;
+  for (std::uint32_t position = 1; position <= entries.size(); ++position) {
+    std::size_t slot = entries[position - 1].hash & mask;
+    while (grown[slot] != 0) slot = (slot + 1) & mask;
+    grown[slot] = position;
+  }
+  slots.swap(grown);
+}
+
+void ElementMap::KeyChain::Prepare() {
+  Abandon();
+  assert(key.size() <= mostLength);
+  if ((map.entries.size() + 1) * 4 > map.slots.size() * 3) map.Grow();
+  if (stored == nullptr) stored = map.NewText(mostLength);
+  std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
+  storedLength = key.size();
+  const auto hash = static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
+  map.entries.push_back({{stored, storedLength}, hash, CElementRef(Ostrum::Element::null)});
+  isPrepared = true;
+}
+
+void ElementMap::KeyChain::Enter(Ostrum::Element& element, bool replaces) noexcept {
+  assert(isPrepared);
+  Entry& entry = map.entries.back();
+  const std::size_t present = map.slots[map.SlotOf(entry.key, entry.hash)];
+  if (present == 0) {
+    entry.reference.element = &element;
+    map.Publish(entry);
+    isPrepared = false;
     return;
   }
-  entry.node.mapped() = entry.reference.release();
-  entries.insert(place.next, std::move(entry.node));
+  if (replaces) map.entries[present - 1].reference = CElementRef(element);
+  Abandon();
 }
 
-// Keys that are in use together differ in length or in their last two bytes.
-ElementMap::Entry*& ElementMap::RecentSlot(std::string_view key) noexcept {
-  if (key.size() < 2) return recent[0];
-  const auto lastByte = static_cast<unsigned char>(key.back());
-  const auto byteBefore = static_cast<unsigned char>(key[key.size() - 2]);
-  return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
+void ElementMap::KeyChain::Abandon() noexcept {
+  if (isPrepared) map.entries.pop_back();
+  isPrepared = false;
 }
 
-Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) {
-  const ElementMap::Entry* const entry = map.Search(key).entry;
-  return entry == nullptr ? nullptr : entry->second->element;
-}
+Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) noexcept { return map.Search(key).element; }
 
 void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element) {
   const ElementMap::Place place = map.Search(key);
-  if (place.entry == nullptr) map.Insert(place, key, element);
+  if (place.element == nullptr) map.Insert(place, key, element);
 }

@@ -92,8 +92,8 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std:
   char idText[bufferSize];
   FormGroupId(path, occurrence, buffer, idText);
   const std::string_view id(idText);
-  const ElementMap::Place place = record.elementMap->Search(id); // one descent, for the insertion too
-  if (place.entry != nullptr) {
+  const ElementMap::Place place = record.elementMap->Search(id);
+  if (place.element != nullptr) {
     buffer.Set(idText);
     if (buffer.capacity != 0) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;

@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
 
 // A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind the zero is not
@@ -45,11 +47,13 @@ class OpenDocument {
   // The group below a parent, "" for none; group receives its ID.
   std::uint32_t OpenGroup(const char* path, const char* parent, QueryText& group) const {
     SetParent(parent, group);
-    return OpenXMLGroup(list, cookie, path, group.Buffer(), QueryText::size);
+    const std::uint32_t code = OpenXMLGroup(list, cookie, path, group.Buffer(), QueryText::size);
+    return NamesRootAlone(path, 1, parent, group) ? std::uint32_t{XmlNotFound} : code;
   }
   std::uint32_t EnumGroup(const char* path, std::uint32_t occurrence, const char* parent, QueryText& group) const {
     SetParent(parent, group);
-    return EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
+    const std::uint32_t code = EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
+    return NamesRootAlone(path, occurrence, parent, group) ? std::uint32_t{XmlNotFound} : code;
   }
   std::uint32_t Read(const char* group, const QueryItem& item, QueryText& value) const {
     return GetXMLItem(list, cookie, group, item.name, item.type, item.attribute, item.type, value.Buffer(),
@@ -61,6 +65,20 @@ class OpenDocument {
   }
 
  private:
+  // A path of one name that begins with the root's, "ProductPackage" in a document whose root is "Product", names the root
+  // alone: its answer is the path itself, for every occurrence, and a loop over occurrences would never end.
+  bool NamesRootAlone(const char* path, std::uint32_t occurrence, const char* parent, const QueryText& group) const {
+    if (std::strcmp(group.Text(), path) != 0) return false;
+    const bool isOpenedGroup = occurrence <= 1 && *parent == '\0' && !BeginsWithRoot(path);
+    return !isOpenedGroup;
+  }
+  bool BeginsWithRoot(std::string_view path) const {
+    for (const XmlFileRecord* record = list == nullptr ? nullptr : list->head; record != nullptr;
+         record = record->next) {
+      if (record->cookie == cookie) return path.starts_with(record->document->GetRoot().GetName());
+    }
+    return false;
+  }
   static void SetParent(const char* parent, QueryText& group) noexcept {
     std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1); // the ID of a group here, which always fits
   }

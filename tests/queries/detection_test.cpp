@@ -132,4 +132,24 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
   EXPECT_EQ(EnumDetectionInfo(document.list, &unknown, position, &info), 3U);
 }
 
+// A path of one name that begins with the root's names the root alone, whatever the occurrence: a walk must end all the same.
+TEST(DetectionQueries, EndWhateverTheRootIsCalled) {
+  const std::string package =
+      Package("P", Detection("A", "1") + Language("A", "v", "<PackageType>T</PackageType>" + settings));
+  const struct {
+    std::string root;
+    std::uint32_t walked, found;
+  } cases[] = {{"Product", 3, 3}, {"ProductPackage", 3, 0}, {"ProductDetection", 3, 3}, {"Lang", 3, 3},
+               {"Set", 0, 0},     {"ExtraSettings", 0, 0}};
+  for (const auto& [root, walked, found] : cases) {
+    SCOPED_TRACE(root);
+    const std::string begin = "<" + root + ">", end = "</" + root + ">";
+    const TestDocument document(begin + Detection("A", "1") + Language("A", "v") + package + end);
+    EXPECT_EQ(Walk(document), walked == 0 ? "0:1,P,,W-1,,A,T,,v@112\n3:,,,,,,,,@111\n" : "3:,,,,,,,,@111\n");
+    const TestDocument nested(begin + "<Catalog>" + package + "</Catalog>" + end);
+    DetectionInfo info;
+    EXPECT_EQ(GetDetectionInfo(nested.list, &nested.cookie, "A", "P", "T", &info), found);
+  }
+}
+
 } // namespace

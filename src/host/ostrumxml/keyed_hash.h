@@ -2,6 +2,7 @@
 #define TARVIK_HOST_OSTRUMXML_KEYED_HASH_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -15,25 +16,14 @@ class KeyedHash {
   KeyedHash() noexcept; // draws the key
 
   std::uint64_t operator()(std::string_view text) const noexcept {
-    State state{key0 ^ 0x736f6d6570736575U, key1 ^ 0x646f72616e646f6dU, key0 ^ 0x6c7967656e657261U,
-                key1 ^ 0x7465646279746573U};
-    const std::uint64_t length = std::uint64_t{text.size()} << 56;
-    std::uint64_t word = 0;
-    for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
-      std::memcpy(&word, text.data(), sizeof word);
-      state.Mix(word);
-    }
-    word = 0;
-    if (!text.empty()) std::memcpy(&word, text.data(), text.size());
-    state.Mix(word | length);
-    state.v2 ^= 0xff;
-    for (int round = 0; round < 3; ++round) state.Round();
-    return state.v0 ^ state.v1 ^ state.v2 ^ state.v3;
+    State state = Start();
+    return Continue(state, text);
   }
 
- private:
+  // For texts each of which begins with the one before: hashing the next costs no more than what it adds.
   struct State {
     std::uint64_t v0, v1, v2, v3;
+    std::size_t taken; // bytes of the text, in whole words
 
     void Mix(std::uint64_t word) noexcept {
       v3 ^= word;
@@ -53,7 +43,27 @@ class KeyedHash {
       v2 = std::rotl(v2, 32);
     }
   };
+  State Start() const noexcept {
+    return {key0 ^ 0x736f6d6570736575U, key1 ^ 0x646f72616e646f6dU, key0 ^ 0x6c7967656e657261U,
+            key1 ^ 0x7465646279746573U, 0};
+  }
+  static std::uint64_t Continue(State& state, std::string_view text) noexcept {
+    std::uint64_t word = 0;
+    for (; text.size() - state.taken >= sizeof word; state.taken += sizeof word) {
+      std::memcpy(&word, text.data() + state.taken, sizeof word);
+      state.Mix(word);
+    }
+    State end = state;
+    const std::string_view rest = text.substr(state.taken);
+    word = 0;
+    if (!rest.empty()) std::memcpy(&word, rest.data(), rest.size());
+    end.Mix(word | std::uint64_t{text.size()} << 56);
+    end.v2 ^= 0xff;
+    for (int round = 0; round < 3; ++round) end.Round();
+    return end.v0 ^ end.v1 ^ end.v2 ^ end.v3;
+  }
 
+ private:
   std::uint64_t key0;
   std::uint64_t key1;
 };
