@@ -1,69 +1,74 @@
-// The memory that an open document holds.
+// The memory that an open document holds, and the most it took while it was opened.
 #include <malloc.h>
-#include <unistd.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-
+#include "alone.h"
 #include "catalog.h"
 #include "open_catalog.h"
 #include "works.h"
 
 namespace {
 
-// In bytes. Blocks are not counted at the allocator, since it does not know of those that a library maps itself.
-struct Memory {
-  std::size_t resident; // of the process, in the machine's memory
-  std::size_t needed;   // the same once the allocator gave back what it kept for later
-};
+constexpr std::uint32_t names = 1'000'000;
 
-std::size_t Resident() {
-  std::size_t pages = 0;
-  std::size_t residentPages = 0;
-  std::ifstream("/proc/self/statm") >> pages >> residentPages;
-  return residentPages * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-}
-
+// Blocks are not counted at the allocator, since it does not know of those that a library maps itself.
 template <class Catalog>
-Memory HeldBy(const std::string& file) {
+Figures HeldBy(const std::string& file) {
   const std::size_t before = Resident();
   const Catalog catalog(file);
   const std::size_t resident = Resident();
-  malloc_trim(0);
-  return {resident - before, Resident() - before};
+  const std::size_t most = MostResident();
+  malloc_trim(0); // what the allocator only kept for later goes back
+  return {static_cast<double>(resident - before), static_cast<double>(Resident() - before),
+          static_cast<double>(most - before)};
 }
 
-Memory AskOtherProcess(const char* library, const std::string& file) {
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
-  const std::string command = "'" + program + "' --held-memory " + library + " '" + file + "'";
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> answer(popen(command.c_str(), "r"), &pclose);
-  Memory memory{};
-  Require(answer != nullptr && std::fscanf(answer.get(), "%zu %zu", &memory.resident, &memory.needed) == 2,
-          "no answer about the memory held");
-  return memory;
+void MeasureCatalog(benchmark::State& state, const std::string& library, const std::string& file, std::size_t size) {
+  Figures figures;
+  for (auto _ : state) figures = RunAlone("hold", {library, file});
+  state.counters["resident"] = figures[0];
+  state.counters["needed"] = figures[1];
+  state.counters["most"] = figures[2];
+  state.counters["file"] = static_cast<double>(size);
+}
+
+// The names of elements, each of seven digits, all different or all the same.
+std::string Elements(bool different) {
+  std::string text = "<r>";
+  for (std::uint32_t i = 0; i < names; ++i) {
+    text += "<e" + std::to_string(1'000'000 + (different ? i : 0)) + "/>";
+  }
+  return text + "</r>";
+}
+
+void MeasureNames(benchmark::State& state, const std::string& different, const std::string& same) {
+  double more = 0;
+  for (auto _ : state) more = RunAlone("hold", {"tarvik", different})[1] - RunAlone("hold", {"tarvik", same})[1];
+  state.counters["more"] = more;
+  state.counters["names"] = names;
 }
 
 } // namespace
 
-void PrintHeldMemory(std::string_view library, const std::string& file) {
-  Memory memory{};
-  if (library == "tarvik") memory = HeldBy<TarvikCatalog>(file);
-  if (library == "pugixml") memory = HeldBy<PugiCatalog>(file);
-  if (library == "tinyxml2") memory = HeldBy<TinyCatalog>(file);
-  if (library == "libxml2") memory = HeldBy<LibXml2Catalog>(file);
-  std::printf("%zu %zu\n", memory.resident, memory.needed);
+Figures HoldCatalog(const std::vector<std::string>& arguments) {
+  const std::string& library = arguments.at(0);
+  const std::string& file = arguments.at(1);
+  if (library == "pugixml") return HeldBy<PugiCatalog>(file);
+  if (library == "tinyxml2") return HeldBy<TinyCatalog>(file);
+  if (library == "libxml2") return HeldBy<LibXml2Catalog>(file);
+  return HeldBy<TarvikCatalog>(file);
 }
 
 void RegisterHeldMemory(const WorkFolder& folder) {
-  const std::string file = folder.Write("memory-10MB.xml", MakeCatalogOfSize(10'000'000));
+  const std::string catalog = MakeCatalogOfSize(10'000'000);
+  const std::string file = folder.Write("memory-10MB.xml", catalog);
   for (const char* library : {"tarvik", "pugixml", "tinyxml2", "libxml2"}) {
-    const auto measure = [library, file](benchmark::State& state) {
-      Memory memory{};
-      for (auto _ : state) memory = AskOtherProcess(library, file);
-      state.counters["resident"] = static_cast<double>(memory.resident);
-      state.counters["needed"] = static_cast<double>(memory.needed);
+    const auto measure = [library, file, size = catalog.size()](benchmark::State& state) {
+      MeasureCatalog(state, library, file, size);
     };
     benchmark::RegisterBenchmark((std::string("held_memory/10MB/") + library).c_str(), measure)->Iterations(1);
   }
+  const std::string different = folder.Write("names.xml", Elements(true));
+  const std::string same = folder.Write("same-names.xml", Elements(false));
+  const auto measure = [different, same](benchmark::State& state) { MeasureNames(state, different, same); };
+  benchmark::RegisterBenchmark("distinct_names", measure)->Iterations(1);
 }

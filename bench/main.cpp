@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "alone.h"
 #include "works.h"
 
 namespace {
@@ -16,13 +17,15 @@ void RunAll() {
   RegisterReadItem(folder);
   RegisterFileList(folder);
   RegisterDetectionWalk(folder);
-  RegisterSetAndSave(folder, "disk");
+  RegisterBeyondAscii(folder);
+  RegisterSetAndSave(folder, "0.1MB", "disk");
   RegisterLogCost(folder);
+  RegisterShapes(folder);
 
   std::unique_ptr<WorkFolder> inMemory;
   if (const char* memoryFiles = "/dev/shm"; std::filesystem::is_directory(memoryFiles)) {
     inMemory = std::make_unique<WorkFolder>(memoryFiles);
-    RegisterSetAndSave(*inMemory, "memory");
+    for (const char* size : {"0.1MB", "10MB"}) RegisterSetAndSave(*inMemory, size, "memory");
   }
   benchmark::RunSpecifiedBenchmarks();
   benchmark::ClearRegisteredBenchmarks();
@@ -33,8 +36,8 @@ void RunAll() {
 // Takes Google Benchmark's options.
 int main(int argc, char** argv) try {
   xmlInitParser();
-  if (argc == 4 && std::string_view(argv[1]) == "--held-memory") {
-    PrintHeldMemory(argv[2], argv[3]);
+  if (argc > 2 && std::string_view(argv[1]) == "--alone") {
+    WorkAlone(argv[2], {argv + 3, argv + argc});
     return 0;
   }
   benchmark::Initialize(&argc, argv);

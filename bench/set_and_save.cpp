@@ -1,10 +1,13 @@
 // Setting one item of a document and saving it, so that the file is whole at every moment.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <pugixml.hpp>
 #include <string>
 
+#include "alone.h"
 #include "catalog.h"
 #include "open_catalog.h"
 #include "works.h"
@@ -16,7 +19,14 @@ void SetByTarvik(const TarvikCatalog& catalog, const char* value) {
           "the item was not set");
 }
 
-// Writes a temporary file beside the old one, flushes it to the disk and puts it in the old one's place.
+// Of the folder, so that the new name stays after a loss of power.
+void FlushFolderOf(const std::string& file) {
+  const int folder = open(std::filesystem::path(file).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  Require(folder >= 0 && fsync(folder) == 0, "the folder was not flushed");
+  close(folder);
+}
+
+// Writes a temporary file beside the old one, flushes it to the disk, puts it in the old one's place and flushes the folder.
 void SaveByHand(const pugi::xml_document& document, const std::string& file) {
   const std::string temporary = file + ".new";
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(temporary.c_str(), "wb"), &std::fclose);
@@ -25,6 +35,7 @@ void SaveByHand(const pugi::xml_document& document, const std::string& file) {
   document.save(writer, "  ");
   Require(std::fflush(stream.get()) == 0 && fsync(fileno(stream.get())) == 0, "the file was not written");
   Require(std::rename(temporary.c_str(), file.c_str()) == 0, "the file was not replaced");
+  FlushFolderOf(file);
 }
 
 void SetByHand(PugiCatalog& catalog, const std::string& file, const char* value) {
@@ -48,16 +59,24 @@ void Measure(benchmark::State& state, Set set) {
 
 } // namespace
 
-void RegisterSetAndSave(const WorkFolder& folder, const char* place) {
-  const std::string text = MakeCatalogOfSize(100'000);
-  const std::string tarvikFile = folder.Write("set-by-tarvik.xml", text);
-  const std::string pugiFile = folder.Write("set-by-pugixml.xml", text);
+Figures SaveOften(const std::vector<std::string>& arguments) {
+  const WorkFolder folder(std::filesystem::temp_directory_path());
+  const TarvikCatalog catalog(folder.Write("save.xml", MakeCatalogOfSize(100'000)));
+  const unsigned long count = std::stoul(arguments.at(0));
+  for (unsigned long i = 0; i < count; ++i) SetByTarvik(catalog, i % 2 == 0 ? "PRODUCT_A" : "PRODUCT_B");
+  return {static_cast<double>(count)};
+}
+
+void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place) {
+  const std::string text = MakeCatalogOfSize(static_cast<std::size_t>(std::stod(size) * 1e6)); // "0.1MB"
+  const std::string tarvikFile = folder.Write(std::string("set-by-tarvik-") + size + ".xml", text);
+  const std::string pugiFile = folder.Write(std::string("set-by-pugixml-") + size + ".xml", text);
   SetByTarvik(TarvikCatalog(tarvikFile), "PRODUCT_C");
   PugiCatalog pugi(pugiFile);
   SetByHand(pugi, pugiFile, "PRODUCT_C");
   Require(TextOf(tarvikFile) == "PRODUCT_C" && TextOf(pugiFile) == "PRODUCT_C", "another text was saved");
 
-  const std::string work = std::string("set_and_save/0.1MB/") + place;
+  const std::string work = std::string("set_and_save/") + size + "/" + place;
   benchmark::RegisterBenchmark((work + "/tarvik").c_str(),
                                [tarvikFile](benchmark::State& state) {
                                  const TarvikCatalog catalog(tarvikFile);

@@ -14,13 +14,11 @@ void RegisterHeldMemory(const WorkFolder& folder);
 void RegisterReadItem(const WorkFolder& folder);
 void RegisterFileList(const WorkFolder& folder);
 void RegisterDetectionWalk(const WorkFolder& folder);
-// place: "disk" or "memory", where the folder's files live.
-void RegisterSetAndSave(const WorkFolder& folder, const char* place);
+void RegisterBeyondAscii(const WorkFolder& folder);
+void RegisterShapes(const WorkFolder& folder); // which must outlive the run
+// size: of the document, as shown; place: "disk" or "memory", where the folder's files live.
+void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place);
 void RegisterLogCost(const WorkFolder& folder);
-
-// Opens the file with that library and writes, to standard output, how much memory the open document holds. For a process of
-// its own, so that nothing done before counts.
-void PrintHeldMemory(std::string_view library, const std::string& file);
 
 // Times only the given part of an iteration, in processor time. For benchmarks registered with UseManualTime().
 template <class Work>

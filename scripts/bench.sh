@@ -17,6 +17,16 @@ build=build/bench
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF >/dev/null
 cmake --build "$build" --target tarvik-bench >/dev/null
 
+# The same on every run, whatever else the machine does. What comes before the first save goes out by the difference.
+instructions_of_a_save() {
+  local count collected=()
+  for count in 10 110; do
+    collected+=("$(valgrind --tool=callgrind --callgrind-out-file=/dev/null "$build/bin/tarvik-bench" --alone save "$count" 2>&1 |
+      sed -n 's/.*Collected : //p')")
+  done
+  echo $(((collected[1] - collected[0]) / 100))
+}
+
 results="$build/results.json"
 options=(--benchmark_out="$results" --benchmark_out_format=json)
 if "$smoke"; then
@@ -26,5 +36,5 @@ else
   # Repetitions of all benchmarks in turn, so that what else the machine does meanwhile meets all of them alike.
   "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.2 --benchmark_repetitions=9 \
     --benchmark_enable_random_interleaving=true >/dev/null
-  python3 bench/report.py "$results" docs/performance.md docs/performance.svg
+  python3 bench/report.py "$results" docs/performance.md docs/performance.svg "$(instructions_of_a_save)"
 fi
