@@ -58,7 +58,18 @@ void AppendWide(char32_t character, std::wstring& wide) {
 
 } // namespace
 
-bool IsAscii(std::string_view text) noexcept { return AsciiPrefix(text) == text.size(); }
+bool IsAscii(std::string_view text) noexcept {
+  constexpr std::uint64_t highBits = 0x8080808080808080U;
+  std::uint64_t word = 0;
+  if (text.size() >= 64) text.remove_prefix(AsciiPrefix(text));
+  for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+    std::memcpy(&word, text.data(), sizeof word);
+    if ((word & highBits) != 0) return false;
+  }
+  word = 0;
+  if (!text.empty()) std::memcpy(&word, text.data(), text.size());
+  return (word & highBits) == 0;
+}
 
 bool IsUtf8(std::string_view text) noexcept {
   for (;;) {
