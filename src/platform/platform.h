@@ -1,5 +1,5 @@
 // What every system must supply: the contract of the platform layer. Each system has its own implementation in a folder
-// beside this header (posix/, windows/), and the build picks one. Nothing here logs.
+// beside this header (posix/, windows/), and the build picks one. Files are in a header of their own. Nothing here logs.
 #ifndef TARVIK_PLATFORM_PLATFORM_H
 #define TARVIK_PLATFORM_PLATFORM_H
 
@@ -69,26 +69,6 @@ void PreferLargePages(void* memory, std::size_t size) noexcept;
 // Tells the allocator that memory in megabytes comes and goes, so that it keeps what is given back for the next time
 // instead of returning it to the system page by page.
 void ExpectLargeAllocations() noexcept;
-
-// Files
-
-enum class ReadStatus {
-  Done,
-  Missing,    // no file of that name
-  Unreadable, // permission, a folder or another thing that is no regular file, an I/O error
-  TooLong,    // more bytes than the limit
-};
-
-// Reads the whole file into bytes. A file that changes its size meanwhile gives what was read until its end.
-// Throws std::bad_alloc; bytes is then of unspecified content.
-ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes);
-
-// Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The
-// new bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions
-// and replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused.
-// Throws std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary
-// file stays.
-void ReplaceWholeFile(const wchar_t* name, std::string_view bytes);
 
 // Authenticated encryption: AES-256-GCM
 
