@@ -79,13 +79,15 @@ inline constexpr std::size_t cipherTagSize = 16;
 // Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
 bool FillRandom(void* target, std::size_t size) noexcept;
 
-// Writes size bytes of ciphertext and the tag. header is authenticated, not enciphered. False on failure.
-bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) noexcept;
+// Both throw std::bad_alloc, which is all that can go wrong with the cipher itself: it depends on no configuration.
+//
+// Writes size bytes of ciphertext and the tag. header is authenticated, not encrypted.
+void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
+                std::uint8_t* cipher, std::uint8_t* tag);
 // Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without
 // meaning.
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) noexcept;
+                const std::uint8_t* tag, std::uint8_t* plain);
 
 } // namespace platform
 
