@@ -102,18 +102,19 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
     FileStatus status{};
     FileDescriptor file = OpenReplaceable(name, status);
     if (!file.IsOpen() || TryLock(file.Number())) {
-      // Whoever had the lock before put another file in the place of the one that is locked now.
       Place place = FollowLinks(name);
-      const bool isStillThere =
-          file.IsOpen() ? place.status && place.status->st_dev == status.st_dev && place.status->st_ino == status.st_ino
-                        : !place.status;
-      system->original = std::move(file);
-      system->place = std::move(place);
-      if (isStillThere) break;
+      // Whoever had the lock before put another file in the place of the one that is locked now.
+      const bool isThere =
+          place.status && place.status->st_dev == status.st_dev && place.status->st_ino == status.st_ino;
+      if (isThere == file.IsOpen() && isThere == place.status.has_value()) {
+        if (isThere) system->state = StateOf(*place.status);
+        system->original = std::move(file);
+        system->place = std::move(place);
+        return;
+      }
     }
     if (std::chrono::steady_clock::now() >= end) ThrowSystemFailure("another program holds the file's lock", ETIMEDOUT);
   }
-  if (system->place.status) system->state = StateOf(*system->place.status);
 }
 
 LockedFile::~LockedFile() = default;
