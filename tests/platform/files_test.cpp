@@ -56,28 +56,6 @@ TEST(FilesTest, AnEditRightBehindASaveIsSeenThoughTheSizeIsTheSame) {
   }
 }
 
-TEST(FilesTest, OneOfTwoThatMakeAMissingFileMustLookAgain) {
-  const TempFolder folder;
-  const fs::path name = folder.Name("file");
-  LockedFile first(name);
-  LockedFile second(name);
-  EXPECT_FALSE(first.State() || second.State());
-  EXPECT_TRUE(second.Replace("second", 0600));
-  EXPECT_FALSE(first.Replace("first", 0600));
-  EXPECT_EQ(folder.Read("file"), "second");
-  EXPECT_EQ(folder.FileCount(), 1);
-}
-
-TEST(FilesTest, NamesAreAbsolute) {
-  const TempFolder folder;
-  const fs::path before = fs::current_path();
-  fs::current_path(folder.Path());
-  const fs::path name = platform::AbsoluteFileName("file", L"file");
-  fs::current_path(before);
-  EXPECT_TRUE(fs::equivalent(name.parent_path(), folder.Path()));
-  EXPECT_EQ(platform::AbsoluteFileName(name.string().c_str(), name.wstring().c_str()), name);
-}
-
 TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   const TempFolder folder;
   fs::create_directory(folder.Path() / "folder");

@@ -1,14 +1,10 @@
-// Replacing saves on POSIX systems: links, locks, what the new file takes over, and writers that are killed.
-#include <fcntl.h>
+// Replacing saves on POSIX systems: links, and what the new file takes over.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstring>
-#include <thread>
 
 #include "platform/files.h"
 #include "support/temp_folder.h"
@@ -76,49 +72,6 @@ TEST(PosixFilesTest, WhoMayDoWhatIsTakenOver) {
   EXPECT_TRUE(!hasAttributes || HasList(name, "user.of-mine"));
 }
 
-// Takes a lock, lets the work run for a while, and gives the lock back.
-void WhileLocked(const fs::path& name, int command, std::chrono::milliseconds while_) {
-  const int file = open(name.c_str(), O_RDWR | O_CLOEXEC);
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  EXPECT_EQ(fcntl(file, command, &lock), 0);
-  std::this_thread::sleep_for(while_);
-  close(file);
-}
-
-TEST(PosixFilesTest, ALockIsWaitedForUnlessItIsTheProcesssOwn) {
-  using std::chrono::milliseconds;
-  const TempFolder folder;
-  const fs::path name = folder.Write("file", "old");
-  const auto timeToReplace = [&](int command, milliseconds held) {
-    std::thread holder([&] { WhileLocked(name, command, held); });
-    std::this_thread::sleep_for(milliseconds(50));
-    const auto start = std::chrono::steady_clock::now();
-    try {
-      Replace(name, "new");
-    } catch (const std::system_error&) {
-    }
-    const auto end = std::chrono::steady_clock::now();
-    holder.join();
-    return end - start;
-  };
-  EXPECT_LT(timeToReplace(F_SETLK, milliseconds(500)), milliseconds(300)) << "the process's own";
-  EXPECT_GT(timeToReplace(F_OFD_SETLK, milliseconds(500)), milliseconds(300));
-  EXPECT_EQ(folder.Read("file"), "new");
-  folder.Write("file", "old");
-  EXPECT_GT(timeToReplace(F_OFD_SETLK, milliseconds(11'000)), milliseconds(9'000));
-  EXPECT_EQ(folder.Read("file"), "old");
-  // Another process's lock of the classical kind.
-  const pid_t holder = fork();
-  if (holder == 0) {
-    WhileLocked(name, F_SETLK, milliseconds(300));
-    _exit(0);
-  }
-  std::this_thread::sleep_for(milliseconds(100));
-  Replace(name, "new");
-  EXPECT_EQ(waitpid(holder, nullptr, WNOHANG), holder) << "it was not waited for";
-}
-
 TEST(PosixFilesTest, WhatTheUserMayNotWriteIsRefusedThoughTheFolderAllowsIt) {
   constexpr uid_t nobody = 65534;
   const TempFolder folder;
@@ -137,32 +90,6 @@ TEST(PosixFilesTest, WhatTheUserMayNotWriteIsRefusedThoughTheFolderAllowsIt) {
   platform::FileState state;
   EXPECT_THROW(Replace(folder.Name("pipe"), "new"), std::runtime_error);
   EXPECT_EQ(platform::ReadWholeFile(folder.Name("pipe"), SIZE_MAX, bytes, state), platform::ReadStatus::Unreadable);
-}
-
-TEST(PosixFilesTest, AReaderSeesOneVersionWholeWheneverTheWriterIsKilled) {
-  const TempFolder folder;
-  const std::string versions[] = {std::string(100000, 'a'), std::string(70000, 'b')};
-  const fs::path name = folder.Write("file", versions[0]);
-  int seen[2] = {};
-  int round = 0;
-  // However busy the machine is, both versions are seen in the end.
-  for (; round < 20 || seen[0] == 0 || seen[1] == 0; ++round) {
-    const pid_t writer = fork();
-    ASSERT_GE(writer, 0);
-    if (writer == 0) {
-      for (unsigned i = 1;; ++i) Replace(name, versions[i % 2]);
-    }
-    for (int reads = 0; reads <= round + 1; ++reads) {
-      const std::string bytes = folder.Read("file");
-      ASSERT_TRUE(bytes == versions[0] || bytes == versions[1]);
-      ++seen[bytes == versions[1]];
-      if (reads != round) continue; // the last one reads what a killed writer left
-      ASSERT_EQ(kill(writer, SIGKILL), 0);
-      ASSERT_EQ(waitpid(writer, nullptr, 0), writer);
-    }
-  }
-  // Only who died between giving the new file a name and renaming it left one.
-  EXPECT_LE(folder.FileCount(), 1 + round / 4);
 }
 
 } // namespace

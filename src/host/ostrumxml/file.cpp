@@ -14,19 +14,6 @@ namespace {
 
 void Log(const wchar_t* line) noexcept { corekit::logDetail(L"ostrumxml", line); }
 
-// Null where the text is not well-formed, which leaves nothing to merge with. What is refused for another reason may well be
-// a document.
-std::unique_ptr<Document> ParseAgain(std::string&& text) {
-  const auto length = static_cast<int>(text.size());
-  PARSER_ERROR error = NO_PARSER_ERROR;
-  int line = 0;
-  int column = 0;
-  std::unique_ptr<Document> parsed(ParseXML(std::move(text), length, error, line, column));
-  if (parsed || IsIllFormed(error)) return parsed;
-  if (error == NO_PARSER_MEMORY) throw std::bad_alloc();
-  throw std::runtime_error("the file holds a document by now that is refused");
-}
-
 } // namespace
 
 long DocumentFile::ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
@@ -77,27 +64,21 @@ void DocumentFile::Save(Document& document) {
   const std::string own = document.GenerateXML(false);
   for (;;) {
     platform::LockedFile file(name);
-    std::string merged;
-    const std::string* text = &own;
-    if (!IsAsLeft(file)) {
-      if (const auto theirs = ReadAgain(file, document)) {
-        CarryOutOn(*theirs);
-        merged = theirs->GenerateXML(false);
-        text = &merged;
-      } else {
-        Log(L"The file was not well-formed any more: the document was written over it");
-      }
-    }
-    const bool isOwn = text == &own || merged == own;
+    const bool isAsLeft = IsAsLeft(file);
+    const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
+    if (theirs) CarryOutOn(*theirs);
+    const std::string merged = theirs ? theirs->GenerateXML(false) : std::string();
+    const std::string& text = theirs ? merged : own;
     std::string encrypted;
-    if (encrypt != nullptr && !encrypt(*text, encrypted)) throw std::runtime_error("cannot encrypt the document");
+    if (encrypt != nullptr && !encrypt(text, encrypted)) throw std::runtime_error("cannot encrypt the document");
     // Another program may have made a file that was gone.
-    if (!file.Replace(encrypt != nullptr ? encrypted : *text, lastSeen.permissions)) continue;
+    if (!file.Replace(encrypt != nullptr ? encrypted : text, lastSeen.permissions)) continue;
 
     lastSeen = *file.State();
-    holdsOwnText = isOwn;
+    holdsOwnText = !theirs || merged == own;
     waiting.clear();
-    if (!isOwn) Log(L"The save was merged with what another program had written to the file");
+    if (!isAsLeft && !theirs) Log(L"The file was not well-formed any more: the document was written over it");
+    if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
     return file.FlushFolder();
   }
 }
@@ -108,7 +89,8 @@ bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
   return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-// Null where there is nothing to merge with. Throws when the file is another's.
+// Null where there is nothing to merge with. Throws when the file is another's; what is refused for another reason than that it
+// is not well-formed may well be a document, too.
 std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file, Document& document) const {
   std::string bytes;
   if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done) throw std::runtime_error("cannot read the file again");
@@ -118,8 +100,14 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
   if (Decode(std::move(bytes), text, encoding) != ReadDone) {
     throw std::runtime_error("the file holds by now what can't be decrypted or is no text");
   }
-  std::unique_ptr<Document> theirs = ParseAgain(std::move(text));
-  if (theirs && theirs->GetRoot().GetName() != document.GetRoot().GetName()) {
+  const auto length = static_cast<int>(text.size());
+  PARSER_ERROR error = NO_PARSER_ERROR;
+  int line = 0;
+  int column = 0;
+  std::unique_ptr<Document> theirs(ParseXML(std::move(text), length, error, line, column));
+  if (error == NO_PARSER_MEMORY) throw std::bad_alloc();
+  if (IsIllFormed(error)) return nullptr;
+  if (!theirs || theirs->GetRoot().GetName() != document.GetRoot().GetName()) {
     throw std::runtime_error("the file holds another document by now");
   }
   return theirs;

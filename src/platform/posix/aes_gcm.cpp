@@ -12,10 +12,7 @@ namespace {
 
 template <auto release>
 struct Releaser {
-  template <class Owned>
-  void operator()(Owned* owned) const noexcept {
-    release(owned);
-  }
+  void operator()(auto* owned) const noexcept { release(owned); }
 };
 template <class Owned, auto release>
 using Owner = std::unique_ptr<Owned, Releaser<release>>;
@@ -43,61 +40,48 @@ class Algorithm {
                                                      : nullptr};
 };
 
-// One text on its way through the cipher.
-class Passage {
- public:
-  // The tag is 16 bytes and the nonce 12, which are the cipher's defaults.
-  Passage(const std::uint8_t* key, const std::uint8_t* nonce, bool seal) {
-    const EVP_CIPHER* const algorithm = Algorithm::Get();
-    Require(context && EVP_CipherInit_ex2(context.get(), algorithm, key, nonce, seal ? 1 : 0, nullptr) == 1);
-  }
-
-  // Runs source through the cipher. A null target authenticates it only. Lengths are int there, so it goes in pieces.
-  void Update(std::uint8_t* target, std::string_view source) {
-    constexpr std::size_t longestPiece = std::size_t{1} << 30;
-    while (!source.empty()) {
-      const std::size_t piece = std::min(source.size(), longestPiece);
-      int written = 0;
-      const auto* const bytes = reinterpret_cast<const unsigned char*>(source.data());
-      Require(EVP_CipherUpdate(context.get(), target, &written, bytes, static_cast<int>(piece)) == 1);
-      if (target != nullptr) target += piece;
-      source.remove_prefix(piece);
-    }
-  }
-
-  void Control(int command, std::uint8_t* tag) {
-    Require(EVP_CIPHER_CTX_ctrl(context.get(), command, static_cast<int>(cipherTagSize), tag) == 1);
-  }
-
-  // The mode has no padding: nothing is written any more, but the tag is made or checked. False when it does not match.
-  bool Finish() noexcept {
-    std::uint8_t nothing[1];
+// Runs source through the cipher. A null target authenticates it only. Lengths are int there, so it goes in pieces.
+void Update(EVP_CIPHER_CTX* context, std::uint8_t* target, std::string_view source) {
+  constexpr std::size_t longestPiece = std::size_t{1} << 30;
+  while (!source.empty()) {
+    const std::size_t piece = std::min(source.size(), longestPiece);
     int written = 0;
-    return EVP_CipherFinal_ex(context.get(), nothing, &written) == 1;
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(source.data());
+    Require(EVP_CipherUpdate(context, target, &written, bytes, static_cast<int>(piece)) == 1);
+    if (target != nullptr) target += piece;
+    source.remove_prefix(piece);
   }
+}
 
- private:
-  Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> context{EVP_CIPHER_CTX_new()};
-};
+// Makes the tag or checks it; false when it does not match. The nonce has the cipher's default length.
+bool Run(bool seal, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
+         std::string_view source, std::uint8_t* target, std::uint8_t* tag) {
+  const Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> owner(EVP_CIPHER_CTX_new());
+  EVP_CIPHER_CTX* const context = owner.get();
+  Require(context != nullptr);
+  Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, nonce, seal ? 1 : 0, nullptr) == 1);
+  Update(context, nullptr, header);
+  Update(context, target, source);
+  const auto passTag = [&](int command) { Require(EVP_CIPHER_CTX_ctrl(context, command, cipherTagSize, tag) == 1); };
+  if (!seal) passTag(EVP_CTRL_AEAD_SET_TAG);
+  std::uint8_t nothing[1]; // the mode has no padding
+  int written = 0;
+  const bool matches = EVP_CipherFinal_ex(context, nothing, &written) == 1;
+  Require(matches || !seal);
+  if (seal) passTag(EVP_CTRL_AEAD_GET_TAG);
+  return matches;
+}
 
 } // namespace
 
 void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
                 std::uint8_t* cipher, std::uint8_t* tag) {
-  Passage sealing(key, nonce, true);
-  sealing.Update(nullptr, header);
-  sealing.Update(cipher, plain);
-  if (!sealing.Finish()) throw std::bad_alloc();
-  sealing.Control(EVP_CTRL_AEAD_GET_TAG, tag);
+  Run(true, key, nonce, header, plain, cipher, tag);
 }
 
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
                 const std::uint8_t* tag, std::uint8_t* plain) {
-  Passage opening(key, nonce, false);
-  opening.Update(nullptr, header);
-  opening.Update(plain, cipher);
-  opening.Control(EVP_CTRL_AEAD_SET_TAG, const_cast<std::uint8_t*>(tag));
-  return opening.Finish();
+  return Run(false, key, nonce, header, cipher, plain, const_cast<std::uint8_t*>(tag));
 }
 
 } // namespace platform

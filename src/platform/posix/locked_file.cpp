@@ -71,9 +71,8 @@ int Lock(int file, int command, struct flock& lock, short type) noexcept {
 bool TryLock(int file) {
   struct flock lock {};
   if (Lock(file, F_OFD_SETLK, lock, F_WRLCK) == 0) return true;
-  const bool isHeld = errno == EAGAIN || errno == EACCES;
-  if (!isHeld && (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL)) return true;
-  if (!isHeld) ThrowSystemFailure("cannot lock the file");
+  if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL) return true; // there are no locks
+  if (errno != EAGAIN && errno != EACCES) ThrowSystemFailure("cannot lock the file");
   // A lock of this process as a whole is the host's own. Threads then exclude each other by the other kind of lock.
   if (Lock(file, F_OFD_GETLK, lock, F_WRLCK) != 0 || lock.l_type == F_UNLCK || lock.l_pid != getpid()) return false;
   return Uninterrupted([&] { return flock(file, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
@@ -126,26 +125,19 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
 }
 
 bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
-  using Naming = TemporaryFile::Naming;
   const Place& place = system->place;
-  for (const auto kind : {TemporaryFile::Kind::Unnamed, TemporaryFile::Kind::Named}) {
-    TemporaryFile made(place.folder, kind);
+  for (bool named = false;; named = true) {
+    TemporaryFile made(place.folder, named);
     made.Write(bytes);
-    if (place.status) {
-      made.TakeOver(system->original.Number(), *place.status);
-    } else {
-      made.SetAccess(permissions);
-    }
+    place.status ? made.TakeOver(system->original.Number(), *place.status) : made.SetAccess(permissions);
     made.Flush();
-    const Naming naming = place.status ? made.Replace(place.name) : made.Link(place.name);
-    if (naming == Naming::Taken) return false;
-    if (naming == Naming::Done) {
+    if (place.status ? made.Replace(place.name) : made.Link(place.name)) {
       system->state = made.State();
       return true;
     }
-    if (made.HasName()) break;
+    if (errno == EEXIST) return false;
+    if (made.HasName()) ThrowSystemFailure("cannot name the new file");
   }
-  ThrowSystemFailure("cannot name the new file");
 }
 
 void LockedFile::FlushFolder() const {

@@ -1,9 +1,11 @@
 #include "platform/posix/temporary_file.h"
 
+#include <linux/limits.h>
 #include <sys/xattr.h>
 
 #include <cstdio>
 #include <ctime>
+#include <memory>
 #include <optional>
 
 #include "platform/platform.h"
@@ -15,35 +17,25 @@ namespace {
 constexpr mode_t modeUntilTakenOver = 0600;
 constexpr const char* accessList = "system.posix_acl_access";
 
-// Tries random names until one is free; attempt gives whether it was, or ends by throwing.
-template <class Attempt>
-void ForFreeName(std::string& name, Attempt attempt) {
-  constexpr int mostAttempts = 100;
-  for (int i = 0; i < mostAttempts; ++i) {
-    std::uint32_t number = 0;
-    if (!DrawRandom(number)) ThrowSystemFailure("no random name for a temporary file");
-    char text[24];
-    std::snprintf(text, sizeof text, ".tarvik-%08x", static_cast<unsigned>(number));
-    name = text;
-    if (attempt(text)) return;
-  }
-  ThrowSystemFailure("no free name for a temporary file", EEXIST);
+// 64 bits, so that no two are ever the same.
+std::string RandomName() {
+  std::uint32_t high = 0;
+  std::uint32_t low = 0;
+  if (!DrawRandom(high) || !DrawRandom(low)) ThrowSystemFailure("no random name for a temporary file");
+  char text[32];
+  std::snprintf(text, sizeof text, ".tarvik-%08x%08x", high, low);
+  return text;
 }
 
 // A list of names, or a value, which `ask` writes into the memory that it is given; nothing where there is none.
 template <class Ask>
 std::optional<std::string> ReadAttribute(Ask ask) {
-  std::string bytes(256, '\0');
-  for (;;) {
-    const ssize_t size = Uninterrupted([&] { return ask(bytes.data(), bytes.size()); });
-    if (size >= 0) {
-      bytes.resize(static_cast<std::size_t>(size));
-      return bytes;
-    }
-    if (errno == ENODATA || errno == EOPNOTSUPP) return std::nullopt;
-    if (errno != ERANGE) ThrowSystemFailure("cannot read the file's attributes");
-    bytes.resize(bytes.size() * 4);
-  }
+  static_assert(XATTR_LIST_MAX <= XATTR_SIZE_MAX);
+  const auto bytes = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
+  const ssize_t size = Uninterrupted([&] { return ask(bytes.get(), XATTR_SIZE_MAX); });
+  if (size >= 0) return std::string(bytes.get(), static_cast<std::size_t>(size));
+  if (errno != ENODATA && errno != EOPNOTSUPP) ThrowSystemFailure("cannot read the file's attributes");
+  return std::nullopt;
 }
 
 std::optional<std::string> AttributeOf(int file, const char* name) {
@@ -55,41 +47,29 @@ bool IsTakenOver(std::string_view name) noexcept {
   return name == accessList || name == "security.selinux" || name == "security.SMACK64" || name.starts_with("user.");
 }
 
-// Gives whether the access list was among them. What the new file has already is not set again, since that may take a right
-// that the process lacks.
-bool CopyAttributes(int original, int copy) {
-  const std::optional<std::string> names =
-      ReadAttribute([&](char* bytes, std::size_t size) { return flistxattr(original, bytes, size); });
-  bool hasAccessList = false;
-  for (std::size_t at = 0; names && at < names->size(); at = names->find('\0', at) + 1) {
-    const char* const name = names->data() + at;
-    if (!IsTakenOver(name)) continue;
-    hasAccessList = hasAccessList || std::string_view(name) == accessList;
-    const std::optional<std::string> value = AttributeOf(original, name);
+// What the new file has already is not set again, since that may take a right that the process lacks.
+void CopyAttributes(int original, int copy) {
+  const std::string names =
+      ReadAttribute([&](char* bytes, std::size_t size) { return flistxattr(original, bytes, size); }).value_or("");
+  for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+    const char* const name = names.data() + at;
+    const std::optional<std::string> value = IsTakenOver(name) ? AttributeOf(original, name) : std::nullopt;
     if (!value || AttributeOf(copy, name) == value) continue;
     if (Uninterrupted([&] { return fsetxattr(copy, name, value->data(), value->size(), 0); }) != 0) {
       ThrowSystemFailure("cannot take over the file's access list, security label or attributes");
     }
   }
-  return hasAccessList;
-}
-
-void SetMode(int file, mode_t mode) {
-  if (Uninterrupted([&] { return fchmod(file, mode); }) != 0) ThrowSystemFailure("cannot set the file's permissions");
 }
 
 } // namespace
 
-TemporaryFile::TemporaryFile(const FileDescriptor& inFolder, Kind kind) : folder(inFolder) {
-  if (kind == Kind::Unnamed) {
-    file = FileDescriptor(OpenAt(folder.Number(), ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver));
-    if (file.IsOpen()) return;
-  }
-  ForFreeName(name, [&](const char* free) {
-    file = FileDescriptor(OpenAt(folder.Number(), free, O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver));
-    if (!file.IsOpen() && errno != EEXIST) ThrowSystemFailure("cannot create a temporary file in the folder");
-    return file.IsOpen();
-  });
+TemporaryFile::TemporaryFile(const FileDescriptor& inFolder, bool named) : folder(inFolder) {
+  if (!named) file = FileDescriptor(OpenAt(folder.Number(), ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver));
+  if (file.IsOpen()) return;
+  std::string free = RandomName();
+  file = FileDescriptor(OpenAt(folder.Number(), free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver));
+  if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
+  name = std::move(free);
 }
 
 TemporaryFile::~TemporaryFile() {
@@ -116,7 +96,6 @@ void TemporaryFile::TakeOver(int original, const FileStatus& originalStatus) {
   constexpr mode_t allBits = 07777;
   constexpr mode_t groupBits = 0070;
   constexpr mode_t othersBits = 0007;
-  const auto sameOwner = static_cast<uid_t>(-1);
   FileStatus own{};
   if (Uninterrupted([&] { return fstat(file.Number(), &own); }) != 0) {
     ThrowSystemFailure("cannot ask for the temporary file's owner");
@@ -131,66 +110,59 @@ void TemporaryFile::TakeOver(int original, const FileStatus& originalStatus) {
   const bool groupIsSame = own.st_gid == originalStatus.st_gid;
   if (!(groupIsSame && own.st_uid == originalStatus.st_uid) && !change(originalStatus.st_uid)) {
     mode &= accessBits;
-    if (!groupIsSame && !change(sameOwner)) mode = (mode & ~groupBits) | (mode & othersBits) << 3;
+    if (!groupIsSame && !change(own.st_uid)) mode = (mode & ~groupBits) | (mode & othersBits) << 3;
   }
-  if (CopyAttributes(original, file.Number())) {
-    SetMode(file.Number(), mode);
-  } else {
-    SetAccess(mode);
-  }
+  SetAccess(mode, original);
 }
 
-void TemporaryFile::SetAccess(mode_t mode) {
+void TemporaryFile::SetAccess(mode_t mode, int attributesFrom) {
   // The folder may have given the new file a list that lets others do more than the mode says.
   if (Uninterrupted([&] { return fremovexattr(file.Number(), accessList); }) != 0 && errno != ENODATA &&
       errno != EOPNOTSUPP) {
     ThrowSystemFailure("cannot remove the folder's access list");
   }
-  SetMode(file.Number(), mode);
+  if (attributesFrom >= 0) CopyAttributes(attributesFrom, file.Number());
+  if (Uninterrupted([&] { return fchmod(file.Number(), mode); }) != 0) {
+    ThrowSystemFailure("cannot set the file's permissions");
+  }
 }
 
 void TemporaryFile::Flush() {
   if (Uninterrupted([&] { return fsync(file.Number()); }) != 0) ThrowSystemFailure("cannot flush to the disk");
 }
 
-TemporaryFile::Naming TemporaryFile::Link(const std::string& target) {
+bool TemporaryFile::Link(const std::string& target) {
   const auto link = [&](int from, const std::string& source, int flags) {
     return Uninterrupted([&] { return linkat(from, source.c_str(), folder.Number(), target.c_str(), flags); }) == 0;
   };
-  const auto failure = [] { return errno == EEXIST ? Naming::Taken : Naming::Refused; };
-  if (!HasName()) {
-    if (link(file.Number(), "", AT_EMPTY_PATH)) return Naming::Done; // takes a right, or a new kernel
-    if (errno == EEXIST) return Naming::Taken;
-    const std::string path = "/proc/self/fd/" + std::to_string(file.Number());
-    return link(AT_FDCWD, path, AT_SYMLINK_FOLLOW) ? Naming::Done : failure();
+  if (HasName()) { // which goes in the end
+    const auto move = [&] {
+      return renameat2(folder.Number(), name.c_str(), folder.Number(), target.c_str(), RENAME_NOREPLACE);
+    };
+    if (link(folder.Number(), name, 0)) return true;
+    if (errno == EEXIST || Uninterrupted(move) != 0) return false;
+    name.clear();
+    return true;
   }
-  if (link(folder.Number(), name, 0)) return Naming::Done; // the other name goes in the end
-  if (errno == EEXIST) return Naming::Taken;
-  const auto move = [&] {
-    return renameat2(folder.Number(), name.c_str(), folder.Number(), target.c_str(), RENAME_NOREPLACE);
-  };
-  if (Uninterrupted(move) != 0) return failure();
-  name.clear();
-  return Naming::Done;
+  if (link(file.Number(), "", AT_EMPTY_PATH)) return true; // takes a right, or a new kernel
+  return errno != EEXIST && link(AT_FDCWD, "/proc/self/fd/" + std::to_string(file.Number()), AT_SYMLINK_FOLLOW);
 }
 
-TemporaryFile::Naming TemporaryFile::Replace(const std::string& target) {
+bool TemporaryFile::Replace(const std::string& target) {
   if (!HasName()) {
-    Naming naming = Naming::Taken;
-    std::string free;
-    ForFreeName(free, [&](const char* candidate) { return (naming = Link(candidate)) != Naming::Taken; });
-    if (naming == Naming::Refused) return naming;
+    std::string free = RandomName();
+    if (!Link(free)) return false;
     name = std::move(free);
   }
   const auto move = [&] { return renameat(folder.Number(), name.c_str(), folder.Number(), target.c_str()); };
   if (Uninterrupted(move) != 0) ThrowSystemFailure("cannot replace the file");
   name.clear();
-  return Naming::Done;
+  return true;
 }
 
 FileState TemporaryFile::State() const noexcept {
   FileStatus status{};
-  if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) return {};
+  if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) return {{}, modeUntilTakenOver};
   return StateOf(status, &stampedAt);
 }
 

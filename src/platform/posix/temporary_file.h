@@ -12,10 +12,9 @@ namespace platform {
 // Every operation throws std::system_error or std::bad_alloc.
 class TemporaryFile {
  public:
-  // Without a name nothing stays of a file when its process is killed, but not every system can name it later.
-  enum class Kind { Unnamed, Named };
-  // Makes a new file in the folder, which must outlive it. A named one, too, where the folder takes no other.
-  TemporaryFile(const FileDescriptor& inFolder, Kind kind);
+  // Makes a new file in the folder, which must outlive it; one without a name, unless it is asked for or the folder takes no
+  // other. Nothing stays of a file without a name when its process is killed, but not every system can name it later.
+  TemporaryFile(const FileDescriptor& inFolder, bool named);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
@@ -24,19 +23,14 @@ class TemporaryFile {
   void Write(std::string_view bytes);
   // Takes over owner and group where allowed, access list, security label, the user's attributes, and mode.
   void TakeOver(int original, const FileStatus& originalStatus);
-  // Gives the file this mode and no access list.
-  void SetAccess(mode_t mode);
+  // Gives the file this mode, and the access list, label and attributes of a file that is open, if one is given.
+  void SetAccess(mode_t mode, int attributesFrom = -1);
   void Flush();
 
-  enum class Naming {
-    Done,
-    Taken,   // there is a file of that name
-    Refused, // errno says why; a named file may do it where an unnamed one can't
-  };
-  // Gives the file a name that no file has.
-  Naming Link(const std::string& target);
-  // Puts the file in the place of the one of that name, which may be there or not. Never gives Taken.
-  Naming Replace(const std::string& target);
+  // Both give the file its final name; false, with errno, where that can't be done. Link only where no file has it (EEXIST),
+  // Replace in the place of the file that has it.
+  bool Link(const std::string& target);
+  bool Replace(const std::string& target);
 
   bool HasName() const noexcept { return !name.empty(); }
   // REQUIRES: it was written.
