@@ -19,7 +19,8 @@ struct Tree {
     unsigned long byteCount = 0;
     Ostrum::PARSER_ERROR error{};
     int line = 0, column = 0;
-    if (Ostrum::ReadBufferFromFileNoExp(L"f", source, encoding, byteCount, nullptr) != Ostrum::ReadDone) return;
+    Ostrum::DocumentFile file("f", nullptr, nullptr);
+    if (file.ReadBufferFromFileNoExp(source, encoding, byteCount) != Ostrum::ReadDone) return;
     Ostrum::DocumentText copy = source;
     document.reset(Ostrum::ParseXML(std::move(copy), static_cast<int>(source.Length()), error, line, column));
     if (document != nullptr) REQUIRE(document->GenerateXML(false).Utf8() == source.Utf8());
@@ -60,13 +61,13 @@ void CheckChanges(Tree& tree, FuzzedDataProvider choice) {
   for (auto changes = choice.ConsumeIntegralInRange(0, 3); changes > 0; --changes) {
     ChangeOne(*tree.elements[choice.ConsumeIntegralInRange<std::size_t>(0, tree.elements.size() - 1)], choice);
   }
-  MemoryFile(L"f") = tree.document->GenerateXML(false).Utf8();
+  MemoryFile("f") = tree.document->GenerateXML(false).Utf8();
   Tree again;
   REQUIRE(again.document != nullptr && again.Describe() == tree.Describe());
 }
 
 void CheckSession(Tree& tree) {
-  const std::string bytes = MemoryFile(L"f");
+  const std::string bytes = MemoryFile("f");
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   REQUIRE(InitXMLList(&list) == XmlSuccess);
@@ -74,7 +75,7 @@ void CheckSession(Tree& tree) {
   REQUIRE(tree.document != nullptr ? opened == XmlSuccess : opened == XmlOutOfMemory || opened == XmlFileNotText);
   if (opened == XmlSuccess) {
     REQUIRE(SetXMLItem(list, cookie, "", "", "neither", "") == XmlSuccess);
-    REQUIRE(tree.encoding != Ostrum::UTF_8 || MemoryFile(L"f") == bytes);
+    REQUIRE(tree.encoding != Ostrum::UTF_8 || MemoryFile("f") == bytes);
     REQUIRE(Tree().Describe() == tree.Describe());
     char group[260] = "";
     for (std::uint32_t n = 1; n < 50; ++n, group[0] = '\0') EnumXMLGroup(list, cookie, "\\", n, group, sizeof group);
@@ -88,7 +89,7 @@ void CheckSession(Tree& tree) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const char* const locale = std::setlocale(LC_ALL, "C.UTF-8");
   REQUIRE(locale != nullptr);
-  MemoryFile(L"f").assign(data, data + size);
+  MemoryFile("f").assign(data, data + size);
   Tree tree;
   CheckSession(tree);
   if (tree.document != nullptr) CheckChanges(tree, FuzzedDataProvider(data, size));

@@ -114,15 +114,16 @@ class KDetailTrace {
 // written under one key is refused under another.
 COREKIT_API void SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
 
-// The file cipher. Layout of an enciphered file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext
-// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included.
+// The file cipher. Layout of an encrypted file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext
+// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included, and the
+// same string. Both functions throw std::bad_alloc, output then being as it was.
 class KCryptWrap {
  public:
-  // Enciphers input into output. False when the system's cipher fails or memory runs out; output is then empty.
+  // Encrypts input into output. False, with output empty, when the system gives no random nonce.
   COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
 
-  // Deciphers input into output. False, with output empty, when input is not whole and unchanged, was made with another
-  // key, or is no enciphered file at all; also when memory runs out.
+  // Decrypts input into output. False, with output empty, when input is not whole and unchanged, was made with another
+  // key, or is no encrypted file at all.
   COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
 };
 
