@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/file_text.h"
+#include "host/ostrumxml/decode.h"
 #include "platform/platform.h"
 
 namespace Ostrum {
@@ -35,7 +35,7 @@ long Read(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding, u
   }
   std::string decoded;
   if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
-  if (decoded.size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
+  if (decoded.size() > INT_MAX) return ReadTooLong; // the text can be longer than the file
   text = std::move(decoded);
   return ReadDone;
 }

@@ -25,10 +25,10 @@ enum ReadResult : long {
 };
 
 // Reads a whole file as text, through the decrypt filter if there is one. Understood are UTF-8 with or without byte-order
-// mark, UTF-16 with one, and US-ASCII or ISO-8859-1 when the XML declaration names them. The text comes in UTF-8, with
-// its byte-order mark if the file was in UTF-8, and its declaration, if there is one, says UTF-8.
-// encoding is not read; it receives the encoding found (UTF_8, UTF_16B, UTF_16L, US_ASCII; NO_ENCODING for ISO-8859-1, which
-// has no value here). byteCount receives the file's size in bytes. Never throws; text is only changed on success.
+// mark, UTF-16 with one, and what the XML declaration names where the system knows it and ASCII stands for itself in it. The
+// text comes in UTF-8, with its byte-order mark if the file was in UTF-8, and its declaration, if there is one, says UTF-8.
+// encoding is not read; it receives the encoding found (UTF_8, UTF_16B, UTF_16L, US_ASCII; NO_ENCODING for others, which
+// have no value here). byteCount receives the file's size in bytes. Never throws; text is only changed on success.
 long ReadBufferFromFileNoExp(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding,
                              unsigned long& byteCount, ByteFilter decrypt) noexcept;
 
