@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the named groups need, those that are missing only.
-# usage: scripts/install-packages.sh build|test|check|windows|bench|docs...
+# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|libxml2|npm|python...
 set -euo pipefail
 
 declare -A groups=(
@@ -11,6 +11,9 @@ declare -A groups=(
              nlohmann-json3-dev"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
+  [libxml2]="libxml2-dev"
+  [npm]="npm"
+  [python]="python3"
 )
 
 wanted=()

@@ -91,8 +91,8 @@ std::uint32_t TARVIK_CALL EndXMLList(XmlFileList** list);
 // Opens the XML file fileName and stores the document's cookie, a random number, in *cookie. A file that the list already
 // holds under the same name (letter case apart) is not read again: its cookie comes back at once, and encoding and
 // encrypted are ignored. A fresh opening takes at least one second.
-//   encoding   has no effect. Files in UTF-8, in UTF-16 with a byte-order mark, and in US-ASCII or ISO-8859-1 where the
-//              XML declaration says so, are understood.
+//   encoding   has no effect. Files in UTF-8, in UTF-16 with a byte-order mark, and in the encoding that the XML declaration
+//              names are read, if the system knows it and ASCII stands for itself in it.
 //   encrypted  nonzero: the file is read, and later written, through corekit's cipher.
 // On failure *cookie and the list stay as they were.
 // Returns XmlSuccess; XmlInvalidArgument when list, fileName or cookie is null; XmlFileNotFound; XmlFileUnreadable;

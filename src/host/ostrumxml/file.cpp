@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/file_text.h"
+#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 
@@ -48,7 +48,7 @@ long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS&
   if (decrypt != nullptr && !decrypt(bytes, bytes)) return ReadRefused;
   std::string decoded;
   if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
-  if (decoded.size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
+  if (decoded.size() > INT_MAX) return ReadTooLong; // the text can be longer than the file
   text = std::move(decoded);
   return ReadDone;
 }
