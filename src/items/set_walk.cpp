@@ -3,7 +3,6 @@
 #include <new>
 #include <stdexcept>
 
-#include "paths/child_search.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
 #include "text/log.h"
@@ -117,5 +116,6 @@ Element* FindLogged(Element* parent, const SetStep& step) {
 
 Element* FindSilently(Element* parent, const SetStep& step) {
   if (parent == nullptr) return nullptr;
-  return FindNthChild(*parent, Ostrum::NameMatch::Prefix, step.name.given, 1);
+  Element& child = parent->NthChild(Ostrum::NameMatch::Prefix, step.name.utf8, 1);
+  return child.IsNull() ? nullptr : &child;
 }
