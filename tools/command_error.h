@@ -3,13 +3,17 @@
 #define TARVIK_TOOLS_COMMAND_ERROR_H
 
 #include <stdexcept>
+#include <string>
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
 // The line without the command's name and without a line end; it names the file that it concerns.
 class CommandError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit CommandError(const std::string& line, ExitStatus exitStatus = ExitStatus::Failed)
+      : std::runtime_error(line), status(exitStatus) {}
+
+  const ExitStatus status;
 };
 
 #endif

@@ -8,6 +8,7 @@
 ExitStatus Get(const Options& options);
 ExitStatus List(const Options& options);
 ExitStatus Set(const Options& options);
+ExitStatus Check(const Options& options);
 ExitStatus Status(const Options& options);
 ExitStatus Detect(const Options& options);
 ExitStatus Files(const Options& options);

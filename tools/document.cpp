@@ -1,123 +1,150 @@
 #include "document.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 #include "command_error.h"
-#include "text.h"
+#include "registry/file_list.h"
 
 namespace {
 
 constexpr std::size_t GroupIdCapacity = 260;
-constexpr std::size_t LongestOccurrence = 10; // digits of a 32-bit number
+constexpr std::size_t LongestNumber = 10; // digits of a 32-bit number
 
-void UseKey(const std::string& keyFile) {
-  std::ifstream file(keyFile, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  std::uint8_t key[32];
-  if (!file || bytes.size() != sizeof key) throw CommandError(keyFile + ": is no key of 32 bytes");
-  std::copy(bytes.begin(), bytes.end(), key);
-  corekit::SetCipherKey(key);
-}
-
-std::string WhyNotOpened(std::uint32_t code, const Options& options) {
-  switch (code) {
-    case XmlOutOfMemory:
-      return "is not well-formed XML, or too large for the memory";
-    case XmlFileNotFound:
-      return "there is no such file";
-    case XmlFileUnreadable:
-      return "is there but can't be read";
-    case XmlFileNotText:
-      return options.encrypted ? "is damaged, enciphered with another key, or not enciphered"
-                               : "is no text in an encoding that is understood; an enciphered file needs --encrypted";
-    default:
-      return "could not be opened (result code " + std::to_string(code) + ")";
+// Copies standard input into a new file that nobody else can read.
+std::string KeepStandardInput() {
+  std::string name = (std::filesystem::temp_directory_path() / "tarvik-XXXXXX").string();
+  const int descriptor = mkstemp(name.data());
+  std::FILE* const file = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+  if (file == nullptr) throw CommandError("standard input: no temporary file can be made");
+  char buffer[65536];
+  bool isCopied = true;
+  for (std::size_t count = 0; isCopied && (count = std::fread(buffer, 1, sizeof buffer, stdin)) > 0;) {
+    isCopied = std::fwrite(buffer, 1, count, file) == count;
   }
+  isCopied = std::fclose(file) == 0 && isCopied && std::ferror(stdin) == 0;
+  if (isCopied) return name;
+  std::remove(name.c_str());
+  throw CommandError("standard input: can't be read, or not be kept in a temporary file");
 }
 
 } // namespace
 
-Document::Document(const Options& options) : file(options.file), log(options.verbosity) {
-  if (!options.keyFile.empty()) UseKey(options.keyFile);
-  if (InitXMLList(&list) != XmlSuccess) throw CommandError(file + ": out of memory");
-  const std::uint32_t code = OpenXML(list, file.c_str(), 0, options.encrypted ? 1 : 0, &cookie);
-  if (code == XmlSuccess) return;
-  EndXMLList(&list);
-  const std::string reason = ToLocale(log.Reason());
-  throw CommandError(file + ':' + (reason.empty() ? ' ' + WhyNotOpened(code, options) : reason));
+InputFile::InputFile(const std::string& file)
+    : name(file == "-" ? KeepStandardInput() : file), isTemporary(file == "-") {}
+
+InputFile::~InputFile() {
+  if (isTemporary) std::remove(name.c_str());
+}
+
+void UseKey(const Options& options) {
+  if (options.keyFile.empty()) return;
+  std::ifstream file(options.keyFile, std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  std::uint8_t key[32];
+  if (!file || bytes.size() != sizeof key) throw CommandError(options.keyFile + ": not a 32-byte key");
+  std::copy(bytes.begin(), bytes.end(), key);
+  corekit::SetCipherKey(key);
+}
+
+Document::Document(const Options& options) : log(options.verbosity) {
+  UseKey(options);
+  const InputFile file(options.file);
+  shownName = file.Shown();
+  if (InitXMLList(&list) != XmlSuccess) throw CommandError(shownName + ": out of memory");
+  const std::uint32_t code = OpenXML(list, file.Name().c_str(), 0, options.encrypted ? 1 : 0, &cookie);
+  if (code != XmlSuccess) {
+    EndXMLList(&list);
+    const Examination examination = Examine(file.Name(), options.encrypted);
+    if (!examination.reason.empty()) throw CommandError(shownName + examination.Complaint());
+    throw CommandError(shownName + ": can't be opened (result code " + std::to_string(code) +
+                       "); the root's name may have no form in the locale's character set");
+  }
+  record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  finder.emplace(record->document->GetRoot(), names);
+  rootName = finder->RootName();
 }
 
 Document::~Document() { EndXMLList(&list); }
 
+Ostrum::Document& Document::Tree() const { return *record->document; }
+
 bool Document::Succeeded(std::uint32_t code) const {
   if (code == XmlSuccess) return true;
   if (code == XmlNotFound) return false;
-  throw CommandError(file + ": the library failed (result code " + std::to_string(code) + ")");
+  throw CommandError(shownName + ": the library failed (result code " + std::to_string(code) + ")");
 }
 
-// The library cuts a longer ID, which could then be another group's.
-bool Document::HasRoomFor(const std::string& parentId, const std::string& groupPath) {
-  return parentId.size() + 1 + groupPath.size() + LongestOccurrence < GroupIdCapacity;
-}
-
-std::optional<std::string> Document::OpenGroup(const std::string& parentId, const std::string& groupPath,
-                                               std::uint32_t occurrence) const {
-  if (!HasRoomFor(parentId, groupPath)) return std::nullopt;
+Document::GroupId Document::Open(const std::string& parentId, const std::string& groupPath, std::uint32_t occurrence,
+                                 const Ostrum::Element& wanted) const {
+  // The library would cut a longer ID, which could then be another group's.
+  if (parentId.size() + 1 + groupPath.size() + LongestNumber >= GroupIdCapacity) return std::nullopt;
   char groupId[GroupIdCapacity] = {};
   std::copy(parentId.begin(), parentId.end(), groupId);
   const auto code = EnumXMLGroup(list, cookie, groupPath.c_str(), occurrence, groupId, sizeof groupId);
-  if (!Succeeded(code)) return std::nullopt;
+  if (!Succeeded(code) || FindInElementMap(*record->elementMap, groupId) != &wanted) return std::nullopt;
   return groupId;
 }
 
-// The answer to a group call is the same for the root alone as for a group; only the log tells them apart.
-bool Document::IsRootAlone(const std::string& groupPath) const {
-  return OpenGroup("", groupPath) && log.LatestLine() == L"Only the root was given as a group path.";
+// The group path "&" has an empty name, with which every name begins.
+Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step) const {
+  return parent ? Open(*parent, "&", step.position, *step.element) : std::nullopt;
 }
 
-// No public function hands out a name, but a read whose attribute is missing says in the log whether it was missing on the
-// element itself, which then has the name that was asked for, or on all of its children. "-" can be no attribute's name.
-bool Document::HasName(const std::string& groupId, const std::string& name) const {
-  return !ReadAttribute(groupId, name, 1, "-") && log.LatestLine() == L"- (attribute) not found in the element map.";
+Document::GroupId Document::OpenGroup(const Place& place) const {
+  GroupId group;
+  if (rootName.size() < GroupIdCapacity) group = ""; // else the library can't find the root by its name
+  for (const Step& step : place) group = OpenChild(group, step);
+  return group;
 }
 
-std::optional<std::string> Document::ReadText(const std::string& path, const std::string& item,
-                                              std::int32_t index) const {
-  return Read(path, item, "ELEMENT", index, nullptr, "ELEMENT");
+// With the root's name in front, a name that begins like it is not taken for it.
+Document::GroupId Document::LibraryId(const GroupId& parent, const Step& step, std::uint32_t occurrence) const {
+  return parent ? Open(*parent, rootName + '\\' + step.name, occurrence, *step.element) : std::nullopt;
 }
 
-std::optional<std::string> Document::ReadAttribute(const std::string& path, const std::string& item, std::int32_t index,
-                                                   const std::string& attribute) const {
-  return Read(path, item, "ATTRIBUTE", index, attribute.c_str(), "ATTRIBUTE");
+std::string Document::RequireForm(std::optional<std::string> text, const std::string& name) const {
+  if (text) return *text;
+  throw CommandError(shownName + ": " + name + ": has no form in the character set of the locale (" +
+                     std::setlocale(LC_CTYPE, nullptr) + ")");
 }
 
-std::optional<std::string> Document::ReadTextBesideAttribute(const std::string& path, const std::string& item,
-                                                             std::int32_t index, const std::string& attribute) const {
-  return Read(path, item, "ATTRIBUTE", index, attribute.c_str(), "ELEMENT");
+std::string Document::ReadText(const GroupId& parent, const Step& step) const {
+  if (!parent) return RequireForm(TextOf(*step.element), step.name);
+  return Read(ReadPath(*parent), step.name, step.number, nullptr).value();
 }
 
-std::optional<std::string> Document::Read(const std::string& path, const std::string& item, const char* itemType,
-                                          std::int32_t index, const char* attribute, const char* valueType) const {
+std::string Document::ReadText(const Place& place) const {
+  if (place.empty()) return RequireForm(TextOf(record->document->GetRoot()), rootName);
+  return ReadText(OpenGroup(Place(place.begin(), place.end() - 1)), place.back());
+}
+
+std::optional<std::string> Document::ReadAttribute(const Place& place, const std::string& attribute) const {
+  const std::string& name = place.empty() ? rootName : place.back().name;
+  const GroupId group = OpenGroup(place);
+  if (group) return Read(ReadPath(*group), name, 1, attribute.c_str());
+  if (!HasAttribute(finder->At(place), attribute)) return std::nullopt;
+  return RequireForm(AttributeOf(finder->At(place), attribute), name);
+}
+
+std::optional<std::string> Document::Read(const std::string& path, const std::string& item, std::uint32_t index,
+                                          const char* attribute) const {
+  const char* const type = attribute == nullptr ? "ELEMENT" : "ATTRIBUTE";
   // A value that fills the buffer may have been cut, so it is read again into a larger one.
-  for (std::vector<char> buffer(1024);; buffer.resize(buffer.size() * 4)) {
-    const auto code = EnumXMLItem(list, cookie, path.c_str(), item.c_str(), itemType, index, attribute, valueType,
-                                  buffer.data(), static_cast<std::uint32_t>(buffer.size()));
+  for (std::string buffer(1024, '\0');; buffer.assign(buffer.size() * 4, '\0')) {
+    const auto code = EnumXMLItem(list, cookie, path.c_str(), item.c_str(), type, static_cast<std::int32_t>(index),
+                                  attribute, type, buffer.data(), static_cast<std::uint32_t>(buffer.size()));
+    if (code == XmlFailure)
+      RequireForm(std::nullopt, item + (attribute == nullptr ? "" : "&" + std::string(attribute)));
     if (!Succeeded(code)) return std::nullopt;
-    std::string value = buffer.data();
-    if (value.size() + 1 < buffer.size()) return value;
+    const std::size_t length = std::char_traits<char>::length(buffer.c_str());
+    if (length + 1 < buffer.size()) return buffer.substr(0, length);
   }
-}
-
-void Document::Set(const std::string& path, const std::string& item, bool isAttribute, const std::string& value) const {
-  const char* itemType = isAttribute ? "ATTRIBUTE" : "ELEMENT";
-  const auto code = SetXMLItem(list, cookie, path.c_str(), item.c_str(), itemType, value.c_str());
-  if (code == XmlSuccess) return;
-  const std::string place = file + ": " + path + "\\" + item + ": ";
-  const std::string reason = ToLocale(log.Reason());
-  if (!reason.empty()) throw CommandError(place + "not saved: " + reason);
-  if (code == XmlOutOfMemory) throw CommandError(place + "not saved: out of memory");
-  throw CommandError(place + "not set: the name or the value is nothing that XML can carry");
 }

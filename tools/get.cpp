@@ -1,109 +1,114 @@
-#include <functional>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <vector>
 
 #include "commands.h"
 #include "document.h"
-#include "group_path.h"
 #include "output.h"
 #include "text.h"
 
 namespace {
 
-// Reads the n-th of the items that were asked for.
-using Reader = std::function<std::optional<std::string>(std::int32_t index)>;
+class Reader {
+ public:
+  Reader(const Document& openDocument, const Options& wanted) : document(openDocument), options(wanted) {}
 
-// The texts of the children that pass the item's attribute filter, as path components do: by the beginning of the value.
-Reader FilteredTexts(const Document& document, const std::string& path, const FilteredName& item) {
-  return [&document, path, item](std::int32_t wanted) -> std::optional<std::string> {
-    for (std::int32_t i = 1; const auto value = document.ReadAttribute(path, item.name, i, item.attribute); ++i) {
-      const bool passes = value->starts_with(item.value);
-      if (passes && --wanted == 0) return document.ReadTextBesideAttribute(path, item.name, i, item.attribute);
+  // One list of values for each item.
+  std::vector<std::vector<std::string>> ReadAll() {
+    const ElementFinder& finder = document.Finder();
+    const auto path = SplitPath(options.path);
+    std::uint32_t occurrence = options.occurrence;
+    if (options.items.empty()) occurrence = 1; // the last name is the item
+    const auto way = finder.Follow(path, occurrence);
+    if (way.followed < path.size()) {
+      missing = finder.WhyMissing(way.place, path[way.followed]);
+      return std::vector<std::vector<std::string>>(std::max<std::size_t>(options.items.size(), 1));
     }
-    return std::nullopt;
-  };
-}
-
-Reader Texts(const Document& document, const std::string& path, const std::string& item) {
-  const FilteredName filtered = SplitFilter(item);
-  if (!filtered.attribute.empty()) return FilteredTexts(document, path, filtered);
-  return [&document, path, name = filtered.name](std::int32_t i) { return document.ReadText(path, name, i); };
-}
-
-Reader Attributes(const Document& document, const FoundGroup& group, const Options& options) {
-  const std::string item = options.item.empty() ? group.ownName : options.item;
-  return [&document, path = group.ReadPath(), item, attribute = options.attribute](std::int32_t i) {
-    return document.ReadAttribute(path, item, i, attribute);
-  };
-}
-
-// The index, as reading counts children, of the child that a group path with this name and occurrence names. Reading counts
-// exact names, a group path every name that begins so. 0 where the child has another name.
-std::int32_t ExactIndex(const Document& document, const FoundGroup& parent, const std::string& name,
-                        std::uint32_t occurrence) {
-  std::int32_t index = 0;
-  bool isExact = false;
-  for (std::uint32_t i = 1; i <= occurrence; ++i) {
-    const auto child = document.OpenGroup(parent.id, parent.ReadPath(name), i);
-    isExact = child && document.HasName(parent.ReadPath(*child), name);
-    if (isExact) ++index;
+    if (!options.items.empty()) return ReadItems(way.place);
+    if (way.place.empty()) return {ReadRoot()};
+    const std::uint32_t index = options.index > 1 ? options.index : options.occurrence;
+    return {ReadChildren(Place(way.place.begin(), way.place.end() - 1), path.back(), index)};
   }
-  return isExact ? index : 0;
-}
 
-// A group ID that names the item itself: "ExtraSettings\Setting2".
-std::optional<std::string> TextByNumber(const Document& document, const FoundGroup& parent, const std::string& item) {
-  for (const auto& [name, occurrence] : NumberedForms(item)) {
-    const std::int32_t index = ExactIndex(document, parent, name, occurrence);
-    if (index > 0) return document.ReadText(parent.ReadPath(), name, index);
+  // Why there is nothing of some item; empty when there is something of each.
+  const std::string& Missing() const { return missing; }
+
+ private:
+  std::vector<std::vector<std::string>> ReadItems(const Place& place) {
+    std::vector<std::vector<std::string>> values;
+    for (const std::string& item : options.items) {
+      const auto rest = SplitPath(item, PathKind::Item);
+      Place parent = place;
+      std::size_t followed = 0;
+      for (; followed + 1 < rest.size(); ++followed) {
+        const auto steps = document.Finder().Children(document.Finder().At(parent), rest[followed]);
+        if (steps.empty()) break;
+        parent.push_back(steps.front());
+      }
+      values.emplace_back();
+      if (rest.empty()) {
+        Miss(options.path + ": the name of an item is empty");
+      } else if (followed + 1 < rest.size()) {
+        Miss(document.Finder().WhyMissing(parent, rest[followed]));
+      } else {
+        values.back() = ReadChildren(parent, rest.back(), options.index);
+      }
+    }
+    return values;
   }
-  return std::nullopt;
-}
 
-std::vector<std::string> Collect(const Reader& reader, const Options& options) {
-  std::vector<std::string> values;
-  for (std::int32_t i = options.all ? 1 : options.index; auto value = reader(i); ++i) {
-    values.push_back(std::move(*value));
-    if (!options.all) break;
+  std::vector<std::string> ReadRoot() {
+    const std::optional<std::string> value = ReadAt({});
+    if (value) return {*value};
+    MissAttribute(document.Finder().RootName());
+    return {};
   }
-  return values;
-}
 
-// Without an item and an attribute, the last name of the path is the item.
-Options SplitItemOff(Options options) {
-  const std::vector<std::string> components = Split(options.path, '\\');
-  if (components.size() < 2) {
-    throw CommandError(options.file + ": " + options.path + ": name an ITEM, or an attribute with --attribute");
+  std::vector<std::string> ReadChildren(const Place& parent, const PathComponent& component, std::uint32_t index) {
+    const auto steps = document.Finder().Children(document.Finder().At(parent), component);
+    std::vector<std::string> values;
+    Place place = parent;
+    for (const Step& step : steps) {
+      if (!options.attribute.empty() && !HasAttribute(*step.element, options.attribute)) continue;
+      if (!options.all && index-- > 1) continue;
+      place.push_back(step);
+      values.push_back(ReadAt(place).value());
+      place.pop_back();
+      if (!options.all) return values;
+    }
+    if (values.empty() && !options.attribute.empty() && !steps.empty()) {
+      MissAttribute(PathBelow(parent, component.text));
+    } else if (values.empty()) {
+      Miss(document.Finder().WhyMissing(parent, component));
+    }
+    return values;
   }
-  options.item = components.back();
-  options.path.resize(options.path.size() - options.item.size() - 1);
-  return options;
+
+  std::optional<std::string> ReadAt(const Place& place) const {
+    return options.attribute.empty() ? document.ReadText(place) : document.ReadAttribute(place, options.attribute);
+  }
+
+  void MissAttribute(const std::string& path) { Miss("no attribute " + options.attribute + " in " + path); }
+  void Miss(const std::string& why) { missing += missing.empty() ? why : ", " + why; }
+
+  const Document& document;
+  const Options& options;
+  std::string missing;
+};
+
+nlohmann::ordered_json ToJson(const std::vector<std::string>& values, bool all) {
+  if (!all) return values.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(ToUtf8(values.front()));
+  auto json = nlohmann::ordered_json::array();
+  for (const auto& value : values) json.push_back(ToUtf8(value));
+  return json;
 }
 
-std::vector<std::string> Find(const Document& document, const Options& options) {
-  const auto group = FindGroup(document, options.path, options.occurrence);
-  if (!group) return {};
-  if (!options.attribute.empty()) return Collect(Attributes(document, *group, options), options);
-  return Collect(Texts(document, group->ReadPath(), options.item), options);
-}
-
-std::vector<std::string> FindByPathAlone(const Document& document, const Options& options) {
-  std::vector<std::string> values = Find(document, options);
-  if (!values.empty() || options.all || options.index != 1) return values;
-  const auto parent = FindGroup(document, options.path, options.occurrence);
-  const auto value = parent ? TextByNumber(document, *parent, options.item) : std::nullopt;
-  if (value) values.push_back(*value);
-  return values;
-}
-
-void PrintValuesJson(const std::vector<std::string>& values, bool all) {
+void PrintValuesJson(const std::vector<std::vector<std::string>>& items, bool all) {
   nlohmann::ordered_json json;
-  if (all) {
-    json["values"] = nlohmann::ordered_json::array();
-    for (const auto& value : values) json["values"].push_back(ToUtf8(value));
+  if (items.size() == 1) {
+    json[all ? "values" : "value"] = ToJson(items.front(), all);
   } else {
-    json["value"] = values.empty() ? nlohmann::ordered_json() : nlohmann::ordered_json(ToUtf8(values.front()));
+    for (const auto& values : items) json["values"].push_back(ToJson(values, all));
   }
   PrintJson(json);
 }
@@ -111,14 +116,19 @@ void PrintValuesJson(const std::vector<std::string>& values, bool all) {
 } // namespace
 
 ExitStatus Get(const Options& options) {
-  const bool byPathAlone = options.item.empty() && options.attribute.empty();
-  const Options wanted = byPathAlone ? SplitItemOff(options) : options;
-  const Document document(wanted);
-  const auto values = byPathAlone ? FindByPathAlone(document, wanted) : Find(document, wanted);
+  const Document document(options);
+  Reader reader(document, options);
+  const auto items = reader.ReadAll();
   if (options.json) {
-    PrintValuesJson(values, options.all);
+    PrintValuesJson(items, options.all);
   } else {
-    for (const auto& value : values) PrintValue(value);
+    for (const auto& values : items) {
+      for (const auto& value : values) PrintValue(value);
+      // Of several items, each keeps its line.
+      if (values.empty() && items.size() > 1 && !options.all) PrintValue("");
+    }
   }
-  return values.empty() ? ExitStatus::NothingFound : ExitStatus::Found;
+  if (reader.Missing().empty()) return ExitStatus::Found;
+  PrintNote(document.File() + ": " + reader.Missing());
+  return ExitStatus::NothingFound;
 }

@@ -4,10 +4,11 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 struct Options {
   // For every command.
-  std::string file;
+  std::string file; // "-": standard input
   bool encrypted = false;
   std::string keyFile; // empty: the key built into the support library
   bool json = false;
@@ -15,14 +16,18 @@ struct Options {
 
   // For some of them.
   std::string path;
-  std::string item;
+  std::vector<std::string> items; // of set: items and values in turn
   std::string attribute;
   bool itemIsAttribute = false;
-  std::string value;
-  std::int32_t index = 1;
+  bool existing = false;
+  bool valueFromInput = false;
+  bool dryRun = false;
+  std::uint32_t index = 1;
   std::uint32_t occurrence = 1;
   bool all = false;
   std::uint32_t depth = 0; // 0: all the way down
+  bool withIds = false;
+  bool withValues = false;
   std::string product;
   std::string branch;
   std::string packageType;

@@ -1,93 +1,99 @@
 #include "text.h"
 
+#include <algorithm>
 #include <climits>
-#include <cwchar>
+#include <clocale>
+#include <cstdio>
+
+#include "host/ostrumxml/utf8.h"
 
 namespace {
 
-constexpr char32_t ReplacementCharacter = 0xFFFD;
-
-// Bytes of the character at the front of text, and the character; one byte where there is none.
-std::size_t ReadCharacter(std::string_view text, std::mbstate_t& state, wchar_t& character) {
-  const std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-  if (length == 0) return 1;
-  if (length <= text.size()) return length;
-  state = {};
-  character = static_cast<wchar_t>(ReplacementCharacter);
-  return 1;
+bool IsAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
 }
 
-void AppendUtf8(std::string& utf8, char32_t character) {
-  const auto append = [&utf8](char32_t byte) { utf8 += static_cast<char>(byte); };
-  const auto appendTail = [&append, character](unsigned shift) { append(0x80 | ((character >> shift) & 0x3F)); };
-  if (character < 0x80) {
-    append(character);
-  } else if (character < 0x800) {
-    append(0xC0 | (character >> 6));
-    appendTail(0);
-  } else if (character < 0x10000) {
-    append(0xE0 | (character >> 12));
-    appendTail(6);
-    appendTail(0);
-  } else {
-    append(0xF0 | (character >> 18));
-    appendTail(12);
-    appendTail(6);
-    appendTail(0);
-  }
+std::string Escaped(wchar_t character) {
+  char escape[12];
+  std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(character));
+  return escape;
 }
 
-} // namespace
-
-std::string ToLocale(std::wstring_view text) {
+// Appends the characters; what to do with one that the locale lacks is up to the caller.
+template <class Lacking>
+std::string Narrowed(std::wstring_view text, Lacking lacking) {
   std::string result;
   std::mbstate_t state{};
   for (const wchar_t character : text) {
     char bytes[MB_LEN_MAX];
     const std::size_t length = std::wcrtomb(bytes, character, &state);
-    if (length == static_cast<std::size_t>(-1)) {
-      state = {};
-      result += '?';
-    } else {
+    if (length != static_cast<std::size_t>(-1)) {
       result.append(bytes, length);
+      continue;
     }
+    state = {};
+    lacking(result, character);
   }
   return result;
 }
 
+bool IsControl(wchar_t character) { return character < 0x20 || (character >= 0x7F && character < 0xA0); }
+
+std::string WithoutControls(std::string_view text, std::string_view kept) {
+  std::string result;
+  ForEachCharacter(text, [&](wchar_t character, std::string_view bytes, bool isValid) {
+    const bool isKept = bytes.size() == 1 && kept.find(bytes.front()) != std::string_view::npos;
+    if (!isValid) {
+      result += Escaped(static_cast<unsigned char>(bytes.front()));
+    } else if (IsControl(character) && !isKept) {
+      result += Escaped(character);
+    } else {
+      result += bytes;
+    }
+  });
+  return result;
+}
+
+} // namespace
+
+void UseLocale() {
+  std::setlocale(LC_ALL, "");
+  const std::string_view name = std::setlocale(LC_CTYPE, nullptr);
+  if (name == "C" || name == "POSIX") std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+bool IsText(std::string_view text) {
+  bool isText = true;
+  ForEachCharacter(text, [&isText](wchar_t, std::string_view, bool isValid) { isText = isText && isValid; });
+  return isText;
+}
+
+std::wstring ToWide(std::string_view text) {
+  std::wstring wide;
+  ForEachCharacter(text, [&wide](wchar_t character, std::string_view, bool) { wide += character; });
+  return wide;
+}
+
 std::string ToUtf8(std::string_view text) {
+  if (IsAscii(text)) return std::string(text);
   std::string utf8;
-  std::mbstate_t state{};
-  char32_t highSurrogate = 0; // where wide characters have 16 bits, a character may come in two halves
-  while (!text.empty()) {
-    wchar_t wide = 0;
-    text.remove_prefix(ReadCharacter(text, state, wide));
-    auto character = static_cast<char32_t>(wide);
-    if (character >= 0xD800 && character < 0xDC00) {
-      highSurrogate = character;
-      continue;
-    }
-    if (highSurrogate != 0 && character >= 0xDC00 && character < 0xE000) {
-      character = 0x10000 + ((highSurrogate - 0xD800) << 10) + (character - 0xDC00);
-    }
-    highSurrogate = 0;
-    AppendUtf8(utf8, character);
-  }
+  Ostrum::Utf8FromWide(ToWide(text), utf8);
   return utf8;
 }
 
-std::vector<std::string> Split(std::string_view text, char separator) {
-  std::vector<std::string> parts(1);
-  std::mbstate_t state{};
-  while (!text.empty()) {
-    wchar_t character = 0;
-    const std::size_t length = ReadCharacter(text, state, character);
-    if (length == 1 && text.front() == separator) {
-      parts.emplace_back();
-    } else {
-      parts.back().append(text.substr(0, length));
-    }
-    text.remove_prefix(length);
-  }
-  return parts;
+std::string ToLocale(std::wstring_view text) {
+  return Narrowed(text, [](std::string& result, wchar_t character) { result += Escaped(character); });
 }
+
+std::string FromUtf8(std::string_view text) { return ToLocale(Ostrum::WideFromUtf8(text)); }
+
+std::optional<std::string> ToLocaleExactly(std::wstring_view text) {
+  bool isExact = true;
+  std::string result = Narrowed(text, [&isExact](std::string&, wchar_t) { isExact = false; });
+  if (!isExact) return std::nullopt;
+  return result;
+}
+
+std::string Printable(std::string_view text) { return WithoutControls(text, "\t\n"); }
+
+std::string OnOneLine(std::string_view text) { return WithoutControls(text, ""); }
