@@ -3,72 +3,27 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
-#include <numeric>
 
-#include "command_error.h"
+#include "commands.h"
 #include "text.h"
-
-using Ostrum::Element;
 
 namespace {
 
-void RequireWhole(const PathComponent& component, bool hasValue, const std::string& path) {
-  if (component.name.empty()) throw CommandError(path + ": a name is empty; separate names with \\ or /");
-  if (component.isFiltered && (!hasValue || component.attribute.empty())) {
-    throw CommandError(component.text + ": a filter is written Name&attribute=value");
+PathComponent ParseComponent(const std::string& text, const std::string& path) {
+  PathComponent component{text, text.substr(0, text.find('&')), "", ""};
+  const std::size_t nameEnd = component.name.size();
+  if (nameEnd == 0) throw CommandError(path + ": a name is empty; separate names with \\ or /");
+  if (nameEnd == text.size()) return component;
+  const std::size_t equals = std::min(text.find('=', nameEnd), text.size());
+  component.attribute = text.substr(nameEnd + 1, equals - nameEnd - 1);
+  if (equals == text.size() || component.attribute.empty()) {
+    throw CommandError(text + ": a filter is written Name&attribute=value");
   }
+  component.value = text.substr(equals + 1);
+  return component;
 }
 
-char Lower(char byte) { return static_cast<char>(std::tolower(static_cast<unsigned char>(byte))); }
-
-// How many letters must be changed, added or left out to make one name of the other, letter case apart.
-std::size_t Distance(const std::string& left, const std::string& right) {
-  constexpr std::size_t longest = 64; // longer names are not mistyped but other names
-  if (std::max(left.size(), right.size()) > longest) return longest;
-  std::vector<std::size_t> row(right.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 0; i < left.size(); ++i) {
-    std::size_t diagonal = std::exchange(row[0], i + 1);
-    for (std::size_t j = 0; j < right.size(); ++j) {
-      const std::size_t changed = diagonal + (Lower(left[i]) == Lower(right[j]) ? 0 : 1);
-      diagonal = std::exchange(row[j + 1], std::min({changed, row[j] + 1, row[j + 1] + 1}));
-    }
-  }
-  return row.back();
-}
-
-bool IsNumber(const std::string& text) { return text.find_first_not_of("0123456789") == std::string::npos; }
-
-} // namespace
-
-std::vector<PathComponent> SplitPath(const std::string& path, PathKind kind) {
-  if (path.empty()) return {};
-  std::vector<PathComponent> components(1);
-  std::string PathComponent::*part = &PathComponent::name;
-  ForEachCharacter(path, [&](wchar_t, std::string_view bytes, bool) {
-    const char ascii = bytes.size() == 1 ? bytes.front() : '\0';
-    const bool inName = part == &PathComponent::name;
-    if ((ascii == '/' && inName) || (ascii == '\\' && (inName || kind == PathKind::Path))) {
-      RequireWhole(components.back(), part == &PathComponent::value, path);
-      components.emplace_back();
-      part = &PathComponent::name;
-      return;
-    }
-    PathComponent& component = components.back();
-    component.text += bytes;
-    if (ascii == '&' && inName) {
-      component.isFiltered = true;
-      part = &PathComponent::attribute;
-    } else if (ascii == '=' && part == &PathComponent::attribute) {
-      part = &PathComponent::value;
-    } else {
-      component.*part += bytes;
-    }
-  });
-  RequireWhole(components.back(), part == &PathComponent::value, path);
-  return components;
-}
-
+// A number off the end of a name: "Item12" is the second "Item1" or the twelfth "Item", in this order.
 std::vector<std::pair<std::string, std::uint32_t>> NumberedForms(const std::string& name) {
   std::vector<std::pair<std::string, std::uint32_t>> forms;
   const std::size_t firstDigit = name.find_last_not_of("0123456789") + 1;
@@ -80,13 +35,39 @@ std::vector<std::pair<std::string, std::uint32_t>> NumberedForms(const std::stri
   return forms;
 }
 
+bool Passes(const Element& element, const PathComponent& filter) {
+  if (filter.attribute.empty()) return true;
+  if (filter.value.empty()) return HasAttribute(element, filter.attribute);
+  return AttributeOf(element, filter.attribute).value_or("").starts_with(filter.value);
+}
+
+// With how many letters, letter case apart, both names begin.
+std::size_t CommonStart(const std::string& left, const std::string& right) {
+  const auto areEqual = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
+  const auto end = std::mismatch(left.begin(), left.end(), right.begin(), right.end(), areEqual).first;
+  return static_cast<std::size_t>(end - left.begin());
+}
+
+} // namespace
+
+std::vector<PathComponent> SplitPath(const std::string& path) {
+  std::vector<std::string> texts(path.empty() ? 0 : 1);
+  ForEachCharacter(path, [&texts](wchar_t, std::string_view bytes, bool) {
+    const bool inFilter = texts.back().find('&') != std::string::npos;
+    if (bytes == "\\" || (bytes == "/" && !inFilter)) {
+      texts.emplace_back();
+    } else {
+      texts.back() += bytes;
+    }
+  });
+  std::vector<PathComponent> components;
+  for (const std::string& text : texts) components.push_back(ParseComponent(text, path));
+  return components;
+}
+
 std::string PathOf(const Place& place) {
   std::string path;
-  for (const Step& step : place) {
-    if (!path.empty()) path += '\\';
-    path += step.name;
-    if (step.number > 1) path += std::to_string(step.number);
-  }
+  for (const Step& step : place) path += (path.empty() ? "" : "\\") + step.Text();
   return path;
 }
 
@@ -99,15 +80,11 @@ std::vector<Step> ElementFinder::Named(Element& parent, const std::string& name,
   std::uint32_t number = 0;
   std::uint32_t position = 0;
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    const auto& childName = names.Of(*child).text;
-    if (!childName) continue;
-    ++position;
-    if (*childName != name) continue;
+    const LocaleText& childName = names.Of(*child);
+    if (childName) ++position;
+    if (childName != name) continue;
     ++number;
-    const bool passes =
-        !filter.isFiltered || (HasAttribute(*child, filter.attribute) &&
-                               AttributeOf(*child, filter.attribute).value_or("").starts_with(filter.value));
-    if (passes) steps.push_back({&*child, name, number, position});
+    if (Passes(*child, filter)) steps.push_back({&*child, name, number, position});
   }
   return steps;
 }
@@ -117,65 +94,59 @@ std::vector<Step> ElementFinder::Children(Element& parent, const PathComponent& 
   if (!steps.empty()) return steps;
   for (const auto& [name, number] : NumberedForms(component.name)) {
     steps = Named(parent, name, component);
-    if (steps.size() >= number) return {steps[number - 1]};
+    const auto hasNumber = [wanted = number](const Step& step) { return step.number == wanted; };
+    const auto found = std::find_if(steps.begin(), steps.end(), hasNumber);
+    if (found != steps.end()) return {*found};
   }
   return {};
 }
 
-ElementFinder::Way ElementFinder::FollowFrom(const std::vector<PathComponent>& path, std::size_t first,
-                                             std::uint32_t occurrence) const {
+ElementFinder::Way ElementFinder::FollowFrom(const std::vector<PathComponent>& path, std::size_t first) const {
   Way way{{}, first};
   for (; way.followed < path.size(); ++way.followed) {
-    const bool isLast = way.followed + 1 == path.size();
-    const std::uint32_t wanted = isLast ? occurrence : 1;
+    const std::uint32_t occurrence = path[way.followed].occurrence;
     const std::vector<Step> steps = Children(At(way.place), path[way.followed]);
-    if (steps.size() < wanted) break;
-    way.place.push_back(steps[wanted - 1]);
+    if (steps.size() < occurrence) break;
+    way.place.push_back(steps[occurrence - 1]);
   }
   return way;
 }
 
 // A child of the root's own name comes first, so that every path that is listed leads back.
-ElementFinder::Way ElementFinder::Follow(const std::vector<PathComponent>& path, std::uint32_t occurrence) const {
-  Way way = FollowFrom(path, 0, occurrence);
+ElementFinder::Way ElementFinder::Follow(const std::vector<PathComponent>& path) const {
+  Way way = FollowFrom(path, 0);
   if (way.followed == path.size()) return way;
-  if (path.front().isFiltered || path.front().name != RootName()) return way;
-  if (path.size() == 1 && occurrence > 1) return way;
-  Way belowRoot = FollowFrom(path, 1, occurrence);
+  const PathComponent& front = path.front();
+  if (front.name != NameOf(root) || front.occurrence != 1 || !Passes(root, front)) return way;
+  Way belowRoot = FollowFrom(path, 1);
   return belowRoot.followed > way.followed ? belowRoot : way;
 }
 
 const Element* ElementFinder::FirstThatBegins(const Element& parent, const std::string& name) const {
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    const auto& childName = names.Of(*child).text;
+    const LocaleText& childName = names.Of(*child);
     if (childName && childName->starts_with(name)) return &*child;
   }
   return nullptr;
 }
 
 std::string ElementFinder::WhyMissing(const Place& parent, const PathComponent& component) const {
-  const std::string where = parent.empty() ? RootName() : PathOf(parent);
-  return "no element " + component.text + " in " + where + Hint(At(parent), component);
-}
-
-std::string ElementFinder::Hint(const Element& parent, const PathComponent& component) const {
+  const std::string why = "no element " + component.text + " in " + (parent.empty() ? NameOf(root) : PathOf(parent));
   const std::string& name = component.name;
-  const std::string* nearest = nullptr;
-  const std::string* beginning = nullptr; // a name with which the missing one begins
-  std::size_t least = std::max<std::size_t>(name.size() / 3, 1) + 1;
-  const ElementName* last = nullptr;
-  for (auto child = parent.Begin(); child != parent.End() && least > 0; ++child) {
-    const ElementName& childName = names.Of(*child);
-    if (std::exchange(last, &childName) == &childName || !childName.text) continue;
-    if (name.starts_with(*childName.text)) beginning = &*childName.text;
-    const bool isLonger = *childName.text != name && childName.text->starts_with(name);
-    const std::size_t distance = isLonger ? 1 : Distance(name, *childName.text);
-    if (distance >= least) continue;
-    least = distance;
-    nearest = &*childName.text;
+  const Element& element = At(parent);
+  std::string nearest;
+  std::size_t most = (name.size() - 1) / 2; // a name that shares no more is another
+  bool isThere = false;
+  for (auto child = element.Begin(); child != element.End(); ++child) {
+    const LocaleText& childName = names.Of(*child);
+    isThere = isThere || childName == name;
+    const std::size_t common = childName ? CommonStart(name, *childName) : 0;
+    if (common > most) nearest = *childName;
+    most = std::max(most, common);
   }
-  if (least == 0 && component.isFiltered) return "";
-  if (beginning != nullptr && IsNumber(name.substr(beginning->size()))) return "; there are fewer of " + *beginning;
-  if (nearest != nullptr) return "; there is " + *nearest;
-  return beginning == nullptr ? "" : "; separate names with \\ or /, and quote them for the shell";
+  if (isThere) return why + (component.occurrence > 1 ? "; there are fewer of them" : "");
+  if (nearest.empty()) return why;
+  const bool isJoined = name.size() > nearest.size() + 1 && name.starts_with(nearest);
+  return why + "; there is " + nearest +
+         (isJoined ? ", and names are separated with \\ or /, quoted for the shell" : "");
 }

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "xml_tree.h"
@@ -13,25 +12,22 @@
 struct PathComponent {
   std::string text; // all of it, as it was written
   std::string name;
-  std::string attribute;
-  std::string value; // what the attribute's value begins with
-  bool isFiltered = false;
+  std::string attribute;        // empty without a filter
+  std::string value;            // what the attribute's value begins with
+  std::uint32_t occurrence = 1; // of its matches
 };
 
-// Components end at "\" or, before their first "&", at "/". Of an item, which is the end of a path, everything behind the first
-// "&" belongs to the filter. Throws CommandError for an empty component or a filter that is none. "" has no components.
-enum class PathKind { Path, Item };
-std::vector<PathComponent> SplitPath(const std::string& path, PathKind kind = PathKind::Path);
-
-// "Item12" is the second "Item1" or the twelfth "Item", in this order.
-std::vector<std::pair<std::string, std::uint32_t>> NumberedForms(const std::string& name);
+// Components end at "\" or, before their first "&", at "/". Throws CommandError for an empty one and for a filter that is none.
+std::vector<PathComponent> SplitPath(const std::string& path);
 
 // One step from an element to a child.
 struct Step {
-  Ostrum::Element* element;
+  Element* element;
   std::string name;
   std::uint32_t number;   // of the children of exactly that name, from 1
   std::uint32_t position; // of all children whose names have a form in the locale, from 1
+
+  std::string Text() const { return number > 1 ? name + std::to_string(number) : name; }
 };
 
 // From the root to an element; without steps the root itself.
@@ -44,34 +40,33 @@ std::string PathBelow(const Place& place, const std::string& component);
 // Finds elements in a document that outlives this.
 class ElementFinder {
  public:
-  ElementFinder(Ostrum::Element& rootElement, NameTable& nameTable) : root(rootElement), names(nameTable) {}
+  ElementFinder(Element& rootElement, NameTable& nameTable) : root(rootElement), names(nameTable) {}
 
-  Ostrum::Element& At(const Place& place) const { return place.empty() ? root : *place.back().element; }
-  std::string RootName() const { return names.Of(root).text.value_or(""); }
+  Element& At(const Place& place) const { return place.empty() ? root : *place.back().element; }
+  std::string NameOf(const Element& element) const { return names.Of(element).value_or(""); }
 
   // The children that the component names, in document order: those of exactly its name or, where there are none, the one
   // that a number at its end chooses.
-  std::vector<Step> Children(Ostrum::Element& parent, const PathComponent& component) const;
+  std::vector<Step> Children(Element& parent, const PathComponent& component) const;
 
-  // How far a path leads. The occurrence counts the matches of its last component.
+  // How far a path leads.
   struct Way {
     Place place;
-    std::size_t followed = 0; // components
+    std::size_t followed; // components
   };
-  Way Follow(const std::vector<PathComponent>& path, std::uint32_t occurrence = 1) const;
+  Way Follow(const std::vector<PathComponent>& path) const;
 
   // "no element Time in Network; there is Timeout".
   std::string WhyMissing(const Place& parent, const PathComponent& component) const;
 
   // The first child whose name begins with this one, which is what the library's set takes; null where there is none.
-  const Ostrum::Element* FirstThatBegins(const Ostrum::Element& parent, const std::string& name) const;
+  const Element* FirstThatBegins(const Element& parent, const std::string& name) const;
 
  private:
-  std::vector<Step> Named(Ostrum::Element& parent, const std::string& name, const PathComponent& filter) const;
-  Way FollowFrom(const std::vector<PathComponent>& path, std::size_t first, std::uint32_t occurrence) const;
-  std::string Hint(const Ostrum::Element& parent, const PathComponent& component) const;
+  std::vector<Step> Named(Element& parent, const std::string& name, const PathComponent& filter) const;
+  Way FollowFrom(const std::vector<PathComponent>& path, std::size_t first) const;
 
-  Ostrum::Element& root;
+  Element& root;
   NameTable& names;
 };
 

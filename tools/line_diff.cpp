@@ -1,66 +1,41 @@
 #include "line_diff.h"
 
-#include <algorithm>
-#include <utility>
 #include <vector>
 
 namespace {
 
-using Lines = std::vector<std::string_view>; // with their line ends
-
-Lines SplitLines(std::string_view text) {
-  Lines lines;
-  while (!text.empty()) {
+std::vector<std::string_view> SplitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  for (;;) {
     const std::size_t end = text.find('\n');
-    lines.push_back(text.substr(0, end == std::string_view::npos ? end : end + 1));
-    text.remove_prefix(lines.back().size());
-  }
-  return lines;
-}
-
-// How many lines to pass on each side until both go on alike.
-std::pair<std::size_t, std::size_t> NextAlike(const Lines& before, std::size_t i, const Lines& after, std::size_t j) {
-  constexpr std::size_t farthest = 2000; // beyond, all that is left counts as changed
-  for (std::size_t sum = 1; sum <= farthest; ++sum) {
-    for (std::size_t passed = 0; passed <= sum; ++passed) {
-      const std::size_t left = i + passed, right = j + sum - passed;
-      const bool bothEnd = left == before.size() && right == after.size();
-      const bool bothGoOn = left < before.size() && right < after.size() && before[left] == after[right];
-      if (bothEnd || bothGoOn) return {passed, sum - passed};
-    }
-  }
-  return {before.size() - i, after.size() - j};
-}
-
-std::string Range(std::size_t first, std::size_t count) {
-  const std::string start = std::to_string(count == 0 ? first : first + 1);
-  return count == 1 ? start : start + ',' + std::to_string(count);
-}
-
-void AppendLines(std::string& text, char sign, const Lines& lines, std::size_t first, std::size_t count) {
-  for (std::size_t i = first; i < first + count; ++i) {
-    text += sign;
-    text += lines[i];
-    if (!lines[i].ends_with('\n')) text += "\n\\ No newline at end of file\n";
+    lines.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return lines;
+    text.remove_prefix(end + 1);
   }
 }
 
 } // namespace
 
 std::string LineDiff(std::string_view before, std::string_view after) {
-  const Lines old = SplitLines(before), now = SplitLines(after);
+  const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
-  for (std::size_t i = 0, j = 0; i < old.size() || j < now.size();) {
-    if (i < old.size() && j < now.size() && old[i] == now[j]) {
-      ++i, ++j;
-      continue;
-    }
-    const auto [removed, added] = NextAlike(old, i, now, j);
-    text += "@@ -" + Range(i, removed) + " +" + Range(j, added) + " @@\n";
-    AppendLines(text, '-', old, i, removed);
-    AppendLines(text, '+', now, j, added);
-    i += removed;
-    j += added;
+  const auto append = [&text](char sign, std::string_view line) { text.append(1, sign).append(line).append(1, '\n'); };
+  std::size_t i = 0, j = 0;
+  while (i < old.size() || j < now.size()) {
+    // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
+    constexpr std::size_t farthest = 2000;
+    std::size_t sum = 0, passed = 0;
+    const auto goOnAlike = [&] {
+      const std::size_t left = i + passed, right = j + sum - passed;
+      return left < old.size() && right < now.size() ? old[left] == now[right]
+                                                     : left == old.size() && right == now.size();
+    };
+    while (sum < farthest && !goOnAlike()) passed = passed < sum ? passed + 1 : (++sum, 0);
+    const std::size_t removed = sum < farthest ? passed : old.size() - i;
+    const std::size_t added = sum < farthest ? sum - passed : now.size() - j;
+    for (const std::size_t end = i + removed; i < end; ++i) append('-', old[i]);
+    for (const std::size_t end = j + added; j < end; ++j) append('+', now[j]);
+    ++i, ++j;
   }
   return text;
 }

@@ -4,8 +4,7 @@
 #include <string>
 #include <string_view>
 
-// The lines that differ, as diff's unified form shows them without any lines around: "@@ -7 +7 @@", the old lines behind "-",
-// the new ones behind "+". Empty for equal texts.
+// The lines that differ: old ones behind "-", new ones behind "+". Empty for equal texts.
 std::string LineDiff(std::string_view before, std::string_view after);
 
 #endif

@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <exception>
-#include <ios>
+#include <iostream>
 
-#include "command_line.h"
+#include "commands.h"
 #include "output.h"
 #include "text.h"
 
@@ -13,11 +13,9 @@ namespace {
 
 // A file that is opened while a standard stream is closed would take its number, and receive what is printed.
 void OccupyStandardStreams() {
-  int descriptor = 0;
-  do {
-    descriptor = open("/dev/null", O_RDONLY);
-  } while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
-  if (descriptor > STDERR_FILENO) close(descriptor);
+  int descriptor = STDIN_FILENO;
+  while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDONLY);
+  if (descriptor >= 0) close(descriptor);
 }
 
 } // namespace
@@ -26,15 +24,16 @@ int main(int argumentCount, char** arguments) {
   OccupyStandardStreams();
   std::ios::sync_with_stdio(false);
   UseLocale();
+  ExitStatus status = ExitStatus::Failed;
   try {
-    const ExitStatus status = RunCommandLine(argumentCount, arguments);
+    status = RunCommandLine(argumentCount, arguments);
     FlushOutput();
-    return static_cast<int>(status);
   } catch (const CommandError& error) {
-    PrintError(error.what());
-    return static_cast<int>(error.status);
+    status = error.status;
+    PrintMessage(error.what());
   } catch (const std::exception& error) {
-    PrintError(error.what());
-    return static_cast<int>(ExitStatus::Failed);
+    status = ExitStatus::Failed;
+    PrintMessage(error.what());
   }
+  return static_cast<int>(status);
 }

@@ -1,5 +1,6 @@
 #include "output.h"
 
+#include <corekit/corekit.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,24 +8,10 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
-#include "command_error.h"
+#include "commands.h"
 #include "text.h"
 
 namespace {
-
-std::string_view Sequence(Colour colour) {
-  switch (colour) {
-    case Colour::Red:
-      return "\033[1;31m";
-    case Colour::Green:
-      return "\033[32m";
-    case Colour::Dim:
-      return "\033[2m";
-    case Colour::Bold:
-      return "\033[1m";
-  }
-  return "";
-}
 
 bool ShowsColours(Stream stream) {
   static const char* const noColour = std::getenv("NO_COLOR");
@@ -38,83 +25,99 @@ bool IsTerminal() {
   return isTerminal;
 }
 
-std::size_t Width(std::string_view text) {
-  std::size_t width = 0;
-  ForEachCharacter(text, [&width](wchar_t, std::string_view, bool) { ++width; });
-  return width;
+std::string ShownField(std::string text) {
+  const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
+  std::replace_if(text.begin(), text.end(), isSeparator, ' ');
+  return IsTerminal() ? Printable(text) : text;
 }
 
-// The widest field of each column but the last, which needs no padding.
-std::vector<std::size_t> ColumnWidths(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths(rows.front().size(), 0);
-  for (const auto& row : rows) {
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      widths[column] = std::max(widths[column], Width(row[column]));
-    }
-  }
-  return widths;
-}
+int logLevel = 0;
 
-std::string Line(const std::vector<std::string>& row, const std::vector<std::size_t>& widths) {
-  std::string line;
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    if (column > 0) line += widths.empty() ? "\t" : "  ";
-    const std::string field = Shown(AsField(row[column]));
-    line += field;
-    const bool isPadded = !widths.empty() && column + 1 < row.size();
-    if (isPadded) line.append(widths[column] - std::min(widths[column], Width(field)), ' ');
-  }
-  return line;
+void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
+  static std::size_t depth = 0; // of the traces
+  const bool enters = kind == corekit::LogKind::TraceEnter, leaves = kind == corekit::LogKind::TraceLeave;
+  if ((enters || leaves) && logLevel < 2) return;
+  if (leaves && depth > 0) --depth;
+  const std::string line = std::string(2 * depth, ' ') + (enters ? "> " : "") + (leaves ? "< " : "");
+  if (enters) ++depth;
+  const Colour colour = kind == corekit::LogKind::Error ? Colour::Red : Colour::Dim;
+  const std::string shown = line + OnOneLine(ToLocale(component) + ": " + ToLocale(text));
+  std::cerr << Coloured(Stream::Error, colour, shown) << '\n';
+} catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
 }
 
 } // namespace
 
 std::string Coloured(Stream stream, Colour colour, std::string_view text) {
+  constexpr const char* sequences[] = {"\033[1;31m", "\033[32m", "\033[2m", "\033[1m"}; // in the colours' order
   std::string result(text);
-  if (ShowsColours(stream)) result.insert(0, Sequence(colour)).append("\033[0m");
+  if (ShowsColours(stream)) result.insert(0, sequences[static_cast<int>(colour)]).append("\033[0m");
   return result;
 }
 
-std::string Shown(std::string_view text) { return IsTerminal() ? Printable(text) : std::string(text); }
-
-void PrintLine(std::string_view line) { std::cout << line << '\n'; }
-
 void PrintValue(std::string_view value) {
   if (IsTerminal()) {
-    PrintLine(Shown(value));
+    std::cout << Printable(value) << '\n';
   } else {
-    PrintLine(value);
+    std::cout << value << '\n';
   }
 }
+
+void PrintState(Colour colour, std::string_view state) { std::cout << Coloured(Stream::Output, colour, state) << '\n'; }
 
 // A terminal that is not in UTF-8 gets ASCII, which JSON can do with.
 void PrintJson(const nlohmann::ordered_json& value) {
-  const bool inAscii = IsTerminal() && ToUtf8("\xC3\xA4") != "\xC3\xA4";
+  const bool inAscii = IsTerminal() && !LocaleIsUtf8();
   PrintValue(value.dump(2, ' ', inAscii, nlohmann::ordered_json::error_handler_t::replace));
 }
 
-std::string AsField(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
-  return text;
-}
-
-void PrintTable(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths;
-  if (IsTerminal()) {
-    std::vector<std::vector<std::string>> all = rows;
-    all.push_back(head);
-    widths = ColumnWidths(all);
-    PrintLine(Coloured(Stream::Output, Colour::Bold, Line(head, widths)));
+void Table::Add(Row row) {
+  if (!asJson && !IsTerminal()) {
+    std::cout << Line(row) << '\n';
+    return;
   }
-  for (const auto& row : rows) PrintLine(Line(row, widths));
+  widths.resize(row.size());
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    widths[i] = std::max({widths[i], names[i]->size(), Width(ShownField(row[i].value_or("")))});
+  }
+  rows.push_back(std::move(row));
 }
 
-void PrintError(std::string_view line) {
+std::string Table::Line(const Row& row) const {
+  std::string line;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const std::string field = ShownField(row[i].value_or(""));
+    line += field;
+    if (i + 1 == row.size()) break;
+    line.append(IsTerminal() ? widths[i] + 2 - Width(field) : 1, IsTerminal() ? ' ' : '\t');
+  }
+  return line;
+}
+
+void Table::Finish() const {
+  if (!asJson) {
+    if (rows.size() > 0 && names.size() > 1) std::cout << Coloured(Stream::Output, Colour::Bold, Line(names)) << '\n';
+    for (const Row& row : rows) std::cout << Line(row) << '\n';
+    return;
+  }
+  auto json = nlohmann::ordered_json::array();
+  for (const Row& row : rows) {
+    nlohmann::ordered_json& entry = json.emplace_back();
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? nlohmann::ordered_json(ToUtf8(*row[i])) : nullptr;
+    }
+  }
+  PrintJson(json);
+}
+
+void PrintMessage(std::string_view line) {
   std::cerr << Coloured(Stream::Error, Colour::Red, "tarvik:") << ' ' << OnOneLine(line) << '\n';
 }
 
-void PrintNote(std::string_view line) { std::cerr << "tarvik: " << OnOneLine(line) << '\n'; }
+void ShowLog(int level) {
+  logLevel = level;
+  if (level > 0) corekit::SetLogSink(ShowLogLine, nullptr);
+}
 
 void FlushOutput() {
   if (!std::cout.flush()) throw CommandError("standard output: cannot be written");

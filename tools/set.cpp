@@ -1,83 +1,142 @@
-#include <fstream>
-#include <iostream>
-#include <iterator>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "commands.h"
 #include "document.h"
 #include "line_diff.h"
 #include "output.h"
-#include "set_plan.h"
 #include "text.h"
 
 namespace {
 
-// A line end at the end of standard input is the shell's, not the value's.
-std::string ValueFromInput() {
-  std::string value{std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-  if (value.ends_with('\n')) value.pop_back();
-  if (value.ends_with('\r')) value.pop_back();
-  if (!IsText(value)) throw CommandError("standard input: is not text in the locale's character set");
-  return value;
-}
+// Sets items in a copy of the document, to decide whether the library would touch what was named, and nothing else.
+class SetPlan {
+ public:
+  // What SetXMLItem is to be called with, and how a person calls the item.
+  struct Call {
+    std::string path, item, value, shownPath;
+  };
 
-std::vector<std::string> ItemsAndValues(const Options& options) {
-  std::vector<std::string> items = options.items;
-  if (options.valueFromInput && items.size() % 2 == 1) items.push_back(ValueFromInput());
-  if (items.size() % 2 == 1)
-    throw CommandError(items.back() + ": an item without a VALUE (tarvik set --help tells more)");
-  if (options.valueFromInput && items.size() == options.items.size()) {
-    throw CommandError("--stdin: gives the last ITEM its value, so leave that out (tarvik set --help tells more)");
+  SetPlan(const Document& openDocument, const Options& wanted)
+      : document(openDocument), options(wanted), copy(CopyOf(document.Tree())), finder(copy->GetRoot(), names) {}
+
+  // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
+  // where it is missing and must exist.
+  void Add(const std::string& item, const std::string& value) {
+    if (item.empty()) throw CommandError(options.path + ": the name of an item is empty");
+    std::vector<PathComponent> components = SplitPath(options.path);
+    if (!options.itemIsAttribute) {
+      const auto rest = SplitPath(item);
+      components.insert(components.end(), rest.begin(), rest.end());
+    }
+    auto [place, followed] = finder.Follow(components);
+    RequireFirst(place);
+    std::string shownPath = PathOf(place);
+    try {
+      for (; followed < components.size(); ++followed) Make(place, components[followed]);
+      shownPath = options.itemIsAttribute ? PathOf(place) + '&' + item : PathOf(place);
+      if (options.itemIsAttribute) {
+        SetAttributeAt(place, item, value);
+      } else if (place.empty()) {
+        throw std::invalid_argument("the library can't set the root's own text");
+      } else {
+        SetText(finder.At(place), value);
+      }
+    } catch (const std::invalid_argument& reason) {
+      Refuse(shownPath, reason.what());
+    }
+    Call call{finder.NameOf(copy->GetRoot()), item, value, shownPath};
+    if (!options.itemIsAttribute) {
+      call.item = place.back().name;
+      place.pop_back();
+    }
+    for (const Step& step : place) call.path += '\\' + step.name;
+    calls.push_back(std::move(call));
   }
-  return items;
-}
 
-void Save(const Document& document, const std::vector<SetPlan::Call>& calls) {
-  for (const SetPlan::Call& call : calls) {
-    const auto code = SetXMLItem(document.List(), *document.Cookie(), call.path.c_str(), call.item.c_str(),
-                                 call.isAttribute ? "ATTRIBUTE" : "ELEMENT", call.value.c_str());
+  const std::vector<Call>& Calls() const { return calls; }
+  const std::vector<std::string>& Made() const { return made; } // what was missing
+  std::string Result() const { return SourceOf(*copy); }
+
+ private:
+  // The library enters, at each name, the first element that begins with it.
+  void RequireFirst(const Place& place) {
+    Place parent;
+    for (const Step& step : place) {
+      const Element& first = *finder.FirstThatBegins(finder.At(parent), step.name);
+      const std::string taken = PathBelow(parent, finder.NameOf(first));
+      parent.push_back(step);
+      if (&first == step.element) continue;
+      Refuse(PathOf(parent), "the library would take " + taken + ", the first whose name begins with " + step.name);
+    }
+  }
+
+  void Make(Place& place, const PathComponent& component) {
+    Element& parent = finder.At(place);
+    const std::string path = PathBelow(place, component.name);
+    if (options.existing) Miss(finder.WhyMissing(place, component));
+    if (!component.attribute.empty()) {
+      Refuse(path, finder.WhyMissing(place, component) + ", and set makes none for a filter");
+    }
+    if (const Element* first = finder.FirstThatBegins(parent, component.name)) {
+      Refuse(path, "there is none, and the library would take " + PathBelow(place, finder.NameOf(*first)));
+    }
+    place.push_back({&AddChild(parent, component.name), component.name, 1, 0});
+    made.push_back(path);
+  }
+
+  void SetAttributeAt(const Place& place, const std::string& name, const std::string& value) {
+    const std::string owner = place.empty() ? finder.NameOf(copy->GetRoot()) : PathOf(place);
+    if (value.empty()) throw std::invalid_argument("the library can't give an attribute an empty value");
+    const bool isNew = !HasAttribute(finder.At(place), name);
+    if (isNew && options.existing) Miss("no attribute " + name + " in " + owner);
+    SetAttribute(finder.At(place), name, value);
+    if (isNew) made.push_back("the attribute " + name + " of " + owner);
+  }
+
+  [[noreturn]] void Refuse(const std::string& path, const std::string& why) const {
+    throw CommandError(document.File() + ": " + path + ": not set: " + why);
+  }
+  [[noreturn]] void Miss(const std::string& why) const {
+    throw CommandError(document.File() + ": " + why, ExitStatus::NothingFound);
+  }
+
+  const Document& document;
+  const Options& options;
+  std::unique_ptr<Ostrum::Document> copy;
+  NameTable names;
+  ElementFinder finder;
+  std::vector<Call> calls;
+  std::vector<std::string> made;
+};
+
+void Save(const Document& document, const Options& options, const std::vector<SetPlan::Call>& calls) {
+  for (const auto& [path, item, value, shownPath] : calls) {
+    const auto code = SetXMLItem(document.List(), *document.Cookie(), path.c_str(), item.c_str(),
+                                 options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", value.c_str());
     if (code == XmlSuccess) continue;
-    throw CommandError(document.File() + ": " + call.shownPath + ": not saved: " +
-                       (code == XmlOutOfMemory
-                            ? "out of memory"
-                            : "the file or its folder can't be written, or the disk is full; -v tells why"));
+    const char* const reason = "the file or its folder can't be written, or the disk is full; -v tells more";
+    throw CommandError(document.File() + ": " + shownPath +
+                       ": not saved: " + (code == XmlOutOfMemory ? "out of memory" : reason));
   }
-}
-
-std::string Joined(const std::vector<std::string>& texts) {
-  std::string all;
-  for (const std::string& text : texts) all += all.empty() ? text : ", " + text;
-  return all;
 }
 
 } // namespace
 
 // All is decided before the first of the items is written.
 ExitStatus Set(const Options& options) {
-  if (options.file == "-") throw CommandError("standard input: can't be saved; name a file");
-  const auto items = ItemsAndValues(options);
   const Document document(options);
-  SetPlan plan(document, options.existing);
-  for (std::size_t i = 0; i < items.size(); i += 2) {
-    plan.Add(options.path, items[i], options.itemIsAttribute, items[i + 1]);
-  }
-  std::string diff;
-  if (options.dryRun) {
-    diff = LineDiff(SourceOf(document.Tree()), SourceOf(plan.Result()));
-  } else {
-    Save(document, plan.Calls());
-  }
+  SetPlan plan(document, options);
+  for (std::size_t i = 0; i < options.items.size(); i += 2) plan.Add(options.items[i], options.items[i + 1]);
+  const std::string changes = options.dryRun ? LineDiff(SourceOf(document.Tree()), plan.Result()) : "";
+  if (!options.dryRun) Save(document, options, plan.Calls());
+  std::string made;
+  for (const std::string& path : plan.Made()) made += (made.empty() ? "" : ", ") + path;
   if (options.json) {
-    nlohmann::ordered_json json{{"saved", !options.dryRun}, {"made", nlohmann::ordered_json::array()}};
-    for (const std::string& made : plan.Made()) json["made"].push_back(ToUtf8(made));
-    if (options.dryRun) json["changes"] = diff;
-    PrintJson(json);
-  } else if (options.dryRun && !diff.empty()) {
-    diff.pop_back(); // the line end, which is printed with it
-    PrintValue(FromUtf8(diff));
+    PrintJson({{"saved", !options.dryRun}, {"made", ToUtf8(made)}, {"changes", changes}});
+  } else if (!changes.empty()) {
+    PrintValue(FromUtf8(changes.substr(0, changes.size() - 1))); // the line end is printed with it
   }
-  if (!plan.Made().empty()) {
-    PrintNote(document.File() + (options.dryRun ? ": would make " : ": made ") + Joined(plan.Made()));
-  }
+  if (!made.empty()) document.Note((options.dryRun ? "would make " : "made ") + made);
   return ExitStatus::Found;
 }

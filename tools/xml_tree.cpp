@@ -10,75 +10,64 @@
 #include "host/ostrumxml/parse.h"
 #include "text.h"
 
-using Ostrum::Attribute;
-using Ostrum::Element;
-
 namespace {
 
-struct ParseResult {
-  std::unique_ptr<Ostrum::Document> document;
-  Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
-  int line = 0;
-  int column = 0;
-};
-
-ParseResult Parse(Ostrum::DocumentText text) {
-  ParseResult result;
-  const int length = static_cast<int>(text.Length());
-  result.document.reset(Ostrum::ParseXML(std::move(text), length, result.error, result.line, result.column));
-  return result;
+LocaleText InLocale(const std::wstring& text) {
+  bool isExact = true;
+  std::string locale = ToLocale(text, &isExact);
+  if (!isExact) return std::nullopt;
+  return locale;
 }
 
-// Finds the place where the parser stops at a byte that is no UTF-8.
-void ExamineBytes(const std::string& fileName, Examination& examination) {
-  std::ifstream file(fileName, std::ios::binary);
-  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-  examination.reason = "is not text in its encoding, or the encoding is not supported";
-  if (bytes.starts_with("TVK1")) {
-    examination.reason = "is encrypted; --encrypted opens it";
-    return;
-  }
-  const std::size_t size = bytes.size();
-  const ParseResult result = Parse(Ostrum::DocumentText(std::move(bytes), size));
-  examination.line = result.line;
-  examination.column = result.column;
+Ostrum::Attribute FindAttribute(const Element& element, const std::string& name) {
+  return element.GetAttribute(ToWide(name).c_str());
+}
+
+std::unique_ptr<Ostrum::Document> Parse(Ostrum::DocumentText text, Examination& result) {
+  const int length = static_cast<int>(text.Length());
+  Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
+  std::unique_ptr<Ostrum::Document> document(
+      Ostrum::ParseXML(std::move(text), length, error, result.line, result.column));
+  if (document == nullptr) result.reason = Ostrum::ReasonOf(error);
+  return document;
 }
 
 std::string WhyNotRead(long readResult) {
-  switch (readResult) {
-    case Ostrum::ReadNoFile:
-      return "there is no such file";
-    case Ostrum::ReadUnreadable:
-      return "is there but can't be read";
-    case Ostrum::ReadRefused:
-      return "is damaged, encrypted with another key, or not encrypted";
-    case Ostrum::ReadTooLong:
-      return "is longer than 2 GB";
-    default:
-      return "can't be read: out of memory";
-  }
+  if (readResult == Ostrum::ReadNoFile) return "there is no such file";
+  if (readResult == Ostrum::ReadUnreadable) return "is there but can't be read";
+  if (readResult == Ostrum::ReadRefused) return "is damaged, encrypted with another key, or not encrypted";
+  return readResult == Ostrum::ReadTooLong ? "is longer than 2 GB" : "can't be read: out of memory";
+}
+
+// Finds the place where the parser stops at a byte that is no UTF-8.
+void ExamineBytes(const std::string& fileName, Examination& result) {
+  std::ifstream file(fileName, std::ios::binary);
+  std::string bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  const bool isEncrypted = bytes.starts_with("TVK1");
+  const std::size_t size = bytes.size();
+  if (!isEncrypted) Parse(Ostrum::DocumentText(std::move(bytes), size), result);
+  result.reason = isEncrypted ? "is encrypted; --encrypted opens it"
+                              : "is not text in its encoding, or the encoding is not supported";
 }
 
 } // namespace
 
-ElementName& NameTable::Of(const Element& element) {
+const LocaleText& NameTable::Of(const Element& element) {
   const std::wstring& name = element.GetName();
   const auto [entry, isNew] = names.try_emplace(&name);
-  if (isNew) entry->second.text = ToLocaleExactly(name);
+  if (isNew) entry->second = InLocale(name);
   return entry->second;
 }
 
-std::optional<std::string> TextOf(const Element& element) { return ToLocaleExactly(element.GetValue()); }
+LocaleText TextOf(const Element& element) { return InLocale(element.GetValue()); }
 
-std::optional<std::string> AttributeOf(const Element& element, const std::string& name) {
-  const Attribute attribute = element.GetAttribute(ToWide(name).c_str());
+LocaleText AttributeOf(const Element& element, const std::string& name) {
+  const Ostrum::Attribute attribute = FindAttribute(element, name);
   if (attribute.IsNull()) return std::nullopt;
-  return ToLocaleExactly(attribute.GetValue());
+  return InLocale(attribute.GetValue());
 }
 
-bool HasAttribute(const Element& element, const std::string& name) {
-  return !element.GetAttribute(ToWide(name).c_str()).IsNull();
-}
+bool HasAttribute(const Element& element, const std::string& name) { return !FindAttribute(element, name).IsNull(); }
 
 Element& AddChild(Element& parent, const std::string& name) {
   Element& child = parent.AddElementInto(ToWide(name).c_str());
@@ -91,41 +80,42 @@ void SetText(Element& element, const std::string& text) {
 }
 
 void SetAttribute(Element& element, const std::string& name, const std::string& value) {
-  const std::wstring wideName = ToWide(name);
-  Attribute attribute = element.GetAttribute(wideName.c_str());
-  if (attribute.IsNull()) attribute = element.CreateAttribute(wideName.c_str());
+  Ostrum::Attribute attribute = FindAttribute(element, name);
+  if (attribute.IsNull()) attribute = element.CreateAttribute(ToWide(name).c_str());
   if (attribute.IsNull()) throw std::invalid_argument(name + " can't be the name of an attribute");
   static_cast<Ostrum::Value>(attribute).Set(ToWide(value).c_str());
 }
 
 std::string SourceOf(const Ostrum::Document& document) { return document.GenerateXML(false).Utf8(); }
 
+bool IsWholeInLocale(const Ostrum::Document& document) {
+  bool isExact = true;
+  if (!LocaleIsUtf8()) FromUtf8(SourceOf(document), &isExact);
+  return isExact;
+}
+
 std::unique_ptr<Ostrum::Document> CopyOf(const Ostrum::Document& document) {
-  return Parse(document.GenerateXML(false)).document;
+  Examination result{};
+  return Parse(document.GenerateXML(false), result);
 }
 
 std::string Examination::Complaint() const {
-  if (line == 0) return ": " + reason;
-  return ':' + std::to_string(line) + ':' + std::to_string(column) + ": " + reason;
+  const std::string place = line == 0 ? "" : std::to_string(line) + ':' + std::to_string(column) + ':';
+  return ':' + place + ' ' + reason;
 }
 
 Examination Examine(const std::string& fileName, bool encrypted) {
-  Examination examination;
   Ostrum::DocumentText text;
   Ostrum::UTF_ENCODINGS encoding{};
   unsigned long byteCount = 0;
   const Ostrum::ByteFilter decrypt = encrypted ? &corekit::KCryptWrap::decrypt_data : nullptr;
-  examination.readResult =
-      Ostrum::ReadBufferFromFileNoExp(ToWide(fileName).c_str(), text, encoding, byteCount, decrypt);
-  if (examination.readResult == Ostrum::ReadBadEncoding) {
-    ExamineBytes(fileName, examination);
-  } else if (examination.readResult != Ostrum::ReadDone) {
-    examination.reason = WhyNotRead(examination.readResult);
+  Examination result{Ostrum::ReadBufferFromFileNoExp(ToWide(fileName).c_str(), text, encoding, byteCount, decrypt)};
+  if (result.readResult == Ostrum::ReadBadEncoding) {
+    ExamineBytes(fileName, result);
+  } else if (result.readResult == Ostrum::ReadDone) {
+    Parse(std::move(text), result);
   } else {
-    const ParseResult result = Parse(std::move(text));
-    examination.line = result.line;
-    examination.column = result.column;
-    if (result.document == nullptr) examination.reason = Ostrum::ReasonOf(result.error);
+    result.reason = WhyNotRead(result.readResult);
   }
-  return examination;
+  return result;
 }

@@ -2,7 +2,6 @@
 #ifndef TARVIK_TOOLS_XML_TREE_H
 #define TARVIK_TOOLS_XML_TREE_H
 
-#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,44 +10,41 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/node.h"
 
-// What is known of one name, shared by all elements that have it.
-struct ElementName {
-  std::optional<std::string> text; // nothing where it has no form in the locale
-  std::uint32_t count = 0;         // for whoever counts children by name
-};
+using Ostrum::Element;
+using LocaleText = std::optional<std::string>; // nothing where a text has no form in the locale
 
-// The names met so far, each converted once.
+// The names met so far, each converted once: equal names of a document give the same object.
 class NameTable {
  public:
-  // The reference stays valid.
-  ElementName& Of(const Ostrum::Element& element);
+  const LocaleText& Of(const Element& element);
 
  private:
-  std::unordered_map<const void*, ElementName> names;
+  std::unordered_map<const void*, LocaleText> names;
 };
 
-// Nothing where there is no such attribute, or the text has no form in the locale.
-std::optional<std::string> TextOf(const Ostrum::Element& element);
-std::optional<std::string> AttributeOf(const Ostrum::Element& element, const std::string& name);
-bool HasAttribute(const Ostrum::Element& element, const std::string& name);
+LocaleText TextOf(const Element& element);
+// Nothing, too, where there is no such attribute.
+LocaleText AttributeOf(const Element& element, const std::string& name);
+bool HasAttribute(const Element& element, const std::string& name);
 
 // Each throws std::invalid_argument, saying why, where XML can't carry the name or the text there.
-Ostrum::Element& AddChild(Ostrum::Element& parent, const std::string& name);
-void SetText(Ostrum::Element& element, const std::string& text);
-void SetAttribute(Ostrum::Element& element, const std::string& name, const std::string& value);
+Element& AddChild(Element& parent, const std::string& name);
+void SetText(Element& element, const std::string& text);
+void SetAttribute(Element& element, const std::string& name, const std::string& value);
 
 // A document's source as it would be saved, in UTF-8.
 std::string SourceOf(const Ostrum::Document& document);
+bool IsWholeInLocale(const Ostrum::Document& document);
 std::unique_ptr<Ostrum::Document> CopyOf(const Ostrum::Document& document);
 
 // What became of an attempt to read and parse a file.
 struct Examination {
-  long readResult = 0; // of the document library
-  int line = 0;        // from 1; 0 where the place is not known
+  long readResult; // of the document library
+  int line = 0;    // from 1; 0 where the place is not known
   int column = 0;
   std::string reason; // empty for a well-formed file
 
-  // "broken.xml:2:6: mismatched tag", after the name of the file.
+  // ":2:6: mismatched tag", to follow the name of the file.
   std::string Complaint() const;
 };
 Examination Examine(const std::string& fileName, bool encrypted);
