@@ -1,9 +1,9 @@
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "examination.h"
 #include "host/ostrumxml/file.h"
 #include "output.h"
-#include "xml_tree.h"
 
 ExitStatus Check(const Options& options) {
   const Examination result = Examine(options.file, options.encrypted);

@@ -49,10 +49,15 @@ std::vector<std::string> MarkData(int argumentCount, char** arguments) {
   return marked;
 }
 
+// In the locale's character set.
 std::string Unmarked(std::string argument) {
   if (argument.starts_with(DataMark)) argument.erase(0, 1);
-  if (!IsText(argument)) throw CommandError(argument + ": is not text in the locale's character set");
   return argument;
+}
+
+std::string RequireText(const std::string& argument, const std::string& what) {
+  const auto text = FromLocale(argument);
+  return text ? *text : throw CommandError(what + ": is not text in the locale's character set");
 }
 
 std::string ReadAll(std::istream& stream) {
@@ -83,8 +88,8 @@ std::string ReadValue() {
   std::string value = ReadAll(std::cin);
   if (value.ends_with('\n')) value.pop_back();
   if (value.ends_with('\r')) value.pop_back();
-  const bool isText = value.find('\0') == std::string::npos && IsText(value);
-  return isText ? value : throw CommandError("standard input: is not text in the locale's character set");
+  const auto hasZero = value.find('\0') != std::string::npos;
+  return RequireText(hasZero ? "\xFF" : value, "standard input");
 }
 
 void UseKey(const std::string& keyFile) {
@@ -137,10 +142,10 @@ class CommandLine {
       throw CommandError(options.items.back() + ": an ITEM without a VALUE" + Pointer());
     if (!lacksValue && valueFromInput) throw CommandError("--stdin: the last ITEM has a VALUE" + Pointer());
     if (lacksValue) options.items.push_back(ReadValue());
-    if (!keyFile.empty()) UseKey(keyFile);
+    if (!keyFile.empty()) UseKey(Unmarked(keyFile));
     ShowLog(verbosity);
     std::optional<InputFile> input;
-    options.shownFile = readsInput ? "standard input" : options.file;
+    options.shownFile = readsInput ? "standard input" : RequireText(options.file, "FILE");
     if (readsInput) options.file = input.emplace().name;
     return command(options);
   }
@@ -166,14 +171,14 @@ class CommandLine {
     const auto chosen = app.get_subcommands();
     const auto extras = chosen.empty() ? app.remaining() : chosen.front()->remaining();
     if (extras.empty()) return chosen.empty() ? "a command is required" : error.what();
-    const std::string first = Unmarked(extras.front());
+    const std::string first = RequireText(Unmarked(extras.front()), "an argument");
     if (extras.front().starts_with('-')) return first + ": no such option; use -- before a value that begins with -";
     return first + (chosen.empty() ? ": there is no such command" : ": one argument too many");
   }
 
   void AddCommonOptions(CLI::App& to) {
     CLI::Option* encrypted = to.add_flag("-e,--encrypted", options.encrypted);
-    AddText(&to, "--key-file", keyFile)->needs(encrypted);
+    to.add_option("--key-file", keyFile)->needs(encrypted);
     to.add_flag("-j,--json", options.json);
     to.add_flag("-v", verbosity);
   }
@@ -182,13 +187,15 @@ class CommandLine {
     CLI::App* added = app.add_subcommand(name);
     added->allow_windows_style_options(false); // a file name may begin with "/"
     added->callback([this, run] { command = run; });
-    AddText(added, "FILE", options.file)->required();
+    added->add_option_function<std::string>("FILE", [this](const std::string& text) { options.file = Unmarked(text); })
+        ->required();
     AddCommonOptions(*added);
     return added;
   }
 
   static CLI::Option* AddText(CLI::App* to, const char* name, std::string& value) {
-    return to->add_option_function<std::string>(name, [&value](const std::string& text) { value = Unmarked(text); });
+    const auto store = [&value, name](const std::string& text) { value = RequireText(Unmarked(text), name); };
+    return to->add_option_function<std::string>(name, store);
   }
 
   static CLI::Option* AddNumber(CLI::App* to, const char* name, std::uint32_t& value) {
@@ -196,8 +203,8 @@ class CommandLine {
   }
 
   CLI::Option* AddItems(CLI::App* to, const char* name) {
-    return to->add_option_function<std::vector<std::string>>(name, [this](const std::vector<std::string>& texts) {
-      std::transform(texts.begin(), texts.end(), std::back_inserter(options.items), Unmarked);
+    return to->add_option_function<std::vector<std::string>>(name, [this, name](const std::vector<std::string>& texts) {
+      for (const std::string& text : texts) options.items.push_back(RequireText(Unmarked(text), name));
     });
   }
 

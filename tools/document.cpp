@@ -4,8 +4,10 @@
 #include <clocale>
 #include <stdexcept>
 
+#include "examination.h"
 #include "output.h"
 #include "registry/file_list.h"
+#include "text.h"
 
 namespace {
 
@@ -25,8 +27,8 @@ Document::Document(const Options& options) : file(options.shownFile) {
                        "); the root's name may have no form in the locale's character set");
   }
   record = FindXmlFile(list, nullptr, &cookie, nullptr);
-  finder.emplace(record->document->GetRoot(), names);
-  rootName = finder->NameOf(record->document->GetRoot());
+  finder.emplace(record->document->GetRoot());
+  rootName = ToLocale(record->document->GetRoot().GetName()).value();
 }
 
 Ostrum::Document& Document::Tree() const { return *record->document; }
@@ -53,7 +55,7 @@ Document::GroupId Document::Open(const std::string& parent, const std::string& p
 // With the root's name in front, a name that begins like it is not taken for it.
 Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const {
   if (!parent) return std::nullopt;
-  return Open(*parent, rootName + '\\' + step.name, occurrence, *step.element);
+  return Open(*parent, rootName + '\\' + ToLocale(step.name).value(), occurrence, *step.element);
 }
 
 // The group path "&" has an empty name, with which every name begins; so no other ID can be the same. "" for the root.
@@ -65,23 +67,26 @@ Document::GroupId Document::OpenByPositions(Place::const_iterator step, Place::c
 }
 
 std::optional<std::string> Document::Read(const Place& place, const std::string& attribute) const {
-  const Element& element = finder->At(place);
+  Element& element = finder->At(place);
   const bool isText = attribute.empty();
-  if (!isText && !HasAttribute(element, attribute)) return std::nullopt;
-  LocaleText value = isText ? TextOf(element) : AttributeOf(element, attribute); // tells the size of the buffer
+  const Ostrum::Attribute found = element.GetAttribute(attribute);
+  if (!isText && found.IsNull()) return std::nullopt;
+  const std::string inDocument = isText ? element.GetValue() : found.GetValue();
+  auto value = ToLocale(inDocument); // tells how large the buffer must be
+  const std::string path = place.empty() ? std::string(element.GetName()) : PathOf(place);
   if (!value) {
-    throw CommandError(file + ": " + (place.empty() ? rootName : PathOf(place)) +
-                       ": has no form in the character set of the locale (" + std::setlocale(LC_CTYPE, nullptr) + ")");
+    throw CommandError(file + ": " + path + ": has no form in the character set of the locale (" +
+                       std::setlocale(LC_CTYPE, nullptr) + ")");
   }
   GroupId group; // of the element that has the attribute, or of the text's parent
   if (!isText || !place.empty()) group = OpenByPositions(place.begin(), place.end() - (isText ? 1 : 0));
-  if (!group) return value;
-  const std::string& item = place.empty() ? rootName : place.back().name;
+  if (!group) return inDocument;
+  const auto item = ToLocale(element.GetName()), attributeName = ToLocale(attribute);
   const char* const type = isText ? "ELEMENT" : "ATTRIBUTE";
   const auto index = static_cast<std::int32_t>(isText ? place.back().number : 1);
   const auto capacity = static_cast<std::uint32_t>(value->size() + 1);
-  const auto code = EnumXMLItem(list, cookie, (group->empty() ? rootName : *group).c_str(), item.c_str(), type, index,
-                                attribute.c_str(), type, value->data(), capacity);
-  if (!Succeeded(code)) throw std::logic_error(file + ": " + PathOf(place) + ": is not found where it is");
-  return value;
+  const auto code = EnumXMLItem(list, cookie, (group->empty() ? rootName : *group).c_str(), item->c_str(), type, index,
+                                attributeName->c_str(), type, value->data(), capacity);
+  if (!Succeeded(code)) throw std::logic_error(file + ": " + path + ": is not found where it is");
+  return FromLocale(*value);
 }

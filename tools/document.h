@@ -9,7 +9,7 @@
 
 #include "commands.h"
 #include "element_path.h"
-#include "xml_tree.h"
+#include "host/ostrumxml/document.h"
 
 struct XmlFileRecord;
 
@@ -34,7 +34,6 @@ class Document {
   void Note(const std::string& line) const;
 
   Ostrum::Document& Tree() const;
-  NameTable& Names() const { return names; }
   const ElementFinder& Finder() const { return *finder; }
 
   // The element's text, or its attribute; nothing where it has no such attribute.
@@ -54,9 +53,8 @@ class Document {
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   XmlFileRecord* record = nullptr;
-  mutable NameTable names;
   std::optional<ElementFinder> finder;
-  std::string rootName;
+  std::string rootName; // as all that the library is given, in the locale's character set
 };
 
 #endif

@@ -37,12 +37,25 @@ std::vector<std::pair<std::string, std::uint32_t>> NumberedForms(const std::stri
 
 bool Passes(const Element& element, const PathComponent& filter) {
   if (filter.attribute.empty()) return true;
-  if (filter.value.empty()) return HasAttribute(element, filter.attribute);
-  return AttributeOf(element, filter.attribute).value_or("").starts_with(filter.value);
+  const Ostrum::Attribute attribute = element.GetAttribute(filter.attribute);
+  return !attribute.IsNull() && attribute.GetValue().starts_with(filter.value);
+}
+
+std::vector<Step> Named(const Element& parent, const std::string& name, const PathComponent& filter) {
+  std::vector<Step> steps;
+  std::uint32_t number = 0;
+  std::uint32_t position = 0;
+  for (auto child = parent.Begin(); child != parent.End(); ++child) {
+    if (HasForm(child->GetName())) ++position;
+    if (child->GetName() != name) continue;
+    ++number;
+    if (Passes(*child, filter)) steps.push_back({&*child, name, number, position});
+  }
+  return steps;
 }
 
 // With how many letters, letter case apart, both names begin.
-std::size_t CommonStart(const std::string& left, const std::string& right) {
+std::size_t CommonStart(std::string_view left, std::string_view right) {
   const auto areEqual = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
   const auto end = std::mismatch(left.begin(), left.end(), right.begin(), right.end(), areEqual).first;
   return static_cast<std::size_t>(end - left.begin());
@@ -52,14 +65,14 @@ std::size_t CommonStart(const std::string& left, const std::string& right) {
 
 std::vector<PathComponent> SplitPath(const std::string& path) {
   std::vector<std::string> texts(path.empty() ? 0 : 1);
-  ForEachCharacter(path, [&texts](wchar_t, std::string_view bytes, bool) {
+  for (const char byte : path) {
     const bool inFilter = texts.back().find('&') != std::string::npos;
-    if (bytes == "\\" || (bytes == "/" && !inFilter)) {
+    if (byte == '\\' || (byte == '/' && !inFilter)) {
       texts.emplace_back();
     } else {
-      texts.back() += bytes;
+      texts.back() += byte;
     }
-  });
+  }
   std::vector<PathComponent> components;
   for (const std::string& text : texts) components.push_back(ParseComponent(text, path));
   return components;
@@ -75,21 +88,7 @@ std::string PathBelow(const Place& place, const std::string& component) {
   return place.empty() ? component : PathOf(place) + '\\' + component;
 }
 
-std::vector<Step> ElementFinder::Named(Element& parent, const std::string& name, const PathComponent& filter) const {
-  std::vector<Step> steps;
-  std::uint32_t number = 0;
-  std::uint32_t position = 0;
-  for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    const LocaleText& childName = names.Of(*child);
-    if (childName) ++position;
-    if (childName != name) continue;
-    ++number;
-    if (Passes(*child, filter)) steps.push_back({&*child, name, number, position});
-  }
-  return steps;
-}
-
-std::vector<Step> ElementFinder::Children(Element& parent, const PathComponent& component) const {
+std::vector<Step> ElementFinder::Children(const Element& parent, const PathComponent& component) const {
   std::vector<Step> steps = Named(parent, component.name, component);
   if (!steps.empty()) return steps;
   for (const auto& [name, number] : NumberedForms(component.name)) {
@@ -117,36 +116,27 @@ ElementFinder::Way ElementFinder::Follow(const std::vector<PathComponent>& path)
   Way way = FollowFrom(path, 0);
   if (way.followed == path.size()) return way;
   const PathComponent& front = path.front();
-  if (front.name != NameOf(root) || front.occurrence != 1 || !Passes(root, front)) return way;
+  if (front.name != root.GetName() || front.occurrence != 1 || !Passes(root, front)) return way;
   Way belowRoot = FollowFrom(path, 1);
   return belowRoot.followed > way.followed ? belowRoot : way;
 }
 
-const Element* ElementFinder::FirstThatBegins(const Element& parent, const std::string& name) const {
-  for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    const LocaleText& childName = names.Of(*child);
-    if (childName && childName->starts_with(name)) return &*child;
-  }
-  return nullptr;
-}
-
 std::string ElementFinder::WhyMissing(const Place& parent, const PathComponent& component) const {
-  const std::string why = "no element " + component.text + " in " + (parent.empty() ? NameOf(root) : PathOf(parent));
-  const std::string& name = component.name;
   const Element& element = At(parent);
-  std::string nearest;
+  const std::string& name = component.name;
+  const std::string where = parent.empty() ? std::string(root.GetName()) : PathOf(parent);
+  const std::string why = "no element " + component.text + " in " + where;
+  const bool isThere = !element.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull();
+  if (isThere) return component.occurrence > 1 ? why + "; there are fewer of them" : why;
+  std::string_view nearest;
   std::size_t most = (name.size() - 1) / 2; // a name that shares no more is another
-  bool isThere = false;
   for (auto child = element.Begin(); child != element.End(); ++child) {
-    const LocaleText& childName = names.Of(*child);
-    isThere = isThere || childName == name;
-    const std::size_t common = childName ? CommonStart(name, *childName) : 0;
-    if (common > most) nearest = *childName;
+    const std::size_t common = CommonStart(name, child->GetName());
+    if (common > most) nearest = child->GetName();
     most = std::max(most, common);
   }
-  if (isThere) return why + (component.occurrence > 1 ? "; there are fewer of them" : "");
   if (nearest.empty()) return why;
   const bool isJoined = name.size() > nearest.size() + 1 && name.starts_with(nearest);
-  return why + "; there is " + nearest +
+  return why + "; there is " + std::string(nearest) +
          (isJoined ? ", and names are separated with \\ or /, quoted for the shell" : "");
 }

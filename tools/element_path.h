@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "xml_tree.h"
+#include "host/ostrumxml/node.h"
+
+using Ostrum::Element;
 
 // "Name" or "Name&attribute=value".
 struct PathComponent {
@@ -37,17 +39,16 @@ using Place = std::vector<Step>;
 std::string PathOf(const Place& place);
 std::string PathBelow(const Place& place, const std::string& component);
 
-// Finds elements in a document that outlives this.
+// Finds elements below a root that outlives this.
 class ElementFinder {
  public:
-  ElementFinder(Element& rootElement, NameTable& nameTable) : root(rootElement), names(nameTable) {}
+  explicit ElementFinder(Element& rootElement) : root(rootElement) {}
 
   Element& At(const Place& place) const { return place.empty() ? root : *place.back().element; }
-  std::string NameOf(const Element& element) const { return names.Of(element).value_or(""); }
 
   // The children that the component names, in document order: those of exactly its name or, where there are none, the one
   // that a number at its end chooses.
-  std::vector<Step> Children(Element& parent, const PathComponent& component) const;
+  std::vector<Step> Children(const Element& parent, const PathComponent& component) const;
 
   // How far a path leads.
   struct Way {
@@ -59,15 +60,10 @@ class ElementFinder {
   // "no element Time in Network; there is Timeout".
   std::string WhyMissing(const Place& parent, const PathComponent& component) const;
 
-  // The first child whose name begins with this one, which is what the library's set takes; null where there is none.
-  const Element* FirstThatBegins(const Element& parent, const std::string& name) const;
-
  private:
-  std::vector<Step> Named(Element& parent, const std::string& name, const PathComponent& filter) const;
   Way FollowFrom(const std::vector<PathComponent>& path, std::size_t first) const;
 
   Element& root;
-  NameTable& names;
 };
 
 #endif

@@ -4,7 +4,6 @@
 #include "commands.h"
 #include "document.h"
 #include "output.h"
-#include "text.h"
 
 namespace {
 
@@ -61,7 +60,7 @@ ExitStatus Get(const Options& options) {
     const auto values = ReadItem(document, options, item, missing);
     Json found = options.all ? Json::array() : Json();
     for (const auto& value : values) {
-      options.all ? found.push_back(ToUtf8(value)) : void(found = ToUtf8(value));
+      options.all ? found.push_back(value) : void(found = value);
       if (!options.json) PrintValue(value);
     }
     if (values.empty() && !isOne && !options.all && !options.json) PrintValue(""); // each keeps its line

@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "document.h"
 #include "output.h"
+#include "text.h"
 
 namespace {
 
@@ -33,9 +34,8 @@ class TreeWalk {
   }
 
   std::size_t count = 0;
-  std::size_t leftOut = 0; // elements, with all below them, whose names can't be shown
-  std::size_t hidden = 0, withoutId = 0;
-  std::string firstHidden, firstWithoutId;
+  std::size_t hidden = 0, withoutId = 0, lackForm = 0;
+  std::string firstHidden, firstWithoutId, firstWithoutForm;
 
  private:
   struct Level {
@@ -56,7 +56,7 @@ class TreeWalk {
     std::string path;     // of the parent
     Document::GroupId id; // of the parent
     std::uint32_t position = 0;
-    std::unordered_map<const LocaleText*, std::uint32_t> numbers;
+    std::unordered_map<const char*, std::uint32_t> numbers;
     std::unordered_set<std::string> texts; // of children with a number, or a name that looks like one with a number
     std::map<std::string, std::uint32_t> occurrences;
   };
@@ -64,19 +64,19 @@ class TreeWalk {
   void Visit(Level& level) {
     Element& element = *level.next;
     ++level.next;
-    const LocaleText& name = document.Names().Of(element);
+    const std::string_view name = element.GetName(); // equal names share their text
     const bool isAbove = levels.size() <= topPlace.size();
-    if (!name && !isAbove) ++leftOut;
-    if (!name) return;
-    const Step step{&element, *name, ++level.numbers[&name], ++level.position};
-    const std::uint32_t occurrence = options.withIds ? level.NextOccurrence(*name) : 0;
+    const bool hasForm = HasForm(name);
+    const Step step{&element, std::string(name), ++level.numbers[name.data()], level.position += hasForm ? 1 : 0};
+    const std::uint32_t occurrence = options.withIds && hasForm ? level.NextOccurrence(step.name) : 0;
     if (isAbove && topPlace[levels.size() - 1].element != &element) return;
 
     const std::string text = step.Text();
     const std::string path = level.path.empty() ? text : level.path + '\\' + text;
-    const bool mayClash = step.number > 1 || (name->back() >= '0' && name->back() <= '9');
+    const bool mayClash = step.number > 1 || (name.back() >= '0' && name.back() <= '9');
     if (mayClash && !level.texts.insert(text).second && hidden++ == 0) firstHidden = path;
-    const Document::GroupId id = options.withIds ? document.OpenChild(level.id, step, occurrence) : std::nullopt;
+    if (!hasForm && lackForm++ == 0) firstWithoutForm = path;
+    const Document::GroupId id = occurrence > 0 ? document.OpenChild(level.id, step, occurrence) : std::nullopt;
     const bool isLeaf = element.Begin() == element.End();
     place.push_back(step);
     if (!isAbove) ListOne(path, id, isLeaf);
@@ -104,10 +104,6 @@ class TreeWalk {
   Place place; // of the element that is visited
 };
 
-std::string Several(const std::string& first, std::size_t number) {
-  return number == 1 ? first : first + " and " + std::to_string(number - 1) + " more";
-}
-
 } // namespace
 
 ExitStatus List(const Options& options) {
@@ -123,13 +119,14 @@ ExitStatus List(const Options& options) {
   TreeWalk walk(document, options, place);
   walk.Walk();
   std::string note = walk.count == 0 ? "no elements in it" : "";
-  if (walk.hidden > 0) note = Several(walk.firstHidden, walk.hidden) + ": stands for two, and leads to the longer name";
-  if (walk.withoutId > 0)
-    note += (note.empty() ? "no group ID for " : "; no group ID for ") + Several(walk.firstWithoutId, walk.withoutId);
-  if (walk.leftOut > 0) {
-    throw CommandError(document.File() + ": " + std::to_string(walk.leftOut) +
-                       " elements are left out: their names have no form in the locale's character set");
-  }
+  const auto add = [&note](const std::string& first, std::size_t number, const char* what) {
+    if (number > 0) note += (note.empty() ? "" : "; ") + first;
+    if (number > 1) note += " and " + std::to_string(number - 1) + " more";
+    if (number > 0) note += what;
+  };
+  add(walk.firstHidden, walk.hidden, ": stands for two elements, and leads to the one with the longer name");
+  add(walk.firstWithoutId, walk.withoutId, ": has no group ID of its own");
+  add(walk.firstWithoutForm, walk.lackForm, ": has no form in the locale's character set");
   if (!note.empty()) document.Note(note);
   return walk.count > 0 ? ExitStatus::Found : ExitStatus::NothingFound;
 }

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "commands.h"
+#include "host/ostrumxml/utf8.h"
 #include "text.h"
 
 namespace {
@@ -28,7 +29,14 @@ bool IsTerminal() {
 std::string ShownField(std::string text) {
   const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
   std::replace_if(text.begin(), text.end(), isSeparator, ' ');
-  return IsTerminal() ? Printable(text) : text;
+  return text;
+}
+
+// A terminal gets no control characters.
+std::string ToPrint(std::string_view utf8) {
+  if (IsTerminal()) return Printable(utf8, "\t\n");
+  const auto text = ToLocale(utf8);
+  return text ? *text : Printable(utf8, "\t\n\r");
 }
 
 int logLevel = 0;
@@ -41,8 +49,9 @@ void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const w
   const std::string line = std::string(2 * depth, ' ') + (enters ? "> " : "") + (leaves ? "< " : "");
   if (enters) ++depth;
   const Colour colour = kind == corekit::LogKind::Error ? Colour::Red : Colour::Dim;
-  const std::string shown = line + OnOneLine(ToLocale(component) + ": " + ToLocale(text));
-  std::cerr << Coloured(Stream::Error, colour, shown) << '\n';
+  std::string utf8;
+  Ostrum::Utf8FromWide(std::wstring(component) + L": " + text, utf8);
+  std::cerr << Coloured(Stream::Error, colour, line + Printable(utf8)) << '\n';
 } catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
 }
 
@@ -55,25 +64,18 @@ std::string Coloured(Stream stream, Colour colour, std::string_view text) {
   return result;
 }
 
-void PrintValue(std::string_view value) {
-  if (IsTerminal()) {
-    std::cout << Printable(value) << '\n';
-  } else {
-    std::cout << value << '\n';
-  }
-}
+void PrintValue(std::string_view value) { std::cout << ToPrint(value) << '\n'; }
 
 void PrintState(Colour colour, std::string_view state) { std::cout << Coloured(Stream::Output, colour, state) << '\n'; }
 
-// A terminal that is not in UTF-8 gets ASCII, which JSON can do with.
 void PrintJson(const nlohmann::ordered_json& value) {
-  const bool inAscii = IsTerminal() && !LocaleIsUtf8();
-  PrintValue(value.dump(2, ' ', inAscii, nlohmann::ordered_json::error_handler_t::replace));
+  const std::string text = value.dump(2);
+  std::cout << (IsTerminal() ? ToPrint(text) : text) << '\n';
 }
 
 void Table::Add(Row row) {
   if (!asJson && !IsTerminal()) {
-    std::cout << Line(row) << '\n';
+    std::cout << ToPrint(Line(row)) << '\n';
     return;
   }
   widths.resize(row.size());
@@ -96,22 +98,23 @@ std::string Table::Line(const Row& row) const {
 
 void Table::Finish() const {
   if (!asJson) {
-    if (rows.size() > 0 && names.size() > 1) std::cout << Coloured(Stream::Output, Colour::Bold, Line(names)) << '\n';
-    for (const Row& row : rows) std::cout << Line(row) << '\n';
+    if (rows.size() > 0 && names.size() > 1)
+      std::cout << Coloured(Stream::Output, Colour::Bold, ToPrint(Line(names))) << '\n';
+    for (const Row& row : rows) std::cout << ToPrint(Line(row)) << '\n';
     return;
   }
   auto json = nlohmann::ordered_json::array();
   for (const Row& row : rows) {
     nlohmann::ordered_json& entry = json.emplace_back();
     for (std::size_t i = 0; i < row.size(); ++i) {
-      (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? nlohmann::ordered_json(ToUtf8(*row[i])) : nullptr;
+      (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? nlohmann::ordered_json(*row[i]) : nullptr;
     }
   }
   PrintJson(json);
 }
 
 void PrintMessage(std::string_view line) {
-  std::cerr << Coloured(Stream::Error, Colour::Red, "tarvik:") << ' ' << OnOneLine(line) << '\n';
+  std::cerr << Coloured(Stream::Error, Colour::Red, "tarvik:") << ' ' << Printable(line) << '\n';
 }
 
 void ShowLog(int level) {

@@ -28,8 +28,8 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
 
 std::vector<DetectionInfo> FindOne(const Document& document, const Options& options) {
   DetectionInfo info;
-  const auto code = GetDetectionInfo(document.List(), document.Cookie(), options.branch.c_str(),
-                                     options.product.c_str(), options.packageType.c_str(), &info);
+  const auto code = GetDetectionInfo(document.List(), document.Cookie(), ToLocale(options.branch)->c_str(),
+                                     ToLocale(options.product)->c_str(), ToLocale(options.packageType)->c_str(), &info);
   // Where only Version is missing it is "not found" too, with the fields filled, the product asked for among them.
   if (!document.Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
@@ -43,7 +43,7 @@ ExitStatus Finish(const Document& document, const std::vector<Table::Row>& rows,
     table.Add(row);
   }
   table.Finish();
-  if (!IsWholeInLocale(document.Tree())) {
+  if (!HasForm(document.Tree().GenerateXML(false))) {
     document.Note("a text in it has no form in the locale's character set; where it belongs here it is left empty");
   } else if (isCut || rows.empty()) {
     document.Note(isCut ? "a text may be cut: the queries read 259 bytes of each" : nothing);
@@ -62,7 +62,7 @@ ExitStatus Status(const Options& options) {
   if (options.json) {
     nlohmann::ordered_json json{{"enabled", nullptr}, {"catalogVersion", nullptr}};
     if (isStatus) json["enabled"] = enabled == 1;
-    if (version) json["catalogVersion"] = ToUtf8(*version);
+    if (version) json["catalogVersion"] = *version;
     PrintJson(json);
   } else if (isStatus) {
     PrintState(enabled == 1 ? Colour::Green : Colour::Red, enabled == 1 ? "enabled" : "disabled");
@@ -77,7 +77,7 @@ ExitStatus Detect(const Options& options) {
   std::vector<Table::Row> rows;
   for (const auto& pair : options.product.empty() ? WalkCatalog(document) : FindOne(document, options)) {
     Table::Row& row = rows.emplace_back();
-    for (const auto field : DetectionFields) row.emplace_back(pair.*field);
+    for (const auto field : DetectionFields) row.push_back(FromLocale(pair.*field));
   }
   const Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
                                    "PlatformID", "MinimumDATVersion", "EngineFile"});
@@ -89,17 +89,18 @@ ExitStatus Files(const Options& options) {
   std::vector<FileListEntry> files;
   const bool isWhole = document.Succeeded(GetFileList(document.List(), document.Cookie(), &files));
   std::vector<Table::Row> rows;
-  for (const auto& file : files) rows.push_back({file.Name, file.Hash});
+  for (const auto& file : files) rows.push_back({FromLocale(file.Name), FromLocale(file.Hash)});
   const Table table(options.json, {"name", "hash"});
   const ExitStatus status = Finish(document, rows, table, "no file with Name and Hash in the first language package");
   if (isWhole || files.empty()) return status;
-  throw CommandError(document.File() + ": the entry after " + files.back().Name + " lacks its Name or Hash");
+  throw CommandError(document.File() + ": the entry after " + *rows.back().front() + " lacks its Name or Hash");
 }
 
 ExitStatus Match(const Options& options) {
   const Document document(options);
   std::uint32_t matches = 0;
-  document.Succeeded(MatchXmlListToFileName(document.List(), *document.Cookie(), options.name.c_str(), &matches));
+  document.Succeeded(
+      MatchXmlListToFileName(document.List(), *document.Cookie(), ToLocale(options.name)->c_str(), &matches));
   options.json ? PrintJson({{"matches", matches == 1}}) : PrintValue(matches == 1 ? "yes" : "no");
   return matches == 1 ? ExitStatus::Found : ExitStatus::NothingFound;
 }

@@ -3,6 +3,7 @@
 
 #include "commands.h"
 #include "document.h"
+#include "examination.h"
 #include "line_diff.h"
 #include "output.h"
 #include "text.h"
@@ -18,7 +19,10 @@ class SetPlan {
   };
 
   SetPlan(const Document& openDocument, const Options& wanted)
-      : document(openDocument), options(wanted), copy(CopyOf(document.Tree())), finder(copy->GetRoot(), names) {}
+      : document(openDocument),
+        options(wanted),
+        copy(Parse(document.Tree().GenerateXML(false), parsed)),
+        finder(copy->GetRoot()) {}
 
   // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
   // where it is missing and must exist.
@@ -40,12 +44,12 @@ class SetPlan {
       } else if (place.empty()) {
         throw std::invalid_argument("the library can't set the root's own text");
       } else {
-        SetText(finder.At(place), value);
+        static_cast<Ostrum::Value>(finder.At(place)).Set(value);
       }
     } catch (const std::invalid_argument& reason) {
       Refuse(shownPath, reason.what());
     }
-    Call call{finder.NameOf(copy->GetRoot()), item, value, shownPath};
+    Call call{std::string(copy->GetRoot().GetName()), item, value, shownPath};
     if (!options.itemIsAttribute) {
       call.item = place.back().name;
       place.pop_back();
@@ -56,15 +60,19 @@ class SetPlan {
 
   const std::vector<Call>& Calls() const { return calls; }
   const std::vector<std::string>& Made() const { return made; } // what was missing
-  std::string Result() const { return SourceOf(*copy); }
+  std::string Result() const { return copy->GenerateXML(false); }
 
  private:
-  // The library enters, at each name, the first element that begins with it.
-  void RequireFirst(const Place& place) {
+  // What the library enters at each name.
+  static Element& FirstThatBegins(const Element& parent, const std::string& name) {
+    return parent.NthChild(Ostrum::NameMatch::Prefix, name, 1);
+  }
+
+  void RequireFirst(const Place& place) const {
     Place parent;
     for (const Step& step : place) {
-      const Element& first = *finder.FirstThatBegins(finder.At(parent), step.name);
-      const std::string taken = PathBelow(parent, finder.NameOf(first));
+      const Element& first = FirstThatBegins(finder.At(parent), step.name);
+      const std::string taken = PathBelow(parent, std::string(first.GetName()));
       parent.push_back(step);
       if (&first == step.element) continue;
       Refuse(PathOf(parent), "the library would take " + taken + ", the first whose name begins with " + step.name);
@@ -78,19 +86,24 @@ class SetPlan {
     if (!component.attribute.empty()) {
       Refuse(path, finder.WhyMissing(place, component) + ", and set makes none for a filter");
     }
-    if (const Element* first = finder.FirstThatBegins(parent, component.name)) {
-      Refuse(path, "there is none, and the library would take " + PathBelow(place, finder.NameOf(*first)));
+    const Element& first = FirstThatBegins(parent, component.name);
+    if (!first.IsNull()) {
+      Refuse(path, "there is none, and the library would take " + PathBelow(place, std::string(first.GetName())));
     }
-    place.push_back({&AddChild(parent, component.name), component.name, 1, 0});
+    Element& child = parent.AddElementInto(component.name);
+    if (child.IsNull()) throw std::invalid_argument(component.name + " can't be made there, or be an element's name");
+    place.push_back({&child, component.name, 1, 0});
     made.push_back(path);
   }
 
   void SetAttributeAt(const Place& place, const std::string& name, const std::string& value) {
-    const std::string owner = place.empty() ? finder.NameOf(copy->GetRoot()) : PathOf(place);
+    const std::string owner = place.empty() ? std::string(copy->GetRoot().GetName()) : PathOf(place);
     if (value.empty()) throw std::invalid_argument("the library can't give an attribute an empty value");
-    const bool isNew = !HasAttribute(finder.At(place), name);
+    Ostrum::Attribute attribute = finder.At(place).GetAttribute(name);
+    const bool isNew = attribute.IsNull();
     if (isNew && options.existing) Miss("no attribute " + name + " in " + owner);
-    SetAttribute(finder.At(place), name, value);
+    if (isNew) attribute = finder.At(place).CreateAttribute(name);
+    static_cast<Ostrum::Value>(attribute).Set(value);
     if (isNew) made.push_back("the attribute " + name + " of " + owner);
   }
 
@@ -103,8 +116,8 @@ class SetPlan {
 
   const Document& document;
   const Options& options;
+  Examination parsed;
   std::unique_ptr<Ostrum::Document> copy;
-  NameTable names;
   ElementFinder finder;
   std::vector<Call> calls;
   std::vector<std::string> made;
@@ -112,8 +125,8 @@ class SetPlan {
 
 void Save(const Document& document, const Options& options, const std::vector<SetPlan::Call>& calls) {
   for (const auto& [path, item, value, shownPath] : calls) {
-    const auto code = SetXMLItem(document.List(), *document.Cookie(), path.c_str(), item.c_str(),
-                                 options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", value.c_str());
+    const auto code = SetXMLItem(document.List(), *document.Cookie(), ToLocale(path)->c_str(), ToLocale(item)->c_str(),
+                                 options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", ToLocale(value)->c_str());
     if (code == XmlSuccess) continue;
     const char* const reason = "the file or its folder can't be written, or the disk is full; -v tells more";
     throw CommandError(document.File() + ": " + shownPath +
@@ -128,14 +141,14 @@ ExitStatus Set(const Options& options) {
   const Document document(options);
   SetPlan plan(document, options);
   for (std::size_t i = 0; i < options.items.size(); i += 2) plan.Add(options.items[i], options.items[i + 1]);
-  const std::string changes = options.dryRun ? LineDiff(SourceOf(document.Tree()), plan.Result()) : "";
+  const std::string changes = options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
   if (!options.dryRun) Save(document, options, plan.Calls());
   std::string made;
   for (const std::string& path : plan.Made()) made += (made.empty() ? "" : ", ") + path;
   if (options.json) {
-    PrintJson({{"saved", !options.dryRun}, {"made", ToUtf8(made)}, {"changes", changes}});
+    PrintJson({{"saved", !options.dryRun}, {"made", made}, {"changes", changes}});
   } else if (!changes.empty()) {
-    PrintValue(FromUtf8(changes.substr(0, changes.size() - 1))); // the line end is printed with it
+    PrintValue(changes.substr(0, changes.size() - 1)); // the line end is printed with it
   }
   if (!made.empty()) document.Note((options.dryRun ? "would make " : "made ") + made);
   return ExitStatus::Found;

@@ -4,29 +4,14 @@
 #include <climits>
 #include <clocale>
 #include <cstdio>
+#include <cstdlib>
+#include <cwchar>
 
 #include "host/ostrumxml/utf8.h"
 
 namespace {
 
-std::string Escaped(wchar_t character) {
-  char escape[12];
-  std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(character));
-  return escape;
-}
-
-std::string WithoutControls(std::string_view text, std::string_view kept) {
-  std::string result;
-  ForEachCharacter(text, [&](wchar_t character, std::string_view bytes, bool isValid) {
-    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    if (isValid && (!isControl || kept.find(bytes) != std::string_view::npos)) {
-      result += bytes;
-    } else {
-      result += Escaped(isValid ? character : static_cast<unsigned char>(bytes.front()));
-    }
-  });
-  return result;
-}
+bool localeIsUtf8 = false;
 
 } // namespace
 
@@ -34,47 +19,51 @@ void UseLocale() {
   std::setlocale(LC_ALL, "");
   const std::string_view name = std::setlocale(LC_CTYPE, nullptr);
   if (name == "C" || name == "POSIX") std::setlocale(LC_CTYPE, "C.UTF-8");
+  wchar_t character = 0;
+  localeIsUtf8 = std::mbtowc(&character, "\xE2\x82\xAC", 3) == 3 && character == 0x20AC;
 }
 
-bool LocaleIsUtf8() { return ToUtf8("\xC3\xA4") == "\xC3\xA4"; }
-
-std::size_t Width(std::string_view text) { return ToWide(text).size(); }
-
-bool IsText(std::string_view text) {
-  bool isText = true;
-  ForEachCharacter(text, [&isText](wchar_t, std::string_view, bool isValid) { isText = isText && isValid; });
-  return isText;
-}
-
-std::wstring ToWide(std::string_view text) {
-  std::wstring wide;
-  ForEachCharacter(text, [&wide](wchar_t character, std::string_view, bool) { wide += character; });
-  return wide;
-}
-
-std::string ToUtf8(std::string_view text) {
+std::optional<std::string> FromLocale(const std::string& text) {
+  if (localeIsUtf8) return Ostrum::IsUtf8(text) ? std::optional(text) : std::nullopt;
+  std::wstring wide(text.size() + 1, L'\0');
+  const std::size_t length = std::mbstowcs(wide.data(), text.c_str(), wide.size());
   std::string utf8;
-  Ostrum::Utf8FromWide(ToWide(text), utf8);
+  if (length > text.size() || !Ostrum::Utf8FromWide(wide.substr(0, length), utf8)) return std::nullopt;
   return utf8;
 }
 
-std::string ToLocale(std::wstring_view text, bool* isExact) {
+std::optional<std::string> ToLocale(std::string_view utf8) {
+  if (localeIsUtf8) return std::string(utf8);
+  const std::wstring wide = Ostrum::WideFromUtf8(utf8);
+  std::string text(wide.size() * MB_LEN_MAX + 1, '\0');
+  const std::size_t length = std::wcstombs(text.data(), wide.c_str(), text.size());
+  if (length > text.size()) return std::nullopt;
+  text.resize(length);
+  return text;
+}
+
+bool HasForm(std::string_view utf8) { return localeIsUtf8 || ToLocale(utf8); }
+
+std::string Printable(std::string_view utf8, std::string_view kept) {
   std::string result;
-  std::mbstate_t state{};
-  for (const wchar_t character : text) {
+  for (const wchar_t character : Ostrum::WideFromUtf8(utf8)) {
     char bytes[MB_LEN_MAX];
+    std::mbstate_t state{};
     const std::size_t length = std::wcrtomb(bytes, character, &state);
-    const bool hasForm = length != static_cast<std::size_t>(-1);
-    result += hasForm ? std::string(bytes, length) : Escaped(character);
-    if (hasForm) continue;
-    state = {};
-    if (isExact != nullptr) *isExact = false;
+    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    const bool isKept = !isControl || kept.find(static_cast<char>(character)) != std::string_view::npos;
+    if (isKept && length <= sizeof bytes) {
+      result.append(bytes, length);
+    } else {
+      char escape[12];
+      std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(character));
+      result += escape;
+    }
   }
   return result;
 }
 
-std::string FromUtf8(std::string_view text, bool* isExact) { return ToLocale(Ostrum::WideFromUtf8(text), isExact); }
-
-std::string Printable(std::string_view text) { return WithoutControls(text, "\t\n"); }
-
-std::string OnOneLine(std::string_view text) { return WithoutControls(text, ""); }
+std::size_t Width(std::string_view utf8) {
+  return static_cast<std::size_t>(
+      std::count_if(utf8.begin(), utf8.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}

@@ -1,46 +1,22 @@
-// Text between the character sets that the command meets: the locale's, in which the library speaks, wide, and UTF-8.
+// Text is UTF-8 inside the command. It meets the locale's character set where the library is called and where it is printed.
 #ifndef TARVIK_TOOLS_TEXT_H
 #define TARVIK_TOOLS_TEXT_H
 
-#include <cwchar>
+#include <optional>
 #include <string>
 #include <string_view>
 
 // Takes the user's locale; where there is none, or only "C", whose character set is ASCII, UTF-8.
 void UseLocale();
-bool LocaleIsUtf8();
 
-// Calls visit(character, bytes, isValid) for each character of a text in the locale's character set. A byte that begins no
-// valid character comes alone, as U+FFFD.
-template <class Visit>
-void ForEachCharacter(std::string_view text, Visit visit) {
-  std::mbstate_t state{};
-  while (!text.empty()) {
-    wchar_t character = 0;
-    std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-    const bool isValid = length <= text.size();
-    if (!isValid) character = 0xFFFD;
-    if (!isValid) state = {};
-    if (!isValid || length == 0) length = 1;
-    visit(character, text.substr(0, length), isValid);
-    text.remove_prefix(length);
-  }
-}
+// Nothing where the text is not valid in its character set, or has no form in the other.
+std::optional<std::string> FromLocale(const std::string& text);
+std::optional<std::string> ToLocale(std::string_view utf8);
+bool HasForm(std::string_view utf8); // in the locale
 
-std::size_t Width(std::string_view text); // in characters
-// Whether all of the text is valid in the locale's character set.
-bool IsText(std::string_view text);
+// Text to be printed: control characters but those kept, and what the locale lacks, are written "\u001b".
+std::string Printable(std::string_view utf8, std::string_view kept = "");
 
-std::wstring ToWide(std::string_view text);
-std::string ToUtf8(std::string_view text);
-
-// A character that the locale lacks is written "\u20ac", and isExact set to false.
-std::string ToLocale(std::wstring_view text, bool* isExact = nullptr);
-std::string FromUtf8(std::string_view text, bool* isExact = nullptr);
-
-// Text that a terminal can be given: control characters, except tabs and line ends, and invalid bytes are written "\u001b".
-std::string Printable(std::string_view text);
-// The same without tabs and line ends, for messages.
-std::string OnOneLine(std::string_view text);
+std::size_t Width(std::string_view utf8); // in characters
 
 #endif
