@@ -5,14 +5,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
-#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <optional>
+#include <memory>
 
 #include "commands.h"
 #include "help_texts.h"
@@ -20,14 +20,6 @@
 #include "text.h"
 
 namespace {
-
-// A number as the library takes it, counted from 1.
-std::string RefuseUncounted(const std::string& text) {
-  std::int32_t number = 0;
-  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isCounted = parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() && number > 0;
-  return isCounted ? "" : text + " must be a number, 1 or more";
-}
 
 // Some arguments mean something to CLI11: "[a,b]" two values, "++" the end of a command. So it gets data that does not begin
 // with a letter or digit, and all that follows "--", with a mark in front.
@@ -55,41 +47,34 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
-std::string RequireText(const std::string& argument, const std::string& what) {
+std::string RequireText(const std::string& argument) {
   const auto text = FromLocale(argument);
-  return text ? *text : throw CommandError(what + ": is not text in the locale's character set");
+  return text ? *text : throw CommandError("an argument is not text in the locale's character set");
 }
 
 std::string ReadAll(std::istream& stream) {
   return std::string{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-// Standard input as a file that nobody else can read, for as long as this lives.
-class InputFile {
- public:
-  InputFile() : name((std::filesystem::temp_directory_path() / "tarvik-XXXXXX").string()) {
-    const int descriptor = mkstemp(name.data());
-    if (descriptor >= 0) close(descriptor);
-    std::ofstream file(name, std::ios::binary);
-    file << ReadAll(std::cin) << std::flush;
-    if (descriptor >= 0 && file) return;
-    if (descriptor >= 0) std::remove(name.c_str());
-    throw CommandError("standard input: can't be kept in the temporary file " + name);
-  }
-  ~InputFile() { std::remove(name.c_str()); }
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-
-  std::string name;
-};
+// Standard input as a file that nobody else can read.
+std::string KeepInput() {
+  std::string name = (std::filesystem::temp_directory_path() / "tarvik-XXXXXX").string();
+  const int descriptor = mkstemp(name.data());
+  if (descriptor >= 0) close(descriptor);
+  std::ofstream file(name, std::ios::binary);
+  file << ReadAll(std::cin) << std::flush;
+  if (descriptor >= 0 && file) return name;
+  if (descriptor >= 0) std::remove(name.c_str());
+  throw CommandError("standard input: can't be kept in the temporary file " + name);
+}
 
 // All of standard input but a line end at its end, which is the shell's.
 std::string ReadValue() {
   std::string value = ReadAll(std::cin);
   if (value.ends_with('\n')) value.pop_back();
   if (value.ends_with('\r')) value.pop_back();
-  const auto hasZero = value.find('\0') != std::string::npos;
-  return RequireText(hasZero ? "\xFF" : value, "standard input");
+  const bool isText = value.find('\0') == std::string::npos && FromLocale(value);
+  return isText ? *FromLocale(value) : throw CommandError("standard input: is not text in the locale's character set");
 }
 
 void UseKey(const std::string& keyFile) {
@@ -101,7 +86,23 @@ void UseKey(const std::string& keyFile) {
   corekit::SetCipherKey(key);
 }
 
-using Command = ExitStatus (*)(const Options& options);
+struct Command {
+  std::string_view name;
+  ExitStatus (*run)(const Options& options);
+  std::size_t least, most; // arguments
+  const char* arguments;
+};
+
+constexpr std::size_t Many = static_cast<std::size_t>(-1);
+constexpr Command Commands[] = {{"get", Get, 2, Many, "FILE PATH [ITEM]..."},
+                                {"list", List, 1, 2, "FILE [PATH]"},
+                                {"set", Set, 3, Many, "FILE PATH ITEM VALUE [ITEM VALUE]..."},
+                                {"check", Check, 1, 1, "FILE"},
+                                {"status", Status, 1, 1, "FILE"},
+                                {"detect", Detect, 1, 4, "FILE [PRODUCT BRANCH TYPE]"},
+                                {"files", Files, 1, 1, "FILE"},
+                                {"match", Match, 2, 2, "FILE NAME"},
+                                {"help", nullptr, 0, 1, "[COMMAND]"}};
 
 class CommandLine {
  public:
@@ -109,14 +110,18 @@ class CommandLine {
     app.require_subcommand(1);
     app.add_flag_callback("--version", [] { throw CLI::CallForVersion(); });
     AddCommonOptions(app);
-    AddReading();
-    AddSetting();
-    AddQueries();
-    AddText(app.add_subcommand("help"), "COMMAND", helpTopic);
+    for (const Command& each : Commands) {
+      CLI::App* added = app.add_subcommand(std::string(each.name));
+      added->allow_windows_style_options(false); // a file name may begin with "/"
+      added->callback([this, &each] { command = &each; });
+      added->add_option("ARGUMENT", arguments);
+      AddCommonOptions(*added);
+    }
+    AddOptions(*app.get_subcommand("get"), *app.get_subcommand("list"), *app.get_subcommand("set"));
   }
 
-  ExitStatus Run(int argumentCount, char** arguments) {
-    std::vector<std::string> marked = MarkData(argumentCount, arguments);
+  ExitStatus Run(int argumentCount, char** argumentTexts) {
+    std::vector<std::string> marked = MarkData(argumentCount, argumentTexts);
     std::reverse(marked.begin(), marked.end()); // as CLI11 wants them
     try {
       app.parse(marked);
@@ -127,33 +132,41 @@ class CommandLine {
                  std::to_string(TARVIK_VERSION_PATCH));
       return ExitStatus::Found;
     } catch (const CLI::ParseError& error) {
-      throw CommandError(Complaint(error) + Pointer());
+      Refuse(Complaint(error));
     }
-    return command == nullptr ? PrintHelp(helpTopic) : RunCommand();
+    const bool fits = arguments.size() >= command->least && arguments.size() <= command->most;
+    if (!fits) Refuse(std::string("the arguments must be ") + command->arguments);
+    std::transform(arguments.begin(), arguments.end(), arguments.begin(), Unmarked);
+    if (command->run == nullptr) return PrintHelp(arguments.empty() ? "" : arguments.front());
+    options.file = arguments.front();
+    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument));
+    options.shownFile = options.arguments.front();
+    options.arguments.erase(options.arguments.begin());
+    return RunCommand();
   }
 
  private:
   ExitStatus RunCommand() {
-    const bool readsInput = options.file == "-";
-    if (readsInput && command == Set) throw CommandError("standard input: can't be saved; name a file" + Pointer());
-    if (readsInput && command == Match) throw CommandError("standard input: has no name" + Pointer());
-    const bool lacksValue = command == Set && options.items.size() % 2 == 1;
-    if (lacksValue && !valueFromInput)
-      throw CommandError(options.items.back() + ": an ITEM without a VALUE" + Pointer());
-    if (!lacksValue && valueFromInput) throw CommandError("--stdin: the last ITEM has a VALUE" + Pointer());
-    if (lacksValue) options.items.push_back(ReadValue());
+    const bool isSet = command->run == Set, readsInput = options.file == "-";
+    if (readsInput && (isSet || command->run == Match)) Refuse("FILE: standard input can't be saved, and has no name");
+    const bool lacksValue = isSet && options.arguments.size() % 2 == 0;
+    if (lacksValue && !valueFromInput) Refuse(options.arguments.back() + ": an ITEM without a VALUE");
+    if (!lacksValue && valueFromInput) Refuse("--stdin: the last ITEM has a VALUE");
+    if (lacksValue) options.arguments.push_back(ReadValue());
+    if (command->run == Detect && options.arguments.size() % 3 != 0) Refuse("PRODUCT, BRANCH and TYPE go together");
     if (!keyFile.empty()) UseKey(Unmarked(keyFile));
+    options.attribute = RequireText(Unmarked(options.attribute));
     ShowLog(verbosity);
-    std::optional<InputFile> input;
-    options.shownFile = readsInput ? "standard input" : RequireText(options.file, "FILE");
-    if (readsInput) options.file = input.emplace().name;
-    return command(options);
+    if (readsInput) options.shownFile = "standard input";
+    if (readsInput) options.file = KeepInput();
+    const std::shared_ptr<void> removal(nullptr, [&](void*) { readsInput ? std::remove(options.file.c_str()) : 0; });
+    return command->run(options);
   }
 
   static ExitStatus PrintHelp(const std::string& topic) {
     for (const auto& [name, text] : HelpTexts) {
       if (name != topic) continue;
-      PrintValue(text.substr(0, text.size() - 1));
+      PrintValue(std::string(text.substr(0, text.size() - 1)));
       return ExitStatus::Found;
     }
     throw CommandError(topic + ": there is no such command (tarvik help tells more)");
@@ -163,17 +176,17 @@ class CommandLine {
     const auto chosen = app.get_subcommands();
     return chosen.empty() ? "" : chosen.front()->get_name();
   }
-  std::string Pointer() const {
-    return " (tarvik " + (ChosenName().empty() ? "" : ChosenName() + ' ') + "--help tells more)";
+  [[noreturn]] void Refuse(const std::string& why) const {
+    throw CommandError(why + " (tarvik " + (ChosenName().empty() ? "" : ChosenName() + ' ') + "--help tells more)");
   }
 
   std::string Complaint(const CLI::ParseError& error) const {
     const auto chosen = app.get_subcommands();
     const auto extras = chosen.empty() ? app.remaining() : chosen.front()->remaining();
     if (extras.empty()) return chosen.empty() ? "a command is required" : error.what();
-    const std::string first = RequireText(Unmarked(extras.front()), "an argument");
-    if (extras.front().starts_with('-')) return first + ": no such option; use -- before a value that begins with -";
-    return first + (chosen.empty() ? ": there is no such command" : ": one argument too many");
+    const bool isOption = extras.front().starts_with('-');
+    return RequireText(Unmarked(extras.front())) +
+           (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
   }
 
   void AddCommonOptions(CLI::App& to) {
@@ -183,75 +196,27 @@ class CommandLine {
     to.add_flag("-v", verbosity);
   }
 
-  CLI::App* Add(const char* name, Command run) {
-    CLI::App* added = app.add_subcommand(name);
-    added->allow_windows_style_options(false); // a file name may begin with "/"
-    added->callback([this, run] { command = run; });
-    added->add_option_function<std::string>("FILE", [this](const std::string& text) { options.file = Unmarked(text); })
-        ->required();
-    AddCommonOptions(*added);
-    return added;
-  }
-
-  static CLI::Option* AddText(CLI::App* to, const char* name, std::string& value) {
-    const auto store = [&value, name](const std::string& text) { value = RequireText(Unmarked(text), name); };
-    return to->add_option_function<std::string>(name, store);
-  }
-
-  static CLI::Option* AddNumber(CLI::App* to, const char* name, std::uint32_t& value) {
-    return to->add_option(name, value)->check(RefuseUncounted, "", "");
-  }
-
-  CLI::Option* AddItems(CLI::App* to, const char* name) {
-    return to->add_option_function<std::vector<std::string>>(name, [this, name](const std::vector<std::string>& texts) {
-      for (const std::string& text : texts) options.items.push_back(RequireText(Unmarked(text), name));
-    });
-  }
-
-  void AddReading() {
-    CLI::App* get = Add("get", Get);
-    AddText(get, "PATH", options.path)->required();
-    AddItems(get, "ITEM");
-    AddText(get, "--attribute", options.attribute);
-    get->add_flag("--all", options.all)->excludes(AddNumber(get, "--index", options.index));
-    CLI::App* list = Add("list", List);
-    AddText(list, "PATH", options.path);
-    AddNumber(list, "--depth", options.depth);
-    list->add_flag("--ids", options.withIds);
-    list->add_flag("--values", options.withValues);
-    for (CLI::App* each : {get, list}) AddNumber(each, "--occurrence", options.occurrence);
-    Add("check", Check);
-  }
-
-  void AddSetting() {
-    CLI::App* set = Add("set", Set);
-    AddText(set, "PATH", options.path)->required();
-    AddItems(set, "ITEM and VALUE")->required();
-    set->add_flag("--attribute", options.itemIsAttribute);
-    set->add_flag("--existing", options.existing);
-    set->add_flag("--stdin", valueFromInput);
-    set->add_flag("-n,--dry-run", options.dryRun);
-  }
-
-  void AddQueries() {
-    Add("status", Status);
-    Add("files", Files);
-    AddText(Add("match", Match), "NAME", options.name)->required();
-    CLI::App* detect = Add("detect", Detect);
-    CLI::Option* product = AddText(detect, "PRODUCT", options.product);
-    CLI::Option* branch = AddText(detect, "BRANCH", options.branch);
-    CLI::Option* type = AddText(detect, "TYPE", options.packageType);
-    product->needs(type);
-    branch->needs(type);
+  void AddOptions(CLI::App& get, CLI::App& list, CLI::App& set) {
+    const CLI::Range counted(1, INT32_MAX);
+    get.add_option("--attribute", options.attribute);
+    get.add_flag("--all", options.all)->excludes(get.add_option("--index", options.index)->check(counted));
+    for (CLI::App* each : {&get, &list}) each->add_option("--occurrence", options.occurrence)->check(counted);
+    list.add_option("--depth", options.depth)->check(counted);
+    list.add_flag("--ids", options.withIds);
+    list.add_flag("--values", options.withValues);
+    set.add_flag("--attribute", options.itemIsAttribute);
+    set.add_flag("--existing", options.existing);
+    set.add_flag("--stdin", valueFromInput);
+    set.add_flag("-n,--dry-run", options.dryRun);
   }
 
   CLI::App app;
+  std::vector<std::string> arguments; // in the locale's character set
   Options options;
   std::string keyFile; // empty: the key built into the support library
   int verbosity = 0;   // 1: the library's log lines, 2: its traces too
   bool valueFromInput = false;
-  std::string helpTopic;
-  Command command = nullptr;
+  const Command* command = nullptr;
 };
 
 } // namespace

@@ -21,14 +21,12 @@ struct Options {
   std::string file;      // that is opened
   std::string shownFile; // as messages name it
   bool encrypted = false, json = false;
-  std::string path;
-  std::vector<std::string> items; // of set: items and values in turn
+  std::vector<std::string> arguments; // behind the file
   std::string attribute;
   bool itemIsAttribute = false, existing = false, dryRun = false;
   bool all = false, withIds = false, withValues = false;
   std::uint32_t index = 1, occurrence = 1;
   std::uint32_t depth = 0; // 0: all the way down
-  std::string product, branch, packageType, name;
 };
 
 // Reads the command line and runs the command that it names.

@@ -80,8 +80,8 @@ std::optional<std::string> Document::Read(const Place& place, const std::string&
   }
   GroupId group; // of the element that has the attribute, or of the text's parent
   if (!isText || !place.empty()) group = OpenByPositions(place.begin(), place.end() - (isText ? 1 : 0));
-  if (!group) return inDocument;
   const auto item = ToLocale(element.GetName()), attributeName = ToLocale(attribute);
+  if (!group || !item) return inDocument;
   const char* const type = isText ? "ELEMENT" : "ATTRIBUTE";
   const auto index = static_cast<std::int32_t>(isText ? place.back().number : 1);
   const auto capacity = static_cast<std::uint32_t>(value->size() + 1);

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <iterator>
 
+#include "commands.h"
 #include "host/ostrumxml/file.h"
 #include "host/ostrumxml/parse.h"
 #include "host/ostrumxml/utf8.h"
+#include "output.h"
 #include "text.h"
 
 namespace {
@@ -71,4 +73,16 @@ Examination Examine(const std::string& fileName, bool encrypted) {
     result.reason = WhyNotRead(result.readResult);
   }
   return result;
+}
+
+ExitStatus Check(const Options& options) {
+  const Examination result = Examine(options.file, options.encrypted);
+  const bool isRead = result.readResult == Ostrum::ReadDone || result.readResult == Ostrum::ReadBadEncoding;
+  const bool isWellFormed = result.reason.empty();
+  if (isRead && options.json) {
+    PrintJson(
+        {{"wellFormed", isWellFormed}, {"line", result.line}, {"column", result.column}, {"reason", result.reason}});
+  }
+  if (isWellFormed) return ExitStatus::Found;
+  throw CommandError(options.shownFile + result.Complaint(), isRead ? ExitStatus::NothingFound : ExitStatus::Failed);
 }

@@ -1,17 +1,13 @@
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
-#include "commands.h"
 #include "document.h"
 #include "output.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 // The components of path and item. Where an attribute is asked for, only elements that have it count.
 std::vector<PathComponent> Components(const Options& options, const std::string& item) {
-  std::vector<PathComponent> components = SplitPath(options.path);
+  std::vector<PathComponent> components = SplitPath(options.arguments.front());
   if (!components.empty()) components.back().occurrence = options.occurrence;
   std::ranges::copy(SplitPath(item), std::back_inserter(components));
   if (components.empty()) return components;
@@ -53,10 +49,12 @@ std::vector<std::string> ReadItem(const Document& document, const Options& optio
 
 ExitStatus Get(const Options& options) {
   const Document document(options);
-  const bool isOne = options.items.size() < 2;
+  std::vector<std::string> items(options.arguments.begin() + 1, options.arguments.end());
+  if (items.empty()) items.emplace_back(); // the last name of the path
+  const bool isOne = items.size() == 1;
   std::string missing;
   Json json;
-  for (const std::string& item : options.items.empty() ? std::vector<std::string>(1) : options.items) {
+  for (const std::string& item : items) {
     const auto values = ReadItem(document, options, item, missing);
     Json found = options.all ? Json::array() : Json();
     for (const auto& value : values) {

@@ -2,7 +2,6 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "commands.h"
 #include "document.h"
 #include "output.h"
 #include "text.h"
@@ -13,11 +12,13 @@ namespace {
 class TreeWalk {
  public:
   TreeWalk(const Document& openDocument, const Options& wanted, const Place& top)
-      : document(openDocument), options(wanted), topPlace(top), table(wanted.json, {"path"}) {
-    Table::Row head{"path"};
-    if (options.withIds) head.emplace_back("id");
-    if (options.withValues) head.emplace_back("value");
-    table = Table(options.json, head);
+      : document(openDocument), options(wanted), topPlace(top), table(wanted.json, FieldNames(wanted)) {}
+
+  static Table::Row FieldNames(const Options& wanted) {
+    Table::Row names{"path"};
+    if (wanted.withIds) names.emplace_back("id");
+    if (wanted.withValues) names.emplace_back("value");
+    return names;
   }
 
   void Walk() {
@@ -93,7 +94,7 @@ class TreeWalk {
     if (options.withIds) row.push_back(id);
     if (options.withIds && !id && withoutId++ == 0) firstWithoutId = path;
     if (options.withValues) row.push_back(isLeaf ? document.Read(place, "") : std::nullopt);
-    table.Add(std::move(row));
+    table.Add(row);
   }
 
   const Document& document;
@@ -108,7 +109,7 @@ class TreeWalk {
 
 ExitStatus List(const Options& options) {
   const Document document(options);
-  std::vector<PathComponent> components = SplitPath(options.path);
+  std::vector<PathComponent> components = SplitPath(options.arguments.empty() ? "" : options.arguments.front());
   if (!components.empty()) components.back().occurrence = options.occurrence;
   const auto [place, followed] = document.Finder().Follow(components);
   if (followed < components.size()) {

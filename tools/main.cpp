@@ -2,7 +2,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <exception>
 #include <iostream>
 
 #include "commands.h"
@@ -24,16 +23,13 @@ int main(int argumentCount, char** arguments) {
   OccupyStandardStreams();
   std::ios::sync_with_stdio(false);
   UseLocale();
-  ExitStatus status = ExitStatus::Failed;
   try {
-    status = RunCommandLine(argumentCount, arguments);
+    const ExitStatus status = RunCommandLine(argumentCount, arguments);
     FlushOutput();
-  } catch (const CommandError& error) {
-    status = error.status;
-    PrintMessage(error.what());
+    return static_cast<int>(status);
   } catch (const std::exception& error) {
-    status = ExitStatus::Failed;
     PrintMessage(error.what());
+    const auto* const known = dynamic_cast<const CommandError*>(&error);
+    return static_cast<int>(known == nullptr ? ExitStatus::Failed : known->status);
   }
-  return static_cast<int>(status);
 }

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "host/ostrumxml/utf8.h"
@@ -14,107 +14,85 @@
 
 namespace {
 
-bool ShowsColours(Stream stream) {
-  static const char* const noColour = std::getenv("NO_COLOR");
-  if (noColour != nullptr && *noColour != '\0') return false;
-  static const bool shown[] = {IsColourTerminal(Stream::Output), IsColourTerminal(Stream::Error)};
-  return shown[stream == Stream::Output ? 0 : 1];
-}
+constexpr const char* Red = "\033[1;31m";
+constexpr const char* Green = "\033[32m";
+constexpr const char* Dim = "\033[2m";
+constexpr const char* Bold = "\033[1m";
 
-bool IsTerminal() {
-  static const bool isTerminal = isatty(STDOUT_FILENO) != 0;
-  return isTerminal;
-}
+bool IsTerminal() { return isatty(STDOUT_FILENO) != 0; }
 
-std::string ShownField(std::string text) {
-  const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
-  std::replace_if(text.begin(), text.end(), isSeparator, ' ');
-  return text;
+// In a colour where the stream shows on a terminal that knows colours and the environment does not set NO_COLOR.
+std::string Coloured(int stream, const char* colour, const std::string& text) {
+  const char* const noColour = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  const bool isRefused = noColour != nullptr && *noColour != '\0';
+  if (isRefused || terminal == nullptr || std::strcmp(terminal, "dumb") == 0 || isatty(stream) == 0) return text;
+  return colour + text + "\033[0m";
 }
 
 // A terminal gets no control characters.
-std::string ToPrint(std::string_view utf8) {
-  if (IsTerminal()) return Printable(utf8, "\t\n");
-  const auto text = ToLocale(utf8);
-  return text ? *text : Printable(utf8, "\t\n\r");
+std::string ToPrint(const std::string& utf8) {
+  static const bool isTerminal = isatty(STDOUT_FILENO) != 0;
+  const auto text = isTerminal ? std::nullopt : ToLocale(utf8);
+  return text ? *text : Printable(utf8, isTerminal ? "\t\n" : "\t\n\r");
+}
+
+std::string Line(const Table::Row& row) {
+  std::string line;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    std::string field = row[i].value_or("");
+    const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
+    std::replace_if(field.begin(), field.end(), isSeparator, ' ');
+    line += (i == 0 ? "" : "\t") + field;
+  }
+  return ToPrint(line);
 }
 
 int logLevel = 0;
 
 void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
-  static std::size_t depth = 0; // of the traces
   const bool enters = kind == corekit::LogKind::TraceEnter, leaves = kind == corekit::LogKind::TraceLeave;
   if ((enters || leaves) && logLevel < 2) return;
-  if (leaves && depth > 0) --depth;
-  const std::string line = std::string(2 * depth, ' ') + (enters ? "> " : "") + (leaves ? "< " : "");
-  if (enters) ++depth;
-  const Colour colour = kind == corekit::LogKind::Error ? Colour::Red : Colour::Dim;
-  std::string utf8;
-  Ostrum::Utf8FromWide(std::wstring(component) + L": " + text, utf8);
-  std::cerr << Coloured(Stream::Error, colour, line + Printable(utf8)) << '\n';
+  std::string line;
+  Ostrum::Utf8FromWide(std::wstring(enters ? L"> " : leaves ? L"< " : L"") + component + L": " + text, line);
+  const char* const colour = kind == corekit::LogKind::Error ? Red : Dim;
+  std::cerr << Coloured(STDERR_FILENO, colour, Printable(line)) << '\n';
 } catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
 }
 
 } // namespace
 
-std::string Coloured(Stream stream, Colour colour, std::string_view text) {
-  constexpr const char* sequences[] = {"\033[1;31m", "\033[32m", "\033[2m", "\033[1m"}; // in the colours' order
-  std::string result(text);
-  if (ShowsColours(stream)) result.insert(0, sequences[static_cast<int>(colour)]).append("\033[0m");
-  return result;
+void PrintValue(const std::string& value) { std::cout << ToPrint(value) << '\n'; }
+
+void PrintGood(const std::string& value, bool isGood) {
+  std::cout << Coloured(STDOUT_FILENO, isGood ? Green : Red, value) << '\n';
 }
 
-void PrintValue(std::string_view value) { std::cout << ToPrint(value) << '\n'; }
-
-void PrintState(Colour colour, std::string_view state) { std::cout << Coloured(Stream::Output, colour, state) << '\n'; }
-
-void PrintJson(const nlohmann::ordered_json& value) {
+void PrintJson(const Json& value) {
   const std::string text = value.dump(2);
   std::cout << (IsTerminal() ? ToPrint(text) : text) << '\n';
 }
 
-void Table::Add(Row row) {
-  if (!asJson && !IsTerminal()) {
-    std::cout << ToPrint(Line(row)) << '\n';
+void Table::Add(const Row& row) {
+  const bool isFirst = std::exchange(isEmpty, false);
+  if (!asJson) {
+    const bool hasHead = isFirst && IsTerminal() && names.size() > 1;
+    if (hasHead) std::cout << Coloured(STDOUT_FILENO, Bold, Line(names)) << '\n';
+    std::cout << Line(row) << '\n';
     return;
   }
-  widths.resize(row.size());
+  Json& entry = json.emplace_back();
   for (std::size_t i = 0; i < row.size(); ++i) {
-    widths[i] = std::max({widths[i], names[i]->size(), Width(ShownField(row[i].value_or("")))});
+    (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? Json(*row[i]) : Json();
   }
-  rows.push_back(std::move(row));
-}
-
-std::string Table::Line(const Row& row) const {
-  std::string line;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string field = ShownField(row[i].value_or(""));
-    line += field;
-    if (i + 1 == row.size()) break;
-    line.append(IsTerminal() ? widths[i] + 2 - Width(field) : 1, IsTerminal() ? ' ' : '\t');
-  }
-  return line;
 }
 
 void Table::Finish() const {
-  if (!asJson) {
-    if (rows.size() > 0 && names.size() > 1)
-      std::cout << Coloured(Stream::Output, Colour::Bold, ToPrint(Line(names))) << '\n';
-    for (const Row& row : rows) std::cout << ToPrint(Line(row)) << '\n';
-    return;
-  }
-  auto json = nlohmann::ordered_json::array();
-  for (const Row& row : rows) {
-    nlohmann::ordered_json& entry = json.emplace_back();
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? nlohmann::ordered_json(*row[i]) : nullptr;
-    }
-  }
-  PrintJson(json);
+  if (asJson) PrintJson(json);
 }
 
-void PrintMessage(std::string_view line) {
-  std::cerr << Coloured(Stream::Error, Colour::Red, "tarvik:") << ' ' << Printable(line) << '\n';
+void PrintMessage(const std::string& line) {
+  std::cerr << Coloured(STDERR_FILENO, Red, "tarvik:") << ' ' << Printable(line) << '\n';
 }
 
 void ShowLog(int level) {

@@ -1,8 +1,6 @@
 // The commands for the library's ready-made queries.
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
-#include "commands.h"
 #include "document.h"
 #include "output.h"
 #include "text.h"
@@ -28,8 +26,9 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
 
 std::vector<DetectionInfo> FindOne(const Document& document, const Options& options) {
   DetectionInfo info;
-  const auto code = GetDetectionInfo(document.List(), document.Cookie(), ToLocale(options.branch)->c_str(),
-                                     ToLocale(options.product)->c_str(), ToLocale(options.packageType)->c_str(), &info);
+  const auto code =
+      GetDetectionInfo(document.List(), document.Cookie(), ToLocale(options.arguments[1])->c_str(),
+                       ToLocale(options.arguments[0])->c_str(), ToLocale(options.arguments[2])->c_str(), &info);
   // Where only Version is missing it is "not found" too, with the fields filled, the product asked for among them.
   if (!document.Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
@@ -59,13 +58,11 @@ ExitStatus Status(const Options& options) {
   const auto code = IsRepositoryEnabled(document.List(), document.Cookie(), &enabled, nullptr, nullptr);
   const bool isStatus = document.Succeeded(code);
   const auto version = isStatus ? document.Read({}, "CatalogVersion") : std::nullopt;
+  const Json none;
   if (options.json) {
-    nlohmann::ordered_json json{{"enabled", nullptr}, {"catalogVersion", nullptr}};
-    if (isStatus) json["enabled"] = enabled == 1;
-    if (version) json["catalogVersion"] = *version;
-    PrintJson(json);
+    PrintJson({{"enabled", isStatus ? Json(enabled == 1) : none}, {"catalogVersion", version ? Json(*version) : none}});
   } else if (isStatus) {
-    PrintState(enabled == 1 ? Colour::Green : Colour::Red, enabled == 1 ? "enabled" : "disabled");
+    PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
     if (version) PrintValue(*version);
   }
   if (!isStatus) document.Note("the root is no SiteStatus with the attribute Status");
@@ -75,7 +72,7 @@ ExitStatus Status(const Options& options) {
 ExitStatus Detect(const Options& options) {
   const Document document(options);
   std::vector<Table::Row> rows;
-  for (const auto& pair : options.product.empty() ? WalkCatalog(document) : FindOne(document, options)) {
+  for (const auto& pair : options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options)) {
     Table::Row& row = rows.emplace_back();
     for (const auto field : DetectionFields) row.push_back(FromLocale(pair.*field));
   }
@@ -100,7 +97,7 @@ ExitStatus Match(const Options& options) {
   const Document document(options);
   std::uint32_t matches = 0;
   document.Succeeded(
-      MatchXmlListToFileName(document.List(), *document.Cookie(), ToLocale(options.name)->c_str(), &matches));
+      MatchXmlListToFileName(document.List(), *document.Cookie(), ToLocale(options.arguments[0])->c_str(), &matches));
   options.json ? PrintJson({{"matches", matches == 1}}) : PrintValue(matches == 1 ? "yes" : "no");
   return matches == 1 ? ExitStatus::Found : ExitStatus::NothingFound;
 }

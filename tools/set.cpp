@@ -1,10 +1,7 @@
-#include <nlohmann/json.hpp>
 #include <stdexcept>
 
-#include "commands.h"
 #include "document.h"
 #include "examination.h"
-#include "line_diff.h"
 #include "output.h"
 #include "text.h"
 
@@ -15,7 +12,7 @@ class SetPlan {
  public:
   // What SetXMLItem is to be called with, and how a person calls the item.
   struct Call {
-    std::string path, item, value, shownPath;
+    std::string path, item, value;
   };
 
   SetPlan(const Document& openDocument, const Options& wanted)
@@ -27,8 +24,8 @@ class SetPlan {
   // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
   // where it is missing and must exist.
   void Add(const std::string& item, const std::string& value) {
-    if (item.empty()) throw CommandError(options.path + ": the name of an item is empty");
-    std::vector<PathComponent> components = SplitPath(options.path);
+    if (item.empty()) Refuse(item, "the name of an item is empty");
+    std::vector<PathComponent> components = SplitPath(options.arguments.front());
     if (!options.itemIsAttribute) {
       const auto rest = SplitPath(item);
       components.insert(components.end(), rest.begin(), rest.end());
@@ -49,7 +46,7 @@ class SetPlan {
     } catch (const std::invalid_argument& reason) {
       Refuse(shownPath, reason.what());
     }
-    Call call{std::string(copy->GetRoot().GetName()), item, value, shownPath};
+    Call call{std::string(copy->GetRoot().GetName()), item, value};
     if (!options.itemIsAttribute) {
       call.item = place.back().name;
       place.pop_back();
@@ -58,9 +55,10 @@ class SetPlan {
     calls.push_back(std::move(call));
   }
 
-  const std::vector<Call>& Calls() const { return calls; }
-  const std::vector<std::string>& Made() const { return made; } // what was missing
   std::string Result() const { return copy->GenerateXML(false); }
+
+  std::vector<Call> calls;
+  std::vector<std::string> made; // what was missing
 
  private:
   // What the library enters at each name.
@@ -119,17 +117,50 @@ class SetPlan {
   Examination parsed;
   std::unique_ptr<Ostrum::Document> copy;
   ElementFinder finder;
-  std::vector<Call> calls;
-  std::vector<std::string> made;
 };
 
+std::vector<std::string_view> SplitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  for (;;) {
+    const std::size_t end = text.find('\n');
+    lines.push_back(text.substr(0, end));
+    if (end == std::string_view::npos) return lines;
+    text.remove_prefix(end + 1);
+  }
+}
+
+// The lines that differ: old ones behind "-", new ones behind "+".
+std::string LineDiff(std::string_view before, std::string_view after) {
+  const auto old = SplitLines(before), now = SplitLines(after);
+  std::string text;
+  const auto append = [&text](char sign, std::string_view line) { text.append(1, sign).append(line).append(1, '\n'); };
+  std::size_t i = 0, j = 0;
+  while (i < old.size() || j < now.size()) {
+    // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
+    constexpr std::size_t farthest = 2000;
+    std::size_t sum = 0, passed = 0;
+    const auto goOnAlike = [&] {
+      const std::size_t left = i + passed, right = j + sum - passed;
+      return left < old.size() && right < now.size() ? old[left] == now[right]
+                                                     : left == old.size() && right == now.size();
+    };
+    while (sum < farthest && !goOnAlike()) passed = passed < sum ? passed + 1 : (++sum, 0);
+    const std::size_t removed = sum < farthest ? passed : old.size() - i;
+    const std::size_t added = sum < farthest ? sum - passed : now.size() - j;
+    for (const std::size_t end = i + removed; i < end; ++i) append('-', old[i]);
+    for (const std::size_t end = j + added; j < end; ++j) append('+', now[j]);
+    ++i, ++j;
+  }
+  return text;
+}
+
 void Save(const Document& document, const Options& options, const std::vector<SetPlan::Call>& calls) {
-  for (const auto& [path, item, value, shownPath] : calls) {
+  for (const auto& [path, item, value] : calls) {
     const auto code = SetXMLItem(document.List(), *document.Cookie(), ToLocale(path)->c_str(), ToLocale(item)->c_str(),
                                  options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", ToLocale(value)->c_str());
     if (code == XmlSuccess) continue;
     const char* const reason = "the file or its folder can't be written, or the disk is full; -v tells more";
-    throw CommandError(document.File() + ": " + shownPath +
+    throw CommandError(document.File() + ": " + path + '\\' + item +
                        ": not saved: " + (code == XmlOutOfMemory ? "out of memory" : reason));
   }
 }
@@ -140,11 +171,12 @@ void Save(const Document& document, const Options& options, const std::vector<Se
 ExitStatus Set(const Options& options) {
   const Document document(options);
   SetPlan plan(document, options);
-  for (std::size_t i = 0; i < options.items.size(); i += 2) plan.Add(options.items[i], options.items[i + 1]);
+  for (auto item = options.arguments.begin() + 1; item != options.arguments.end(); item += 2)
+    plan.Add(item[0], item[1]);
   const std::string changes = options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
-  if (!options.dryRun) Save(document, options, plan.Calls());
+  if (!options.dryRun) Save(document, options, plan.calls);
   std::string made;
-  for (const std::string& path : plan.Made()) made += (made.empty() ? "" : ", ") + path;
+  for (const std::string& path : plan.made) made += (made.empty() ? "" : ", ") + path;
   if (options.json) {
     PrintJson({{"saved", !options.dryRun}, {"made", made}, {"changes", changes}});
   } else if (!changes.empty()) {

@@ -1,6 +1,5 @@
 #include "text.h"
 
-#include <algorithm>
 #include <climits>
 #include <clocale>
 #include <cstdio>
@@ -61,9 +60,4 @@ std::string Printable(std::string_view utf8, std::string_view kept) {
     }
   }
   return result;
-}
-
-std::size_t Width(std::string_view utf8) {
-  return static_cast<std::size_t>(
-      std::count_if(utf8.begin(), utf8.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
 }

@@ -17,6 +17,4 @@ bool HasForm(std::string_view utf8); // in the locale
 // Text to be printed: control characters but those kept, and what the locale lacks, are written "\u001b".
 std::string Printable(std::string_view utf8, std::string_view kept = "");
 
-std::size_t Width(std::string_view utf8); // in characters
-
 #endif
