@@ -4,7 +4,6 @@
 #include <clocale>
 #include <stdexcept>
 
-#include "examination.h"
 #include "output.h"
 #include "registry/file_list.h"
 #include "text.h"

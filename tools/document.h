@@ -4,6 +4,7 @@
 
 #include <tarvik/tarvik.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,21 @@
 #include "host/ostrumxml/document.h"
 
 struct XmlFileRecord;
+
+// What became of an attempt to read and parse a file.
+struct Examination {
+  long readResult = 0; // of the document library
+  int line = 0;        // from 1; 0 where the place is not known
+  int column = 0;      // from 1, in bytes
+  std::string reason;  // empty for a well-formed file
+
+  // ":2:6: mismatched tag", to follow the name of the file.
+  std::string Complaint() const;
+};
+Examination Examine(const std::string& fileName, bool encrypted); // in the locale's character set
+
+// Null, and why, where the text is not well-formed.
+std::unique_ptr<Ostrum::Document> Parse(std::string utf8, Examination& result);
 
 // Values are read through the library's exported functions, from groups that are opened on the way. Those which they can't
 // reach (the root's own text, what lies deeper than a group ID can say) come from the document itself. Every function throws

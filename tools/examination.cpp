@@ -1,4 +1,4 @@
-#include "examination.h"
+// What is wrong with a file, and the command that asks.
 
 #include <corekit/corekit.h>
 
@@ -6,7 +6,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "commands.h"
+#include "document.h"
 #include "host/ostrumxml/file.h"
 #include "host/ostrumxml/parse.h"
 #include "host/ostrumxml/utf8.h"

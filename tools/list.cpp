@@ -11,15 +11,8 @@ namespace {
 // Walks the elements below a place, each before those within it; on the way to the place nothing is listed.
 class TreeWalk {
  public:
-  TreeWalk(const Document& openDocument, const Options& wanted, const Place& top)
-      : document(openDocument), options(wanted), topPlace(top), table(wanted.json, FieldNames(wanted)) {}
-
-  static Table::Row FieldNames(const Options& wanted) {
-    Table::Row names{"path"};
-    if (wanted.withIds) names.emplace_back("id");
-    if (wanted.withValues) names.emplace_back("value");
-    return names;
-  }
+  TreeWalk(const Document& openDocument, const Options& wanted, const Place& top, Table& output)
+      : document(openDocument), options(wanted), topPlace(top), table(output) {}
 
   void Walk() {
     levels.emplace_back(document.Finder().At({}), "", "");
@@ -31,7 +24,6 @@ class TreeWalk {
       levels.pop_back();
       if (!place.empty()) place.pop_back();
     }
-    table.Finish();
   }
 
   std::size_t count = 0;
@@ -100,7 +92,7 @@ class TreeWalk {
   const Document& document;
   const Options& options;
   const Place& topPlace;
-  Table table;
+  Table& table;
   std::vector<Level> levels;
   Place place; // of the element that is visited
 };
@@ -112,14 +104,16 @@ ExitStatus List(const Options& options) {
   std::vector<PathComponent> components = SplitPath(options.arguments.empty() ? "" : options.arguments.front());
   if (!components.empty()) components.back().occurrence = options.occurrence;
   const auto [place, followed] = document.Finder().Follow(components);
-  if (followed < components.size()) {
-    if (options.json) Table(true, {"path"}).Finish();
-    document.Note(document.Finder().WhyMissing(place, components[followed]));
-    return ExitStatus::NothingFound;
-  }
-  TreeWalk walk(document, options, place);
-  walk.Walk();
-  std::string note = walk.count == 0 ? "no elements in it" : "";
+  Table::Row names{"path"};
+  if (options.withIds) names.emplace_back("id");
+  if (options.withValues) names.emplace_back("value");
+  Table table(options.json, names);
+  TreeWalk walk(document, options, place, table);
+  const bool isThere = followed == components.size();
+  if (isThere) walk.Walk();
+  table.Finish();
+  std::string note = isThere ? "" : document.Finder().WhyMissing(place, components[followed]);
+  if (isThere && walk.count == 0) note = "no elements in it";
   const auto add = [&note](const std::string& first, std::size_t number, const char* what) {
     if (number > 0) note += (note.empty() ? "" : "; ") + first;
     if (number > 1) note += " and " + std::to_string(number - 1) + " more";

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 
 #include "commands.h"
@@ -26,7 +25,7 @@ std::string Coloured(int stream, const char* colour, const std::string& text) {
   const char* const noColour = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
   const bool isRefused = noColour != nullptr && *noColour != '\0';
-  if (isRefused || terminal == nullptr || std::strcmp(terminal, "dumb") == 0 || isatty(stream) == 0) return text;
+  if (isRefused || terminal == nullptr || std::string_view(terminal) == "dumb" || isatty(stream) == 0) return text;
   return colour + text + "\033[0m";
 }
 

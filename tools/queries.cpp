@@ -7,13 +7,6 @@
 
 namespace {
 
-constexpr std::string DetectionInfo::*DetectionFields[] = {
-    &DetectionInfo::ProductID,   &DetectionInfo::Branch,
-    &DetectionInfo::PackageType, &DetectionInfo::LangID,
-    &DetectionInfo::Version,     &DetectionInfo::ProductVersion,
-    &DetectionInfo::PlatformID,  &DetectionInfo::MinimumDATVersion,
-    &DetectionInfo::EngineFile};
-
 std::vector<DetectionInfo> WalkCatalog(const Document& document) {
   std::vector<DetectionInfo> pairs;
   DetectionPosition position = {1, 1, 1};
@@ -26,9 +19,10 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
 
 std::vector<DetectionInfo> FindOne(const Document& document, const Options& options) {
   DetectionInfo info;
+  const auto product = ToLocale(options.arguments[0]), branch = ToLocale(options.arguments[1]);
+  const auto type = ToLocale(options.arguments[2]);
   const auto code =
-      GetDetectionInfo(document.List(), document.Cookie(), ToLocale(options.arguments[1])->c_str(),
-                       ToLocale(options.arguments[0])->c_str(), ToLocale(options.arguments[2])->c_str(), &info);
+      GetDetectionInfo(document.List(), document.Cookie(), branch->c_str(), product->c_str(), type->c_str(), &info);
   // Where only Version is missing it is "not found" too, with the fields filled, the product asked for among them.
   if (!document.Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
@@ -74,7 +68,10 @@ ExitStatus Detect(const Options& options) {
   std::vector<Table::Row> rows;
   for (const auto& pair : options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options)) {
     Table::Row& row = rows.emplace_back();
-    for (const auto field : DetectionFields) row.push_back(FromLocale(pair.*field));
+    for (const auto* field : {&pair.ProductID, &pair.Branch, &pair.PackageType, &pair.LangID, &pair.Version,
+                              &pair.ProductVersion, &pair.PlatformID, &pair.MinimumDATVersion, &pair.EngineFile}) {
+      row.push_back(FromLocale(*field));
+    }
   }
   const Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
                                    "PlatformID", "MinimumDATVersion", "EngineFile"});

@@ -1,7 +1,6 @@
 #include <stdexcept>
 
 #include "document.h"
-#include "examination.h"
 #include "output.h"
 #include "text.h"
 
@@ -32,10 +31,8 @@ class SetPlan {
     }
     auto [place, followed] = finder.Follow(components);
     RequireFirst(place);
-    std::string shownPath = PathOf(place);
     try {
       for (; followed < components.size(); ++followed) Make(place, components[followed]);
-      shownPath = options.itemIsAttribute ? PathOf(place) + '&' + item : PathOf(place);
       if (options.itemIsAttribute) {
         SetAttributeAt(place, item, value);
       } else if (place.empty()) {
@@ -44,7 +41,7 @@ class SetPlan {
         static_cast<Ostrum::Value>(finder.At(place)).Set(value);
       }
     } catch (const std::invalid_argument& reason) {
-      Refuse(shownPath, reason.what());
+      Refuse(options.itemIsAttribute ? PathBelow(place, item) : PathOf(place), reason.what());
     }
     Call call{std::string(copy->GetRoot().GetName()), item, value};
     if (!options.itemIsAttribute) {
@@ -159,9 +156,9 @@ void Save(const Document& document, const Options& options, const std::vector<Se
     const auto code = SetXMLItem(document.List(), *document.Cookie(), ToLocale(path)->c_str(), ToLocale(item)->c_str(),
                                  options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", ToLocale(value)->c_str());
     if (code == XmlSuccess) continue;
-    const char* const reason = "the file or its folder can't be written, or the disk is full; -v tells more";
-    throw CommandError(document.File() + ": " + path + '\\' + item +
-                       ": not saved: " + (code == XmlOutOfMemory ? "out of memory" : reason));
+    throw CommandError(
+        document.File() + ": " + path + '\\' + item + ": not saved: " +
+        (code == XmlOutOfMemory ? "out of memory" : "the file or its folder can't be written; -v tells more"));
   }
 }
 
