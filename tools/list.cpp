@@ -33,7 +33,11 @@ class TreeWalk {
  private:
   struct Level {
     Level(Element& parent, const std::string& parentPath, const Document::GroupId& parentId)
-        : next(parent.Begin()), end(parent.End()), path(parentPath), id(parentId) {}
+        : next(parent.Begin()), end(parent.End()), path(parentPath), id(parentId) {
+      for (auto child = parent.Begin(); child != parent.End() && !hasDigits; ++child) {
+        hasDigits = child->GetName().back() >= '0' && child->GetName().back() <= '9';
+      }
+    }
 
     // Group IDs count every name that begins with the one asked for: a "Setting" is the second after one "Settings".
     std::uint32_t NextOccurrence(const std::string& name) {
@@ -50,7 +54,8 @@ class TreeWalk {
     Document::GroupId id; // of the parent
     std::uint32_t position = 0;
     std::unordered_map<const char*, std::uint32_t> numbers;
-    std::unordered_set<std::string> texts; // of children with a number, or a name that looks like one with a number
+    bool hasDigits = false;                // at the end of a child's name, which might be taken for a number
+    std::unordered_set<std::string> texts; // of the children, if so
     std::map<std::string, std::uint32_t> occurrences;
   };
 
@@ -66,8 +71,7 @@ class TreeWalk {
 
     const std::string text = step.Text();
     const std::string path = level.path.empty() ? text : level.path + '\\' + text;
-    const bool mayClash = step.number > 1 || (name.back() >= '0' && name.back() <= '9');
-    if (mayClash && !level.texts.insert(text).second && hidden++ == 0) firstHidden = path;
+    if (level.hasDigits && !level.texts.insert(text).second && hidden++ == 0) firstHidden = path;
     if (!hasForm && lackForm++ == 0) firstWithoutForm = path;
     const Document::GroupId id = occurrence > 0 ? document.OpenChild(level.id, step, occurrence) : std::nullopt;
     const bool isLeaf = element.Begin() == element.End();
