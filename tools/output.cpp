@@ -39,6 +39,7 @@ std::string ToPrint(const std::string& utf8) {
 std::string Line(const Table::Row& row) {
   std::string line;
   for (std::size_t i = 0; i < row.size(); ++i) {
+    if (!row[i] && i + 1 == row.size()) break;
     std::string field = row[i].value_or("");
     const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
     std::replace_if(field.begin(), field.end(), isSeparator, ' ');

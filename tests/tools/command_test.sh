@@ -92,7 +92,7 @@ expect 1 no '' match catalog.xml other.xml
 # Listing: numbers count exact names, and every line leads back, alone and with an item.
 expect 0 $'List\nList\\X\nList\\X2\nItem\nItems\nItem2\nnäme' '' list odd.xml
 expect 0 '["List\\X","List\\X2"]' '' list -j odd.xml 'Site\List'
-expect 0 $'Net1\tNet1\tr\nNetwork\tNetwork\t\nNet\tNet3\t\nNet2\tNet4\t' '' list net.xml --ids --values --depth 1
+expect 0 $'Net1\tNet1\tr\nNetwork\tNetwork\nNet\tNet3\nNet2\tNet4' '' list net.xml --ids --values --depth 1
 expect 0 '[{"path":"Network\\Time","id":"Network\\Time","value":"2"},{"path":"Network\\Timeout","id":"Network\\Timeout","value":"1"}]' \
   '' list -j net.xml Network --ids --values
 expect 0 $'v\ta b c\nw\t\302\233' '' list controls.xml --values
