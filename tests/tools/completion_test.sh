@@ -32,7 +32,7 @@ expect '' status --dep
 
 # Every option that the help names is offered, and no other.
 for name in get list set check status detect files match; do
-  COMP_WORDS=(tarvik $name -) COMP_CWORD=2
+  COMP_WORDS=(tarvik "$name" -) COMP_CWORD=2
   _tarvik tarvik - $name
   diff <(printf '%s\n' "${COMPREPLY[@]}" | sort) \
     <(grep '^  -' "../tools/help/$name.txt" | sed -E 's/^  (-[a-z], )?(--?[a-z-]+).*/\2/' | sort) || { echo "$name"; exit 1; }
