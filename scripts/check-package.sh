@@ -17,7 +17,7 @@ dpkg --install "$work"/*.deb >/dev/null
 mapfile -t files < <(dpkg --listfiles tarvik | while read -r file; do [[ -d $file ]] || echo "$file"; done)
 
 [[ $(tarvik get examples/catalog.xml ProductPackage ProductID) == HARBOR-SCAN ]]
-[[ $(ldd "$(command -v tarvik)") == *'libtarvik.so.1 => /'* ]] # the loader finds the library
+[[ $(ldd "$(command -v tarvik)") == *'libcorekit.so.1 => /'* ]] # the loader finds the library
 cmake -S examples -G Ninja -B "$work/examples" >/dev/null
 cmake --build "$work/examples" >/dev/null
 [[ $("$work/examples/walk_catalog" examples/catalog.xml) == *HARBOR-DESK* ]]

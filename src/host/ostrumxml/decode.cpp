@@ -5,7 +5,6 @@
 #include <cstring>
 #include <string_view>
 
-#include "corekit/corekit.h"
 #include "host/ostrumxml/encoding_table.h"
 #include "host/ostrumxml/markup.h"
 #include "host/ostrumxml/utf8.h"
@@ -42,20 +41,18 @@ void DeclareUtf8(std::string& text, std::string_view declared) {
   text.replace(static_cast<std::size_t>(declared.data() - text.data()), declared.size(), "UTF-8");
 }
 
-constexpr std::size_t noOffset = std::string_view::npos;
+using Failure = std::optional<DecodeFailure>;
 
-// Logs why a text is refused, and is always false.
-bool Refuse(const wchar_t* reason, std::string_view encoding = {}, std::size_t offset = noOffset) {
-  if (!corekit::LogIsOn()) return false;
-  corekit::KString line(reason);
-  line << std::string(encoding).c_str();
-  if (offset != noOffset) line << L" at byte offset " << static_cast<unsigned long>(offset);
-  corekit::logDetail(L"ostrumxml", line);
-  return false;
+constexpr std::size_t noOffset = DecodeFailure::noOffset;
+
+Failure Refuse(const char* reason, std::string_view encoding = {}, std::size_t offset = noOffset) {
+  DecodeFailure failure{reason + std::string(encoding), offset};
+  if (offset != noOffset) failure.reason += " at byte offset " + std::to_string(offset);
+  return failure;
 }
 
-constexpr const wchar_t* invalid = L"invalid ";
-constexpr const wchar_t* contradiction = L"the text is not in the encoding that its declaration names: ";
+constexpr const char* invalid = "invalid ";
+constexpr const char* contradiction = "the text is not in the encoding that its declaration names: ";
 
 // The bytes come without their byte-order mark. Returns how many of them were converted: all, if they are valid.
 std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& utf8) {
@@ -93,7 +90,7 @@ std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& u
   return position;
 }
 
-bool DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
+Failure DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
   const bool bigEndian = bytes.front() == '\xFE';
   encoding = bigEndian ? UTF_16B : UTF_16L;
   constexpr std::size_t mark = 2;
@@ -104,12 +101,12 @@ bool DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& encod
   if (!name.empty() && name != "UTF-16" && name != (bigEndian ? "UTF-16BE" : "UTF-16LE"))
     return Refuse(contradiction, declared);
   DeclareUtf8(utf8, declared);
-  return true;
+  return {};
 }
 
-bool DecodeDeclared(std::string_view bytes, std::string_view declared, std::string& utf8) {
+Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::string& utf8) {
   EncodingTable table(Folded(declared));
-  if (!table.IsUsable()) return Refuse(L"unsupported encoding ", declared);
+  if (!table.IsUsable()) return Refuse("unsupported encoding ", declared);
   const auto ascii = [](char it) { return static_cast<unsigned char>(it) < 0x80; };
   const auto beyondAscii = bytes.size() - static_cast<std::size_t>(std::count_if(bytes.begin(), bytes.end(), ascii));
   utf8.reserve(bytes.size() + beyondAscii); // most of those take two bytes, or two of them three
@@ -120,17 +117,17 @@ bool DecodeDeclared(std::string_view bytes, std::string_view declared, std::stri
     converted += declared.size();
     converted += table.Convert(bytes.substr(converted), utf8);
   }
-  return converted == bytes.size() || Refuse(invalid, declared, converted);
+  return converted == bytes.size() ? Failure() : Refuse(invalid, declared, converted);
 }
 
 } // namespace
 
-bool DecodeFile(std::string&& bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
+std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
   const std::string_view view = bytes;
   const bool utf16 = view.starts_with("\xFE\xFF") || view.starts_with("\xFF\xFE");
   const std::string_view start = view.substr(utf16 ? 2 : 0, 2);
   if (utf16 ? start == std::string_view("\0\0", 2) : start.find('\0') != std::string_view::npos)
-    return Refuse(L"UTF-32, and UTF-16 without a byte-order mark, are not supported");
+    return Refuse("UTF-32, and UTF-16 without a byte-order mark, are not supported");
   if (utf16) return DecodeUtf16(view, utf8, encoding);
 
   const bool marked = view.starts_with(utf8ByteOrderMark);
@@ -145,7 +142,7 @@ bool DecodeFile(std::string&& bytes, std::string& utf8, UTF_ENCODINGS& encoding)
   if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));
   DeclareUtf8(bytes, declared);
   utf8 = std::move(bytes);
-  return true;
+  return {};
 }
 
 } // namespace Ostrum

@@ -47,7 +47,10 @@ long DocumentFile::Read(std::string& text, UTF_ENCODINGS& encoding, unsigned lon
 long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const {
   if (decrypt != nullptr && !decrypt(bytes, bytes)) return ReadRefused;
   std::string decoded;
-  if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
+  if (const auto failure = DecodeFile(std::move(bytes), decoded, encoding)) {
+    Log(corekit::KString(failure->reason.c_str()));
+    return ReadBadEncoding;
+  }
   if (decoded.size() > INT_MAX) return ReadTooLong; // the text can be longer than the file
   text = std::move(decoded);
   return ReadDone;
