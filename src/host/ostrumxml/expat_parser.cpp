@@ -4,11 +4,18 @@
 #include <cstring>
 #include <new>
 
+#include "platform/platform.h"
+
 namespace Ostrum {
 namespace {
 
-// Named here rather than left to the parser, so that what it takes is taken from our own allocation functions.
-void* Allocate(std::size_t size) { return std::malloc(size); }
+// Named here rather than left to the parser, so that what it takes is taken from our own allocation functions, its copy of a
+// large document in large pages.
+void* Allocate(std::size_t size) {
+  void* const memory = std::malloc(size);
+  platform::PreferLargePages(memory, size);
+  return memory;
+}
 
 void* Reallocate(void* memory, std::size_t size) { return std::realloc(memory, size); }
 

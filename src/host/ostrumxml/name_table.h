@@ -41,7 +41,7 @@ class NameTable {
   void Grow();
 
   KeyedHash hash;
-  std::deque<Name> names; // gives no memory up when it grows, which a vector would do with half of a million names
+  std::vector<Name> names;
   std::vector<std::uint32_t> slots; // numbers, by open addressing; 0 is free; at most three quarters are taken
   std::forward_list<std::string> copies;
   // A document has few names and repeats them: most are found among those seen last, without hashing.

@@ -1,0 +1,66 @@
+// Children found by the index are those that a walk finds, while children and attributes are added.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "ostrumxml/parsed_document.h"
+
+namespace {
+
+using Ostrum::Element;
+using Ostrum::NameMatch;
+
+constexpr const char* names[] = {"a", "ab", "abc", "b", "ba", "\xC3\xA4", "z"};
+constexpr const char* values[] = {"1", "12", "2", ""};
+
+template <class Matches>
+const Element* Walk(const Element& parent, std::uint32_t n, Matches matches) {
+  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
+    if (matches(*child) && n-- == 1) return &*child;
+  }
+  return &Element::null;
+}
+
+void ExpectTheSame(const Element& parent, const std::string& text, const std::string& value, std::uint32_t n) {
+  const auto has = [](const Element& child) { return !child.GetAttribute("k").IsNull(); };
+  const auto is = [&](const Element& child) { return child.GetName() == text; };
+  const auto begins = [&](const Element& child) { return child.GetName().starts_with(text); };
+  EXPECT_EQ(&parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is)) << text << n;
+  EXPECT_EQ(&parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins)) << text << n;
+  EXPECT_EQ(&parent.NthChildWithAttribute(text, "k", n),
+            Walk(parent, n, [&](const Element& child) { return is(child) && has(child); }))
+      << text << n;
+  EXPECT_EQ(&parent.FirstChildWithValue(text, "k", value),
+            Walk(parent, 1,
+                 [&](const Element& child) {
+                   return begins(child) && has(child) && child.GetAttribute("k").GetValue().starts_with(value);
+                 }))
+      << text << value;
+}
+
+TEST(ChildIndex, FindsWhatAWalkFinds) {
+  std::mt19937 engine(7);
+  const auto random = [&engine] { return static_cast<std::uint32_t>(engine()); };
+  const auto any = [&random](const auto& list) -> std::string { return list[random() % std::size(list)]; };
+  for (const std::size_t count : {0, 23, 24, 25, 300}) {
+    std::string bytes = "<r>";
+    for (std::size_t i = 0; i < count; ++i)
+      bytes += "<" + any(names) + (random() % 2 ? " k='" + any(values) + "'/>" : "/>");
+    const Parsed parsed(bytes + "</r>");
+    Element& parent = parsed.At("");
+    for (int step = 0; step < 400; ++step) {
+      const std::string text = any(names);
+      ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values), random() % (step % 3 == 0 ? 4 : 100));
+      if (step % 20 == 0) parent.AddElementInto(text);
+      if (step % 30 != 0 || parent.Begin() == parent.End()) continue;
+      Element& changed = parent.NthChild(NameMatch::Prefix, "", 1 + random() % 20);
+      if (changed.IsNull()) continue;
+      Ostrum::Attribute attribute = changed.GetAttribute("k");
+      if (attribute.IsNull()) attribute = changed.CreateAttribute("k");
+      static_cast<Ostrum::Value>(attribute).Set(any(values));
+    }
+    EXPECT_FALSE(parent.ChildNamesAreAscii());
+  }
+}
+
+} // namespace
