@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 
 #include "support/open_document.h"
 
@@ -16,11 +17,13 @@ bool isArmed = false;
 std::vector<std::string> calls; // while it is armed
 std::size_t failing = 0;        // the number of the call that fails, from 1
 int failure = 0;
+std::function<void()> atFlush;             // done once
 constexpr std::size_t longestTransfer = 7; // bytes that are read or written at once
 
 bool Fails(const char* name) {
   if (!isArmed) return false;
   calls.emplace_back(name);
+  if (atFlush && calls.back() == "fsync") std::exchange(atFlush, nullptr)();
   errno = failure;
   return calls.size() == failing;
 }
@@ -141,6 +144,17 @@ TEST(FailingDisk, FlushesTheFileBeforeItIsNamedAndTheFolderAfterIt) {
   std::erase_if(calls,
                 [](const std::string& name) { return name != "fsync" && name != "linkat" && name != "renameat"; });
   EXPECT_EQ(calls, (std::vector<std::string>{"fsync", "linkat", "renameat", "fsync"}));
+}
+
+TEST(FailingDisk, AnEditDuringTheFlushStays) {
+  TestDocument document(before);
+  ASSERT_EQ(document.Save(), 0U);
+  atFlush = [&] { document.Write(byHand); };
+  failing = 0;
+  isArmed = true;
+  EXPECT_EQ(Set(document), 0U);
+  isArmed = false;
+  EXPECT_EQ(document.Bytes(), "<R><A>new</A><B/></R>");
 }
 
 } // namespace
