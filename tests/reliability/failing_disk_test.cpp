@@ -100,7 +100,7 @@ const struct {
 };
 
 // Gives whether the call was reached that was to fail.
-bool RunWith(const decltype(works[0])& work, std::size_t number, int error) {
+bool RunWith(decltype(works[0]) work, std::size_t number, int error) {
   TestDocument document(before);
   EXPECT_EQ(document.Save(), 0U); // its file is as it was left
   work.prepare(document);
