@@ -146,9 +146,11 @@ std::uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, std::uint32_t cookie, c
 // to its file, atomically, through the cipher if it was opened so. The first element that matches at each step of path is
 // used. Any other item type creates the elements of path and saves. The keywords must be in capitals.
 // No argument but the list may be null. An empty attribute name or value sets no attribute.
+// Where another program has changed the file since it was opened or saved, the item is set in the file as it is by then.
 // Returns XmlSuccess; XmlNotFound when no document has the cookie; XmlInvalidArgument when it has no root element;
-// XmlOutOfMemory; XmlFailure when a name or value can't be carried by XML, in which case nothing changed, or when the file
-// can't be written, in which case the old file is whole and the change is kept in memory for the next save.
+// XmlOutOfMemory; XmlFailure when a name or value can't be carried by XML or by this document, in which case nothing changed, or
+// when the file can't be written or holds another document by then, in which case it is whole and the change is kept in memory
+// for the next save.
 std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
                                      const char* itemType, const char* value);
 

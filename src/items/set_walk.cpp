@@ -87,7 +87,7 @@ void SetWalk::Check() const {
 }
 
 void SetWalk::CarryOut(ElementMap::KeyChain* key) const {
-  Element* current = nullptr;
+  Element* current = found.front();
   for (std::size_t i = 0; i < request.steps.size(); ++i) {
     const SetStep& step = request.steps[i];
     const bool hasKey = key != nullptr && i > 0; // the root has its entry

@@ -77,7 +77,8 @@ class LockedFile {
   // Puts a new file in the place of the old one in one step: at any moment, and after a loss of power, the name leads to the
   // old bytes or the new ones, whole. The new file takes over who may do what with the old one, is flushed to the disk first,
   // and its modification time is set from the system's most exact clock. Where there was no file, the new one gets
-  // `permissions`, and the name only if nobody else took it meanwhile: else false, with nothing changed.
+  // `permissions`. False, with nothing changed, when somebody took the name meanwhile, or was seen to change the file: lock it
+  // and look again.
   // A program that is killed meanwhile leaves at most one temporary file, and only from the last step. Call once.
   bool Replace(std::string_view bytes, std::uint32_t permissions);
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 
 #include "support/open_document.h"
 
@@ -16,18 +17,21 @@ bool isArmed = false;
 std::vector<std::string> calls; // while it is armed
 std::size_t failing = 0;        // the number of the call that fails, from 1
 int failure = 0;
+std::function<void()> atFlush;             // done once
 constexpr std::size_t longestTransfer = 7; // bytes that are read or written at once
 
 bool Fails(const char* name) {
   if (!isArmed) return false;
   calls.emplace_back(name);
+  if (atFlush && calls.back() == "fsync") std::exchange(atFlush, nullptr)();
   errno = failure;
   return calls.size() == failing;
 }
 
 } // namespace
 
-// The build reads the names from here.
+// The build reads the names from here. A sanitizer's library finds the calls, too.
+#pragma GCC visibility push(default)
 #define SYSTEM_CALL(name, Result, parameters, arguments) \
   extern "C" Result __real_##name parameters;            \
   extern "C" Result __wrap_##name parameters { return Fails(#name) ? -1 : __real_##name arguments; }
@@ -53,6 +57,7 @@ SYSTEM_CALL(linkat, int, (int from, const char* name, int to, const char* target
             (from, name, to, target, flags))
 SYSTEM_CALL(renameat, int, (int from, const char* name, int to, const char* target), (from, name, to, target))
 SYSTEM_CALL(unlinkat, int, (int folder, const char* name, int flags), (folder, name, flags))
+#pragma GCC visibility pop
 
 namespace {
 
@@ -95,7 +100,7 @@ const struct {
 };
 
 // Gives whether the call was reached that was to fail.
-bool RunWith(const decltype(works[0])& work, std::size_t number, int error) {
+bool RunWith(decltype(works[0]) work, std::size_t number, int error) {
   TestDocument document(before);
   EXPECT_EQ(document.Save(), 0U); // its file is as it was left
   work.prepare(document);
@@ -139,6 +144,17 @@ TEST(FailingDisk, FlushesTheFileBeforeItIsNamedAndTheFolderAfterIt) {
   std::erase_if(calls,
                 [](const std::string& name) { return name != "fsync" && name != "linkat" && name != "renameat"; });
   EXPECT_EQ(calls, (std::vector<std::string>{"fsync", "linkat", "renameat", "fsync"}));
+}
+
+TEST(FailingDisk, AnEditDuringTheFlushStays) {
+  TestDocument document(before);
+  ASSERT_EQ(document.Save(), 0U);
+  atFlush = [&] { document.Write(byHand); };
+  failing = 0;
+  isArmed = true;
+  EXPECT_EQ(Set(document), 0U);
+  isArmed = false;
+  EXPECT_EQ(document.Bytes(), "<R><A>new</A><B/></R>");
 }
 
 } // namespace

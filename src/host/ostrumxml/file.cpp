@@ -64,8 +64,9 @@ void DocumentFile::Await(Change change) {
 }
 
 void DocumentFile::Save(Document& document) {
+  constexpr int mostLooks = 100;
   const std::string own = document.GenerateXML(false);
-  for (;;) {
+  for (int looks = 0; looks < mostLooks; ++looks) {
     platform::LockedFile file(name);
     const bool isAsLeft = IsAsLeft(file);
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
@@ -74,7 +75,7 @@ void DocumentFile::Save(Document& document) {
     const std::string& text = theirs ? merged : own;
     std::string encrypted;
     if (encrypt != nullptr && !encrypt(text, encrypted)) throw std::runtime_error("cannot encrypt the document");
-    // Another program may have made a file that was gone.
+    // Another program changed the file after the look, or made one that was gone.
     if (!file.Replace(encrypt != nullptr ? encrypted : text, lastSeen.permissions)) continue;
 
     lastSeen = *file.State();
@@ -84,6 +85,7 @@ void DocumentFile::Save(Document& document) {
     if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
     return file.FlushFolder();
   }
+  throw std::runtime_error("another program keeps changing the file");
 }
 
 // Also where there is no file any more: nothing is lost then by writing the document's own text.

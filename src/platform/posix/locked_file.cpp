@@ -81,6 +81,13 @@ bool TryLock(int file) {
 } // namespace
 
 struct LockedFile::System {
+  // What the name leads to by now, links apart.
+  bool IsAsFound() const {
+    FileStatus status{};
+    if (Uninterrupted([&] { return fstatat(place.folder.Number(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }))
+      return false;
+    return StateOf(status).identity == state->identity;
+  }
   ~System() {
     if (!original.IsOpen()) return;
     // Closing is not enough if another thread forked meanwhile, so that the new process has the file open, too.
@@ -131,6 +138,8 @@ bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
     made.Write(bytes);
     place.status ? made.TakeOver(system->original.Number(), *place.status) : made.SetAccess(permissions);
     made.Flush();
+    // A flush takes time, in which somebody may have changed the file who takes no lock.
+    if (place.status && !system->IsAsFound()) return false;
     if (place.status ? made.Replace(place.name) : made.Link(place.name)) {
       system->state = made.State();
       return true;

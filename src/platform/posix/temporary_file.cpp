@@ -8,8 +8,8 @@
 #include <memory>
 #include <optional>
 
-#include "platform/platform.h"
 #include "platform/posix/system_failure.h"
+#include "platform/posix/system_random.h"
 
 namespace platform {
 namespace {
@@ -17,13 +17,12 @@ namespace {
 constexpr mode_t modeUntilTakenOver = 0600;
 constexpr const char* accessList = "system.posix_acl_access";
 
-// 64 bits, so that no two are ever the same.
+// So long that no two are ever the same.
 std::string RandomName() {
-  std::uint32_t high = 0;
-  std::uint32_t low = 0;
-  if (!DrawRandom(high) || !DrawRandom(low)) ThrowSystemFailure("no random name for a temporary file");
+  std::uint64_t number = 0;
+  if (!FillFromSystem(&number, sizeof number)) ThrowSystemFailure("no random name for a temporary file");
   char text[32];
-  std::snprintf(text, sizeof text, ".tarvik-%08x%08x", high, low);
+  std::snprintf(text, sizeof text, ".tarvik-%016llx", static_cast<unsigned long long>(number));
   return text;
 }
 
