@@ -74,6 +74,7 @@ std::vector<PathComponent> SplitPath(const std::string& path) {
     }
   }
   std::vector<PathComponent> components;
+  components.reserve(texts.size());
   for (const std::string& text : texts) components.push_back(ParseComponent(text, path));
   return components;
 }
@@ -125,7 +126,7 @@ std::string ElementFinder::WhyMissing(const Place& parent, const PathComponent& 
   const Element& element = At(parent);
   const std::string& name = component.name;
   const std::string where = parent.empty() ? std::string(root.GetName()) : PathOf(parent);
-  const std::string why = "no element " + component.text + " in " + where;
+  std::string why = "no element " + component.text + " in " + where;
   const bool isThere = !element.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull();
   if (isThere) return component.occurrence > 1 ? why + "; there are fewer of them" : why;
   std::string_view nearest;
