@@ -67,11 +67,8 @@ std::vector<PathComponent> SplitPath(const std::string& path) {
   std::vector<std::string> texts(path.empty() ? 0 : 1);
   for (const char byte : path) {
     const bool inFilter = texts.back().find('&') != std::string::npos;
-    if (byte == '\\' || (byte == '/' && !inFilter)) {
-      texts.emplace_back();
-    } else {
-      texts.back() += byte;
-    }
+    const bool separates = byte == '\\' || (byte == '/' && !inFilter);
+    separates ? void(texts.emplace_back()) : texts.back().push_back(byte);
   }
   std::vector<PathComponent> components;
   components.reserve(texts.size());

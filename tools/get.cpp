@@ -62,11 +62,7 @@ ExitStatus Get(const Options& options) {
       if (!options.json) PrintValue(value);
     }
     if (values.empty() && !isOne && !options.all && !options.json) PrintValue(""); // each keeps its line
-    if (isOne) {
-      json[options.all ? "values" : "value"] = found;
-    } else {
-      json["values"].push_back(found);
-    }
+    (isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back()) = found;
   }
   if (options.json) PrintJson(json);
   if (missing.empty()) return ExitStatus::Found;
