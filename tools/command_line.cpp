@@ -75,7 +75,8 @@ void UseKey(const std::string& keyFile) {
   std::ifstream file(keyFile, std::ios::binary);
   const std::string bytes = ReadAll(file);
   std::uint8_t key[32];
-  if (!file || bytes.size() != sizeof key) throw CommandError(keyFile + ": not a 32-byte key");
+  if (!file || bytes.size() != sizeof key)
+    throw CommandError(FromLocale(keyFile).value_or("the key file") + ": not a 32-byte key");
   std::copy(bytes.begin(), bytes.end(), key);
   corekit::SetCipherKey(key);
 }
@@ -158,12 +159,10 @@ class CommandLine {
   }
 
   static ExitStatus PrintHelp(const std::string& topic) {
-    for (const auto& [name, text] : HelpTexts) {
-      if (name != topic) continue;
-      PrintValue(std::string(text.substr(0, text.size() - 1)));
-      return ExitStatus::Found;
-    }
-    throw CommandError(topic + ": there is no such command (tarvik help tells more)");
+    const auto text = HelpTexts.find(topic);
+    if (text == HelpTexts.end()) throw CommandError(topic + ": there is no such command (tarvik help tells more)");
+    PrintValue(text->second.substr(0, text->second.size() - 1));
+    return ExitStatus::Found;
   }
 
   std::string ChosenName() const {
@@ -177,7 +176,8 @@ class CommandLine {
   std::string Complaint(const CLI::ParseError& error) const {
     const auto chosen = app.get_subcommands();
     const auto extras = chosen.empty() ? app.remaining() : chosen.front()->remaining();
-    if (extras.empty()) return chosen.empty() ? "a command is required" : error.what();
+    if (chosen.empty() && extras.empty()) return "a command is required";
+    if (extras.empty()) return FromLocale(error.what()).value_or("not text in the locale's character set");
     const bool isOption = extras.front().starts_with('-');
     return RequireText(Unmarked(extras.front())) +
            (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");

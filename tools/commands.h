@@ -18,15 +18,12 @@ class CommandError : public std::runtime_error {
 };
 
 struct Options {
-  std::string file;      // that is opened
-  std::string shownFile; // as messages name it
-  bool encrypted = false, json = false;
+  std::string file, shownFile;        // the one that is opened, and as messages name it
   std::vector<std::string> arguments; // behind the file
   std::string attribute;
+  bool encrypted = false, json = false, all = false, withIds = false, withValues = false;
   bool itemIsAttribute = false, existing = false, dryRun = false;
-  bool all = false, withIds = false, withValues = false;
-  std::uint32_t index = 1, occurrence = 1;
-  std::uint32_t depth = 0; // 0: all the way down
+  std::uint32_t index = 1, occurrence = 1, depth = 0; // depth 0: all the way down
 };
 
 // Reads the command line and runs the command that it names.

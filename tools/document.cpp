@@ -8,13 +8,6 @@
 #include "registry/file_list.h"
 #include "text.h"
 
-namespace {
-
-constexpr std::size_t GroupIdCapacity = 260;
-constexpr std::size_t LongestNumber = 10; // digits of a 32-bit number
-
-} // namespace
-
 Document::Document(const Options& options) : file(options.shownFile) {
   if (InitXMLList(&list) != XmlSuccess) throw CommandError(file + ": out of memory");
   const std::uint32_t code = OpenXML(list, options.file.c_str(), 0, options.encrypted ? 1 : 0, &cookie);
@@ -42,8 +35,8 @@ bool Document::Succeeded(std::uint32_t code) const {
 
 Document::GroupId Document::Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                                  const Element& wanted) const {
-  // The library would cut a longer ID, which could then be another group's.
-  if (parent.size() + 1 + path.size() + LongestNumber >= GroupIdCapacity) return std::nullopt;
+  const std::size_t longestNumber = 10; // digits of 32 bits; a longer ID would be cut, and could be another group's
+  if (parent.size() + 1 + path.size() + longestNumber >= GroupIdCapacity) return std::nullopt;
   char groupId[GroupIdCapacity] = {};
   std::copy(parent.begin(), parent.end(), groupId);
   const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, groupId, sizeof groupId);

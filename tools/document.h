@@ -4,9 +4,7 @@
 
 #include <tarvik/tarvik.h>
 
-#include <memory>
 #include <optional>
-#include <string>
 
 #include "commands.h"
 #include "element_path.h"
@@ -16,10 +14,9 @@ struct XmlFileRecord;
 
 // What became of an attempt to read and parse a file.
 struct Examination {
-  long readResult = 0; // of the document library
-  int line = 0;        // from 1; 0 where the place is not known
-  int column = 0;      // from 1, in bytes
-  std::string reason;  // empty for a well-formed file
+  long readResult = 0;      // of the document library
+  int line = 0, column = 0; // from 1, in bytes; 0 where the place is not known
+  std::string reason;       // empty for a well-formed file
 
   // ":2:6: mismatched tag", to follow the name of the file.
   std::string Complaint() const;
@@ -36,8 +33,7 @@ class Document {
  public:
   explicit Document(const Options& options);
   ~Document() { EndXMLList(&list); }
-  Document(const Document&) = delete;
-  Document& operator=(const Document&) = delete;
+  Document(Document&&) = delete;
 
   // For the ready-made queries, and for setting.
   XmlFileList* List() const { return list; }
@@ -61,6 +57,7 @@ class Document {
   GroupId OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const;
 
  private:
+  static constexpr std::size_t GroupIdCapacity = 260;
   GroupId Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                const Element& wanted) const;
   GroupId OpenByPositions(Place::const_iterator step, Place::const_iterator end) const;

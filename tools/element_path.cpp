@@ -67,13 +67,11 @@ std::vector<PathComponent> SplitPath(const std::string& path) {
   std::vector<std::string> texts(path.empty() ? 0 : 1);
   for (const char byte : path) {
     const bool inFilter = texts.back().find('&') != std::string::npos;
-    if (byte == '\\' || (byte == '/' && !inFilter)) {
-      texts.emplace_back();
-    } else {
-      texts.back() += byte;
-    }
+    const bool separates = byte == '\\' || (byte == '/' && !inFilter);
+    separates ? void(texts.emplace_back()) : texts.back().push_back(byte);
   }
   std::vector<PathComponent> components;
+  components.reserve(texts.size());
   for (const std::string& text : texts) components.push_back(ParseComponent(text, path));
   return components;
 }
@@ -125,7 +123,7 @@ std::string ElementFinder::WhyMissing(const Place& parent, const PathComponent& 
   const Element& element = At(parent);
   const std::string& name = component.name;
   const std::string where = parent.empty() ? std::string(root.GetName()) : PathOf(parent);
-  const std::string why = "no element " + component.text + " in " + where;
+  std::string why = "no element " + component.text + " in " + where;
   const bool isThere = !element.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull();
   if (isThere) return component.occurrence > 1 ? why + "; there are fewer of them" : why;
   std::string_view nearest;

@@ -2,8 +2,6 @@
 #ifndef TARVIK_TOOLS_ELEMENT_PATH_H
 #define TARVIK_TOOLS_ELEMENT_PATH_H
 
-#include <cstdint>
-#include <string>
 #include <vector>
 
 #include "host/ostrumxml/node.h"

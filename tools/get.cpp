@@ -22,19 +22,19 @@ std::vector<std::string> ReadItem(const Document& document, const Options& optio
                                   std::string& missing) {
   const std::vector<PathComponent> components = Components(options, item);
   auto [place, followed] = document.Finder().Follow(components);
-  std::vector<std::string> values;
-  const auto read = [&] {
-    if (const auto value = document.Read(place, options.attribute)) values.push_back(*value);
-  };
-  if (followed == components.size() && (place.empty() || !options.all)) {
-    read();
-  } else if (followed == components.size()) {
+  const bool isThere = followed == components.size();
+  std::vector<Place> places(isThere ? 1 : 0, place);
+  if (isThere && options.all && !place.empty()) {
     place.pop_back();
+    places.clear();
     for (const Step& step : document.Finder().Children(document.Finder().At(place), components.back())) {
-      place.push_back(step);
-      read();
-      place.pop_back();
+      places.push_back(place);
+      places.back().push_back(step);
     }
+  }
+  std::vector<std::string> values;
+  for (const Place& each : places) {
+    if (const auto value = document.Read(each, options.attribute)) values.push_back(*value);
   }
   if (!values.empty()) return values;
   if (!missing.empty()) missing += ", ";
@@ -62,11 +62,7 @@ ExitStatus Get(const Options& options) {
       if (!options.json) PrintValue(value);
     }
     if (values.empty() && !isOne && !options.all && !options.json) PrintValue(""); // each keeps its line
-    if (isOne) {
-      json[options.all ? "values" : "value"] = found;
-    } else {
-      json["values"].push_back(found);
-    }
+    (isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back()) = found;
   }
   if (options.json) PrintJson(json);
   if (missing.empty()) return ExitStatus::Found;

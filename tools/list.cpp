@@ -26,8 +26,7 @@ class TreeWalk {
     }
   }
 
-  std::size_t count = 0;
-  std::size_t hidden = 0, withoutId = 0, lackForm = 0;
+  std::size_t count = 0, hidden = 0, withoutId = 0, lackForm = 0;
   std::string firstHidden, firstWithoutId, firstWithoutForm;
 
  private:
@@ -77,11 +76,9 @@ class TreeWalk {
     const bool isLeaf = element.Begin() == element.End();
     place.push_back(step);
     if (!isAbove) ListOne(path, id, isLeaf);
-    if (isAbove || (!isLeaf && levels.size() - topPlace.size() != options.depth)) {
-      levels.emplace_back(element, path, id);
-    } else {
-      place.pop_back();
-    }
+    const bool goesDown = isAbove || (!isLeaf && levels.size() - topPlace.size() != options.depth);
+    if (!goesDown) return place.pop_back();
+    levels.emplace_back(element, path, id);
   }
 
   void ListOne(const std::string& path, const Document::GroupId& id, bool isLeaf) {

@@ -28,8 +28,8 @@ int main(int argumentCount, char** arguments) {
     FlushOutput();
     return static_cast<int>(status);
   } catch (const std::exception& error) {
-    PrintMessage(error.what());
     const auto* const known = dynamic_cast<const CommandError*>(&error);
+    PrintMessage(known != nullptr ? known->what() : FromLocale(error.what()).value_or("an unexpected error"));
     return static_cast<int>(known == nullptr ? ExitStatus::Failed : known->status);
   }
 }

@@ -13,10 +13,7 @@
 
 namespace {
 
-constexpr const char* Red = "\033[1;31m";
-constexpr const char* Green = "\033[32m";
-constexpr const char* Dim = "\033[2m";
-constexpr const char* Bold = "\033[1m";
+constexpr const char *Red = "\033[1;31m", *Green = "\033[32m", *Dim = "\033[2m", *Bold = "\033[1m";
 
 bool IsTerminal() { return isatty(STDOUT_FILENO) != 0; }
 

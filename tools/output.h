@@ -4,8 +4,6 @@
 
 #include <nlohmann/json.hpp>
 #include <optional>
-#include <string>
-#include <vector>
 
 using Json = nlohmann::ordered_json;
 

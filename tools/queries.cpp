@@ -1,6 +1,4 @@
 // The commands for the library's ready-made queries.
-#include <algorithm>
-
 #include "document.h"
 #include "output.h"
 #include "text.h"
@@ -28,11 +26,17 @@ std::vector<DetectionInfo> FindOne(const Document& document, const Options& opti
   return {info};
 }
 
+// A text that was cut can end within a character.
+std::string Whole(std::string text) {
+  while (!FromLocale(text)) text.pop_back();
+  return *FromLocale(text);
+}
+
 // The queries leave a text empty that has no form in the locale, and cut one at 259 bytes.
 ExitStatus Finish(const Document& document, const std::vector<Table::Row>& rows, Table table, const char* nothing) {
   bool isCut = false;
   for (const Table::Row& row : rows) {
-    isCut = isCut || std::any_of(row.begin(), row.end(), [](const auto& field) { return field->size() > 255; });
+    for (const auto& field : row) isCut = isCut || field->size() > 255;
     table.Add(row);
   }
   table.Finish();
@@ -70,7 +74,7 @@ ExitStatus Detect(const Options& options) {
     Table::Row& row = rows.emplace_back();
     for (const auto* field : {&pair.ProductID, &pair.Branch, &pair.PackageType, &pair.LangID, &pair.Version,
                               &pair.ProductVersion, &pair.PlatformID, &pair.MinimumDATVersion, &pair.EngineFile}) {
-      row.push_back(FromLocale(*field));
+      row.push_back(Whole(*field));
     }
   }
   const Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
@@ -83,7 +87,8 @@ ExitStatus Files(const Options& options) {
   std::vector<FileListEntry> files;
   const bool isWhole = document.Succeeded(GetFileList(document.List(), document.Cookie(), &files));
   std::vector<Table::Row> rows;
-  for (const auto& file : files) rows.push_back({FromLocale(file.Name), FromLocale(file.Hash)});
+  rows.reserve(files.size());
+  for (const auto& file : files) rows.push_back({Whole(file.Name), Whole(file.Hash)});
   const Table table(options.json, {"name", "hash"});
   const ExitStatus status = Finish(document, rows, table, "no file with Name and Hash in the first language package");
   if (isWhole || files.empty()) return status;

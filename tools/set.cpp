@@ -8,6 +8,12 @@ namespace {
 
 // Sets items in a copy of the document, to decide whether the library would touch what was named, and nothing else.
 class SetPlan {
+  const Document& document;
+  const Options& options;
+  Examination parsed;
+  const std::unique_ptr<Ostrum::Document> copy;
+  const ElementFinder finder;
+
  public:
   // What SetXMLItem is to be called with, and how a person calls the item.
   struct Call {
@@ -108,12 +114,6 @@ class SetPlan {
   [[noreturn]] void Miss(const std::string& why) const {
     throw CommandError(document.File() + ": " + why, ExitStatus::NothingFound);
   }
-
-  const Document& document;
-  const Options& options;
-  Examination parsed;
-  std::unique_ptr<Ostrum::Document> copy;
-  ElementFinder finder;
 };
 
 std::vector<std::string_view> SplitLines(std::string_view text) {
@@ -121,9 +121,11 @@ std::vector<std::string_view> SplitLines(std::string_view text) {
   for (;;) {
     const std::size_t end = text.find('\n');
     lines.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) return lines;
+    if (end == std::string_view::npos) break;
     text.remove_prefix(end + 1);
   }
+  lines.emplace_back("\n"); // the end, which is like no line
+  return lines;
 }
 
 // The lines that differ: old ones behind "-", new ones behind "+".
@@ -131,22 +133,19 @@ std::string LineDiff(std::string_view before, std::string_view after) {
   const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
   const auto append = [&text](char sign, std::string_view line) { text.append(1, sign).append(line).append(1, '\n'); };
-  std::size_t i = 0, j = 0;
-  while (i < old.size() || j < now.size()) {
+  for (std::size_t i = 0, j = 0; i < old.size() || j < now.size(); ++i, ++j) {
     // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
     constexpr std::size_t farthest = 2000;
     std::size_t sum = 0, passed = 0;
     const auto goOnAlike = [&] {
       const std::size_t left = i + passed, right = j + sum - passed;
-      return left < old.size() && right < now.size() ? old[left] == now[right]
-                                                     : left == old.size() && right == now.size();
+      return left < old.size() && right < now.size() && old[left] == now[right];
     };
     while (sum < farthest && !goOnAlike()) passed = passed < sum ? passed + 1 : (++sum, 0);
-    const std::size_t removed = sum < farthest ? passed : old.size() - i;
-    const std::size_t added = sum < farthest ? sum - passed : now.size() - j;
-    for (const std::size_t end = i + removed; i < end; ++i) append('-', old[i]);
-    for (const std::size_t end = j + added; j < end; ++j) append('+', now[j]);
-    ++i, ++j;
+    const std::size_t oldEnd = sum < farthest ? i + passed : old.size() - 1;
+    const std::size_t newEnd = sum < farthest ? j + sum - passed : now.size() - 1;
+    while (i < oldEnd) append('-', old[i++]);
+    while (j < newEnd) append('+', now[j++]);
   }
   return text;
 }

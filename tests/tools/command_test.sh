@@ -226,6 +226,11 @@ fi
 expectDiff "< <Timeout unit='s'>20</Timeout>   <!-- the relay drops idle lines after 25 -->" \
   "> <Timeout unit='s'>31</Timeout>   <!-- the relay drops idle lines after 25 -->"
 
+printf '<r>\n  <n/>\n</r>\n' >shared.xml
+for i in {1..20}; do "${command[@]}" set shared.xml "n/Item_$i" Value "$i" 2>err_"$i" & done
+wait
+[[ $("${command[@]}" list shared.xml | grep -c Value) == 20 ]] || fail "commands at once: $(cat err_*)"
+
 if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1 ]]; then
   export LOCPATH=$work
   printf '<r><v\303\244>\303\274</v\303\244><w a="\342\202\254">\342\202\254</w><\316\251>o</\316\251><x>x</x></r>' >letters.xml
