@@ -47,7 +47,7 @@ bool OnceItIsFree(Call call) noexcept {
     const bool isHeld =
         error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
     if (!isHeld || left == 0) return false;
-    Sleep(pause);
+    ::Sleep(pause);
   }
 }
 
