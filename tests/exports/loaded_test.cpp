@@ -35,7 +35,7 @@ TEST(LoadedTest, AllFunctionsAreFoundByNameAndWorkOnTextWithABackslashAsSecondBy
   void* list = nullptr;
   std::uint32_t cookie = 0;
   ASSERT_EQ(Call("InitXMLList", &list), 0U);
-  const std::string bytes = folder.Name("\x95\x5C.xml");
+  const std::string bytes = folder.Path().string() + "\\\x95\x5C.xml";
   ASSERT_EQ(Call("OpenXML", list, bytes.c_str(), 4U, 0, &cookie), 0U);
   std::uint32_t matches = 0;
   EXPECT_EQ(Call("MatchXmlListToFileName", list, cookie, "\x95\x5C.XML", &matches), 0U);
