@@ -140,9 +140,9 @@ bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
   if (replaces) made.TakeOverAccessList(original);
   made.Write(bytes);
   original = Handle(); // or it could not be replaced
-  if (!made.Name(system->name, replaces, old.CreationTime, attributes)) return false;
-  system->state = made.State();
-  return true;
+  const std::optional<FileState> named = made.Name(system->name, replaces, old.CreationTime, attributes);
+  if (named) system->state = named;
+  return named.has_value();
 }
 
 // The rename returns when it is on the disk.

@@ -70,12 +70,13 @@ void TemporaryFile::Write(std::string_view bytes) {
 }
 
 // Not with ReplaceFile, which takes the old file away before the new one has its name: a crash between leaves neither.
-bool TemporaryFile::Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime, DWORD attributes) {
+std::optional<FileState> TemporaryFile::Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
+                                             DWORD attributes) {
   constexpr DWORD settable =
       FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
   FILE_BASIC_INFO basic{};
   basic.CreationTime = creationTime;
-  basic.LastWriteTime.QuadPart = stampedAt = CurrentTime();
+  basic.LastWriteTime.QuadPart = CurrentTime();
   basic.FileAttributes = attributes & settable;
   if (basic.FileAttributes == 0) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
   if (!SetFileInformationByHandle(file.Get(), FileBasicInfo, &basic, sizeof basic)) {
@@ -84,20 +85,21 @@ bool TemporaryFile::Name(const std::wstring& target, bool replaces, LARGE_INTEGE
   if (!FlushFileBuffers(file.Get())) ThrowSystemFailure("cannot flush to the disk");
 
   VanishWhenClosed(file, false);
-  renamed = OpenExisting(name, FILE_READ_ATTRIBUTES);
+  // To ask for the state alone, so that it keeps nobody out.
+  const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
+  FileStatus status;
+  AskStatus(named, status);
+  const DWORD volume = status.file.dwVolumeSerialNumber; // which Wine forgets when the file is renamed
   file = Handle();
   const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
   if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
-    if (!replaces && (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS)) return false;
+    if (!replaces && (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS)) return {};
     ThrowSystemFailure("cannot replace the file");
   }
   name.clear();
-  return true;
-}
-
-FileState TemporaryFile::State() const noexcept {
-  FileStatus status;
-  return AskStatus(renamed, status) ? StateOf(status, stampedAt) : FileState();
+  if (!AskStatus(named, status)) return FileState();
+  status.file.dwVolumeSerialNumber = volume;
+  return StateOf(status, basic.LastWriteTime.QuadPart);
 }
 
 } // namespace platform

@@ -18,16 +18,13 @@ class TemporaryFile {
   void TakeOverAccessList(const Handle& original);
   void Write(std::string_view bytes);
   // Flushes the file, sets its times and attributes, and gives it its name, in the place of the file that has it or only if
-  // none has. False when one has it. creationTime 0: now.
-  bool Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime, DWORD attributes);
-  // REQUIRES: it has its name.
-  FileState State() const noexcept;
+  // none has: else nothing is given back, but the state of the file. creationTime 0: now.
+  std::optional<FileState> Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
+                                DWORD attributes);
 
  private:
   std::wstring name; // empty once it has its final one
-  Handle file;       // to write; while it is open, the file vanishes with it
-  Handle renamed;    // to ask for the state alone, so that it keeps nobody out
-  std::int64_t stampedAt = 0;
+  Handle file;       // while it is open, the file vanishes with it
 };
 
 } // namespace platform
