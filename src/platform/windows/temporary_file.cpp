@@ -9,12 +9,16 @@
 namespace platform {
 namespace {
 
+// 64 bits, so that no two are ever the same.
 std::wstring RandomName(std::wstring_view folder) {
-  std::uint32_t number = 0;
-  if (!DrawRandom(number)) ThrowSystemFailure("no random name for a temporary file", ERROR_GEN_FAILURE);
-  wchar_t suffix[16];
-  std::swprintf(suffix, sizeof suffix / sizeof *suffix, L"%08x", static_cast<unsigned>(number));
-  return std::wstring(folder) + L".tarvik-" + suffix;
+  std::uint32_t high = 0;
+  std::uint32_t low = 0;
+  if (!DrawRandom(high) || !DrawRandom(low)) {
+    ThrowSystemFailure("no random name for a temporary file", ERROR_GEN_FAILURE);
+  }
+  wchar_t name[32];
+  std::swprintf(name, std::size(name), L".tarvik-%08x%08x", high, low);
+  return std::wstring(folder) + name;
 }
 
 bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
@@ -25,17 +29,11 @@ bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
 
 } // namespace
 
-TemporaryFile::TemporaryFile(std::wstring_view folder, DWORD attributes) {
-  constexpr int mostAttempts = 100;
+TemporaryFile::TemporaryFile(std::wstring_view folder, DWORD attributes) : name(RandomName(folder)) {
   constexpr DWORD access = GENERIC_WRITE | DELETE | WRITE_DAC;
   const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
-  for (int left = mostAttempts; !file.IsOpen(); --left) {
-    name = RandomName(folder);
-    file = Handle(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
-    if (!file.IsOpen() && (left == 0 || GetLastError() != ERROR_FILE_EXISTS)) {
-      ThrowSystemFailure("cannot create a temporary file in the folder");
-    }
-  }
+  file = Handle(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
+  if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
   VanishWhenClosed(file, true); // also when the process is killed
 }
 
