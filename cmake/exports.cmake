@@ -4,14 +4,13 @@
 #   tarvik-x64.def       64-bit Windows: the same names
 #   tarvik-x86-import.def, tarvik-x64-import.def
 #                        for the import library: function, as the public header declares it, == exported name
-#   tarvik-x86-lib.def, tarvik-x64-lib.def, and .s beside them
-#                        for the import library that other compilers' linkers read. lld-link makes it while it links the
-#                        library's symbols, for which the second file has empty ones.
 # The linker could make the library from the second form too, but would then sort its names by function, and
 # GetProcAddress, which searches by halves, would miss some.
 set(exportTable ${PROJECT_SOURCE_DIR}/src/exports/exports.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exportTable})
 file(STRINGS ${exportTable} exportLines REGEX "^[A-Za-z]")
+
+# And lists for cmake/windows_library.cmake: names-<architecture> of the exports, symbols-<architecture> that they lead to.
 
 set(elfNames "")
 foreach(architecture x86 x64)
@@ -30,14 +29,13 @@ foreach(line ${exportLines})
   string(APPEND links-x64 "  \"${exportedName}\" = \"${function}\"\n")
   string(APPEND imports-x86 "  \"${function}@${bytes}\" == \"${exportedName}\"\n")
   string(APPEND imports-x64 "  \"${function}\" == \"${exportedName}\"\n")
-  foreach(architecture x86 x64)
-    string(APPEND names-${architecture} "  ${exportedName}\n")
-  endforeach()
-  string(APPEND symbols-x86 ".globl \"_${function}@${bytes}\"\n\"_${function}@${bytes}\":\n")
-  string(APPEND symbols-x64 ".globl \"${function}\"\n\"${function}\":\n")
+  list(APPEND names-x86 ${exportedName})
+  list(APPEND symbols-x86 _${function}@${bytes})
+  list(APPEND names-x64 ${exportedName})
+  list(APPEND symbols-x64 ${function})
   if(NOT function STREQUAL exportedName) # 32-bit callers ask for the decorated name anyway
-    string(APPEND names-x64 "  ${function} == ${exportedName}\n")
-    string(APPEND symbols-x64 ".globl \"${exportedName}\"\n\"${exportedName}\":\n")
+    list(APPEND names-x64 "${function} == ${exportedName}")
+    list(APPEND symbols-x64 ${exportedName})
   endif()
 endforeach()
 
@@ -47,7 +45,4 @@ foreach(architecture x86 x64)
   file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}.def CONTENT "EXPORTS\n${links-${architecture}}" @ONLY)
   file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}-import.def
        CONTENT "EXPORTS\n${imports-${architecture}}" @ONLY)
-  file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}-lib.def
-       CONTENT "LIBRARY tarvik.dll\nEXPORTS\n${names-${architecture}}" @ONLY)
-  file(CONFIGURE OUTPUT ${exportFolder}/tarvik-${architecture}-lib.s CONTENT "${symbols-${architecture}}" @ONLY)
 endforeach()
