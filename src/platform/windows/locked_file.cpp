@@ -58,9 +58,10 @@ class FileMutex {
     const ULONGLONG now = GetTickCount64();
     const DWORD result = WaitForSingleObject(mutex.Get(), now < end ? static_cast<DWORD>(end - now) : 0);
     // Whoever has it abandoned was ended while it saved: the file is whole all the same.
-    if (result == WAIT_OBJECT_0 || result == WAIT_ABANDONED) return;
-    if (result == WAIT_FAILED) ThrowSystemFailure("cannot lock the file");
-    ThrowSystemFailure("another program holds the file's lock", ERROR_TIMEOUT);
+    if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
+      ThrowSystemFailure("another program holds the file's lock",
+                         result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
+    }
   }
   ~FileMutex() { ReleaseMutex(mutex.Get()); }
   FileMutex(const FileMutex&) = delete;

@@ -1,6 +1,6 @@
 #include <chrono>
 
-#include "platform/platform.h"
+#include "platform/file_parts.h"
 #include "platform/windows/handle.h"
 
 namespace platform {
@@ -10,15 +10,9 @@ constexpr std::int64_t second = 10'000'000;
 constexpr DWORD directoryNotSupported = 336; // missing in the compiler's headers
 
 ReadStatus StatusOf(DWORD error) noexcept {
-  switch (error) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_INVALID_DRIVE:
-    case ERROR_INVALID_NAME:
-      return ReadStatus::Missing;
-    default:
-      return ReadStatus::Unreadable;
-  }
+  const bool isMissing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                         error == ERROR_INVALID_DRIVE || error == ERROR_INVALID_NAME;
+  return isMissing ? ReadStatus::Missing : ReadStatus::Unreadable;
 }
 
 } // namespace
@@ -78,25 +72,14 @@ FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedA
   return state;
 }
 
-// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it
-// with zeros, so that fresh memory is touched twice.
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes) {
-  const std::uint64_t size = StateOf(status).identity.size;
-  const std::size_t mostBytes = std::min(limit, bytes.max_size());
-  if (size > mostBytes) return ReadStatus::TooLong;
-  char buffer[16'384];
-  bytes.clear();
-  bytes.reserve(static_cast<std::size_t>(size));
-  for (;;) {
+  const auto readSome = [&file](char* buffer, DWORD size) {
     DWORD count = 0;
     // Part of a file can be locked.
-    if (!OnceItIsFree([&] { return ReadFile(file.Get(), buffer, sizeof buffer, &count, nullptr); })) {
-      return ReadStatus::Unreadable;
-    }
-    if (count == 0) return ReadStatus::Done;
-    if (count > mostBytes - bytes.size()) return ReadStatus::TooLong;
-    bytes.append(buffer, count);
-  }
+    const bool isRead = OnceItIsFree([&] { return ReadFile(file.Get(), buffer, size, &count, nullptr); });
+    return isRead ? static_cast<std::int64_t>(count) : -1;
+  };
+  return ReadToEnd(readSome, StateOf(status).identity.size, limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {

@@ -1,25 +1,12 @@
 #include "platform/windows/temporary_file.h"
 
-#include <cwchar>
 #include <vector>
 
-#include "platform/platform.h"
+#include "platform/file_parts.h"
 #include "platform/windows/system_failure.h"
 
 namespace platform {
 namespace {
-
-// 64 bits, so that no two are ever the same.
-std::wstring RandomName(std::wstring_view folder) {
-  std::uint32_t high = 0;
-  std::uint32_t low = 0;
-  if (!DrawRandom(high) || !DrawRandom(low)) {
-    ThrowSystemFailure("no random name for a temporary file", ERROR_GEN_FAILURE);
-  }
-  wchar_t name[32];
-  std::swprintf(name, std::size(name), L".tarvik-%08x%08x", high, low);
-  return std::wstring(folder) + name;
-}
 
 bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
   FILE_DISPOSITION_INFO disposition{};
@@ -29,7 +16,9 @@ bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
 
 } // namespace
 
-TemporaryFile::TemporaryFile(std::wstring_view folder, DWORD attributes) : name(RandomName(folder)) {
+TemporaryFile::TemporaryFile(std::wstring_view folder, DWORD attributes) {
+  const std::string own = TemporaryName();
+  name.append(folder).append(own.begin(), own.end());
   constexpr DWORD access = GENERIC_WRITE | DELETE | WRITE_DAC;
   const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
   file = Handle(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
