@@ -2,7 +2,8 @@
 # Compares what a built library exports with the table of exported functions:
 #   scripts/check-exports.sh <table> <library> elf|x86|x64 [import library]
 # Fails on a missing or surplus name, on a wrong machine type and, for a DLL, on names out of order, because Windows looks
-# names up by halves; the import library must give every function its exported name.
+# names up by halves; the import library must give every function its exported name. A DLL, and corekit beside it, must be
+# marked for every protection that the linker knows, and name product and version, which the public header tells.
 # shellcheck disable=SC2016  # what stands in single quotes is awk's to expand
 set -euo pipefail
 export LC_ALL=C
@@ -35,3 +36,13 @@ symbol='"__imp_" $1'
 [[ $kind == x64 ]] || symbol='"__imp__" $1 "@" $2'
 compare "symbols of $importLibrary" "$(rows "$symbol" | sort)" \
   "$(nm --defined-only "$importLibrary" 2>/dev/null | awk '$3 ~ /^__imp_/ { print $3 }' | sort)"
+
+declare -A protections=([x86]="DYNAMIC_BASE NX_COMPAT NO_SEH" [x64]="HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT")
+header=$(dirname "$table")/../../include/tarvik/tarvik.h
+version=$(sed -n -E 's/^#define TARVIK_VERSION_(MAJOR|MINOR|PATCH) //p' "$header" | paste -s -d .)
+for dll in "$library" "$(dirname "$library")/corekit.dll"; do
+  compare "protections of $dll" "${protections[$kind]}" \
+    "$(objdump --private-headers "$dll" | sed -n '/^DllCharacteristics/,/^SizeOf/s/^\t\+//p' | xargs)"
+  compare "product and version of $dll" "ProductName Tarvik ProductVersion $version" \
+    "$(strings --encoding=l "$dll" | grep -A1 '^Product' | xargs)"
+done

@@ -8,7 +8,7 @@ declare -A groups=(
   [test]="libgtest-dev locales binutils python3"
   [check]="clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 llvm-14 shellcheck dpkg-dev file"
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine libcli11-dev
-             nlohmann-json3-dev"
+             nlohmann-json3-dev clang-14 lld-14"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
   [libxml2]="libxml2-dev"

@@ -1,5 +1,6 @@
-// What every system must supply: the contract of the platform layer. Each system has its own implementation in a folder
-// beside this header (posix/, windows/), and the build picks one. Files are in a header of their own. Nothing here logs.
+// What every system must supply: the contract of the platform layer. What systems do differently is implemented for each in
+// a folder beside this header (posix/, windows/), and the build picks one. Files are in a header of their own. Nothing here
+// logs.
 #ifndef TARVIK_PLATFORM_PLATFORM_H
 #define TARVIK_PLATFORM_PLATFORM_H
 

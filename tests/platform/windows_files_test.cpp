@@ -2,33 +2,96 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "platform/platform.h"
+#include <atomic>
+#include <thread>
+
+#include "platform/files.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-TEST(WindowsFilesTest, AttributesAreTakenOverAndNamesNeedNoLocale) {
+using platform::FileName;
+using platform::LockedFile;
+using platform::ReadStatus;
+
+FileName Absolute(const std::filesystem::path& name) { return platform::AbsoluteFileName("", name.c_str()); }
+
+ReadStatus Read(const FileName& name, std::string& bytes) {
+  platform::FileState state;
+  return platform::ReadWholeFile(name, SIZE_MAX, bytes, state);
+}
+
+TEST(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
+  EXPECT_EQ(Absolute("C:/a/../b."), L"\\\\?\\C:\\b");
+  EXPECT_EQ(Absolute("\\\\server\\share\\b"), L"\\\\?\\UNC\\server\\share\\b");
+  EXPECT_EQ(Absolute("\\\\?\\C:\\b"), L"\\\\?\\C:\\b");
   const TempFolder folder;
-  const std::wstring name = (folder.Path() / L"\u4e2d").wstring();
-  std::string bytes;
-  for (const DWORD attributes : {0, FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
-    ASSERT_TRUE(attributes == 0 || SetFileAttributesW(name.c_str(), attributes));
+  FileName name = Absolute(folder.Path());
+  for (const std::size_t length : {256 - name.native().size(), std::size_t{200}}) {
+    name = name / L"\u4e2d" / std::wstring(length - 3, L'x');
+    ASSERT_TRUE(CreateDirectoryW(name.parent_path().c_str(), nullptr));
+    EXPECT_TRUE(LockedFile(name).Replace("new", 0)) << name.native().size();
+    std::string bytes;
+    EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << name.native().size();
+    ASSERT_TRUE(DeleteFileW(name.c_str()) && CreateDirectoryW(name.c_str(), nullptr));
+  }
+  for (; name.native().size() > 200; name = name.parent_path()) RemoveDirectoryW(name.c_str());
+}
+
+TEST(WindowsFilesTest, AttributesAreTakenOver) {
+  const TempFolder folder;
+  const FileName name = Absolute(folder.Write("file", "old"));
+  for (const DWORD attributes : {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
+    ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
     const DWORD before = GetFileAttributesW(name.c_str());
-    platform::ReplaceWholeFile(name.c_str(), "new");
-    EXPECT_TRUE(attributes == 0 || GetFileAttributesW(name.c_str()) == before) << attributes;
-    EXPECT_EQ(platform::ReadWholeFile(name.c_str(), 3, bytes), platform::ReadStatus::Done);
+    EXPECT_TRUE(LockedFile(name).Replace("new", 0));
+    EXPECT_EQ(GetFileAttributesW(name.c_str()), before);
   }
 }
 
-TEST(WindowsFilesTest, AFileThatAnotherProgramHoldsStaysWhole) {
+// Another program that opened the file and closes it after a while.
+std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
+  const HANDLE held = CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+  EXPECT_NE(held, INVALID_HANDLE_VALUE);
+  return std::jthread([=] {
+    Sleep(milliseconds);
+    CloseHandle(held);
+  });
+}
+
+TEST(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
   const TempFolder folder;
-  const std::wstring name = std::filesystem::path(folder.Write("file", "old")).wstring();
-  const HANDLE held = CreateFileW(name.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-  ASSERT_NE(held, INVALID_HANDLE_VALUE);
-  EXPECT_THROW(platform::ReplaceWholeFile(name.c_str(), "new"), std::runtime_error);
-  CloseHandle(held);
-  EXPECT_EQ(folder.Read("file"), "old");
+  const FileName name = Absolute(folder.Write("file", "old"));
+  std::string bytes;
+  for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
+    std::jthread holder = Hold(name, share, 300);
+    EXPECT_TRUE(LockedFile(name).Replace("new", 0)) << share;
+    holder = Hold(name, share, 300);
+    EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << share;
+    holder = Hold(name, share, 3500);
+    EXPECT_THROW(LockedFile(name).Replace("newer", 0), std::system_error) << share;
+    EXPECT_EQ(Read(name, bytes), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
+  }
+  EXPECT_EQ(folder.Read("file"), "new");
   EXPECT_EQ(folder.FileCount(), 1) << "the temporary file stayed";
+}
+
+TEST(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {
+  const TempFolder folder;
+  const FileName name = Absolute(folder.Write("file", "old"));
+  std::thread([&] { static_cast<void>(new LockedFile(name)); }).join();
+  const auto start = GetTickCount64();
+  auto lock = std::make_unique<LockedFile>(name);
+  EXPECT_LT(GetTickCount64() - start, 5000U);
+
+  std::atomic<bool> isGivenBack = false;
+  const std::jthread saver([&] {
+    const LockedFile other(Absolute(name.parent_path() / L"FILE"));
+    EXPECT_TRUE(isGivenBack && other.State());
+  });
+  Sleep(300);
+  isGivenBack = true;
+  lock.reset();
 }
 
 } // namespace

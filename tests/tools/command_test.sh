@@ -167,14 +167,19 @@ expect 0 "$(grep Timeout configuration.xml | sed 's/^/-/'; grep Timeout configur
 expect 0 '' '' set configuration.xml Network Timeout 20 -n
 cmp -s "$examples/configuration.xml" configuration.xml || fail '--dry-run wrote'
 
-# Encrypted files, under the built-in key and another. The sample was encrypted on Linux.
+# Encrypted files, under the built-in key and another. The sample was encrypted on Linux. The cipher's own test tells whether the
+# system has AES.
 printf '%032d' 7 >key
-expect 0 $'enabled\n20240917.2' '' status -e site-status.enciphered.xml
-expect 0 '' '*made Name' set -e site-status.enciphered.xml '' Name 'Süd'
-expect 0 'Süd' '' get --encrypted site-status.enciphered.xml Name
-expect 0 '' '' check -e site-status.enciphered.xml
+if "${command[@]:0:${#command[@]}-1}" "${command[-1]%/*}/corekit-cipher-test"* | grep -q SKIPPED; then
+  echo 'The system has no AES: commands on encrypted files are skipped.'
+else
+  expect 0 $'enabled\n20240917.2' '' status -e site-status.enciphered.xml
+  expect 0 '' '*made Name' set -e site-status.enciphered.xml '' Name 'Süd'
+  expect 0 'Süd' '' get --encrypted site-status.enciphered.xml Name
+  expect 0 '' '' check -e site-status.enciphered.xml
+  expect 2 '' '*enciphered.xml: is damaged, encrypted with another key*' status -e --key-file key site-status.enciphered.xml
+fi
 expect 2 '' '*enciphered.xml: is encrypted; --encrypted opens it' status site-status.enciphered.xml
-expect 2 '' '*enciphered.xml: is damaged, encrypted with another key*' status -e --key-file key site-status.enciphered.xml
 expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml site-status.enciphered.xml
 
 # Well-formed or not, and where not. Standard input is as good as a file where nothing is written.

@@ -2,8 +2,7 @@
 #include <ctime>
 #include <system_error>
 
-#include "platform/files.h"
-#include "platform/platform.h"
+#include "platform/file_parts.h"
 #include "platform/posix/file_descriptor.h"
 
 namespace platform {
@@ -41,23 +40,11 @@ FileState StateOf(const FileStatus& status, const timespec* stampedAt) noexcept 
   return state;
 }
 
-// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it
-// with zeros, so that fresh memory is touched twice.
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes) {
-  const std::size_t mostBytes = std::min(limit, bytes.max_size());
-  if (static_cast<std::uintmax_t>(status.st_size) > mostBytes) return ReadStatus::TooLong;
-  const auto expected = static_cast<std::size_t>(status.st_size);
-  char buffer[16'384];
-  bytes.clear();
-  bytes.reserve(expected);
-  PreferLargePages(bytes.data(), expected);
-  for (;;) {
-    const ssize_t count = Uninterrupted([&] { return read(file, buffer, sizeof buffer); });
-    if (count < 0) return ReadStatus::Unreadable;
-    if (count == 0) return ReadStatus::Done;
-    if (static_cast<std::size_t>(count) > mostBytes - bytes.size()) return ReadStatus::TooLong;
-    bytes.append(buffer, static_cast<std::size_t>(count));
-  }
+  const auto readSome = [file](char* buffer, std::size_t size) {
+    return Uninterrupted([&] { return read(file, buffer, size); });
+  };
+  return ReadToEnd(readSome, static_cast<std::uint64_t>(status.st_size), limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {

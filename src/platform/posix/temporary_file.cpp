@@ -3,28 +3,18 @@
 #include <linux/limits.h>
 #include <sys/xattr.h>
 
-#include <cstdio>
 #include <ctime>
 #include <memory>
 #include <optional>
 
+#include "platform/file_parts.h"
 #include "platform/posix/system_failure.h"
-#include "platform/posix/system_random.h"
 
 namespace platform {
 namespace {
 
 constexpr mode_t modeUntilTakenOver = 0600;
 constexpr const char* accessList = "system.posix_acl_access";
-
-// So long that no two are ever the same.
-std::string RandomName() {
-  std::uint64_t number = 0;
-  if (!FillFromSystem(&number, sizeof number)) ThrowSystemFailure("no random name for a temporary file");
-  char text[32];
-  std::snprintf(text, sizeof text, ".tarvik-%016llx", static_cast<unsigned long long>(number));
-  return text;
-}
 
 // A list of names, or a value, which `ask` writes into the memory that it is given; nothing where there is none.
 template <class Ask>
@@ -65,7 +55,7 @@ void CopyAttributes(int original, int copy) {
 TemporaryFile::TemporaryFile(const FileDescriptor& inFolder, bool named) : folder(inFolder) {
   if (!named) file = FileDescriptor(OpenAt(folder.Number(), ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver));
   if (file.IsOpen()) return;
-  std::string free = RandomName();
+  std::string free = TemporaryName();
   file = FileDescriptor(OpenAt(folder.Number(), free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver));
   if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
   name = std::move(free);
@@ -149,7 +139,7 @@ bool TemporaryFile::Link(const std::string& target) {
 
 bool TemporaryFile::Replace(const std::string& target) {
   if (!HasName()) {
-    std::string free = RandomName();
+    std::string free = TemporaryName();
     if (!Link(free)) return false;
     name = std::move(free);
   }

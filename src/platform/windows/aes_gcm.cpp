@@ -3,80 +3,80 @@
 #include <bcrypt.h>
 
 #include <limits>
+#include <new>
 
 #include "platform/platform.h"
 
 namespace platform {
 namespace {
 
+// Nothing but memory can run out here: every system has the algorithm, in the one mode asked for.
+void Require(bool done) {
+  if (!done) throw std::bad_alloc();
+}
+
+// The functions take what they only read as pointers to changeable bytes.
+UCHAR* Input(const void* bytes) noexcept { return static_cast<UCHAR*>(const_cast<void*>(bytes)); }
+
+// Lengths are ULONG there, and one call must take the whole text.
+ULONG Length(std::string_view text) {
+  Require(text.size() <= std::numeric_limits<ULONG>::max());
+  return static_cast<ULONG>(text.size());
+}
+
 // One key in Windows' AES provider, in the mode that also authenticates.
 class GcmKey {
  public:
-  explicit GcmKey(const std::uint8_t* key) noexcept {
-    if (BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) < 0) return;
-    if (BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
-                          0) < 0) {
-      return;
-    }
-    if (BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) < 0) handle = nullptr;
+  explicit GcmKey(const std::uint8_t* key) {
+    Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
+    const bool isMade = BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM),
+                                          sizeof BCRYPT_CHAIN_MODE_GCM, 0) >= 0 &&
+                        BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) >= 0;
+    if (!isMade) BCryptCloseAlgorithmProvider(provider, 0);
+    Require(isMade);
   }
   ~GcmKey() {
-    if (handle != nullptr) BCryptDestroyKey(handle);
-    if (provider != nullptr) BCryptCloseAlgorithmProvider(provider, 0);
+    BCryptDestroyKey(handle);
+    BCryptCloseAlgorithmProvider(provider, 0);
   }
   GcmKey(const GcmKey&) = delete;
   GcmKey& operator=(const GcmKey&) = delete;
 
-  BCRYPT_KEY_HANDLE Handle() const noexcept { return handle; } // null when the provider failed
-
-  // The functions take what they only read as pointers to changeable bytes.
-  static UCHAR* Input(const void* bytes) noexcept { return static_cast<UCHAR*>(const_cast<void*>(bytes)); }
+  // Runs BCryptEncrypt or BCryptDecrypt over a whole text and gives its status.
+  template <class Run>
+  NTSTATUS Pass(Run run, const std::uint8_t* nonce, std::string_view header, std::string_view source,
+                std::uint8_t* target, const std::uint8_t* tag) const {
+    BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
+    BCRYPT_INIT_AUTH_MODE_INFO(mode);
+    mode.pbNonce = Input(nonce);
+    mode.cbNonce = cipherNonceSize;
+    mode.pbAuthData = Input(header.data());
+    mode.cbAuthData = Length(header);
+    mode.pbTag = Input(tag);
+    mode.cbTag = cipherTagSize;
+    const ULONG size = Length(source);
+    ULONG written = 0;
+    return run(handle, Input(source.data()), size, &mode, nullptr, 0, target, size, &written, 0);
+  }
 
  private:
   BCRYPT_ALG_HANDLE provider = nullptr;
   BCRYPT_KEY_HANDLE handle = nullptr;
 };
 
-// Lengths are ULONG there, and one call must take the whole text.
-bool Fits(std::string_view text) noexcept { return text.size() <= std::numeric_limits<ULONG>::max(); }
-
-BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO Mode(const std::uint8_t* nonce, std::string_view header,
-                                           const std::uint8_t* tag) noexcept {
-  BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
-  BCRYPT_INIT_AUTH_MODE_INFO(mode);
-  mode.pbNonce = GcmKey::Input(nonce);
-  mode.cbNonce = cipherNonceSize;
-  mode.pbAuthData = GcmKey::Input(header.data());
-  mode.cbAuthData = static_cast<ULONG>(header.size());
-  mode.pbTag = GcmKey::Input(tag);
-  mode.cbTag = cipherTagSize;
-  return mode;
-}
-
 } // namespace
 
-bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) noexcept {
-  const GcmKey gcmKey(key);
-  if (gcmKey.Handle() == nullptr || !Fits(header) || !Fits(plain)) return false;
-  BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode = Mode(nonce, header, tag);
-  const auto size = static_cast<ULONG>(plain.size());
-  ULONG written = 0;
-  return BCryptEncrypt(gcmKey.Handle(), GcmKey::Input(plain.data()), size, &mode, nullptr, 0, cipher, size, &written,
-                       0) >= 0 &&
-         written == size;
+void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
+                std::uint8_t* cipher, std::uint8_t* tag) {
+  Require(GcmKey(key).Pass(&BCryptEncrypt, nonce, header, plain, cipher, tag) >= 0);
 }
 
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) noexcept {
-  const GcmKey gcmKey(key);
-  if (gcmKey.Handle() == nullptr || !Fits(header) || !Fits(cipher)) return false;
-  BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode = Mode(nonce, header, tag);
-  const auto size = static_cast<ULONG>(cipher.size());
-  ULONG written = 0;
-  return BCryptDecrypt(gcmKey.Handle(), GcmKey::Input(cipher.data()), size, &mode, nullptr, 0, plain, size, &written,
-                       0) >= 0 &&
-         written == size;
+                const std::uint8_t* tag, std::uint8_t* plain) {
+  constexpr auto tagMismatch = static_cast<NTSTATUS>(0xC000A002);
+  const NTSTATUS status = GcmKey(key).Pass(&BCryptDecrypt, nonce, header, cipher, plain, tag);
+  Require(status >= 0 || status == tagMismatch);
+  return status >= 0;
 }
 
 } // namespace platform

@@ -1,34 +1,34 @@
+#include "platform/charset.h"
+
 #include <locale.h>
 
 #include <atomic>
-
-#include "platform/ascii_probe.h"
-#include "platform/platform.h"
+#include <cstdint>
 
 namespace platform {
 namespace {
 
-// The verdict on the last code page asked for, in one word so that threads need no lock: code page, verdict, a bit that
-// tells it from nothing remembered.
-std::atomic<std::uint32_t> lastVerdict{0};
+// The last code page and what was learnt about it, in one word so that threads need no lock.
+std::atomic<std::uint32_t> lastLearnt{0};
 
-constexpr std::uint32_t knownBit = 1;
-constexpr std::uint32_t plainBit = 2;
+constexpr std::uint32_t plainBit = 1;
+constexpr std::uint32_t multiByteBit = 2;
 constexpr std::uint32_t codePageShift = 2;
 
 } // namespace
 
-static bool AsciiIsPlain() noexcept {
-  const std::uint32_t known = (static_cast<std::uint32_t>(___lc_codepage_func()) << codePageShift) | knownBit;
-  const std::uint32_t last = lastVerdict.load(std::memory_order_relaxed);
-  if ((last & ~plainBit) == known) return (last & plainBit) != 0;
-
-  const bool plain = ProbeAsciiIsPlain();
-  lastVerdict.store(known | (plain ? plainBit : 0), std::memory_order_relaxed);
-  return plain;
+// The locale's own code page: the runtime's _mbs functions follow another one, which setlocale leaves as it is.
+Charset CurrentCharset() noexcept {
+  const std::uint32_t codePage = ___lc_codepage_func();
+  if (codePage == 0) return {CharsetKind::SingleByte, true}; // the locale "C"
+  std::uint32_t known = lastLearnt.load(std::memory_order_relaxed);
+  if (known >> codePageShift != codePage) {
+    const Charset learnt = LearnCharset();
+    known = (codePage << codePageShift) | (learnt.kind == CharsetKind::MultiByte ? multiByteBit : 0) |
+            (learnt.asciiIsPlain ? plainBit : 0);
+    lastLearnt.store(known, std::memory_order_relaxed);
+  }
+  return {(known & multiByteBit) != 0 ? CharsetKind::MultiByte : CharsetKind::SingleByte, (known & plainBit) != 0};
 }
-
-// A locale of this runtime is never in UTF-8.
-PlainText CurrentPlainText() noexcept { return AsciiIsPlain() ? PlainText::Ascii : PlainText::None; }
 
 } // namespace platform

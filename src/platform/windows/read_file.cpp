@@ -1,60 +1,94 @@
-#include <windows.h>
+#include <chrono>
 
-#include <algorithm>
-#include <memory>
-
-#include "platform/platform.h"
-#include "platform/windows/file_handle.h"
+#include "platform/file_parts.h"
+#include "platform/windows/handle.h"
 
 namespace platform {
 namespace {
 
+constexpr std::int64_t second = 10'000'000;
+constexpr DWORD directoryNotSupported = 336; // missing in the compiler's headers
+
 ReadStatus StatusOf(DWORD error) noexcept {
-  switch (error) {
-    case ERROR_FILE_NOT_FOUND:
-    case ERROR_PATH_NOT_FOUND:
-    case ERROR_INVALID_DRIVE:
-    case ERROR_INVALID_NAME:
-      return ReadStatus::Missing;
-    default:
-      return ReadStatus::Unreadable;
-  }
-}
-
-// Goes through a small buffer that is used again and again: growing the string to its length first would fill all of it
-// with zeros, so that fresh memory is touched twice.
-ReadStatus ReadUntilEnd(const FileHandle& file, std::size_t expected, std::size_t limit, std::string& bytes) {
-  constexpr std::size_t smallestBuffer = 4096;
-  constexpr std::size_t largestBuffer = 65536;
-  const std::size_t bufferSize = std::clamp(expected + 1, smallestBuffer, largestBuffer);
-  const auto buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
-
-  bytes.clear();
-  bytes.reserve(expected);
-  for (;;) {
-    DWORD count = 0;
-    if (!ReadFile(file.Get(), buffer.get(), static_cast<DWORD>(bufferSize), &count, nullptr))
-      return ReadStatus::Unreadable;
-    if (count == 0) return ReadStatus::Done;
-    if (count > limit - bytes.size()) return ReadStatus::TooLong;
-    bytes.append(buffer.get(), count);
-  }
+  const bool isMissing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                         error == ERROR_INVALID_DRIVE || error == ERROR_INVALID_NAME;
+  return isMissing ? ReadStatus::Missing : ReadStatus::Unreadable;
 }
 
 } // namespace
 
-ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes) {
-  // A program that replaces the file while it is read must not be stopped.
-  constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const FileHandle file(
-      CreateFileW(name, GENERIC_READ, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-  if (!file.IsOpen()) return StatusOf(GetLastError());
-  LARGE_INTEGER size{};
-  if (GetFileType(file.Get()) != FILE_TYPE_DISK || !GetFileSizeEx(file.Get(), &size)) return ReadStatus::Unreadable;
+// In the form that is not limited to 260 characters.
+FileName AbsoluteFileName(const char*, const wchar_t* wide) {
+  std::wstring full(GetFullPathNameW(wide, 0, nullptr, nullptr), L'\0');
+  const DWORD length = GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
+  if (length == 0 || length >= full.size()) return wide;
+  full.resize(length);
+  if (full.starts_with(L"\\\\?\\") || full.starts_with(L"\\\\.\\")) return full;
+  if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
+  return L"\\\\?\\" + full;
+}
 
-  const std::size_t mostBytes = std::min(limit, bytes.max_size());
-  if (static_cast<std::uint64_t>(size.QuadPart) > mostBytes) return ReadStatus::TooLong;
-  return ReadUntilEnd(file, static_cast<std::size_t>(size.QuadPart), mostBytes, bytes);
+Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcept {
+  constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  Handle file;
+  OnceItIsFree([&] {
+    file = Handle(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
+    if (file.IsOpen() || GetLastError() != ERROR_ACCESS_DENIED) return file.IsOpen();
+    // A folder is not there for a moment only.
+    const DWORD attributes = GetFileAttributesW(name.c_str());
+    const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+    SetLastError(isFolder ? directoryNotSupported : ERROR_ACCESS_DENIED);
+    return false;
+  });
+  return file;
+}
+
+bool AskStatus(const Handle& file, FileStatus& status) noexcept {
+  if (GetFileType(file.Get()) != FILE_TYPE_DISK) {
+    SetLastError(ERROR_NOT_SUPPORTED);
+    return false;
+  }
+  return GetFileInformationByHandle(file.Get(), &status.file) &&
+         GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &status.basic, sizeof status.basic);
+}
+
+std::int64_t CurrentTime() noexcept {
+  using Units = std::chrono::duration<std::int64_t, std::ratio<1, second>>;
+  constexpr std::int64_t start1970 = 11'644'473'600 * second;
+  return start1970 + std::chrono::duration_cast<Units>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+// The number of 64 bits can serve two files on ReFS, but not with the same size and times.
+FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
+  constexpr std::int64_t coarsestClock = 2 * second;
+  const auto join = [](DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32 | low; };
+  const BY_HANDLE_FILE_INFORMATION& file = status.file;
+  FileState state{{file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
+                   join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
+                   status.basic.ChangeTime.QuadPart},
+                  file.dwFileAttributes};
+  const std::int64_t latest = std::max(state.identity.modified, state.identity.changed);
+  state.isSettled = stampedAt ? state.identity.modified == *stampedAt : latest + coarsestClock <= CurrentTime();
+  return state;
+}
+
+ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes) {
+  const auto readSome = [&file](char* buffer, DWORD size) {
+    DWORD count = 0;
+    // Part of a file can be locked.
+    const bool isRead = OnceItIsFree([&] { return ReadFile(file.Get(), buffer, size, &count, nullptr); });
+    return isRead ? static_cast<std::int64_t>(count) : -1;
+  };
+  return ReadToEnd(readSome, StateOf(status).identity.size, limit, bytes);
+}
+
+ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
+  const Handle file = OpenExisting(name.native(), GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
+  if (!file.IsOpen()) return StatusOf(GetLastError());
+  FileStatus status;
+  if (!AskStatus(file, status)) return ReadStatus::Unreadable;
+  state = StateOf(status);
+  return ReadOpenFile(file, status, limit, bytes);
 }
 
 } // namespace platform

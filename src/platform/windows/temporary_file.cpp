@@ -1,59 +1,48 @@
 #include "platform/windows/temporary_file.h"
 
-#include <algorithm>
-#include <cwchar>
 #include <vector>
 
-#include "platform/platform.h"
+#include "platform/file_parts.h"
 #include "platform/windows/system_failure.h"
 
 namespace platform {
 namespace {
 
-std::wstring RandomName(std::wstring_view folder) {
-  std::uint32_t number = 0;
-  if (!DrawRandom(number)) ThrowSystemFailure("no random name for a temporary file", ERROR_GEN_FAILURE);
-  wchar_t suffix[16];
-  std::swprintf(suffix, sizeof suffix / sizeof *suffix, L"%08x", static_cast<unsigned>(number));
-  return std::wstring(folder) + L".tarvik-" + suffix;
-}
-
-// Gives the name it found free.
-HANDLE OpenNew(std::wstring_view folder, std::wstring& name) {
-  constexpr int mostAttempts = 100;
-  for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-    name = RandomName(folder);
-    HANDLE file = CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file != INVALID_HANDLE_VALUE) return file;
-    if (GetLastError() != ERROR_FILE_EXISTS) break;
-  }
-  ThrowSystemFailure("cannot create a temporary file in the folder");
-}
-
-// A virus scanner or an indexer holds a new file, or the old one, for a moment.
-bool IsHeldForAMoment(DWORD error) noexcept {
-  return error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED || error == ERROR_LOCK_VIOLATION;
-}
-
-void CopyAccessList(const std::wstring& original, const std::wstring& copy) {
-  DWORD size = 0;
-  GetFileSecurityW(original.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-  if (size == 0) return; // the file system has none
-  std::vector<unsigned char> descriptor(size);
-  if (!GetFileSecurityW(original.c_str(), DACL_SECURITY_INFORMATION, descriptor.data(), size, &size) ||
-      !SetFileSecurityW(copy.c_str(), DACL_SECURITY_INFORMATION, descriptor.data())) {
-    ThrowSystemFailure("cannot take over the file's access list");
-  }
+bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
+  FILE_DISPOSITION_INFO disposition{};
+  disposition.DeleteFile = vanish;
+  return SetFileInformationByHandle(file.Get(), FileDispositionInfo, &disposition, sizeof disposition);
 }
 
 } // namespace
 
-TemporaryFile::TemporaryFile(std::wstring_view folder) : file(OpenNew(folder, name)) {}
+TemporaryFile::TemporaryFile(std::wstring_view folder, DWORD attributes) {
+  const std::string own = TemporaryName();
+  name.append(folder).append(own.begin(), own.end());
+  constexpr DWORD access = GENERIC_WRITE | DELETE | WRITE_DAC;
+  const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
+  file = Handle(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
+  if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
+  VanishWhenClosed(file, true); // also when the process is killed
+}
 
 TemporaryFile::~TemporaryFile() {
   if (name.empty()) return;
-  if (file.IsOpen()) CloseHandle(file.Release());
-  DeleteFileW(name.c_str());
+  file = Handle();
+  DeleteFileW(name.c_str()); // where closing did not do it
+}
+
+void TemporaryFile::TakeOverAccessList(const Handle& original) {
+  constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
+  DWORD size = 0;
+  GetKernelObjectSecurity(original.Get(), accessList, nullptr, 0, &size);
+  if (size == 0) return; // the file system has none
+  std::vector<unsigned char> descriptor(size);
+  bool isTaken = GetKernelObjectSecurity(original.Get(), accessList, descriptor.data(), size, &size);
+  // What was inherited goes on following the folder.
+  SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ, SE_DACL_AUTO_INHERIT_REQ);
+  isTaken = isTaken && SetKernelObjectSecurity(file.Get(), accessList, descriptor.data());
+  if (!isTaken) ThrowSystemFailure("cannot take over the file's access list");
 }
 
 void TemporaryFile::Write(std::string_view bytes) {
@@ -67,32 +56,37 @@ void TemporaryFile::Write(std::string_view bytes) {
   }
 }
 
-void TemporaryFile::TakeOverPermissions(const std::wstring& original, DWORD attributes) {
+// Not with ReplaceFile, which takes the old file away before the new one has its name: a crash between leaves neither.
+std::optional<FileState> TemporaryFile::Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
+                                             DWORD attributes) {
   constexpr DWORD settable =
       FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
-  CopyAccessList(original, name);
-  const DWORD wanted = attributes & settable;
-  if (!SetFileAttributesW(name.c_str(), wanted != 0 ? wanted : FILE_ATTRIBUTE_NORMAL)) {
+  FILE_BASIC_INFO basic{};
+  basic.CreationTime = creationTime;
+  basic.LastWriteTime.QuadPart = CurrentTime();
+  basic.FileAttributes = attributes & settable;
+  if (basic.FileAttributes == 0) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+  if (!SetFileInformationByHandle(file.Get(), FileBasicInfo, &basic, sizeof basic)) {
     ThrowSystemFailure("cannot take over the file's attributes");
   }
-}
-
-// Not with ReplaceFile, which takes the old file away before the new one has its name: a crash between leaves neither.
-void TemporaryFile::Replace(const std::wstring& target) {
-  constexpr int mostAttempts = 12;
-  constexpr DWORD longestPause = 200; // milliseconds; about a second and a half in all
-
   if (!FlushFileBuffers(file.Get())) ThrowSystemFailure("cannot flush to the disk");
-  if (!CloseHandle(file.Release())) ThrowSystemFailure("cannot close");
-  DWORD pause = 5;
-  for (int attempt = 1;; ++attempt) {
-    if (MoveFileExW(name.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) break;
-    const DWORD error = GetLastError();
-    if (attempt == mostAttempts || !IsHeldForAMoment(error)) ThrowSystemFailure("cannot replace the file", error);
-    ::Sleep(pause);
-    pause = std::min(pause * 2, longestPause);
+
+  VanishWhenClosed(file, false);
+  // To ask for the state alone, so that it keeps nobody out.
+  const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
+  FileStatus status;
+  AskStatus(named, status);
+  const DWORD volume = status.file.dwVolumeSerialNumber; // which Wine forgets when the file is renamed
+  file = Handle();
+  const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
+  if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
+    if (!replaces && (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS)) return {};
+    ThrowSystemFailure("cannot replace the file");
   }
   name.clear();
+  if (!AskStatus(named, status)) return FileState();
+  status.file.dwVolumeSerialNumber = volume;
+  return StateOf(status, basic.LastWriteTime.QuadPart);
 }
 
 } // namespace platform

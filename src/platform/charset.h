@@ -1,6 +1,6 @@
 // What the multibyte functions must know of the locale's character set.
-#ifndef TARVIK_PLATFORM_POSIX_CHARSET_H
-#define TARVIK_PLATFORM_POSIX_CHARSET_H
+#ifndef TARVIK_PLATFORM_CHARSET_H
+#define TARVIK_PLATFORM_CHARSET_H
 
 #include <cstddef>
 
@@ -17,8 +17,11 @@ struct Charset {
   bool asciiIsPlain;
 };
 
-// The character set of the calling thread's locale. Costs a few nanoseconds.
+// The character set of the calling thread's locale, as each system tells it. Costs a few nanoseconds.
 Charset CurrentCharset() noexcept;
+
+// Finds it out by converting the ASCII characters, which takes microseconds: remember the answer.
+Charset LearnCharset() noexcept;
 
 // The number of bytes of the character at text, at least 1: a byte that begins no valid character, and the terminating
 // zero, count as one. Reads neither beyond text's terminating zero nor beyond `limit` bytes.

@@ -1,7 +1,7 @@
 #include <cstring>
 
+#include "platform/charset.h"
 #include "platform/platform.h"
-#include "platform/posix/charset.h"
 
 namespace platform {
 namespace {

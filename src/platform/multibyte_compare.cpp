@@ -4,8 +4,8 @@
 #include <cwchar>
 #include <cwctype>
 
+#include "platform/charset.h"
 #include "platform/platform.h"
-#include "platform/posix/charset.h"
 
 namespace platform {
 namespace {

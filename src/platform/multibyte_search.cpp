@@ -1,8 +1,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/charset.h"
 #include "platform/platform.h"
-#include "platform/posix/charset.h"
 
 namespace platform {
 namespace {

@@ -1,0 +1,51 @@
+# What the two DLLs have beside their code: a version resource, marks that let Windows protect them, and tarvik.lib for the linkers
+# of other compilers.
+enable_language(RC)
+set(description-tarvik "${PROJECT_DESCRIPTION}")
+set(description-corekit "Log, trace, string builder and file cipher of Tarvik")
+foreach(library tarvik corekit)
+  set(description "${description-${library}}")
+  configure_file(${PROJECT_SOURCE_DIR}/src/exports/version.rc.in ${exportFolder}/${library}.rc @ONLY)
+  target_sources(${library} PRIVATE ${exportFolder}/${library}.rc)
+endforeach()
+if(NOT MINGW) # other linkers set the marks and write the import library unasked
+  return()
+endif()
+
+# No exception handler of ours lies on the stack, so none may be called there. ld can't make a table of those that may.
+set(protection --nxcompat --dynamicbase $<IF:$<EQUAL:${pointerBits},32>,--no-seh,--high-entropy-va>)
+foreach(library tarvik corekit)
+  target_link_options(${library} PRIVATE "LINKER:$<JOIN:${protection},$<COMMA>>")
+endforeach()
+
+find_program(TARVIK_LLD_LINK NAMES lld-link lld-link-14 DOC "lld's linker for Windows, which makes tarvik.lib and corekit.lib")
+if(NOT TARVIK_LLD_LINK)
+  return()
+endif()
+# Makes <library>.lib. lld-link writes it while it links symbols to the exported names; empty ones stand in for the functions.
+function(add_import_library library names symbols)
+  set(source ${exportFolder}/${library}-lib)
+  set(importLibrary ${PROJECT_BINARY_DIR}/lib/${library}.lib)
+  list(JOIN names "\n  " names)
+  list(TRANSFORM symbols REPLACE "(.+)" ".globl \"\\1\"\n\"\\1\":\n")
+  list(JOIN symbols "" symbols)
+  file(CONFIGURE OUTPUT ${source}.def CONTENT "LIBRARY ${library}.dll\nEXPORTS\n  ${names}\n" @ONLY)
+  file(CONFIGURE OUTPUT ${source}.s CONTENT "${symbols}" @ONLY)
+  add_custom_command(
+    OUTPUT ${importLibrary} VERBATIM DEPENDS ${source}.def ${source}.s
+    COMMAND ${CMAKE_CXX_COMPILER} -c ${source}.s -o ${source}.o
+    COMMAND ${TARVIK_LLD_LINK} -nologo -dll -noentry -safeseh:no -machine:${architecture} -def:${source}.def
+            -out:${source}.dll -implib:${importLibrary} ${source}.o)
+  add_custom_target(${library}-import-library ALL DEPENDS ${importLibrary})
+  if(TARVIK_INSTALL)
+    install(FILES ${importLibrary} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  endif()
+endfunction()
+set(corekitNames CorekitSetLogSink CorekitSetCipherKey) # what is plain C
+if(pointerBits EQUAL 32)
+  add_import_library(tarvik "${names-x86}" "${symbols-x86}")
+  add_import_library(corekit "${corekitNames}" "_CorekitSetLogSink;_CorekitSetCipherKey")
+else()
+  add_import_library(tarvik "${names-x64}" "${symbols-x64}")
+  add_import_library(corekit "${corekitNames}" "${corekitNames}")
+endif()

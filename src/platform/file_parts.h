@@ -1,0 +1,46 @@
+// What the systems' files have in common.
+#ifndef TARVIK_PLATFORM_FILE_PARTS_H
+#define TARVIK_PLATFORM_FILE_PARTS_H
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+
+#include "platform/files.h"
+#include "platform/platform.h"
+
+namespace platform {
+
+// The name of a temporary file, with 64 random bits, so that no two are ever the same. Throws std::runtime_error.
+inline std::string TemporaryName() {
+  std::uint32_t high = 0;
+  std::uint32_t low = 0;
+  if (!DrawRandom(high) || !DrawRandom(low)) throw std::runtime_error("no random name for a temporary file");
+  char text[32];
+  std::snprintf(text, sizeof text, ".tarvik-%08x%08x", high, low);
+  return text;
+}
+
+// Reads on until the end of a file of that size; read(buffer, capacity) gives a count, 0 at the end, or less on failure. Goes
+// through a small buffer that is used again and again: growing the string to its length first would fill all of it with zeros,
+// so that fresh memory is touched twice.
+template <class Read>
+ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::string& bytes) {
+  const std::size_t mostBytes = std::min(limit, bytes.max_size());
+  if (size > mostBytes) return ReadStatus::TooLong;
+  char buffer[16'384];
+  bytes.clear();
+  bytes.reserve(static_cast<std::size_t>(size));
+  PreferLargePages(bytes.data(), static_cast<std::size_t>(size));
+  for (;;) {
+    const auto count = read(buffer, sizeof buffer);
+    if (count < 0) return ReadStatus::Unreadable;
+    if (count == 0) return ReadStatus::Done;
+    if (static_cast<std::size_t>(count) > mostBytes - bytes.size()) return ReadStatus::TooLong;
+    bytes.append(buffer, static_cast<std::size_t>(count));
+  }
+}
+
+} // namespace platform
+
+#endif

@@ -1,0 +1,24 @@
+// Whether the system has AES at all: 32-bit programs under Wine have none, and a test of the cipher is skipped there.
+#ifndef TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
+#define TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
+
+#ifdef _WIN32
+#include <windows.h>
+// After windows.h, which it needs.
+#include <bcrypt.h>
+#endif
+
+// Asks the system itself, so that a fault of ours is not taken for a system without AES.
+inline bool SystemHasAes() {
+#ifdef _WIN32
+  BCRYPT_ALG_HANDLE provider = nullptr;
+  BCRYPT_KEY_HANDLE key = nullptr;
+  UCHAR bytes[32] = {};
+  BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0);
+  return BCryptGenerateSymmetricKey(provider, &key, nullptr, 0, bytes, sizeof bytes, 0) == 0;
+#else
+  return true;
+#endif
+}
+
+#endif
