@@ -72,10 +72,7 @@ bool RunGuarded(Work work, const std::string& input, std::string& output) noexce
 
 } // namespace
 
-void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
-  const std::lock_guard<std::mutex> lock(keyLock);
-  std::copy(std::begin(key), std::end(key), processKey.bytes);
-}
+void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
 
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   return RunGuarded(Encipher, input, output);
@@ -86,3 +83,9 @@ bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
 }
 
 } // namespace corekit
+
+void CorekitSetCipherKey(const std::uint8_t* key) {
+  if (key == nullptr) return;
+  const std::lock_guard<std::mutex> lock(corekit::keyLock);
+  std::copy_n(key, platform::cipherKeySize, corekit::processKey.bytes);
+}
