@@ -32,6 +32,7 @@ install(FILES ${PROJECT_BINARY_DIR}/tarvikConfig.cmake ${PROJECT_BINARY_DIR}/tar
 
 # The installed tree can be moved: the .pc file finds it from its own place, the libraries and the command from theirs.
 file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tarvik.pc.in ${PROJECT_BINARY_DIR}/tarvik.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

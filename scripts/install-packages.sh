@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the named groups need, those that are missing only.
-# usage: scripts/install-packages.sh build|test|check|windows|bench|docs...
+# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|package...
 set -euo pipefail
 
 declare -A groups=(
@@ -11,6 +11,8 @@ declare -A groups=(
              nlohmann-json3-dev"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
+  [package]="debhelper dpkg-dev fakeroot file lintian cmake g++ ninja-build libexpat1-dev libssl-dev libcli11-dev
+             nlohmann-json3-dev pkg-config python3"
 )
 
 wanted=()
