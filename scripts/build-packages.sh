@@ -28,7 +28,7 @@ debian_changelog() {
 }
 
 mkdir "$target/source"
-git ls-files -z 2>/dev/null | tar --create --null --files-from=- | tar --extract --directory="$target/source"
+tar --create --exclude=./.git --exclude=./build . | tar --extract --directory="$target/source"
 cp -r packaging/debian "$target/source/debian"
 debian_changelog >"$target/source/debian/changelog"
 version=$(sed -n 's/^#define TARVIK_VERSION_[A-Z]* //p' include/tarvik/tarvik.h | paste -sd.)
