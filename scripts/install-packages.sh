@@ -30,10 +30,14 @@ done
 
 asRoot=()
 ((EUID == 0)) || asRoot=(sudo)
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# What the packages have to say is shown only where it explains a failure.
 quiet() {
-  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" >/dev/null
+  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 \
+    apt-get -qq -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
 
-echo "Installing: ${missing[*]}" >&2
+echo "Installing ${#missing[@]} packages: ${missing[*]}" >&2
 quiet update
 quiet install --no-install-recommends --yes "${missing[@]}"
