@@ -47,7 +47,7 @@ enum CorekitLogKind
   CorekitTraceEnter = 0,
   CorekitTraceLeave = 1,
   CorekitDetail = 2,
-  CorekitError = 3
+  CorekitError = 3,
 };
 typedef enum CorekitLogKind CorekitLogKind;
 
@@ -66,6 +66,7 @@ COREKIT_API void COREKIT_CALL CorekitSetCipherKey(const uint8_t* key);
 
 namespace corekit {
 
+// The kinds of line, as in CorekitLogKind.
 enum class LogKind { TraceEnter, TraceLeave, Detail, Error };
 
 // Receives every line while it is set, on whatever thread logged it, several at once if several threads log. component
@@ -80,8 +81,10 @@ COREKIT_API void COREKIT_CALL SetLogSink(LogSink sink, void* context) noexcept;
 // True while a sink is set. Check it before work that only a log line needs.
 COREKIT_API bool COREKIT_CALL LogIsOn() noexcept;
 
-// Hands one line to the sink.
+// Hands one line to the sink, as a detail.
 COREKIT_API void COREKIT_CALL logDetail(const wchar_t* component, const wchar_t* line) noexcept;
+
+// Hands one line to the sink, as an error.
 COREKIT_API void COREKIT_CALL logError(const wchar_t* component, const wchar_t* line) noexcept;
 
 // Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing. A piece for which

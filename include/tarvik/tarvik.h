@@ -53,7 +53,7 @@ enum XmlResult
   XmlInvalidArgument = 17, // a required pointer is null
   XmlFailure = 34,         // refused or failed: bad names or values, a failed save, any failure inside a call
   XmlFileUnreadable = 42,  // the file is there but can't be read (permission, a folder, a disk fault)
-  XmlFileNotText = 43      // unknown encoding, bytes that are invalid in it, refused by the cipher, or too long
+  XmlFileNotText = 43,     // unknown encoding, bytes that are invalid in it, refused by the cipher, or too long
 };
 
 // The caller's open documents. Opaque: made by InitXMLList, released by EndXMLList.
