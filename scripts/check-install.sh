@@ -61,6 +61,23 @@ END
   grep --quiet '^missing.xml: .*(5)' logged
 )
 
+# The cipher's key, set from another language: a null key changes nothing, another key refuses the file.
+check_key() { # <libraries>
+  LD_LIBRARY_PATH=$1 python3 - examples/site-status.enciphered.xml <<'END'
+import sys
+from ctypes import CDLL, byref, c_uint32, c_void_p
+
+corekit, tarvik, name = CDLL("libcorekit.so.1"), CDLL("libtarvik.so.1"), sys.argv[1].encode()
+documents, cookie, codes = c_void_p(), c_uint32(), []
+tarvik.InitXMLList(byref(documents))
+for key in None, bytes(32):
+    corekit.CorekitSetCipherKey(key)
+    codes.append(tarvik.OpenXML(documents, name, 0, 1, byref(cookie)))
+    tarvik.CloseXML(documents, cookie)
+sys.exit(codes != [0, 43])
+END
+}
+
 # Every relative link of every page that was installed leads to something.
 check_links() { # <prefix>
   local page link
@@ -96,6 +113,7 @@ quiet cmake --install "$build" --prefix "$work/first"
 mv "$work/first" "$work/shared"
 check_links "$work/shared"
 check_prefix "$work/shared"
+check_key "$work"/shared/lib*
 grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$" <<<"$(objdump --private-headers "$work"/shared/lib*/libtarvik.so)"
 
 # A project with a version, a CPack and a module path of its own, whose files have the names of ours.

@@ -39,17 +39,7 @@ extern "C" {
 #endif
 
 // The kinds of line: a function was entered or left, a detail, an error.
-enum CorekitLogKind
-#ifdef __cplusplus
-    : int
-#endif
-{
-  CorekitTraceEnter = 0,
-  CorekitTraceLeave = 1,
-  CorekitDetail = 2,
-  CorekitError = 3,
-};
-typedef enum CorekitLogKind CorekitLogKind;
+typedef enum CorekitLogKind { CorekitTraceEnter, CorekitTraceLeave, CorekitDetail, CorekitError } CorekitLogKind;
 
 // As corekit::LogSink below.
 typedef void(COREKIT_CALL* CorekitLogSink)(void* context, CorekitLogKind kind, const wchar_t* component,
