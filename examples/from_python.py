@@ -47,7 +47,7 @@ def check(code, what):
 
 
 class Document:
-    """One file in a list of its own. Text goes in and out in the locale's character set."""
+    """One file in a list of its own. Text goes in and out in the character set of the locale, which Python has set."""
 
     def __init__(self, name):
         self.encoding = locale.getpreferredencoding(False)
@@ -85,7 +85,8 @@ class Document:
     def items(self, group, item):
         value, index = ctypes.create_string_buffer(4096), 1
         names = self.encode(group), self.encode(item), b"ELEMENT"
-        while (code := enum_item(self.list, self.cookie, *names, index, None, b"ELEMENT", value, len(value))) == SUCCESS:
+        result = None, b"ELEMENT", value, len(value)
+        while (code := enum_item(self.list, self.cookie, *names, index, *result)) == SUCCESS:
             yield value.value.decode(self.encoding)
             index += 1
         if code != NOT_FOUND:
@@ -105,7 +106,6 @@ def print_line(_context, kind, component, text):
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: from_python.py FILE")
-    locale.setlocale(locale.LC_ALL, "")
     set_log_sink(print_line, None)  # the module keeps print_line alive as long as it may be called
     try:
         with Document(sys.argv[1]) as document:
