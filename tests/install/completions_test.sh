@@ -14,7 +14,7 @@ zsh_words() {
 }
 
 fish_words() {
-  grep -oE -- ' -l [a-z-]+' scripts/tarvik.fish-completion | sed 's/^ -l /--/'
+  grep '^complete' scripts/tarvik.fish-completion | grep -oE -- ' -l [a-z-]+' | sed 's/^ -l /--/'
   sed -n 's/^set -l commands //p' scripts/tarvik.fish-completion | tr ' ' '\n'
 }
 
