@@ -1,4 +1,6 @@
 # The headers' plain comments, in the form that Doxygen takes for documentation. A backslash in them is just one.
+/^ *\/\/ NOLINT/d
+s| *// NOLINT.*||
 \|//|{
   h
   s|//.*||

@@ -38,12 +38,14 @@
 extern "C" {
 #endif
 
+// NOLINTBEGIN(modernize-use-using): for C
 // The kinds of line: a function was entered or left, a detail, an error.
 typedef enum CorekitLogKind { CorekitTraceEnter, CorekitTraceLeave, CorekitDetail, CorekitError } CorekitLogKind;
 
 // As corekit::LogSink below.
 typedef void(COREKIT_CALL* CorekitLogSink)(void* context, CorekitLogKind kind, const wchar_t* component,
                                            const wchar_t* text);
+// NOLINTEND(modernize-use-using)
 
 // As corekit::SetLogSink: the process has one sink, set by either function.
 COREKIT_API void COREKIT_CALL CorekitSetLogSink(CorekitLogSink sink, void* context);

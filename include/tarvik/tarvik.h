@@ -57,7 +57,7 @@ enum XmlResult
 };
 
 // The caller's open documents. Opaque: made by InitXMLList, released by EndXMLList.
-typedef struct XmlFileList XmlFileList;
+typedef struct XmlFileList XmlFileList; // NOLINT(modernize-use-using): for C
 
 #ifdef __cplusplus
 // One detection entry of a catalog paired with a language package of the same branch. A field whose source is missing
