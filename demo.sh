@@ -31,12 +31,12 @@ show tarvik status site-status.xml
 
 title 'What is in the catalog?'
 show tarvik list catalog.xml --depth 1
-show tarvik list catalog.xml "'ProductPackage2\\LangPackage2\\FileList'"
+show tarvik list catalog.xml ProductPackage2/LangPackage2 --values
 
-title 'Items, by group path, by group ID, by an attribute filter'
+title 'Items, by path, by number, by an attribute filter'
 show tarvik get catalog.xml ProductPackage ProductID
-show tarvik get catalog.xml "'ProductPackage2\\LangPackage2'" LangID
-show tarvik get catalog.xml "'ProductPackage\\LangPackage\\ExtraSettings'" "'Setting&Name=EngineFile'"
+show tarvik get catalog.xml ProductPackage2/LangPackage2 LangID PackageType
+show tarvik get catalog.xml ProductPackage/LangPackage/ExtraSettings "'Setting&Name=EngineFile'"
 show tarvik get catalog.xml ProductPackage ProductDetection --attribute Branch --all
 
 title 'Ready-made queries: detection entries with their packages, files, the name of a file'
@@ -47,8 +47,9 @@ show tarvik match catalog.xml CATALOG.XML
 
 title 'A value set is a line changed: quotes, blanks and comments stay'
 cp configuration.xml before.xml
-show tarvik set configuration.xml Network Timeout 30
+show tarvik set configuration.xml Network Timeout 30 Proxy/Port 8080
 show diff before.xml configuration.xml
+show tarvik set configuration.xml Network Time 40 --dry-run
 
 title 'The same through the cipher'
 show 'head --bytes 4 site-status.enciphered.xml; echo'
@@ -57,4 +58,4 @@ show tarvik status --encrypted site-status.enciphered.xml
 
 title 'What goes wrong is told in a line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
-show 'tarvik files broken.xml; echo "exit status $?"'
+show 'tarvik check broken.xml; echo "exit status $?"'

@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static const char* const locale = std::setlocale(LC_ALL, "C.UTF-8");
   REQUIRE(locale != nullptr);
   corekit::SetLogSink(input.ConsumeBool() ? &ReadLine : nullptr, nullptr);
-  MemoryFile(L"catalog.xml") = document;
+  MemoryFile("catalog.xml") = document;
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   REQUIRE(InitXMLList(&list) == XmlSuccess && OpenXML(list, "catalog.xml", 4, 0, &cookie) == XmlSuccess);

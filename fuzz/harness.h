@@ -17,6 +17,6 @@
   } while (false)
 
 // The bytes of a file. The library reads and writes these instead of the disk's.
-std::string& MemoryFile(const std::wstring& name);
+std::string& MemoryFile(const std::string& name);
 
 #endif

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the named groups need, those that are missing only.
-# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|package...
+# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|package|libxml2|npm|python...
 set -euo pipefail
 
 declare -A groups=(
@@ -13,6 +13,9 @@ declare -A groups=(
   [docs]="doxygen"
   [package]="debhelper dpkg-dev fakeroot file lintian cmake g++ ninja-build libexpat1-dev libssl-dev libcli11-dev
              nlohmann-json3-dev pkg-config python3"
+  [libxml2]="libxml2-dev"
+  [npm]="npm"
+  [python]="python3"
 )
 
 wanted=()

@@ -1,236 +1,216 @@
-#include "command_line.h"
-
+#include <corekit/corekit.h>
 #include <tarvik/tarvik.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <charconv>
-#include <memory>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include "commands.h"
+#include "help_texts.h"
 #include "output.h"
+#include "text.h"
 
 namespace {
 
-constexpr const char* GeneralHelp = R"(Examples:
-  tarvik list catalog.xml                    every group, with its ID
-  tarvik get catalog.xml ProductPackage ProductID
-  tarvik set config.xml Network Timeout 30
-  tarvik detect catalog.xml                  the whole catalog, a line each
-  tarvik detect --json catalog.xml | jq -r '.[].Version'
-  tarvik COMMAND --help                      more on a command
+// Some arguments mean something to CLI11: "[a,b]" two values, "++" the end of a command. So it gets data that does not begin
+// with a letter or digit, and all that follows "--", with a mark in front.
+constexpr char DataMark = '\x1F';
 
-A PATH is element names with "\" between them; a shell needs quotes around it:
-'ProductPackage\LangPackage'. A name stands for every name that begins with it,
-and the first that matches is taken. 'Setting&Name=EngineFile' is the Setting
-whose attribute Name begins with EngineFile.
-
-Exit status: 0 found or done, 1 nothing found, 2 an error.)";
-
-constexpr const char* GetHelp = R"(Examples:
-  tarvik get catalog.xml ProductPackage ProductID
-      the text of ProductID in the first ProductPackage
-  tarvik get catalog.xml 'ProductPackage2\LangPackage3' LangID
-      by a group ID, as list prints it: the third LangPackage of the second
-      ProductPackage
-  tarvik get catalog.xml 'ProductPackage2\LangPackage3\LangID'
-      the same; without ITEM, the last name of PATH is the item
-  tarvik get catalog.xml 'ProductPackage\LangPackage\ExtraSettings' \
-      'Setting&Name=EngineFile'
-      the Setting whose attribute Name begins with EngineFile
-  tarvik get catalog.xml ProductPackage ProductDetection --attribute Branch --all
-      the attribute of every ProductDetection, a line each
-  tarvik get site-status.xml SiteStatus --attribute Status
-      an attribute of the element at PATH itself
-  tarvik get config.xml Configuration Name
-      an item right below the root: PATH is the root's name)";
-
-constexpr const char* ListHelp = R"(Examples:
-  tarvik list catalog.xml                    the tree of groups under the root
-  tarvik list catalog.xml --depth 1          the root's children alone
-  tarvik list catalog.xml ProductPackage2    what is in the second ProductPackage
-
-Every ID printed serves as PATH of get and list.)";
-
-constexpr const char* SetHelp = R"(Examples:
-  tarvik set config.xml Network Timeout 30
-      the text of Timeout in Network
-  tarvik set config.xml Network Mode fast --attribute
-      the attribute Mode of Network
-  tarvik set config.xml 'Network\Proxy' Port 8080
-      elements that are missing are made
-  tarvik set config.xml Network Offset -- -5
-      a value that begins with "-"
-
-The first element that matches each name of PATH is used, and a name stands for
-every name that begins with it: Time sets Timeout. The file is saved at once, and
-every byte of it that was not set stays as it was.)";
-
-constexpr const char* StatusHelp = R"(Prints "enabled" or "disabled" and, on a second line, the catalog version.
-
-Example:
-  tarvik status site-status.xml)";
-
-constexpr const char* DetectHelp = R"(Examples:
-  tarvik detect catalog.xml
-      each detection entry with each language package of its branch
-  tarvik detect catalog.xml HARBOR-SCAN Current Full
-      the one of a product, branch and package type
-
-A line holds, separated by tabs: ProductID, Branch, PackageType, LangID, Version,
-ProductVersion, PlatformID, MinimumDATVersion, EngineFile. On a terminal they are
-aligned under their names.)";
-
-constexpr const char* FilesHelp = R"(Prints name and hash of each file, separated by a tab.
-
-Example:
-  tarvik files catalog.xml | cut -f1)";
-
-constexpr const char* MatchHelp = R"(Prints "yes" or "no"; the exit status is 0 or 1.
-
-Example:
-  tarvik match repository/Catalog.xml catalog.xml)";
-
-// What else an option or argument allows is told by its description.
-class PlainFormatter : public CLI::Formatter {
- public:
-  std::string make_option_opts(const CLI::Option* option) const override {
-    const std::string type = option->get_type_name();
-    return type.empty() ? "" : " " + type;
+std::vector<std::string> MarkData(int argumentCount, char** arguments) {
+  std::vector<std::string> marked;
+  bool isData = false;
+  for (int i = 1; i < argumentCount; ++i) {
+    std::string argument = arguments[i];
+    const bool isSeparator = !isData && argument == "--";
+    isData = isData || isSeparator;
+    if (isSeparator) continue;
+    const bool isOption = argument.size() > 1 && argument[0] == '-' && (argument[1] < '0' || argument[1] > '9');
+    const bool isWord = !argument.empty() && std::isalnum(static_cast<unsigned char>(argument[0])) != 0;
+    if (isData || !(isOption || isWord)) argument.insert(argument.begin(), DataMark);
+    marked.push_back(std::move(argument));
   }
-  std::string make_footer(const CLI::App* command) const override { return command->get_footer(); }
-};
-
-// A number as the library takes it, counted from 1.
-std::string RefuseUncounted(const std::string& text) {
-  std::int32_t number = 0;
-  const auto parsed = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isCounted = parsed.ec == std::errc() && parsed.ptr == text.data() + text.size() && number > 0;
-  return isCounted ? "" : text + " is no number counted from 1";
+  return marked;
 }
 
-using Command = ExitStatus (*)(const Options& options);
+// In the locale's character set.
+std::string Unmarked(std::string argument) {
+  if (argument.starts_with(DataMark)) argument.erase(0, 1);
+  return argument;
+}
+
+std::string RequireText(const std::string& argument) {
+  const auto text = FromLocale(argument);
+  return text ? *text : throw CommandError("an argument is not text in the locale's character set");
+}
+
+std::string ReadAll(std::istream& stream) {
+  return std::string{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+// Standard input as a file that nobody else can read.
+std::string KeepInput() {
+  std::string name = (std::filesystem::temp_directory_path() / "tarvik-XXXXXX").string();
+  const int descriptor = mkstemp(name.data());
+  if (descriptor >= 0) close(descriptor);
+  std::ofstream file(name, std::ios::binary);
+  file << ReadAll(std::cin) << std::flush;
+  if (descriptor >= 0 && file) return name;
+  if (descriptor >= 0) std::remove(name.c_str());
+  throw CommandError("standard input: can't be kept in the temporary file " + name);
+}
+
+// All of standard input but a line end at its end, which is the shell's.
+std::string ReadValue() {
+  std::string value = ReadAll(std::cin);
+  if (value.ends_with('\n')) value.pop_back();
+  if (value.ends_with('\r')) value.pop_back();
+  const bool isText = value.find('\0') == std::string::npos && FromLocale(value);
+  return isText ? *FromLocale(value) : throw CommandError("standard input: is not text in the locale's character set");
+}
+
+void UseKey(const std::string& keyFile) {
+  std::ifstream file(keyFile, std::ios::binary);
+  const std::string bytes = ReadAll(file);
+  std::uint8_t key[32];
+  if (!file || bytes.size() != sizeof key) throw CommandError(keyFile + ": not a 32-byte key");
+  std::copy(bytes.begin(), bytes.end(), key);
+  corekit::SetCipherKey(key);
+}
+
+struct Command {
+  std::string_view name;
+  ExitStatus (*run)(const Options& options);
+  std::size_t least, most; // arguments
+  const char* arguments;
+};
+
+constexpr std::size_t Many = static_cast<std::size_t>(-1);
+constexpr Command Commands[] = {{"get", Get, 2, Many, "FILE PATH [ITEM]..."},
+                                {"list", List, 1, 2, "FILE [PATH]"},
+                                {"set", Set, 3, Many, "FILE PATH ITEM VALUE [ITEM VALUE]..."},
+                                {"check", Check, 1, 1, "FILE"},
+                                {"status", Status, 1, 1, "FILE"},
+                                {"detect", Detect, 1, 4, "FILE [PRODUCT BRANCH TYPE]"},
+                                {"files", Files, 1, 1, "FILE"},
+                                {"match", Match, 2, 2, "FILE NAME"},
+                                {"help", nullptr, 0, 1, "[COMMAND]"}};
 
 class CommandLine {
  public:
   CommandLine() {
-    app.name("tarvik");
-    app.set_version_flag("--version", Version(), "Show the version and exit");
     app.require_subcommand(1);
-    app.footer(GeneralHelp);
-    app.formatter(std::make_shared<PlainFormatter>());
-    app.get_formatter()->column_width(22);
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.get_formatter()->label("Positionals", "Arguments");
+    app.add_flag_callback("--version", [] { throw CLI::CallForVersion(); });
     AddCommonOptions(app);
-    AddReading();
-    AddSetting();
-    AddQueries();
+    for (const Command& each : Commands) {
+      CLI::App* added = app.add_subcommand(std::string(each.name));
+      added->allow_windows_style_options(false); // a file name may begin with "/"
+      added->callback([this, &each] { command = &each; });
+      added->add_option("ARGUMENT", arguments);
+      AddCommonOptions(*added);
+    }
+    AddOptions(*app.get_subcommand("get"), *app.get_subcommand("list"), *app.get_subcommand("set"));
   }
 
-  ExitStatus Run(int argumentCount, char** arguments) {
+  ExitStatus Run(int argumentCount, char** argumentTexts) {
+    std::vector<std::string> marked = MarkData(argumentCount, argumentTexts);
+    std::reverse(marked.begin(), marked.end()); // as CLI11 wants them
     try {
-      app.parse(argumentCount, arguments);
+      app.parse(marked);
     } catch (const CLI::CallForHelp&) {
-      const std::string help = app.help();
-      PrintValue(help.substr(0, help.find_last_not_of('\n') + 1));
-      return ExitStatus::Found;
+      return PrintHelp(ChosenName());
     } catch (const CLI::CallForVersion&) {
-      PrintValue(Version());
+      PrintValue("tarvik " + std::to_string(TARVIK_VERSION_MAJOR) + '.' + std::to_string(TARVIK_VERSION_MINOR) + '.' +
+                 std::to_string(TARVIK_VERSION_PATCH));
       return ExitStatus::Found;
     } catch (const CLI::ParseError& error) {
-      throw CommandError(Complaint(error) + " (tarvik --help tells more)");
+      Refuse(Complaint(error));
     }
-    return command(options);
+    const bool fits = arguments.size() >= command->least && arguments.size() <= command->most;
+    if (!fits) Refuse(std::string("the arguments must be ") + command->arguments);
+    std::transform(arguments.begin(), arguments.end(), arguments.begin(), Unmarked);
+    if (command->run == nullptr) return PrintHelp(arguments.empty() ? "" : arguments.front());
+    options.file = arguments.front();
+    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument));
+    options.shownFile = options.arguments.front();
+    options.arguments.erase(options.arguments.begin());
+    return RunCommand();
   }
 
  private:
-  std::string Complaint(const CLI::ParseError& error) const {
-    if (!app.get_subcommands().empty()) return error.what();
-    const auto unknown = app.remaining();
-    return unknown.empty() ? "a command is required" : unknown.front() + ": there is no such command";
+  ExitStatus RunCommand() {
+    const bool isSet = command->run == Set, readsInput = options.file == "-";
+    if (readsInput && (isSet || command->run == Match)) Refuse("FILE: standard input can't be saved, and has no name");
+    const bool lacksValue = isSet && options.arguments.size() % 2 == 0;
+    if (lacksValue && !valueFromInput) Refuse(options.arguments.back() + ": an ITEM without a VALUE");
+    if (!lacksValue && valueFromInput) Refuse("--stdin: the last ITEM has a VALUE");
+    if (lacksValue) options.arguments.push_back(ReadValue());
+    if (command->run == Detect && options.arguments.size() % 3 != 0) Refuse("PRODUCT, BRANCH and TYPE go together");
+    if (!keyFile.empty()) UseKey(Unmarked(keyFile));
+    options.attribute = RequireText(Unmarked(options.attribute));
+    ShowLog(verbosity);
+    if (readsInput) options.shownFile = "standard input";
+    if (readsInput) options.file = KeepInput();
+    const std::shared_ptr<void> removal(nullptr, [&](void*) { readsInput ? std::remove(options.file.c_str()) : 0; });
+    return command->run(options);
   }
 
-  static std::string Version() {
-    return "tarvik " + std::to_string(TARVIK_VERSION_MAJOR) + '.' + std::to_string(TARVIK_VERSION_MINOR) + '.' +
-           std::to_string(TARVIK_VERSION_PATCH);
+  static ExitStatus PrintHelp(const std::string& topic) {
+    for (const auto& [name, text] : HelpTexts) {
+      if (name != topic) continue;
+      PrintValue(std::string(text.substr(0, text.size() - 1)));
+      return ExitStatus::Found;
+    }
+    throw CommandError(topic + ": there is no such command (tarvik help tells more)");
+  }
+
+  std::string ChosenName() const {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? "" : chosen.front()->get_name();
+  }
+  [[noreturn]] void Refuse(const std::string& why) const {
+    throw CommandError(why + " (tarvik " + (ChosenName().empty() ? "" : ChosenName() + ' ') + "--help tells more)");
+  }
+
+  std::string Complaint(const CLI::ParseError& error) const {
+    const auto chosen = app.get_subcommands();
+    const auto extras = chosen.empty() ? app.remaining() : chosen.front()->remaining();
+    if (extras.empty()) return chosen.empty() ? "a command is required" : error.what();
+    const bool isOption = extras.front().starts_with('-');
+    return RequireText(Unmarked(extras.front())) +
+           (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
   }
 
   void AddCommonOptions(CLI::App& to) {
-    CLI::Option* encrypted = to.add_flag("-e,--encrypted", options.encrypted, "The file is enciphered");
-    to.add_option("--key-file", options.keyFile, "With -e: the key, 32 bytes; without it the built-in one")
-        ->type_name("KEYFILE")
-        ->needs(encrypted);
-    to.add_flag("-j,--json", options.json, "Print JSON");
-    to.add_flag("-v", options.verbosity, "Show the library's log on standard error; -vv its traces too");
+    CLI::Option* encrypted = to.add_flag("-e,--encrypted", options.encrypted);
+    to.add_option("--key-file", keyFile)->needs(encrypted);
+    to.add_flag("-j,--json", options.json);
+    to.add_flag("-v", verbosity);
   }
 
-  CLI::App* Add(const char* name, const char* description, const char* help, Command run) {
-    CLI::App* added = app.add_subcommand(name, description);
-    added->allow_windows_style_options(false); // a file name may begin with "/"
-    added->group("Commands");
-    added->footer(help);
-    added->callback([this, run] { command = run; });
-    added->add_option("FILE", options.file, "The XML file")->required()->type_name("");
-    AddCommonOptions(*added);
-    return added;
+  void AddOptions(CLI::App& get, CLI::App& list, CLI::App& set) {
+    const CLI::Range counted(1, INT32_MAX);
+    get.add_option("--attribute", options.attribute);
+    get.add_flag("--all", options.all)->excludes(get.add_option("--index", options.index)->check(counted));
+    for (CLI::App* each : {&get, &list}) each->add_option("--occurrence", options.occurrence)->check(counted);
+    list.add_option("--depth", options.depth)->check(counted);
+    list.add_flag("--ids", options.withIds);
+    list.add_flag("--values", options.withValues);
+    set.add_flag("--attribute", options.itemIsAttribute);
+    set.add_flag("--existing", options.existing);
+    set.add_flag("--stdin", valueFromInput);
+    set.add_flag("-n,--dry-run", options.dryRun);
   }
 
-  CLI::Option* AddArgument(CLI::App* to, const char* name, std::string& value, const char* description) {
-    return to->add_option(name, value, description)->type_name("");
-  }
-
-  void AddOccurrence(CLI::App* to) {
-    to->add_option("--occurrence", options.occurrence, "Which match of the last name of PATH, counted from 1")
-        ->type_name("N")
-        ->check(RefuseUncounted, "", "");
-  }
-
-  void AddReading() {
-    CLI::App* get = Add("get", "Print an item: the text of an element or an attribute", GetHelp, Get);
-    AddArgument(get, "PATH", options.path, "The element that the item is in")->required();
-    AddArgument(get, "ITEM", options.item, "The exact name of a child element, or the element's own");
-    get->add_option("--attribute", options.attribute, "Print this attribute instead of the text")->type_name("NAME");
-    CLI::Option* index =
-        get->add_option("--index", options.index, "Which of the items, counted from 1 (not with --all)");
-    index->type_name("N")->check(RefuseUncounted, "", "");
-    AddOccurrence(get);
-    get->add_flag("--all", options.all, "Print every such item, one a line")->excludes(index);
-
-    CLI::App* list = Add("list", "Print the IDs of the groups under a path", ListHelp, List);
-    AddArgument(list, "PATH", options.path, "Where to begin; without it at the root");
-    AddOccurrence(list);
-    list->add_option("--depth", options.depth, "How many levels down; without it all")
-        ->type_name("N")
-        ->check(RefuseUncounted, "", "");
-  }
-
-  void AddSetting() {
-    CLI::App* set = Add("set", "Set an item and save the file", SetHelp, Set);
-    AddArgument(set, "PATH", options.path, "The element that the item is in")->required();
-    AddArgument(set, "ITEM", options.item, "The name of the child element or attribute")->required();
-    AddArgument(set, "VALUE", options.value, "The new text")->required();
-    set->add_flag("--attribute", options.itemIsAttribute, "ITEM is an attribute of the element at PATH");
-  }
-
-  void AddQueries() {
-    Add("status", "Tell whether a repository is enabled, and which catalog", StatusHelp, Status);
-
-    CLI::App* detect = Add("detect", "Print a catalog's detection entries with their packages", DetectHelp, Detect);
-    CLI::Option* product = AddArgument(detect, "PRODUCT", options.product, "The ProductID");
-    CLI::Option* branch = AddArgument(detect, "BRANCH", options.branch, "The Branch");
-    CLI::Option* type = AddArgument(detect, "TYPE", options.packageType, "The PackageType");
-    product->needs(type);
-    branch->needs(type);
-
-    Add("files", "Print the files of a catalog's first language package", FilesHelp, Files);
-
-    CLI::App* match = Add("match", "Tell whether the file has this name, letter case apart", MatchHelp, Match);
-    AddArgument(match, "NAME", options.name, "The name to compare with the last part of FILE")->required();
-  }
-
-  CLI::App app{"Reads and sets items of XML files by path, and queries catalogs."};
+  CLI::App app;
+  std::vector<std::string> arguments; // in the locale's character set
   Options options;
-  Command command = nullptr;
+  std::string keyFile; // empty: the key built into the support library
+  int verbosity = 0;   // 1: the library's log lines, 2: its traces too
+  bool valueFromInput = false;
+  const Command* command = nullptr;
 };
 
 } // namespace

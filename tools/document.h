@@ -1,66 +1,76 @@
-// One open document for the length of a command, over the library's public functions.
+// One open document for the length of a command.
 #ifndef TARVIK_TOOLS_DOCUMENT_H
 #define TARVIK_TOOLS_DOCUMENT_H
 
 #include <tarvik/tarvik.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
-#include "log_listener.h"
-#include "options.h"
+#include "commands.h"
+#include "element_path.h"
+#include "host/ostrumxml/document.h"
 
-// Every function throws CommandError, naming the file, when the library reports more than a plain "not found".
+struct XmlFileRecord;
+
+// What became of an attempt to read and parse a file.
+struct Examination {
+  long readResult = 0; // of the document library
+  int line = 0;        // from 1; 0 where the place is not known
+  int column = 0;      // from 1, in bytes
+  std::string reason;  // empty for a well-formed file
+
+  // ":2:6: mismatched tag", to follow the name of the file.
+  std::string Complaint() const;
+};
+Examination Examine(const std::string& fileName, bool encrypted); // in the locale's character set
+
+// Null, and why, where the text is not well-formed.
+std::unique_ptr<Ostrum::Document> Parse(std::string utf8, Examination& result);
+
+// Values are read through the library's exported functions, from groups that are opened on the way. Those which they can't
+// reach (the root's own text, what lies deeper than a group ID can say) come from the document itself. Every function throws
+// CommandError, naming the file, when there is more amiss than a plain "not found".
 class Document {
  public:
   explicit Document(const Options& options);
-  ~Document();
+  ~Document() { EndXMLList(&list); }
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
-  // For the ready-made queries.
+  // For the ready-made queries, and for setting.
   XmlFileList* List() const { return list; }
   const std::uint32_t* Cookie() const { return &cookie; }
-
-  // False where the ID of a group below parentId could be longer than the library can hold.
-  static bool HasRoomFor(const std::string& parentId, const std::string& groupPath);
-
-  // The group ID of the occurrence-th element that groupPath names below the group parentId (empty: below the root).
-  // Nothing where there is none, or no room for its ID.
-  std::optional<std::string> OpenGroup(const std::string& parentId, const std::string& groupPath,
-                                       std::uint32_t occurrence = 1) const;
-
-  // True when groupPath names the root alone, so that it opens no group.
-  bool IsRootAlone(const std::string& groupPath) const;
-
-  // True when the element of the group has exactly this name.
-  bool HasName(const std::string& groupId, const std::string& name) const;
-
-  // The text of the index-th child named item of the element with the group ID path.
-  std::optional<std::string> ReadText(const std::string& path, const std::string& item, std::int32_t index) const;
-
-  // The attribute of that element itself when item is its own name, else of the index-th child named item that has it.
-  std::optional<std::string> ReadAttribute(const std::string& path, const std::string& item, std::int32_t index,
-                                           const std::string& attribute) const;
-
-  // The text of the index-th child named item that has the attribute.
-  std::optional<std::string> ReadTextBesideAttribute(const std::string& path, const std::string& item,
-                                                     std::int32_t index, const std::string& attribute) const;
-
-  // Sets the item and saves the file.
-  void Set(const std::string& path, const std::string& item, bool isAttribute, const std::string& value) const;
-
   // True for success, false for "not found"; otherwise throws.
   bool Succeeded(std::uint32_t code) const;
 
+  const std::string& File() const { return file; }
+  // A line on standard error about the file.
+  void Note(const std::string& line) const;
+
+  Ostrum::Document& Tree() const;
+  const ElementFinder& Finder() const { return *finder; }
+
+  // The element's text, or its attribute; nothing where it has no such attribute.
+  std::optional<std::string> Read(const Place& place, const std::string& attribute) const;
+
+  // The library's ID of a child's group, below that of its parent ("" for the root); its number counts the names that begin
+  // like the child's. Nothing where there is none of the parent, it is another element's, or too long.
+  using GroupId = std::optional<std::string>;
+  GroupId OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const;
+
  private:
-  std::optional<std::string> Read(const std::string& path, const std::string& item, const char* itemType,
-                                  std::int32_t index, const char* attribute, const char* valueType) const;
+  GroupId Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
+               const Element& wanted) const;
+  GroupId OpenByPositions(Place::const_iterator step, Place::const_iterator end) const;
 
   std::string file;
-  LogListener log;
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
+  XmlFileRecord* record = nullptr;
+  std::optional<ElementFinder> finder;
+  std::string rootName; // as all that the library is given, in the locale's character set
 };
 
 #endif

@@ -1,89 +1,103 @@
 #include "output.h"
 
+#include <corekit/corekit.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
-#include <nlohmann/json.hpp>
 
-#include "command_error.h"
+#include "commands.h"
+#include "host/ostrumxml/utf8.h"
+#include "text.h"
 
 namespace {
 
-std::string_view Sequence(Colour colour) {
-  switch (colour) {
-    case Colour::Red:
-      return "\033[1;31m";
-    case Colour::Green:
-      return "\033[32m";
-    case Colour::Dim:
-      return "\033[2m";
-    case Colour::Bold:
-      return "\033[1m";
-  }
-  return "";
+constexpr const char* Red = "\033[1;31m";
+constexpr const char* Green = "\033[32m";
+constexpr const char* Dim = "\033[2m";
+constexpr const char* Bold = "\033[1m";
+
+bool IsTerminal() { return isatty(STDOUT_FILENO) != 0; }
+
+// In a colour where the stream shows on a terminal that knows colours and the environment does not set NO_COLOR.
+std::string Coloured(int stream, const char* colour, const std::string& text) {
+  const char* const noColour = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  const bool isRefused = noColour != nullptr && *noColour != '\0';
+  if (isRefused || terminal == nullptr || std::string_view(terminal) == "dumb" || isatty(stream) == 0) return text;
+  return colour + text + "\033[0m";
 }
 
-bool ShowsColours(Stream stream) {
-  static const char* const noColour = std::getenv("NO_COLOR");
-  if (noColour != nullptr && *noColour != '\0') return false;
-  static const bool shown[] = {IsColourTerminal(Stream::Output), IsColourTerminal(Stream::Error)};
-  return shown[stream == Stream::Output ? 0 : 1];
+// A terminal gets no control characters.
+std::string ToPrint(const std::string& utf8) {
+  static const bool isTerminal = isatty(STDOUT_FILENO) != 0;
+  const auto text = isTerminal ? std::nullopt : ToLocale(utf8);
+  return text ? *text : Printable(utf8, isTerminal ? "\t\n" : "\t\n\r");
 }
 
-std::string OnOneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\t' || c == '\n' || c == '\r'; }, ' ');
-  return text;
-}
-
-// The widest field of each column but the last, which needs no padding.
-std::vector<std::size_t> ColumnWidths(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths(rows.front().size(), 0);
-  for (const auto& row : rows) {
-    for (std::size_t column = 0; column + 1 < row.size(); ++column) {
-      widths[column] = std::max(widths[column], row[column].size());
-    }
-  }
-  return widths;
-}
-
-std::string Line(const std::vector<std::string>& row, const std::vector<std::size_t>& widths) {
+std::string Line(const Table::Row& row) {
   std::string line;
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    if (column > 0) line += widths.empty() ? "\t" : "  ";
-    line += OnOneLine(row[column]);
-    if (!widths.empty() && row[column].size() < widths[column]) line.append(widths[column] - row[column].size(), ' ');
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (!row[i] && i + 1 == row.size()) break;
+    std::string field = row[i].value_or("");
+    const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
+    std::replace_if(field.begin(), field.end(), isSeparator, ' ');
+    line += (i == 0 ? "" : "\t") + field;
   }
-  return line;
+  return ToPrint(line);
+}
+
+int logLevel = 0;
+
+void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
+  const bool enters = kind == corekit::LogKind::TraceEnter, leaves = kind == corekit::LogKind::TraceLeave;
+  if ((enters || leaves) && logLevel < 2) return;
+  std::string line;
+  Ostrum::Utf8FromWide(std::wstring(enters ? L"> " : leaves ? L"< " : L"") + component + L": " + text, line);
+  const char* const colour = kind == corekit::LogKind::Error ? Red : Dim;
+  std::cerr << Coloured(STDERR_FILENO, colour, Printable(line)) << '\n';
+} catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
 }
 
 } // namespace
 
-std::string Coloured(Stream stream, Colour colour, std::string_view text) {
-  std::string result(text);
-  if (ShowsColours(stream)) result.insert(0, Sequence(colour)).append("\033[0m");
-  return result;
+void PrintValue(const std::string& value) { std::cout << ToPrint(value) << '\n'; }
+
+void PrintGood(const std::string& value, bool isGood) {
+  std::cout << Coloured(STDOUT_FILENO, isGood ? Green : Red, value) << '\n';
 }
 
-void PrintValue(std::string_view value) { std::cout << value << '\n'; }
-
-void PrintJson(const nlohmann::ordered_json& value) {
-  std::cout << value.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+void PrintJson(const Json& value) {
+  const std::string text = value.dump(2);
+  std::cout << (IsTerminal() ? ToPrint(text) : text) << '\n';
 }
 
-void PrintTable(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows) {
-  std::vector<std::size_t> widths;
-  if (IsColourTerminal(Stream::Output)) {
-    std::vector<std::vector<std::string>> all = rows;
-    all.push_back(head);
-    widths = ColumnWidths(all);
-    PrintValue(Coloured(Stream::Output, Colour::Bold, Line(head, widths)));
+void Table::Add(const Row& row) {
+  const bool isFirst = std::exchange(isEmpty, false);
+  if (!asJson) {
+    const bool hasHead = isFirst && IsTerminal() && names.size() > 1;
+    if (hasHead) std::cout << Coloured(STDOUT_FILENO, Bold, Line(names)) << '\n';
+    std::cout << Line(row) << '\n';
+    return;
   }
-  for (const auto& row : rows) PrintValue(Line(row, widths));
+  Json& entry = json.emplace_back();
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? Json(*row[i]) : Json();
+  }
 }
 
-void PrintError(std::string_view line) {
-  std::cerr << Coloured(Stream::Error, Colour::Red, "tarvik:") << ' ' << line << '\n';
+void Table::Finish() const {
+  if (asJson) PrintJson(json);
+}
+
+void PrintMessage(const std::string& line) {
+  std::cerr << Coloured(STDERR_FILENO, Red, "tarvik:") << ' ' << Printable(line) << '\n';
+}
+
+void ShowLog(int level) {
+  logLevel = level;
+  if (level > 0) corekit::SetLogSink(ShowLogLine, nullptr);
 }
 
 void FlushOutput() {

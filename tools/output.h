@@ -1,31 +1,43 @@
-// What goes to the standard streams: data alone on standard output, everything else on standard error.
+// What goes to the standard streams: data alone on standard output, everything else on standard error. All text is UTF-8.
 #ifndef TARVIK_TOOLS_OUTPUT_H
 #define TARVIK_TOOLS_OUTPUT_H
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "terminal.h"
+using Json = nlohmann::ordered_json;
 
-enum class Colour { Red, Green, Dim, Bold };
+// A bare value on a line of its own, without control characters on a terminal.
+void PrintValue(const std::string& value);
+void PrintGood(const std::string& value, bool isGood); // in green, or else in red
 
-// text in a colour where the stream is a colour terminal and the environment does not set NO_COLOR; else text alone.
-std::string Coloured(Stream stream, Colour colour, std::string_view text);
+// One JSON value, indented.
+void PrintJson(const Json& value);
 
-// A bare value on a line of its own.
-void PrintValue(std::string_view value);
+// Rows of fields: lines of fields separated by tabs, ready for cut and awk, in which blanks stand for tabs and line ends; on a
+// terminal under a head line; or JSON, an array of texts where there is one field, else of objects.
+class Table {
+ public:
+  using Row = std::vector<std::optional<std::string>>;
+  Table(bool printsJson, Row fieldNames) : asJson(printsJson), names(std::move(fieldNames)) {}
 
-// One JSON value, indented, as UTF-8.
-void PrintJson(const nlohmann::ordered_json& value);
+  void Add(const Row& row);
+  void Finish() const; // REQUIRES: after the last row
 
-// Rows of fields: separated by tabs, ready for cut and awk; on a terminal aligned, under a head line. A tab or line end
-// within a field becomes a blank.
-void PrintTable(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows);
+ private:
+  bool asJson;
+  bool isEmpty = true;
+  Row names;
+  Json json = Json::array();
+};
 
 // A line on standard error, after the command's name.
-void PrintError(std::string_view line);
+void PrintMessage(const std::string& line);
+
+// Shows the library's log lines on standard error from now on; at level 2 its traces too.
+void ShowLog(int level);
 
 // Hands on what is still buffered. Throws CommandError when standard output did not take everything.
 void FlushOutput();

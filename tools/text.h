@@ -1,19 +1,20 @@
-// Text between the character sets that the command meets: the locale's, in which the library speaks, wide, and UTF-8.
+// Text is UTF-8 inside the command. It meets the locale's character set where the library is called and where it is printed.
 #ifndef TARVIK_TOOLS_TEXT_H
 #define TARVIK_TOOLS_TEXT_H
 
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
-// Wide text in the locale's character set. A character that it lacks becomes "?".
-std::string ToLocale(std::wstring_view text);
+// Takes the user's locale; where there is none, or only "C", whose character set is ASCII, UTF-8.
+void UseLocale();
 
-// The locale's text as UTF-8, which JSON requires. A byte that is no character becomes U+FFFD.
-std::string ToUtf8(std::string_view text);
+// Nothing where the text is not valid in its character set, or has no form in the other.
+std::optional<std::string> FromLocale(const std::string& text);
+std::optional<std::string> ToLocale(std::string_view utf8);
+bool HasForm(std::string_view utf8); // in the locale
 
-// The parts of text between the separators, empty ones included; at least one. Knows character sets in which the second
-// byte of a character can equal the separator.
-std::vector<std::string> Split(std::string_view text, char separator);
+// Text to be printed: control characters but those kept, and what the locale lacks, are written "\u001b".
+std::string Printable(std::string_view utf8, std::string_view kept = "");
 
 #endif

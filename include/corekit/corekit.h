@@ -155,15 +155,15 @@ class KDetailTrace {
 COREKIT_API void COREKIT_CALL SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
 
 // The file cipher. Layout of an encrypted file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext
-// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included.
+// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included, and
+// the same string. Both functions throw std::bad_alloc, output then being as it was.
 class KCryptWrap {
  public:
-  // Encrypts input into output. False, with output empty, when the system's cipher or random source fails. Throws
-  // std::bad_alloc when memory runs out.
+  // Encrypts input into output. False, with output empty, when the system gives no random nonce.
   COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
 
   // Decrypts input into output. False, with output empty, when input is not whole and unchanged, was made with another
-  // key, or is not an encrypted file. Throws std::bad_alloc when memory runs out.
+  // key, or is not an encrypted file.
   COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
 };
 

@@ -39,8 +39,10 @@ void RequireGiven(std::initializer_list<const char*> texts) {
 // the whole tells whether it has a form there. A value that has none must not come back as an empty one.
 class ItemValue {
  public:
+  // element: any of the document.
   template <class Node>
-  ItemValue(const Node& node, std::size_t limit) : converted(node.GetValue(scratch, AllTextPasses() ? limit : npos)) {
+  ItemValue(const Element& element, const Node& node, std::size_t limit)
+      : converted(node.GetValue(scratch, DocumentPasses(element) ? limit : npos)) {
     if (!converted.Text()) throw std::range_error("a value has no form in the locale's character set");
   }
   std::string_view Text() const noexcept { return *converted.Text(); }
@@ -103,17 +105,18 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
   if (child == nullptr) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(*child, request.value.Capacity()).Text());
+  request.value.Store(ItemValue(element, *child, request.value.Capacity()).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ", request.value.Text(), L".");
   return XmlSuccess;
 }
 
 // Stores an attribute's value, or the text of the child that has it. The log line shows it whole, so it is then read so.
 template <class Node>
-std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const wchar_t* ending) {
+std::uint32_t FoundAttribute(const Element& element, const Node& node, const ItemRequest& request,
+                             const wchar_t* ending) {
   if (!request.value.IsWanted()) return XmlSuccess;
   const bool isLogged = corekit::LogIsOn();
-  const ItemValue value(node, isLogged ? std::string::npos : request.value.Capacity());
+  const ItemValue value(element, node, isLogged ? std::string::npos : request.value.Capacity());
   if (isLogged) {
     LogDetail(L"Found ", request.itemName, L"-", request.attributeName, L" in the element map.  It's value is ",
               std::string(value.Text()).c_str(), ending);
@@ -125,7 +128,7 @@ std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const
 std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName, const ItemRequest& request) {
   if (!attributeName.Text()) return AttributeMissing(request);
   const Attribute attribute = element.GetAttribute(*attributeName.Text());
-  return attribute.IsNull() ? AttributeMissing(request) : FoundAttribute(attribute, request, L" (attribute).");
+  return attribute.IsNull() ? AttributeMissing(request) : FoundAttribute(element, attribute, request, L" (attribute).");
 }
 
 std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
@@ -139,9 +142,9 @@ std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& att
   const Attribute attribute = child->GetAttribute(*name);
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
   if (BeginsWithKeyword(request.valueType, attributeKeyword)) {
-    return FoundAttribute(attribute, request, L" (attribute).");
+    return FoundAttribute(element, attribute, request, L" (attribute).");
   }
-  return FoundAttribute(*child, request, L" (element).");
+  return FoundAttribute(element, *child, request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {

@@ -1,8 +1,8 @@
 // The exported function that sets an item and saves the document.
+#include <memory>
 #include <new>
 
-#include "items/path_steps.h"
-#include "items/save.h"
+#include "host/ostrumxml/file.h"
 #include "items/set_request.h"
 #include "items/set_walk.h"
 #include "registry/file_list.h"
@@ -11,13 +11,21 @@
 
 namespace {
 
-void Apply(const SetRequest& request, XmlFileRecord& record) {
-  SetWalk walk(record, request.path.size() + request.attributeName.size() + request.attributeValue.size() + 2);
-  PathSteps steps(request.path.c_str(), PathSteps::Cutting::Logged);
-  PathStep step;
-  while (steps.Next(step)) walk.Enter(step);
-  if (!request.attributeName.empty()) walk.SetAttribute(request.attributeName, request.attributeValue);
-  if (request.text) walk.SetText(*request.text);
+// What is changed is the document first, which refuses the whole request or nothing of it, and then the file.
+void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord& record) try {
+  const SetWalk walk(*request, *record.document, FindLogged);
+  record.file->Await({request->target, [request](Ostrum::Document& other) {
+                        SetWalk(*request, other, FindSilently).CarryOut(nullptr);
+                      }});
+  ElementMap::KeyChain key(*record.elementMap, request->longestKey);
+  walk.CarryOut(&key);
+  record.file->Save(*record.document);
+} catch (const std::bad_alloc&) {
+  throw;
+} catch (const std::exception& failure) {
+  // Callers learn the code alone.
+  corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
+  throw;
 }
 
 } // namespace
@@ -32,9 +40,8 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
   }
   if (record->document->GetRoot().IsNull()) return XmlInvalidArgument;
   try {
-    const SetRequest request = CheckSetRequest(*record, path, itemName, itemType, value);
-    Apply(request, *record);
-    SaveDocument(*record, request.fileName.get());
+    const auto request = std::make_shared<const SetRequest>(ParseSetRequest(*record, path, itemName, itemType, value));
+    SetAndSave(request, *record);
     return XmlSuccess;
   } catch (const std::bad_alloc&) {
     LogError(L"Failed to allocate memory for tokens");

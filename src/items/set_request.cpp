@@ -3,11 +3,14 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
+#include "host/ostrumxml/characters.h"
 #include "items/item_type.h"
-#include "items/path_steps.h"
-#include "items/xml_text.h"
 #include "paths/item_path.h"
+#include "platform/platform.h"
+#include "text/edge.h"
+#include "text/log.h"
 
 namespace {
 
@@ -28,45 +31,79 @@ std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   return rest;
 }
 
-void RequireXmlAttribute(const std::string& name, const std::string& value) {
-  RequireXmlName(name.c_str());
-  RequireXmlText(value.c_str());
+SetText Converted(std::string given) {
+  const DocumentText converted(given.c_str());
+  if (!converted.Text()) throw std::invalid_argument("not text in the locale's character set");
+  std::string utf8(*converted.Text());
+  return {std::move(given), std::move(utf8)};
 }
 
-// An element that the path names may be there already, but no name in a document begins with what is no name.
-void RequireXmlPath(const std::string& path) {
-  PathSteps steps(path.c_str(), PathSteps::Cutting::Silent);
-  PathStep step;
-  while (steps.Next(step)) {
-    RequireXmlName(step.name.c_str());
-    if (step.HasAttribute()) RequireXmlAttribute(step.attributeName, step.attributeValue);
+SetText Value(std::string given) {
+  SetText value = Converted(std::move(given));
+  if (!Ostrum::IsXmlText(value.utf8)) throw std::invalid_argument("a character that XML can't carry");
+  return value;
+}
+
+SetAttribute Attribute(std::string name, std::string value) {
+  SetAttribute attribute{Converted(std::move(name)), Value(std::move(value))};
+  if (!Ostrum::IsXmlName(attribute.name.utf8)) throw std::invalid_argument("no XML name");
+  return attribute;
+}
+
+// An element of that name may be there already, but no name in a document begins with what is no name.
+SetText ElementName(std::string given) {
+  SetText name = Converted(std::move(given));
+  if (Ostrum::IsXmlName(name.utf8)) return name;
+  LogError(L"Failed to add element to parent node. Cannot continue");
+  throw std::invalid_argument("no XML name");
+}
+
+// Gives the part in front of the first separator and goes on behind it; all of it, and on to null, where there is none.
+std::string Cut(const char*& rest, char separator) {
+  const char* const place = platform::MbsFindChar(rest, separator);
+  std::string part = place == nullptr ? std::string(rest) : std::string(rest, place);
+  rest = place == nullptr ? nullptr : place + 1;
+  return part;
+}
+
+SetStep Step(std::string component) {
+  const char* rest = component.c_str();
+  SetStep step{{}, ElementName(Cut(rest, '&')), {}};
+  std::string attributeName = rest == nullptr ? std::string() : Cut(rest, '=');
+  // An attribute part that lacks its name or its value says nothing.
+  if (!attributeName.empty() && rest != nullptr && *rest != '\0') {
+    step.attributes.push_back(Attribute(std::move(attributeName), rest));
   }
+  step.component = std::move(component);
+  return step;
 }
 
 } // namespace
 
-SetRequest CheckSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
+SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
                            const char* value) {
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
     throw std::invalid_argument("a text that is needed is null");
   }
   RequireShort(path, itemName);
   SetRequest request;
-  request.path = WithoutRoot(record, path);
+  std::string rest = WithoutRoot(record, path);
   if (IsKeyword(itemType, elementKeyword)) {
-    if (!request.path.empty()) request.path += '\\';
-    request.path += itemName;
-    if (request.path.empty()) throw std::invalid_argument("an element item without a name");
-    request.text = RequireXmlText(value);
+    if (!rest.empty()) rest += '\\';
+    rest += itemName;
+    if (rest.empty()) throw std::invalid_argument("an element item without a name");
+    request.text = Value(value).utf8;
   }
-  const bool setsAttribute = IsKeyword(itemType, attributeKeyword) && *itemName != '\0' && *value != '\0';
-  if (setsAttribute) {
-    request.attributeName = itemName;
-    request.attributeValue = value;
-    RequireXmlAttribute(request.attributeName, request.attributeValue);
+  request.target = rest + '\n' + itemType;
+  request.longestKey = rest.size();
+  request.steps.emplace_back();
+  for (const char* next = rest.empty() ? nullptr : rest.c_str(); next != nullptr;) {
+    request.steps.push_back(Step(Cut(next, '\\')));
   }
-  RequireXmlPath(request.path);
-  request.fileName.reset(ConvertToUnicode(record.fileName));
-  if (request.fileName == nullptr) throw std::invalid_argument("the file's name can't be converted");
+  if (IsKeyword(itemType, attributeKeyword) && *itemName != '\0' && *value != '\0') {
+    request.steps.back().attributes.push_back(Attribute(itemName, value));
+    request.target.append("\n").append(itemName);
+    request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");
+  }
   return request;
 }

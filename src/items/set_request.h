@@ -3,22 +3,41 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "registry/record.h"
-#include "text/convert.h"
 
-// What a call of SetXMLItem asks for, checked as a whole before any of it is done.
-struct SetRequest {
-  std::string path;          // without the root's name; an element item is its last component
-  std::string attributeName; // of an attribute item; empty when none is set
-  std::string attributeValue;
-  std::optional<std::string> text; // of an element item, in UTF-8
-  WideText fileName;               // where the document is saved
+// A text of the caller's, as it was given and in the form that documents have. Both are needed: what is logged, searched for and
+// remembered is the caller's.
+struct SetText {
+  std::string given;
+  std::string utf8;
 };
 
-// Throws std::invalid_argument when a name or value can't be carried by XML or has no wide form, or a component has no
+struct SetAttribute {
+  SetText name;
+  SetText value;
+};
+
+// An element on the way from the root to the item, the root first, and the attributes that it gets.
+struct SetStep {
+  std::string component; // of the path; empty for the root
+  SetText name;          // empty for the root
+  std::vector<SetAttribute> attributes;
+};
+
+// What a call of SetXMLItem asks for: cut, checked and converted as a whole, before any of it is done. It depends on no document, so
+// that it can be carried out on another one as well.
+struct SetRequest {
+  std::vector<SetStep> steps;      // at least the root's
+  std::optional<std::string> text; // for the last step's element, in UTF-8
+  std::string target;              // equal for requests that set the same item
+  std::size_t longestKey = 0;      // in the element map, of an element that the request leads to
+};
+
+// Throws std::invalid_argument when a name or value can't be carried by XML or is no text in the locale, or a component has no
 // name; std::length_error when the texts are longer than a path can be; std::bad_alloc. Nothing is changed.
-SetRequest CheckSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
+SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
                            const char* value);
 
 #endif

@@ -2,68 +2,120 @@
 
 #include <new>
 #include <stdexcept>
-#include <utility>
 
-#include "items/xml_text.h"
+#include "paths/item_path.h"
 #include "paths/path_search.h"
 #include "text/log.h"
 
-using Ostrum::Attribute;
 using Ostrum::Element;
-using Ostrum::Value;
 
-void SetWalk::Enter(const PathStep& step) {
-  if (!key.IsEmpty()) key.Append("\\");
-  key.Append(step.name);
-  Element* child = FindChild(step.name);
-  current = child != nullptr ? child : AddChild(step.name);
-  if (step.HasAttribute()) SetAttribute(step.attributeName, step.attributeValue);
+namespace {
+
+// The request was cut when it was parsed. The cuts are traced here, where the walk meets each component.
+void TraceCuts(const SetStep& step) {
+  if (!corekit::LogIsOn()) return;
+  ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
+  const char* const attributePart = ReturnTokenFromString(step.component.c_str(), nullptr, 0, "&");
+  if (attributePart != nullptr) ReturnTokenFromString(attributePart, nullptr, 0, "=");
 }
 
-// Null when there is no such child. A search that failed may have missed one: it must not lead to a second.
-Element* SetWalk::FindChild(const std::string& name) const {
-  if (current->Begin() == current->End()) return nullptr; // the search would take the element itself
-  SearchEnd end = SearchEnd::Failed;
-  Element* child = FindElementByPath(current, name.c_str(), 1, &end);
-  switch (end) {
-    case SearchEnd::Found:
-      return child;
-    case SearchEnd::Missing:
-      return nullptr;
-    case SearchEnd::OutOfMemory:
-      throw std::bad_alloc();
-    case SearchEnd::Failed:
-      break;
-  }
-  throw std::runtime_error("the search failed");
+void Require(bool holds, const char* why) {
+  if (!holds) throw std::invalid_argument(why);
 }
 
-Element* SetWalk::AddChild(const std::string& name) {
+void RequirePlace(const Element& element) {
+  Require(element.CanBeChanged(), "the element stands in an entity's text and has no place of its own in the file");
+}
+
+void Set(Element& element, const SetAttribute& attribute) {
+  Ostrum::Attribute target = element.GetAttribute(attribute.name.utf8);
+  if (target.IsNull()) target = element.CreateAttribute(attribute.name.utf8);
+  static_cast<Ostrum::Value>(target).Set(attribute.value.utf8);
+}
+
+Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
   // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
   // key.
-  key.Prepare();
-  Element& child = current->AddElementInto(RequireXmlName(name.c_str()));
+  if (key != nullptr) key->Prepare();
+  Element& child = parent.AddElementInto(step.name.utf8);
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
   }
-  key.Enter(child, true);
-  return &child;
+  if (key != nullptr) key->Enter(child, true);
+  return child;
 }
 
-void SetWalk::SetAttribute(const std::string& name, const std::string& value) {
-  const std::string utf8Name = RequireXmlName(name.c_str());
-  const std::string utf8Value = RequireXmlText(value.c_str());
-  Attribute attribute = current->GetAttribute(utf8Name);
-  if (attribute.IsNull()) attribute = current->CreateAttribute(utf8Name);
-  if (!attribute.IsNull()) static_cast<Value>(attribute).Set(utf8Value);
-
-  if (key.IsEmpty()) return; // the root has its entry
-  for (const std::string_view part :
-       {std::string_view("&"), std::string_view(name), std::string_view("="), std::string_view(value)})
+void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap::KeyChain& key) {
+  for (const std::string_view part : {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
     key.Append(part);
+  }
   key.Prepare();
-  key.Enter(*current, false);
+  key.Enter(element, false);
 }
 
-void SetWalk::SetText(const std::string& text) { static_cast<Value>(*current).Set(text); }
+} // namespace
+
+SetWalk::SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild)
+    : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
+  Element* element = found.front();
+  for (std::size_t i = 1; i < request.steps.size(); ++i) {
+    element = findChild(element, request.steps[i]);
+    if (element != nullptr) found.push_back(element);
+  }
+  Check();
+}
+
+void SetWalk::Check() const {
+  constexpr const char* folded = "the attribute's declared type would fold the value's blanks";
+  const std::vector<SetStep>& steps = request.steps;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const Element* const element = i < found.size() ? found[i] : nullptr;
+    if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
+    for (const SetAttribute& each : steps[i].attributes) {
+      const std::string& name = each.name.utf8;
+      Require(element != nullptr ? element->CanHold(name, each.value.utf8)
+                                 : document.CanHold(steps[i].name.utf8, name, each.value.utf8),
+              folded);
+    }
+  }
+  const bool makesChild = found.size() < steps.size();
+  if (makesChild || request.text) RequirePlace(*found.back());
+  if (!makesChild && request.text) {
+    Require(found.back()->TextCanBeReplaced(), "an entity that holds elements is referred to in the text");
+  }
+}
+
+void SetWalk::CarryOut(ElementMap::KeyChain* key) const {
+  Element* current = nullptr;
+  for (std::size_t i = 0; i < request.steps.size(); ++i) {
+    const SetStep& step = request.steps[i];
+    const bool hasKey = key != nullptr && i > 0; // the root has its entry
+    if (hasKey && !key->IsEmpty()) key->Append("\\");
+    if (hasKey) key->Append(step.name.given);
+    current = i < found.size() ? found[i] : &Add(*current, step, key);
+    for (const SetAttribute& attribute : step.attributes) {
+      Set(*current, attribute);
+      if (hasKey) EnterAttribute(attribute, *current, *key);
+    }
+  }
+  if (request.text) static_cast<Ostrum::Value>(*current).Set(*request.text);
+}
+
+// A search that failed may have missed a child: it must not lead to a second.
+Element* FindLogged(Element* parent, const SetStep& step) {
+  TraceCuts(step);
+  // In an element without children the search would take the element itself.
+  if (parent == nullptr || parent->Begin() == parent->End()) return nullptr;
+  SearchEnd end = SearchEnd::Failed;
+  Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &end);
+  if (end == SearchEnd::OutOfMemory) throw std::bad_alloc();
+  if (end == SearchEnd::Failed) throw std::runtime_error("the search failed");
+  return end == SearchEnd::Found ? child : nullptr;
+}
+
+Element* FindSilently(Element* parent, const SetStep& step) {
+  if (parent == nullptr) return nullptr;
+  Element& child = parent->NthChild(Ostrum::NameMatch::Prefix, step.name.utf8, 1);
+  return child.IsNull() ? nullptr : &child;
+}

@@ -1,35 +1,37 @@
 #ifndef TARVIK_ITEMS_SET_WALK_H
 #define TARVIK_ITEMS_SET_WALK_H
 
-#include <string>
+#include <vector>
 
-#include "items/path_steps.h"
-#include "registry/record.h"
+#include "items/set_request.h"
 
-// Walks from the root to the element that a path names, making what is missing, and enters what it makes into the
-// element map under the path that led there. Every function throws std::bad_alloc, or std::runtime_error or
-// std::invalid_argument when the document library refuses; what was done before stays.
+// Carries a request out on a document: goes from the root to the element that it names, taking at each step the first child
+// whose name begins with the step's, and makes what is missing.
 class SetWalk {
  public:
-  // mostKeyLength: of the path with all its attribute parts.
-  SetWalk(XmlFileRecord& record, std::size_t mostKeyLength)
-      : record(record), current(&record.document->GetRoot()), key(*record.elementMap, mostKeyLength) {}
+  // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
+  using FindChild = Ostrum::Element* (*)(Ostrum::Element* parent, const SetStep& step);
 
-  // Goes on to the first child whose name begins with the component's, made if there is none, and sets its attribute
-  // part.
-  void Enter(const PathStep& step);
-  // Sets the attribute of the element reached.
-  void SetAttribute(const std::string& name, const std::string& value);
-  // Sets the text of the element reached.
-  void SetText(const std::string& text);
+  // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
+  // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
+  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild);
+
+  // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
+  // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
+  // done before stays. Call once.
+  void CarryOut(ElementMap::KeyChain* key) const;
 
  private:
-  Ostrum::Element* FindChild(const std::string& name) const;
-  Ostrum::Element* AddChild(const std::string& name);
+  void Check() const;
 
-  XmlFileRecord& record;
-  Ostrum::Element* current;
-  ElementMap::KeyChain key; // of the element reached; empty for the root
+  const SetRequest& request;
+  Ostrum::Document& document;
+  std::vector<Ostrum::Element*> found; // of the first steps, the root at least
 };
+
+// Finds as callers see it: logs what a path search logs.
+Ostrum::Element* FindLogged(Ostrum::Element* parent, const SetStep& step);
+// Finds the same, and logs nothing.
+Ostrum::Element* FindSilently(Ostrum::Element* parent, const SetStep& step);
 
 #endif

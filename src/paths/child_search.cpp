@@ -49,7 +49,7 @@ Element* Walk(const Element& parent, NameMatch match, std::string_view text, IsW
 
 // Whether comparing the names in UTF-8 tells the same, without a line to log.
 bool CanCompareInUtf8(const Element& parent, std::string_view text) {
-  return AllTextPasses() || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
+  return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
 }
 
 Element* NullIfNone(Element& element) noexcept { return element.IsNull() ? nullptr : &element; }
@@ -73,7 +73,7 @@ Element* FindNthChildWithAttribute(const Element& parent, std::string_view name,
 
 Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBegin, const char* attributeName,
                                  std::string_view valueBegin) {
-  if (AllTextPasses() && Ostrum::IsUtf8(attributeName)) {
+  if (DocumentPasses(parent) && PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName)) {
     return NullIfNone(parent.FirstChildWithValue(nameBegin, attributeName, valueBegin));
   }
   std::optional<DocumentText> attribute;

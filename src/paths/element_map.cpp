@@ -14,11 +14,12 @@ std::size_t ElementMap::SlotOf(std::string_view key, std::uint32_t hashed) const
 }
 
 ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
-  if (last != 0 && entries[last - 1].key == key) return {entries[last - 1].reference.element, entries[last - 1].hash};
+  std::uint32_t& seen = RecentSlot(key);
+  if (seen != 0 && entries[seen - 1].key == key) return {entries[seen - 1].reference.element, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
-  const std::size_t position = slots.empty() ? 0 : slots[SlotOf(key, hashed)];
+  const std::uint32_t position = slots.empty() ? 0 : slots[SlotOf(key, hashed)];
   if (position == 0) return {nullptr, hashed};
-  last = position;
+  seen = position;
   return {entries[position - 1].reference.element, hashed};
 }
 
@@ -30,8 +31,15 @@ void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Elemen
 }
 
 void ElementMap::Publish(Entry& entry) noexcept {
-  last = entries.size();
-  slots[SlotOf(entry.key, entry.hash)] = static_cast<std::uint32_t>(last);
+  const auto position = static_cast<std::uint32_t>(entries.size());
+  slots[SlotOf(entry.key, entry.hash)] = RecentSlot(entry.key) = position;
+}
+
+std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
+  if (key.size() < 2) return recent[0];
+  const auto lastByte = static_cast<unsigned char>(key.back());
+  const auto byteBefore = static_cast<unsigned char>(key[key.size() - 2]);
+  return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
 }
 
 void ElementMap::Grow() {

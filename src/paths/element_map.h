@@ -2,6 +2,7 @@
 #ifndef TARVIK_PATHS_ELEMENT_MAP_H
 #define TARVIK_PATHS_ELEMENT_MAP_H
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -51,6 +52,7 @@ class ElementMap {
   };
 
   std::size_t SlotOf(std::string_view key, std::uint32_t hashed) const noexcept;
+  std::uint32_t& RecentSlot(std::string_view key) noexcept;
   void Publish(Entry& entry) noexcept;
   void Grow();
   char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
@@ -59,8 +61,10 @@ class ElementMap {
   std::pmr::monotonic_buffer_resource texts; // of the keys
   std::deque<Entry> entries;
   std::vector<std::uint32_t>
-      slots;            // positions in entries, from 1, by open addressing; 0 is free; at most three quarters full
-  std::size_t last = 0; // position found last, from 1: a group is opened and then read item by item
+      slots; // positions in entries, from 1, by open addressing; 0 is free; at most three quarters full
+  // Positions found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
+  // last bytes: most searches end here, without hashing.
+  std::array<std::uint32_t, 16> recent{};
 };
 
 // The keys of one set, each of which begins with the one before. They share one text, and each costs what it adds to the last.

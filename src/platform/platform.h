@@ -1,5 +1,5 @@
 // What every system must supply: the contract of the platform layer. Each system has its own implementation in a folder
-// beside this header (posix/, windows/), and the build picks one. Nothing here logs.
+// beside this header (posix/, windows/), and the build picks one. Files are in a header of their own. Nothing here logs.
 #ifndef TARVIK_PLATFORM_PLATFORM_H
 #define TARVIK_PLATFORM_PLATFORM_H
 
@@ -70,26 +70,6 @@ void PreferLargePages(void* memory, std::size_t size) noexcept;
 // instead of returning it to the system page by page.
 void ExpectLargeAllocations() noexcept;
 
-// Files
-
-enum class ReadStatus {
-  Done,
-  Missing,    // no file of that name
-  Unreadable, // permission, a folder or another thing that is no regular file, an I/O error
-  TooLong,    // more bytes than the limit
-};
-
-// Reads the whole file into bytes. A file that changes its size meanwhile gives what was read until its end.
-// Throws std::bad_alloc; bytes is then of unspecified content.
-ReadStatus ReadWholeFile(const wchar_t* name, std::size_t limit, std::string& bytes);
-
-// Replaces the content of the file in one step: at any moment the file holds the old bytes or the new ones, whole. The
-// new bytes go to a temporary file in the same folder, are flushed to the disk, take over the old file's permissions
-// and replace it by a rename; a symbolic link is followed. A file that is marked read-only is refused.
-// Throws std::runtime_error (with the system's reason) or std::bad_alloc; the old file is then whole and no temporary
-// file stays.
-void ReplaceWholeFile(const wchar_t* name, std::string_view bytes);
-
 // Authenticated encryption: AES-256-GCM
 
 inline constexpr std::size_t cipherKeySize = 32;
@@ -99,13 +79,15 @@ inline constexpr std::size_t cipherTagSize = 16;
 // Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
 bool FillRandom(void* target, std::size_t size) noexcept;
 
-// Writes size bytes of ciphertext and the tag. header is authenticated, not enciphered. False on failure.
-bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) noexcept;
+// Both throw std::bad_alloc, which is all that can go wrong with the cipher itself: it depends on no configuration.
+//
+// Writes size bytes of ciphertext and the tag. header is authenticated, not encrypted.
+void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
+                std::uint8_t* cipher, std::uint8_t* tag);
 // Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without
 // meaning.
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) noexcept;
+                const std::uint8_t* tag, std::uint8_t* plain);
 
 } // namespace platform
 

@@ -45,18 +45,23 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
   }
 }
 
-std::uint32_t ReadText(const char* name, std::uint32_t askedEncoding, bool encrypted, std::string& text) {
-  Ostrum::UTF_ENCODINGS encoding;
-  GetXMLEncoding(askedEncoding, encoding);
+// Null where the name can't be converted.
+std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
   const WideText wideName(ConvertToUnicode(name));
   if (wideName == nullptr) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
-    return XmlFailure;
+    return nullptr;
   }
+  using corekit::KCryptWrap;
+  return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName.get()),
+                                                encrypted ? &KCryptWrap::decrypt_data : nullptr,
+                                                encrypted ? &KCryptWrap::encrypt_data : nullptr);
+}
 
+std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, Ostrum::UTF_ENCODINGS encoding,
+                       std::string& text) {
   unsigned long byteCount = 0;
-  const Ostrum::ByteFilter decrypt = encrypted ? &corekit::KCryptWrap::decrypt_data : nullptr;
-  const long result = Ostrum::ReadBufferFromFileNoExp(wideName.get(), text, encoding, byteCount, decrypt);
+  const long result = file.ReadBufferFromFileNoExp(text, encoding, byteCount);
   if (result >= 0) return XmlSuccess;
   LogDetail(L"Failed to open ", name, L":  ", result);
   return CodeOfReadResult(result);
@@ -85,10 +90,14 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   return XmlSuccess;
 }
 
-std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding, std::int32_t encrypted,
+std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t askedEncoding, std::int32_t encrypted,
                        std::uint32_t& cookie) {
+  Ostrum::UTF_ENCODINGS encoding;
+  GetXMLEncoding(askedEncoding, encoding);
+  std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
+  if (file == nullptr) return XmlFailure;
   std::string text;
-  std::uint32_t code = ReadText(name, encoding, encrypted != 0, text);
+  std::uint32_t code = ReadText(*file, name, encoding, text);
   if (code != XmlSuccess) return code;
 
   OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))));
@@ -96,6 +105,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
     LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
     return XmlOutOfMemory;
   }
+  record->file = file.release();
   record->encrypted = encrypted;
   code = ParseInto(*record, name, std::move(text));
   if (code == XmlSuccess) code = MakeElementMap(*record, name);

@@ -7,7 +7,8 @@ void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
   try {
     delete record->elementMap;
-    delete record->document; // last, since the references lead into it
+    delete record->document; // after the map, whose references lead into it
+    delete record->file;
   } catch (...) {
     LogDetail(L"Unknown exception thrown while releasing memory from the map.");
   }

@@ -3,7 +3,10 @@
 #include "host/ostrumxml/utf8.h"
 #include "platform/platform.h"
 
-bool AllTextPasses() noexcept { return platform::CurrentPlainText() == platform::PlainText::Utf8; }
+bool DocumentPasses(const Ostrum::Element& element) noexcept {
+  const platform::PlainText plain = platform::CurrentPlainText();
+  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && element.DocumentIsAscii());
+}
 
 bool PassesAsItIs(std::string_view documentText) noexcept {
   const platform::PlainText plain = platform::CurrentPlainText();

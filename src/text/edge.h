@@ -6,13 +6,14 @@
 #include <string>
 #include <string_view>
 
+#include "host/ostrumxml/node.h"
 #include "text/convert.h"
 
 // Whether the text means the same on both sides, so that it needs no conversion: all valid text where the locale is in UTF-8,
 // plain ASCII in nearly every other. REQUIRES of a document's text: it is valid UTF-8.
 bool PassesAsItIs(std::string_view documentText) noexcept;
-// True where that holds for all of a document's text.
-bool AllTextPasses() noexcept;
+// Whether that holds for all of the text of the element's document.
+bool DocumentPasses(const Ostrum::Element& element) noexcept;
 
 // A document's text in the caller's character set, for the length of a scope.
 class LocaleText {

@@ -1,12 +1,21 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "corekit/corekit.h"
+#include "support/temp_folder.h"
 
 namespace {
 
 using corekit::KCryptWrap;
+
+// A setup of the host's that takes every cipher out of OpenSSL must not reach ours. It is read before the first use.
+const TempFolder setupFolder;
+std::string setup = "OPENSSL_CONF=" + setupFolder.Write("openssl.cnf",
+                                                        "openssl_conf=a\n[a]\nproviders=b\n[b]\nnull=c\n"
+                                                        "[c]\nactivate=1\n");
+[[maybe_unused]] const int isSetUp = putenv(setup.data());
 
 bool Refuses(std::string file) { return !KCryptWrap::decrypt_data(file, file) && file.empty(); }
 

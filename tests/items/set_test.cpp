@@ -123,23 +123,31 @@ TEST(SetItem, LogsItsWalk) {
                 "error: Failed to get the xml representation for the xml with id " + unknown}));
 }
 
-// Every one names an element that is missing first, which must not be made.
+// Nearly every one names an element that is missing first, which must not be made.
 TEST(SetItem, RefusesBeforeItChangesAnything) {
   const LocaleGuard locale(multibyteLocale);
-  const TestDocument document("<R><A>1</A></R>");
+  const std::string bytes =
+      "<!DOCTYPE R [<!ENTITY e '<E>1</E>'><!ATTLIST A k NMTOKENS #IMPLIED><!ATTLIST M k ID "
+      "#IMPLIED>]>\n<R><A>1</A><B>&e;</B></R>";
+  const TestDocument document(bytes);
   LogLines log;
   const auto expectRefusal = [&](const char* path, const char* item, const char* type, const char* value) {
     SCOPED_TRACE(testing::PrintToString(path) + testing::PrintToString(item) + testing::PrintToString(value));
     EXPECT_EQ(SetXMLItem(document.list, document.cookie, path, item, type, value), 34U);
-    EXPECT_EQ(log.Take().back(), "error: Unknown error while setting xml");
-    ASSERT_EQ(document.Save(), 0U);
-    EXPECT_EQ(document.Bytes(), "<R><A>1</A></R>");
+    const std::vector<std::string> lines = log.Take();
+    EXPECT_EQ(lines.back(), "error: Unknown error while setting xml");
+    EXPECT_EQ(document.Save(), 0U);
+    EXPECT_EQ(document.Bytes(), bytes);
+    return lines.size() < 2 ? std::string() : lines[lines.size() - 2];
   };
-  for (const char* path : {"N\\\\A", "\\N", "N\\", "N\\&k=v", "R\\\\N", "N\\1", "N\\A&k=\x02", "N\\\xFF"}) {
-    expectRefusal(path, "B", element, "v");
+  constexpr const char* noElement = "error: Failed to add element to parent node. Cannot continue";
+  for (const char* path : {"N\\\\A", "\\N", "N\\", "N\\&k=v", "R\\\\N", "N\\1"}) {
+    EXPECT_EQ(expectRefusal(path, "B", element, "v"), noElement);
   }
+  for (const char* path : {"N\\A&k=\x02", "N\\\xFF"}) expectRefusal(path, "B", element, "v");
   for (const char* path : {"\\", "N\\A\\"}) expectRefusal(path, "k", attribute, "v");
-  for (const char* item : {"", "&k=v", "a b", "A&1=v", "\xFF"}) expectRefusal("N", item, element, "v");
+  for (const char* item : {"", "&k=v", "a b"}) EXPECT_EQ(expectRefusal("N", item, element, "v"), noElement);
+  for (const char* item : {"A&1=v", "\xFF"}) expectRefusal("N", item, element, "v");
   for (const char* item : {"a=b", "a\\b", "1", "\xFF"}) expectRefusal("N", item, attribute, "v");
   for (const char* value : {"a\x01z", "\xFF"}) expectRefusal("N", "B", element, value);
   for (const char* value : {"a\x01z", "\xFF"}) expectRefusal("N", "k", attribute, value);
@@ -149,6 +157,17 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   expectRefusal("N", nullptr, element, "v");
   expectRefusal("N", "B", nullptr, "v");
   expectRefusal("N", "B", element, nullptr);
+
+  // What the document type would fold, on elements that are there and on new ones; what has no place of its own in the file.
+  for (const char* path : {"A&k= v", "A&k=v  w\\N", "N\\A&k=v ", "A\\M&k=v "}) {
+    EXPECT_NE(expectRefusal(path, "N", element, "v").find("ostrumxml: "), std::string::npos);
+  }
+  for (const char* path : {"A", "N\\M"}) expectRefusal(path, "k", attribute, " v");
+  for (const char* item : {"E", "N"}) expectRefusal("B\\E", item, element, "v");
+  EXPECT_NE(expectRefusal("B\\E", "k", attribute, "v").find("ostrumxml: "), std::string::npos);
+  for (const char* item : {"E", "E&k=v"}) expectRefusal("B", item, element, "v");
+  expectRefusal("", "B", element, "v");
+  EXPECT_EQ(SetXMLItem(document.list, document.cookie, "B\\E", "", "", ""), 0U) << "nothing is set there";
 }
 
 } // namespace

@@ -5,17 +5,7 @@
 
 namespace {
 
-std::string Utf16(std::u16string_view text, bool bigEndian) {
-  std::string bytes;
-  for (const char16_t unit : text) {
-    const char high = static_cast<char>(unit >> 8), low = static_cast<char>(unit & 0xFF);
-    bytes += bigEndian ? std::string{high, low} : std::string{low, high};
-  }
-  return bytes;
-}
-
 TEST(Parse, ReadsValuesAsXmlMeansThem) {
-  const std::u16string_view marked = u"\xFEFF<?xml version='1.0' encoding='utf-16'?><r>\u00E9\U0001F600</r>";
   const struct {
     std::string bytes, text; // of the root
     const char* attribute = "(none)";
@@ -31,16 +21,11 @@ TEST(Parse, ReadsValuesAsXmlMeansThem) {
       // What only the document type tells.
       {"<!DOCTYPE r [<!ENTITY e 'E&#38;f;'><!ENTITY f '&lt;F'>]><r a='1&e;'>x&e;y</r>", "xE<Fy", "1E<F"},
       {"<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>&e;z&#65;<![CDATA[&e;]]></r>", "zA&e;"},
+      {"<!DOCTYPE r [<!ENTITY % p \"<!ENTITY e 'told'>\">%p;]><r>&e;</r>", "told"},
       {"<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'>]><r/>", "", "first"},
       {"<!DOCTYPE r [<!ATTLIST r a NMTOKENS #IMPLIED>]><r a='  b \n c '/>", "", "b c"},
       {"<!DOCTYPE r [<!ATTLIST r a CDATA #IMPLIED><!ATTLIST s a CDATA 'no'>]><r/>", ""},
-      // Encodings
       {"\xEF\xBB\xBF<r>\xC3\xA9</r>", "\xC3\xA9"},
-      {"<?xml version='1.0' encoding='ISO-8859-1' ?><r>\xE9</r>", "\xC3\xA9"},
-      {"<?xml version='1.0' encoding=\"us-ascii\"?><r>&#233;</r>", "\xC3\xA9"},
-      {Utf16(marked, true), "\xC3\xA9\xF0\x9F\x98\x80"},
-      {Utf16(marked, false), "\xC3\xA9\xF0\x9F\x98\x80"},
-      {Utf16(u"\xFEFF<r>1</r>", false), "1"},
   };
   for (const auto& [bytes, text, attribute] : cases) {
     const Parsed parsed(bytes);
@@ -64,33 +49,20 @@ TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
 }
 
 TEST(Parse, RefusesWithPlaceAndReason) {
-  const std::string encoding; // which the reader refuses, before there is anything to parse
   const std::pair<std::string, std::string> cases[] = {
       {"plain text", "1:1: syntax error"},
       {"<r>\n  <a></b>\n</r>", "2:8: mismatched tag"},
       {"<r a='1' a='2'/>", "1:10: duplicate attribute"},
       {"<r>\xC3\xA9&nowhere;</r>", "1:5: undefined entity"},
       {"<r>\x01</r>", "1:4: not well-formed (invalid token)"},
-      {Utf16(u"\xFEFF<?xml version='1.0' encoding='UTF-16LE'?><r/>", true), encoding},
-      {Utf16(u"<r/>", false), encoding},
-      {Utf16(u"\xFEFF<r>\xD83D</r>", false), encoding},
-      {Utf16(u"\xFEFF<r>\xDE00</r>", false), encoding},
-      {Utf16(u"\xFEFF<r/>", false) + " ", encoding},
-      {std::string("\xFF\xFE\0\0<\0\0\0", 8), encoding},
-      {"<?xml version='1.0' encoding='us-ascii'?><r>\xC3\xA9</r>", encoding},
-      {"\xEF\xBB\xBF<?xml version='1.0' encoding='ISO-8859-1'?><r/>", encoding},
-      {"<r>\xC0\x80</r>", encoding},
-      {"<r>\xED\xA0\x80</r>", encoding},
-      {"<r>\xF4\x90\x80\x80</r>", encoding},
-      {"<r>\xE6\x97", encoding},
   };
   for (const auto& [bytes, line] : cases) {
     LogLines log;
     const Parsed parsed(bytes);
     EXPECT_EQ(parsed.document, nullptr);
-    EXPECT_EQ(parsed.result, line == encoding ? Ostrum::ReadBadEncoding : Ostrum::ReadDone) << bytes;
-    EXPECT_EQ(parsed.error != 0, line != encoding);
-    EXPECT_EQ(testing::PrintToString(log.Take()), line == encoding ? "{}" : "{ \"ostrumxml: " + line + "\" }");
+    EXPECT_EQ(parsed.result, Ostrum::ReadDone);
+    EXPECT_NE(parsed.error, 0);
+    EXPECT_EQ(testing::PrintToString(log.Take()), "{ \"ostrumxml: " + line + "\" }");
   }
 }
 

@@ -16,7 +16,7 @@ struct Parsed {
     auto encoding = Ostrum::UTF_8;
     unsigned long byteCount = 0;
     std::string text;
-    result = Ostrum::ReadBufferFromFileNoExp(file.wstring().c_str(), text, encoding, byteCount, nullptr);
+    result = Ostrum::DocumentFile(file, nullptr, nullptr).ReadBufferFromFileNoExp(text, encoding, byteCount);
     const auto length = static_cast<int>(text.size());
     if (result == Ostrum::ReadDone) document.reset(Ostrum::ParseXML(std::move(text), length, error, line, column));
   }

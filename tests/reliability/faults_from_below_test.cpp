@@ -1,7 +1,6 @@
-// Whatever the document library or a conversion throws, wherever, and whatever fails of the disk: no exception leaves a
-// function, the code and the line are the promised ones, the file stays whole, and the same call works the next time.
+// Whatever the document library or a conversion throws, wherever: no exception leaves a function, the code and the line are
+// the promised ones, the file stays whole, and the same call works the next time.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/parse.h"
@@ -14,13 +13,10 @@ namespace {
 
 std::string_view failingPlace; // fails once
 enum Kind { BadAlloc, RuntimeError, Number } thrown;
-std::size_t longestTransfer = SIZE_MAX;
-std::string shrinking; // this file is cut in half before it is first read
 
 bool Fails(std::string_view place) {
   if (place != failingPlace) return false;
   failingPlace = {};
-  errno = EIO;
   return true;
 }
 
@@ -32,26 +28,6 @@ void ThrowIfWanted(std::string_view place) {
 }
 
 } // namespace
-
-extern "C" {
-ssize_t __real_read(int file, void* bytes, std::size_t size);
-ssize_t __real_write(int file, const void* bytes, std::size_t size);
-int __real_fsync(int file);
-int __real_rename(const char* from, const char* to);
-
-ssize_t __wrap_read(int file, void* bytes, std::size_t size) {
-  if (!shrinking.empty()) std::filesystem::resize_file(shrinking, std::filesystem::file_size(shrinking) / 2);
-  shrinking.clear();
-  return Fails("read") ? -1 : __real_read(file, bytes, std::min(size, longestTransfer));
-}
-ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
-  // The disk fills up: some bytes still find room.
-  if (failingPlace == "write" && size > 1) return __real_write(file, bytes, size / 2);
-  return Fails("write") ? -1 : __real_write(file, bytes, std::min(size, longestTransfer));
-}
-int __wrap_fsync(int file) { return Fails("fsync") ? -1 : __real_fsync(file); }
-int __wrap_rename(const char* from, const char* to) { return Fails("rename") ? -1 : __real_rename(from, to); }
-}
 
 // The linker leads each call here first; the build reads the names, each on a line of its own, from here. A member function
 // is called as a function whose first argument is the object.
@@ -117,10 +93,6 @@ const struct {
   const char* line = nullptr; // that has this in it; null: of a set, which tells a lack of memory from the rest
   std::uint32_t code = 34;
 } promises[] = {
-    {"read", OpenAnew, "Failed to open ", 42},
-    {"write", SetA, setFailed},
-    {"fsync", SetA, setFailed},
-    {"rename", SetA, setFailed},
     {"ParseXML", OpenAnew, notOpened},
     {"ConvertName", OpenAnew, notOpened},
     {"ConvertName", [](Opened d) { return OpenGroup(d, "B"); },
@@ -158,25 +130,6 @@ TEST(FaultsFromBelow, EndInThePromisedCodeAndLine) {
       EXPECT_EQ(call(document), 0U);
       EXPECT_EQ(document.Bytes() != bytes, line == nullptr || line == setFailed); // what a set failed to do is done
     }
-  }
-}
-
-TEST(FaultsFromBelow, ShortTransfersAreNoneAndHalfAFileIsRefused) {
-  for (const std::int32_t encrypted : {0, 1}) {
-    std::string bytes = "<Root><A>1</A></Root>";
-    if (encrypted != 0) corekit::KCryptWrap::encrypt_data(bytes, bytes);
-    TestDocument document(bytes, encrypted);
-    longestTransfer = 3;
-    EXPECT_EQ(document.SetText("", "A", "a longer text"), 0U);
-    document.Reopen();
-    longestTransfer = SIZE_MAX;
-    EXPECT_EQ(document.Text("Root", "A"), "a longer text");
-
-    EndXMLList(&document.list);
-    InitXMLList(&document.list);
-    shrinking = document.Name();
-    // Half a document is not well-formed; the cipher already refuses half of what it made.
-    EXPECT_EQ(OpenXML(document.list, shrinking.c_str(), 4, encrypted, &document.cookie), encrypted != 0 ? 43U : 1U);
   }
 }
 

@@ -58,7 +58,8 @@ namespace {
 
 constexpr std::uint32_t thrown = 1'000; // in place of a code: the exception that a query may let pass
 
-const std::string status = "<SiteStatus Status='Enabled' CatalogVersion='version-20240131120000'/>";
+const std::string status = "<?xml version='1.0' encoding='GBK'?>" // which is converted
+                           "<SiteStatus Status='Enabled' CatalogVersion='version-20240131120000'/>";
 const std::string catalog = R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
 <Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
   <ProductDetection Branch="A-BRANCH-OF-SOME-LENGTH"><PlatformID>ANY-PLATFORM-AT-ALL</PlatformID></ProductDetection>
@@ -106,8 +107,6 @@ class Sweep {
   // One call of the library with the allocations that may fail, and again if it failed.
   void Step(std::vector<std::uint32_t> failures, auto call) {
     SCOPED_TRACE(testing::Message() << "step " << ++step);
-    // The cipher says only that it did not do its work, never why.
-    if (encrypted && !failures.empty()) failures.insert(failures.end(), {34, 43});
     const auto mayGive = [&](std::uint32_t code) { return std::ranges::count(failures, code) > 0; };
     const bool firedBefore = fault.fired;
     std::uint32_t code = Armed(call);

@@ -26,6 +26,8 @@ class TestDocument {
     if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
   }
   std::string Bytes() const { return folder.Read(fileName); }
+  // As another program would.
+  void Write(std::string_view bytes) const { folder.Write(fileName, bytes); }
   std::string Name() const { return folder.Name(fileName); }
   std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
 

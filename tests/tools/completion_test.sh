@@ -14,9 +14,26 @@ expect() {
   _tarvik tarvik "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
   [[ ${COMPREPLY[*]:-} == "$wanted" && ( -n $wanted || ${#COMPREPLY[@]} == 0 ) ]] || { echo "tarvik $*: ${COMPREPLY[*]:-}"; exit 1; }
 }
-expect 'get list set status detect files match' ''
+expect 'get list set check status detect files match help' ''
 expect 'set status' s
+expect 'get' help g
 expect catalog.xml files --key-file key cat
+expect catalog.xml list --depth 2 --values cat
+expect catalog.xml get --attribute Branch cat
+expect catalog.xml set --attribute --dry-run cat
+expect catalog.xml set -- cat
 expect '' get catalog.xml Prod
+expect '' list --depth ''
+expect '' get --attribute ''
 expect '--attribute --all' get catalog.xml --a
+expect '--encrypted --existing' set --e
+expect '--dry-run' set catalog.xml Network Timeout 5 --d
 expect '' status --dep
+
+# Every option that the help names is offered, and no other.
+for name in get list set check status detect files match; do
+  COMP_WORDS=(tarvik "$name" -) COMP_CWORD=2
+  _tarvik tarvik - $name
+  diff <(printf '%s\n' "${COMPREPLY[@]}" | sort) \
+    <(grep '^  -' "../tools/help/$name.txt" | sed -E 's/^  (-[a-z], )?(--?[a-z-]+).*/\2/' | sort) || { echo "$name"; exit 1; }
+done

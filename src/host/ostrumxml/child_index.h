@@ -60,6 +60,10 @@ class ChildIndex {
   Numbers byName;         // by name, those of one name in document order
   std::deque<List> lists; // the latest last
   bool namesAreAscii = true;
+  // What was searched last, since children are enumerated, and where it lies in byName.
+  std::optional<std::string> lastText;
+  NameMatch lastMatch{};
+  Range lastRange;
 };
 
 } // namespace Ostrum

@@ -16,6 +16,7 @@
 #include "host/ostrumxml/markup.h"
 #include "host/ostrumxml/name_table.h"
 #include "host/ostrumxml/node.h"
+#include "host/ostrumxml/utf8.h"
 
 namespace Ostrum {
 
@@ -62,6 +63,11 @@ struct Content {
     return static_cast<std::uint32_t>(part.data() - source.data());
   }
 
+  bool IsAsciiOnly() const noexcept;
+  void NoteSet(std::string_view text) noexcept {
+    if (!IsAscii(text)) isAscii = false;
+  }
+
   ElementChange& ChangeOf(Element& element); // made where there is none
   const ElementChange* FindChange(const Element& element) const;
   const AttributeDeclarations* FindDeclarations(std::string_view elementName) const;
@@ -83,6 +89,8 @@ struct Content {
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // the general ones whose text is known
   bool hasElementsFromEntities = false;
+  // Whether all that the source means is plain ASCII, once asked for; false once something else was set.
+  mutable std::optional<bool> isAscii;
   std::uint64_t attributesSet = 0; // calls that set an attribute
   // Made when they are first asked for, and no part of what the document says.
   std::unordered_map<const Element*, ChildIndex> childIndexes;

@@ -20,6 +20,8 @@ ExpatParser::ExpatParser() {
   const XML_Memory_Handling_Suite memory{Allocate, Reallocate, Free};
   parser.reset(XML_ParserCreate_MM("UTF-8", &memory, nullptr));
   if (!parser) throw std::bad_alloc();
+  // Without this the parser would skip the parameter entities of the document itself, and with them what they declare.
+  XML_SetParamEntityParsing(parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
 }
 
 XML_Status ExpatParser::Feed(std::string_view bytes, bool last) noexcept {

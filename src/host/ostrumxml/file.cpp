@@ -3,20 +3,34 @@
 #include <climits>
 #include <new>
 #include <stdexcept>
-#include <system_error>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/file_text.h"
+#include "host/ostrumxml/decode.h"
+#include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 
 namespace Ostrum {
 namespace {
 
-long Read(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount,
-          ByteFilter decrypt) {
+void Log(const wchar_t* line) noexcept { corekit::logDetail(L"ostrumxml", line); }
+
+} // namespace
+
+long DocumentFile::ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
+                                           unsigned long& byteCount) noexcept {
+  try {
+    return Read(text, encoding, byteCount);
+  } catch (const std::bad_alloc&) {
+    return ReadNoMemory;
+  } catch (...) {
+    return ReadFailed;
+  }
+}
+
+long DocumentFile::Read(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) {
   platform::ExpectLargeAllocations();
   std::string bytes;
-  switch (platform::ReadWholeFile(fileName, INT_MAX, bytes)) {
+  switch (platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen)) {
     case platform::ReadStatus::Done:
       break;
     case platform::ReadStatus::Missing:
@@ -27,50 +41,91 @@ long Read(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding, u
       return ReadTooLong;
   }
   byteCount = static_cast<unsigned long>(bytes.size());
+  return Decode(std::move(bytes), text, encoding);
+}
 
-  if (decrypt != nullptr) {
-    std::string plain;
-    if (!decrypt(bytes, plain)) return ReadRefused;
-    bytes = std::move(plain);
-  }
+long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const {
+  if (decrypt != nullptr && !decrypt(bytes, bytes)) return ReadRefused;
   std::string decoded;
-  if (!DecodeFile(std::move(bytes), decoded, encoding)) return ReadBadEncoding;
-  if (decoded.size() > INT_MAX) return ReadTooLong; // one byte a character became two or three
+  if (const auto failure = DecodeFile(std::move(bytes), decoded, encoding)) {
+    Log(corekit::KString(failure->reason.c_str()));
+    return ReadBadEncoding;
+  }
+  if (decoded.size() > INT_MAX) return ReadTooLong; // the text can be longer than the file
   text = std::move(decoded);
   return ReadDone;
 }
 
-// The system's reason would be lost to whoever only learns that the save failed.
-void Replace(const wchar_t* fileName, const std::string& bytes) {
-  try {
-    platform::ReplaceWholeFile(fileName, bytes);
-  } catch (const std::system_error& failure) {
-    corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
-    throw;
+void DocumentFile::Await(Change change) {
+  waiting.reserve(waiting.size() + 1);
+  // A program that goes on setting an item of a file that can't be written must not fill the memory.
+  std::erase_if(waiting, [&](const Change& earlier) { return earlier.target == change.target; });
+  waiting.push_back(std::move(change));
+}
+
+void DocumentFile::Save(Document& document) {
+  const std::string own = document.GenerateXML(false);
+  for (;;) {
+    platform::LockedFile file(name);
+    const bool isAsLeft = IsAsLeft(file);
+    const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
+    if (theirs) CarryOutOn(*theirs);
+    const std::string merged = theirs ? theirs->GenerateXML(false) : std::string();
+    const std::string& text = theirs ? merged : own;
+    std::string encrypted;
+    if (encrypt != nullptr && !encrypt(text, encrypted)) throw std::runtime_error("cannot encrypt the document");
+    // Another program may have made a file that was gone.
+    if (!file.Replace(encrypt != nullptr ? encrypted : text, lastSeen.permissions)) continue;
+
+    lastSeen = *file.State();
+    holdsOwnText = !theirs || merged == own;
+    waiting.clear();
+    if (!isAsLeft && !theirs) Log(L"The file was not well-formed any more: the document was written over it");
+    if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
+    return file.FlushFolder();
   }
 }
 
-} // namespace
-
-long ReadBufferFromFileNoExp(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding,
-                             unsigned long& byteCount, ByteFilter decrypt) noexcept {
-  try {
-    return Read(fileName, text, encoding, byteCount, decrypt);
-  } catch (const std::bad_alloc&) {
-    return ReadNoMemory;
-  } catch (...) {
-    return ReadFailed;
-  }
+// Also where there is no file any more: nothing is lost then by writing the document's own text.
+bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
+  if (!file.State()) return true;
+  return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-void WriteBufferToFile(const wchar_t* fileName, const std::string& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
-                       ByteCheck check) {
-  if (encoding != UTF_8) throw std::invalid_argument("documents are written in UTF-8 only");
-  std::string enciphered;
-  if (encrypt != nullptr && !encrypt(text, enciphered)) throw std::runtime_error("the bytes were not enciphered");
-  const std::string& bytes = encrypt != nullptr ? enciphered : text;
-  if (check != nullptr && !check(bytes)) throw std::runtime_error("the bytes were refused");
-  Replace(fileName, bytes);
+// Null where there is nothing to merge with. Throws when the file is another's; what is refused for another reason than that it
+// is not well-formed may well be a document, too.
+std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file, Document& document) const {
+  std::string bytes;
+  if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done) throw std::runtime_error("cannot read the file again");
+  if (bytes.empty()) return nullptr;
+  std::string text;
+  UTF_ENCODINGS encoding = UTF_8;
+  if (Decode(std::move(bytes), text, encoding) != ReadDone) {
+    throw std::runtime_error("the file holds by now what can't be decrypted or is no text");
+  }
+  const auto length = static_cast<int>(text.size());
+  PARSER_ERROR error = NO_PARSER_ERROR;
+  int line = 0;
+  int column = 0;
+  std::unique_ptr<Document> theirs(ParseXML(std::move(text), length, error, line, column));
+  if (error == NO_PARSER_MEMORY) throw std::bad_alloc();
+  if (IsIllFormed(error)) return nullptr;
+  if (!theirs || theirs->GetRoot().GetName() != document.GetRoot().GetName()) {
+    throw std::runtime_error("the file holds another document by now");
+  }
+  return theirs;
+}
+
+void DocumentFile::CarryOutOn(Document& theirs) const {
+  for (const Change& change : waiting) {
+    try {
+      change.carryOut(theirs);
+    } catch (const std::bad_alloc&) {
+      throw;
+    } catch (const std::exception&) {
+      if (&change == &waiting.back()) throw;
+    }
+  }
 }
 
 } // namespace Ostrum

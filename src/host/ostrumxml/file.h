@@ -2,15 +2,18 @@
 #ifndef TARVIK_HOST_OSTRUMXML_FILE_H
 #define TARVIK_HOST_OSTRUMXML_FILE_H
 
+#include <functional>
 #include <string>
+#include <vector>
 
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/encoding.h"
+#include "platform/files.h"
 
 namespace Ostrum {
 
-// Turns a file's bytes into others, on their way in or out. False refuses them.
+// Turns a file's bytes into others, on their way in or out. False refuses them. May throw std::bad_alloc.
 using ByteFilter = bool (*)(const std::string& input, std::string& output);
-using ByteCheck = bool (*)(const std::string& bytes);
 
 // Why a file was not read. 0 and above is success.
 enum ReadResult : long {
@@ -24,19 +27,53 @@ enum ReadResult : long {
   ReadTooLong = -47,     // longer than a length of type int can say
 };
 
-// Reads a whole file as text, through the decrypt filter if there is one. Understood are UTF-8 with or without byte-order
-// mark, UTF-16 with one, and US-ASCII or ISO-8859-1 when the XML declaration names them. The text comes in UTF-8, with
-// its byte-order mark if the file was in UTF-8, and its declaration, if there is one, says UTF-8.
-// encoding is not read; it receives the encoding found (UTF_8, UTF_16B, UTF_16L, US_ASCII; NO_ENCODING for ISO-8859-1, which
-// has no value here). byteCount receives the file's size in bytes. Never throws; text is only changed on success.
-long ReadBufferFromFileNoExp(const wchar_t* fileName, std::string& text, UTF_ENCODINGS& encoding,
-                             unsigned long& byteCount, ByteFilter decrypt) noexcept;
+// A change of a document that can be carried out on another document as well.
+struct Change {
+  std::string target; // equal for changes of which only the last counts
+  // Throws std::invalid_argument or std::runtime_error, having changed nothing, where the document refuses it.
+  std::function<void(Document&)> carryOut;
+};
 
-// Replaces the file's content with the text in UTF-8, through the encrypt filter if there is one, in one atomic step.
-// encoding must be UTF_8. check, when given, is asked about the final bytes and can refuse them.
-// Throws std::runtime_error when the bytes are refused or not written, std::bad_alloc; the old file is then whole.
-void WriteBufferToFile(const wchar_t* fileName, const std::string& text, UTF_ENCODINGS encoding, ByteFilter encrypt,
-                       ByteCheck check);
+// The file of one document: its whole name, and what it was like when it was last read or written. Where another program has
+// changed the file since, a save does not write the document's own text over it: the changes that have not reached the file yet
+// are carried out on what is there by then.
+class DocumentFile {
+ public:
+  // The filters may be null, for a file whose bytes are its text.
+  DocumentFile(platform::FileName fileName, ByteFilter decryptBytes, ByteFilter encryptBytes)
+      : name(std::move(fileName)), decrypt(decryptBytes), encrypt(encryptBytes) {}
+
+  // Reads the whole file as text, for the document to be parsed from. The text comes in UTF-8, with its byte-order mark if
+  // the file was in UTF-8, and its declaration, if there is one, says UTF-8.
+  // encoding is not read; it receives the encoding found (NO_ENCODING for one that has no value here). byteCount receives the
+  // file's size in bytes. Never throws; text is only changed on success.
+  long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) noexcept;
+
+  // Has the change wait for the next save. To be called before the document itself is changed, so that no change of it can be
+  // lost for a lack of memory. Throws std::bad_alloc.
+  void Await(Change change);
+
+  // Writes the document, with all that waits, to the file in one atomic step, in UTF-8. Where another program's text was there,
+  // a line under "ostrumxml" says what became of it. Throws std::bad_alloc, or an exception that says why not: the file can't
+  // be written, it holds another document by now, or it refuses the change that was awaited last (one awaited earlier is then
+  // passed over). The file is then whole, and what waits goes on waiting, unless the new file is in place and only the
+  // flush of its folder failed.
+  void Save(Document& document);
+
+ private:
+  long Read(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount);
+  long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
+  bool IsAsLeft(const platform::LockedFile& file) const;
+  std::unique_ptr<Document> ReadAgain(const platform::LockedFile& file, Document& document) const;
+  void CarryOutOn(Document& theirs) const;
+
+  platform::FileName name;
+  ByteFilter decrypt;
+  ByteFilter encrypt;
+  platform::FileState lastSeen;
+  bool holdsOwnText = true; // what the file held when it was last seen is what the document held then
+  std::vector<Change> waiting;
+};
 
 } // namespace Ostrum
 

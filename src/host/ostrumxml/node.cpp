@@ -88,6 +88,7 @@ std::string_view Element::GetValue(std::string& scratch, std::size_t limit) cons
   const ElementChange* const change = content.FindChange(*this);
   if (change != nullptr && change->text) return *change->text;
 
+  if (change != nullptr) limit = std::string::npos; // what is inserted goes by the end of the text
   scratch.clear();
   layout.ForEachStretch([&](std::string_view stretch) { AppendOwnText(content, stretch, scratch, limit); });
   if (change != nullptr) InsertLeads(content, layout, *change, scratch);
@@ -141,6 +142,7 @@ Element& Element::AddElementInto(std::string_view elementName) {
   // All that can fail comes first, so that a failure leaves the document as it was.
   Content& content = ContentOf(*this);
   const std::uint32_t nameNumber = content.names.InternCopy(elementName);
+  content.NoteSet(elementName);
   std::string lead = LeadOfNextChild(content);
   Element& child = content.elements.Add();
   content.ChangeOf(child).lead = std::move(lead);
@@ -205,6 +207,7 @@ void Element::SetText(std::string_view text) {
   Content& content = ContentOf(*this);
   ElementChange& change = content.ChangeOf(*this);
   change.text = text;
+  content.NoteSet(text);
   // The white space in front of the new children was text of this element.
   for (Element* child : change.created) content.ChangeOf(*child).lead.clear();
 }
@@ -223,6 +226,8 @@ void Element::SetAttribute(std::string_view attributeName, std::string_view valu
   const std::size_t order = attributes.size();
   const auto set = attributes.try_emplace(std::string(attributeName), ElementChange::SetAttribute{{}, order}).first;
   set->second.value = std::move(text);
+  content.NoteSet(attributeName);
+  content.NoteSet(value);
   ++content.attributesSet;
 }
 
@@ -296,7 +301,10 @@ Element& Element::FirstChildWithValue(std::string_view nameBegin, std::string_vi
       [&](ChildIndex& index) { return index.FirstWithValue(nameBegin, attributeName, valueBegin); });
 }
 
+bool Element::DocumentIsAscii() const noexcept { return !IsNull() && ContentOf(*this).IsAsciiOnly(); }
+
 bool Element::ChildNamesAreAscii() const try {
+  if (DocumentIsAscii()) return true;
   std::uint32_t passed = (flags & element_flags::childrenIndexed) != 0 ? fewChildren : 0;
   for (auto child = Begin(); !(child == End()); ++child) {
     if (passed++ == fewChildren) return Index().NamesAreAscii();

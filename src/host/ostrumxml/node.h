@@ -115,6 +115,8 @@ class Element final : public NodeContainer {
                                std::string_view valueBegin) const;
   // Whether every child's name is plain ASCII.
   bool ChildNamesAreAscii() const;
+  // Whether all names and values of the element's document are. False of the null element.
+  bool DocumentIsAscii() const noexcept;
 
   // False for the null element and for one whose tags stand in an entity's text, which has no place of its own in the file.
   bool CanBeChanged() const noexcept;
@@ -131,6 +133,7 @@ class Element final : public NodeContainer {
   friend class IteratorRef;
   friend class NodeContainer;
   friend class Attribute;
+  friend class ChildIndex;
   friend class Value;
   friend struct Content;
 

@@ -22,6 +22,12 @@ const char* ReasonOf(PARSER_ERROR error) noexcept {
   }
 }
 
+bool IsIllFormed(PARSER_ERROR error) noexcept {
+  static_assert(static_cast<int>(NO_PARSER_MEMORY) == static_cast<int>(XML_ERROR_NO_MEMORY));
+  return error != NO_PARSER_ERROR && error != NO_PARSER_MEMORY && error < TOO_MANY_ENTITIES &&
+         static_cast<XML_Error>(error) != XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
+}
+
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
   text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
   auto content = std::make_unique<Content>(std::move(text));

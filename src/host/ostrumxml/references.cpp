@@ -10,14 +10,6 @@
 namespace Ostrum {
 namespace {
 
-char32_t CharacterOf(std::string_view digits) {
-  const bool hexadecimal = digits.front() == 'x';
-  if (hexadecimal) digits.remove_prefix(1);
-  std::uint32_t character = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), character, hexadecimal ? 16 : 10);
-  return character;
-}
-
 char PredefinedCharacter(std::string_view name) {
   if (name == "amp") return '&';
   if (name == "lt") return '<';
@@ -72,6 +64,15 @@ std::string_view ReferenceName(std::string_view reference) noexcept {
   return reference.substr(1, reference.size() - 2);
 }
 
+char32_t CharacterOf(std::string_view reference) noexcept {
+  std::string_view digits = ReferenceName(reference).substr(1);
+  const bool hexadecimal = digits.starts_with('x');
+  if (hexadecimal) digits.remove_prefix(1);
+  std::uint32_t character = 0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), character, hexadecimal ? 16 : 10);
+  return character;
+}
+
 void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit) {
   while (!raw.empty() && text.size() < limit) {
     const std::string_view part = raw.substr(0, limit - text.size());
@@ -87,7 +88,7 @@ void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit
 bool AppendReference(std::string_view reference, std::string& text) {
   const std::string_view name = ReferenceName(reference);
   if (name.front() == '#') {
-    AppendUtf8(CharacterOf(name.substr(1)), text);
+    AppendUtf8(CharacterOf(reference), text);
     return true;
   }
   const char character = PredefinedCharacter(name);

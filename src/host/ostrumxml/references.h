@@ -11,6 +11,9 @@ namespace Ostrum {
 // The name in a whole reference, "&...;".
 std::string_view ReferenceName(std::string_view reference) noexcept;
 
+// The character of a character reference, "&#...;".
+char32_t CharacterOf(std::string_view reference) noexcept;
+
 // Appends character data without references, its line ends normalized, until text has `limit` bytes.
 void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit = std::string::npos);
 

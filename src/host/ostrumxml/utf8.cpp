@@ -1,5 +1,6 @@
 #include "host/ostrumxml/utf8.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -56,18 +57,63 @@ void AppendWide(char32_t character, std::wstring& wide) {
   wide += static_cast<wchar_t>(0xDC00 + (offset & 0x3FF));
 }
 
+// Bytes that are compared all at once.
+using Bytes = unsigned char __attribute__((vector_size(16)));
+constexpr std::size_t reach = 3; // so far before it does a byte's validity depend on others
+
+// Judges as many bytes from `block` on, each by itself and the three before it.
+bool IsValidBlock(const char* block) noexcept {
+  Bytes byte, before, second, third;
+  std::memcpy(&byte, block, sizeof byte);
+  std::memcpy(&before, block - 1, sizeof before);
+  std::memcpy(&second, block - 2, sizeof second);
+  std::memcpy(&third, block - 3, sizeof third);
+  const auto isDue = (before >= 0xC0) | (second >= 0xE0) | (third >= 0xF0);
+  const auto never = (byte == 0xC0) | (byte == 0xC1) | (byte >= 0xF5);
+  const auto overlong = ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xF0) & (byte < 0x90));
+  const auto beyond = ((before == 0xED) & (byte >= 0xA0)) | ((before == 0xF4) & (byte >= 0x90));
+  const auto faults = (((byte & 0xC0) == 0x80) ^ isDue) | never | overlong | beyond;
+  std::uint64_t words[2];
+  std::memcpy(words, &faults, sizeof words);
+  return (words[0] | words[1]) == 0;
+}
+
 } // namespace
 
-bool IsAscii(std::string_view text) noexcept { return AsciiPrefix(text) == text.size(); }
-
-bool IsUtf8(std::string_view text) noexcept {
-  for (;;) {
-    text.remove_prefix(AsciiPrefix(text));
-    if (text.empty()) return true;
-    const std::size_t length = DecodeSequence(text).length;
-    if (length == 0) return false;
-    text.remove_prefix(length);
+bool IsAscii(std::string_view text) noexcept {
+  constexpr std::uint64_t highBits = 0x8080808080808080U;
+  std::uint64_t word = 0;
+  if (text.size() >= 64) text.remove_prefix(AsciiPrefix(text));
+  for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+    std::memcpy(&word, text.data(), sizeof word);
+    if ((word & highBits) != 0) return false;
   }
+  word = 0;
+  if (!text.empty()) std::memcpy(&word, text.data(), text.size());
+  return (word & highBits) == 0;
+}
+
+std::size_t ValidUtf8Prefix(std::string_view text) noexcept {
+  std::size_t position = AsciiPrefix(text);
+  if (position == text.size()) return position;
+  // A sequence that the end cuts shows in the zeros behind it.
+  for (bool valid = true; valid && position < text.size() + reach;) {
+    if (position >= reach) position += std::max(AsciiPrefix(text.substr(position - reach)), reach) - reach;
+    const std::size_t before = std::min(reach, position);
+    char copy[reach + sizeof(Bytes)] = {};
+    const bool inside = before == reach && position + sizeof(Bytes) <= text.size();
+    if (!inside) text.copy(copy + reach - before, before + sizeof(Bytes), position - before);
+    valid = IsValidBlock(inside ? text.data() + position : copy + reach);
+    position = valid ? position + sizeof(Bytes) : position - before;
+  }
+  // One sequence in a block that is not valid, or one that reaches into it, is not.
+  const auto continues = [text](std::size_t at) { return IsContinuation(static_cast<unsigned char>(text[at])); };
+  while (position > 0 && position < text.size() && continues(position)) --position;
+  for (std::size_t length = 1; length > 0 && position < text.size(); position += length) {
+    position += AsciiPrefix(text.substr(position));
+    length = position < text.size() ? DecodeSequence(text.substr(position)).length : 0;
+  }
+  return std::min(position, text.size());
 }
 
 std::wstring WideFromUtf8(std::string_view utf8) {

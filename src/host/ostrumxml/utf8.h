@@ -10,7 +10,11 @@ namespace Ostrum {
 inline constexpr std::string_view utf8ByteOrderMark = "\xEF\xBB\xBF";
 
 bool IsAscii(std::string_view text) noexcept;
-bool IsUtf8(std::string_view text) noexcept;
+
+// The number of bytes before the first sequence that is not valid, or all.
+std::size_t ValidUtf8Prefix(std::string_view text) noexcept;
+
+inline bool IsUtf8(std::string_view text) noexcept { return ValidUtf8Prefix(text) == text.size(); }
 
 // REQUIRES: utf8 is valid.
 std::wstring WideFromUtf8(std::string_view utf8);

@@ -1,66 +1,87 @@
 #include <openssl/evp.h>
+#include <openssl/provider.h>
 
 #include <algorithm>
 #include <memory>
+#include <new>
 
 #include "platform/platform.h"
 
 namespace platform {
 namespace {
 
-struct FreeContext {
-  void operator()(EVP_CIPHER_CTX* context) const noexcept { EVP_CIPHER_CTX_free(context); }
+template <auto release>
+struct Releaser {
+  void operator()(auto* owned) const noexcept { release(owned); }
 };
-using Context = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
+template <class Owned, auto release>
+using Owner = std::unique_ptr<Owned, Releaser<release>>;
 
-const unsigned char* Bytes(std::string_view text) noexcept {
-  return reinterpret_cast<const unsigned char*>(text.data());
+void Require(bool done) {
+  if (!done) throw std::bad_alloc();
 }
 
-// The tag is 16 bytes and the nonce 12, which are the cipher's defaults.
-Context Begin(const std::uint8_t* key, const std::uint8_t* nonce, bool seal) noexcept {
-  Context context(EVP_CIPHER_CTX_new());
-  if (!context) return nullptr;
-  if (EVP_CipherInit_ex(context.get(), EVP_aes_256_gcm(), nullptr, key, nonce, seal ? 1 : 0) != 1) return nullptr;
-  return context;
-}
+// The system's cipher in a library context of our own, so that neither a configuration file nor what the host program set up
+// changes what it is. All that can fail here then is memory, and every failure throws std::bad_alloc.
+class Algorithm {
+ public:
+  // Making it takes most of a millisecond, so it is made once; not before it is needed.
+  static const EVP_CIPHER* Get() {
+    static const Algorithm algorithm;
+    return algorithm.cipher.get();
+  }
+
+ private:
+  Algorithm() { Require(cipher != nullptr); }
+
+  Owner<OSSL_LIB_CTX, OSSL_LIB_CTX_free> library{OSSL_LIB_CTX_new()};
+  Owner<OSSL_PROVIDER, OSSL_PROVIDER_unload> provider{library ? OSSL_PROVIDER_load(library.get(), "default") : nullptr};
+  Owner<EVP_CIPHER, EVP_CIPHER_free> cipher{provider ? EVP_CIPHER_fetch(library.get(), "AES-256-GCM", nullptr)
+                                                     : nullptr};
+};
 
 // Runs source through the cipher. A null target authenticates it only. Lengths are int there, so it goes in pieces.
-bool Update(const Context& context, std::uint8_t* target, std::string_view source) noexcept {
+void Update(EVP_CIPHER_CTX* context, std::uint8_t* target, std::string_view source) {
   constexpr std::size_t longestPiece = std::size_t{1} << 30;
   while (!source.empty()) {
     const std::size_t piece = std::min(source.size(), longestPiece);
     int written = 0;
-    if (EVP_CipherUpdate(context.get(), target, &written, Bytes(source), static_cast<int>(piece)) != 1) return false;
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(source.data());
+    Require(EVP_CipherUpdate(context, target, &written, bytes, static_cast<int>(piece)) == 1);
     if (target != nullptr) target += piece;
     source.remove_prefix(piece);
   }
-  return true;
 }
 
-// The mode has no padding: nothing is written any more, but the tag is made or checked.
-bool Finish(const Context& context) noexcept {
-  std::uint8_t nothing[1];
+// Makes the tag or checks it; false when it does not match. The nonce has the cipher's default length.
+bool Run(bool seal, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
+         std::string_view source, std::uint8_t* target, std::uint8_t* tag) {
+  const Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> owner(EVP_CIPHER_CTX_new());
+  EVP_CIPHER_CTX* const context = owner.get();
+  Require(context != nullptr);
+  Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, nonce, seal ? 1 : 0, nullptr) == 1);
+  Update(context, nullptr, header);
+  Update(context, target, source);
+  const auto passTag = [&](int command) { Require(EVP_CIPHER_CTX_ctrl(context, command, cipherTagSize, tag) == 1); };
+  if (!seal) passTag(EVP_CTRL_AEAD_SET_TAG);
+  std::uint8_t nothing[1]; // the mode has no padding
   int written = 0;
-  return EVP_CipherFinal_ex(context.get(), nothing, &written) == 1;
+  const bool matches = EVP_CipherFinal_ex(context, nothing, &written) == 1;
+  Require(matches || !seal);
+  if (seal) passTag(EVP_CTRL_AEAD_GET_TAG);
+  return matches;
 }
 
 } // namespace
 
-bool SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) noexcept {
-  const Context context = Begin(key, nonce, true);
-  return context && Update(context, nullptr, header) && Update(context, cipher, plain) && Finish(context) &&
-         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_GET_TAG, static_cast<int>(cipherTagSize), tag) == 1;
+void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
+                std::uint8_t* cipher, std::uint8_t* tag) {
+  Run(true, key, nonce, header, plain, cipher, tag);
 }
 
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) noexcept {
-  const Context context = Begin(key, nonce, false);
-  return context && Update(context, nullptr, header) && Update(context, plain, cipher) &&
-         EVP_CIPHER_CTX_ctrl(context.get(), EVP_CTRL_AEAD_SET_TAG, static_cast<int>(cipherTagSize),
-                             const_cast<std::uint8_t*>(tag)) == 1 &&
-         Finish(context);
+                const std::uint8_t* tag, std::uint8_t* plain) {
+  return Run(false, key, nonce, header, cipher, plain, const_cast<std::uint8_t*>(tag));
 }
 
 } // namespace platform

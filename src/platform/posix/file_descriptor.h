@@ -1,30 +1,60 @@
-// Owns an open file.
+// Open files, and what the system says of them.
 #ifndef TARVIK_PLATFORM_POSIX_FILE_DESCRIPTOR_H
 #define TARVIK_PLATFORM_POSIX_FILE_DESCRIPTOR_H
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
+
+#include "platform/files.h"
 
 namespace platform {
 
+using FileStatus = struct stat;
+
+// Repeats a system call that a signal interrupted. close() is none of those: it has closed all the same.
+template <class Call>
+auto Uninterrupted(Call call) noexcept {
+  for (;;) {
+    const auto result = call();
+    if (result >= 0 || errno != EINTR) return result;
+  }
+}
+
+// Owns an open file.
 class FileDescriptor {
  public:
+  FileDescriptor() noexcept = default;
   explicit FileDescriptor(int openFile) noexcept : number(openFile) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(number, other.number);
+    return *this;
+  }
   ~FileDescriptor() {
     if (IsOpen()) close(number);
   }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
 
   bool IsOpen() const noexcept { return number >= 0; }
   int Number() const noexcept { return number; }
-  // Gives up the file, which the caller closes.
-  int Release() noexcept { return std::exchange(number, -1); }
 
  private:
-  int number;
+  int number = -1;
 };
+
+// -1 with errno on failure.
+inline int OpenAt(int folder, const char* name, int flags, mode_t mode = 0) noexcept {
+  return Uninterrupted([&] { return openat(folder, name, flags | O_CLOEXEC, mode); });
+}
+
+// stampedAt is the modification time that was set, if one was: then the state is settled if it was stored as it is.
+FileState StateOf(const FileStatus& status, const timespec* stampedAt = nullptr) noexcept;
+
+// Reads on until the end of the file.
+ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes);
 
 } // namespace platform
 

@@ -1,0 +1,148 @@
+#include "host/ostrumxml/decode.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "host/ostrumxml/encoding_table.h"
+#include "host/ostrumxml/markup.h"
+#include "host/ostrumxml/utf8.h"
+
+namespace Ostrum {
+namespace {
+
+// The name in upper case. No encoding that anyone uses has a longer one than this keeps.
+std::string Folded(std::string_view name) {
+  std::string folded(name.substr(0, 40));
+  for (char& it : folded) it = it >= 'a' && it <= 'z' ? static_cast<char>(it - 'a' + 'A') : it;
+  return folded;
+}
+
+// The name of the encoding in the XML declaration of the text; empty when there is none. A declaration that is not well-formed
+// is left to the parser.
+std::string_view DeclaredEncoding(std::string_view text) {
+  constexpr std::string_view opening = "<?xml", key = "encoding";
+  constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+  constexpr std::size_t letters = 52;
+  if (!text.starts_with(opening) || text.size() == opening.size() || !IsBlank(text[opening.size()])) return {};
+  const std::string_view declaration = text.substr(0, text.find("?>"));
+  const std::size_t quote = declaration.find_first_of("\"'", declaration.find(key));
+  if (quote == std::string_view::npos) return {};
+  const std::size_t end = std::min(declaration.find_first_not_of(allowed, quote + 1), declaration.size());
+  const std::string_view name = declaration.substr(quote + 1, end - quote - 1);
+  const bool closes = end < declaration.size() && declaration[end] == declaration[quote];
+  return closes && !name.empty() && allowed.find(name[0]) < letters ? name : std::string_view();
+}
+
+// The text goes on in UTF-8, so that is what it must say of itself.
+void DeclareUtf8(std::string& text, std::string_view declared) {
+  if (declared.empty() || Folded(declared) == "UTF-8") return;
+  text.replace(static_cast<std::size_t>(declared.data() - text.data()), declared.size(), "UTF-8");
+}
+
+using Failure = std::optional<DecodeFailure>;
+
+constexpr std::size_t noOffset = DecodeFailure::noOffset;
+
+Failure Refuse(const char* reason, std::string_view encoding = {}, std::size_t offset = noOffset) {
+  DecodeFailure failure{reason + std::string(encoding), offset};
+  if (offset != noOffset) failure.reason += " at byte offset " + std::to_string(offset);
+  return failure;
+}
+
+constexpr const char* invalid = "invalid ";
+constexpr const char* contradiction = "the text is not in the encoding that its declaration names: ";
+
+// The bytes come without their byte-order mark. Returns how many of them were converted: all, if they are valid.
+std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& utf8) {
+  const auto unitAt = [bytes, bigEndian](std::size_t position) {
+    const auto first = static_cast<unsigned char>(bytes[position]);
+    const auto second = static_cast<unsigned char>(bytes[position + 1]);
+    return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
+  };
+  // Four characters of ASCII are taken at once.
+  std::uint64_t units, beyondAscii;
+  std::memcpy(&beyondAscii, bigEndian ? "\xFF\x80\xFF\x80\xFF\x80\xFF\x80" : "\x80\xFF\x80\xFF\x80\xFF\x80\xFF", 8);
+  utf8.reserve(bytes.size() / 2);
+  std::size_t position = 0;
+  while (position + 2 <= bytes.size()) {
+    if (position + sizeof units <= bytes.size()) {
+      std::memcpy(&units, bytes.data() + position, sizeof units);
+      if ((units & beyondAscii) == 0) {
+        const char* const low = bytes.data() + position + (bigEndian ? 1 : 0);
+        utf8.append({low[0], low[2], low[4], low[6]});
+        position += sizeof units;
+        continue;
+      }
+    }
+    char32_t character = unitAt(position);
+    std::size_t size = 2;
+    if (character >= 0xD800 && character <= 0xDFFF) {
+      size = 4;
+      const char32_t low = position + size <= bytes.size() ? unitAt(position + 2) : 0;
+      if (character >= 0xDC00 || low < 0xDC00 || low > 0xDFFF) break;
+      character = 0x10000 + ((character - 0xD800) << 10) + (low - 0xDC00);
+    }
+    AppendUtf8(character, utf8);
+    position += size;
+  }
+  return position;
+}
+
+Failure DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
+  const bool bigEndian = bytes.front() == '\xFE';
+  encoding = bigEndian ? UTF_16B : UTF_16L;
+  constexpr std::size_t mark = 2;
+  const std::size_t converted = mark + Utf8FromUtf16(bytes.substr(mark), bigEndian, utf8);
+  if (converted != bytes.size()) return Refuse(invalid, "UTF-16", converted);
+  const std::string_view declared = DeclaredEncoding(utf8);
+  const std::string name = Folded(declared);
+  if (!name.empty() && name != "UTF-16" && name != (bigEndian ? "UTF-16BE" : "UTF-16LE"))
+    return Refuse(contradiction, declared);
+  DeclareUtf8(utf8, declared);
+  return {};
+}
+
+Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::string& utf8) {
+  EncodingTable table(Folded(declared));
+  if (!table.IsUsable()) return Refuse("unsupported encoding ", declared);
+  const auto ascii = [](char it) { return static_cast<unsigned char>(it) < 0x80; };
+  const auto beyondAscii = bytes.size() - static_cast<std::size_t>(std::count_if(bytes.begin(), bytes.end(), ascii));
+  utf8.reserve(bytes.size() + beyondAscii); // most of those take two bytes, or two of them three
+  const auto name = static_cast<std::size_t>(declared.data() - bytes.data());
+  std::size_t converted = table.Convert(bytes.substr(0, name), utf8);
+  if (converted == name) {
+    utf8 += "UTF-8";
+    converted += declared.size();
+    converted += table.Convert(bytes.substr(converted), utf8);
+  }
+  return converted == bytes.size() ? Failure() : Refuse(invalid, declared, converted);
+}
+
+} // namespace
+
+std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
+  const std::string_view view = bytes;
+  const bool utf16 = view.starts_with("\xFE\xFF") || view.starts_with("\xFF\xFE");
+  const std::string_view start = view.substr(utf16 ? 2 : 0, 2);
+  if (utf16 ? start == std::string_view("\0\0", 2) : start.find('\0') != std::string_view::npos)
+    return Refuse("UTF-32, and UTF-16 without a byte-order mark, are not supported");
+  if (utf16) return DecodeUtf16(view, utf8, encoding);
+
+  const bool marked = view.starts_with(utf8ByteOrderMark);
+  const std::string_view declared = DeclaredEncoding(view.substr(marked ? utf8ByteOrderMark.size() : 0));
+  const std::string name = Folded(declared);
+  encoding = name == "US-ASCII" ? US_ASCII : NO_ENCODING;
+  if (!name.empty() && name != "UTF-8" && name != "UTF8") {
+    const bool contradicts = marked || name == "UTF-16" || name == "UTF-16BE" || name == "UTF-16LE";
+    return contradicts ? Refuse(contradiction, declared) : DecodeDeclared(view, declared, utf8);
+  }
+  encoding = UTF_8;
+  if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));
+  DeclareUtf8(bytes, declared);
+  utf8 = std::move(bytes);
+  return {};
+}
+
+} // namespace Ostrum

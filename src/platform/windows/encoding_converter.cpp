@@ -1,0 +1,79 @@
+#include "platform/encoding_converter.h"
+
+#include <windows.h>
+
+#include <charconv>
+
+namespace platform {
+namespace {
+
+constexpr UINT eucJp = 20932, usAscii = 20127;
+
+// Names that tell the code page's number.
+constexpr struct {
+  std::string_view prefix;
+  UINT base;
+} families[] = {{"WINDOWS-", 0}, {"CP", 0}, {"IBM", 0}, {"ISO-8859-", 28590}};
+
+constexpr struct {
+  std::string_view name;
+  UINT page;
+} pages[] = {
+    {"US-ASCII", usAscii}, {"GBK", 936},           {"GB18030", 54936},      {"BIG5", 950},
+    {"EUC-JP", eucJp},     {"KOI8-R", 20866},      {"KOI8-U", 21866},       {"TIS-620", 874},
+    {"MACINTOSH", 10000},  {"MACCYRILLIC", 10007}, {"MAC-CYRILLIC", 10007}, {"X-MAC-CYRILLIC", 10007},
+};
+
+// 0 when the name is not known.
+UINT CodePageOf(std::string_view name) noexcept {
+  for (const auto& it : pages) {
+    if (it.name == name) return it.page;
+  }
+  for (const auto& it : families) {
+    if (!name.starts_with(it.prefix)) continue;
+    UINT number = 0;
+    const auto [end, error] = std::from_chars(name.data() + it.prefix.size(), name.data() + name.size(), number);
+    if (error != std::errc() || end != name.data() + name.size()) continue;
+    // The lowest numbers stand for pages that the locale chooses.
+    constexpr UINT firstPage = 37;
+    const UINT page = it.base + number;
+    return page >= firstPage && IsValidCodePage(page) ? page : 0;
+  }
+  return 0;
+}
+
+UINT PageIn(void* handle) noexcept { return static_cast<UINT>(reinterpret_cast<UINT_PTR>(handle)); }
+
+// Windows holds the characters that EUC-JP has in three bytes, the first of them 8F, as two, the second below 80. False
+// when EUC-JP has no such bytes.
+bool RewriteEucJp(std::string_view& bytes, char (&rewritten)[2]) noexcept {
+  if (bytes.front() != '\x8F') return bytes.size() == 1 || (bytes.size() == 2 && bytes[1] < 0);
+  if (bytes.size() != 3 || bytes[1] >= 0 || bytes[2] >= 0) return false;
+  rewritten[0] = bytes[1];
+  rewritten[1] = static_cast<char>(bytes[2] & 0x7F);
+  bytes = {rewritten, 2};
+  return true;
+}
+
+} // namespace
+
+EncodingConverter::EncodingConverter(const char* name)
+    : handle(reinterpret_cast<void*>(static_cast<UINT_PTR>(CodePageOf(name)))) {}
+
+EncodingConverter::~EncodingConverter() = default;
+
+std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::size_t capacity) const noexcept {
+  const UINT page = PageIn(handle);
+  char rewritten[2];
+  if (page == eucJp && !RewriteEucJp(bytes, rewritten)) return 0;
+  if (page == usAscii && bytes.front() < 0) return 0; // Windows would clear the bit
+  if (bytes.size() == 1 && IsDBCSLeadByteEx(page, static_cast<BYTE>(bytes.front()))) return 0;
+  wchar_t wide[4];
+  const int units =
+      MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), wide, 4);
+  if (units == 0) return 0;
+  return static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, units, utf8,
+                                                      static_cast<int>(capacity), nullptr, nullptr));
+}
+
+} // namespace platform

@@ -1,0 +1,189 @@
+#!/usr/bin/env python3
+"""Programs that meet at one file: writers, an editor, killed ones, holders of locks, and who moves the file.
+
+usage: processes_test.py LIBTARVIK
+"""
+import ctypes
+import fcntl
+import os
+import random
+import signal
+import struct
+import sys
+import tempfile
+import time
+
+tarvik = ctypes.CDLL(sys.argv[1])
+SUCCESS, FAILURE = 0, 34
+
+
+class Document:
+    """An open document; opening takes a second."""
+
+    def __init__(self, name):
+        self.list, self.cookie = ctypes.c_void_p(), ctypes.c_uint32()
+        tarvik.InitXMLList(ctypes.byref(self.list))
+        code = tarvik.OpenXML(self.list, os.fsencode(name), 4, 0, ctypes.byref(self.cookie))
+        check(code == SUCCESS, f"opening {name} gave {code}")
+
+    def set(self, item, value):
+        return tarvik.SetXMLItem(self.list, self.cookie, b"", item.encode(), b"ELEMENT", str(value).encode())
+
+
+def check(holds, message):
+    if not holds:
+        sys.exit(f"failed: {message}")
+
+
+def read(name):
+    with open(name, encoding="utf-8") as file:
+        return file.read()
+
+
+def write(name, text):
+    with open(name, "w", encoding="utf-8") as file:
+        file.write(text)
+
+
+def in_process(work):
+    """Runs the work in a process of its own, which must not fail."""
+    process = os.fork()
+    if process == 0:
+        try:
+            work()
+        except BaseException as error:  # a process must not run on into its parent's work
+            print(error, file=sys.stderr)
+            os._exit(1)
+        os._exit(0)
+    return process
+
+
+def wait(processes):
+    for process in processes:
+        check(os.waitpid(process, 0)[1] == 0, "a process failed")
+
+
+LOCK = struct.pack("hhqqi", fcntl.F_WRLCK, os.SEEK_SET, 0, 0, 0)
+OFD_SETLK, OFD_SETLKW = 37, 38
+
+
+def edit(name, change):
+    """As an editor that takes part: keeps the file locked from reading it to replacing it."""
+    while True:
+        with open(name, "r+", encoding="utf-8") as file:
+            fcntl.fcntl(file, OFD_SETLKW, LOCK)
+            if os.fstat(file.fileno()).st_ino != os.stat(name).st_ino:
+                continue
+            write(name + ".edited", change(file.read()))
+            os.rename(name + ".edited", name)
+            return
+
+
+def writers_and_an_editor(folder):
+    name, sets, writers = folder + "/met.xml", 400, 3
+    write(name, "<R>\n</R>\n")
+
+    def set_often(item):
+        for number in range(sets):
+            if number % (sets // 2) == 0:
+                document = Document(name)
+            code = document.set(f"{item}.{number}", number)  # an item of its own each time
+            check(code == SUCCESS, f"a set gave {code}")
+
+    def edit_often():
+        for number in range(sets):
+            edit(name, lambda text, number=number: text.replace("</R>", f"<!--{number}-->\n</R>"))
+            time.sleep(0.002)
+
+    works = [lambda item=item: set_often(f"i{item}") for item in range(writers)] + [edit_often]
+    wait([in_process(work) for work in works])
+    text = read(name)
+    lost = [f"i{item}.{number}" for item in range(writers) for number in range(sets)
+            if f"<i{item}.{number}>{number}</i{item}.{number}>" not in text]
+    lost += [f"edit {number}" for number in range(sets) if f"<!--{number}-->" not in text]
+    check(not lost, f"lost: {lost}")
+    print(f"{writers * sets} sets of {writers} processes and {sets} edits: all there")
+
+
+def killed_writers(folder):
+    name, kills = folder + "/killed.xml", 200
+    ends = ("<R><A>", "</A></R>")
+    write(name, "x".join(ends))
+    document = Document(name)  # every process goes on with a copy of it
+
+    def set_always():
+        while True:
+            document.set("A", "y" * random.randrange(50000))
+
+    for _ in range(kills):
+        process = in_process(set_always)
+        time.sleep(random.uniform(0.001, 0.015))
+        os.kill(process, signal.SIGKILL)
+        os.waitpid(process, 0)
+        text = read(name)
+        check(text.startswith(ends[0]) and text.endswith(ends[1]), "a file that is not whole")
+    left = [file for file in os.listdir(folder) if file.startswith(".tarvik")]
+    check(len(left) <= kills // 10, f"{len(left)} temporary files left")
+    print(f"{kills} writers killed: the file whole, {len(left)} temporary files left")
+
+
+def locks(folder):
+    name = folder + "/locked.xml"
+    write(name, "<R/>")
+    document = Document(name)
+
+    def time_to_set(value, expected):
+        start = time.monotonic()
+        code = document.set("A", value)
+        check(code == expected, f"with a lock in the way, a set gave {code}")
+        return time.monotonic() - start
+
+    def while_held(command, seconds, expected):
+        def hold():
+            with open(name, "r+", encoding="utf-8") as file:
+                fcntl.fcntl(file, command, LOCK)
+                time.sleep(seconds)
+
+        holder = in_process(hold)
+        time.sleep(0.2)
+        taken = time_to_set(seconds, expected)
+        wait([holder])
+        return taken
+
+    for command in (OFD_SETLK, fcntl.F_SETLK):
+        check(0.3 < while_held(command, 1, SUCCESS) < 2, "a lock of another process was not waited for")
+    text = read(name)
+    check(9.5 < while_held(OFD_SETLK, 11, FAILURE) < 11, "a lock was not waited for ten seconds")
+    check(read(name) == text, "a file was changed under another's lock")
+    with open(name, "r+", encoding="utf-8") as file:
+        fcntl.fcntl(file, fcntl.F_SETLK, LOCK)  # the host's own
+        check(time_to_set("own", SUCCESS) < 1, "the process waited for itself")
+    check("own" in read(name), "a set is missing")
+    print("locks of others waited for, the process's own not")
+
+
+def names(folder):
+    deep = folder + "/" + "a" * 200 + "/" + "b" * 200  # longer than what a record holds of a name
+    os.makedirs(deep)
+    for place in (folder, deep):
+        write(place + "/name.xml", "<R><A>1</A></R>")
+    write(folder + "/other.xml", "<S><A>1</A></S>")
+    os.symlink("name.xml", folder + "/link.xml")
+    os.chdir(folder)
+    documents = [Document(name) for name in ("name.xml", deep + "/name.xml", "link.xml")]
+    os.chdir("/")
+    for number, document in enumerate(documents):
+        check(document.set("A", number) == SUCCESS, f"document {number} was not saved")
+    check(read(deep + "/name.xml") == "<R><A>1</A></R>", "the long name leads elsewhere")
+    check(read(folder + "/name.xml") == "<R><A>2</A></R>", "a name leads elsewhere")
+    os.unlink(folder + "/link.xml")
+    os.symlink("other.xml", folder + "/link.xml")
+    check(documents[2].set("A", 3) == FAILURE, "another's document was taken for the own one")
+    check(read(folder + "/other.xml") == "<S><A>1</A></S>", "another's document was written over")
+    check(os.listdir(deep) == ["name.xml"] and os.path.islink(folder + "/link.xml"), "something stayed or went")
+    print("names are whole, absolute, and links followed")
+
+
+for test in (writers_and_an_editor, killed_writers, locks, names):
+    with tempfile.TemporaryDirectory() as temporary:
+        test(temporary)
