@@ -4,6 +4,11 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/install-packages.sh build test
-cmake --preset release --log-level=WARNING -DTARVIK_BUILD_TESTS=ON "$@"
-cmake --build --preset release
+mkdir -p build
+echo 'Building the libraries, the command and the tests; the first time takes some minutes.'
+if ! { cmake --preset release -DTARVIK_BUILD_TESTS=ON "$@" && cmake --build --preset release; } >build/test-build.log 2>&1; then
+  cat build/test-build.log
+  exit 1
+fi
+grep 'warning:' build/test-build.log || true
 ctest --preset release

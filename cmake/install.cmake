@@ -5,7 +5,24 @@ set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/tarvik)
 install(TARGETS tarvik corekit EXPORT tarvikTargets)
 install(EXPORT tarvikTargets NAMESPACE tarvik:: DESTINATION ${packageFolder})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Archives leave their dependencies to the program that links them, be it by CMake or by plain `pkg-config --libs`.
+set(pcRequires "")
+set(pcDefinitions "")
+set(pcLibraries "")
+if(NOT BUILD_SHARED_LIBS)
+  set(pcDefinitions " -DCOREKIT_STATIC")
+  set(pcRequires expat)
+  if(WIN32)
+    set(pcLibraries " -lbcrypt")
+  else()
+    string(APPEND pcRequires ", libcrypto")
+    set(pcLibraries " -pthread")
+  endif()
+  foreach(runtime ${cxxRuntime}) # for programs that a C compiler links
+    string(APPEND pcLibraries " -l${runtime}")
+  endforeach()
+endif()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/tarvikConfig.cmake.in ${PROJECT_BINARY_DIR}/tarvikConfig.cmake
                               INSTALL_DESTINATION ${packageFolder})
@@ -15,17 +32,25 @@ install(FILES ${PROJECT_BINARY_DIR}/tarvikConfig.cmake ${PROJECT_BINARY_DIR}/tar
 
 # The installed tree can be moved: the .pc file finds it from its own place, the libraries and the command from theirs.
 file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-set(pcDefinitions "")
-if(NOT BUILD_SHARED_LIBS)
-  set(pcDefinitions " -DCOREKIT_STATIC")
-endif()
-set(pcRequires "expat, libcrypto")
-set(pcPrivateLibraries -pthread)
-if(WIN32)
-  set(pcRequires expat)
-  set(pcPrivateLibraries -lbcrypt)
-endif()
+string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tarvik.pc.in ${PROJECT_BINARY_DIR}/tarvik.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-include(package)
+if(TARVIK_BUILD_TOOLS)
+  install(TARGETS tarvik-cli)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/tarvik.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.bash-completion
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME tarvik)
+  install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.zsh-completion
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _tarvik)
+  install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.fish-completion
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d RENAME tarvik.fish)
+endif()
+
+# The pages and the examples lie to each other as in the source tree, since they link each other.
+foreach(page README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE)
+  install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR})
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN reference_front.md EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

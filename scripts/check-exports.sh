@@ -11,7 +11,7 @@ table=$1 library=$2 kind=$3 importLibrary=${4:-}
 declare -A formats=([elf]=elf64-* [x86]=pei-i386 [x64]=pei-x86-64)
 
 # rows <awk expression>: it, for every row of the table
-rows() { awk "/^[A-Za-z]/ { print $1 }" "$table"; }
+rows() { awk "/^[A-Za-z_]/ { print $1 }" "$table"; }
 
 compare() { # <what> <expected> <actual>
   [[ $2 == "$3" ]] || { printf '%s\n' "expected $1:" "$2" "actual:" "$3"; exit 1; }

@@ -1,18 +1,22 @@
 #!/bin/bash
-# Installs the library as shared objects and as archives, and against each builds and runs the examples, which find it through
-# the CMake package, and one of them through pkg-config:
+# Builds and runs programs against the library in every way that it can be had, out of the tree:
+#   shared   installed from the build folder; the examples by find_package, pkg-config and from Python
+#   added    by add_subdirectory and FetchContent, in a project with a CPack and files of its own, without CLI11 and nlohmann-json
+#   static   what such a project installs of it when asked to; the examples by find_package and pkg-config
 #   scripts/check-install.sh <build folder>
-set -euo pipefail
+set -Eeuo pipefail
+trap 'echo "failed in line $LINENO: $BASH_COMMAND" >&2' ERR
 build=$(realpath "$1")
 cd "$(dirname "$0")/.."
+source=$PWD
 work=$build/install-check
 version=$(sed -n 's/^#define TARVIK_VERSION_[A-Z]* //p' include/tarvik/tarvik.h | paste -sd.)
+rm -rf "$work"
+mkdir -p "$work"
+quiet() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; return 1; }; }
 
-# The whole tree is moved after it was installed: nothing may depend on the place it was built for.
-install_moved() { # <build folder> <name>
-  rm -rf "${work:?}/$2"
-  cmake --install "$1" --prefix "$work/$2-first" >/dev/null
-  mv "$work/$2-first" "$work/$2"
+expect() { # <file>: holds what stands on standard input
+  diff - "$1"
 }
 
 # What the examples print and change on their own files.
@@ -20,7 +24,7 @@ run_examples() ( # <folder they were built in>
   cp examples/*.xml "$1"
   cd "$1"
   ./read_configuration configuration.xml >printed
-  diff - printed <<'END'
+  expect printed <<'END'
 name: Pier 7 & yard
 timeout: 20 s
 folder: inbox
@@ -33,37 +37,148 @@ END
   cp configuration.xml before.xml
   ./set_and_save configuration.xml
   (diff before.xml configuration.xml || true) | grep '^>' >printed
-  diff - printed <<'END'
+  expect printed <<'END'
 > 	<Network  mode='passive'   retries = "3">
 > 		<Timeout unit='s'>30</Timeout>   <!-- the relay drops idle lines after 25 -->
 > 		<Proxy><Host>relay.example</Host><Port>3128</Port><User>harbor</User></Proxy>
 END
 )
 
-check() { # <prefix> <pkg-config option...>
-  local prefix=$1 libraries flags
-  shift
-  libraries=$(dirname "$(dirname "$(find "$prefix" -name tarvik.pc)")")
+# The examples in other languages print folders, then a timeout; set it; and show the log.
+run_foreign() ( # <folder> <command>...
+  cp examples/configuration.xml "$1"
+  cd "$1"
+  "${@:2}" configuration.xml >printed 2>logged
+  expect printed <<'END'
+folder: inbox
+folder: outbox
+folder: archive
+timeout: 20 s
+END
+  grep --quiet '<Timeout unit=.s.>30</Timeout>' configuration.xml
+  grep --quiet '^Tarvik: Opened configuration.xml' logged
+  if "${@:2}" missing.xml >printed 2>logged; then exit 1; fi
+  grep --quiet '^missing.xml: .*(5)' logged
+)
 
-  cmake -S examples -G Ninja -B "$prefix/examples" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS=-Werror >/dev/null
-  cmake --build "$prefix/examples" >/dev/null
-  run_examples "$prefix/examples"
-  grep --quiet "PACKAGE_VERSION \"$version\"" "$libraries/cmake/tarvik/tarvikConfigVersion.cmake"
+# The cipher's key, set from another language: a null key changes nothing, another key refuses the file.
+check_key() { # <libraries>
+  LD_LIBRARY_PATH=$1 python3 - examples/site-status.enciphered.xml <<'END'
+import sys
+from ctypes import CDLL, byref, c_uint32, c_void_p
 
-  export PKG_CONFIG_PATH=$libraries/pkgconfig
-  [[ $(pkg-config --modversion tarvik) == "$version" ]]
-  read -r -a flags <<<"$(pkg-config --cflags --libs "$@" tarvik)"
-  c++ -std=c++20 examples/walk_catalog.cpp -o "$prefix/examples/walk_catalog" "${flags[@]}"
-  LD_LIBRARY_PATH=$libraries run_examples "$prefix/examples"
+corekit, tarvik, name = CDLL("libcorekit.so.1"), CDLL("libtarvik.so.1"), sys.argv[1].encode()
+documents, cookie, codes = c_void_p(), c_uint32(), []
+tarvik.InitXMLList(byref(documents))
+for key in None, bytes(32):
+    corekit.CorekitSetCipherKey(key)
+    codes.append(tarvik.OpenXML(documents, name, 0, 1, byref(cookie)))
+    tarvik.CloseXML(documents, cookie)
+sys.exit(codes != [0, 43])
+END
 }
 
-mkdir -p "$work"
-install_moved "$build" shared
-check "$work/shared"
-grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$" <<<"$(objdump --private-headers "$(find "$work/shared" -name libtarvik.so)")"
+# Every relative link of every page that was installed leads to something.
+check_links() { # <prefix>
+  local page link
+  while IFS=: read -r page link; do
+    [[ $link == http* || -e $(dirname "$page")/${link%%#*} ]] || { echo "$page: $link leads nowhere" >&2; return 1; }
+  done < <(grep --recursive --include='*.md' -oP '\[[^]]+\]\(\K[^) ]+(?=\))' "$1/share/doc")
+}
 
-cmake -S . -B "$work/static-build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DBUILD_SHARED_LIBS=OFF \
-  -DTARVIK_BUILD_TESTS=OFF -DTARVIK_BUILD_TOOLS=OFF >/dev/null
-cmake --build "$work/static-build" >/dev/null
-install_moved "$work/static-build" static
-check "$work/static" --static
+# The examples by find_package and by pkg-config, with the oldest standards that the headers promise.
+check_prefix() { # <prefix>
+  local libraries flags
+  libraries=$(dirname "$(dirname "$(find "$1" -name tarvik.pc)")")
+  grep --quiet "PACKAGE_VERSION \"$version\"" "$libraries/cmake/tarvik/tarvikConfigVersion.cmake"
+  quiet cmake -S examples -G Ninja -B "$1/examples" -DCMAKE_PREFIX_PATH="$1" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON \
+    -DCMAKE_C_FLAGS='-Wall -Wextra' -DCMAKE_CXX_FLAGS='-Wall -Wextra' -DCMAKE_CXX_STANDARD=17 -DCMAKE_C_STANDARD=11
+  quiet cmake --build "$1/examples"
+  run_examples "$1/examples"
+  run_foreign "$1/examples" ./from_c
+
+  export PKG_CONFIG_PATH=$libraries/pkgconfig LD_LIBRARY_PATH=$libraries
+  [[ $(pkg-config --modversion tarvik) == "$version" ]]
+  read -r -a flags <<<"$(pkg-config --cflags --libs tarvik)"
+  c++ -std=c++17 examples/walk_catalog.cpp -o "$1/examples/walk_catalog" "${flags[@]}"
+  run_examples "$1/examples"
+  cc -std=c11 -Wall -Wextra -Wpedantic -Werror examples/from_c.c -o "$1/examples/from_c" "${flags[@]}"
+  run_foreign "$1/examples" ./from_c
+  [[ ! -e $libraries/libtarvik.so ]] || run_foreign "$1/examples" python3 "$source/examples/from_python.py"
+  unset PKG_CONFIG_PATH LD_LIBRARY_PATH
+}
+
+# The whole tree is moved after it was installed: nothing may depend on the place it was built for.
+quiet cmake --install "$build" --prefix "$work/first"
+mv "$work/first" "$work/shared"
+check_links "$work/shared"
+check_prefix "$work/shared"
+check_key "$work"/shared/lib*
+grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$" <<<"$(objdump --private-headers "$work"/shared/lib*/libtarvik.so)"
+
+# A project with a version, a CPack and a module path of its own, whose files have the names of ours.
+parent=$work/parent
+mkdir -p "$parent/modules"
+for module in exports install sanitizers warnings windows_runtime; do
+  echo 'message(FATAL_ERROR "the parent'\''s file was taken")' >"$parent/modules/$module.cmake"
+done
+cat >"$parent/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(harbor VERSION 7.8.9 LANGUAGES CXX)
+set(CMAKE_CXX_STANDARD 17)
+list(APPEND CMAKE_MODULE_PATH \${PROJECT_SOURCE_DIR}/modules)
+include(CPack)
+if(FETCH)
+  include(FetchContent)
+  FetchContent_Declare(tarvik SOURCE_DIR $source BINARY_DIR \${PROJECT_BINARY_DIR}/tarvik)
+  FetchContent_MakeAvailable(tarvik)
+else()
+  add_subdirectory($source tarvik)
+endif()
+foreach(name PROJECT_VERSION CPACK_PACKAGE_VERSION CMAKE_CXX_STANDARD CMAKE_BUILD_TYPE BUILD_SHARED_LIBS)
+  message(STATUS "\${name}=\${\${name}}")
+endforeach()
+get_directory_property(options COMPILE_OPTIONS)
+message(STATUS "options=\${options}")
+add_executable(walk_catalog $source/examples/walk_catalog.cpp)
+target_link_libraries(walk_catalog PRIVATE tarvik::tarvik tarvik::corekit)
+install(TARGETS walk_catalog)
+END
+
+for how in OFF ON; do # add_subdirectory, FetchContent
+  cmake -S "$parent" -B "$work/added" -G Ninja --no-warn-unused-cli -DFETCH=$how -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON \
+    -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON >"$work/log"
+  grep -E '^-- [A-Za-z_]+=' "$work/log" >"$work/seen"
+  expect "$work/seen" <<'END'
+-- PROJECT_VERSION=7.8.9
+-- CPACK_PACKAGE_VERSION=7.8.9
+-- CMAKE_CXX_STANDARD=17
+-- CMAKE_BUILD_TYPE=
+-- BUILD_SHARED_LIBS=
+-- options=
+END
+  grep --quiet 'CPACK_PACKAGE_NAME "harbor"' "$work/added/CPackConfig.cmake"
+  quiet cmake --build "$work/added"
+  cp examples/catalog.xml "$work/added"
+  [[ $("$work/added/walk_catalog" "$work/added/catalog.xml") == *HARBOR-DESK* ]]
+  quiet cmake --install "$work/added" --prefix "$work/unasked"
+  [[ $(find "$work/unasked" -type f) == "$work/unasked/bin/walk_catalog" ]]
+done
+
+# The same project, asked to install what it added, gives an installation of archives.
+quiet cmake -S "$parent" -B "$work/added" -DTARVIK_INSTALL=ON
+quiet cmake --build "$work/added"
+quiet cmake --install "$work/added" --prefix "$work/static"
+check_prefix "$work/static"
+
+# A project in C alone, with shared libraries; what it would build is built above.
+mkdir "$work/parent-in-c"
+cat >"$work/parent-in-c/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(harbor LANGUAGES C)
+set(BUILD_SHARED_LIBS ON)
+add_subdirectory($source tarvik)
+add_executable(from_c $source/examples/from_c.c)
+target_link_libraries(from_c PRIVATE tarvik::tarvik tarvik::corekit)
+END
+quiet cmake -S "$work/parent-in-c" -B "$work/added-in-c" -G Ninja

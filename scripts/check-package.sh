@@ -1,32 +1,55 @@
 #!/bin/bash
-# Builds the Debian package, installs it, uses it and removes it; nothing may stay behind. Needs root.
-#   scripts/check-package.sh <build folder>
-set -euo pipefail
-trap 'echo "failed: $BASH_COMMAND" >&2' ERR
-build=$(realpath "$1")
+# Builds the Debian packages, judges them with lintian, installs them, builds and runs programs against them, and removes them;
+# nothing may stay behind. Needs root.
+#   scripts/check-package.sh
+set -Eeuo pipefail
+trap 'echo "failed in line $LINENO: $BASH_COMMAND" >&2' ERR
 cd "$(dirname "$0")/.."
+source=$PWD
+packages=(libtarvik1 libtarvik-dev tarvik)
 work=$(mktemp -d)
 cleanup() {
-  dpkg --purge tarvik >/dev/null 2>&1 || true
+  dpkg --purge "${packages[@]}" >/dev/null 2>&1 || true
   rm -rf "$work"
 }
 trap cleanup EXIT
 
-cpack --config "$build/CPackConfig.cmake" -B "$work" >/dev/null
-dpkg --install "$work"/*.deb >/dev/null
-mapfile -t files < <(dpkg --listfiles tarvik | while read -r file; do [[ -d $file ]] || echo "$file"; done)
+scripts/build-packages.sh "$work" >/dev/null
+lintian --allow-root --fail-on error,warning "$work"/*.changes
 
-[[ $(tarvik get examples/catalog.xml ProductPackage ProductID) == HARBOR-SCAN ]]
-[[ $(ldd "$(command -v tarvik)") == *'libcorekit.so.1 => /'* ]] # the loader finds the library
-cmake -S examples -G Ninja -B "$work/examples" >/dev/null
-cmake --build "$work/examples" >/dev/null
-[[ $("$work/examples/walk_catalog" examples/catalog.xml) == *HARBOR-DESK* ]]
+files=()
+for package in "${packages[@]}"; do files+=("$work/${package}"_*.deb); done
+dpkg --install "${files[@]}" >/dev/null
+mapfile -t installed < <(dpkg --listfiles "${packages[@]}" | while read -r file; do [[ -d $file || -z $file ]] || echo "$file"; done)
 
-dpkg --purge tarvik >/dev/null
-for file in "${files[@]}"; do
+# Each library, and what it asks for, comes with its package; the next release may not be older than this one.
+for file in "${files[@]}"; do dpkg --field "$file" Depends >>"$work/depends"; done
+grep --quiet 'libexpat1 (>=' "$work/depends"
+grep --quiet 'libtarvik1 (>= [1-9]' "$work/depends"
+grep --quiet "^libtarvik 1 libtarvik1 (>= $(dpkg --field "${files[0]}" Version))$" \
+  "/var/lib/dpkg/info/libtarvik1:$(dpkg --print-architecture).shlibs"
+
+cd "$work"
+cp "$source"/examples/*.xml .
+[[ $(tarvik get catalog.xml ProductPackage ProductID) == HARBOR-SCAN ]]
+[[ $(ldd "$(command -v tarvik)") != *'not found'* ]]
+man --where tarvik >/dev/null 2>&1 || [[ ! -x $(command -v man) ]]
+documentation=/usr/share/doc/libtarvik-dev
+for page in README.md CHANGELOG.md docs/paths.md; do [[ -f $documentation/$page ]]; done
+
+cmake -S $documentation/examples -G Ninja -B cmake >/dev/null
+cmake --build cmake >/dev/null
+[[ $(cmake/walk_catalog catalog.xml) == *HARBOR-DESK* ]]
+read -r -a flags <<<"$(pkg-config --cflags --libs tarvik)"
+cc -std=c11 $documentation/examples/from_c.c -o from_c "${flags[@]}"
+[[ $(./from_c configuration.xml 2>logged) == *'timeout: 20 s' ]]
+[[ $(python3 $documentation/examples/from_python.py configuration.xml 2>logged) == *'timeout: 30 s' ]]
+
+dpkg --purge "${packages[@]}" >/dev/null
+for file in "${installed[@]}"; do
   if [[ -e $file || -L $file ]]; then
     echo "$file stayed behind" >&2
     exit 1
   fi
 done
-echo "The package installs, works and goes: ${#files[@]} files."
+echo "The packages install, work and go: ${#installed[@]} files."

@@ -1,6 +1,6 @@
 #!/bin/bash
 # Compiles and runs every sample in README.md and docs/*.md and compares what it prints, in a copy of examples/:
-#   ```cpp                 a whole program
+#   ```cpp, ```python      a whole program
 #   ```cpp FILE            statements over an opened FILE, with `list` and `cookie` at hand
 #   ```text after either   what it prints
 #   ```console             commands after "$ ", each followed by what it prints
@@ -37,16 +37,29 @@ write_program() { # <block> <program source>
   fi >"$2"
 }
 
+# The block behind a program, if it is text, is what the program prints.
+compare_printed() { # <block>
+  local name text
+  name=$(basename "${1%.*}")
+  printf -v text '%s/blocks/%s-%02d.text' "$work" "${name%-*}" $((10#${name##*-} + 1))
+  [[ ! -e $text ]] || tail -n +2 "$text" | diff - "$work/printed"
+}
+
 check_program() { # <block>
-  local name printed
+  local name
   name=$(basename "$1" .cpp)
   write_program "$1" "$work/$name.cpp"
-  c++ -std=c++20 -Wall -Wextra -Werror -I"$source/include" "$work/$name.cpp" -o "$work/$name" \
+  c++ -std=c++17 -Wall -Wextra -Werror -I"$source/include" "$work/$name.cpp" -o "$work/$name" \
     -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib" || return 1
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
   (cd "$work/run" && "$work/$name") >"$work/printed" || return 1
-  printf -v printed '%s/blocks/%s-%02d.text' "$work" "${name%-*}" $((10#${name##*-} + 1))
-  [[ ! -e $printed ]] || tail -n +2 "$printed" | diff - "$work/printed"
+  compare_printed "$1"
+}
+
+check_script() { # <block>
+  rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
+  (cd "$work/run" && tail -n +2 "$1" | LD_LIBRARY_PATH=$build/lib python3 -) >"$work/printed" || return 1
+  compare_printed "$1"
 }
 
 check_console() { # <block>: runs its commands and writes the block anew
@@ -62,5 +75,6 @@ for document in README.md docs/*.md; do split_blocks "$document"; done
 failed=0
 fail() { failed=1; echo "FAILED: $(basename "$1")"; } # <block>
 for block in "$work"/blocks/*.cpp; do check_program "$block" || fail "$block"; done
+for block in "$work"/blocks/*.python; do check_script "$block" || fail "$block"; done
 for block in "$work"/blocks/*.console; do check_console "$block" || fail "$block"; done
 exit $failed

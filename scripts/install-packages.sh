@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs the Debian packages that the named groups need, those that are missing only.
-# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|libxml2|npm|python...
+# usage: scripts/install-packages.sh build|test|check|windows|bench|docs|package|libxml2|npm|python...
 set -euo pipefail
 
 declare -A groups=(
@@ -11,6 +11,8 @@ declare -A groups=(
              nlohmann-json3-dev clang-14 lld-14"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
+  [package]="debhelper dpkg-dev fakeroot file lintian cmake g++ ninja-build libexpat1-dev libssl-dev libcli11-dev
+             nlohmann-json3-dev pkg-config python3"
   [libxml2]="libxml2-dev"
   [npm]="npm"
   [python]="python3"
@@ -31,10 +33,14 @@ done
 
 asRoot=()
 ((EUID == 0)) || asRoot=(sudo)
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# What the packages have to say is shown only where it explains a failure.
 quiet() {
-  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" >/dev/null
+  "${asRoot[@]}" env DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 \
+    apt-get -qq -o Dpkg::Use-Pty=0 -o DPkg::Lock::Timeout=300 "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }
 }
 
-echo "Installing: ${missing[*]}" >&2
+echo "Installing ${#missing[@]} packages: ${missing[*]}" >&2
 quiet update
 quiet install --no-install-recommends --yes "${missing[@]}"

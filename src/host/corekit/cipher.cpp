@@ -60,10 +60,7 @@ bool Decrypt(const std::string& file, std::string& plain) {
 
 } // namespace
 
-void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
-  const std::lock_guard<std::mutex> lock(keyLock);
-  std::copy(std::begin(key), std::end(key), processKey.bytes);
-}
+void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
 
 // Both work on texts of their own until all has gone well, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
@@ -79,3 +76,9 @@ bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
 }
 
 } // namespace corekit
+
+void CorekitSetCipherKey(const std::uint8_t* key) {
+  if (key == nullptr) return;
+  const std::lock_guard<std::mutex> lock(corekit::keyLock);
+  std::copy_n(key, platform::cipherKeySize, corekit::processKey.bytes);
+}

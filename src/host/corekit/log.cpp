@@ -6,8 +6,10 @@
 namespace corekit {
 namespace {
 
+// Either sink, or none: C++ and C callers give types of their own.
 struct Receiver {
   LogSink sink;
+  CorekitLogSink plainSink;
   void* context;
 };
 
@@ -23,22 +25,32 @@ Receiver CurrentReceiver() noexcept {
   return receiver;
 }
 
+void SetReceiver(const Receiver& next) noexcept {
+  const std::lock_guard<std::mutex> lock(receiverLock);
+  receiver = next;
+  isOn.store(next.sink != nullptr || next.plainSink != nullptr, std::memory_order_relaxed);
+}
+
+constexpr CorekitLogKind Plain(LogKind kind) noexcept { return static_cast<CorekitLogKind>(kind); }
+static_assert(Plain(LogKind::TraceEnter) == CorekitTraceEnter && Plain(LogKind::TraceLeave) == CorekitTraceLeave);
+static_assert(Plain(LogKind::Detail) == CorekitDetail && Plain(LogKind::Error) == CorekitError);
+
 const wchar_t* OrEmpty(const wchar_t* text) noexcept { return text != nullptr ? text : L""; }
 
 } // namespace
 
-void SetLogSink(LogSink sink, void* context) noexcept {
-  const std::lock_guard<std::mutex> lock(receiverLock);
-  receiver = {sink, context};
-  isOn.store(sink != nullptr, std::memory_order_relaxed);
-}
+void SetLogSink(LogSink sink, void* context) noexcept { SetReceiver({sink, nullptr, context}); }
 
 bool LogIsOn() noexcept { return isOn.load(std::memory_order_relaxed); }
 
 void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noexcept {
   if (!LogIsOn()) return;
   const Receiver current = CurrentReceiver();
-  if (current.sink != nullptr) current.sink(current.context, kind, OrEmpty(component), OrEmpty(text));
+  if (current.sink != nullptr) {
+    current.sink(current.context, kind, OrEmpty(component), OrEmpty(text));
+  } else if (current.plainSink != nullptr) {
+    current.plainSink(current.context, Plain(kind), OrEmpty(component), OrEmpty(text));
+  }
 }
 
 void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Detail, component, line); }
@@ -46,3 +58,5 @@ void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToS
 void logError(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Error, component, line); }
 
 } // namespace corekit
+
+void CorekitSetLogSink(CorekitLogSink sink, void* context) { corekit::SetReceiver({nullptr, sink, context}); }

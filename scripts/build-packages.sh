@@ -1,0 +1,45 @@
+#!/bin/bash
+# Builds the Debian packages libtarvik1, libtarvik-dev and tarvik, after installing what that needs:
+#   scripts/build-packages.sh [folder]       (build/packages unless one is given)
+# The version stands in the public header, the changes in CHANGELOG.md; Debian's changelog is made from them.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+scripts/install-packages.sh package
+mkdir -p "${1:-build/packages}"
+target=$(realpath "${1:-build/packages}")
+rm -rf "$target/source" "$target"/*.deb
+
+# An entry for each release, the newest first; of two on one day, it is the later one.
+debian_changelog() {
+  local maintainer version date number
+  maintainer=$(sed -n 's/^Maintainer: //p' packaging/debian/control)
+  number=$(grep --count '^## ' CHANGELOG.md)
+  sed -nE 's/^## ([0-9.]+) \((.*)\)$/\1 \2/p' CHANGELOG.md | while read -r version date; do
+    printf 'tarvik (%s) unstable; urgency=medium\n\n' "$version"
+    awk -v version="$version" '
+      /^## / { inside = $2 == version; kind = ""; next }
+      !inside || /^$/ { next }
+      /^### / { kind = $2 ": "; next }
+      /^- / { print "* " kind substr($0, 3); next }
+      { sub(/^ */, kind ? "  " : "* "); print }' CHANGELOG.md | fmt --tagged-paragraph --width=76 | sed 's/^/  /'
+    printf '\n -- %s  %s\n\n' "$maintainer" "$(LC_ALL=C date --utc --date "$date + $number minutes" '+%a, %d %b %Y %T +0000')"
+    number=$((number - 1))
+  done
+}
+
+mkdir "$target/source"
+tar --create --exclude=./.git --exclude=./build . | tar --extract --directory="$target/source"
+cp -r packaging/debian "$target/source/debian"
+debian_changelog >"$target/source/debian/changelog"
+version=$(sed -n 's/^#define TARVIK_VERSION_[A-Z]* //p' include/tarvik/tarvik.h | paste -sd.)
+if [[ $(cd "$target/source" && dpkg-parsechangelog --show-field Version) != "$version" ]]; then
+  echo "CHANGELOG.md does not begin with version $version, as the header says" >&2
+  exit 1
+fi
+
+if ! (cd "$target/source" && dpkg-buildpackage --build=binary --no-sign --jobs=auto) >"$target/build.log" 2>&1; then
+  tail --lines=40 "$target/build.log" >&2
+  exit 1
+fi
+rm -rf "$target/source"
+ls "$target"/*.deb
