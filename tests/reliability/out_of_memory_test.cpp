@@ -58,8 +58,9 @@ namespace {
 
 constexpr std::uint32_t thrown = 1'000; // in place of a code: the exception that a query may let pass
 
-const std::string status = "<?xml version='1.0' encoding='GBK'?>" // which is converted
-                           "<SiteStatus Status='Enabled' CatalogVersion='version-20240131120000'/>";
+const std::string status =
+    "<?xml version='1.0' encoding='GBK'?>" // which is converted
+    "<SiteStatus Status='Enabled' CatalogVersion='version-20240131120000'/>";
 const std::string catalog = R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
 <Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
   <ProductDetection Branch="A-BRANCH-OF-SOME-LENGTH"><PlatformID>ANY-PLATFORM-AT-ALL</PlatformID></ProductDetection>
