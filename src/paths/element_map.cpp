@@ -61,8 +61,8 @@ void ElementMap::KeyChain::Prepare() {
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
-  const auto hash = static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
-  map.entries.push_back({{stored, storedLength}, hash, CElementRef(Ostrum::Element::null)});
+  const auto keyHash = static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
+  map.entries.push_back({{stored, storedLength}, keyHash, CElementRef(Ostrum::Element::null)});
   isPrepared = true;
 }
 
