@@ -42,9 +42,9 @@ TEST(ChildIndex, FindsWhatAWalkFinds) {
   std::mt19937 engine(7);
   const auto random = [&engine] { return static_cast<std::uint32_t>(engine()); };
   const auto any = [&random](const auto& list) -> std::string { return list[random() % std::size(list)]; };
-  for (const std::size_t count : {0, 23, 24, 25, 300}) {
+  for (const unsigned count : {0U, 23U, 24U, 25U, 300U}) {
     std::string bytes = "<r>";
-    for (std::size_t i = 0; i < count; ++i)
+    for (unsigned i = 0; i < count; ++i)
       bytes += "<" + any(names) + (random() % 2 ? " k='" + any(values) + "'/>" : "/>");
     const Parsed parsed(bytes + "</r>");
     Element& parent = parsed.At("");

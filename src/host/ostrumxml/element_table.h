@@ -49,7 +49,8 @@ class ElementTable {
       Element elements[capacity]; // each is made when it is added
     };
   };
-  static_assert(sizeof(Element) == 24 && sizeof(Block) == alignof(Block));
+  static_assert(sizeof(Element) == 24);
+  static_assert(sizeof(Block) == 4096);
 
   struct Chunk { // blocks that were allocated together
     void* memory;
@@ -57,7 +58,8 @@ class ElementTable {
   };
 
   static const Block& BlockOf(const Element& element) noexcept {
-    return *reinterpret_cast<const Block*>(reinterpret_cast<std::uintptr_t>(&element) & ~(alignof(Block) - 1));
+    const std::size_t offset = reinterpret_cast<std::uintptr_t>(&element) % alignof(Block);
+    return *reinterpret_cast<const Block*>(reinterpret_cast<const std::byte*>(&element) - offset);
   }
   void AddBlock();
   void AddChunk();
