@@ -41,12 +41,14 @@ else
 fi
 export WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
 
-# Many tests start at once; the first makes Wine's state, the others wait for it.
-if [[ ! -e $WINEPREFIX/made ]]; then
-  mkdir -p "$WINEPREFIX"
-  (
-    flock 9
-    [[ -e $WINEPREFIX/made ]] || make_prefix 9>&-
-  ) 9>"$build/wine.lock"
-fi
+# Many tests start at once, and programs that start while Wine itself does can fail: the first makes Wine's state and waits until
+# its server, which stays for a minute behind the last program, has started all that belongs to it.
+mkdir -p "$WINEPREFIX"
+(
+  flock 9
+  [[ -e $WINEPREFIX/made ]] || make_prefix 9>&-
+  if /usr/lib/wine/wineserver64 --persistent=60 </dev/null >/dev/null 2>&1 9>&-; then # none was running
+    /usr/lib/wine/wine64 wineboot </dev/null >/dev/null 2>&1 9>&- || true
+  fi
+) 9>"$build/wine.lock"
 exec /usr/lib/wine/wine64 "$@"

@@ -14,15 +14,18 @@ namespace {
 
 std::wstring_view FolderPart(std::wstring_view name) noexcept { return name.substr(0, name.find_last_of(L"\\/:") + 1); }
 
+bool IsLink(const std::wstring& name) noexcept {
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
 // The name behind all symbolic links, the same for every way there. As given where the volume tells none, and no link is there.
 std::wstring FinalName(const Handle& file, const std::wstring& given) {
   std::wstring name(GetFinalPathNameByHandleW(file.Get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
   const auto size = static_cast<DWORD>(name.size());
   const DWORD length = GetFinalPathNameByHandleW(file.Get(), name.data(), size, FILE_NAME_NORMALIZED);
   if (length != 0 && length < size) return std::wstring(name, 0, length);
-  if ((GetFileAttributesW(given.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0) {
-    ThrowSystemFailure("cannot follow the symbolic link");
-  }
+  if (IsLink(given)) ThrowSystemFailure("cannot follow the symbolic link");
   return given;
 }
 
@@ -30,9 +33,7 @@ std::wstring FollowLinks(const std::wstring& name) {
   const Handle file = OpenExisting(name, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
   if (file.IsOpen()) return FinalName(file, name);
   if (GetLastError() != ERROR_FILE_NOT_FOUND) ThrowSystemFailure("cannot reach the file");
-  if (GetFileAttributesW(name.c_str()) != INVALID_FILE_ATTRIBUTES) {
-    ThrowSystemFailure("the symbolic link leads to no file", ERROR_FILE_NOT_FOUND);
-  }
+  if (IsLink(name)) ThrowSystemFailure("the symbolic link leads to no file", ERROR_FILE_NOT_FOUND);
   const std::wstring folderName(FolderPart(name));
   const Handle folder = OpenExisting(folderName, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
   if (!folder.IsOpen()) ThrowSystemFailure("cannot reach the folder");
