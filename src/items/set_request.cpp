@@ -6,10 +6,9 @@
 #include <utility>
 
 #include "host/ostrumxml/characters.h"
-#include "items/item_type.h"
 #include "paths/item_path.h"
 #include "platform/platform.h"
-#include "text/edge.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
@@ -88,7 +87,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   RequireShort(path, itemName);
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
-  if (IsKeyword(itemType, elementKeyword)) {
+  if (std::string_view(itemType) == "ELEMENT") {
     if (!rest.empty()) rest += '\\';
     rest += itemName;
     if (rest.empty()) throw std::invalid_argument("an element item without a name");
@@ -100,7 +99,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   for (const char* next = rest.empty() ? nullptr : rest.c_str(); next != nullptr;) {
     request.steps.push_back(Step(Cut(next, '\\')));
   }
-  if (IsKeyword(itemType, attributeKeyword) && *itemName != '\0' && *value != '\0') {
+  if (std::string_view(itemType) == "ATTRIBUTE" && *itemName != '\0' && *value != '\0') {
     request.steps.back().attributes.push_back(Attribute(itemName, value));
     request.target.append("\n").append(itemName);
     request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");

@@ -5,7 +5,7 @@
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/utf8.h"
-#include "text/edge.h"
+#include "text/convert.h"
 
 namespace {
 
