@@ -91,7 +91,7 @@ Element* FirstChild(const Element& parent) noexcept {
   return first == parent.End() ? nullptr : &*first;
 }
 
-// A negative index is no child's, as 0 is where it comes to counting.
+// Children count from 1: 0, which stands for every negative index, finds none.
 std::uint32_t CountedIndex(const ItemRequest& request) noexcept {
   return request.index < 0 ? 0 : static_cast<std::uint32_t>(request.index);
 }

@@ -1,5 +1,6 @@
 #include "paths/path_search.h"
 
+#include <cassert>
 #include <memory_resource>
 #include <new>
 #include <string>
@@ -14,10 +15,12 @@ namespace {
 
 using Ostrum::Element;
 
-// Ends the text at its first separator and gives the rest behind it; null where there is no separator.
+// Ends the text at its first separator, one character, and gives the rest behind it; null where there is none.
 char* CutToken(char* text, const char* separator) {
   char* const rest = ReturnTokenFromString(text, nullptr, 0, separator);
-  if (rest != nullptr) rest[-1] = '\0';
+  if (rest == nullptr) return nullptr;
+  assert(rest[-1] == *separator && separator[1] == '\0');
+  rest[-1] = '\0';
   return rest;
 }
 
@@ -58,7 +61,7 @@ Element* SelectByFilter(const Element& parent, const PathComponent& component) {
   return child;
 }
 
-// Null, with nothing logged but what names that can't be converted log, where no child is meant.
+// Null where no child matches; only names that can't be converted are then logged.
 Element* SelectChild(const Element& parent, const PathComponent& component, bool isLast, std::uint32_t occurrence) {
   if (component.HasFilter()) return SelectByFilter(parent, component);
   const char* const name = component.NamePart();
@@ -82,7 +85,7 @@ bool NameBeginsWith(const Element& element, const char* path) {
   return name.Text() && name.Text()->starts_with(path);
 }
 
-// Goes down level by level; path moves along, and is what the level that fails was to resolve.
+// Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
 Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
   // Paths are short, and an allocation for each would cost more than the search.
   char room[512];

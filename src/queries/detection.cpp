@@ -77,7 +77,7 @@ std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& l
 }
 
 // Fills the record from a pair. What the caller looked for, if given, needs no reading. A field whose source is missing stays
-// empty; the last read's code counts.
+// empty. Returns the last read's code.
 std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, const char* branch,
                    const DetectionKey* known, DetectionInfo& info) {
   ReadField(document, groups.detection, TextOf("ProductVersion"), info.ProductVersion);
@@ -99,8 +99,8 @@ class DetectionWalk {
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
       : document(document), position(position), info(info) {}
 
-  // Finds the next pair and fills the record from it. The packages that ran out end it with XmlNotFound; what fails inside a
-  // package only ends the look at that package.
+  // Finds the next pair and fills the record from it. XmlNotFound when no package is left; a failure inside a package moves
+  // on to the next one.
   std::uint32_t Next() {
     std::uint32_t code = XmlSuccess;
     TryGroups("ProductPackage", "", groups.package, Package, code, [&] { return FindDetection(code); });

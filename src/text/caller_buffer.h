@@ -11,8 +11,8 @@
 #include <string_view>
 
 // Joins the pieces in buffer, never beyond capacity, always terminated (nothing is written when capacity is 0); what stands
-// behind the terminating zero stays. A piece may lie in the buffer itself if it is the only one. Returns the number of bytes
-// stored, negative when the text was cut.
+// behind the terminating zero stays. A single piece may lie in the buffer itself. Returns the number of bytes stored, negative
+// when the text was cut.
 inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
                           std::initializer_list<std::string_view> pieces) noexcept {
   if (capacity == 0) return -1;
