@@ -1,7 +1,189 @@
 // The exported functions that read items.
-#include "items/item_reader.h"
+#include <algorithm>
+#include <cstring>
+#include <initializer_list>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "paths/child_search.h"
+#include "paths/item_path.h"
+#include "platform/platform.h"
+#include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/caller_buffer.h"
+#include "text/convert.h"
 #include "text/log.h"
+
+namespace {
+
+using Ostrum::Attribute;
+using Ostrum::Element;
+
+struct ItemRequest {
+  const char* path;
+  const char* itemName;
+  const char* itemType;
+  std::int32_t index;
+  const char* attributeName;
+  const char* valueType;
+  CallerBuffer value;
+};
+
+// Whether an item type or value type names the keyword: any text that begins with it, letter case apart.
+bool BeginsWithKeyword(const char* type, std::string_view keyword) noexcept {
+  // Nearly every caller writes the keyword in capitals, and comparing bytes costs far less than folding characters.
+  return keyword == type || platform::MbsCompareBytesNoCase(type, keyword.data(), keyword.size()) == 0;
+}
+bool IsElement(const char* type) noexcept { return BeginsWithKeyword(type, "ELEMENT"); }
+bool IsAttribute(const char* type) noexcept { return BeginsWithKeyword(type, "ATTRIBUTE"); }
+
+// A caller's missing text must not end the caller's process.
+void RequireGiven(std::initializer_list<const char*> texts) {
+  if (std::ranges::find(texts, nullptr) != texts.end()) throw std::invalid_argument("a text that is needed is null");
+}
+
+// The value of an element or attribute in the caller's character set: at least its first `limit` bytes, all of it where only
+// the whole tells whether it has a form there. A value that has none must not come back as an empty one.
+class ItemValue {
+ public:
+  // element: any of the document.
+  template <class Node>
+  ItemValue(const Element& element, const Node& node, std::size_t limit)
+      : converted(node.GetValue(scratch, DocumentPasses(element) ? limit : npos)) {
+    if (!converted.Text()) throw std::range_error("a value has no form in the locale's character set");
+  }
+  std::string_view Text() const noexcept { return *converted.Text(); }
+
+ private:
+  static constexpr std::size_t npos = std::string::npos;
+
+  std::string scratch;
+  LocaleText converted;
+};
+
+// Stores the miss, logs the line that the pieces make, and gives the code.
+template <class... Pieces>
+std::uint32_t Missing(const ItemRequest& request, const Pieces&... line) {
+  request.value.Store("Not Found");
+  LogDetail(line...);
+  return XmlNotFound;
+}
+
+std::uint32_t ElementMissing(const ItemRequest& request) {
+  return Missing(request, request.itemName, L" (element) not found in the element map.");
+}
+
+std::uint32_t AttributeMissing(const ItemRequest& request) {
+  return Missing(request, request.attributeName, L" (attribute) not found in the element map.");
+}
+
+// The element that the path is a key of; null when there is none.
+Element* FindKnownElement(const XmlFileRecord& record, const char* path) {
+  char buffer[bufferSize];
+  const char* key = PathBelowRoot(record, path, buffer);
+  if (*key == '\0') key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
+  return FindInElementMap(*record.elementMap, key);
+}
+
+Element* FirstChild(const Element& parent) noexcept {
+  const auto first = parent.Begin();
+  return first == parent.End() ? nullptr : &*first;
+}
+
+// Children count from 1: 0, which stands for every negative index, finds none.
+std::uint32_t CountedIndex(const ItemRequest& request) noexcept {
+  return request.index < 0 ? 0 : static_cast<std::uint32_t>(request.index);
+}
+
+// Index 0 takes the first child, whatever its name.
+Element* FindChild(const Element& parent, const ItemRequest& request) {
+  if (request.index == 0) return FirstChild(parent);
+  return FindNthChild(parent, Ostrum::NameMatch::Exact, request.itemName, CountedIndex(request));
+}
+
+std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) {
+  const Element* const child = FindChild(element, request);
+  if (child == nullptr) return ElementMissing(request);
+  if (!request.value.IsWanted()) return XmlSuccess;
+
+  request.value.Store(ItemValue(element, *child, request.value.Capacity()).Text());
+  LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ", request.value.Text(), L".");
+  return XmlSuccess;
+}
+
+// Stores an attribute's value, or the text of the child that has it. The log line shows it whole, so it is then read so.
+template <class Node>
+std::uint32_t FoundAttribute(const Element& element, const Node& node, const ItemRequest& request,
+                             const wchar_t* ending) {
+  if (!request.value.IsWanted()) return XmlSuccess;
+  const bool isLogged = corekit::LogIsOn();
+  const ItemValue value(element, node, isLogged ? std::string::npos : request.value.Capacity());
+  if (isLogged) {
+    LogDetail(L"Found ", request.itemName, L"-", request.attributeName, L" in the element map.  It's value is ",
+              std::string(value.Text()).c_str(), ending);
+  }
+  request.value.Store(value.Text());
+  return XmlSuccess;
+}
+
+std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName, const ItemRequest& request) {
+  if (!attributeName.Text()) return AttributeMissing(request);
+  const Attribute attribute = element.GetAttribute(*attributeName.Text());
+  return attribute.IsNull() ? AttributeMissing(request) : FoundAttribute(element, attribute, request, L" (attribute).");
+}
+
+std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
+                                 const ItemRequest& request) {
+  const std::string_view* const name = attributeName.Text() ? &*attributeName.Text() : nullptr;
+  const Element* const child = request.index == 0
+                                   ? FirstChild(element)
+                                   : FindNthChildWithAttribute(element, request.itemName, name, CountedIndex(request));
+  if (child == nullptr) return ElementMissing(request);
+  if (name == nullptr) return AttributeMissing(request);
+  const Attribute attribute = child->GetAttribute(*name);
+  if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
+  if (IsAttribute(request.valueType)) {
+    return FoundAttribute(element, attribute, request, L" (attribute).");
+  }
+  return FoundAttribute(element, *child, request, L" (element).");
+}
+
+std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
+  RequireGiven({request.attributeName, request.valueType});
+  const DocumentText attributeName(request.attributeName);
+  const LocaleText ownName(element.GetName());
+  const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
+  return isOwn ? ReadOwnAttribute(element, attributeName, request)
+               : ReadChildAttribute(element, attributeName, request);
+}
+
+std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
+  RequireGiven({request.path, request.itemName, request.itemType});
+  const Element* element = FindKnownElement(record, request.path);
+  if (element == nullptr || element->IsNull()) {
+    return Missing(request, request.path, L" not found in the element map.");
+  }
+  if (IsElement(request.itemType)) return ReadChildText(*element, request);
+  if (IsAttribute(request.itemType)) return ReadAttribute(*element, request);
+  return XmlSuccess;
+}
+
+// What GetXMLItem and EnumXMLItem do.
+std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
+                             const char* itemType, std::int32_t index, const char* attributeName, const char* valueType,
+                             char* value, std::uint32_t capacity) noexcept {
+  const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  if (record == nullptr) return XmlNotFound;
+  try {
+    return Read(*record, {path, itemName, itemType, index, attributeName, valueType, CallerBuffer(value, capacity)});
+  } catch (...) {
+    LogDetail(L"Failed to get ", itemName, L": unknown exception thrown.");
+    return XmlFailure;
+  }
+}
+
+} // namespace
 
 std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
                                      const char* itemType, const char* attributeName, const char* valueType,

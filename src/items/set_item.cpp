@@ -1,17 +1,157 @@
 // The exported function that sets an item and saves the document.
+#include <cassert>
 #include <memory>
 #include <new>
+#include <stdexcept>
+#include <vector>
 
 #include "host/ostrumxml/file.h"
 #include "items/set_request.h"
-#include "items/set_walk.h"
+#include "paths/item_path.h"
+#include "paths/path_search.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/log.h"
 
 namespace {
 
-// What is changed is the document first, which refuses the whole request or nothing of it, and then the file.
+using Ostrum::Element;
+
+// Carries a request out on a document: goes from the root to the element that it names, taking at each step the first child
+// whose name begins with the step's, and makes what is missing.
+class SetWalk {
+ public:
+  // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
+  using FindChild = Element* (*)(Element* parent, const SetStep& step);
+
+  // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
+  // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
+  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild);
+
+  // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
+  // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
+  // done before stays. Call once.
+  void CarryOut(ElementMap::KeyChain* key) const;
+
+ private:
+  void Check() const;
+
+  const SetRequest& request;
+  Ostrum::Document& document;
+  std::vector<Element*> found; // of the first steps, the root at least
+};
+
+// The request was cut when it was parsed. The cuts are traced here, where the walk meets each component.
+void TraceCuts(const SetStep& step) {
+  if (!corekit::LogIsOn()) return;
+  ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
+  const char* const attributePart = ReturnTokenFromString(step.component.c_str(), nullptr, 0, "&");
+  if (attributePart != nullptr) ReturnTokenFromString(attributePart, nullptr, 0, "=");
+}
+
+void Require(bool holds, const char* why) {
+  if (!holds) throw std::invalid_argument(why);
+}
+
+void RequirePlace(const Element& element) {
+  Require(element.CanBeChanged(), "the element stands in an entity's text and has no place of its own in the file");
+}
+
+void Set(Element& element, const SetAttribute& attribute) {
+  Ostrum::Attribute target = element.GetAttribute(attribute.name.utf8);
+  if (target.IsNull()) target = element.CreateAttribute(attribute.name.utf8);
+  static_cast<Ostrum::Value>(target).Set(attribute.value.utf8);
+}
+
+Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
+  // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
+  // key.
+  if (key != nullptr) key->Prepare();
+  Element& child = parent.AddElementInto(step.name.utf8);
+  if (child.IsNull()) {
+    LogError(L"Failed to add element to parent node. Cannot continue");
+    throw std::runtime_error("the element was refused");
+  }
+  if (key != nullptr) key->Enter(child, true);
+  return child;
+}
+
+void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap::KeyChain& key) {
+  for (const std::string_view part : {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
+    key.Append(part);
+  }
+  key.Prepare();
+  key.Enter(element, false);
+}
+
+SetWalk::SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild)
+    : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
+  Element* element = found.front();
+  for (std::size_t i = 1; i < request.steps.size(); ++i) {
+    element = findChild(element, request.steps[i]);
+    if (element != nullptr) found.push_back(element);
+  }
+  Check();
+}
+
+void SetWalk::Check() const {
+  constexpr const char* folded = "the attribute's declared type would fold the value's blanks";
+  const std::vector<SetStep>& steps = request.steps;
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const Element* const element = i < found.size() ? found[i] : nullptr;
+    if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
+    for (const SetAttribute& each : steps[i].attributes) {
+      const std::string& name = each.name.utf8;
+      Require(element != nullptr ? element->CanHold(name, each.value.utf8)
+                                 : document.CanHold(steps[i].name.utf8, name, each.value.utf8),
+              folded);
+    }
+  }
+  const bool makesChild = found.size() < steps.size();
+  if (makesChild || request.text) RequirePlace(*found.back());
+  if (!makesChild && request.text) {
+    Require(found.back()->TextCanBeReplaced(), "an entity that holds elements is referred to in the text");
+  }
+}
+
+void SetWalk::CarryOut(ElementMap::KeyChain* key) const {
+  assert(!found.empty() && found.size() <= request.steps.size());
+  Element* current = found.front();
+  for (std::size_t i = 0; i < request.steps.size(); ++i) {
+    const SetStep& step = request.steps[i];
+    const bool hasKey = key != nullptr && i > 0; // the root has its entry
+    if (hasKey && !key->IsEmpty()) key->Append("\\");
+    if (hasKey) key->Append(step.name.given);
+    current = i < found.size() ? found[i] : &Add(*current, step, key);
+    for (const SetAttribute& attribute : step.attributes) {
+      Set(*current, attribute);
+      if (hasKey) EnterAttribute(attribute, *current, *key);
+    }
+  }
+  if (request.text) static_cast<Ostrum::Value>(*current).Set(*request.text);
+}
+
+// Finds as callers see it, with the lines of a path search. A search that failed may have missed a child: it must not lead to
+// a second one.
+Element* FindLogged(Element* parent, const SetStep& step) {
+  TraceCuts(step);
+  // In an element without children the search would take the element itself.
+  if (parent == nullptr || parent->Begin() == parent->End()) return nullptr;
+  SearchEnd end = SearchEnd::Failed;
+  Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &end);
+  if (end == SearchEnd::OutOfMemory) throw std::bad_alloc();
+  if (end == SearchEnd::Failed) throw std::runtime_error("the search failed");
+  return end == SearchEnd::Found ? child : nullptr;
+}
+
+// Finds the same, and logs nothing.
+Element* FindSilently(Element* parent, const SetStep& step) {
+  if (parent == nullptr) return nullptr;
+  Element& child = parent->NthChild(Ostrum::NameMatch::Prefix, step.name.utf8, 1);
+  return child.IsNull() ? nullptr : &child;
+}
+
+// Changes the document first, which refuses the whole request or nothing of it, then the file.
 void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord& record) try {
   const SetWalk walk(*request, *record.document, FindLogged);
   record.file->Await({request->target, [request](Ostrum::Document& other) {

@@ -6,10 +6,9 @@
 #include <utility>
 
 #include "host/ostrumxml/characters.h"
-#include "items/item_type.h"
 #include "paths/item_path.h"
 #include "platform/platform.h"
-#include "text/edge.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
@@ -50,7 +49,7 @@ SetAttribute Attribute(std::string name, std::string value) {
   return attribute;
 }
 
-// An element of that name may be there already, but no name in a document begins with what is no name.
+// Needed even if the element exists: no name in a document begins with something that is not a name.
 SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
@@ -58,7 +57,7 @@ SetText ElementName(std::string given) {
   throw std::invalid_argument("no XML name");
 }
 
-// Gives the part in front of the first separator and goes on behind it; all of it, and on to null, where there is none.
+// Returns the text up to the first separator and moves rest behind it; without one, returns all of it and sets rest to null.
 std::string Cut(const char*& rest, char separator) {
   const char* const place = platform::MbsFindChar(rest, separator);
   std::string part = place == nullptr ? std::string(rest) : std::string(rest, place);
@@ -70,7 +69,7 @@ SetStep Step(std::string component) {
   const char* rest = component.c_str();
   SetStep step{{}, ElementName(Cut(rest, '&')), {}};
   std::string attributeName = rest == nullptr ? std::string() : Cut(rest, '=');
-  // An attribute part that lacks its name or its value says nothing.
+  // An attribute part without a name or without a value is ignored.
   if (!attributeName.empty() && rest != nullptr && *rest != '\0') {
     step.attributes.push_back(Attribute(std::move(attributeName), rest));
   }
@@ -88,7 +87,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   RequireShort(path, itemName);
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
-  if (IsKeyword(itemType, elementKeyword)) {
+  if (std::string_view(itemType) == "ELEMENT") {
     if (!rest.empty()) rest += '\\';
     rest += itemName;
     if (rest.empty()) throw std::invalid_argument("an element item without a name");
@@ -100,7 +99,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   for (const char* next = rest.empty() ? nullptr : rest.c_str(); next != nullptr;) {
     request.steps.push_back(Step(Cut(next, '\\')));
   }
-  if (IsKeyword(itemType, attributeKeyword) && *itemName != '\0' && *value != '\0') {
+  if (std::string_view(itemType) == "ATTRIBUTE" && *itemName != '\0' && *value != '\0') {
     request.steps.back().attributes.push_back(Attribute(itemName, value));
     request.target.append("\n").append(itemName);
     request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");

@@ -7,8 +7,7 @@
 
 #include "registry/record.h"
 
-// A text of the caller's, as it was given and in the form that documents have. Both are needed: what is logged, searched for and
-// remembered is the caller's.
+// A caller's text, as given and in UTF-8. Both are needed: log lines, searches and keys take it as given.
 struct SetText {
   std::string given;
   std::string utf8;

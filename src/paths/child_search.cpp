@@ -5,7 +5,7 @@
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/utf8.h"
-#include "text/edge.h"
+#include "text/convert.h"
 
 namespace {
 
@@ -47,7 +47,7 @@ Element* Walk(const Element& parent, NameMatch match, std::string_view text, IsW
   return nullptr;
 }
 
-// Whether comparing the names in UTF-8 tells the same, without a line to log.
+// Whether comparing the names in UTF-8 gives the same answer and nothing would be logged.
 bool CanCompareInUtf8(const Element& parent, std::string_view text) {
   return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
 }

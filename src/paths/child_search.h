@@ -8,14 +8,14 @@
 #include "host/ostrumxml/node.h"
 
 // All give null where there is no such child, and count from 1. Where the names mean the same in the locale's character set
-// as in the document, the document finds the child; otherwise each child is walked over, and a name that can't be converted
-// is no match and logs its line for every child that the walk passes. Throw std::bad_alloc.
+// as in the document, the document finds the child; otherwise the children are walked over, and a name that can't be converted
+// does not match and logs its line for every such child that the walk passes. Throw std::bad_alloc.
 
 // The n-th child whose name is, or begins with, the text.
 Ostrum::Element* FindNthChild(const Ostrum::Element& parent, Ostrum::NameMatch match, std::string_view text,
                               std::uint32_t n);
 
-// The n-th child of exactly that name that has the attribute. A null attribute name, in UTF-8 otherwise, is had by none.
+// The n-th child of exactly that name that has the attribute. attributeName is in UTF-8; null matches no child.
 Ostrum::Element* FindNthChildWithAttribute(const Ostrum::Element& parent, std::string_view name,
                                            const std::string_view* attributeName, std::uint32_t n);
 

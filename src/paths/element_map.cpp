@@ -24,13 +24,14 @@ ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
-  if ((entries.size() + 1) * 4 > slots.size() * 3) Grow();
+  MakeRoom();
   char* const text = NewText(key.size());
   std::memcpy(text, key.data(), key.size());
   Publish(entries.emplace_back(Entry{{text, key.size()}, place.hash, CElementRef(element)}));
 }
 
 void ElementMap::Publish(Entry& entry) noexcept {
+  assert(&entry == &entries.back() && entries.size() < slots.size());
   const auto position = static_cast<std::uint32_t>(entries.size());
   slots[SlotOf(entry.key, entry.hash)] = RecentSlot(entry.key) = position;
 }
@@ -42,7 +43,8 @@ std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
   return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
 }
 
-void ElementMap::Grow() {
+void ElementMap::MakeRoom() {
+  if ((entries.size() + 1) * 4 <= slots.size() * 3) return;
   constexpr std::size_t fewest = 16;
   std::vector<std::uint32_t> grown(slots.empty() ? fewest : slots.size() * 2);
   const std::size_t mask = grown.size() - 1;
@@ -57,7 +59,7 @@ void ElementMap::Grow() {
 void ElementMap::KeyChain::Prepare() {
   Abandon();
   assert(key.size() <= mostLength);
-  if ((map.entries.size() + 1) * 4 > map.slots.size() * 3) map.Grow();
+  map.MakeRoom();
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();

@@ -54,7 +54,7 @@ class ElementMap {
   std::size_t SlotOf(std::string_view key, std::uint32_t hashed) const noexcept;
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
   void Publish(Entry& entry) noexcept;
-  void Grow();
+  void MakeRoom();
   char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
 
   Ostrum::KeyedHash hash;

@@ -1,11 +1,10 @@
 #include "paths/item_path.h"
 
 #include <cstring>
+#include <string>
 
-#include "paths/scratch_text.h"
 #include "platform/platform.h"
-#include "registry/record.h"
-#include "text/edge.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
@@ -76,14 +75,27 @@ void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t
     return;
   }
 
-  const std::size_t size = std::strlen(path) + 1;
-  ScratchText component(size);
-  const char* const rest = ReturnTokenFromString(path, component.Data(), static_cast<std::uint32_t>(size), "\\");
+  const char* const rest = ReturnTokenFromString(path, nullptr, 0, "\\");
   if (rest != nullptr) {
     platform::MbsCopyBytes(output, rest, capacity - 1);
     output[capacity - 1] = '\0';
   } else {
     std::memset(output, 0, capacity);
   }
-  LogDetail(L"Removed ", component.Data(), L" from ", path, L".");
+  if (!corekit::LogIsOn()) return;
+  const std::string component = rest == nullptr ? path : std::string(path, rest - 1);
+  LogDetail(L"Removed ", component.c_str(), L" from ", path, L".");
+}
+
+const char* CutToBufferSize(const char* path, char (&buffer)[bufferSize]) noexcept {
+  if (std::strlen(path) < bufferSize) return path;
+  platform::MbsCopyBytes(buffer, path, bufferSize - 1);
+  buffer[bufferSize - 1] = '\0';
+  return buffer;
+}
+
+const char* PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]) {
+  if (IsRootInPath(record, path) == 0) return CutToBufferSize(path, buffer);
+  RemoveRootFromBeginningOfPath(path, buffer, bufferSize);
+  return buffer;
 }

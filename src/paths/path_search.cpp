@@ -1,23 +1,57 @@
 #include "paths/path_search.h"
 
-#include <cstring>
+#include <cassert>
+#include <memory_resource>
 #include <new>
+#include <string>
 
 #include "paths/child_search.h"
 #include "paths/item_path.h"
-#include "paths/path_component.h"
-#include "paths/scratch_text.h"
-#include "text/edge.h"
+#include "platform/platform.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
 
 using Ostrum::Element;
-// What to look for among the children of one element.
-struct Level {
-  const PathComponent& component;
-  bool isLast;
-  std::uint32_t occurrence;
+
+// Ends the text at its first separator, one character, and gives the rest behind it; null where there is none.
+char* CutToken(char* text, const char* separator) {
+  char* const rest = ReturnTokenFromString(text, nullptr, 0, separator);
+  if (rest == nullptr) return nullptr;
+  assert(rest[-1] == *separator && separator[1] == '\0');
+  rest[-1] = '\0';
+  return rest;
+}
+
+// "Name&attribute=value" taken apart. Only the first 259 bytes of a component with "&" count.
+class PathComponent {
+ public:
+  // component must outlive this object.
+  explicit PathComponent(const char* component) : name(component) {
+    if (platform::MbsFindChar(component, '&') == nullptr) return;
+    platform::MbsCopyBytes(cut, component, bufferSize - 1);
+    cut[bufferSize - 1] = '\0';
+    name = cut;
+    char* const filter = CutToken(cut, "&");
+    if (filter == nullptr || platform::MbsFindChar(filter, '=') == nullptr) return;
+    attributeName = filter;
+    filterValue = CutToken(filter, "=");
+  }
+  PathComponent(const PathComponent&) = delete;
+  PathComponent& operator=(const PathComponent&) = delete;
+
+  const char* NamePart() const noexcept { return name; }
+  bool HasFilter() const noexcept { return filterValue != nullptr; }
+  // Of the filter; null without one.
+  const char* AttributeName() const noexcept { return attributeName; }
+  const char* FilterValue() const noexcept { return filterValue; }
+
+ private:
+  const char* name;
+  const char* attributeName = nullptr;
+  const char* filterValue = nullptr;
+  char cut[bufferSize];
 };
 
 Element* SelectByFilter(const Element& parent, const PathComponent& component) {
@@ -27,14 +61,14 @@ Element* SelectByFilter(const Element& parent, const PathComponent& component) {
   return child;
 }
 
-// Null, with nothing logged but what names that can't be converted log, where no child is meant.
-Element* SelectChild(const Element& parent, const Level& level) {
-  if (level.component.HasFilter()) return SelectByFilter(parent, level.component);
-  const char* const name = level.component.NamePart();
-  const std::uint32_t n = level.isLast ? level.occurrence : 1;
+// Null where no child matches; only names that can't be converted are then logged.
+Element* SelectChild(const Element& parent, const PathComponent& component, bool isLast, std::uint32_t occurrence) {
+  if (component.HasFilter()) return SelectByFilter(parent, component);
+  const char* const name = component.NamePart();
+  const std::uint32_t n = isLast ? occurrence : 1;
   Element* const child = FindNthChild(parent, Ostrum::NameMatch::Prefix, name, n);
   if (child == nullptr) return nullptr;
-  if (!level.isLast) {
+  if (!isLast) {
     LogDetail(L"Found ", name, L" (element) in the element map.");
   } else if (n > 1) {
     LogDetail(name, n, L" (element) not found in the element map.");
@@ -51,22 +85,24 @@ bool NameBeginsWith(const Element& element, const char* path) {
   return name.Text() && name.Text()->starts_with(path);
 }
 
-// Goes down level by level; path moves along, and is what the level that fails was to resolve.
+// Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
 Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
-  std::size_t size = std::strlen(path) + 1;
-  ScratchText token(size);
+  // Paths are short, and an allocation for each would cost more than the search.
+  char room[512];
+  std::pmr::monotonic_buffer_resource memory(room, sizeof room);
+  std::pmr::string copy(path, &memory);
+  char* component = copy.data();
   while (!HasNoChildren(*start)) {
-    const char* const rest = ReturnTokenFromString(path, token.Data(), static_cast<std::uint32_t>(size), "\\");
-    const PathComponent component(token.Data());
-    Element* const selected = SelectChild(*start, {component, rest == nullptr, occurrence});
+    char* const rest = CutToken(component, "\\");
+    Element* const selected = SelectChild(*start, PathComponent(component), rest == nullptr, occurrence);
     if (selected == nullptr) {
       LogDetail(path, L" not found in the element map.");
       return nullptr;
     }
     if (rest == nullptr) return selected;
 
-    size -= static_cast<std::size_t>(rest - path);
-    path = rest;
+    path += rest - component;
+    component = rest;
     start = selected;
   }
   return NameBeginsWith(*start, path) ? start : nullptr;

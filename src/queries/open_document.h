@@ -2,6 +2,7 @@
 #ifndef TARVIK_QUERIES_OPEN_DOCUMENT_H
 #define TARVIK_QUERIES_OPEN_DOCUMENT_H
 
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -80,7 +81,8 @@ class OpenDocument {
     return false;
   }
   static void SetParent(const char* parent, QueryText& group) noexcept {
-    std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1); // the ID of a group here, which always fits
+    assert(std::strlen(parent) < QueryText::size); // a group's ID, read into such a buffer
+    std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1);
   }
 
   XmlFileList* list;

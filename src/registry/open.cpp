@@ -6,10 +6,8 @@
 #include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 #include "registry/file_list.h"
-#include "registry/xml_encoding.h"
 #include "tarvik/tarvik.h"
 #include "text/convert.h"
-#include "text/edge.h"
 #include "text/log.h"
 
 namespace {
@@ -43,6 +41,14 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
     default:
       return XmlFileNotText;
   }
+}
+
+// The encoding by which documents are read, whatever the caller asked for: the reader itself looks for byte-order marks and
+// declarations.
+Ostrum::UTF_ENCODINGS GetXMLEncoding() noexcept {
+  const Trace trace(L"GetXMLEncoding");
+  LogDetail(L"Returned encoding for UTF-8");
+  return Ostrum::UTF_8;
 }
 
 // Null where the name can't be converted.
@@ -90,10 +96,8 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   return XmlSuccess;
 }
 
-std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t askedEncoding, std::int32_t encrypted,
-                       std::uint32_t& cookie) {
-  Ostrum::UTF_ENCODINGS encoding;
-  GetXMLEncoding(askedEncoding, encoding);
+std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypted, std::uint32_t& cookie) {
+  const Ostrum::UTF_ENCODINGS encoding = GetXMLEncoding();
   std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
   if (file == nullptr) return XmlFailure;
   std::string text;
@@ -122,8 +126,8 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t askedE
 
 } // namespace
 
-std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding,
-                                  std::int32_t encrypted, std::uint32_t* cookie) {
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t, std::int32_t encrypted,
+                                  std::uint32_t* cookie) {
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
   if (const XmlFileRecord* const open = FindXmlFile(list, fileName, cookie, nullptr)) {
@@ -131,9 +135,20 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
     return XmlSuccess;
   }
   try {
-    return OpenAnew(*list, fileName, encoding, encrypted, *cookie);
+    return OpenAnew(*list, fileName, encrypted, *cookie);
   } catch (...) {
     LogDetail(L"Failed to open ", fileName, L": unknown exception thrown while opening.");
     return XmlFailure;
   }
+}
+
+std::uint32_t TARVIK_CALL CloseXML(XmlFileList* list, std::uint32_t cookie) {
+  const Trace trace(L"CloseXML");
+  std::uint32_t index = 0;
+  if (FindXmlFile(list, nullptr, &cookie, &index) == nullptr) return XmlSuccess;
+
+  XmlFileRecord* const record = RemoveXmlFileAt(list, index);
+  LogDetail(L"Closing ", record->fileName, L" (", record->cookie, L")...");
+  FreeXmlFile(record);
+  return XmlSuccess;
 }

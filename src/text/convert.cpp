@@ -1,43 +1,63 @@
 #include "text/convert.h"
 
 #include <cerrno>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "host/ostrumxml/utf8.h"
+#include "platform/platform.h"
 #include "text/log.h"
 
 namespace {
 
-constexpr auto conversionError = static_cast<std::size_t>(-1);
-
-} // namespace
-
-char* ConvertToMultiByte(const std::wstring& source) {
-  const wchar_t* const text = source.c_str();
-  const std::size_t length = std::wcstombs(nullptr, text, 0);
+// Measures first, then converts: by wcstombs or mbstowcs, which share their shape.
+template <class To, class From>
+To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* source, const wchar_t* target) {
+  constexpr auto conversionError = static_cast<std::size_t>(-1);
+  const std::size_t length = convert(nullptr, source, 0);
   if (length == conversionError) {
-    LogDetail(L"Failed to get the length of ", text, L":  ", std::strerror(errno));
+    LogDetail(L"Failed to get the length of ", source, L":  ", std::strerror(errno));
     return nullptr;
   }
-  auto result = std::make_unique<char[]>(length + 1);
-  if (std::wcstombs(result.get(), text, length + 1) == conversionError) {
-    LogDetail(L"Failed to convert ", text, L" to a multi-byte string:  ", std::strerror(errno));
+  auto result = std::make_unique<To[]>(length + 1);
+  if (convert(result.get(), source, length + 1) == conversionError) {
+    LogDetail(L"Failed to convert ", source, L" to a ", target, L" string:  ", std::strerror(errno));
     return nullptr;
   }
   return result.release();
 }
 
-wchar_t* ConvertToUnicode(const char* source) {
-  const std::size_t length = std::mbstowcs(nullptr, source, INT32_MAX);
-  if (length == conversionError) {
-    LogDetail(L"Failed to get the length of ", source, L":  ", std::strerror(errno));
-    return nullptr;
+} // namespace
+
+char* ConvertToMultiByte(const std::wstring& source) { return Convert(std::wcstombs, source.c_str(), L"multi-byte"); }
+
+wchar_t* ConvertToUnicode(const char* source) { return Convert(std::mbstowcs, source, L"unicode"); }
+
+bool DocumentPasses(const Ostrum::Element& element) noexcept {
+  const platform::PlainText plain = platform::CurrentPlainText();
+  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && element.DocumentIsAscii());
+}
+
+bool PassesAsItIs(std::string_view documentText) noexcept {
+  const platform::PlainText plain = platform::CurrentPlainText();
+  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
+}
+
+LocaleText::LocaleText(std::string_view utf8) {
+  if (PassesAsItIs(utf8)) {
+    text = utf8;
+    return;
   }
-  auto result = std::make_unique<wchar_t[]>(length + 1);
-  if (std::mbstowcs(result.get(), source, length + 1) == conversionError) {
-    LogDetail(L"Failed to convert ", source, L" to a unicode string:  ", std::strerror(errno));
-    return nullptr;
+  converted.reset(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
+  if (converted != nullptr) text = converted.get();
+}
+
+DocumentText::DocumentText(const char* localeText) {
+  const std::string_view given(localeText);
+  if (PassesAsItIs(given) && Ostrum::IsUtf8(given)) {
+    text = given;
+    return;
   }
-  return result.release();
+  const WideText wide(ConvertToUnicode(localeText));
+  if (wide != nullptr && Ostrum::Utf8FromWide(wide.get(), converted)) text = converted;
 }

@@ -1,10 +1,14 @@
-// Text between the callers' multibyte form and the document library's wide form.
+// The one place where text crosses between a document, which is UTF-8, and a caller, whose character set is the locale's.
 #ifndef TARVIK_TEXT_CONVERT_H
 #define TARVIK_TEXT_CONVERT_H
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+
+#include "host/ostrumxml/node.h"
 
 // Owners of what the conversions return; null when a conversion failed.
 using MultiByteText = std::unique_ptr<char[]>;
@@ -16,9 +20,42 @@ using WideText = std::unique_ptr<wchar_t[]>;
 char* ConvertToMultiByte(const std::wstring& source);
 wchar_t* ConvertToUnicode(const char* source);
 
-// Formats into buffer, never beyond capacity, always terminated (nothing is written when capacity is 0). Returns the number
-// of bytes stored, negative when the text was cut.
-int FormatToBuffer(char* buffer, const std::size_t& capacity, const char* format, ...) noexcept
-    __attribute__((format(printf, 3, 4)));
+// Whether the text means the same on both sides, so that it needs no conversion: all valid text where the locale is in UTF-8,
+// plain ASCII in nearly every other. REQUIRES of a document's text: it is valid UTF-8.
+bool PassesAsItIs(std::string_view documentText) noexcept;
+// Whether that holds for all of the text of the element's document.
+bool DocumentPasses(const Ostrum::Element& element) noexcept;
+
+// A document's text in the caller's character set, for the length of a scope.
+class LocaleText {
+ public:
+  // Does what ConvertToMultiByte does, its log lines included. utf8 must outlive this object. Throws std::bad_alloc.
+  explicit LocaleText(std::string_view utf8);
+  LocaleText(const LocaleText&) = delete;
+  LocaleText& operator=(const LocaleText&) = delete;
+
+  // Nothing when the text has no form in the locale. Not terminated; lives as long as this object.
+  const std::optional<std::string_view>& Text() const noexcept { return text; }
+
+ private:
+  std::optional<std::string_view> text;
+  MultiByteText converted;
+};
+
+// A caller's text in UTF-8, for the length of a scope.
+class DocumentText {
+ public:
+  // Does what ConvertToUnicode does, its log lines included. localeText must outlive this object. Throws std::bad_alloc.
+  explicit DocumentText(const char* localeText);
+  DocumentText(const DocumentText&) = delete;
+  DocumentText& operator=(const DocumentText&) = delete;
+
+  // Nothing when the text is not valid in the locale's character set. Lives as long as this object.
+  const std::optional<std::string_view>& Text() const noexcept { return text; }
+
+ private:
+  std::optional<std::string_view> text;
+  std::string converted;
+};
 
 #endif

@@ -7,7 +7,7 @@
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
-#include "text/edge.h"
+#include "text/convert.h"
 
 namespace {
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <mutex>
 #include <string_view>
 
@@ -8,11 +9,9 @@
 namespace corekit {
 namespace {
 
-struct CipherKey {
-  std::uint8_t bytes[platform::cipherKeySize];
-};
+using CipherKey = std::array<std::uint8_t, platform::cipherKeySize>;
 
-// The built-in key keeps a file from being read or changed by accident; who needs secrecy sets a key of their own.
+// The built-in key keeps a file from being read or changed by accident; callers who need secrecy set their own key.
 constinit CipherKey processKey{{
     0x9e, 0x37, 0x8d, 0x37, 0x4a, 0x49, 0x69, 0x33, 0xd7, 0x34, 0x55, 0x18, 0x38, 0x3c, 0x77, 0x7e,
     0x80, 0x44, 0xbc, 0x95, 0xab, 0x66, 0xfe, 0x4d, 0xa2, 0x21, 0xaa, 0xeb, 0x53, 0x15, 0x15, 0x35,
@@ -42,7 +41,7 @@ bool Encrypt(const std::string& plain, std::string& file) {
   std::uint8_t* const cipher = Bytes(sealed) + cipherAt;
   if (!platform::FillRandom(nonce, platform::cipherNonceSize)) return false;
   const CipherKey key = CurrentKey();
-  platform::SealAesGcm(key.bytes, nonce, header, plain, cipher, cipher + plain.size());
+  platform::SealAesGcm(key.data(), nonce, header, plain, cipher, cipher + plain.size());
   file = std::move(sealed);
   return true;
 }
@@ -53,7 +52,7 @@ bool Decrypt(const std::string& file, std::string& plain) {
   const std::uint8_t* const tag = Bytes(file) + cipherAt + cipher.size();
   std::string opened(cipher.size(), '\0');
   const CipherKey key = CurrentKey();
-  if (!platform::OpenAesGcm(key.bytes, Bytes(file) + nonceAt, header, cipher, tag, Bytes(opened))) return false;
+  if (!platform::OpenAesGcm(key.data(), Bytes(file) + nonceAt, header, cipher, tag, Bytes(opened))) return false;
   plain = std::move(opened);
   return true;
 }
@@ -80,5 +79,5 @@ bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
 void CorekitSetCipherKey(const std::uint8_t* key) {
   if (key == nullptr) return;
   const std::lock_guard<std::mutex> lock(corekit::keyLock);
-  std::copy_n(key, platform::cipherKeySize, corekit::processKey.bytes);
+  std::copy_n(key, platform::cipherKeySize, corekit::processKey.begin());
 }

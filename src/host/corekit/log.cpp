@@ -1,7 +1,8 @@
-#include "host/corekit/log.h"
-
+// The way of a line or a trace to the sink.
 #include <atomic>
 #include <mutex>
+
+#include "corekit/corekit.h"
 
 namespace corekit {
 namespace {
@@ -37,12 +38,7 @@ static_assert(Plain(LogKind::Detail) == CorekitDetail && Plain(LogKind::Error) =
 
 const wchar_t* OrEmpty(const wchar_t* text) noexcept { return text != nullptr ? text : L""; }
 
-} // namespace
-
-void SetLogSink(LogSink sink, void* context) noexcept { SetReceiver({sink, nullptr, context}); }
-
-bool LogIsOn() noexcept { return isOn.load(std::memory_order_relaxed); }
-
+// Null texts reach the sink as empty ones.
 void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noexcept {
   if (!LogIsOn()) return;
   const Receiver current = CurrentReceiver();
@@ -53,9 +49,19 @@ void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noe
   }
 }
 
+} // namespace
+
+void SetLogSink(LogSink sink, void* context) noexcept { SetReceiver({sink, nullptr, context}); }
+
+bool LogIsOn() noexcept { return isOn.load(std::memory_order_relaxed); }
+
 void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Detail, component, line); }
 
 void logError(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Error, component, line); }
+
+void KDetailTrace::Enter() const noexcept { HandToSink(LogKind::TraceEnter, component, function); }
+
+void KDetailTrace::Leave() const noexcept { HandToSink(LogKind::TraceLeave, component, function); }
 
 } // namespace corekit
 

@@ -28,13 +28,18 @@ std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept 
   return count;
 }
 
-// Longest: the sign and 20 digits of a 64-bit number.
-constexpr std::size_t numberCapacity = 24;
+// A number's digits, terminated.
+class Digits {
+ public:
+  template <class Number>
+  explicit Digits(Number number) noexcept {
+    *std::to_chars(text, std::end(text) - 1, number).ptr = '\0';
+  }
+  const char* Text() const noexcept { return text; }
 
-template <class Number>
-void FormatNumber(Number number, char (&text)[numberCapacity]) noexcept {
-  *std::to_chars(text, text + numberCapacity - 1, number).ptr = '\0';
-}
+ private:
+  char text[24]; // a 64-bit number has 20 digits, or a sign and 19
+};
 
 } // namespace
 
@@ -73,17 +78,9 @@ void KString::Append(const char* text) noexcept {
   line[length] = L'\0';
 }
 
-void KString::Append(long number) noexcept {
-  char text[numberCapacity];
-  FormatNumber(number, text);
-  Append(text);
-}
+void KString::Append(long number) noexcept { Append(Digits(number).Text()); }
 
-void KString::Append(unsigned long number) noexcept {
-  char text[numberCapacity];
-  FormatNumber(number, text);
-  Append(text);
-}
+void KString::Append(unsigned long number) noexcept { Append(Digits(number).Text()); }
 
 void KString::Release() noexcept { std::free(line); }
 

@@ -1,0 +1,218 @@
+// The detection queries: what a catalog says of a product's detection entry paired with one of its language packages.
+#include <algorithm>
+
+#include "platform/platform.h"
+#include "queries/open_document.h"
+
+namespace {
+
+// The group IDs of a pair and of the package that holds both.
+struct DetectionGroups {
+  QueryText package;
+  QueryText detection;
+  QueryText language;
+};
+
+// What a lookup asks for. A null text is found nowhere.
+struct DetectionKey {
+  const char* branch;
+  const char* productId;
+  const char* packageType;
+};
+
+void ClearDetectionInfo(DetectionInfo& info) noexcept {
+  for (std::string* field :
+       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
+        &info.PackageType, &info.EngineFile, &info.Version}) {
+    field->clear();
+  }
+}
+
+// Reads an item of a group into a field, which stays as it was when there is none. Gives the read's code. Throws
+// std::bad_alloc when the field can't grow.
+std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item,
+                        std::string& field) {
+  QueryText value;
+  const std::uint32_t code = document.Read(group.Text(), item, value);
+  if (code == XmlSuccess) field = value.Text();
+  return code;
+}
+
+// The field that a setting of that name goes into; null for a setting that is of no interest.
+std::string* FieldForSetting(const QueryText& name, DetectionInfo& info) noexcept {
+  if (platform::MbsCompare(name.Text(), "MinimumDATVersion") == 0) return &info.MinimumDATVersion;
+  if (platform::MbsCompare(name.Text(), "EngineFile") == 0) return &info.EngineFile;
+  return nullptr;
+}
+
+// Reads the n-th setting. XmlNotFound when it lacks its name or its value.
+std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& settings, const QueryText& setting,
+                          std::uint32_t n, DetectionInfo& info) {
+  QueryText name;
+  std::uint32_t code = document.Read(setting.Text(), AttributeOf("Setting", "Name"), name);
+  if (code != XmlSuccess) return code;
+  std::string* field = FieldForSetting(name, info);
+  if (field == nullptr) return XmlSuccess;
+  QueryText value;
+  code = document.ReadNth(settings.Text(), TextOf("Setting"), static_cast<std::int32_t>(n), value);
+  if (code == XmlSuccess) *field = value.Text();
+  return code;
+}
+
+// Fills MinimumDATVersion and EngineFile from the language package's extra settings. XmlSuccess too when it has none.
+std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& language, DetectionInfo& info) {
+  QueryText settings;
+  std::uint32_t code = document.OpenGroup("ExtraSettings", language.Text(), settings);
+  if (code != XmlSuccess) return code == XmlNotFound ? std::uint32_t{XmlSuccess} : code;
+
+  QueryText setting;
+  for (std::uint32_t n = 1; code == XmlSuccess; ++n) {
+    code = document.EnumGroup("Setting", n, settings.Text(), setting);
+    if (code == XmlNotFound) return XmlSuccess; // the settings are used up
+    if (code != XmlSuccess) return code;
+    code = ReadSetting(document, settings, setting, n, info);
+    if (code == XmlNotFound) code = XmlSuccess; // one without a name or a value is skipped
+  }
+  return code;
+}
+
+// Fills the record from a pair. What the caller looked for, if given, needs no reading. A field whose source is missing stays
+// empty. Returns the last read's code.
+std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, const char* branch,
+                   const DetectionKey* known, DetectionInfo& info) {
+  ReadField(document, groups.detection, TextOf("ProductVersion"), info.ProductVersion);
+  if (known == nullptr) ReadField(document, groups.package, TextOf("ProductID"), info.ProductID);
+  ReadField(document, groups.language, TextOf("LangID"), info.LangID);
+  ReadField(document, groups.detection, TextOf("PlatformID"), info.PlatformID);
+  ReadExtraSettings(document, groups.language, info);
+  info.Branch = branch;
+  if (known == nullptr) ReadField(document, groups.language, TextOf("PackageType"), info.PackageType);
+  if (known != nullptr) info.ProductID = known->productId;
+  if (known != nullptr) info.PackageType = known->packageType;
+  return ReadField(document, groups.language, AttributeOf("LangPackage", "Version"), info.Version);
+}
+
+// The walk over all pairs of equal branch, one pair a call. Each level's place in the position is where the next call's look
+// begins: the package and detection entry of the pair found, and the language package behind it.
+class DetectionWalk {
+ public:
+  DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
+      : document(document), position(position), info(info) {}
+
+  // Finds the next pair and fills the record from it. XmlNotFound when no package is left; a failure inside a package moves
+  // on to the next one.
+  std::uint32_t Next() {
+    std::uint32_t code = XmlSuccess;
+    TryGroups("ProductPackage", "", groups.package, Package, code, [&] { return FindDetection(code); });
+    return code;
+  }
+
+ private:
+  enum Level { Package, Detection, Language };
+
+  // Tries the groups of a level until one matches. False when they ran out or, among language packages, one can't be read.
+  template <class Matches>
+  bool TryGroups(const char* path, const char* parent, QueryText& group, Level level, std::uint32_t& code,
+                 Matches matches) {
+    const bool isLast = level == Language;
+    for (std::uint32_t n = position[level]; code == XmlSuccess; ++n) {
+      code = document.EnumGroup(path, n, parent, group);
+      if (code != XmlSuccess) return false;
+      if (matches()) {
+        position[level] = std::max(isLast ? n + 1 : n, 1U);
+        return true;
+      }
+      if (isLast) continue;
+      position[level + 1] = 1;
+      code = XmlSuccess;
+    }
+    return false;
+  }
+
+  bool FindDetection(std::uint32_t& code) {
+    return TryGroups("ProductDetection", groups.package.Text(), groups.detection, Detection, code,
+                     [&] { return FindLanguage(code); });
+  }
+
+  bool FindLanguage(std::uint32_t& code) {
+    QueryText detectionBranch;
+    code = document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"), detectionBranch);
+    return TryGroups("LangPackage", groups.package.Text(), groups.language, Language, code, [&] {
+      QueryText branch;
+      code = document.Read(groups.language.Text(), AttributeOf("LangPackage", "Branch"), branch);
+      if (!(branch == detectionBranch)) return false; // whatever the read said: "Not Found" is a text like any other
+      code = Fill(document, groups, branch.Text(), nullptr, info);
+      return true;
+    });
+  }
+
+  const OpenDocument& document;
+  std::uint32_t* position;
+  DetectionInfo& info;
+  DetectionGroups groups;
+};
+
+// Looks through the groups of a path for the first, from position on (counted from 1), whose item is the wanted text; a
+// null text matches none. On entry group holds the parent's ID, on return the ID of the group found, or what the search
+// that ended gave. position moves behind the last group tried. Gives XmlSuccess when found, else the code of the call
+// that ended the search: XmlNotFound when the groups ran out or one lacks the item.
+std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* path, QueryText& group, const char* wanted,
+                                   const QueryItem& item, std::uint32_t& position) {
+  const QueryText parent = group;
+  QueryText value;
+  position = std::max(position, 1U);
+  for (;;) {
+    std::uint32_t code = document.EnumGroup(path, position++, parent.Text(), group);
+    if (code == XmlSuccess) code = document.Read(group.Text(), item, value);
+    if (code != XmlSuccess) return code;
+    if (wanted != nullptr && platform::MbsCompareBytes(wanted, value.Text(), QueryText::size) == 0) return XmlSuccess;
+  }
+}
+
+// Finds the first language package of the branch that has the package type.
+std::uint32_t FindLanguage(const OpenDocument& document, const DetectionKey& key, DetectionGroups& groups) {
+  std::uint32_t position = 1;
+  for (;;) {
+    groups.language = groups.package;
+    std::uint32_t code = FindGroupByItemValue(document, "LangPackage", groups.language, key.branch,
+                                              AttributeOf("LangPackage", "Branch"), position);
+    if (code != XmlSuccess) return code;
+    QueryText packageType;
+    code = document.Read(groups.language.Text(), TextOf("PackageType"), packageType);
+    if (code != XmlSuccess) return code;
+    if (key.packageType != nullptr && platform::MbsCompare(packageType.Text(), key.packageType) == 0) return XmlSuccess;
+  }
+}
+
+std::uint32_t FindGroups(const OpenDocument& document, const DetectionKey& key, DetectionGroups& groups) {
+  std::uint32_t position = 1;
+  std::uint32_t code = FindGroupByItemValue(document, "Catalog\\ProductPackage", groups.package, key.productId,
+                                            TextOf("ProductID"), position);
+  if (code != XmlSuccess) return code;
+
+  position = 1;
+  groups.detection = groups.package;
+  code = FindGroupByItemValue(document, "ProductDetection", groups.detection, key.branch,
+                              AttributeOf("ProductDetection", "Branch"), position);
+  if (code != XmlSuccess) return code;
+  return FindLanguage(document, key, groups);
+}
+
+} // namespace
+
+std::uint32_t TARVIK_CALL EnumDetectionInfo(XmlFileList* list, const std::uint32_t* cookie, std::uint32_t* position,
+                                            DetectionInfo* info) {
+  ClearDetectionInfo(*info);
+  const OpenDocument document(list, *cookie);
+  return DetectionWalk(document, position, *info).Next();
+}
+
+std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_t* cookie, const char* branch,
+                                           const char* productId, const char* packageType, DetectionInfo* info) {
+  ClearDetectionInfo(*info);
+  const OpenDocument document(list, *cookie);
+  const DetectionKey key{branch, productId, packageType};
+  DetectionGroups groups;
+  const std::uint32_t code = FindGroups(document, key, groups);
+  return code == XmlSuccess ? Fill(document, groups, branch, &key, *info) : code;
+}
