@@ -160,7 +160,7 @@ class Results:
         return max(len(runs) for runs in self.runs.values())
 
     def shapes(self) -> list[str]:
-        return [name.removesuffix("/4n") for name in self.runs if name.startswith("shape/") and name.endswith("/4n")]
+        return sorted(name.removesuffix("/4n") for name in self.runs if name.startswith("shape/") and name.endswith("/4n"))
 
 
 @dataclass
