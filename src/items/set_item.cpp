@@ -1,5 +1,6 @@
 // The exported function that sets an item and saves the document.
 #include <cassert>
+#include <functional>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -11,6 +12,7 @@
 #include "paths/path_search.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
@@ -22,11 +24,14 @@ using Ostrum::Element;
 class SetWalk {
  public:
   // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
-  using FindChild = Element* (*)(Element* parent, const SetStep& step);
+  using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
 
   // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
   // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
-  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild);
+  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild);
+
+  // Of how many steps, from the first, the element is there already.
+  std::size_t FoundSteps() const noexcept { return found.size(); }
 
   // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
   // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
@@ -84,7 +89,7 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
   key.Enter(element, false);
 }
 
-SetWalk::SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, FindChild findChild)
+SetWalk::SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
     : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
   Element* element = found.front();
   for (std::size_t i = 1; i < request.steps.size(); ++i) {
@@ -144,18 +149,27 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   return end == SearchEnd::Found ? child : nullptr;
 }
 
-// Finds the same, and logs nothing.
-Element* FindSilently(Element* parent, const SetStep& step) {
+// Finds in a document of another program's what FindLogged would, and logs nothing. An element that the set made in its own
+// document, as no name began so there, is another than one whose name only begins so here.
+Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   if (parent == nullptr) return nullptr;
-  Element& child = parent->NthChild(Ostrum::NameMatch::Prefix, step.name.utf8, 1);
-  return child.IsNull() ? nullptr : &child;
+  const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
+  for (std::uint32_t n = 1;; ++n) {
+    Element& child = parent->NthChild(match, step.name.utf8, n);
+    if (child.IsNull()) return nullptr;
+    if (HasLocaleForm(child.GetName())) return &child;
+  }
 }
 
 // Changes the document first, which refuses the whole request or nothing of it, then the file.
 void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord& record) try {
   const SetWalk walk(*request, *record.document, FindLogged);
-  record.file->Await({request->target, [request](Ostrum::Document& other) {
-                        SetWalk(*request, other, FindSilently).CarryOut(nullptr);
+  const std::size_t foundSteps = walk.FoundSteps();
+  const auto findInOther = [request, foundSteps](Element* parent, const SetStep& step) {
+    return FindSilently(parent, step, &step >= request->steps.data() + foundSteps);
+  };
+  record.file->Await({request->target, [request, findInOther](Ostrum::Document& other) {
+                        SetWalk(*request, other, findInOther).CarryOut(nullptr);
                       }});
   ElementMap::KeyChain key(*record.elementMap, request->longestKey);
   walk.CarryOut(&key);

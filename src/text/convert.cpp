@@ -43,6 +43,11 @@ bool PassesAsItIs(std::string_view documentText) noexcept {
   return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
 }
 
+bool HasLocaleForm(std::string_view utf8) {
+  return PassesAsItIs(utf8) ||
+         std::wcstombs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(), 0) != static_cast<std::size_t>(-1);
+}
+
 LocaleText::LocaleText(std::string_view utf8) {
   if (PassesAsItIs(utf8)) {
     text = utf8;

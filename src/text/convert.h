@@ -26,6 +26,9 @@ bool PassesAsItIs(std::string_view documentText) noexcept;
 // Whether that holds for all of the text of the element's document.
 bool DocumentPasses(const Ostrum::Element& element) noexcept;
 
+// Whether a document's text has a form in the locale's character set. Logs nothing. Throws std::bad_alloc.
+bool HasLocaleForm(std::string_view utf8);
+
 // A document's text in the caller's character set, for the length of a scope.
 class LocaleText {
  public:

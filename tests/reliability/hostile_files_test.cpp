@@ -113,7 +113,7 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
        }},
       {"nested elements", "<r>", "<n>", "", "</n>"},
       {"declared entities, each used", "<!DOCTYPE r [", "<!ENTITY e@ 'x'>", "]><r>", "&e@;"},
-      {"declared attributes", "<!DOCTYPE r [", "<!ATTLIST r a@ CDATA 'x'>", "]><r>", "", XmlOutOfMemory},
+      {"declared attributes", "<!DOCTYPE r [", "<!ATTLIST e@ a CDATA 'x'>", "]><r>", ""},
       {"external entities",
        "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file:///dev/zero'>%p;<!ENTITY e SYSTEM 'file:///dev/zero'>]><r>", "&e;", "",
        ""},
