@@ -1,7 +1,6 @@
 #include "host/ostrumxml/characters.h"
 
 #include <algorithm>
-#include <iterator>
 #include <new>
 #include <string>
 
@@ -54,10 +53,8 @@ bool IsXmlText(std::string_view text) noexcept {
   };
   if (std::any_of(text.begin(), text.end(), isControl)) return false;
   if (IsAscii(text)) return true;
-  constexpr std::string_view noncharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"}; // U+FFFE and U+FFFF
-  return IsUtf8(text) &&
-         std::all_of(std::begin(noncharacters), std::end(noncharacters),
-                     [text](std::string_view refused) { return text.find(refused) == std::string_view::npos; });
+  return IsUtf8(text) && text.find("\xEF\xBF\xBE") == text.npos &&
+         text.find("\xEF\xBF\xBF") == text.npos; // U+FFFE, U+FFFF
 }
 
 } // namespace Ostrum

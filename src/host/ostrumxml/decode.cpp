@@ -1,8 +1,6 @@
 #include "host/ostrumxml/decode.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstring>
 #include <string_view>
 
 #include "host/ostrumxml/encoding_table.h"
@@ -61,31 +59,14 @@ std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& u
     const auto second = static_cast<unsigned char>(bytes[position + 1]);
     return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
   };
-  // Four characters of ASCII are taken at once.
-  std::uint64_t units, beyondAscii;
-  std::memcpy(&beyondAscii, bigEndian ? "\xFF\x80\xFF\x80\xFF\x80\xFF\x80" : "\x80\xFF\x80\xFF\x80\xFF\x80\xFF", 8);
   utf8.reserve(bytes.size() / 2);
   std::size_t position = 0;
-  while (position + 2 <= bytes.size()) {
-    if (position + sizeof units <= bytes.size()) {
-      std::memcpy(&units, bytes.data() + position, sizeof units);
-      if ((units & beyondAscii) == 0) {
-        const char* const low = bytes.data() + position + (bigEndian ? 1 : 0);
-        utf8.append({low[0], low[2], low[4], low[6]});
-        position += sizeof units;
-        continue;
-      }
-    }
-    char32_t character = unitAt(position);
-    std::size_t size = 2;
-    if (character >= 0xD800 && character <= 0xDFFF) {
-      size = 4;
-      const char32_t low = position + size <= bytes.size() ? unitAt(position + 2) : 0;
-      if (character >= 0xDC00 || low < 0xDC00 || low > 0xDFFF) break;
-      character = 0x10000 + ((character - 0xD800) << 10) + (low - 0xDC00);
-    }
-    AppendUtf8(character, utf8);
-    position += size;
+  for (std::size_t size = 2; position + 2 <= bytes.size(); position += size) {
+    const char32_t unit = unitAt(position);
+    const bool maybePair = unit >= 0xD800 && position + 4 <= bytes.size();
+    const char32_t pair = maybePair ? FromSurrogates(unit, unitAt(position + 2)) : 0;
+    size = pair != 0 ? 4 : 2;
+    if (!AppendUtf8(pair != 0 ? pair : unit, utf8)) break;
   }
   return position;
 }

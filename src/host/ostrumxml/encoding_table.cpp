@@ -7,18 +7,11 @@
 namespace Ostrum {
 namespace {
 
-// What everyone writes under these names is the wider encoding.
-constexpr struct {
-  std::string_view declared, meant;
-} widened[] = {
-    {"SHIFT_JIS", "CP932"},   {"SJIS", "CP932"}, {"X-SJIS", "CP932"},
-    {"WINDOWS-31J", "CP932"}, {"GB2312", "GBK"}, {"EUC-KR", "CP949"},
-};
-
+// What everyone writes under these names is a wider encoding.
 std::string SystemName(std::string_view name) {
-  const auto* const it =
-      std::find_if(std::begin(widened), std::end(widened), [name](const auto& each) { return each.declared == name; });
-  return std::string(it != std::end(widened) ? it->meant : name);
+  if (name == "SHIFT_JIS" || name == "SJIS" || name == "X-SJIS" || name == "WINDOWS-31J") return "CP932";
+  if (name == "GB2312") return "GBK";
+  return std::string(name == "EUC-KR" ? "CP949" : name);
 }
 
 unsigned char ByteOf(char character) noexcept { return static_cast<unsigned char>(character); }
@@ -35,8 +28,6 @@ EncodingTable::EncodingTable(std::string_view name)
     const char narrow = static_cast<char>(byte);
     singles[byte] = Ask({&narrow, 1});
     if (byte < 0x80) usable = singles[byte].length == 1 && singles[byte].utf8[0] == narrow;
-    if (usable && singles[byte].length == leading && !pairs)
-      pairs = std::make_unique<Character[]>(std::size_t{0x80} << 8);
   }
 }
 
@@ -54,48 +45,35 @@ EncodingTable::Character EncodingTable::Ask(std::string_view bytes) const noexce
 }
 
 // The character at the start of the text, which begins with a leading byte, and how many bytes it takes.
-const EncodingTable::Character& EncodingTable::Longer(std::string_view text, std::size_t& size) noexcept {
+EncodingTable::Character EncodingTable::Longer(std::string_view text, std::size_t& size) {
   constexpr std::size_t longest = 4;
-  const Character* character = &singles[ByteOf(text[0])];
-  for (size = 1; character->length == leading && size < std::min(longest, text.size());) {
-    ++size;
-    Character& kept = size == 2 ? pairs[(ByteOf(text[0]) - 0x80U) << 8 | ByteOf(text[1])] : longer;
-    if (size > 2 || kept.length == notAsked) kept = Ask(text.substr(0, size));
-    character = &kept;
+  if (text.size() < 2) return {{}, invalid};
+  if (pairs.empty()) pairs.resize(std::size_t{0x80} << 8);
+  Character& pair = pairs[(ByteOf(text[0]) - 0x80U) << 8 | ByteOf(text[1])];
+  if (pair.length == notAsked) pair = Ask(text.substr(0, 2));
+  Character character = pair;
+  for (size = 2; character.length == leading && size < std::min(longest, text.size());) {
+    character = Ask(text.substr(0, ++size));
   }
-  return *character;
+  return character;
 }
 
 std::size_t EncodingTable::Convert(std::string_view bytes, std::string& utf8) {
   assert(usable);
-  constexpr std::size_t step = sizeof(std::uint64_t); // bytes looked at together
-  char buffer[4096];
-  std::size_t position = 0, filled = 0;
-  bool valid = true;
-  while (valid && position < bytes.size()) {
-    std::uint64_t word = ~std::uint64_t{0};
-    if (bytes.size() - position >= step) std::memcpy(&word, bytes.data() + position, step);
-    const std::size_t end = std::min(position + step, bytes.size());
-    if ((word & 0x8080808080808080U) == 0) {
-      std::memcpy(buffer + filled, &word, step);
-      filled += step;
-      position += step;
-    }
-    while (position < end) {
-      std::size_t size = 1;
-      const Character* character = &singles[ByteOf(bytes[position])];
-      if (character->length == leading) character = &Longer(bytes.substr(position), size);
-      valid = character->length <= sizeof character->utf8;
-      if (!valid) break;
-      std::memcpy(buffer + filled, character, sizeof *character);
-      filled += character->length;
-      position += size;
-    }
-    if (filled > sizeof buffer - step * sizeof(Character) || !valid || position == bytes.size()) {
-      utf8.append(buffer, filled);
-      filled = 0;
-    }
+  char buffer[4096]; // one append for each character would take three times as long
+  std::size_t filled = 0, position = 0;
+  for (std::size_t size = 1; position < bytes.size(); position += size) {
+    size = 1;
+    Character character = singles[ByteOf(bytes[position])];
+    if (character.length == leading) character = Longer(bytes.substr(position), size);
+    if (character.length > sizeof character.utf8) break;
+    std::memcpy(buffer + filled, &character, sizeof character);
+    filled += character.length;
+    if (filled <= sizeof buffer - sizeof character) continue;
+    utf8.append(buffer, filled);
+    filled = 0;
   }
+  utf8.append(buffer, filled);
   return position;
 }
 

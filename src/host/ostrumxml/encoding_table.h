@@ -3,9 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/encoding_converter.h"
 
@@ -34,14 +34,13 @@ class EncodingTable {
   static constexpr std::uint8_t notAsked = 0, invalid = 0xFE, leading = 0xFF;
 
   Character Ask(std::string_view bytes) const noexcept;
-  const Character& Longer(std::string_view text, std::size_t& size) noexcept;
+  Character Longer(std::string_view text, std::size_t& size);
 
   const platform::EncodingConverter converter;
   const bool hasControls; // bytes 80 to 9F are the characters U+0080 to U+009F
   bool usable;
   Character singles[256];
-  std::unique_ptr<Character[]> pairs; // by the first byte less 80, and the second; null where no byte is leading
-  Character longer;                   // the last one asked of three bytes or four
+  std::vector<Character> pairs; // by the first byte less 80, and the second; empty until one is asked for
 };
 
 } // namespace Ostrum

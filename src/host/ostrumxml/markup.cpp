@@ -85,16 +85,13 @@ TagIndex::TagIndex(std::string_view tag) : tag(tag) {
   TagScanner scanner(tag);
   RawAttribute attribute{};
   while (scanner.Next(attribute)) offsets.push_back(static_cast<std::uint32_t>(attribute.name.data() - tag.data()));
-  std::sort(offsets.begin(), offsets.end(),
-            [this](std::uint32_t left, std::uint32_t right) { return At(left).name < At(right).name; });
+  std::ranges::sort(offsets, {}, [this](std::uint32_t offset) { return At(offset).name; });
 }
 
 RawAttribute TagIndex::Find(std::string_view name) const noexcept {
-  const auto place =
-      std::lower_bound(offsets.begin(), offsets.end(), name,
-                       [this](std::uint32_t offset, std::string_view wanted) { return At(offset).name < wanted; });
-  if (place == offsets.end() || At(*place).name != name) return {};
-  return At(*place);
+  const auto nameAt = [this](std::uint32_t offset) { return At(offset).name; };
+  const auto place = std::ranges::lower_bound(offsets, name, {}, nameAt);
+  return place != offsets.end() && nameAt(*place) == name ? At(*place) : RawAttribute{};
 }
 
 RawAttribute TagIndex::At(std::uint32_t offset) const noexcept {

@@ -4,57 +4,33 @@
 #include <cassert>
 #include <charconv>
 #include <cstdint>
+#include <iterator>
 
 #include "host/ostrumxml/utf8.h"
 
 namespace Ostrum {
 namespace {
 
-char PredefinedCharacter(std::string_view name) {
-  if (name == "amp") return '&';
-  if (name == "lt") return '<';
-  if (name == "gt") return '>';
-  if (name == "quot") return '"';
-  if (name == "apos") return '\'';
-  return '\0';
-}
+// The entities that every document has.
+struct Entity {
+  std::string_view name;
+  char character;
+};
+constexpr Entity predefined[] = {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
 
 std::string Escape(std::string_view text, std::string_view special) {
   std::string escaped;
   escaped.reserve(text.size());
-  while (!text.empty()) {
+  for (;;) {
     const std::size_t plain = text.find_first_of(special);
     escaped += text.substr(0, plain);
-    if (plain == std::string_view::npos) break;
-    switch (text[plain]) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&apos;";
-        break;
-      case '\t':
-        escaped += "&#9;";
-        break;
-      case '\n':
-        escaped += "&#10;";
-        break;
-      default:
-        escaped += "&#13;";
-        break;
-    }
+    if (plain == std::string_view::npos) return escaped;
+    const char character = text[plain];
+    const auto* const entity = std::ranges::find(predefined, character, &Entity::character);
+    const bool isNamed = entity != std::end(predefined);
+    escaped.append("&").append(isNamed ? std::string(entity->name) : "#" + std::to_string(character)).append(";");
     text.remove_prefix(plain + 1);
   }
-  return escaped;
 }
 
 } // namespace
@@ -91,9 +67,9 @@ bool AppendReference(std::string_view reference, std::string& text) {
     AppendUtf8(CharacterOf(reference), text);
     return true;
   }
-  const char character = PredefinedCharacter(name);
-  if (character == '\0') return false;
-  text += character;
+  const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
+  if (entity == std::end(predefined)) return false;
+  text += entity->character;
   return true;
 }
 

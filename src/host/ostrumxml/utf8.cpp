@@ -1,6 +1,6 @@
 #include "host/ostrumxml/utf8.h"
 
-#include <algorithm>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -10,51 +10,28 @@ namespace {
 
 constexpr bool wideIsUtf16 = sizeof(wchar_t) == 2;
 
-bool IsContinuation(unsigned char byte) { return (byte & 0xC0U) == 0x80U; }
-
-// Bytes of plain ASCII at the start of the text, in steps of 32 while that goes.
-std::size_t AsciiPrefix(std::string_view text) {
-  std::size_t length = 0;
-  std::uint64_t words[4];
-  while (length + sizeof words <= text.size()) {
-    std::memcpy(words, text.data() + length, sizeof words);
-    if (((words[0] | words[1] | words[2] | words[3]) & 0x8080808080808080U) != 0) break;
-    length += sizeof words;
-  }
-  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80U) ++length;
-  return length;
-}
+bool IsContinuation(char byte) noexcept { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 struct Sequence {
   char32_t character;
   std::size_t length; // in bytes; 0 when the bytes are no valid sequence
 };
 
-// The sequence at the start of a text that does not begin with ASCII.
+// The sequence at the start of a text that is not empty.
 Sequence DecodeSequence(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
+  if (lead < 0x80) return {lead, 1};
   const std::size_t length = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
   if (lead < 0xC2U || lead > 0xF4U || text.size() < length) return {0, 0};
   char32_t character = lead & (0x7FU >> length);
   for (std::size_t i = 1; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    if (!IsContinuation(byte)) return {0, 0};
-    character = (character << 6) | (byte & 0x3FU);
+    if (!IsContinuation(text[i])) return {0, 0};
+    character = (character << 6) | (static_cast<unsigned char>(text[i]) & 0x3FU);
   }
   const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
   const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
   if (overlong || surrogate || character > 0x10FFFF) return {0, 0};
   return {character, length};
-}
-
-void AppendWide(char32_t character, std::wstring& wide) {
-  if (!wideIsUtf16 || character <= 0xFFFF) {
-    wide += static_cast<wchar_t>(character);
-    return;
-  }
-  const char32_t offset = character - 0x10000;
-  wide += static_cast<wchar_t>(0xD800 + (offset >> 10));
-  wide += static_cast<wchar_t>(0xDC00 + (offset & 0x3FF));
 }
 
 // Bytes that are compared all at once.
@@ -80,53 +57,52 @@ bool IsValidBlock(const char* block) noexcept {
 
 } // namespace
 
-bool IsAscii(std::string_view text) noexcept {
+std::size_t AsciiPrefix(std::string_view text) noexcept {
   constexpr std::uint64_t highBits = 0x8080808080808080U;
-  std::uint64_t word = 0;
-  if (text.size() >= 64) text.remove_prefix(AsciiPrefix(text));
-  for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
-    std::memcpy(&word, text.data(), sizeof word);
-    if ((word & highBits) != 0) return false;
+  std::size_t length = 0;
+  for (std::uint64_t words[4]; text.size() - length >= sizeof words; length += sizeof words) {
+    std::memcpy(words, text.data() + length, sizeof words);
+    if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0) break;
   }
-  word = 0;
-  if (!text.empty()) std::memcpy(&word, text.data(), text.size());
-  return (word & highBits) == 0;
+  for (std::uint64_t word; text.size() - length >= sizeof word; length += sizeof word) {
+    std::memcpy(&word, text.data() + length, sizeof word);
+    if ((word & highBits) != 0) break;
+  }
+  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80U) ++length;
+  return length;
 }
 
 std::size_t ValidUtf8Prefix(std::string_view text) noexcept {
   std::size_t position = AsciiPrefix(text);
-  if (position == text.size()) return position;
-  // A sequence that the end cuts shows in the zeros behind it.
-  for (bool valid = true; valid && position < text.size() + reach;) {
-    if (position >= reach) position += std::max(AsciiPrefix(text.substr(position - reach)), reach) - reach;
-    const std::size_t before = std::min(reach, position);
-    char copy[reach + sizeof(Bytes)] = {};
-    const bool inside = before == reach && position + sizeof(Bytes) <= text.size();
-    if (!inside) text.copy(copy + reach - before, before + sizeof(Bytes), position - before);
-    valid = IsValidBlock(inside ? text.data() + position : copy + reach);
-    position = valid ? position + sizeof(Bytes) : position - before;
-  }
-  // One sequence in a block that is not valid, or one that reaches into it, is not.
-  const auto continues = [text](std::size_t at) { return IsContinuation(static_cast<unsigned char>(text[at])); };
-  while (position > 0 && position < text.size() && continues(position)) --position;
-  for (std::size_t length = 1; length > 0 && position < text.size(); position += length) {
+  while (position < text.size()) {
+    const std::size_t start = position;
+    while (position >= reach && position + sizeof(Bytes) <= text.size() && IsValidBlock(text.data() + position)) {
+      position += sizeof(Bytes);
+    }
+    // The last sequence may reach beyond its block.
+    while (position > start && IsContinuation(text[--position])) {
+    }
+    const std::size_t length = DecodeSequence(text.substr(position)).length;
+    if (length == 0) break;
+    position += length;
     position += AsciiPrefix(text.substr(position));
-    length = position < text.size() ? DecodeSequence(text.substr(position)).length : 0;
   }
-  return std::min(position, text.size());
+  return position;
 }
 
 std::wstring WideFromUtf8(std::string_view utf8) {
-  std::wstring wide(utf8.begin(), utf8.begin() + static_cast<std::ptrdiff_t>(AsciiPrefix(utf8)));
-  utf8.remove_prefix(wide.size());
+  std::wstring wide;
+  wide.reserve(utf8.size());
   while (!utf8.empty()) {
-    const std::size_t ascii = AsciiPrefix(utf8);
-    wide.append(utf8.begin(), utf8.begin() + static_cast<std::ptrdiff_t>(ascii));
-    utf8.remove_prefix(ascii);
-    if (utf8.empty()) break;
-    const Sequence sequence = DecodeSequence(utf8);
-    AppendWide(sequence.character, wide);
-    utf8.remove_prefix(sequence.length);
+    const auto [character, length] = DecodeSequence(utf8);
+    assert(length > 0);
+    utf8.remove_prefix(length);
+    if (wideIsUtf16 && character > 0xFFFF) {
+      wide += static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10));
+      wide += static_cast<wchar_t>(0xDC00 + (character & 0x3FF));
+    } else {
+      wide += static_cast<wchar_t>(character);
+    }
   }
   return wide;
 }
@@ -136,36 +112,28 @@ bool Utf8FromWide(std::wstring_view wide, std::string& utf8) {
   utf8.reserve(wide.size());
   for (std::size_t i = 0; i < wide.size(); ++i) {
     auto character = static_cast<char32_t>(wide[i]);
-    if constexpr (wideIsUtf16) {
-      const bool paired = character >= 0xD800 && character <= 0xDBFF && i + 1 < wide.size() && wide[i + 1] >= 0xDC00 &&
-                          wide[i + 1] <= 0xDFFF;
-      if (paired) {
-        character = 0x10000 + ((character - 0xD800) << 10) + (static_cast<char32_t>(wide[i + 1]) - 0xDC00);
+    if (wideIsUtf16 && i + 1 < wide.size()) {
+      const char32_t pair = FromSurrogates(character, static_cast<char32_t>(wide[i + 1]));
+      if (pair != 0) {
+        character = pair;
         ++i;
       }
     }
-    if ((character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) return false;
-    AppendUtf8(character, utf8);
+    if (!AppendUtf8(character, utf8)) return false;
   }
   return true;
 }
 
-void AppendUtf8(char32_t character, std::string& utf8) {
+bool AppendUtf8(char32_t character, std::string& utf8) {
   if (character < 0x80) {
     utf8 += static_cast<char>(character);
-    return;
+    return true;
   }
-  if (character < 0x800) {
-    utf8 += static_cast<char>(0xC0 | (character >> 6));
-  } else if (character < 0x10000) {
-    utf8 += static_cast<char>(0xE0 | (character >> 12));
-    utf8 += static_cast<char>(0x80 | ((character >> 6) & 0x3F));
-  } else {
-    utf8 += static_cast<char>(0xF0 | (character >> 18));
-    utf8 += static_cast<char>(0x80 | ((character >> 12) & 0x3F));
-    utf8 += static_cast<char>(0x80 | ((character >> 6) & 0x3F));
-  }
-  utf8 += static_cast<char>(0x80 | (character & 0x3F));
+  if ((character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) return false;
+  int shift = character < 0x800 ? 6 : character < 0x10000 ? 12 : 18;
+  utf8 += static_cast<char>((0xFF80U >> (shift / 6)) | (character >> shift));
+  while ((shift -= 6) >= 0) utf8 += static_cast<char>(0x80 | ((character >> shift) & 0x3F));
+  return true;
 }
 
 } // namespace Ostrum

@@ -2,6 +2,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_UTF8_H
 #define TARVIK_HOST_OSTRUMXML_UTF8_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -9,7 +10,10 @@ namespace Ostrum {
 
 inline constexpr std::string_view utf8ByteOrderMark = "\xEF\xBB\xBF";
 
-bool IsAscii(std::string_view text) noexcept;
+// The number of bytes before the first that is not ASCII, or all.
+std::size_t AsciiPrefix(std::string_view text) noexcept;
+
+inline bool IsAscii(std::string_view text) noexcept { return AsciiPrefix(text) == text.size(); }
 
 // The number of bytes before the first sequence that is not valid, or all.
 std::size_t ValidUtf8Prefix(std::string_view text) noexcept;
@@ -22,7 +26,14 @@ std::wstring WideFromUtf8(std::string_view utf8);
 // False, with utf8 of unspecified content, when the text is not valid: half of a surrogate pair, or beyond U+10FFFF.
 bool Utf8FromWide(std::wstring_view wide, std::string& utf8);
 
-void AppendUtf8(char32_t character, std::string& utf8);
+// False, with nothing appended, for half of a surrogate pair and beyond U+10FFFF.
+bool AppendUtf8(char32_t character, std::string& utf8);
+
+// The character that two units of UTF-16 are together; 0 when they are no surrogate pair.
+constexpr char32_t FromSurrogates(char32_t high, char32_t low) noexcept {
+  const bool isPair = high >= 0xD800 && high <= 0xDBFF && low >= 0xDC00 && low <= 0xDFFF;
+  return isPair ? 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00) : 0;
+}
 
 } // namespace Ostrum
 

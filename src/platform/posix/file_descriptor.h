@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 #include <utility>
 
 #include "platform/files.h"
@@ -22,6 +23,19 @@ auto Uninterrupted(Call call) noexcept {
     const auto result = call();
     if (result >= 0 || errno != EINTR) return result;
   }
+}
+
+// Throws std::system_error: what could not be done, and why by errno.
+[[noreturn]] inline void ThrowSystemFailure(const char* step, int error = errno) {
+  throw std::system_error(error, std::generic_category(), step);
+}
+
+// The result of a system call that must succeed; throws where it doesn't.
+template <class Call>
+auto Require(const char* step, Call call) {
+  const auto result = Uninterrupted(call);
+  if (result < 0) ThrowSystemFailure(step);
+  return result;
 }
 
 // Owns an open file.

@@ -1,16 +1,173 @@
+#include <linux/limits.h>
 #include <sys/file.h>
+#include <sys/xattr.h>
 
 #include <chrono>
-#include <climits>
+#include <ctime>
+#include <memory>
+#include <optional>
 #include <thread>
 
-#include "platform/files.h"
+#include "platform/file_parts.h"
 #include "platform/posix/file_descriptor.h"
-#include "platform/posix/system_failure.h"
-#include "platform/posix/temporary_file.h"
 
 namespace platform {
 namespace {
+
+constexpr mode_t modeUntilTakenOver = 0600;
+constexpr const char* accessList = "system.posix_acl_access";
+
+// A list of names, or a value, which `ask` writes into the memory that it is given; nothing where there is none.
+template <class Ask>
+std::optional<std::string> ReadAttribute(Ask ask) {
+  static_assert(XATTR_LIST_MAX <= XATTR_SIZE_MAX);
+  const auto bytes = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
+  const ssize_t size = Uninterrupted([&] { return ask(bytes.get(), XATTR_SIZE_MAX); });
+  if (size >= 0) return std::string(bytes.get(), static_cast<std::size_t>(size));
+  if (errno != ENODATA && errno != EOPNOTSUPP) ThrowSystemFailure("cannot read the file's attributes");
+  return std::nullopt;
+}
+
+std::optional<std::string> AttributeOf(int file, const char* name) {
+  return ReadAttribute([&](char* bytes, std::size_t size) { return fgetxattr(file, name, bytes, size); });
+}
+
+// The others belong to the system, or say something of the file's bytes.
+bool IsTakenOver(std::string_view name) noexcept {
+  return name == accessList || name == "security.selinux" || name == "security.SMACK64" || name.starts_with("user.");
+}
+
+// What the new file has already is not set again, since that may take a right that the process lacks.
+void CopyAttributes(int original, int copy) {
+  const std::string names =
+      ReadAttribute([&](char* bytes, std::size_t size) { return flistxattr(original, bytes, size); }).value_or("");
+  for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+    const char* const name = names.data() + at;
+    const std::optional<std::string> value = IsTakenOver(name) ? AttributeOf(original, name) : std::nullopt;
+    if (!value || AttributeOf(copy, name) == value) continue;
+    Require("cannot take over the file's access list, security label or attributes",
+            [&] { return fsetxattr(copy, name, value->data(), value->size(), 0); });
+  }
+}
+
+// A new file that takes a name when it is complete, and vanishes when it isn't. Every operation throws std::system_error or
+// std::bad_alloc.
+class TemporaryFile {
+ public:
+  // Makes it in the folder, which must outlive it; without a name, unless one is asked for or the folder takes no other.
+  // Nothing stays of a file without a name when its process is killed, but not every system can name it later.
+  TemporaryFile(const FileDescriptor& inFolder, bool named) : folder(inFolder.Number()) {
+    if (!named) file = FileDescriptor(OpenAt(folder, ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver));
+    if (file.IsOpen()) return;
+    std::string free = TemporaryName();
+    file = FileDescriptor(OpenAt(folder, free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver));
+    if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
+    name = std::move(free);
+  }
+  ~TemporaryFile() {
+    if (HasName()) Uninterrupted([&] { return unlinkat(folder, name.c_str(), 0); });
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  // Writes all of the file's bytes and sets its modification time.
+  void Write(std::string_view bytes) {
+    constexpr long finestUnit = 100; // nanoseconds; some file systems store no more
+    while (!bytes.empty()) {
+      const ssize_t count = Uninterrupted([&] { return write(file.Number(), bytes.data(), bytes.size()); });
+      if (count <= 0) ThrowSystemFailure("cannot write");
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    }
+    // The system's own stamp comes from a clock that stands still for milliseconds, in which an edit would not show. A failure
+    // is seen when the time is compared.
+    clock_gettime(CLOCK_REALTIME, &stampedAt);
+    stampedAt.tv_nsec -= stampedAt.tv_nsec % finestUnit;
+    const timespec times[] = {{0, UTIME_OMIT}, stampedAt};
+    static_cast<void>(Uninterrupted([&] { return futimens(file.Number(), times); }));
+  }
+
+  // Takes over owner and group where allowed, access list, security label, the user's attributes, and mode.
+  void TakeOver(int original, const FileStatus& originalStatus) {
+    constexpr mode_t accessBits = 0777;
+    constexpr mode_t allBits = 07777;
+    constexpr mode_t groupBits = 0070;
+    constexpr mode_t othersBits = 0007;
+    FileStatus own{};
+    Require("cannot ask for the temporary file's owner", [&] { return fstat(file.Number(), &own); });
+    const auto change = [&](uid_t owner) {
+      return Uninterrupted([&] { return fchown(file.Number(), owner, originalStatus.st_gid); }) == 0;
+    };
+
+    // The owner comes first: changing it clears the bits that run a program as its owner. Those go with owner and group only, and
+    // the group's rights with the group.
+    mode_t mode = originalStatus.st_mode & allBits;
+    const bool groupIsSame = own.st_gid == originalStatus.st_gid;
+    if (!(groupIsSame && own.st_uid == originalStatus.st_uid) && !change(originalStatus.st_uid)) {
+      mode &= accessBits;
+      if (!groupIsSame && !change(own.st_uid)) mode = (mode & ~groupBits) | (mode & othersBits) << 3;
+    }
+    SetAccess(mode, original);
+  }
+
+  // Gives the file this mode, and the access list, label and attributes of a file that is open, if one is given.
+  void SetAccess(mode_t mode, int attributesFrom = -1) {
+    // The folder may have given the new file a list that lets others do more than the mode says.
+    if (Uninterrupted([&] { return fremovexattr(file.Number(), accessList); }) != 0 && errno != ENODATA &&
+        errno != EOPNOTSUPP) {
+      ThrowSystemFailure("cannot remove the folder's access list");
+    }
+    if (attributesFrom >= 0) CopyAttributes(attributesFrom, file.Number());
+    Require("cannot set the file's permissions", [&] { return fchmod(file.Number(), mode); });
+  }
+
+  void Flush() {
+    Require("cannot flush to the disk", [&] { return fsync(file.Number()); });
+  }
+
+  // Both give the file its final name; false, with errno, where that can't be done. Link only where no file has it (EEXIST),
+  // Replace in the place of the file that has it.
+  bool Link(const std::string& target) {
+    const auto link = [&](int from, const std::string& source, int flags) {
+      return Uninterrupted([&] { return linkat(from, source.c_str(), folder, target.c_str(), flags); }) == 0;
+    };
+    if (HasName()) { // which goes in the end
+      const auto move = [&] { return renameat2(folder, name.c_str(), folder, target.c_str(), RENAME_NOREPLACE); };
+      if (link(folder, name, 0)) return true;
+      if (errno == EEXIST || Uninterrupted(move) != 0) return false;
+      name.clear();
+      return true;
+    }
+    if (link(file.Number(), "", AT_EMPTY_PATH)) return true; // takes a right, or a new kernel
+    return errno != EEXIST && link(AT_FDCWD, "/proc/self/fd/" + std::to_string(file.Number()), AT_SYMLINK_FOLLOW);
+  }
+
+  bool Replace(const std::string& target) {
+    if (!HasName()) {
+      std::string free = TemporaryName();
+      if (!Link(free)) return false;
+      name = std::move(free);
+    }
+    const auto move = [&] { return renameat(folder, name.c_str(), folder, target.c_str()); };
+    Require("cannot replace the file", move);
+    name.clear();
+    return true;
+  }
+
+  bool HasName() const noexcept { return !name.empty(); }
+
+  // REQUIRES: it was written.
+  FileState State() const noexcept {
+    FileStatus status{};
+    if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) return {{}, modeUntilTakenOver};
+    return StateOf(status, &stampedAt);
+  }
+
+ private:
+  const int folder;
+  std::string name; // empty while it has none, or once it has its final one
+  FileDescriptor file;
+  timespec stampedAt{};
+};
 
 // Where a name leads.
 struct Place {
@@ -39,9 +196,10 @@ Place FollowLinks(FileName name) {
     if (result != 0) place.status.reset();
     if (!place.status || !S_ISLNK(place.status->st_mode)) return place;
     char target[PATH_MAX];
-    const ssize_t length =
-        Uninterrupted([&] { return readlinkat(place.folder.Number(), place.name.c_str(), target, sizeof target); });
-    if (length < 0 || length == sizeof target) ThrowSystemFailure("cannot follow the symbolic link");
+    const ssize_t length = Require("cannot follow the symbolic link", [&] {
+      return readlinkat(place.folder.Number(), place.name.c_str(), target, sizeof target);
+    });
+    if (length == sizeof target) break;
     name = name.parent_path() / std::string_view(target, static_cast<std::size_t>(length));
   }
   ThrowSystemFailure("cannot follow the symbolic link", ELOOP);
@@ -54,7 +212,7 @@ FileDescriptor OpenReplaceable(const FileName& name, FileStatus& status) {
   FileDescriptor file(OpenAt(AT_FDCWD, name.c_str(), O_RDWR));
   if (!file.IsOpen() && errno == ENOENT) return file;
   if (!file.IsOpen()) ThrowSystemFailure("cannot write the file");
-  if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) ThrowSystemFailure("cannot reach the file");
+  Require("cannot reach the file", [&] { return fstat(file.Number(), &status); });
   if (!S_ISREG(status.st_mode)) ThrowSystemFailure("cannot replace what is no regular file", EINVAL);
   if ((status.st_mode & writeBits) == 0) ThrowSystemFailure("the file is read-only", EACCES);
   return file;
