@@ -3,10 +3,10 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <forward_list>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "host/ostrumxml/keyed_hash.h"
@@ -18,7 +18,7 @@ class NameTable {
  public:
   // The text of a name; empty for 0, which is no name's number.
   std::string_view Text(std::uint32_t number) const noexcept {
-    return number == 0 ? std::string_view() : names[number - 1];
+    return number == 0 ? std::string_view() : names[number - 1].Text();
   }
 
   // The name's number, or 0. Never longer than the text's length allows, whatever names are in the table.
@@ -29,8 +29,20 @@ class NameTable {
   std::uint32_t InternCopy(std::string_view text);
 
  private:
-  std::vector<std::string_view> names;
-  std::unordered_map<std::string_view, std::uint32_t, KeyedHash> numbers;
+  struct Name {
+    const char* text;
+    std::uint32_t length;
+    std::uint32_t hash;
+
+    std::string_view Text() const noexcept { return {text, length}; }
+  };
+
+  std::size_t SlotOf(std::string_view text, std::uint32_t hashed) const noexcept;
+  void Grow();
+
+  KeyedHash hash;
+  std::vector<Name> names;
+  std::vector<std::uint32_t> slots; // numbers, by open addressing; 0 is free; at most three quarters are taken
   std::forward_list<std::string> copies;
   // A document has few names and repeats them: most are found among those seen last, without hashing.
   std::array<std::uint32_t, 64> recent{};
