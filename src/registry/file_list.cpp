@@ -79,8 +79,8 @@ XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept 
 XmlFileRecord* RemoveXmlFileAt(XmlFileList* list, std::uint32_t index) noexcept {
   XmlFileRecord* const record = XmlFileAt(list, index);
   if (record == nullptr) return nullptr;
-  (record->prev != nullptr ? record->prev->next : list->head) = record->next;
-  (record->next != nullptr ? record->next->prev : list->tail) = record->prev;
+  (record == list->head ? list->head : record->prev->next) = record->next;
+  (record == list->tail ? list->tail : record->next->prev) = record->prev;
   record->prev = nullptr;
   record->next = nullptr;
   --list->count;
