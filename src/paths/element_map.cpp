@@ -3,37 +3,26 @@
 #include <cassert>
 #include <cstring>
 
-std::size_t ElementMap::SlotOf(std::string_view key, std::uint32_t hashed) const noexcept {
-  const std::size_t mask = slots.size() - 1;
-  std::size_t slot = hashed & mask;
-  for (; slots[slot] != 0; slot = (slot + 1) & mask) {
-    const Entry& entry = entries[slots[slot] - 1];
-    if (entry.hash == hashed && entry.key == key) break;
-  }
-  return slot;
-}
-
 ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
   if (seen != 0 && entries[seen - 1].key == key) return {entries[seen - 1].reference.element, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
-  const std::uint32_t position = slots.empty() ? 0 : slots[SlotOf(key, hashed)];
-  if (position == 0) return {nullptr, hashed};
-  seen = position;
-  return {entries[position - 1].reference.element, hashed};
+  const std::uint32_t number = index.Find(entries, key, hashed);
+  if (number == 0) return {nullptr, hashed};
+  seen = number;
+  return {entries[number - 1].reference.element, hashed};
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
-  MakeRoom();
+  index.MakeRoom(entries);
   char* const text = NewText(key.size());
   std::memcpy(text, key.data(), key.size());
   Publish(entries.emplace_back(Entry{{text, key.size()}, place.hash, CElementRef(element)}));
 }
 
-void ElementMap::Publish(Entry& entry) noexcept {
-  assert(&entry == &entries.back() && entries.size() < slots.size());
-  const auto position = static_cast<std::uint32_t>(entries.size());
-  slots[SlotOf(entry.key, entry.hash)] = RecentSlot(entry.key) = position;
+void ElementMap::Publish(const Entry& entry) noexcept {
+  assert(&entry == &entries.back());
+  index.SlotOf(entries, entry.key, entry.hash) = RecentSlot(entry.key) = static_cast<std::uint32_t>(entries.size());
 }
 
 std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
@@ -43,23 +32,10 @@ std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
   return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
 }
 
-void ElementMap::MakeRoom() {
-  if ((entries.size() + 1) * 4 <= slots.size() * 3) return;
-  constexpr std::size_t fewest = 16;
-  std::vector<std::uint32_t> grown(slots.empty() ? fewest : slots.size() * 2);
-  const std::size_t mask = grown.size() - 1;
-  for (std::uint32_t position = 1; position <= entries.size(); ++position) {
-    std::size_t slot = entries[position - 1].hash & mask;
-    while (grown[slot] != 0) slot = (slot + 1) & mask;
-    grown[slot] = position;
-  }
-  slots.swap(grown);
-}
-
 void ElementMap::KeyChain::Prepare() {
   Abandon();
   assert(key.size() <= mostLength);
-  map.MakeRoom();
+  map.index.MakeRoom(map.entries);
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
@@ -71,7 +47,7 @@ void ElementMap::KeyChain::Prepare() {
 void ElementMap::KeyChain::Enter(Ostrum::Element& element, bool replaces) noexcept {
   assert(isPrepared);
   Entry& entry = map.entries.back();
-  const std::size_t present = map.slots[map.SlotOf(entry.key, entry.hash)];
+  const std::uint32_t present = map.index.Find(map.entries, entry.key, entry.hash);
   if (present == 0) {
     entry.reference.element = &element;
     map.Publish(entry);

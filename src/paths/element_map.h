@@ -49,20 +49,19 @@ class ElementMap {
     std::string_view key;
     std::uint32_t hash;
     CElementRef reference;
+
+    std::string_view Key() const noexcept { return key; }
   };
 
-  std::size_t SlotOf(std::string_view key, std::uint32_t hashed) const noexcept;
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
-  void Publish(Entry& entry) noexcept;
-  void MakeRoom();
+  void Publish(const Entry& entry) noexcept;
   char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
 
   Ostrum::KeyedHash hash;
   std::pmr::monotonic_buffer_resource texts; // of the keys
   std::deque<Entry> entries;
-  std::vector<std::uint32_t>
-      slots; // positions in entries, from 1, by open addressing; 0 is free; at most three quarters full
-  // Positions found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
+  Ostrum::KeyIndex index;
+  // Numbers of entries found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
   // last bytes: most searches end here, without hashing.
   std::array<std::uint32_t, 16> recent{};
 };

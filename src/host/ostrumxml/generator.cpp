@@ -50,7 +50,8 @@ class Generator {
       text.append(content.source, copied, edit.from - copied).append(edit.replacement);
       copied = edit.from + edit.length;
     }
-    return text.append(content.source, copied, content.fileSize - copied);
+    text.append(content.source, copied, content.fileSize - copied);
+    return text; // what append gives would be copied
   }
 
  private:

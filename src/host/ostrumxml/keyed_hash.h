@@ -1,11 +1,14 @@
 #ifndef TARVIK_HOST_OSTRUMXML_KEYED_HASH_H
 #define TARVIK_HOST_OSTRUMXML_KEYED_HASH_H
 
+#include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
+#include <vector>
 
 namespace Ostrum {
 
@@ -66,6 +69,48 @@ class KeyedHash {
  private:
   std::uint64_t key0;
   std::uint64_t key1;
+};
+
+// Finds entries by their keys. The entries stand in a row elsewhere; each has a Key() and, as `hash`, the lower half of the
+// key's hash. Holds their numbers, counted from 1, by open addressing.
+class KeyIndex {
+ public:
+  // Makes room for one more entry than there are. Throws std::bad_alloc, the index then being as it was.
+  template <class Entries>
+  void MakeRoom(const Entries& entries) {
+    constexpr std::size_t fewest = 16;
+    if ((entries.size() + 1) * 4 <= slots.size() * 3) return;
+    std::vector<std::uint32_t> grown(std::max(fewest, slots.size() * 2));
+    slots.swap(grown);
+    for (std::uint32_t number = 1; number <= entries.size(); ++number) {
+      std::size_t slot = entries[number - 1].hash;
+      while (At(slot) != 0) ++slot;
+      At(slot) = number;
+    }
+  }
+
+  // The number of the entry with the key, or 0.
+  template <class Entries>
+  std::uint32_t Find(const Entries& entries, std::string_view key, std::uint32_t hash) const noexcept {
+    return slots.empty() ? 0 : const_cast<KeyIndex*>(this)->SlotOf(entries, key, hash);
+  }
+
+  // Holds the number of the entry with the key; where there is none it is 0, and takes the number of a new one.
+  // REQUIRES: MakeRoom was called.
+  template <class Entries>
+  std::uint32_t& SlotOf(const Entries& entries, std::string_view key, std::uint32_t hash) noexcept {
+    assert(entries.size() <= slots.size());
+    for (std::size_t slot = hash;; ++slot) {
+      std::uint32_t& number = At(slot);
+      if (number == 0) return number;
+      if (entries[number - 1].hash == hash && entries[number - 1].Key() == key) return number;
+    }
+  }
+
+ private:
+  std::uint32_t& At(std::size_t slot) noexcept { return slots[slot & (slots.size() - 1)]; }
+
+  std::vector<std::uint32_t> slots; // 0 is free; a power of two of them, at most three quarters taken
 };
 
 } // namespace Ostrum

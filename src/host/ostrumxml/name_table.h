@@ -18,7 +18,7 @@ class NameTable {
  public:
   // The text of a name; empty for 0, which is no name's number.
   std::string_view Text(std::uint32_t number) const noexcept {
-    return number == 0 ? std::string_view() : names[number - 1].Text();
+    return number == 0 ? std::string_view() : names[number - 1].Key();
   }
 
   // The name's number, or 0. Never longer than the text's length allows, whatever names are in the table.
@@ -34,15 +34,12 @@ class NameTable {
     std::uint32_t length;
     std::uint32_t hash;
 
-    std::string_view Text() const noexcept { return {text, length}; }
+    std::string_view Key() const noexcept { return {text, length}; }
   };
-
-  std::size_t SlotOf(std::string_view text, std::uint32_t hashed) const noexcept;
-  void Grow();
 
   KeyedHash hash;
   std::vector<Name> names;
-  std::vector<std::uint32_t> slots; // numbers, by open addressing; 0 is free; at most three quarters are taken
+  KeyIndex index;
   std::forward_list<std::string> copies;
   // A document has few names and repeats them: most are found among those seen last, without hashing.
   std::array<std::uint32_t, 64> recent{};
