@@ -14,15 +14,18 @@ ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
-  index.MakeRoom(entries);
+  index.MakeRoom(entries.size());
   char* const text = NewText(key.size());
   std::memcpy(text, key.data(), key.size());
-  Publish(entries.emplace_back(Entry{{text, key.size()}, place.hash, CElementRef(element)}));
+  entries.push_back({{text, key.size()}, place.hash, CElementRef(element)});
+  Publish();
 }
 
-void ElementMap::Publish(const Entry& entry) noexcept {
-  assert(&entry == &entries.back());
-  index.SlotOf(entries, entry.key, entry.hash) = RecentSlot(entry.key) = static_cast<std::uint32_t>(entries.size());
+// Enters the last entry under its key, which no other has.
+void ElementMap::Publish() noexcept {
+  const Entry& entry = entries.back();
+  const auto number = static_cast<std::uint32_t>(entries.size());
+  RecentSlot(entry.key) = index.Enter(entries, entry.key, entry.hash, number);
 }
 
 std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
@@ -35,7 +38,7 @@ std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
 void ElementMap::KeyChain::Prepare() {
   Abandon();
   assert(key.size() <= mostLength);
-  map.index.MakeRoom(map.entries);
+  map.index.MakeRoom(map.entries.size());
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
@@ -50,7 +53,7 @@ void ElementMap::KeyChain::Enter(Ostrum::Element& element, bool replaces) noexce
   const std::uint32_t present = map.index.Find(map.entries, entry.key, entry.hash);
   if (present == 0) {
     entry.reference.element = &element;
-    map.Publish(entry);
+    map.Publish();
     isPrepared = false;
     return;
   }

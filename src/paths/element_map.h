@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory_resource>
 #include <string>
 #include <string_view>
@@ -54,12 +53,12 @@ class ElementMap {
   };
 
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
-  void Publish(const Entry& entry) noexcept;
+  void Publish() noexcept;
   char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
 
   Ostrum::KeyedHash hash;
   std::pmr::monotonic_buffer_resource texts; // of the keys
-  std::deque<Entry> entries;
+  std::vector<Entry> entries;
   Ostrum::KeyIndex index;
   // Numbers of entries found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
   // last bytes: most searches end here, without hashing.

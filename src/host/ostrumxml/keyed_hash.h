@@ -71,46 +71,55 @@ class KeyedHash {
   std::uint64_t key1;
 };
 
-// Finds entries by their keys. The entries stand in a row elsewhere; each has a Key() and, as `hash`, the lower half of the
-// key's hash. Holds their numbers, counted from 1, by open addressing.
+// Finds entries by their keys. The entries stand in a row elsewhere, and each has a Key(). Holds their numbers, counted from
+// 1, and the lower halves of their hashes, by open addressing: a look passes the keys of other entries by.
 class KeyIndex {
  public:
-  // Makes room for one more entry than there are. Throws std::bad_alloc, the index then being as it was.
-  template <class Entries>
-  void MakeRoom(const Entries& entries) {
+  // Makes room for one entry more than there are. Throws std::bad_alloc, the index then being as it was.
+  void MakeRoom(std::size_t entryCount) {
     constexpr std::size_t fewest = 16;
-    if ((entries.size() + 1) * 4 <= slots.size() * 3) return;
-    std::vector<std::uint32_t> grown(std::max(fewest, slots.size() * 2));
+    if ((entryCount + 1) * 2 <= slots.size()) return;
+    std::vector<Slot> grown(std::max(fewest, slots.size() * 2));
     slots.swap(grown);
-    for (std::uint32_t number = 1; number <= entries.size(); ++number) {
-      std::size_t slot = entries[number - 1].hash;
-      while (At(slot) != 0) ++slot;
-      At(slot) = number;
+    for (const Slot& slot : grown) {
+      std::size_t place = slot.hash;
+      while (slot.number != 0 && At(place).number != 0) ++place;
+      if (slot.number != 0) At(place) = slot;
     }
   }
 
   // The number of the entry with the key, or 0.
   template <class Entries>
   std::uint32_t Find(const Entries& entries, std::string_view key, std::uint32_t hash) const noexcept {
-    return slots.empty() ? 0 : const_cast<KeyIndex*>(this)->SlotOf(entries, key, hash);
+    return slots.empty() ? 0 : At(PlaceOf(entries, key, hash)).number;
   }
 
-  // Holds the number of the entry with the key; where there is none it is 0, and takes the number of a new one.
-  // REQUIRES: MakeRoom was called.
+  // Enters the number under the key, unless there is one already; returns the number that is there. REQUIRES: MakeRoom.
   template <class Entries>
-  std::uint32_t& SlotOf(const Entries& entries, std::string_view key, std::uint32_t hash) noexcept {
-    assert(entries.size() <= slots.size());
-    for (std::size_t slot = hash;; ++slot) {
-      std::uint32_t& number = At(slot);
-      if (number == 0) return number;
-      if (entries[number - 1].hash == hash && entries[number - 1].Key() == key) return number;
-    }
+  std::uint32_t Enter(const Entries& entries, std::string_view key, std::uint32_t hash, std::uint32_t number) noexcept {
+    assert(entries.size() < slots.size());
+    Slot& slot = At(PlaceOf(entries, key, hash));
+    if (slot.number == 0) slot = {number, hash};
+    return slot.number;
   }
 
  private:
-  std::uint32_t& At(std::size_t slot) noexcept { return slots[slot & (slots.size() - 1)]; }
+  struct Slot {
+    std::uint32_t number; // 0 where the slot is free
+    std::uint32_t hash;
+  };
 
-  std::vector<std::uint32_t> slots; // 0 is free; a power of two of them, at most three quarters taken
+  template <class Entries>
+  std::size_t PlaceOf(const Entries& entries, std::string_view key, std::uint32_t hash) const noexcept {
+    for (std::size_t place = hash;; ++place) {
+      const Slot& slot = At(place);
+      if (slot.number == 0 || (slot.hash == hash && entries[slot.number - 1].Key() == key)) return place;
+    }
+  }
+  const Slot& At(std::size_t place) const noexcept { return slots[place & (slots.size() - 1)]; }
+  Slot& At(std::size_t place) noexcept { return slots[place & (slots.size() - 1)]; }
+
+  std::vector<Slot> slots; // a power of two of them, at most half taken
 };
 
 } // namespace Ostrum

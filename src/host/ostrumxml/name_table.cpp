@@ -33,14 +33,12 @@ std::uint32_t NameTable::Intern(std::string_view text) {
   std::uint32_t& seen = recent[RecentSlot(text)];
   if (seen != 0 && Text(seen) == text) return seen;
 
-  index.MakeRoom(names);
-  const auto hashed = static_cast<std::uint32_t>(hash(text));
-  std::uint32_t& number = index.SlotOf(names, text, hashed);
-  if (number == 0) {
-    names.push_back({text.data(), static_cast<std::uint32_t>(text.size()), hashed});
-    number = static_cast<std::uint32_t>(names.size());
-  }
-  return seen = number;
+  index.MakeRoom(names.size());
+  const auto next = static_cast<std::uint32_t>(names.size() + 1);
+  names.push_back({text.data(), static_cast<std::uint32_t>(text.size())});
+  seen = index.Enter(names, text, static_cast<std::uint32_t>(hash(text)), next);
+  if (seen != next) names.pop_back();
+  return seen;
 }
 
 std::uint32_t NameTable::InternCopy(std::string_view text) {

@@ -32,7 +32,6 @@ class NameTable {
   struct Name {
     const char* text;
     std::uint32_t length;
-    std::uint32_t hash;
 
     std::string_view Key() const noexcept { return {text, length}; }
   };
