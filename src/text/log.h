@@ -30,23 +30,25 @@ auto Loggable(const Piece& piece) noexcept {
   }
 }
 
+// Apart from the test whether anything is logged, which stands wherever a line is.
+template <class... Pieces>
+[[gnu::noinline, gnu::cold]] void Log(corekit::LogKind kind, const Pieces&... pieces) noexcept {
+  corekit::KString line(L"");
+  (line << ... << Loggable(pieces));
+  kind == corekit::LogKind::Error ? corekit::logError(logComponent, line) : corekit::logDetail(logComponent, line);
+}
+
 } // namespace log_detail
 
 // Log one line, made of the pieces with nothing between them. Without a sink they cost one test.
 template <class... Pieces>
 void LogDetail(const Pieces&... pieces) noexcept {
-  if (!corekit::LogIsOn()) return;
-  corekit::KString line(L"");
-  (line << ... << log_detail::Loggable(pieces));
-  corekit::logDetail(logComponent, line);
+  if (corekit::LogIsOn()) log_detail::Log(corekit::LogKind::Detail, pieces...);
 }
 
 template <class... Pieces>
 void LogError(const Pieces&... pieces) noexcept {
-  if (!corekit::LogIsOn()) return;
-  corekit::KString line(L"");
-  (line << ... << log_detail::Loggable(pieces));
-  corekit::logError(logComponent, line);
+  if (corekit::LogIsOn()) log_detail::Log(corekit::LogKind::Error, pieces...);
 }
 
 #endif
