@@ -8,6 +8,7 @@
 
 #include "paths/child_search.h"
 #include "paths/item_path.h"
+#include "platform/charset.h"
 #include "platform/platform.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
@@ -30,13 +31,15 @@ struct ItemRequest {
   CallerBuffer value;
 };
 
-// Whether an item type or value type names the keyword: any text that begins with it, letter case apart.
-bool BeginsWithKeyword(const char* type, std::string_view keyword) noexcept {
-  // Nearly every caller writes the keyword in capitals, and comparing bytes costs far less than folding characters.
-  return keyword == type || platform::MbsCompareBytesNoCase(type, keyword.data(), keyword.size()) == 0;
+// Whether an item type or value type names a keyword: any text that begins with it, letter case apart. Nearly every caller
+// writes one of the two in capitals, and comparing bytes costs far less than folding characters.
+bool Names(const char* type, std::string_view keyword, std::string_view otherKeyword) noexcept {
+  const std::string_view given(type);
+  if (given == keyword || given == otherKeyword) return given == keyword;
+  return platform::MbsCompareBytesNoCase(type, keyword.data(), keyword.size()) == 0;
 }
-bool IsElement(const char* type) noexcept { return BeginsWithKeyword(type, "ELEMENT"); }
-bool IsAttribute(const char* type) noexcept { return BeginsWithKeyword(type, "ATTRIBUTE"); }
+bool IsElement(const char* type) noexcept { return Names(type, "ELEMENT", "ATTRIBUTE"); }
+bool IsAttribute(const char* type) noexcept { return Names(type, "ATTRIBUTE", "ELEMENT"); }
 
 // A caller's missing text must not end the caller's process.
 void RequireGiven(std::initializer_list<const char*> texts) {
@@ -81,8 +84,8 @@ std::uint32_t AttributeMissing(const ItemRequest& request) {
 // The element that the path is a key of; null when there is none.
 Element* FindKnownElement(const XmlFileRecord& record, const char* path) {
   char buffer[bufferSize];
-  const char* key = PathBelowRoot(record, path, buffer);
-  if (*key == '\0') key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
+  std::string_view key = PathBelowRoot(record, path, buffer);
+  if (key.empty()) key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
   return FindInElementMap(*record.elementMap, key);
 }
 
@@ -170,15 +173,14 @@ std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
 }
 
 // What GetXMLItem and EnumXMLItem do.
-std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
-                             const char* itemType, std::int32_t index, const char* attributeName, const char* valueType,
-                             char* value, std::uint32_t capacity) noexcept {
+std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie, const ItemRequest& request) noexcept {
+  const platform::CharsetScope charset;
   const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
   try {
-    return Read(*record, {path, itemName, itemType, index, attributeName, valueType, CallerBuffer(value, capacity)});
+    return Read(*record, request);
   } catch (...) {
-    LogDetail(L"Failed to get ", itemName, L": unknown exception thrown.");
+    LogDetail(L"Failed to get ", request.itemName, L": unknown exception thrown.");
     return XmlFailure;
   }
 }
@@ -189,12 +191,12 @@ std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, co
                                      const char* itemType, const char* attributeName, const char* valueType,
                                      char* value, std::uint32_t capacity) {
   const Trace trace(L"GetXMLItem");
-  return GenericGetItem(list, cookie, path, itemName, itemType, 1, attributeName, valueType, value, capacity);
+  return GenericGetItem(list, cookie, {path, itemName, itemType, 1, attributeName, valueType, {value, capacity}});
 }
 
 std::uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
                                       const char* itemType, std::int32_t index, const char* attributeName,
                                       const char* valueType, char* value, std::uint32_t capacity) {
   const Trace trace(L"EnumXMLItem");
-  return GenericGetItem(list, cookie, path, itemName, itemType, index, attributeName, valueType, value, capacity);
+  return GenericGetItem(list, cookie, {path, itemName, itemType, index, attributeName, valueType, {value, capacity}});
 }

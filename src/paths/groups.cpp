@@ -8,6 +8,7 @@
 #include "paths/element_map.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
+#include "platform/charset.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/caller_buffer.h"
@@ -18,13 +19,15 @@ namespace {
 
 using Ostrum::Element;
 
-// The parent's group ID, which the caller's buffer may hold on entry, the path, and an occurrence above 1.
-void FormGroupId(const char* path, std::uint32_t occurrence, const char* parent, char (&id)[bufferSize]) noexcept {
+// The parent's group ID, which the caller's buffer may hold on entry, the path, and an occurrence above 1; terminated.
+std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence, std::string_view parent,
+                             char (&id)[bufferSize]) noexcept {
   char digits[12];
   const char* end = digits;
   if (occurrence > 1) end = std::to_chars(digits, std::end(digits), static_cast<int>(occurrence)).ptr;
-  const std::string_view separator = *parent != '\0' ? "\\" : "";
-  FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
+  const std::string_view separator = parent.empty() ? "" : "\\";
+  const int length = FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
+  return {id, length < 0 ? bufferSize - 1 : static_cast<std::size_t>(length)};
 }
 
 // The element below which the group lies. Null, after a line, when it is not in the element map.
@@ -58,30 +61,29 @@ Element* SearchDocument(const XmlFileRecord& record, const char* path, std::uint
 std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std::uint32_t occurrence,
                         const CallerBuffer& buffer) {
   char withoutRoot[bufferSize];
-  const char* const path = PathBelowRoot(record, groupPath, withoutRoot);
-  if (*path == '\0') {
+  const std::string_view path = PathBelowRoot(record, groupPath, withoutRoot);
+  if (path.empty()) {
     LogDetail(L"Only the root was given as a group path.");
     buffer.Store(groupPath);
     return XmlSuccess;
   }
 
   char idText[bufferSize];
-  FormGroupId(path, occurrence, buffer.Text(), idText);
-  const std::string_view id(idText);
+  const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
   const ElementMap::Place place = record.elementMap->Search(id);
   if (place.element != nullptr) {
-    buffer.Store(idText);
+    buffer.Store(id);
     if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;
   }
 
-  Element* const element = SearchDocument(record, path, occurrence, buffer);
+  Element* const element = SearchDocument(record, path.data(), occurrence, buffer);
   if (element == nullptr) {
     buffer.Store("Not Found");
     return XmlNotFound;
   }
   record.elementMap->Insert(place, id, *element);
-  buffer.Store(idText);
+  buffer.Store(id);
   if (buffer.IsWanted()) LogDetail(L"Inserted ", idText, L" into the element map.");
   return XmlSuccess;
 }
@@ -90,6 +92,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std:
 std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath, std::uint32_t occurrence,
                                char* groupId, std::uint32_t capacity) noexcept {
   const Trace trace(L"GenericOpenGroup");
+  const platform::CharsetScope charset;
   const XmlFileRecord* const record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
   try {

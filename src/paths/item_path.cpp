@@ -26,7 +26,8 @@ bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
     return false;
   }
 
-  const bool isRoot = std::strncmp(path, rootName.Text()->data(), rootName.Text()->size()) == 0;
+  const std::string_view name = *rootName.Text();
+  const bool isRoot = *path == name.front() && std::strncmp(path, name.data(), name.size()) == 0;
   LogDetail(path, isRoot ? L" is a group" : L" is a group ID");
   return isRoot;
 }
@@ -87,14 +88,15 @@ void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t
   LogDetail(L"Removed ", component.c_str(), L" from ", path, L".");
 }
 
-const char* CutToBufferSize(const char* path, char (&buffer)[bufferSize]) noexcept {
-  if (std::strlen(path) < bufferSize) return path;
+std::string_view CutToBufferSize(const char* path, char (&buffer)[bufferSize]) noexcept {
+  const std::size_t length = std::strlen(path);
+  if (length < bufferSize) return {path, length};
   platform::MbsCopyBytes(buffer, path, bufferSize - 1);
   buffer[bufferSize - 1] = '\0';
   return buffer;
 }
 
-const char* PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]) {
+std::string_view PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]) {
   if (IsRootInPath(record, path) == 0) return CutToBufferSize(path, buffer);
   RemoveRootFromBeginningOfPath(path, buffer, bufferSize);
   return buffer;

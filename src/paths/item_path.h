@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <string_view>
 
 #include "registry/record.h"
 
@@ -19,10 +20,10 @@ int IsRootInPath(const XmlFileRecord& record, const char* path, std::exception_p
 // Writes the path without its first component into output, cut to capacity - 1 bytes. Throws std::bad_alloc.
 void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t capacity);
 
-// The path without the root's name in front, cut to 259 bytes: either the path itself, where it is that already, or in buffer.
-// Throws std::bad_alloc.
-const char* PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]);
+// The path without the root's name in front, cut to 259 bytes and terminated: either the path itself, where it is that already,
+// or in buffer. Throws std::bad_alloc.
+std::string_view PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]);
 // The same for a path from which nothing is to be removed.
-const char* CutToBufferSize(const char* path, char (&buffer)[bufferSize]) noexcept;
+std::string_view CutToBufferSize(const char* path, char (&buffer)[bufferSize]) noexcept;
 
 #endif

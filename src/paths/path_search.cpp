@@ -1,7 +1,7 @@
 #include "paths/path_search.h"
 
 #include <cassert>
-#include <memory_resource>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -87,11 +87,13 @@ bool NameBeginsWith(const Element& element, const char* path) {
 
 // Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
 Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
-  // Paths are short, and an allocation for each would cost more than the search.
-  char room[512];
-  std::pmr::monotonic_buffer_resource memory(room, sizeof room);
-  std::pmr::string copy(path, &memory);
-  char* component = copy.data();
+  // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the search.
+  char shortPath[bufferSize];
+  std::string longPath;
+  const std::size_t size = std::strlen(path) + 1;
+  if (size > sizeof shortPath) longPath.resize(size);
+  char* component = longPath.empty() ? shortPath : longPath.data();
+  std::memcpy(component, path, size);
   while (!HasNoChildren(*start)) {
     char* const rest = CutToken(component, "\\");
     Element* const selected = SelectChild(*start, PathComponent(component), rest == nullptr, occurrence);

@@ -11,6 +11,19 @@
 namespace platform {
 namespace {
 
+// What the outermost scope was told.
+struct Asked {
+  bool isKnown;
+  Charset charset;
+};
+
+// The C library of the name keeps room in each thread for a few small variables of libraries that are loaded late. Elsewhere
+// the faster access could fail there.
+#ifdef __GLIBC__
+[[gnu::tls_model("initial-exec")]]
+#endif
+thread_local constinit Asked asked{};
+
 // Converts the 127 ASCII characters to wide text and back.
 bool ProbeAsciiIsPlain() noexcept {
   constexpr std::size_t count = 127;
@@ -27,6 +40,16 @@ bool ProbeAsciiIsPlain() noexcept {
 }
 
 } // namespace
+
+Charset CurrentCharset() noexcept { return asked.isKnown ? asked.charset : AskForCharset(); }
+
+CharsetScope::CharsetScope() noexcept : isOutermost(!asked.isKnown) {
+  if (isOutermost) asked = {true, AskForCharset()};
+}
+
+CharsetScope::~CharsetScope() {
+  if (isOutermost) asked.isKnown = false;
+}
 
 Charset LearnCharset() noexcept {
   const int errorBefore = errno;

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "platform/charset.h"
 #include "registry/record.h"
 #include "tarvik/tarvik.h"
 
@@ -85,6 +86,7 @@ class OpenDocument {
     std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1);
   }
 
+  const platform::CharsetScope charset; // for all of the calls
   XmlFileList* list;
   std::uint32_t cookie;
 };

@@ -247,33 +247,32 @@ void Element::KeepIndexed(const Element& newChild) noexcept {
   }
 }
 
-// The n-th child for which matches holds. As many children as a handful are looked at one by one; those behind them are found
-// by the index, unless there is no memory for it.
+// The n-th child for which matches holds, given its name. As many children as a handful are looked at one by one; those behind
+// them are found by the index, unless there is no memory for it.
 template <class Matches, class SearchIndex>
 Element& Element::SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const {
-  if (n == 0) return null;
-  bool mayIndex = true;
-  std::uint32_t passed = (flags & element_flags::childrenIndexed) != 0 ? fewChildren : 0;
-  std::uint32_t matched = 0;
+  if (n == 0 || IsNull()) return null;
+  const NameTable& names = ContentOf(*this).names;
+  std::uint32_t untilIndex = (flags & element_flags::childrenIndexed) != 0 ? 0 : fewChildren;
   for (auto child = Begin(); !(child == End()); ++child) {
-    if (mayIndex && passed++ == fewChildren) {
+    if (untilIndex-- == 0) {
       try {
         Element* const found = searchIndex(Index());
         return found == nullptr ? null : *found;
       } catch (const std::bad_alloc&) {
-        mayIndex = false;
       }
     }
-    if (matches(*child) && ++matched == n) return *child;
+    if (matches(*child, names.Text(child->name)) && --n == 0) return *child;
   }
   return null;
 }
 
 Element& Element::NthChild(NameMatch match, std::string_view text, std::uint32_t n) const {
+  const std::size_t longest = match == NameMatch::Exact ? text.size() : std::string_view::npos;
   return SearchChildren(
       n,
-      [match, text](const Element& child) {
-        return match == NameMatch::Exact ? child.GetName() == text : child.GetName().starts_with(text);
+      [text, longest](const Element&, std::string_view name) {
+        return name.size() <= longest && name.starts_with(text);
       },
       [match, text, n](ChildIndex& index) { return index.Nth(match, text, n); });
 }
@@ -282,8 +281,8 @@ Element& Element::NthChildWithAttribute(std::string_view childName, std::string_
                                         std::uint32_t n) const {
   return SearchChildren(
       n,
-      [childName, attributeName](const Element& child) {
-        return child.GetName() == childName && !child.GetAttribute(attributeName).IsNull();
+      [childName, attributeName](const Element& child, std::string_view name) {
+        return name == childName && !child.GetAttribute(attributeName).IsNull();
       },
       [&](ChildIndex& index) { return index.NthWithAttribute(childName, attributeName, n); });
 }
@@ -293,8 +292,8 @@ Element& Element::FirstChildWithValue(std::string_view nameBegin, std::string_vi
   std::string scratch;
   return SearchChildren(
       1,
-      [&](const Element& child) {
-        if (!child.GetName().starts_with(nameBegin)) return false;
+      [&](const Element& child, std::string_view name) {
+        if (!name.starts_with(nameBegin)) return false;
         const Attribute attribute = child.GetAttribute(attributeName);
         return !attribute.IsNull() && attribute.GetValue(scratch, valueBegin.size()).starts_with(valueBegin);
       },

@@ -27,7 +27,7 @@ Charset RecallCharset(const char* codeset) noexcept {
 
 } // namespace
 
-Charset CurrentCharset() noexcept {
+Charset AskForCharset() noexcept {
   const char* codeset = nl_langinfo(CODESET);
   if (*codeset == 'U' && std::strcmp(codeset, "UTF-8") == 0) return {CharsetKind::Utf8, true};
   if (std::strcmp(codeset, "ANSI_X3.4-1968") == 0) return {CharsetKind::SingleByte, true};

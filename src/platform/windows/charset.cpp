@@ -18,7 +18,7 @@ constexpr std::uint32_t codePageShift = 2;
 } // namespace
 
 // The locale's own code page: the runtime's _mbs functions follow another one, which setlocale leaves as it is.
-Charset CurrentCharset() noexcept {
+Charset AskForCharset() noexcept {
   const std::uint32_t codePage = ___lc_codepage_func();
   if (codePage == 0) return {CharsetKind::SingleByte, true}; // the locale "C"
   std::uint32_t known = lastLearnt.load(std::memory_order_relaxed);
