@@ -55,7 +55,7 @@ char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capac
     std::memcpy(token, source, length);
     token[length] = '\0';
   }
-  return const_cast<char*>(end + std::strlen(separator));
+  return const_cast<char*>(end + (separator[1] == '\0' ? 1 : std::strlen(separator)));
 }
 
 int IsRootInPath(const XmlFileRecord& record, const char* path, std::exception_ptr* failure) noexcept {

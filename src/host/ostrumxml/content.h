@@ -97,6 +97,13 @@ struct Content {
   std::unordered_map<const Element*, TagIndex> tagIndexes;
 };
 
+inline Element& ElementTable::Following(const Element& element) noexcept {
+  const Block& block = BlockOf(element);
+  const bool isLastOfBlock = &element + 1 == block.elements + Block::capacity;
+  return isLastOfBlock ? block.content->elements.At(block.firstNumber + Block::capacity)
+                       : const_cast<Element*>(&element)[1];
+}
+
 } // namespace Ostrum
 
 #endif

@@ -36,6 +36,8 @@ class ElementTable {
     const Block& block = BlockOf(element);
     return block.firstNumber + static_cast<std::uint32_t>(&element - block.elements);
   }
+  // The element with the next number. REQUIRES: there is one.
+  static Element& Following(const Element& element) noexcept;
 
  private:
   struct alignas(4096) Block {

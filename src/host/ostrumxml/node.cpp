@@ -66,7 +66,7 @@ IteratorRef& IteratorRef::operator++() noexcept {
 IteratorRef NodeContainer::Begin() const noexcept {
   const auto& element = static_cast<const Element&>(*this);
   if ((element.flags & element_flags::hasParsedChildren) != 0) {
-    return IteratorRef(&ContentOf(element).elements.At(ElementTable::NumberOf(element) + 1));
+    return IteratorRef(&ElementTable::Following(element));
   }
   if ((element.flags & element_flags::changed) == 0) return End();
   const ElementChange* const change = ContentOf(element).FindChange(element);
