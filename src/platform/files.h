@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
@@ -74,13 +75,13 @@ class LockedFile {
   // Reads the file that was found. REQUIRES: there was one.
   ReadStatus Read(std::size_t limit, std::string& bytes) const;
 
-  // Puts a new file in the place of the old one in one step: at any moment, and after a loss of power, the name leads to the
+  // Puts a new file, of these pieces, in the place of the old one in one step: at any moment, and after a loss of power, the name leads to the
   // old bytes or the new ones, whole. The new file takes over who may do what with the old one, is flushed to the disk first,
   // and its modification time is set from the system's most exact clock. Where there was no file, the new one gets
   // `permissions`. False, with nothing changed, when somebody took the name meanwhile, or was seen to change the file: lock it
   // and look again.
   // A program that is killed meanwhile leaves at most one temporary file, and only from the last step. Call once.
-  bool Replace(std::string_view bytes, std::uint32_t permissions);
+  bool Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions);
 
   // Flushes the folder to the disk, so that a loss of power does not bring back the old file. Not done, and no failure, where
   // the process may not read the folder or the system flushes none.

@@ -17,7 +17,7 @@ ReadStatus Read(const fs::path& name, std::string& bytes, FileState& state, std:
 
 FileState Replace(const fs::path& name, std::string_view bytes, std::uint32_t permissions = 0) {
   LockedFile file(name);
-  EXPECT_TRUE(file.Replace(bytes, permissions));
+  EXPECT_TRUE(file.Replace({bytes}, permissions));
   file.FlushFolder();
   return *file.State();
 }

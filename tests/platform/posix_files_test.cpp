@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 void Replace(const fs::path& name, std::string_view bytes, std::uint32_t permissions = 0640) {
   platform::LockedFile file(name);
-  EXPECT_TRUE(file.Replace(bytes, permissions));
+  EXPECT_TRUE(file.Replace({bytes}, permissions));
   file.FlushFolder();
 }
 

@@ -30,7 +30,7 @@ TEST(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
   for (const std::size_t length : {256 - name.native().size(), std::size_t{200}}) {
     name = name / L"\u4e2d" / std::wstring(length - 3, L'x');
     ASSERT_TRUE(CreateDirectoryW(name.parent_path().c_str(), nullptr));
-    EXPECT_TRUE(LockedFile(name).Replace("new", 0)) << name.native().size();
+    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0)) << name.native().size();
     std::string bytes;
     EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << name.native().size();
     ASSERT_TRUE(DeleteFileW(name.c_str()) && CreateDirectoryW(name.c_str(), nullptr));
@@ -44,7 +44,7 @@ TEST(WindowsFilesTest, AttributesAreTakenOver) {
   for (const DWORD attributes : {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
     ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
     const DWORD before = GetFileAttributesW(name.c_str());
-    EXPECT_TRUE(LockedFile(name).Replace("new", 0));
+    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0));
     EXPECT_EQ(GetFileAttributesW(name.c_str()), before);
   }
 }
@@ -65,11 +65,11 @@ TEST(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
   std::string bytes;
   for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
     std::jthread holder = Hold(name, share, 300);
-    EXPECT_TRUE(LockedFile(name).Replace("new", 0)) << share;
+    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0)) << share;
     holder = Hold(name, share, 300);
     EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << share;
     holder = Hold(name, share, 3500);
-    EXPECT_THROW(LockedFile(name).Replace("newer", 0), std::system_error) << share;
+    EXPECT_THROW(LockedFile(name).Replace({"newer"}, 0), std::system_error) << share;
     EXPECT_EQ(Read(name, bytes), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
   }
   EXPECT_EQ(folder.Read("file"), "new");

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ostrumxml/document.h"
+#include "host/ostrumxml/generator.h"
 #include "host/ostrumxml/parse.h"
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
@@ -42,8 +43,7 @@ using namespace Ostrum;
 THROWS(_ZN6Ostrum8ParseXMLENSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEiRNS_12PARSER_ERRORERiS8_, ParseXML,
        Document*, (std::string text, int length, PARSER_ERROR& error, int& line, int& column),
        (std::move(text), length, error, line, column))
-THROWS(_ZNK6Ostrum8Document11GenerateXMLB5cxx11Eb, GenerateXML, std::string, (const Document* self, bool layout),
-       (self, layout))
+THROWS(_ZNK6Ostrum8Document8GenerateEv, Generate, GeneratedText, (const Document* self), (self))
 THROWS(_ZNK6Ostrum7Element12GetAttributeESt17basic_string_viewIcSt11char_traitsIcEE, GetAttribute, Attribute,
        (const Element* self, std::string_view name), (self, name))
 THROWS(_ZN6Ostrum7Element15CreateAttributeESt17basic_string_viewIcSt11char_traitsIcEE, CreateAttribute, Attribute,
@@ -106,7 +106,7 @@ const struct {
     {"ConvertName", [](Opened d) { return d.SetText("W\xC3\xB6rt", "A", "v"); }},
     {"GetAttribute", SetK},
     {"ValueSet", SetA},
-    {"GenerateXML", SetA},
+    {"Generate", SetA},
 };
 
 TEST(FaultsFromBelow, EndInThePromisedCodeAndLine) {

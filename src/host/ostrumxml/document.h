@@ -10,6 +10,7 @@
 namespace Ostrum {
 
 struct Content;
+class GeneratedText;
 
 // An XML document. It is held as its own source text and an index of elements over it; made by ParseXML.
 class Document {
@@ -24,6 +25,8 @@ class Document {
   // The whole document as text: its own source, with what was set since it was parsed in its place. Nothing else is laid out
   // anew, whatever the flag says. Throws std::bad_alloc, and std::length_error when the text grew beyond what can be parsed.
   std::string GenerateXML(bool layout) const;
+  // The same text in pieces.
+  GeneratedText Generate() const;
 
   // As Element::CanHold, for an element of that name, which the document need not have.
   bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;

@@ -6,6 +6,7 @@
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/decode.h"
+#include "host/ostrumxml/generator.h"
 #include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 
@@ -65,27 +66,30 @@ void DocumentFile::Await(Change change) {
 
 void DocumentFile::Save(Document& document) {
   constexpr int mostLooks = 100;
-  const std::string own = document.GenerateXML(false);
   for (int looks = 0; looks < mostLooks; ++looks) {
     platform::LockedFile file(name);
     const bool isAsLeft = IsAsLeft(file);
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
     if (theirs) CarryOutOn(*theirs);
-    const std::string merged = theirs ? theirs->GenerateXML(false) : std::string();
-    const std::string& text = theirs ? merged : own;
-    std::string encrypted;
-    if (encrypt != nullptr && !encrypt(text, encrypted)) throw std::runtime_error("cannot encrypt the document");
+    const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
     // Another program changed the file after the look, or made one that was gone.
-    if (!file.Replace(encrypt != nullptr ? encrypted : text, lastSeen.permissions)) continue;
+    if (!Write(file, theirs ? theirs->Generate() : document.Generate())) continue;
 
     lastSeen = *file.State();
-    holdsOwnText = !theirs || merged == own;
+    holdsOwnText = writesOwnText;
     waiting.clear();
     if (!isAsLeft && !theirs) Log(L"The file was not well-formed any more: the document was written over it");
     if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
     return file.FlushFolder();
   }
   throw std::runtime_error("another program keeps changing the file");
+}
+
+bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text) const {
+  if (encrypt == nullptr) return file.Replace(text.Pieces(), lastSeen.permissions);
+  std::string encrypted;
+  if (!encrypt(text.Joined(), encrypted)) throw std::runtime_error("cannot encrypt the document");
+  return file.Replace({encrypted}, lastSeen.permissions);
 }
 
 // Also where there is no file any more: nothing is lost then by writing the document's own text.

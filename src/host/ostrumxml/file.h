@@ -63,6 +63,7 @@ class DocumentFile {
  private:
   long Read(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount);
   long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
+  bool Write(platform::LockedFile& file, const GeneratedText& text) const;
   bool IsAsLeft(const platform::LockedFile& file) const;
   std::unique_ptr<Document> ReadAgain(const platform::LockedFile& file, Document& document) const;
   void CarryOutOn(Document& theirs) const;

@@ -16,6 +16,9 @@
 namespace Ostrum {
 namespace {
 
+// Parts of at most this length are gathered, so that a document with many changes is not written in as many small pieces.
+constexpr std::size_t longestGathered = 4096;
+
 // The attributes set, but for those that stand in the tag already, in the order in which they were made.
 std::string AttributeMarkup(const ElementChange& change, const std::set<std::string_view>& written = {}) {
   std::map<std::size_t, std::string> inOrder;
@@ -33,28 +36,6 @@ class Generator {
  public:
   explicit Generator(const Content& content) noexcept : content(content) {}
 
-  std::string Run() {
-    for (const auto& [element, change] : content.changes) {
-      if ((element->flags & element_flags::created) == 0) Collect(*element, change);
-    }
-    // Edits at one place belong to one element and stand in the order in which they were made.
-    std::ranges::stable_sort(edits, {}, &Edit::from);
-    std::size_t size = content.fileSize;
-    for (const Edit& edit : edits) size = size + edit.replacement.size() - edit.length;
-    if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
-
-    std::string text;
-    text.reserve(size);
-    std::size_t copied = 0;
-    for (const Edit& edit : edits) {
-      text.append(content.source, copied, edit.from - copied).append(edit.replacement);
-      copied = edit.from + edit.length;
-    }
-    text.append(content.source, copied, content.fileSize - copied);
-    return text; // what append gives would be copied
-  }
-
- private:
   // The part of the source that begins at `from` and is `length` bytes long is replaced.
   struct Edit {
     std::uint32_t from;
@@ -62,6 +43,16 @@ class Generator {
     std::string replacement;
   };
 
+  // In the order of the source; edits at one place in the order in which they were made.
+  std::vector<Edit> Edits() {
+    for (const auto& [element, change] : content.changes) {
+      if ((element->flags & element_flags::created) == 0) Collect(*element, change);
+    }
+    std::ranges::stable_sort(edits, {}, &Edit::from);
+    return std::move(edits);
+  }
+
+ private:
   void AddEdit(std::string_view part, std::string replacement) {
     edits.push_back({content.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
   }
@@ -148,6 +139,33 @@ class Generator {
   std::vector<Edit> edits;
 };
 
-std::string Generate(const Content& content) { return Generator(content).Run(); }
+GeneratedText::GeneratedText(const Content& content) {
+  std::size_t size = content.fileSize;
+  std::uint32_t copied = 0;
+  for (Generator::Edit& edit : Generator(content).Edits()) {
+    size = size + edit.replacement.size() - edit.length;
+    Add(content.Between(copied, edit.from));
+    Add(edit.replacement.size() > longestGathered ? own.emplace_front(std::move(edit.replacement)) : edit.replacement);
+    copied = edit.from + edit.length;
+  }
+  Add(content.Between(copied, static_cast<std::uint32_t>(content.fileSize)));
+  if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
+}
+
+void GeneratedText::Add(std::string_view part) {
+  const bool isShort = part.size() <= longestGathered;
+  if (isShort && lastIsGathered) {
+    pieces.back() = own.back().append(part);
+  } else {
+    pieces.push_back(isShort ? own.emplace_back(part) : part);
+  }
+  lastIsGathered = isShort;
+}
+
+std::string GeneratedText::Joined() const {
+  std::string text;
+  for (const std::string_view piece : pieces) text += piece;
+  return text;
+}
 
 } // namespace Ostrum

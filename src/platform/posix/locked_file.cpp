@@ -70,14 +70,17 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  // Writes all of the file's bytes and sets its modification time.
   void Write(std::string_view bytes) {
-    constexpr long finestUnit = 100; // nanoseconds; some file systems store no more
     while (!bytes.empty()) {
       const ssize_t count = Uninterrupted([&] { return write(file.Number(), bytes.data(), bytes.size()); });
       if (count <= 0) ThrowSystemFailure("cannot write");
       bytes.remove_prefix(static_cast<std::size_t>(count));
     }
+  }
+
+  // Sets the modification time, once all is written.
+  void Stamp() {
+    constexpr long finestUnit = 100; // nanoseconds; some file systems store no more
     // The system's own stamp comes from a clock that stands still for milliseconds, in which an edit would not show. A failure
     // is seen when the time is compared.
     clock_gettime(CLOCK_REALTIME, &stampedAt);
@@ -155,7 +158,7 @@ class TemporaryFile {
 
   bool HasName() const noexcept { return !name.empty(); }
 
-  // REQUIRES: it was written.
+  // REQUIRES: it was stamped.
   FileState State() const noexcept {
     FileStatus status{};
     if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) return {{}, modeUntilTakenOver};
@@ -289,11 +292,12 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
   return ReadOpenFile(system->original.Number(), *system->place.status, limit, bytes);
 }
 
-bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
   const Place& place = system->place;
   for (bool named = false;; named = true) {
     TemporaryFile made(place.folder, named);
-    made.Write(bytes);
+    for (const std::string_view piece : pieces) made.Write(piece);
+    made.Stamp();
     place.status ? made.TakeOver(system->original.Number(), *place.status) : made.SetAccess(permissions);
     made.Flush();
     // A flush takes time, in which somebody may have changed the file who takes no lock.

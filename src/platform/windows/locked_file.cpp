@@ -132,7 +132,7 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
   return ReadOpenFile(system->original, system->status, limit, bytes);
 }
 
-bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
   Handle& original = system->original;
   const FILE_BASIC_INFO& old = system->status.basic;
   const bool replaces = original.IsOpen();
@@ -140,7 +140,7 @@ bool LockedFile::Replace(std::string_view bytes, std::uint32_t permissions) {
   TemporaryFile made(FolderPart(system->name), attributes);
   // First, so that nobody reads the new bytes who could not read the old ones.
   if (replaces) made.TakeOverAccessList(original);
-  made.Write(bytes);
+  for (const std::string_view piece : pieces) made.Write(piece);
   original = Handle(); // or it could not be replaced
   const std::optional<FileState> named = made.Name(system->name, replaces, old.CreationTime, attributes);
   if (named) system->state = named;
