@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "harness.h"
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
-#include "host/ostrumxml/parse.h"
 #include "tarvik/tarvik.h"
 
 namespace {

@@ -7,8 +7,8 @@
 
 #include "document.h"
 #include "host/ostrumxml/decode.h"
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
-#include "host/ostrumxml/parse.h"
 #include "host/ostrumxml/utf8.h"
 #include "output.h"
 #include "text.h"

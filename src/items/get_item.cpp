@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "paths/child_search.h"
 #include "paths/item_path.h"
+#include "paths/path_search.h"
 #include "platform/charset.h"
 #include "platform/platform.h"
 #include "registry/file_list.h"

@@ -1,9 +1,28 @@
+// Finding elements by names and paths in the caller's character set.
 #ifndef TARVIK_PATHS_PATH_SEARCH_H
 #define TARVIK_PATHS_PATH_SEARCH_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "host/ostrumxml/node.h"
+
+// All give null where there is no such child, and count from 1. Where the names mean the same in the locale's character set
+// as in the document, the document finds the child; otherwise the children are walked over, and a name that can't be converted
+// does not match and logs its line for every such child that the walk passes. Throw std::bad_alloc.
+
+// The n-th child whose name is, or begins with, the text.
+Ostrum::Element* FindNthChild(const Ostrum::Element& parent, Ostrum::NameMatch match, std::string_view text,
+                              std::uint32_t n);
+
+// The n-th child of exactly that name that has the attribute. attributeName is in UTF-8; null matches no child.
+Ostrum::Element* FindNthChildWithAttribute(const Ostrum::Element& parent, std::string_view name,
+                                           const std::string_view* attributeName, std::uint32_t n);
+
+// The first child whose name begins with the text and that has the attribute, with a value that begins with the other text.
+// An attribute name that can't be converted logs its line for every child whose name matches.
+Ostrum::Element* FindFirstChildWithValue(const Ostrum::Element& parent, std::string_view nameBegin,
+                                         const char* attributeName, std::string_view valueBegin);
 
 // How a path search ended, for the one caller that must tell a miss from a failure.
 enum class SearchEnd { Found, Missing, OutOfMemory, Failed };

@@ -23,24 +23,6 @@ bool Matches(const XmlFileRecord& record, const char* fileName, std::uint32_t co
   return platform::MbsCompareNoCase(record.fileName, fileName) == 0;
 }
 
-XmlFileRecord* Find(const XmlFileList* list, const char* fileName, std::uint32_t* cookie, std::uint32_t* index) {
-  if (list == nullptr) {
-    LogMiss(fileName, *cookie, L":  xml file list pointer is NULL.", L" (cookie): xml file list pointer is NULL.");
-    return nullptr;
-  }
-
-  std::uint32_t position = 0;
-  for (XmlFileRecord* record = list->head; record != nullptr; record = record->next, ++position) {
-    if (!Matches(*record, fileName, *cookie)) continue;
-    LogDetail(L"Found ", record->fileName, L" (", record->cookie, L") in the xml file list.");
-    if (fileName != nullptr) *cookie = record->cookie;
-    if (index != nullptr) *index = position;
-    return record;
-  }
-  LogMiss(fileName, *cookie, L" in the xml file list.", L" (cookie) in the xml file list.");
-  return nullptr;
-}
-
 } // namespace
 
 int AllocXmlFileList(XmlFileList** list) noexcept {
@@ -90,69 +72,61 @@ XmlFileRecord* RemoveXmlFileAt(XmlFileList* list, std::uint32_t index) noexcept 
 XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::uint32_t* cookie,
                            std::uint32_t* index) noexcept {
   const Trace trace(L"FindXmlFile");
-  try {
-    return Find(list, fileName, cookie, index);
-  } catch (...) {
-    LogDetail(L"Unknown exception thrown while searching an xml file in the file list.");
+  if (list == nullptr) {
+    LogMiss(fileName, *cookie, L":  xml file list pointer is NULL.", L" (cookie): xml file list pointer is NULL.");
     return nullptr;
   }
+
+  std::uint32_t position = 0;
+  for (XmlFileRecord* record = list->head; record != nullptr; record = record->next, ++position) {
+    if (!Matches(*record, fileName, *cookie)) continue;
+    LogDetail(L"Found ", record->fileName, L" (", record->cookie, L") in the xml file list.");
+    if (fileName != nullptr) *cookie = record->cookie;
+    if (index != nullptr) *index = position;
+    return record;
+  }
+  LogMiss(fileName, *cookie, L" in the xml file list.", L" (cookie) in the xml file list.");
+  return nullptr;
 }
 
+// The document goes after the map, whose references lead into it.
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
-  try {
-    delete record->elementMap;
-    delete record->document; // after the map, whose references lead into it
-    delete record->file;
-  } catch (...) {
-    LogDetail(L"Unknown exception thrown while releasing memory from the map.");
-  }
+  delete record->elementMap;
+  delete record->document;
+  delete record->file;
 }
 
 void FreeXmlFile(XmlFileRecord* record) noexcept {
   const Trace trace(L"FreeXmlFile");
-  try {
-    ReleaseGlobalMapMemory(record);
-    std::free(record);
-  } catch (...) {
-    LogDetail(L"Unknown exception thrown while removing a file from the xml file list.");
-  }
+  ReleaseGlobalMapMemory(record);
+  std::free(record);
 }
 
 std::uint32_t TARVIK_CALL InitXMLList(XmlFileList** list) {
   const Trace trace(L"InitXMLList");
-  try {
-    if (list == nullptr) {
-      LogDetail(L"Failed to initialize the xml file list:  NULL file list pointer.");
-      return XmlInvalidArgument;
-    }
-    if (AllocXmlFileList(list) == 0) {
-      LogDetail(L"Failed to initialize the xml file list:  memory allocation failed.");
-      return XmlOutOfMemory;
-    }
-    LogDetail(L"xml file list initialization successful.");
-    return XmlSuccess;
-  } catch (...) {
-    LogDetail(L"Failed to initialize the xml file list:  unknown exception thrown during initialization.");
-    return XmlFailure;
+  if (list == nullptr) {
+    LogDetail(L"Failed to initialize the xml file list:  NULL file list pointer.");
+    return XmlInvalidArgument;
   }
+  if (AllocXmlFileList(list) == 0) {
+    LogDetail(L"Failed to initialize the xml file list:  memory allocation failed.");
+    return XmlOutOfMemory;
+  }
+  LogDetail(L"xml file list initialization successful.");
+  return XmlSuccess;
 }
 
 std::uint32_t TARVIK_CALL EndXMLList(XmlFileList** list) {
   const Trace trace(L"EndXMLList");
-  try {
-    if (list == nullptr) {
-      LogDetail(L"xml file list deinitialization successful:  NULL file list pointer.");
-    } else {
-      while (XmlFileRecord* const record = PopFirstXmlFile(*list)) {
-        ReleaseGlobalMapMemory(record);
-        std::free(record);
-      }
-      FreeXmlFileList(list);
+  if (list == nullptr) {
+    LogDetail(L"xml file list deinitialization successful:  NULL file list pointer.");
+  } else {
+    while (XmlFileRecord* const record = PopFirstXmlFile(*list)) {
+      ReleaseGlobalMapMemory(record);
+      std::free(record);
     }
-  } catch (...) {
-    LogDetail(L"Failed to deinitialize the xml file list:  unknown exception thrown during deinitialization.");
-    return XmlFailure;
+    FreeXmlFileList(list);
   }
   LogDetail(L"xml file list deinitialization successful.");
   return XmlSuccess;

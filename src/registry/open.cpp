@@ -2,8 +2,8 @@
 #include <memory>
 #include <utility>
 
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
-#include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"

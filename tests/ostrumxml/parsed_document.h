@@ -6,7 +6,6 @@
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
-#include "host/ostrumxml/parse.h"
 #include "support/temp_folder.h"
 
 struct Parsed {

@@ -4,7 +4,6 @@
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/generator.h"
-#include "host/ostrumxml/parse.h"
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"

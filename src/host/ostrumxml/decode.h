@@ -5,9 +5,18 @@
 #include <optional>
 #include <string>
 
-#include "host/ostrumxml/encoding.h"
-
 namespace Ostrum {
+
+enum UTF_ENCODINGS : int {
+  EBCDIC = 0,
+  UCS_4B = 1,
+  UCS_4L = 2,
+  US_ASCII = 3,
+  UTF_8 = 4,
+  UTF_16B = 5,
+  UTF_16L = 6,
+  NO_ENCODING = 999,
+};
 
 // Why bytes are not decoded: the encoding is not supported, or they are not valid in it.
 struct DecodeFailure {

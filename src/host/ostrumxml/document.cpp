@@ -1,7 +1,12 @@
 #include "host/ostrumxml/document.h"
 
+#include <algorithm>
+#include <memory>
+
+#include "corekit/corekit.h"
 #include "host/ostrumxml/content.h"
 #include "host/ostrumxml/generator.h"
+#include "host/ostrumxml/indexer.h"
 
 namespace Ostrum {
 
@@ -17,6 +22,41 @@ GeneratedText Document::Generate() const { return GeneratedText(*content); }
 
 bool Document::CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const {
   return content->CanHold(elementName, attributeName, value);
+}
+
+const char* ReasonOf(PARSER_ERROR error) noexcept {
+  switch (error) {
+    case TOO_MANY_ENTITIES:
+      return "too many entities that refer to others";
+    case TOO_MANY_DECLARATIONS:
+      return "too many declared attributes times elements";
+    case TOO_MUCH_EXPANSION:
+      return "entities and declared defaults expand to far more than the document";
+    default:
+      return XML_ErrorString(static_cast<XML_Error>(error));
+  }
+}
+
+bool IsIllFormed(PARSER_ERROR error) noexcept {
+  static_assert(static_cast<int>(NO_PARSER_MEMORY) == static_cast<int>(XML_ERROR_NO_MEMORY));
+  return error != NO_PARSER_ERROR && error != NO_PARSER_MEMORY && error < TOO_MANY_ENTITIES &&
+         static_cast<XML_Error>(error) != XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
+}
+
+Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
+  text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
+  auto content = std::make_unique<Content>(std::move(text));
+  const ParseFailure failure = Indexer(*content).Run();
+  if (failure.error == NO_PARSER_ERROR) return new Document(std::move(content));
+  error = failure.error;
+  line = failure.line;
+  column = failure.column;
+  if (corekit::LogIsOn()) {
+    corekit::KString reason(L"");
+    reason << static_cast<long>(line) << L":" << static_cast<long>(column) << L": " << ReasonOf(error);
+    corekit::logDetail(L"ostrumxml", reason);
+  }
+  return nullptr;
 }
 
 } // namespace Ostrum

@@ -35,6 +35,27 @@ class Document {
   std::unique_ptr<Content> content;
 };
 
+// Why a text did not parse: 0, or the number that Expat gives the reason, or one of those here.
+enum PARSER_ERROR : int {
+  NO_PARSER_ERROR = 0,
+  NO_PARSER_MEMORY = 1,
+  TOO_MANY_ENTITIES = 1001, // nested entities could overflow the stack
+  TOO_MANY_DECLARATIONS =
+      1002, // the declared attributes of elements would be looked at far more often than the text is long
+  TOO_MUCH_EXPANSION = 1003, // what entities and declared defaults stand for is far larger than the text
+};
+
+// The reason in words, which are static.
+const char* ReasonOf(PARSER_ERROR error) noexcept;
+
+// Whether the text is no XML, rather than a document that is out of proportion or met a lack of memory.
+bool IsIllFormed(PARSER_ERROR error) noexcept;
+
+// Parses the first `length` bytes of the text, which is valid UTF-8. Gives a new document, which the caller deletes, or null
+// when they are not a well-formed document or it is out of proportion; error, line and column (from 1, in bytes) then say why
+// and where, and a log line under the component "ostrumxml" does too. Throws std::bad_alloc.
+Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
+
 } // namespace Ostrum
 
 #endif

@@ -6,8 +6,8 @@
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/decode.h"
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/generator.h"
-#include "host/ostrumxml/parse.h"
 #include "platform/platform.h"
 
 namespace Ostrum {

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/document.h"
-#include "host/ostrumxml/encoding.h"
 #include "platform/files.h"
 
 namespace Ostrum {

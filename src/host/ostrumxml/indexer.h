@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "host/ostrumxml/content.h"
-#include "host/ostrumxml/content_reader.h"
+#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/expat_parser.h"
-#include "host/ostrumxml/parse.h"
+#include "host/ostrumxml/references.h"
 
 namespace Ostrum {
 

@@ -5,7 +5,6 @@
 
 #include "host/ostrumxml/characters.h"
 #include "host/ostrumxml/content.h"
-#include "host/ostrumxml/content_reader.h"
 #include "host/ostrumxml/element_layout.h"
 #include "host/ostrumxml/references.h"
 #include "host/ostrumxml/utf8.h"
