@@ -40,7 +40,7 @@ Document::GroupId Document::Open(const std::string& parent, const std::string& p
   char groupId[GroupIdCapacity] = {};
   std::copy(parent.begin(), parent.end(), groupId);
   const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, groupId, sizeof groupId);
-  if (!Succeeded(code) || FindInElementMap(*record->elementMap, groupId) != &wanted) return std::nullopt;
+  if (!Succeeded(code) || record->elementMap->Find(groupId) != &wanted) return std::nullopt;
   return groupId;
 }
 

@@ -86,7 +86,7 @@ Element* FindKnownElement(const XmlFileRecord& record, const char* path) {
   char buffer[bufferSize];
   std::string_view key = PathBelowRoot(record, path, buffer);
   if (key.empty()) key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
-  return FindInElementMap(*record.elementMap, key);
+  return record.elementMap->Find(key);
 }
 
 Element* FirstChild(const Element& parent) noexcept {

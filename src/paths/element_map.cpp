@@ -65,10 +65,3 @@ void ElementMap::KeyChain::Abandon() noexcept {
   if (isPrepared) map.entries.pop_back();
   isPrepared = false;
 }
-
-Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) noexcept { return map.Search(key).element; }
-
-void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element) {
-  const ElementMap::Place place = map.Search(key);
-  if (place.element == nullptr) map.Insert(place, key, element);
-}

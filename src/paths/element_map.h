@@ -37,6 +37,7 @@ class ElementMap {
     std::uint32_t hash;
   };
   Place Search(std::string_view key) noexcept;
+  Ostrum::Element* Find(std::string_view key) noexcept { return Search(key).element; }
   // Enters a new reference to the element where a search for the key found none. Throws std::bad_alloc, the map then being
   // as it was.
   void Insert(const Place& place, std::string_view key, Ostrum::Element& element);
@@ -94,12 +95,5 @@ class ElementMap::KeyChain {
   Ostrum::KeyedHash::State hashed;
   bool isPrepared = false; // the map's last entry is not published yet
 };
-
-// The element under the key; null when there is no such entry.
-Ostrum::Element* FindInElementMap(ElementMap& map, std::string_view key) noexcept;
-
-// Enters a new reference to the element under the key; a key that is present keeps its entry. Throws std::bad_alloc, the map
-// then being as it was.
-void InsertIntoElementMap(ElementMap& map, std::string_view key, Ostrum::Element& element);
 
 #endif

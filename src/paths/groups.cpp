@@ -34,13 +34,13 @@ std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence, st
 Element* FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
   const char* const parentId = buffer.Text();
   if (*parentId != '\0') {
-    Element* const parent = FindInElementMap(*record.elementMap, parentId);
+    Element* const parent = record.elementMap->Find(parentId);
     if (parent == nullptr) LogDetail(parentId, L" not found in ", record.fileName, L".");
     return parent;
   }
   const Element& rootElement = record.document->GetRoot();
   const LocaleText rootName(rootElement.GetName());
-  Element* const root = rootName.Text() ? FindInElementMap(*record.elementMap, *rootName.Text()) : nullptr;
+  Element* const root = rootName.Text() ? record.elementMap->Find(*rootName.Text()) : nullptr;
   if (root == nullptr) {
     LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ", record.fileName, L".");
   }

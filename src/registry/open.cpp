@@ -92,7 +92,7 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
     return XmlFailure;
   }
-  InsertIntoElementMap(*record.elementMap, *rootName.Text(), root);
+  record.elementMap->Insert(record.elementMap->Search(*rootName.Text()), *rootName.Text(), root);
   return XmlSuccess;
 }
 

@@ -20,7 +20,7 @@ class Groups : public testing::Test {
   }
   // The identity of the element under a key.
   std::string Element(const std::string& key) {
-    const Ostrum::Element* const element = FindInElementMap(*XmlFileAt(list, 0)->elementMap, key);
+    const Ostrum::Element* const element = XmlFileAt(list, 0)->elementMap->Find(key);
     return element == nullptr ? "none" : element->GetAttribute("id").GetValue();
   }
 

@@ -48,7 +48,7 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
             (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}));
   const XmlFileRecord* const record = list->head;
   EXPECT_EQ(record->elementMap->Size(), 1U);
-  EXPECT_EQ(FindInElementMap(*record->elementMap, "Catalog"), &record->document->GetRoot());
+  EXPECT_EQ(record->elementMap->Find("Catalog"), &record->document->GetRoot());
 
   // In other letter case, as another kind, and with the file gone: the open document answers.
   std::filesystem::remove(name);

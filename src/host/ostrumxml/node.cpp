@@ -3,7 +3,6 @@
 #include <new>
 #include <stdexcept>
 
-#include "host/ostrumxml/characters.h"
 #include "host/ostrumxml/content.h"
 #include "host/ostrumxml/element_layout.h"
 #include "host/ostrumxml/references.h"
