@@ -1,6 +1,7 @@
 // The exported function that sets an item and saves the document.
 #include <cassert>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -146,33 +147,6 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   return request;
 }
 
-// Carries a request out on a document: goes from the root to the element that it names, taking at each step the first child
-// whose name begins with the step's, and makes what is missing.
-class SetWalk {
- public:
-  // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
-  using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
-
-  // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
-  // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
-  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild);
-
-  // Of how many steps, from the first, the element is there already.
-  std::size_t FoundSteps() const noexcept { return found.size(); }
-
-  // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
-  // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
-  // done before stays. Call once.
-  void CarryOut(ElementMap::KeyChain* key) const;
-
- private:
-  void Check() const;
-
-  const SetRequest& request;
-  Ostrum::Document& document;
-  std::vector<Element*> found; // of the first steps, the root at least
-};
-
 // The request was cut when it was parsed. The cuts are traced here, where the walk meets each component.
 void TraceCuts(const SetStep& step) {
   if (!corekit::LogIsOn()) return;
@@ -216,52 +190,71 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
   key.Enter(element, false);
 }
 
-SetWalk::SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
-    : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
-  Element* element = found.front();
-  for (std::size_t i = 1; i < request.steps.size(); ++i) {
-    element = findChild(element, request.steps[i]);
-    if (element != nullptr) found.push_back(element);
-  }
-  Check();
-}
+// Carries a request out on a document: goes from the root to the element that it names, taking at each step the first child
+// whose name begins with the step's, and makes what is missing.
+class SetWalk {
+ public:
+  // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
+  using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
 
-void SetWalk::Check() const {
-  constexpr const char* folded = "the attribute's declared type would fold the value's blanks";
-  const std::vector<SetStep>& steps = request.steps;
-  for (std::size_t i = 0; i < steps.size(); ++i) {
-    const Element* const element = i < found.size() ? found[i] : nullptr;
-    if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
-    for (const SetAttribute& each : steps[i].attributes) {
-      const std::string& name = each.name.utf8;
-      Require(element != nullptr ? element->CanHold(name, each.value.utf8)
-                                 : document.CanHold(steps[i].name.utf8, name, each.value.utf8),
-              folded);
+  // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
+  // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
+  SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
+      : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
+    Element* element = found.front();
+    for (std::size_t i = 1; i < request.steps.size(); ++i) {
+      element = findChild(element, request.steps[i]);
+      if (element != nullptr) found.push_back(element);
+    }
+    Check();
+  }
+
+  // Of how many steps, from the first, the element is there already.
+  std::size_t FoundSteps() const noexcept { return found.size(); }
+
+  // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
+  // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
+  // done before stays. Call once.
+  void CarryOut(ElementMap::KeyChain* key) const {
+    assert(!found.empty() && found.size() <= request.steps.size());
+    Element* current = found.front();
+    for (std::size_t i = 0; i < request.steps.size(); ++i) {
+      const SetStep& step = request.steps[i];
+      const bool hasKey = key != nullptr && i > 0; // the root has its entry
+      if (hasKey && !key->IsEmpty()) key->Append("\\");
+      if (hasKey) key->Append(step.name.given);
+      current = i < found.size() ? found[i] : &Add(*current, step, key);
+      for (const SetAttribute& attribute : step.attributes) {
+        Set(*current, attribute);
+        if (hasKey) EnterAttribute(attribute, *current, *key);
+      }
+    }
+    if (request.text) static_cast<Ostrum::Value>(*current).Set(*request.text);
+  }
+
+ private:
+  void Check() const {
+    const std::vector<SetStep>& steps = request.steps;
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+      const Element* const element = i < found.size() ? found[i] : nullptr;
+      if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
+      for (const SetAttribute& each : steps[i].attributes) {
+        const std::string_view elementName = element != nullptr ? element->GetName() : steps[i].name.utf8;
+        Require(document.CanHold(elementName, each.name.utf8, each.value.utf8),
+                "the attribute's declared type would fold the value's blanks");
+      }
+    }
+    const bool makesChild = found.size() < steps.size();
+    if (makesChild || request.text) RequirePlace(*found.back());
+    if (!makesChild && request.text) {
+      Require(found.back()->TextCanBeReplaced(), "an entity that holds elements is referred to in the text");
     }
   }
-  const bool makesChild = found.size() < steps.size();
-  if (makesChild || request.text) RequirePlace(*found.back());
-  if (!makesChild && request.text) {
-    Require(found.back()->TextCanBeReplaced(), "an entity that holds elements is referred to in the text");
-  }
-}
 
-void SetWalk::CarryOut(ElementMap::KeyChain* key) const {
-  assert(!found.empty() && found.size() <= request.steps.size());
-  Element* current = found.front();
-  for (std::size_t i = 0; i < request.steps.size(); ++i) {
-    const SetStep& step = request.steps[i];
-    const bool hasKey = key != nullptr && i > 0; // the root has its entry
-    if (hasKey && !key->IsEmpty()) key->Append("\\");
-    if (hasKey) key->Append(step.name.given);
-    current = i < found.size() ? found[i] : &Add(*current, step, key);
-    for (const SetAttribute& attribute : step.attributes) {
-      Set(*current, attribute);
-      if (hasKey) EnterAttribute(attribute, *current, *key);
-    }
-  }
-  if (request.text) static_cast<Ostrum::Value>(*current).Set(*request.text);
-}
+  const SetRequest& request;
+  Ostrum::Document& document;
+  std::vector<Element*> found; // of the first steps, the root at least
+};
 
 // Finds as callers see it, with the lines of a path search. A search that failed may have missed a child: it must not lead to
 // a second one.
@@ -269,11 +262,10 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   TraceCuts(step);
   // In an element without children the search would take the element itself.
   if (parent == nullptr || parent->Begin() == parent->End()) return nullptr;
-  SearchEnd end = SearchEnd::Failed;
-  Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &end);
-  if (end == SearchEnd::OutOfMemory) throw std::bad_alloc();
-  if (end == SearchEnd::Failed) throw std::runtime_error("the search failed");
-  return end == SearchEnd::Found ? child : nullptr;
+  std::exception_ptr failure;
+  Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &failure);
+  if (failure) std::rethrow_exception(failure);
+  return child->IsNull() ? nullptr : child;
 }
 
 // Finds in a document of another program's what FindLogged would, and logs nothing. An element that the set made in its own

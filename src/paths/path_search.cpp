@@ -2,7 +2,6 @@
 
 #include <cassert>
 #include <cstring>
-#include <new>
 #include <optional>
 #include <string>
 
@@ -192,20 +191,12 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
 
 } // namespace
 
-Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence, SearchEnd* end) noexcept {
-  SearchEnd outcome = SearchEnd::Missing;
-  Element* found = nullptr;
-  try {
-    found = Resolve(start, path, occurrence);
-    if (found != nullptr) outcome = SearchEnd::Found;
-  } catch (const std::bad_alloc&) {
-    outcome = SearchEnd::OutOfMemory;
-  } catch (...) {
-    outcome = SearchEnd::Failed;
-  }
-
-  const bool failed = outcome == SearchEnd::OutOfMemory || outcome == SearchEnd::Failed;
-  if (failed) LogError(L"Unknown exception occurred while searching for ", path);
-  if (end != nullptr) *end = outcome;
+Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence,
+                           std::exception_ptr* failure) noexcept try {
+  Element* const found = Resolve(start, path, occurrence);
   return found != nullptr ? found : &Element::null;
+} catch (...) {
+  LogError(L"Unknown exception occurred while searching for ", path);
+  if (failure != nullptr) *failure = std::current_exception();
+  return &Element::null;
 }

@@ -3,6 +3,7 @@
 #define TARVIK_PATHS_PATH_SEARCH_H
 
 #include <cstdint>
+#include <exception>
 #include <string_view>
 
 #include "host/ostrumxml/node.h"
@@ -24,12 +25,10 @@ Ostrum::Element* FindNthChildWithAttribute(const Ostrum::Element& parent, std::s
 Ostrum::Element* FindFirstChildWithValue(const Ostrum::Element& parent, std::string_view nameBegin,
                                          const char* attributeName, std::string_view valueBegin);
 
-// How a path search ended, for the one caller that must tell a miss from a failure.
-enum class SearchEnd { Found, Missing, OutOfMemory, Failed };
-
 // Resolves a path, given without the root's name, below start: depth first, the first match at each level, the
-// occurrence-th match (from 1) of the last component. Gives Element::null when the path names nothing or the search failed.
+// occurrence-th match (from 1) of the last component. Gives Element::null when the path names nothing or the search failed;
+// failure, if given, then receives what was thrown.
 Ostrum::Element* FindElementByPath(Ostrum::Element* start, const char* path, std::uint32_t occurrence,
-                                   SearchEnd* end = nullptr) noexcept;
+                                   std::exception_ptr* failure = nullptr) noexcept;
 
 #endif

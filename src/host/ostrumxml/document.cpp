@@ -5,6 +5,7 @@
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/content.h"
+#include "host/ostrumxml/expat_parser.h"
 #include "host/ostrumxml/generator.h"
 #include "host/ostrumxml/indexer.h"
 
@@ -46,7 +47,7 @@ bool IsIllFormed(PARSER_ERROR error) noexcept {
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
   text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
   auto content = std::make_unique<Content>(std::move(text));
-  const ParseFailure failure = Indexer(*content).Run();
+  const ParseFailure failure = BuildIndex(*content);
   if (failure.error == NO_PARSER_ERROR) return new Document(std::move(content));
   error = failure.error;
   line = failure.line;

@@ -28,7 +28,7 @@ class Document {
   // The same text in pieces.
   GeneratedText Generate() const;
 
-  // As Element::CanHold, for an element of that name, which the document need not have.
+  // Whether the declared type of an element's attribute, if it has one, leaves the value as it is.
   bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;
 
  private:
@@ -39,10 +39,9 @@ class Document {
 enum PARSER_ERROR : int {
   NO_PARSER_ERROR = 0,
   NO_PARSER_MEMORY = 1,
-  TOO_MANY_ENTITIES = 1001, // nested entities could overflow the stack
-  TOO_MANY_DECLARATIONS =
-      1002, // the declared attributes of elements would be looked at far more often than the text is long
-  TOO_MUCH_EXPANSION = 1003, // what entities and declared defaults stand for is far larger than the text
+  TOO_MANY_ENTITIES = 1001,     // that refer to others: the parser could overflow the stack
+  TOO_MANY_DECLARATIONS = 1002, // of attributes, times elements: far more than the text is long
+  TOO_MUCH_EXPANSION = 1003,    // entities and declared defaults stand for far more than the text
 };
 
 // The reason in words, which are static.

@@ -18,17 +18,7 @@ void Log(const wchar_t* line) noexcept { corekit::logDetail(L"ostrumxml", line);
 } // namespace
 
 long DocumentFile::ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
-                                           unsigned long& byteCount) noexcept {
-  try {
-    return Read(text, encoding, byteCount);
-  } catch (const std::bad_alloc&) {
-    return ReadNoMemory;
-  } catch (...) {
-    return ReadFailed;
-  }
-}
-
-long DocumentFile::Read(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) {
+                                           unsigned long& byteCount) noexcept try {
   platform::ExpectLargeAllocations();
   std::string bytes;
   switch (platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen)) {
@@ -43,6 +33,10 @@ long DocumentFile::Read(std::string& text, UTF_ENCODINGS& encoding, unsigned lon
   }
   byteCount = static_cast<unsigned long>(bytes.size());
   return Decode(std::move(bytes), text, encoding);
+} catch (const std::bad_alloc&) {
+  return ReadNoMemory;
+} catch (...) {
+  return ReadFailed;
 }
 
 long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const {

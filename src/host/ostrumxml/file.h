@@ -61,7 +61,6 @@ class DocumentFile {
   void Save(Document& document);
 
  private:
-  long Read(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount);
   long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
   bool Write(platform::LockedFile& file, const GeneratedText& text) const;
   bool IsAsLeft(const platform::LockedFile& file) const;

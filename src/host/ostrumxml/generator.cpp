@@ -10,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include "host/ostrumxml/element_layout.h"
 #include "host/ostrumxml/references.h"
 
 namespace Ostrum {

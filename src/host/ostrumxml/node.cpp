@@ -4,7 +4,6 @@
 #include <stdexcept>
 
 #include "host/ostrumxml/content.h"
-#include "host/ostrumxml/element_layout.h"
 #include "host/ostrumxml/references.h"
 #include "host/ostrumxml/utf8.h"
 
@@ -184,10 +183,6 @@ bool Element::TextCanBeReplaced() const {
   return !holdsTags;
 }
 
-bool Element::CanHold(std::string_view attributeName, std::string_view value) const {
-  return ContentOf(*this).CanHold(GetName(), attributeName, value);
-}
-
 void Value::Set(std::string_view text) {
   if (owner == nullptr) throw std::invalid_argument("a null node has no value to set");
   if (!IsXmlText(text)) throw std::invalid_argument("XML can't carry this text");
@@ -212,7 +207,8 @@ void Element::SetText(std::string_view text) {
 
 void Element::SetAttribute(std::string_view attributeName, std::string_view value) {
   if (!CanBeChanged()) throw std::invalid_argument("the element comes from an entity");
-  if (!CanHold(attributeName, value)) throw std::invalid_argument("the attribute's type can't carry these blanks");
+  if (!ContentOf(*this).CanHold(GetName(), attributeName, value))
+    throw std::invalid_argument("the attribute's type can't carry these blanks");
   const RawAttribute raw = FindInTag(ContentOf(*this), *this, attributeName);
   if (std::string scratch;
       raw.name.data() != nullptr && AttributeValue(attributeName, raw.value, scratch, std::string::npos) == value)

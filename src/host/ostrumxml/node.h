@@ -122,8 +122,6 @@ class Element final : public NodeContainer {
   bool CanBeChanged() const noexcept;
   // Whether the own text can be set: also false where an entity that holds elements is referred to in it.
   bool TextCanBeReplaced() const;
-  // Whether the attribute's declared type, if it has one, leaves the value as it is.
-  bool CanHold(std::string_view attributeName, std::string_view value) const;
 
  private:
   friend class ElementLayout;
