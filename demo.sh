@@ -4,13 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 export LC_ALL=C.UTF-8
-scripts/install-packages.sh build test # the preset configures the tests, too
-mkdir -p build
-echo 'Building the command; the first time takes a minute or two.' >&2
-if ! { cmake --preset release && cmake --build --preset release --target tarvik-cli; } >build/demo.log 2>&1; then
-  cat build/demo.log
-  exit 1
-fi
+scripts/build-release.sh tarvik-cli
 
 PATH=$PWD/build/release/bin:$PATH
 work=$(mktemp -d)

@@ -14,8 +14,10 @@ case "${1-}" in
 esac
 
 build=build/bench
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build" --target tarvik-bench >/dev/null
+mkdir -p build
+scripts/quietly.sh build/bench.log \
+  cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF
+scripts/quietly.sh build/bench.log cmake --build "$build" --target tarvik-bench
 
 # The same on every run, whatever else the machine does. What comes before the first save goes out by the difference.
 instructions_of_a_save() {

@@ -4,7 +4,7 @@
 # The version stands in the public header, the changes in CHANGELOG.md; Debian's changelog is made from them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-scripts/install-packages.sh package
+scripts/install-packages.sh build package
 mkdir -p "${1:-build/packages}"
 target=$(realpath "${1:-build/packages}")
 rm -rf "$target/source" "$target"/*.deb
@@ -31,15 +31,13 @@ mkdir "$target/source"
 tar --create --exclude=./.git --exclude=./build . | tar --extract --directory="$target/source"
 cp -r packaging/debian "$target/source/debian"
 debian_changelog >"$target/source/debian/changelog"
-version=$(sed -n 's/^#define TARVIK_VERSION_[A-Z]* //p' include/tarvik/tarvik.h | paste -sd.)
+version=$(scripts/version.sh)
 if [[ $(cd "$target/source" && dpkg-parsechangelog --show-field Version) != "$version" ]]; then
   echo "CHANGELOG.md does not begin with version $version, as the header says" >&2
   exit 1
 fi
 
-if ! (cd "$target/source" && dpkg-buildpackage --build=binary --no-sign --jobs=auto) >"$target/build.log" 2>&1; then
-  tail --lines=40 "$target/build.log" >&2
-  exit 1
-fi
+scripts/quietly.sh "$target/build.log" \
+  env --chdir="$target/source" dpkg-buildpackage --build=binary --no-sign --jobs=auto
 rm -rf "$target/source"
 ls "$target"/*.deb

@@ -38,17 +38,12 @@ fetch_expat() {
 
 # build_dependency <name> <source folder> [CMake option...]: builds it as archives into the target's root.
 build_dependency() {
-  local name=$1 source=$2 log=$target/$1.log
+  local name=$1 source=$2
   shift 2
-  if ! {
-    cmake -S "$source" -B "$target/$name" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
-      -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/windows-$architecture.cmake" \
-      -DCMAKE_INSTALL_PREFIX="$targetRoot" "$@" &&
-      cmake --build "$target/$name" --target install
-  } >"$log" 2>&1; then
-    tail --lines=40 "$log" >&2
-    exit 1
-  fi
+  scripts/quietly.sh "$target/$name.log" cmake -S "$source" -B "$target/$name" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+    -DBUILD_SHARED_LIBS=OFF -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/toolchains/windows-$architecture.cmake" \
+    -DCMAKE_INSTALL_PREFIX="$targetRoot" "$@"
+  scripts/quietly.sh "$target/$name.log" cmake --build "$target/$name" --target install
 }
 
 build_dependencies() {

@@ -38,8 +38,7 @@ compare "symbols of $importLibrary" "$(rows "$symbol" | sort)" \
   "$(nm --defined-only "$importLibrary" 2>/dev/null | awk '$3 ~ /^__imp_/ { print $3 }' | sort)"
 
 declare -A protections=([x86]="DYNAMIC_BASE NX_COMPAT NO_SEH" [x64]="HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT")
-header=$(dirname "$table")/../../include/tarvik/tarvik.h
-version=$(sed -n -E 's/^#define TARVIK_VERSION_(MAJOR|MINOR|PATCH) //p' "$header" | paste -s -d .)
+version=$("$(dirname "$0")/version.sh")
 for dll in "$library" "$(dirname "$library")/corekit.dll"; do
   compare "protections of $dll" "${protections[$kind]}" \
     "$(objdump --private-headers "$dll" | sed -n '/^DllCharacteristics/,/^SizeOf/s/^\t\+//p' | xargs)"

