@@ -17,7 +17,7 @@ if [[ -t 1 && -z ${NO_COLOR:-} ]]; then bold=$'\033[1m' dim=$'\033[2m' plain=$'\
 title() { printf '\n%s%s%s\n' "$bold" "$*" "$plain"; }
 show() {
   printf '%s$ %s%s\n' "$dim" "$*" "$plain"
-  eval "$*" || true # nothing found and an error are shown too
+  eval "$*" || true # the demonstration includes misses and errors
 }
 
 title 'Is the repository enabled, and which catalog does it name?'
@@ -39,17 +39,17 @@ show tarvik detect catalog.xml HARBOR-SCAN Preview Full --json
 show tarvik files catalog.xml
 show tarvik match catalog.xml CATALOG.XML
 
-title 'A value set is a line changed: quotes, blanks and comments stay'
+title 'Setting a value changes one line; quotes, blanks and comments stay'
 cp configuration.xml before.xml
 show tarvik set configuration.xml Network Timeout 30 Proxy/Port 8080
 show diff before.xml configuration.xml
 show tarvik set configuration.xml Network Time 40 --dry-run
 
-title 'The same through the cipher'
+title 'The same in an encrypted file'
 show 'head --bytes 4 site-status.enciphered.xml; echo'
 show tarvik set --encrypted site-status.enciphered.xml SiteStatus Status Disabled --attribute
 show tarvik status --encrypted site-status.enciphered.xml
 
-title 'What goes wrong is told in a line'
+title 'An error is one line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
 show 'tarvik check broken.xml; echo "exit status $?"'

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes the table of the benchmarks, and the page and the chart that show it.
+"""Prints the benchmarks' tables, and writes them into the page and the chart.
 
 usage: report.py RESULTS.json [PAGE.md CHART.svg INSTRUCTIONS]
 
-RESULTS.json is what Google Benchmark wrote, INSTRUCTIONS what one set and save takes. Without a page, the tables are only
-printed.
+RESULTS.json is Google Benchmark's output, INSTRUCTIONS the number that one set and save takes. Without a page, the tables
+are only printed.
 """
 
 import json
@@ -19,9 +19,9 @@ END = "<!-- written by scripts/bench.sh: end -->"
 
 @dataclass
 class Row:
-    """A work of Tarvik against the best of some peers; with no goal it is shown for comparison only.
+    """Tarvik's figure and that of the best of some peers. A row without a goal is for comparison.
 
-    A figure is named by its benchmark, whose time it then is, or as benchmark#counter."""
+    A figure is a benchmark's time, named by the benchmark, or its counter, named as benchmark#counter."""
 
     work: str
     tarvik: str

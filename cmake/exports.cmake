@@ -1,16 +1,17 @@
-# Derives from the table of exported functions what the linkers read:
-#   tarvik.map           ELF version script: the plain names, everything else local
+# Makes the files that the linkers read from the table of exported functions:
+#   tarvik.map           ELF version script: plain names; everything else is local
 #   tarvik-x86.def       32-bit Windows: exported name = function@bytes
 #   tarvik-x64.def       64-bit Windows: the same names
 #   tarvik-x86-import.def, tarvik-x64-import.def
-#                        for the import library: function, as the public header declares it, == exported name
-# The linker could make the library from the second form too, but would then sort its names by function, and
-# GetProcAddress, which searches by halves, would miss some.
+#                        for the import library: function as declared == exported name
+# The linker also accepts the second form for the DLL, but then sorts the names by function. GetProcAddress uses binary search
+# and would miss some.
 set(exportTable ${PROJECT_SOURCE_DIR}/src/exports/exports.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exportTable})
 file(STRINGS ${exportTable} exportLines REGEX "^[A-Za-z]")
 
-# And lists for cmake/windows_library.cmake: names-<architecture> of the exports, symbols-<architecture> that they lead to.
+# Also two lists for cmake/windows_library.cmake: the exported names in names-<architecture>, their symbols in
+# symbols-<architecture>.
 
 set(elfNames "")
 foreach(architecture x86 x64)
@@ -33,7 +34,7 @@ foreach(line ${exportLines})
   list(APPEND symbols-x86 _${function}@${bytes})
   list(APPEND names-x64 ${exportedName})
   list(APPEND symbols-x64 ${function})
-  if(NOT function STREQUAL exportedName) # 32-bit callers ask for the decorated name anyway
+  if(NOT function STREQUAL exportedName) # 32-bit callers use the decorated name anyway
     list(APPEND names-x64 "${function} == ${exportedName}")
     list(APPEND symbols-x64 ${exportedName})
   endif()

@@ -1,4 +1,4 @@
-# What `cmake --install` lays down.
+# What `cmake --install` installs.
 include(CMakePackageConfigHelpers)
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/tarvik)
@@ -6,7 +6,7 @@ install(TARGETS tarvik corekit EXPORT tarvikTargets)
 install(EXPORT tarvikTargets NAMESPACE tarvik:: DESTINATION ${packageFolder})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 
-# Archives leave their dependencies to the program that links them, be it by CMake or by plain `pkg-config --libs`.
+# Programs that link static libraries must link their dependencies too, with CMake or with plain `pkg-config --libs`.
 set(pcRequires "")
 set(pcDefinitions "")
 set(pcLibraries "")
@@ -19,7 +19,7 @@ if(NOT BUILD_SHARED_LIBS)
     string(APPEND pcRequires ", libcrypto")
     set(pcLibraries " -pthread")
   endif()
-  foreach(runtime ${cxxRuntime}) # for programs that a C compiler links
+  foreach(runtime ${cxxRuntime}) # for programs linked by a C compiler
     string(APPEND pcLibraries " -l${runtime}")
   endforeach()
 endif()
@@ -30,7 +30,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/tarvikConfig.cmake ${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake
         DESTINATION ${packageFolder})
 
-# The installed tree can be moved: the .pc file finds it from its own place, the libraries and the command from theirs.
+# The installed tree can be moved, so its files refer to each other by relative paths.
 file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tarvik.pc.in ${PROJECT_BINARY_DIR}/tarvik.pc @ONLY)
@@ -47,7 +47,7 @@ if(TARVIK_BUILD_TOOLS)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d RENAME tarvik.fish)
 endif()
 
-# The pages and the examples lie to each other as in the source tree, since they link each other.
+# Pages and examples link to each other, so they keep their relative places.
 foreach(page README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE)
   install(FILES ${PROJECT_SOURCE_DIR}/${page} DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endforeach()

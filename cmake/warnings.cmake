@@ -1,5 +1,5 @@
-# The warnings that every target of ours is built with. TARVIK_WERROR makes them errors. A project that adds Tarvik is spared
-# them: its compiler may know more than ours.
+# The warnings for all targets. TARVIK_WERROR makes them errors. They are off if another project adds Tarvik, because its
+# compiler may have more of them.
 option(TARVIK_WERROR "Treat warnings as errors" OFF)
 add_library(tarvik-warnings INTERFACE)
 if(NOT PROJECT_IS_TOP_LEVEL)
@@ -11,9 +11,9 @@ elseif(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
   target_compile_options(
     tarvik-warnings
     INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor
-              # A constructor's parameters are named as the fields that they fill.
+              # Constructor parameters may have the names of the fields that they initialize.
               $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
-              # GCC 12 sees copies inside std::string that overlap where none can.
+              # GCC 12 gives false warnings about overlapping copies in std::string.
               $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
               $<$<BOOL:${TARVIK_WERROR}>:-Werror>)
 endif()

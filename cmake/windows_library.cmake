@@ -1,5 +1,4 @@
-# What the two DLLs have beside their code: a version resource, marks that let Windows protect them, and tarvik.lib for the linkers
-# of other compilers.
+# Adds a version resource and protection marks to the two DLLs, and makes tarvik.lib and corekit.lib for other compilers.
 enable_language(RC)
 set(description-tarvik "${PROJECT_DESCRIPTION}")
 set(description-corekit "Log, trace, string builder and file cipher of Tarvik")
@@ -8,11 +7,11 @@ foreach(library tarvik corekit)
   configure_file(${PROJECT_SOURCE_DIR}/src/exports/version.rc.in ${exportFolder}/${library}.rc @ONLY)
   target_sources(${library} PRIVATE ${exportFolder}/${library}.rc)
 endforeach()
-if(NOT MINGW) # other linkers set the marks and write the import library unasked
+if(NOT MINGW) # other linkers do this by default
   return()
 endif()
 
-# No exception handler of ours lies on the stack, so none may be called there. ld can't make a table of those that may.
+# --no-seh: no exception handlers are on the stack. ld can't make a table of safe ones.
 set(protection --nxcompat --dynamicbase $<IF:$<EQUAL:${pointerBits},32>,--no-seh,--high-entropy-va>)
 foreach(library tarvik corekit)
   target_link_options(${library} PRIVATE "LINKER:$<JOIN:${protection},$<COMMA>>")
@@ -22,7 +21,7 @@ find_program(TARVIK_LLD_LINK NAMES lld-link lld-link-14 DOC "lld's linker for Wi
 if(NOT TARVIK_LLD_LINK)
   return()
 endif()
-# Makes <library>.lib. lld-link writes it while it links symbols to the exported names; empty ones stand in for the functions.
+# Makes <library>.lib, a by-product of linking a DLL with these exported names. Empty functions are enough for that.
 function(add_import_library library names symbols)
   set(source ${exportFolder}/${library}-lib)
   set(importLibrary ${PROJECT_BINARY_DIR}/lib/${library}.lib)
@@ -41,7 +40,7 @@ function(add_import_library library names symbols)
     install(FILES ${importLibrary} DESTINATION ${CMAKE_INSTALL_LIBDIR})
   endif()
 endfunction()
-set(corekitNames CorekitSetLogSink CorekitSetCipherKey) # what is plain C
+set(corekitNames CorekitSetLogSink CorekitSetCipherKey) # the C functions
 if(pointerBits EQUAL 32)
   add_import_library(tarvik "${names-x86}" "${symbols-x86}")
   add_import_library(corekit "${corekitNames}" "_CorekitSetLogSink;_CorekitSetCipherKey")

@@ -1,5 +1,4 @@
-# The libraries share the C++ runtime with the programs that call them, so it can't be linked into each. Its files are laid
-# beside our own, and installed with them.
+# Libraries and programs must share one C++ runtime, so it is not linked into them. Copies its DLLs beside ours and installs them.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(libgcc libgcc_s_dw2-1.dll)
 else()
@@ -9,7 +8,7 @@ foreach(name libstdc++-6.dll ${libgcc} libwinpthread-1.dll)
   execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name} OUTPUT_VARIABLE runtimeFile
                   OUTPUT_STRIP_TRAILING_WHITESPACE)
   if(NOT IS_ABSOLUTE "${runtimeFile}")
-    message(WARNING "The compiler does not know its runtime file ${name}: lay what it uses beside the programs by hand")
+    message(WARNING "Can't find the compiler's runtime file ${name}: copy the runtime DLLs beside the programs by hand")
     continue()
   endif()
   file(COPY ${runtimeFile} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})

@@ -1,4 +1,4 @@
-# The headers' plain comments, in the form that Doxygen takes for documentation. A backslash in them is just one.
+# Turns the headers' plain comments into Doxygen's form. A backslash in them is literal.
 /^ *\/\/ NOLINT/d
 s| *// NOLINT.*||
 \|//|{
@@ -12,9 +12,9 @@ s| *// NOLINT.*||
   G
   s|\n||
 }
-/^ *#/b # a comment on a line of the preprocessor's tells nothing about the next declaration
+/^ *#/b # a comment on a preprocessor line does not describe the next declaration
 1s|^//|/// \\file\n///|
-# "//   name   what it is" is a list's entry; what follows the list is no part of it.
+# "//   name   what it is" is an entry of a list; the text after the list is not part of it.
 s|^//   \([A-Za-z][A-Za-z]*\)   *|/// - \*\*\1\*\* |
 s|^//      *|///   |
 s,^// \(Returns\|On failure\),///\n/// \1,

@@ -1,4 +1,4 @@
-// Tarvik from C: shows the log, walks the folders of a configuration file, reads an item and an attribute, and sets one.
+// Tarvik from C: prints the log, enumerates the folders of a configuration file, reads an item and an attribute, and sets one.
 //   from_c configuration.xml
 #include <corekit/corekit.h>
 #include <tarvik/tarvik.h>
@@ -17,7 +17,7 @@ static uint32_t PrintFolders(XmlFileList* list, uint32_t cookie) {
     char folder[256] = "";
     code = EnumXMLItem(list, cookie, group, "Folder", "ELEMENT", n, NULL, "ELEMENT", folder, sizeof folder);
     if (code == XmlSuccess) printf("folder: %s\n", folder);
-    if (code == XmlNotFound) return XmlSuccess; // that was the last one
+    if (code == XmlNotFound) return XmlSuccess; // no more folders
   }
   return code;
 }
@@ -51,7 +51,7 @@ int main(int argumentCount, char** arguments) {
   if (code == XmlSuccess) code = OpenXML(list, arguments[1], 0, 0, &cookie);
   if (code == XmlSuccess) code = PrintFolders(list, cookie);
   if (code == XmlSuccess) code = PrintTimeout(list, cookie);
-  if (code == XmlSuccess) code = SetXMLItem(list, cookie, "Network", "Timeout", "ELEMENT", "30"); // and saves the file
+  if (code == XmlSuccess) code = SetXMLItem(list, cookie, "Network", "Timeout", "ELEMENT", "30"); // saves the file
   if (code != XmlSuccess) fprintf(stderr, "%s: failed (%u)\n", arguments[1], (unsigned)code);
   EndXMLList(&list); // closes every document
   return code == XmlSuccess ? 0 : 2;

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""Tarvik from Python: shows the log, reads the folders and an attribute of a configuration file, and sets an item.
+"""Tarvik from Python: prints the log, reads the folders and an attribute of a configuration file, and sets an item.
 
     from_python.py configuration.xml
 
-The loader finds the libraries where it finds others; LD_LIBRARY_PATH names a folder of your own.
+If the libraries are in a folder that the loader does not search, set LD_LIBRARY_PATH.
 """
 import ctypes
 import locale
@@ -47,7 +47,7 @@ def check(code, what):
 
 
 class Document:
-    """One file in a list of its own. Text goes in and out in the character set of the locale, which Python has set."""
+    """One file in a list of its own. Text is in the character set of the locale, which Python has set."""
 
     def __init__(self, name):
         self.encoding = locale.getpreferredencoding(False)
@@ -106,14 +106,14 @@ def print_line(_context, kind, component, text):
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: from_python.py FILE")
-    set_log_sink(print_line, None)  # the module keeps print_line alive as long as it may be called
+    set_log_sink(print_line, None)  # a module-level function, so it stays alive while it is set
     try:
         with Document(sys.argv[1]) as document:
             for folder in document.items(document.open_group("Folders"), "Folder"):
                 print("folder:", folder)
             network = document.open_group("Network")
             print("timeout:", document.get(network, "Timeout"), document.get(network, "Timeout", "unit"))
-            document.set("Network", "Timeout", "30")  # and saves the file
+            document.set("Network", "Timeout", "30")  # saves the file
     except Failed as failure:
         sys.exit(str(failure))
 

@@ -10,7 +10,7 @@ int main(int argumentCount, char** arguments) {
     std::fprintf(stderr, "usage: read_configuration FILE\n");
     return 2;
   }
-  std::setlocale(LC_ALL, ""); // the library speaks the locale's character set
+  std::setlocale(LC_ALL, ""); // all text is in the locale's character set
 
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
@@ -21,7 +21,7 @@ int main(int argumentCount, char** arguments) {
     return 2;
   }
 
-  // Right below the root, items are read by the root's name; deeper down, a group is opened first.
+  // Children of the root are read by the root's name. Deeper down, open a group first.
   char value[256] = "";
   GetXMLItem(list, cookie, "Configuration", "Name", "ELEMENT", nullptr, "ELEMENT", value, sizeof value);
   std::printf("name: %s\n", value);

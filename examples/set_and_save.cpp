@@ -7,7 +7,7 @@
 
 namespace {
 
-// Ends the list with its scope, whatever way that is left.
+// Releases the list at the end of the scope.
 struct FileList {
   FileList() { InitXMLList(&list); }
   ~FileList() { EndXMLList(&list); }
@@ -27,7 +27,7 @@ struct Change {
 constexpr Change Changes[] = {
     {"Network", "Timeout", "ELEMENT", "30"},
     {"Network", "mode", "ATTRIBUTE", "passive"},
-    {"Network\\Proxy", "User", "ELEMENT", "harbor"}, // made, on a line of its own where its siblings have one
+    {"Network\\Proxy", "User", "ELEMENT", "harbor"}, // created, in the line of its siblings
 };
 
 } // namespace

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Builds the benchmarks, runs them, prints one table and writes it into docs/performance.md and docs/performance.svg.
+# Builds and runs the benchmarks, prints the tables, and writes them into docs/performance.md and docs/performance.svg.
 # usage: scripts/bench.sh [--smoke]
-#   --smoke: each benchmark runs for a moment only, to see that all of them work; nothing is written
-# TMPDIR chooses the disk that the files lie on.
+#   --smoke: runs each benchmark for a moment to check that it works, and writes nothing
+# TMPDIR is the folder for the files, and so chooses the disk.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,7 +19,7 @@ scripts/quietly.sh build/bench.log \
   cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF
 scripts/quietly.sh build/bench.log cmake --build "$build" --target tarvik-bench
 
-# The same on every run, whatever else the machine does. What comes before the first save goes out by the difference.
+# The same on every run. The difference of two counts leaves out the work before the first save.
 instructions_of_a_save() {
   local count collected=()
   for count in 10 110; do
@@ -35,7 +35,7 @@ if "$smoke"; then
   "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.001 >/dev/null
   python3 bench/report.py "$results"
 else
-  # Repetitions of all benchmarks in turn, so that what else the machine does meanwhile meets all of them alike.
+  # In random order, so that other work on the machine disturbs all benchmarks alike.
   "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.2 --benchmark_repetitions=9 \
     --benchmark_enable_random_interleaving=true >/dev/null
   python3 bench/report.py "$results" docs/performance.md docs/performance.svg "$(instructions_of_a_save)"

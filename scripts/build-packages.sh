@@ -1,7 +1,7 @@
 #!/bin/bash
-# Builds the Debian packages libtarvik1, libtarvik-dev and tarvik, after installing what that needs:
-#   scripts/build-packages.sh [folder]       (build/packages unless one is given)
-# The version stands in the public header, the changes in CHANGELOG.md; Debian's changelog is made from them.
+# Builds the Debian packages libtarvik1, libtarvik-dev and tarvik, and installs what the build needs:
+#   scripts/build-packages.sh [folder]       (default: build/packages)
+# Debian's changelog is made from the version in the public header and from CHANGELOG.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-packages.sh build package
@@ -9,7 +9,7 @@ mkdir -p "${1:-build/packages}"
 target=$(realpath "${1:-build/packages}")
 rm -rf "$target/source" "$target"/*.deb
 
-# An entry for each release, the newest first; of two on one day, it is the later one.
+# One entry per release, the newest first. Of two releases on one day, the newer one gets the later time.
 debian_changelog() {
   local maintainer version date number
   maintainer=$(sed -n 's/^Maintainer: //p' packaging/debian/control)
@@ -33,7 +33,7 @@ cp -r packaging/debian "$target/source/debian"
 debian_changelog >"$target/source/debian/changelog"
 version=$(scripts/version.sh)
 if [[ $(cd "$target/source" && dpkg-parsechangelog --show-field Version) != "$version" ]]; then
-  echo "CHANGELOG.md does not begin with version $version, as the header says" >&2
+  echo "the newest entry of CHANGELOG.md is not $version, the version in the header" >&2
   exit 1
 fi
 

@@ -1,7 +1,7 @@
 #!/bin/bash
 # Builds the libraries, the command and the tests for Windows into build/windows-<architecture>:
 #   scripts/build-windows.sh x86|x64
-# What they need for the target is built once before, into build/windows-<architecture>/root.
+# Builds Expat and GoogleTest for Windows first, once, into build/windows-<architecture>/root.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,8 +14,8 @@ target=$PWD/build/windows-$architecture
 targetRoot=$target/root
 sources=$PWD/build/windows-sources
 
-# Fetches the newest Expat source package that the mirror holds (a mirror can name a source before it has it). The source
-# list and indexes are apart from the system's own, which usually name no sources.
+# Fetches the newest Expat source package that the mirror really has (its index can be ahead of its files). Uses package lists
+# of its own, because the system's usually contain no sources.
 fetch_expat() {
   compgen -G "$sources/expat-*/expat/CMakeLists.txt" >/dev/null && return
   mkdir -p "$sources/lists/partial"
@@ -28,15 +28,15 @@ fetch_expat() {
   local version
   for version in $(apt-cache "${options[@]}" showsrc expat | sed -n 's/^Version: //p' | sort --version-sort --reverse); do
     if (cd "$sources" && apt-get "${options[@]}" source "expat=$version" >/dev/null); then
-      echo "Expat for Windows is built from $version."
+      echo "Building Expat $version for Windows."
       return
     fi
   done
-  echo "No source package of Expat could be fetched." >&2
+  echo "cannot fetch a source package of Expat" >&2
   exit 1
 }
 
-# build_dependency <name> <source folder> [CMake option...]: builds it as archives into the target's root.
+# build_dependency <name> <source folder> [CMake option...]: builds static libraries into the target's root
 build_dependency() {
   local name=$1 source=$2
   shift 2
@@ -51,7 +51,7 @@ build_dependencies() {
   fetch_expat
   local expat
   expat=$(echo "$sources"/expat-*/expat)
-  # Debian's fixes expect the value that Expat's other build system gives.
+  # Debian's patches expect this macro to have a value, as Expat's other build system gives it.
   sed --in-place 's/^#cmakedefine XML_DTD$/#cmakedefine XML_DTD 1/' "$expat/expat_config.h.cmake"
   build_dependency expat "$expat" -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF \
     -DEXPAT_BUILD_DOCS=OFF -DEXPAT_SHARED_LIBS=OFF

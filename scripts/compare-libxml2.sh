@@ -1,5 +1,5 @@
 #!/bin/bash
-# Compares what this library and libxml2 read in every XML file of the given folders, before and after a set:
+# Compares the values that this library and libxml2 read in every XML file of the given folders, before and after a set:
 #   scripts/compare-libxml2.sh <build folder> <file or folder>...
 set -euo pipefail
 build=$(realpath "$1")

@@ -1,7 +1,7 @@
-// Reads every XML file in the given folders with this library and with libxml2, compares the text of each element and each
-// attribute, sets the text of one element, compares again, and prints what differs:
+// Reads every XML file in the given folders with this library and with libxml2, compares the texts of all elements and
+// attributes, sets the text of one element, compares again, and prints the differences:
 //   compare-libxml2 <file or folder>...
-// Files whose names break the rules of namespaces are only counted, since they mean nothing here.
+// Files that break the namespace rules are only counted, because this library does not know namespaces.
 #include <iconv.h>
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
@@ -30,7 +30,7 @@ struct Entry {
   std::vector<std::pair<std::string, std::string>> attributes;
   bool operator==(const Entry&) const = default;
 };
-using Tree = std::vector<Entry>; // all elements, in their order
+using Tree = std::vector<Entry>; // all elements, in document order
 
 std::string Text(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
 
@@ -45,10 +45,10 @@ struct Parsed {
   bool keepsNamespaceRules = false;
 };
 
-// An external entity is never read, here as there.
+// Neither library reads external entities.
 xmlParserInputPtr LoadNothing(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
 
-// Everyone means a wider encoding by these names, and this library reads it so.
+// These names usually mean a wider encoding, and this library reads them so.
 const char* EncodingOf(const std::string& bytes) {
   const std::pair<const char*, const char*> widened[] = {
       {"shift_jis", "CP932"}, {"gb2312", "GBK"}, {"euc-kr", "CP949"}};
@@ -61,8 +61,8 @@ const char* EncodingOf(const std::string& bytes) {
   return nullptr;
 }
 
-// windows-1255 a byte at a time: given all of a text, glibc's converter joins Hebrew letters and points to presentation forms,
-// which no normal form of Unicode has and Windows does not make.
+// Converts windows-1255 one byte at a time. Given a whole text, glibc's converter composes Hebrew letters and points to
+// presentation forms, which are in no Unicode normal form and which Windows does not produce.
 int ReadHebrew(unsigned char* utf8, int* utf8Size, const unsigned char* bytes, int* size) {
   static const iconv_t converter = iconv_open("UTF-8", "WINDOWS-1255");
   std::size_t room = static_cast<std::size_t>(*utf8Size);
@@ -142,7 +142,7 @@ class Session {
     return SetXMLItem(list, cookie, "", child.c_str(), "ELEMENT", value.c_str());
   }
 
-  // The elements with the attributes of the same elements of `other`: the library has no list of attributes.
+  // The elements, with the attributes that the same elements of `other` have: the library can't list attributes.
   Tree Describe(const Tree& other) const {
     Tree tree;
     std::vector<Ostrum::Element*> open{&list->head->document->GetRoot()};
@@ -231,7 +231,7 @@ class Comparison {
     std::printf("%s: %s\n", current.c_str(), what.c_str());
   }
 
-  // False, with a line, when the trees differ.
+  // Reports a difference and returns false if the trees differ.
   bool AreEqual(const Tree& ours, const Tree& theirs, const char* when) {
     if (ours == theirs) return true;
     const auto [our, their] = std::mismatch(ours.begin(), ours.end(), theirs.begin(), theirs.end());
@@ -253,10 +253,10 @@ class Comparison {
     const std::string before = Read(work);
     if (session.SetText(theirs[1].name, value) != XmlSuccess) {
       ++counts.unset;
-      if (Read(work) != before) Report("a set that is refused changes the file");
+      if (Read(work) != before) Report("a refused set changed the file");
       return;
     }
-    theirs[1].text = value; // the root's first child, since the search takes the first whose name begins so
+    theirs[1].text = value; // the root's first child: the search takes the first match
     const Parsed saved = ParseByLibxml2(Read(work));
     if (saved.document == nullptr) return Report("is not read there after a set");
     AreEqual(TreeOf(saved), theirs, "in the file after a set");

@@ -1,7 +1,7 @@
 #!/bin/bash
-# Builds the fuzz targets and runs each for a number of seconds, from the seeds in fuzz/corpus/<target>:
+# Builds the fuzz targets and runs each for some seconds, starting with the seeds in fuzz/corpus/<target>:
 #   scripts/fuzz.sh <seconds> [target...]
-# New inputs go to build/fuzz/corpus, what made a target fail to build/fuzz/findings.
+# New inputs go to build/fuzz/corpus, inputs that make a target fail to build/fuzz/findings.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 seconds=$1

@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs the Debian packages that are missing, of those named and of the named groups:
+# Installs Debian packages, those that are missing, by name or by group:
 #   scripts/install-packages.sh build|test|check|windows|bench|docs|package|<Debian package>...
 set -euo pipefail
 

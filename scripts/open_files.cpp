@@ -1,4 +1,4 @@
-// Opens each file whose name comes on a line of standard input, and prints the result's code and the name.
+// Reads file names from standard input, opens each file, and prints the result code and the name.
 #include <clocale>
 #include <cstdio>
 #include <iostream>

@@ -1,13 +1,13 @@
 #!/bin/bash
 # Runs a Windows program of this tree under Wine: scripts/run-wine.sh program.exe [argument...]
-# 32-bit programs run in the 64-bit Wine (its WoW64 mode), which needs the 32-bit DLLs of Debian's i386 package, but neither
-# i386 libraries on this system nor a 32-bit kernel interface. The package is fetched once and unpacked into build/, and the
-# architecture isn't added to this system's dpkg. The compiler's runtime DLLs lie beside the programs.
+# 32-bit programs run in 64-bit Wine, in its WoW64 mode. This needs the 32-bit DLLs of Debian's i386 package, but no i386
+# libraries and no 32-bit system calls. The script fetches that package once and unpacks it into build/, without adding the
+# architecture to dpkg. The compiler's runtime DLLs are beside the programs.
 set -euo pipefail
 build=$(cd "$(dirname "$0")/.." && pwd)/build
 program=${1:?usage: $0 program.exe [argument...]}
 
-# Fetches the i386 libwine of the version installed here, with package lists apart from the system's own.
+# Fetches the i386 libwine in the installed version, with package lists of its own.
 fetch_i386_dlls() { # <folder to make>
   local state=$build/wine-packages version
   mkdir -p "$state/lists/partial" "$state/archives/partial"
@@ -15,7 +15,7 @@ fetch_i386_dlls() { # <folder to make>
   version=$(dpkg-query --show --showformat='${Version}' libwine)
   local options=(-qq -o APT::Architecture=i386 -o APT::Architectures=i386 -o "Dir::State::Lists=$state/lists"
     -o "Dir::State::status=$state/status" -o "Dir::Cache=$state" -o APT::Sandbox::User=root)
-  # One list of several can fail to load; the download tells whether what it needs is there.
+  # A list may fail to load; the download fails if it is needed.
   apt-get "${options[@]}" update || true
   (cd "$state" && apt-get "${options[@]}" download "libwine=$version")
   mkdir -p "$1.new"
@@ -31,7 +31,7 @@ make_prefix() {
   touch "$WINEPREFIX/made"
 }
 
-# The machine type stands behind the PE signature, whose offset stands at byte 60.
+# The machine type follows the PE signature, whose offset is at byte 60.
 signature=$(od -An -t u4 -j 60 -N 4 "$program")
 machine=$(od -An -t x2 -j $((signature + 4)) -N 2 "$program")
 if [[ $machine == *014c ]]; then
@@ -41,8 +41,8 @@ else
 fi
 export WINEARCH=win64 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" DISPLAY=
 
-# Many tests start at once, and programs that start while Wine itself does can fail: the first makes Wine's state and waits until
-# its server, which stays for a minute behind the last program, has started all that belongs to it.
+# Programs can fail if they start while Wine itself starts, and many tests start at once. So the first one creates Wine's
+# prefix and waits until its server is ready. The server stays for a minute after the last program.
 mkdir -p "$WINEPREFIX"
 (
   flock 9

@@ -1,5 +1,5 @@
-# mingw-w64 as Debian has it, with POSIX threads. What is built for the target beforehand (scripts/build-windows.sh) lies in
-# build/windows-<architecture>/root; nothing is taken from this system's own headers and libraries.
+# Debian's mingw-w64 with POSIX threads. scripts/build-windows.sh builds the dependencies in build/windows-<architecture>/root;
+# headers and libraries of the build machine are not used.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_C_COMPILER ${windowsTriplet}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${windowsTriplet}-g++-posix)
