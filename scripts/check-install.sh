@@ -80,10 +80,11 @@ END
 
 # Every relative link of the installed pages leads to a file.
 check_links() { # <prefix>
-  local page link
+  local links page link
+  links=$(grep --recursive --include='*.md' -oP '\[[^]]+\]\(\K[^) ]+(?=\))' "$1/share/doc")
   while IFS=: read -r page link; do
     [[ $link == http* || -e $(dirname "$page")/${link%%#*} ]] || { echo "$page: broken link $link" >&2; return 1; }
-  done < <(grep --recursive --include='*.md' -oP '\[[^]]+\]\(\K[^) ]+(?=\))' "$1/share/doc")
+  done <<<"$links" # a process substitution needs /proc
 }
 
 # Builds the examples with find_package and with pkg-config, in the oldest standards that the headers support.
