@@ -10,7 +10,7 @@ declare -A groups=(
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine clang-14 lld-14"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
-  [package]="debhelper dpkg-dev fakeroot file lintian python3"
+  [package]="build-essential debhelper file lintian python3"
 )
 
 wanted=()
