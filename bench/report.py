@@ -37,6 +37,7 @@ def rows_of_open(size: str) -> list[Row]:
     name = f"open_close/{size}"
     return [
         Row(f"open and close {size}", f"{name}#tarvik", [f"{name}#tinyxml2", f"{name}#libxml2"], 0.9),
+        Row(f"open and close {size}, Expat alone", f"{name}#tarvik", [f"{name}#expat"], None),
         Row(f"open and close {size}, ill-formed files accepted", f"{name}#tarvik", [f"{name}#pugixml"], None),
     ]
 
