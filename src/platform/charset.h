@@ -2,22 +2,17 @@
 #ifndef TARVIK_PLATFORM_CHARSET_H
 #define TARVIK_PLATFORM_CHARSET_H
 
-#include <cstddef>
+#include "platform/platform.h"
 
 namespace platform {
 
-enum class CharsetKind {
-  SingleByte, // every byte is a character
-  Utf8,       // no byte of a character can be taken for another character
-  MultiByte,  // the second byte of a character can look like a character: only walking from the start is right
-};
-
 struct Charset {
-  CharsetKind kind;
-  bool asciiIsPlain;
+  PlainText plain;
+  // Every byte is a character. Where it is not, a second byte can look like a character of its own, except in UTF-8.
+  bool isSingleByte;
 };
 
-// The character set of the calling thread's locale, as each system tells it.
+// The character set of the calling thread's locale, as each system tells it. Follows every change of the locale at once.
 Charset AskForCharset() noexcept;
 
 // The same, asked for once while a CharsetScope lives.
@@ -36,12 +31,8 @@ class CharsetScope {
   const bool isOutermost;
 };
 
-// Finds it out by converting the ASCII characters, which takes microseconds: remember the answer.
+// Finds it out by asking the conversions themselves, which takes microseconds: remember the answer.
 Charset LearnCharset() noexcept;
-
-// The number of bytes of the character at text, at least 1: a byte that begins no valid character, and the terminating
-// zero, count as one. Reads neither beyond text's terminating zero nor beyond `limit` bytes.
-std::size_t CharacterLength(Charset charset, const char* text, std::size_t limit) noexcept;
 
 } // namespace platform
 

@@ -1,0 +1,148 @@
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <cwchar>
+#include <cwctype>
+
+#include "platform/charset.h"
+#include "platform/platform.h"
+
+namespace platform {
+namespace {
+
+using CodePoint = std::uint32_t;
+
+// In bytes. The C library also accepts five or six, which UTF-8 does not have.
+constexpr std::size_t longestCharacter = 4;
+
+constexpr CodePoint asciiEnd = 0x80;
+// A byte that is no character must equal that byte alone, so it stands above all characters.
+constexpr CodePoint beyondCharacters = 0x110000;
+
+struct Character {
+  std::size_t length; // in bytes
+  CodePoint value;
+};
+
+// The character that the text begins with; a byte that begins no valid one counts as a character of its own.
+Character FirstOf(std::string_view text, Charset charset) noexcept {
+  assert(!text.empty());
+  const auto byte = static_cast<unsigned char>(text.front());
+  if (charset.plain != PlainText::None && byte < asciiEnd) return {1, byte};
+  wchar_t wide = 0;
+  std::mbstate_t state{};
+  const std::size_t length = std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
+  const bool isCharacter = length != 0 && length <= longestCharacter; // a failure is one of the greatest numbers
+  return isCharacter ? Character{length, static_cast<CodePoint>(wide)} : Character{1, beyondCharacters + byte};
+}
+
+// How many of the text's first `count` bytes are whole characters. What follows them tells whether the last one is.
+std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset charset) noexcept {
+  assert(count <= text.size());
+  if (charset.isSingleByte) return count;
+  std::size_t end = 0;
+  while (end < count) {
+    const std::size_t next = end + FirstOf(text.substr(end), charset).length;
+    if (next > count) break;
+    end = next;
+  }
+  return end;
+}
+
+// The bytes of the whole characters that fit into `count` bytes.
+std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
+  // One character more than fits shows whether the last one is whole. Most texts fit, and need no charset.
+  const std::size_t length = strnlen(source, count + longestCharacter);
+  return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
+}
+
+// Whether these bytes are whole characters wherever they are found. In UTF-8 no part of a longer character looks like ASCII.
+bool BytesAreEnough(std::string_view wanted, Charset charset) noexcept {
+  const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < asciiEnd; };
+  return charset.isSingleByte || wanted.empty() ||
+         (charset.plain == PlainText::Utf8 && isAscii(wanted.front()) && isAscii(wanted.back()));
+}
+
+enum class Hit { First, Last };
+
+const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit, Charset charset) noexcept {
+  const char* found = nullptr;
+  for (; !text.empty(); text.remove_prefix(FirstOf(text, charset).length)) {
+    if (!text.starts_with(wanted) || WholeCharacters(text, wanted.size(), charset) != wanted.size()) continue;
+    found = text.data();
+    if (hit == Hit::First) break;
+  }
+  return found;
+}
+
+const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
+  const Charset charset = CurrentCharset();
+  const std::string_view bytes(&wanted, wanted == '\0' ? 0 : 1);
+  if (!BytesAreEnough(bytes, charset)) return FindWhole(text, bytes, hit, charset);
+  return hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
+}
+
+// ASCII letters fold to ASCII letters in every language, or the keywords would not match in a Turkish locale.
+CodePoint Fold(CodePoint character) noexcept {
+  if (character < asciiEnd) return character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character;
+  if (character >= beyondCharacters) return character;
+  const auto folded = static_cast<CodePoint>(std::towlower(static_cast<std::wint_t>(character)));
+  return folded < asciiEnd ? character : folded;
+}
+
+// Takes the next character off the text and folds it; 0 at the end, again and again.
+CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
+  if (text.empty()) return 0;
+  const Character first = FirstOf(text, charset);
+  text.remove_prefix(first.length);
+  return Fold(first.value);
+}
+
+} // namespace
+
+// Texts are equal character by character exactly when they are equal byte by byte.
+int MbsCompare(const char* left, const char* right) noexcept { return std::strcmp(left, right); }
+
+int MbsCompareBytes(const char* left, const char* right, std::size_t count) noexcept {
+  return std::strncmp(left, right, count);
+}
+
+int MbsCompareNoCase(const char* left, const char* right) noexcept {
+  return MbsCompareBytesNoCase(left, right, SIZE_MAX);
+}
+
+int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept {
+  const Charset charset = CurrentCharset();
+  std::string_view leftText(left, strnlen(left, count));
+  std::string_view rightText(right, strnlen(right, count));
+  for (;;) {
+    const CodePoint leftCharacter = TakeFolded(leftText, charset);
+    const CodePoint rightCharacter = TakeFolded(rightText, charset);
+    if (leftCharacter != rightCharacter) return leftCharacter < rightCharacter ? -1 : 1;
+    if (leftCharacter == 0) return 0;
+  }
+}
+
+void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept {
+  const std::size_t length = FittingBytes(source, count);
+  std::memcpy(target, source, length);
+  std::memset(target + length, 0, count - length);
+}
+
+void MbsAppendBytes(char* target, const char* source, std::size_t count) noexcept {
+  char* const end = target + std::strlen(target);
+  const std::size_t length = FittingBytes(source, count);
+  std::memcpy(end, source, length);
+  end[length] = '\0';
+}
+
+const char* MbsFind(const char* text, const char* wanted) noexcept {
+  const Charset charset = CurrentCharset();
+  return BytesAreEnough(wanted, charset) ? std::strstr(text, wanted) : FindWhole(text, wanted, Hit::First, charset);
+}
+
+const char* MbsFindChar(const char* text, char wanted) noexcept { return FindChar(text, wanted, Hit::First); }
+
+const char* MbsFindLastChar(const char* text, char wanted) noexcept { return FindChar(text, wanted, Hit::Last); }
+
+} // namespace platform
