@@ -21,6 +21,14 @@ inline std::string TemporaryName() {
   return text;
 }
 
+// Whether every later change of a file must show in its times, which all count in the same units. They come from a clock that can
+// stand still for two seconds, if a save did not set the time itself, at stampedAt, and found it stored as it was.
+inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt, std::int64_t now,
+                      std::int64_t second) noexcept {
+  if (stampedAt) return identity.modified == *stampedAt;
+  return std::max(identity.modified, identity.changed) + 2 * second <= now;
+}
+
 // Reads on until the end of a file of that size; read(buffer, capacity) gives a count, 0 at the end, or less on failure. Goes
 // through a small buffer that is used again and again: growing the string to its length first would fill all of it with zeros,
 // so that fresh memory is touched twice.

@@ -17,10 +17,10 @@ namespace platform {
 using FileStatus = struct stat;
 
 // Repeats a system call that a signal interrupted. close() is none of those: it has closed all the same.
-template <class Call>
-auto Uninterrupted(Call call) noexcept {
+template <class Call, class... Arguments>
+auto Uninterrupted(Call call, Arguments... arguments) noexcept {
   for (;;) {
-    const auto result = call();
+    const auto result = call(arguments...);
     if (result >= 0 || errno != EINTR) return result;
   }
 }
@@ -31,9 +31,9 @@ auto Uninterrupted(Call call) noexcept {
 }
 
 // The result of a system call that must succeed; throws where it doesn't.
-template <class Call>
-auto Require(const char* step, Call call) {
-  const auto result = Uninterrupted(call);
+template <class Call, class... Arguments>
+auto Require(const char* step, Call call, Arguments... arguments) {
+  const auto result = Uninterrupted(call, arguments...);
   if (result < 0) ThrowSystemFailure(step);
   return result;
 }
@@ -59,13 +59,18 @@ class FileDescriptor {
   int number = -1;
 };
 
-// -1 with errno on failure.
-inline int OpenAt(int folder, const char* name, int flags, mode_t mode = 0) noexcept {
-  return Uninterrupted([&] { return openat(folder, name, flags | O_CLOEXEC, mode); });
+// Not open on failure, with errno.
+inline FileDescriptor OpenAt(int folder, const char* name, int flags, mode_t mode = 0) noexcept {
+  return FileDescriptor(Uninterrupted(openat, folder, name, flags | O_CLOEXEC, mode));
 }
 
-// stampedAt is the modification time that was set, if one was: then the state is settled if it was stored as it is.
-FileState StateOf(const FileStatus& status, const timespec* stampedAt = nullptr) noexcept;
+inline constexpr mode_t accessBits = S_IRWXU | S_IRWXG | S_IRWXO;
+inline constexpr std::int64_t second = 1'000'000'000; // in nanoseconds, as all times here since 1970
+
+std::int64_t CurrentTime() noexcept;
+
+// stampedAt is the modification time that was set, if one was.
+FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads on until the end of the file.
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes);

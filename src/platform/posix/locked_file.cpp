@@ -2,10 +2,8 @@
 #include <sys/file.h>
 #include <sys/xattr.h>
 
+#include <cassert>
 #include <chrono>
-#include <ctime>
-#include <memory>
-#include <optional>
 #include <thread>
 
 #include "platform/file_parts.h"
@@ -14,22 +12,19 @@
 namespace platform {
 namespace {
 
-constexpr mode_t modeUntilTakenOver = 0600;
+constexpr mode_t modeUntilTakenOver = S_IRUSR | S_IWUSR;
 constexpr const char* accessList = "system.posix_acl_access";
 
-// A list of names, or a value, which `ask` writes into the memory that it is given; nothing where there is none.
-template <class Ask>
-std::optional<std::string> ReadAttribute(Ask ask) {
-  static_assert(XATTR_LIST_MAX <= XATTR_SIZE_MAX);
-  const auto bytes = std::make_unique_for_overwrite<char[]>(XATTR_SIZE_MAX);
-  const ssize_t size = Uninterrupted([&] { return ask(bytes.get(), XATTR_SIZE_MAX); });
+// The value of a file's attribute, or the names of all when none is named; nothing where there is none.
+std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
+  constexpr std::size_t mostBytes = XATTR_SIZE_MAX;
+  static_assert(XATTR_LIST_MAX <= mostBytes);
+  const auto bytes = std::make_unique_for_overwrite<char[]>(mostBytes);
+  const ssize_t size = name == nullptr ? Uninterrupted(flistxattr, file, bytes.get(), mostBytes)
+                                       : Uninterrupted(fgetxattr, file, name, bytes.get(), mostBytes);
   if (size >= 0) return std::string(bytes.get(), static_cast<std::size_t>(size));
   if (errno != ENODATA && errno != EOPNOTSUPP) ThrowSystemFailure("cannot read the file's attributes");
   return std::nullopt;
-}
-
-std::optional<std::string> AttributeOf(int file, const char* name) {
-  return ReadAttribute([&](char* bytes, std::size_t size) { return fgetxattr(file, name, bytes, size); });
 }
 
 // The others belong to the system, or say something of the file's bytes.
@@ -39,14 +34,13 @@ bool IsTakenOver(std::string_view name) noexcept {
 
 // What the new file has already is not set again, since that may take a right that the process lacks.
 void CopyAttributes(int original, int copy) {
-  const std::string names =
-      ReadAttribute([&](char* bytes, std::size_t size) { return flistxattr(original, bytes, size); }).value_or("");
+  const std::string names = ReadAttribute(original).value_or("");
   for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
     const char* const name = names.data() + at;
-    const std::optional<std::string> value = IsTakenOver(name) ? AttributeOf(original, name) : std::nullopt;
-    if (!value || AttributeOf(copy, name) == value) continue;
-    Require("cannot take over the file's access list, security label or attributes",
-            [&] { return fsetxattr(copy, name, value->data(), value->size(), 0); });
+    const std::optional<std::string> value = IsTakenOver(name) ? ReadAttribute(original, name) : std::nullopt;
+    if (!value || ReadAttribute(copy, name) == value) continue;
+    Require("cannot take over the file's access list, security label or attributes", fsetxattr, copy, name,
+            value->data(), value->size(), 0);
   }
 }
 
@@ -57,22 +51,22 @@ class TemporaryFile {
   // Makes it in the folder, which must outlive it; without a name, unless one is asked for or the folder takes no other.
   // Nothing stays of a file without a name when its process is killed, but not every system can name it later.
   TemporaryFile(const FileDescriptor& inFolder, bool named) : folder(inFolder.Number()) {
-    if (!named) file = FileDescriptor(OpenAt(folder, ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver));
+    if (!named) file = OpenAt(folder, ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver);
     if (file.IsOpen()) return;
     std::string free = TemporaryName();
-    file = FileDescriptor(OpenAt(folder, free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver));
+    file = OpenAt(folder, free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver);
     if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
     name = std::move(free);
   }
   ~TemporaryFile() {
-    if (HasName()) Uninterrupted([&] { return unlinkat(folder, name.c_str(), 0); });
+    if (HasName()) Uninterrupted(unlinkat, folder, name.c_str(), 0);
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   void Write(std::string_view bytes) {
     while (!bytes.empty()) {
-      const ssize_t count = Uninterrupted([&] { return write(file.Number(), bytes.data(), bytes.size()); });
+      const ssize_t count = Uninterrupted(write, file.Number(), bytes.data(), bytes.size());
       if (count <= 0) ThrowSystemFailure("cannot write");
       bytes.remove_prefix(static_cast<std::size_t>(count));
     }
@@ -80,34 +74,30 @@ class TemporaryFile {
 
   // Sets the modification time, once all is written.
   void Stamp() {
-    constexpr long finestUnit = 100; // nanoseconds; some file systems store no more
+    constexpr std::int64_t finestUnit = 100; // some file systems store no more
     // The system's own stamp comes from a clock that stands still for milliseconds, in which an edit would not show. A failure
     // is seen when the time is compared.
-    clock_gettime(CLOCK_REALTIME, &stampedAt);
-    stampedAt.tv_nsec -= stampedAt.tv_nsec % finestUnit;
-    const timespec times[] = {{0, UTIME_OMIT}, stampedAt};
-    static_cast<void>(Uninterrupted([&] { return futimens(file.Number(), times); }));
+    stampedAt = CurrentTime() / finestUnit * finestUnit;
+    const timespec stamp{static_cast<std::time_t>(stampedAt / second), static_cast<long>(stampedAt % second)};
+    const timespec times[] = {{0, UTIME_OMIT}, stamp};
+    Uninterrupted(futimens, file.Number(), times);
   }
 
   // Takes over owner and group where allowed, access list, security label, the user's attributes, and mode.
   void TakeOver(int original, const FileStatus& originalStatus) {
-    constexpr mode_t accessBits = 0777;
-    constexpr mode_t allBits = 07777;
-    constexpr mode_t groupBits = 0070;
-    constexpr mode_t othersBits = 0007;
     FileStatus own{};
-    Require("cannot ask for the temporary file's owner", [&] { return fstat(file.Number(), &own); });
+    Require("cannot ask for the temporary file's owner", fstat, file.Number(), &own);
     const auto change = [&](uid_t owner) {
-      return Uninterrupted([&] { return fchown(file.Number(), owner, originalStatus.st_gid); }) == 0;
+      return Uninterrupted(fchown, file.Number(), owner, originalStatus.st_gid) == 0;
     };
 
     // The owner comes first: changing it clears the bits that run a program as its owner. Those go with owner and group only, and
     // the group's rights with the group.
-    mode_t mode = originalStatus.st_mode & allBits;
+    mode_t mode = originalStatus.st_mode & ~mode_t{S_IFMT};
     const bool groupIsSame = own.st_gid == originalStatus.st_gid;
     if (!(groupIsSame && own.st_uid == originalStatus.st_uid) && !change(originalStatus.st_uid)) {
       mode &= accessBits;
-      if (!groupIsSame && !change(own.st_uid)) mode = (mode & ~groupBits) | (mode & othersBits) << 3;
+      if (!groupIsSame && !change(own.st_uid)) mode = (mode & ~mode_t{S_IRWXG}) | (mode & S_IRWXO) << 3;
     }
     SetAccess(mode, original);
   }
@@ -115,33 +105,29 @@ class TemporaryFile {
   // Gives the file this mode, and the access list, label and attributes of a file that is open, if one is given.
   void SetAccess(mode_t mode, int attributesFrom = -1) {
     // The folder may have given the new file a list that lets others do more than the mode says.
-    if (Uninterrupted([&] { return fremovexattr(file.Number(), accessList); }) != 0 && errno != ENODATA &&
-        errno != EOPNOTSUPP) {
+    const bool isRemoved = Uninterrupted(fremovexattr, file.Number(), accessList) == 0;
+    if (!isRemoved && errno != ENODATA && errno != EOPNOTSUPP)
       ThrowSystemFailure("cannot remove the folder's access list");
-    }
     if (attributesFrom >= 0) CopyAttributes(attributesFrom, file.Number());
-    Require("cannot set the file's permissions", [&] { return fchmod(file.Number(), mode); });
+    Require("cannot set the file's permissions", fchmod, file.Number(), mode);
   }
 
-  void Flush() {
-    Require("cannot flush to the disk", [&] { return fsync(file.Number()); });
-  }
+  void Flush() { Require("cannot flush to the disk", fsync, file.Number()); }
 
   // Both give the file its final name; false, with errno, where that can't be done. Link only where no file has it (EEXIST),
   // Replace in the place of the file that has it.
   bool Link(const std::string& target) {
     const auto link = [&](int from, const std::string& source, int flags) {
-      return Uninterrupted([&] { return linkat(from, source.c_str(), folder, target.c_str(), flags); }) == 0;
+      return Uninterrupted(linkat, from, source.c_str(), folder, target.c_str(), flags) == 0;
     };
-    if (HasName()) { // which goes in the end
-      const auto move = [&] { return renameat2(folder, name.c_str(), folder, target.c_str(), RENAME_NOREPLACE); };
-      if (link(folder, name, 0)) return true;
-      if (errno == EEXIST || Uninterrupted(move) != 0) return false;
-      name.clear();
-      return true;
-    }
-    if (link(file.Number(), "", AT_EMPTY_PATH)) return true; // takes a right, or a new kernel
-    return errno != EEXIST && link(AT_FDCWD, "/proc/self/fd/" + std::to_string(file.Number()), AT_SYMLINK_FOLLOW);
+    // By its descriptor alone takes a right, or a new kernel. A temporary name goes in the end.
+    const bool isLinked = HasName() ? link(folder, name, 0) : link(file.Number(), "", AT_EMPTY_PATH);
+    if (isLinked || errno == EEXIST) return isLinked;
+    if (!HasName()) return link(AT_FDCWD, "/proc/self/fd/" + std::to_string(file.Number()), AT_SYMLINK_FOLLOW);
+    constexpr unsigned flags = RENAME_NOREPLACE;
+    if (Uninterrupted(renameat2, folder, name.c_str(), folder, target.c_str(), flags) != 0) return false;
+    name.clear();
+    return true;
   }
 
   bool Replace(const std::string& target) {
@@ -150,8 +136,7 @@ class TemporaryFile {
       if (!Link(free)) return false;
       name = std::move(free);
     }
-    const auto move = [&] { return renameat(folder, name.c_str(), folder, target.c_str()); };
-    Require("cannot replace the file", move);
+    Require("cannot replace the file", renameat, folder, name.c_str(), folder, target.c_str());
     name.clear();
     return true;
   }
@@ -160,16 +145,17 @@ class TemporaryFile {
 
   // REQUIRES: it was stamped.
   FileState State() const noexcept {
+    assert(stampedAt != 0);
     FileStatus status{};
-    if (Uninterrupted([&] { return fstat(file.Number(), &status); }) != 0) return {{}, modeUntilTakenOver};
-    return StateOf(status, &stampedAt);
+    if (Uninterrupted(fstat, file.Number(), &status) != 0) return {{}, modeUntilTakenOver};
+    return StateOf(status, stampedAt);
   }
 
  private:
   const int folder;
   std::string name; // empty while it has none, or once it has its final one
   FileDescriptor file;
-  timespec stampedAt{};
+  std::int64_t stampedAt = 0;
 };
 
 // Where a name leads.
@@ -177,13 +163,18 @@ struct Place {
   FileDescriptor folder;
   std::string name;                 // in that folder
   std::optional<FileStatus> status; // nothing where there is no file
+
+  // Of the name itself, also where it is a link. Not 0, with errno, where that can't be told.
+  int Ask(FileStatus& now) const noexcept {
+    return Uninterrupted(fstatat, folder.Number(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW);
+  }
 };
 
 // Open for the calls that take a folder. One that may be passed but not read can't be flushed.
 FileDescriptor OpenFolder(const FileName& folder) {
   const char* const name = folder.empty() ? "." : folder.c_str();
-  FileDescriptor open(OpenAt(AT_FDCWD, name, O_RDONLY | O_DIRECTORY));
-  if (!open.IsOpen() && errno == EACCES) open = FileDescriptor(OpenAt(AT_FDCWD, name, O_PATH | O_DIRECTORY));
+  FileDescriptor open = OpenAt(AT_FDCWD, name, O_RDONLY | O_DIRECTORY);
+  if (!open.IsOpen() && errno == EACCES) open = OpenAt(AT_FDCWD, name, O_PATH | O_DIRECTORY);
   if (!open.IsOpen()) ThrowSystemFailure("cannot reach the folder");
   return open;
 }
@@ -193,15 +184,13 @@ Place FollowLinks(FileName name) {
   constexpr int mostLinks = 40;
   for (int links = 0; links < mostLinks; ++links) {
     Place place{OpenFolder(name.parent_path()), name.filename(), FileStatus{}};
-    const int result = Uninterrupted(
-        [&] { return fstatat(place.folder.Number(), place.name.c_str(), &*place.status, AT_SYMLINK_NOFOLLOW); });
+    const int result = place.Ask(*place.status);
     if (result != 0 && errno != ENOENT) ThrowSystemFailure("cannot tell whether the file is a symbolic link");
     if (result != 0) place.status.reset();
     if (!place.status || !S_ISLNK(place.status->st_mode)) return place;
     char target[PATH_MAX];
-    const ssize_t length = Require("cannot follow the symbolic link", [&] {
-      return readlinkat(place.folder.Number(), place.name.c_str(), target, sizeof target);
-    });
+    const ssize_t length = Require("cannot follow the symbolic link", readlinkat, place.folder.Number(),
+                                   place.name.c_str(), target, sizeof target);
     if (length == sizeof target) break;
     name = name.parent_path() / std::string_view(target, static_cast<std::size_t>(length));
   }
@@ -211,13 +200,12 @@ Place FollowLinks(FileName name) {
 // Not open where there is no such file. Throws when it must not be replaced: a rename alone would ask for the folder's
 // permissions only.
 FileDescriptor OpenReplaceable(const FileName& name, FileStatus& status) {
-  constexpr mode_t writeBits = 0222;
-  FileDescriptor file(OpenAt(AT_FDCWD, name.c_str(), O_RDWR));
+  FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDWR);
   if (!file.IsOpen() && errno == ENOENT) return file;
   if (!file.IsOpen()) ThrowSystemFailure("cannot write the file");
-  Require("cannot reach the file", [&] { return fstat(file.Number(), &status); });
+  Require("cannot reach the file", fstat, file.Number(), &status);
   if (!S_ISREG(status.st_mode)) ThrowSystemFailure("cannot replace what is no regular file", EINVAL);
-  if ((status.st_mode & writeBits) == 0) ThrowSystemFailure("the file is read-only", EACCES);
+  if ((status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) ThrowSystemFailure("the file is read-only", EACCES);
   return file;
 }
 
@@ -225,7 +213,7 @@ int Lock(int file, int command, struct flock& lock, short type) noexcept {
   lock = {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
-  return Uninterrupted([&] { return fcntl(file, command, &lock); });
+  return Uninterrupted(fcntl, file, command, &lock);
 }
 
 // A lock of the open file, not of the process: threads exclude each other, and closing the file elsewhere does not drop it.
@@ -236,18 +224,16 @@ bool TryLock(int file) {
   if (errno != EAGAIN && errno != EACCES) ThrowSystemFailure("cannot lock the file");
   // A lock of this process as a whole is the host's own. Threads then exclude each other by the other kind of lock.
   if (Lock(file, F_OFD_GETLK, lock, F_WRLCK) != 0 || lock.l_type == F_UNLCK || lock.l_pid != getpid()) return false;
-  return Uninterrupted([&] { return flock(file, LOCK_EX | LOCK_NB); }) == 0 || errno != EWOULDBLOCK;
+  return Uninterrupted(flock, file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 } // namespace
 
 struct LockedFile::System {
-  // What the name leads to by now, links apart.
-  bool IsAsFound() const {
-    FileStatus status{};
-    if (Uninterrupted([&] { return fstatat(place.folder.Number(), place.name.c_str(), &status, AT_SYMLINK_NOFOLLOW); }))
-      return false;
-    return StateOf(status).identity == state->identity;
+  bool IsAsFound() const noexcept {
+    assert(state);
+    FileStatus now{};
+    return place.Ask(now) == 0 && StateOf(now).identity == state->identity;
   }
   ~System() {
     if (!original.IsOpen()) return;
@@ -289,6 +275,7 @@ LockedFile::~LockedFile() = default;
 const std::optional<FileState>& LockedFile::State() const noexcept { return system->state; }
 
 ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
+  assert(system->place.status);
   return ReadOpenFile(system->original.Number(), *system->place.status, limit, bytes);
 }
 
@@ -312,7 +299,7 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
 }
 
 void LockedFile::FlushFolder() const {
-  if (Uninterrupted([&] { return fsync(system->place.folder.Number()); }) == 0) return;
+  if (Uninterrupted(fsync, system->place.folder.Number()) == 0) return;
   if (errno != EINVAL && errno != EBADF) ThrowSystemFailure("cannot flush the folder to the disk");
 }
 

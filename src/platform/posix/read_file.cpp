@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <ctime>
 #include <system_error>
 
@@ -8,13 +7,7 @@
 namespace platform {
 namespace {
 
-constexpr std::int64_t second = 1'000'000'000; // in nanoseconds
-
 std::int64_t Nanoseconds(const timespec& time) noexcept { return time.tv_sec * second + time.tv_nsec; }
-
-ReadStatus StatusOf(int error) noexcept {
-  return error == ENOENT || error == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
-}
 
 } // namespace
 
@@ -24,35 +17,31 @@ FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   return noFolder ? FileName(bytes) : absolute;
 }
 
-FileState StateOf(const FileStatus& status, const timespec* stampedAt) noexcept {
-  constexpr std::int64_t coarsestClock = 2 * second;
-  constexpr mode_t permissionBits = 0777;
-  FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-                   Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
-                  status.st_mode & permissionBits};
-  if (stampedAt != nullptr) {
-    state.isSettled = state.identity.modified == Nanoseconds(*stampedAt);
-    return state;
-  }
+std::int64_t CurrentTime() noexcept {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  state.isSettled = std::max(state.identity.modified, state.identity.changed) + coarsestClock <= Nanoseconds(now);
+  return Nanoseconds(now);
+}
+
+FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
+  FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
+                   Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
+                  status.st_mode & accessBits};
+  state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   return state;
 }
 
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes) {
-  const auto readSome = [file](char* buffer, std::size_t size) {
-    return Uninterrupted([&] { return read(file, buffer, size); });
-  };
+  const auto readSome = [file](char* buffer, std::size_t size) { return Uninterrupted(read, file, buffer, size); };
   return ReadToEnd(readSome, static_cast<std::uint64_t>(status.st_size), limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
   // Opening a pipe must not wait for its writer.
-  const FileDescriptor file(OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK));
-  if (!file.IsOpen()) return StatusOf(errno);
+  const FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK);
+  if (!file.IsOpen()) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   FileStatus status{};
-  const int result = Uninterrupted([&] { return fstat(file.Number(), &status); });
+  const int result = Uninterrupted(fstat, file.Number(), &status);
   if (result != 0 || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
   state = StateOf(status);
   return ReadOpenFile(file.Number(), status, limit, bytes);
