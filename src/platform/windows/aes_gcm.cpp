@@ -3,6 +3,7 @@
 #include <bcrypt.h>
 
 #include <limits>
+#include <memory>
 #include <new>
 
 #include "platform/platform.h"
@@ -24,57 +25,50 @@ ULONG Length(std::string_view text) {
   return static_cast<ULONG>(text.size());
 }
 
-// One key in Windows' AES provider, in the mode that also authenticates.
-class GcmKey {
- public:
-  explicit GcmKey(const std::uint8_t* key) {
-    Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
-    const bool isMade = BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM),
-                                          sizeof BCRYPT_CHAIN_MODE_GCM, 0) >= 0 &&
-                        BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) >= 0;
-    if (!isMade) BCryptCloseAlgorithmProvider(provider, 0);
-    Require(isMade);
-  }
-  ~GcmKey() {
-    BCryptDestroyKey(handle);
-    BCryptCloseAlgorithmProvider(provider, 0);
-  }
-  GcmKey(const GcmKey&) = delete;
-  GcmKey& operator=(const GcmKey&) = delete;
-
-  // Runs BCryptEncrypt or BCryptDecrypt over a whole text and gives its status.
-  template <class Run>
-  NTSTATUS Pass(Run run, const std::uint8_t* nonce, std::string_view header, std::string_view source,
-                std::uint8_t* target, const std::uint8_t* tag) const {
-    BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
-    BCRYPT_INIT_AUTH_MODE_INFO(mode);
-    mode.pbNonce = Input(nonce);
-    mode.cbNonce = cipherNonceSize;
-    mode.pbAuthData = Input(header.data());
-    mode.cbAuthData = Length(header);
-    mode.pbTag = Input(tag);
-    mode.cbTag = cipherTagSize;
-    const ULONG size = Length(source);
-    ULONG written = 0;
-    return run(handle, Input(source.data()), size, &mode, nullptr, 0, target, size, &written, 0);
-  }
-
- private:
-  BCRYPT_ALG_HANDLE provider = nullptr;
-  BCRYPT_KEY_HANDLE handle = nullptr;
+struct ProviderCloser {
+  void operator()(BCRYPT_ALG_HANDLE provider) const noexcept { BCryptCloseAlgorithmProvider(provider, 0); }
 };
+struct KeyDestroyer {
+  void operator()(BCRYPT_KEY_HANDLE key) const noexcept { BCryptDestroyKey(key); }
+};
+
+// Runs BCryptEncrypt or BCryptDecrypt over a whole text, in the mode that also authenticates, and gives its status.
+template <class Run>
+NTSTATUS Pass(Run run, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
+              std::string_view source, std::uint8_t* target, const std::uint8_t* tag) {
+  BCRYPT_ALG_HANDLE provider = nullptr;
+  Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
+  const std::unique_ptr<void, ProviderCloser> providerOwner(provider);
+  Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
+                            0) >= 0);
+  BCRYPT_KEY_HANDLE handle = nullptr;
+  Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) >= 0);
+  const std::unique_ptr<void, KeyDestroyer> keyOwner(handle);
+
+  BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
+  BCRYPT_INIT_AUTH_MODE_INFO(mode);
+  mode.pbNonce = Input(nonce);
+  mode.cbNonce = cipherNonceSize;
+  mode.pbAuthData = Input(header.data());
+  mode.cbAuthData = Length(header);
+  mode.pbTag = Input(tag);
+  mode.cbTag = cipherTagSize;
+  const ULONG size = Length(source);
+  ULONG written = 0;
+  return run(handle, Input(source.data()), size, &mode, nullptr, 0, target, size, &written, 0);
+}
 
 } // namespace
 
 void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
                 std::uint8_t* cipher, std::uint8_t* tag) {
-  Require(GcmKey(key).Pass(&BCryptEncrypt, nonce, header, plain, cipher, tag) >= 0);
+  Require(Pass(&BCryptEncrypt, key, nonce, header, plain, cipher, tag) >= 0);
 }
 
 bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
                 const std::uint8_t* tag, std::uint8_t* plain) {
   constexpr auto tagMismatch = static_cast<NTSTATUS>(0xC000A002);
-  const NTSTATUS status = GcmKey(key).Pass(&BCryptDecrypt, nonce, header, cipher, plain, tag);
+  const NTSTATUS status = Pass(&BCryptDecrypt, key, nonce, header, cipher, plain, tag);
   Require(status >= 0 || status == tagMismatch);
   return status >= 0;
 }

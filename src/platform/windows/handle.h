@@ -1,37 +1,28 @@
-// What the system hands out, files first of all.
+// Open files, and what the system says of them.
 #ifndef TARVIK_PLATFORM_WINDOWS_HANDLE_H
 #define TARVIK_PLATFORM_WINDOWS_HANDLE_H
 
 #include <windows.h>
 
 #include <algorithm>
-#include <utility>
+#include <system_error>
 
 #include "platform/files.h"
 
 namespace platform {
 
-// Owns a handle.
-class Handle {
- public:
-  Handle() noexcept = default;
-  // Failed calls give one of two values.
-  explicit Handle(HANDLE opened) noexcept : handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened) {}
-  Handle(Handle&& other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
-  Handle& operator=(Handle&& other) noexcept {
-    std::swap(handle, other.handle);
-    return *this;
-  }
-  ~Handle() {
-    if (IsOpen()) CloseHandle(handle);
-  }
+// Throws std::system_error: what could not be done, and why by the system's error number.
+[[noreturn]] inline void ThrowSystemFailure(const char* step, DWORD error = GetLastError()) {
+  throw std::system_error(static_cast<int>(error), std::system_category(), step);
+}
 
-  bool IsOpen() const noexcept { return handle != nullptr; }
-  HANDLE Get() const noexcept { return handle; }
-
- private:
-  HANDLE handle = nullptr;
+struct HandleCloser {
+  void operator()(HANDLE handle) const noexcept { CloseHandle(handle); }
 };
+using Handle = std::unique_ptr<void, HandleCloser>;
+
+// Failed calls give one of two values.
+inline Handle Own(HANDLE opened) noexcept { return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened); }
 
 // Repeats a call that fails because another program holds the file for a moment, as virus scanners, indexers and other savers
 // do: for about a second and a half in all. On failure false, and GetLastError tells why.
@@ -51,7 +42,13 @@ bool OnceItIsFree(Call call) noexcept {
   }
 }
 
-// Opens a file, or a folder if the flags say so, and keeps nobody from using it. Not open on failure, and GetLastError tells why.
+// False also where the file can't be asked.
+inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
+}
+
+// Opens a file, or a folder if the flags say so, and keeps nobody from using it. Null on failure, and GetLastError tells why.
 Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 
 struct FileStatus {
@@ -65,7 +62,7 @@ bool AskStatus(const Handle& file, FileStatus& status) noexcept;
 // 100-nanosecond units since 1601, as files have their times. From the most exact clock that the system has.
 std::int64_t CurrentTime() noexcept;
 
-// stampedAt is the modification time that was set, if one was: then the state is settled if it was stored as it is.
+// stampedAt is the modification time that was set, if one was.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads on until the end of the file.

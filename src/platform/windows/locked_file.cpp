@@ -2,28 +2,25 @@
 // After windows.h, which it needs.
 #include <sddl.h>
 
+#include <cassert>
 #include <cwchar>
+#include <vector>
 
-#include "platform/files.h"
+#include "platform/file_parts.h"
 #include "platform/windows/handle.h"
-#include "platform/windows/system_failure.h"
-#include "platform/windows/temporary_file.h"
 
 namespace platform {
 namespace {
 
 std::wstring_view FolderPart(std::wstring_view name) noexcept { return name.substr(0, name.find_last_of(L"\\/:") + 1); }
 
-bool IsLink(const std::wstring& name) noexcept {
-  const DWORD attributes = GetFileAttributesW(name.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-}
+bool IsLink(const std::wstring& name) noexcept { return HasAttribute(name, FILE_ATTRIBUTE_REPARSE_POINT); }
 
 // The name behind all symbolic links, the same for every way there. As given where the volume tells none, and no link is there.
 std::wstring FinalName(const Handle& file, const std::wstring& given) {
-  std::wstring name(GetFinalPathNameByHandleW(file.Get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
+  std::wstring name(GetFinalPathNameByHandleW(file.get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
   const auto size = static_cast<DWORD>(name.size());
-  const DWORD length = GetFinalPathNameByHandleW(file.Get(), name.data(), size, FILE_NAME_NORMALIZED);
+  const DWORD length = GetFinalPathNameByHandleW(file.get(), name.data(), size, FILE_NAME_NORMALIZED);
   if (length != 0 && length < size) return std::wstring(name, 0, length);
   if (IsLink(given)) ThrowSystemFailure("cannot follow the symbolic link");
   return given;
@@ -31,12 +28,12 @@ std::wstring FinalName(const Handle& file, const std::wstring& given) {
 
 std::wstring FollowLinks(const std::wstring& name) {
   const Handle file = OpenExisting(name, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
-  if (file.IsOpen()) return FinalName(file, name);
+  if (file) return FinalName(file, name);
   if (GetLastError() != ERROR_FILE_NOT_FOUND) ThrowSystemFailure("cannot reach the file");
   if (IsLink(name)) ThrowSystemFailure("the symbolic link leads to no file", ERROR_FILE_NOT_FOUND);
   const std::wstring folderName(FolderPart(name));
   const Handle folder = OpenExisting(folderName, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
-  if (!folder.IsOpen()) ThrowSystemFailure("cannot reach the folder");
+  if (!folder) ThrowSystemFailure("cannot reach the folder");
   std::wstring final = FinalName(folder, folderName);
   if (!final.ends_with(L'\\')) final += L'\\';
   return final += std::wstring_view(name).substr(folderName.size());
@@ -51,53 +48,146 @@ std::uint64_t HashName(std::wstring name) noexcept {
   return hash;
 }
 
-// Keeps those out who lock the same file, until it goes.
-class FileMutex {
+// One for all sessions and users, who may wait for it and give it back, at low integrity too. A process in a sandbox has no such
+// names and shares a mutex with its session alone.
+Handle OpenMutexOf(const std::wstring& fileName) {
+  constexpr DWORD access = SYNCHRONIZE | MUTEX_MODIFY_STATE;
+  static_assert(access == 0x100001, "as the text below says");
+  SECURITY_ATTRIBUTES forAll{sizeof forAll, nullptr, FALSE};
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;0x100001;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1,
+                                                            &forAll.lpSecurityDescriptor, nullptr)) {
+    ThrowSystemFailure("cannot say who may lock the file");
+  }
+  const std::unique_ptr<void, decltype(&LocalFree)> descriptor(forAll.lpSecurityDescriptor, &LocalFree);
+  wchar_t name[48];
+  std::swprintf(name, std::size(name), L"Global\\tarvik-%016llx", HashName(fileName));
+  Handle mutex(CreateMutexExW(&forAll, name, 0, access));
+  if (!mutex && GetLastError() == ERROR_ACCESS_DENIED) {
+    mutex.reset(CreateMutexExW(&forAll, std::wcschr(name, L't'), 0, access));
+  }
+  if (!mutex) ThrowSystemFailure("cannot lock the file");
+  return mutex;
+}
+
+struct MutexReleaser {
+  void operator()(HANDLE mutex) const noexcept {
+    ReleaseMutex(mutex);
+    CloseHandle(mutex);
+  }
+};
+using HeldMutex = std::unique_ptr<void, MutexReleaser>;
+
+// Keeps those out who lock the same file. Waits until the system's clock of milliseconds shows `end`.
+HeldMutex LockOut(const std::wstring& fileName, ULONGLONG end) {
+  Handle mutex = OpenMutexOf(fileName);
+  const ULONGLONG now = GetTickCount64();
+  const DWORD result = WaitForSingleObject(mutex.get(), now < end ? static_cast<DWORD>(end - now) : 0);
+  // Whoever has it abandoned was ended while it saved: the file is whole all the same.
+  if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
+    ThrowSystemFailure("another program holds the file's lock", result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
+  }
+  return HeldMutex(mutex.release());
+}
+
+bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
+  FILE_DISPOSITION_INFO disposition{};
+  disposition.DeleteFile = vanish;
+  return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
+}
+
+// A file that takes a name when it is complete, and vanishes when it isn't. Every operation throws std::system_error or
+// std::bad_alloc.
+class TemporaryFile {
  public:
-  // Waits until the system's clock of milliseconds shows `end`.
-  FileMutex(const std::wstring& fileName, ULONGLONG end) : mutex(Open(fileName)) {
-    const ULONGLONG now = GetTickCount64();
-    const DWORD result = WaitForSingleObject(mutex.Get(), now < end ? static_cast<DWORD>(end - now) : 0);
-    // Whoever has it abandoned was ended while it saved: the file is whole all the same.
-    if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
-      ThrowSystemFailure("another program holds the file's lock",
-                         result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
+  // Makes a new file in the folder, which ends in a separator. Of the attributes, those that count from the first byte on.
+  TemporaryFile(std::wstring_view folder, DWORD attributes) {
+    const std::string own = TemporaryName();
+    name.append(folder).append(own.begin(), own.end());
+    constexpr DWORD access = GENERIC_WRITE | DELETE | WRITE_DAC;
+    const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
+    file = Own(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
+    if (!file) ThrowSystemFailure("cannot create a temporary file in the folder");
+    VanishWhenClosed(file, true); // also when the process is killed
+  }
+  ~TemporaryFile() {
+    if (name.empty()) return;
+    file.reset();
+    DeleteFileW(name.c_str()); // where closing did not do it
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  void TakeOverAccessList(const Handle& original) {
+    constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
+    DWORD size = 0;
+    GetKernelObjectSecurity(original.get(), accessList, nullptr, 0, &size);
+    if (size == 0) return; // the file system has none
+    std::vector<unsigned char> descriptor(size);
+    bool isTaken = GetKernelObjectSecurity(original.get(), accessList, descriptor.data(), size, &size);
+    // What was inherited goes on following the folder.
+    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ, SE_DACL_AUTO_INHERIT_REQ);
+    isTaken = isTaken && SetKernelObjectSecurity(file.get(), accessList, descriptor.data());
+    if (!isTaken) ThrowSystemFailure("cannot take over the file's access list");
+  }
+
+  void Write(std::string_view bytes) {
+    constexpr std::size_t longestPiece = std::size_t{1} << 30;
+    while (!bytes.empty()) {
+      const auto piece = static_cast<DWORD>(std::min(bytes.size(), longestPiece));
+      DWORD count = 0;
+      if (!WriteFile(file.get(), bytes.data(), piece, &count, nullptr)) ThrowSystemFailure("cannot write");
+      if (count == 0) ThrowSystemFailure("cannot write", ERROR_DISK_FULL);
+      bytes.remove_prefix(count);
     }
   }
-  ~FileMutex() { ReleaseMutex(mutex.Get()); }
-  FileMutex(const FileMutex&) = delete;
-  FileMutex& operator=(const FileMutex&) = delete;
+
+  // Flushes the file, sets its times and attributes, and gives it its name, in the place of the file that has it or only if
+  // none has: else nothing is given back, but the state of the file. creationTime 0: now.
+  //
+  // Not with ReplaceFile, which takes the old file away before the new one has its name: a crash between leaves neither.
+  std::optional<FileState> Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
+                                DWORD attributes) {
+    constexpr DWORD settable =
+        FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
+    FILE_BASIC_INFO basic{};
+    basic.CreationTime = creationTime;
+    basic.LastWriteTime.QuadPart = CurrentTime();
+    basic.FileAttributes = attributes & settable;
+    if (basic.FileAttributes == 0) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
+    if (!SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic)) {
+      ThrowSystemFailure("cannot take over the file's attributes");
+    }
+    if (!FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
+
+    VanishWhenClosed(file, false);
+    // To ask for the state alone, so that it keeps nobody out.
+    const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
+    FileStatus status;
+    AskStatus(named, status);
+    const DWORD volume = status.file.dwVolumeSerialNumber; // which Wine forgets when the file is renamed
+    file.reset();
+    const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
+    if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
+      if (!replaces && (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS)) return {};
+      ThrowSystemFailure("cannot replace the file");
+    }
+    name.clear();
+    if (!AskStatus(named, status)) return FileState();
+    status.file.dwVolumeSerialNumber = volume;
+    return StateOf(status, basic.LastWriteTime.QuadPart);
+  }
 
  private:
-  // One for all sessions and users, who may wait for it and give it back, at low integrity too. A process in a sandbox has no
-  // such names and shares a mutex with its session alone.
-  static Handle Open(const std::wstring& fileName) {
-    constexpr DWORD access = SYNCHRONIZE | MUTEX_MODIFY_STATE; // 0x100001
-    SECURITY_ATTRIBUTES forAll{sizeof forAll, nullptr, FALSE};
-    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;0x100001;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1,
-                                                              &forAll.lpSecurityDescriptor, nullptr)) {
-      ThrowSystemFailure("cannot say who may lock the file");
-    }
-    const std::unique_ptr<void, decltype(&LocalFree)> descriptor(forAll.lpSecurityDescriptor, &LocalFree);
-    wchar_t name[48];
-    std::swprintf(name, std::size(name), L"Global\\tarvik-%016llx", HashName(fileName));
-    Handle opened(CreateMutexExW(&forAll, name, 0, access));
-    if (!opened.IsOpen() && GetLastError() == ERROR_ACCESS_DENIED) {
-      opened = Handle(CreateMutexExW(&forAll, std::wcschr(name, L't'), 0, access));
-    }
-    if (!opened.IsOpen()) ThrowSystemFailure("cannot lock the file");
-    return opened;
-  }
-
-  Handle mutex;
+  std::wstring name; // empty once it has its final one
+  Handle file;       // while it is open, the file vanishes with it
 };
 
 } // namespace
 
 struct LockedFile::System {
   std::wstring name; // behind all links
-  std::optional<FileMutex> mutex;
-  Handle original; // not open where there is no file
+  HeldMutex mutex;
+  Handle original; // null where there is no file
   FileStatus status;
   std::optional<FileState> state;
 };
@@ -108,19 +198,19 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
   do {
     system->mutex.reset();
     system->name = FollowLinks(name.native());
-    system->mutex.emplace(system->name, end);
+    system->mutex = LockOut(system->name, end);
   } while (FollowLinks(name.native()) != system->name);
 
   Handle& file = system->original;
   file = OpenExisting(system->name, GENERIC_READ);
-  if (!file.IsOpen() && GetLastError() == ERROR_FILE_NOT_FOUND) return;
-  if (!file.IsOpen()) ThrowSystemFailure("cannot read the file");
+  if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) return;
+  if (!file) ThrowSystemFailure("cannot read the file");
   if (!AskStatus(file, system->status)) ThrowSystemFailure("cannot replace what is no regular file");
   if ((system->status.basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
     ThrowSystemFailure("the file is read-only", ERROR_ACCESS_DENIED);
   }
   // A rename asks for the right to delete it only.
-  if (!OpenExisting(system->name, GENERIC_WRITE).IsOpen()) ThrowSystemFailure("cannot write the file");
+  if (!OpenExisting(system->name, GENERIC_WRITE)) ThrowSystemFailure("cannot write the file");
   system->state = StateOf(system->status);
 }
 
@@ -129,19 +219,20 @@ LockedFile::~LockedFile() = default;
 const std::optional<FileState>& LockedFile::State() const noexcept { return system->state; }
 
 ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
+  assert(system->original);
   return ReadOpenFile(system->original, system->status, limit, bytes);
 }
 
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
   Handle& original = system->original;
   const FILE_BASIC_INFO& old = system->status.basic;
-  const bool replaces = original.IsOpen();
+  const bool replaces = original != nullptr;
   const DWORD attributes = replaces ? old.FileAttributes : permissions;
   TemporaryFile made(FolderPart(system->name), attributes);
   // First, so that nobody reads the new bytes who could not read the old ones.
   if (replaces) made.TakeOverAccessList(original);
   for (const std::string_view piece : pieces) made.Write(piece);
-  original = Handle(); // or it could not be replaced
+  original.reset(); // or it could not be replaced
   const std::optional<FileState> named = made.Name(system->name, replaces, old.CreationTime, attributes);
   if (named) system->state = named;
   return named.has_value();

@@ -32,24 +32,22 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
   constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   Handle file;
   OnceItIsFree([&] {
-    file = Handle(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
-    if (file.IsOpen() || GetLastError() != ERROR_ACCESS_DENIED) return file.IsOpen();
+    file = Own(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
+    if (file || GetLastError() != ERROR_ACCESS_DENIED) return file != nullptr;
     // A folder is not there for a moment only.
-    const DWORD attributes = GetFileAttributesW(name.c_str());
-    const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-    SetLastError(isFolder ? directoryNotSupported : ERROR_ACCESS_DENIED);
+    SetLastError(HasAttribute(name, FILE_ATTRIBUTE_DIRECTORY) ? directoryNotSupported : ERROR_ACCESS_DENIED);
     return false;
   });
   return file;
 }
 
 bool AskStatus(const Handle& file, FileStatus& status) noexcept {
-  if (GetFileType(file.Get()) != FILE_TYPE_DISK) {
+  if (GetFileType(file.get()) != FILE_TYPE_DISK) {
     SetLastError(ERROR_NOT_SUPPORTED);
     return false;
   }
-  return GetFileInformationByHandle(file.Get(), &status.file) &&
-         GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &status.basic, sizeof status.basic);
+  return GetFileInformationByHandle(file.get(), &status.file) &&
+         GetFileInformationByHandleEx(file.get(), FileBasicInfo, &status.basic, sizeof status.basic);
 }
 
 std::int64_t CurrentTime() noexcept {
@@ -60,15 +58,13 @@ std::int64_t CurrentTime() noexcept {
 
 // The number of 64 bits can serve two files on ReFS, but not with the same size and times.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
-  constexpr std::int64_t coarsestClock = 2 * second;
   const auto join = [](DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32 | low; };
   const BY_HANDLE_FILE_INFORMATION& file = status.file;
   FileState state{{file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
                    join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
                    status.basic.ChangeTime.QuadPart},
                   file.dwFileAttributes};
-  const std::int64_t latest = std::max(state.identity.modified, state.identity.changed);
-  state.isSettled = stampedAt ? state.identity.modified == *stampedAt : latest + coarsestClock <= CurrentTime();
+  state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   return state;
 }
 
@@ -76,7 +72,7 @@ ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_
   const auto readSome = [&file](char* buffer, DWORD size) {
     DWORD count = 0;
     // Part of a file can be locked.
-    const bool isRead = OnceItIsFree([&] { return ReadFile(file.Get(), buffer, size, &count, nullptr); });
+    const bool isRead = OnceItIsFree([&] { return ReadFile(file.get(), buffer, size, &count, nullptr); });
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
   return ReadToEnd(readSome, StateOf(status).identity.size, limit, bytes);
@@ -84,7 +80,7 @@ ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
   const Handle file = OpenExisting(name.native(), GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
-  if (!file.IsOpen()) return StatusOf(GetLastError());
+  if (!file) return StatusOf(GetLastError());
   FileStatus status;
   if (!AskStatus(file, status)) return ReadStatus::Unreadable;
   state = StateOf(status);

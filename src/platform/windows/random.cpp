@@ -1,0 +1,29 @@
+// Compiled into the library and into corekit, which each draw for themselves.
+#define _CRT_RAND_S // declares rand_s
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/platform.h"
+
+namespace platform {
+
+bool DrawRandom(std::uint32_t& number) noexcept {
+  unsigned int drawn = 0;
+  if (rand_s(&drawn) != 0) return false;
+  number = drawn;
+  return true;
+}
+
+bool FillRandom(void* target, std::size_t size) noexcept {
+  auto* const bytes = static_cast<unsigned char*>(target);
+  std::uint32_t drawn = 0;
+  for (std::size_t at = 0; at < size; at += sizeof drawn) {
+    if (!DrawRandom(drawn)) return false;
+    std::memcpy(bytes + at, &drawn, std::min(sizeof drawn, size - at));
+  }
+  return true;
+}
+
+} // namespace platform
