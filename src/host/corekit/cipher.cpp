@@ -28,50 +28,46 @@ constexpr std::string_view header = "TVK1";
 constexpr std::size_t nonceAt = header.size();
 constexpr std::size_t cipherAt = nonceAt + platform::cipherNonceSize;
 constexpr std::size_t addedSize = cipherAt + platform::cipherTagSize;
+static_assert(cipherAt == 16 && addedSize == 32, "every version reads the files of every other");
 
 std::uint8_t* Bytes(std::string& text) noexcept { return reinterpret_cast<std::uint8_t*>(text.data()); }
 const std::uint8_t* Bytes(const std::string& text) noexcept {
   return reinterpret_cast<const std::uint8_t*>(text.data());
 }
 
-bool Encrypt(const std::string& plain, std::string& file) {
-  std::string sealed(plain.size() + addedSize, '\0');
-  header.copy(sealed.data(), header.size());
-  std::uint8_t* const nonce = Bytes(sealed) + nonceAt;
-  std::uint8_t* const cipher = Bytes(sealed) + cipherAt;
-  if (!platform::FillRandom(nonce, platform::cipherNonceSize)) return false;
-  const CipherKey key = CurrentKey();
-  platform::SealAesGcm(key.data(), nonce, header, plain, cipher, cipher + plain.size());
-  file = std::move(sealed);
-  return true;
-}
-
-bool Decrypt(const std::string& file, std::string& plain) {
-  if (file.size() < addedSize || !file.starts_with(header)) return false;
-  const std::string_view cipher = std::string_view(file).substr(cipherAt, file.size() - addedSize);
-  const std::uint8_t* const tag = Bytes(file) + cipherAt + cipher.size();
-  std::string opened(cipher.size(), '\0');
-  const CipherKey key = CurrentKey();
-  if (!platform::OpenAesGcm(key.data(), Bytes(file) + nonceAt, header, cipher, tag, Bytes(opened))) return false;
-  plain = std::move(opened);
-  return true;
-}
-
 } // namespace
 
 void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
 
-// Both work on texts of their own until all has gone well, so input and output may be the same string.
+// Both work on a text of their own until all has gone well, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
-  if (Encrypt(input, output)) return true;
-  output.clear();
-  return false;
+  std::string file(input.size() + addedSize, '\0');
+  header.copy(file.data(), header.size());
+  std::uint8_t* const nonce = Bytes(file) + nonceAt;
+  std::uint8_t* const cipher = Bytes(file) + cipherAt;
+  const bool isDrawn = platform::FillRandom(nonce, platform::cipherNonceSize);
+  if (isDrawn) {
+    platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
+  } else {
+    file.clear();
+  }
+  output = std::move(file);
+  return isDrawn;
 }
 
 bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
-  if (Decrypt(input, output)) return true;
-  output.clear();
-  return false;
+  std::string plain;
+  bool isWhole = input.size() >= addedSize && input.starts_with(header);
+  if (isWhole) {
+    const std::string_view cipher = std::string_view(input).substr(cipherAt, input.size() - addedSize);
+    plain.resize(cipher.size());
+    const std::uint8_t* const nonce = Bytes(input) + nonceAt;
+    const std::uint8_t* const tag = Bytes(input) + cipherAt + cipher.size();
+    isWhole = platform::OpenAesGcm(CurrentKey().data(), nonce, header, cipher, tag, Bytes(plain));
+  }
+  if (!isWhole) plain.clear();
+  output = std::move(plain);
+  return isWhole;
 }
 
 } // namespace corekit

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -28,18 +29,13 @@ std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept 
   return count;
 }
 
-// A number's digits, terminated.
-class Digits {
- public:
-  template <class Number>
-  explicit Digits(Number number) noexcept {
-    *std::to_chars(text, std::end(text) - 1, number).ptr = '\0';
-  }
-  const char* Text() const noexcept { return text; }
-
- private:
-  char text[24]; // a 64-bit number has 20 digits, or a sign and 19
-};
+template <class Number>
+void AppendDigits(KString& line, Number number) noexcept {
+  char digits[24];
+  static_assert(std::numeric_limits<Number>::digits10 + 3 <= sizeof digits, "a digit more, a sign and a zero");
+  *std::to_chars(digits, std::end(digits), number).ptr = '\0';
+  line << digits;
+}
 
 } // namespace
 
@@ -65,6 +61,7 @@ void KString::Append(const wchar_t* text) noexcept {
   if (text == nullptr) return;
   const std::size_t size = std::wcslen(text);
   if (size == 0 || !Reserve(size)) return;
+  assert(length + size < capacity);
   std::wmemcpy(line + length, text, size);
   length += size;
   line[length] = L'\0';
@@ -78,9 +75,9 @@ void KString::Append(const char* text) noexcept {
   line[length] = L'\0';
 }
 
-void KString::Append(long number) noexcept { Append(Digits(number).Text()); }
+void KString::Append(long number) noexcept { AppendDigits(*this, number); }
 
-void KString::Append(unsigned long number) noexcept { Append(Digits(number).Text()); }
+void KString::Append(unsigned long number) noexcept { AppendDigits(*this, number); }
 
 void KString::Release() noexcept { std::free(line); }
 

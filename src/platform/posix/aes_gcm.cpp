@@ -53,12 +53,13 @@ void Update(EVP_CIPHER_CTX* context, std::uint8_t* target, std::string_view sour
   }
 }
 
-// Makes the tag or checks it; false when it does not match. The nonce has the cipher's default length.
+// Makes the tag or checks it; false when it does not match.
 bool Run(bool seal, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
          std::string_view source, std::uint8_t* target, std::uint8_t* tag) {
   const Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> owner(EVP_CIPHER_CTX_new());
   EVP_CIPHER_CTX* const context = owner.get();
   Require(context != nullptr);
+  static_assert(cipherKeySize == 32 && cipherNonceSize == 12, "the cipher's own lengths, which are not set");
   Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, nonce, seal ? 1 : 0, nullptr) == 1);
   Update(context, nullptr, header);
   Update(context, target, source);

@@ -2,6 +2,7 @@
 
 #include <iconv.h>
 
+#include <cassert>
 #include <cerrno>
 #include <cstdint>
 #include <new>
@@ -19,6 +20,7 @@ EncodingConverter::~EncodingConverter() {
 }
 
 std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::size_t capacity) const noexcept {
+  assert(IsKnown());
   char* input = const_cast<char*>(bytes.data()); // iconv's type; it is only read
   std::size_t left = bytes.size();
   char* output = utf8;

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <cassert>
 #include <charconv>
 
 namespace platform {
@@ -63,6 +64,7 @@ EncodingConverter::EncodingConverter(const char* name)
 EncodingConverter::~EncodingConverter() = default;
 
 std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::size_t capacity) const noexcept {
+  assert(IsKnown() && !bytes.empty());
   const UINT page = PageIn(handle);
   char rewritten[2];
   if (page == eucJp && !RewriteEucJp(bytes, rewritten)) return 0;
