@@ -93,27 +93,20 @@ class KString {
   KString& operator=(const KString&) = delete;
 
   // Null text appends nothing. Numbers are appended in decimal.
-  KString& operator<<(const wchar_t* text) noexcept {
-    if (live) Append(text);
-    return *this;
-  }
-  KString& operator<<(const char* text) noexcept {
-    if (live) Append(text);
-    return *this;
-  }
-  KString& operator<<(long number) noexcept {
-    if (live) Append(number);
-    return *this;
-  }
-  KString& operator<<(unsigned long number) noexcept {
-    if (live) Append(number);
-    return *this;
-  }
+  KString& operator<<(const wchar_t* text) noexcept { return AppendIfLive(text); }
+  KString& operator<<(const char* text) noexcept { return AppendIfLive(text); }
+  KString& operator<<(long number) noexcept { return AppendIfLive(number); }
+  KString& operator<<(unsigned long number) noexcept { return AppendIfLive(number); }
 
   // The line so far; valid until the next append.
   operator const wchar_t*() const noexcept { return line != nullptr ? line : L""; }
 
  private:
+  template <class Piece>
+  KString& AppendIfLive(Piece piece) noexcept {
+    if (live) Append(piece);
+    return *this;
+  }
   COREKIT_API void Append(const wchar_t* text) noexcept;
   COREKIT_API void Append(const char* text) noexcept;
   COREKIT_API void Append(long number) noexcept;

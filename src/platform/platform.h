@@ -83,13 +83,13 @@ bool FillRandom(void* target, std::size_t size) noexcept;
 
 // Both throw std::bad_alloc, which is all that can go wrong with the cipher itself: it depends on no configuration.
 //
-// Writes size bytes of ciphertext and the tag. header is authenticated, not encrypted.
-void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag);
-// Writes size bytes of plain text. False when the tag does not prove header and cipher, plain being then without
-// meaning.
-bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain);
+// Writes as many bytes of ciphertext as plain has, and the tag. header is authenticated, not encrypted.
+void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view plain,
+                char* cipher, char* tag);
+// Writes as many bytes of plain text as cipher has. False when the tag does not prove header and cipher, plain being then
+// without meaning.
+bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view cipher,
+                const char* tag, char* plain);
 
 } // namespace platform
 

@@ -18,6 +18,7 @@ constinit CipherKey processKey{{
 }};
 std::mutex keyLock;
 
+// A copy, so that the lock is not held for as long as a file takes.
 CipherKey CurrentKey() noexcept {
   const std::lock_guard<std::mutex> lock(keyLock);
   return processKey;
@@ -30,11 +31,6 @@ constexpr std::size_t cipherAt = nonceAt + platform::cipherNonceSize;
 constexpr std::size_t addedSize = cipherAt + platform::cipherTagSize;
 static_assert(cipherAt == 16 && addedSize == 32, "every version reads the files of every other");
 
-std::uint8_t* Bytes(std::string& text) noexcept { return reinterpret_cast<std::uint8_t*>(text.data()); }
-const std::uint8_t* Bytes(const std::string& text) noexcept {
-  return reinterpret_cast<const std::uint8_t*>(text.data());
-}
-
 } // namespace
 
 void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
@@ -43,8 +39,8 @@ void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   std::string file(input.size() + addedSize, '\0');
   header.copy(file.data(), header.size());
-  std::uint8_t* const nonce = Bytes(file) + nonceAt;
-  std::uint8_t* const cipher = Bytes(file) + cipherAt;
+  char* const nonce = file.data() + nonceAt;
+  char* const cipher = file.data() + cipherAt;
   const bool isDrawn = platform::FillRandom(nonce, platform::cipherNonceSize);
   if (isDrawn) {
     platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
@@ -61,9 +57,9 @@ bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
   if (isWhole) {
     const std::string_view cipher = std::string_view(input).substr(cipherAt, input.size() - addedSize);
     plain.resize(cipher.size());
-    const std::uint8_t* const nonce = Bytes(input) + nonceAt;
-    const std::uint8_t* const tag = Bytes(input) + cipherAt + cipher.size();
-    isWhole = platform::OpenAesGcm(CurrentKey().data(), nonce, header, cipher, tag, Bytes(plain));
+    const char* const nonce = input.data() + nonceAt;
+    const char* const tag = cipher.data() + cipher.size();
+    isWhole = platform::OpenAesGcm(CurrentKey().data(), nonce, header, cipher, tag, plain.data());
   }
   if (!isWhole) plain.clear();
   output = std::move(plain);

@@ -13,7 +13,8 @@ namespace {
 
 constexpr wchar_t replacementCharacter = L'\xFFFD';
 
-// Writes at most `size` wide characters for the `size` bytes at text and returns how many.
+// Writes at most `size` wide characters for the `size` bytes at text and returns how many. One by one, since mbstowcs gives up
+// at the first byte that is no character.
 std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept {
   std::mbstate_t state{};
   std::size_t count = 0;
@@ -29,6 +30,7 @@ std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept 
   return count;
 }
 
+// Without std::to_string, which can throw.
 template <class Number>
 void AppendDigits(KString& line, Number number) noexcept {
   char digits[24];
@@ -48,6 +50,7 @@ bool KString::Reserve(std::size_t more) noexcept {
 
   live = false;
   if (more >= mostCharacters - length) return false;
+  // Doubled, so that a line of many pieces is copied a few times only.
   const std::size_t newCapacity = std::max({firstCapacity, capacity * 2, length + more + 1});
   auto* const grown = static_cast<wchar_t*>(std::realloc(line, newCapacity * sizeof(wchar_t)));
   if (grown == nullptr) return false;

@@ -40,27 +40,29 @@ class Algorithm {
                                                      : nullptr};
 };
 
+unsigned char* Bytes(char* bytes) noexcept { return reinterpret_cast<unsigned char*>(bytes); }
+const unsigned char* Bytes(const char* bytes) noexcept { return reinterpret_cast<const unsigned char*>(bytes); }
+
 // Runs source through the cipher. A null target authenticates it only. Lengths are int there, so it goes in pieces.
-void Update(EVP_CIPHER_CTX* context, std::uint8_t* target, std::string_view source) {
+void Update(EVP_CIPHER_CTX* context, char* target, std::string_view source) {
   constexpr std::size_t longestPiece = std::size_t{1} << 30;
   while (!source.empty()) {
     const std::size_t piece = std::min(source.size(), longestPiece);
     int written = 0;
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(source.data());
-    Require(EVP_CipherUpdate(context, target, &written, bytes, static_cast<int>(piece)) == 1);
+    Require(EVP_CipherUpdate(context, Bytes(target), &written, Bytes(source.data()), static_cast<int>(piece)) == 1);
     if (target != nullptr) target += piece;
     source.remove_prefix(piece);
   }
 }
 
 // Makes the tag or checks it; false when it does not match.
-bool Run(bool seal, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
-         std::string_view source, std::uint8_t* target, std::uint8_t* tag) {
+bool Run(bool seal, const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view source,
+         char* target, char* tag) {
   const Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> owner(EVP_CIPHER_CTX_new());
   EVP_CIPHER_CTX* const context = owner.get();
   Require(context != nullptr);
   static_assert(cipherKeySize == 32 && cipherNonceSize == 12, "the cipher's own lengths, which are not set");
-  Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, nonce, seal ? 1 : 0, nullptr) == 1);
+  Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, Bytes(nonce), seal ? 1 : 0, nullptr) == 1);
   Update(context, nullptr, header);
   Update(context, target, source);
   const auto passTag = [&](int command) { Require(EVP_CIPHER_CTX_ctrl(context, command, cipherTagSize, tag) == 1); };
@@ -75,14 +77,14 @@ bool Run(bool seal, const std::uint8_t* key, const std::uint8_t* nonce, std::str
 
 } // namespace
 
-void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) {
+void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view plain,
+                char* cipher, char* tag) {
   Run(true, key, nonce, header, plain, cipher, tag);
 }
 
-bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) {
-  return Run(false, key, nonce, header, cipher, plain, const_cast<std::uint8_t*>(tag));
+bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view cipher,
+                const char* tag, char* plain) {
+  return Run(false, key, nonce, header, cipher, plain, const_cast<char*>(tag));
 }
 
 } // namespace platform

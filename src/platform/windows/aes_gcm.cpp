@@ -16,8 +16,8 @@ void Require(bool done) {
   if (!done) throw std::bad_alloc();
 }
 
-// The functions take what they only read as pointers to changeable bytes.
-UCHAR* Input(const void* bytes) noexcept { return static_cast<UCHAR*>(const_cast<void*>(bytes)); }
+// The functions take what they only read as pointers to changeable bytes, too.
+UCHAR* Bytes(const void* bytes) noexcept { return static_cast<UCHAR*>(const_cast<void*>(bytes)); }
 
 // Lengths are ULONG there, and one call must take the whole text.
 ULONG Length(std::string_view text) {
@@ -34,39 +34,39 @@ struct KeyDestroyer {
 
 // Runs BCryptEncrypt or BCryptDecrypt over a whole text, in the mode that also authenticates, and gives its status.
 template <class Run>
-NTSTATUS Pass(Run run, const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header,
-              std::string_view source, std::uint8_t* target, const std::uint8_t* tag) {
+NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view source,
+              char* target, const char* tag) {
   BCRYPT_ALG_HANDLE provider = nullptr;
   Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
   const std::unique_ptr<void, ProviderCloser> providerOwner(provider);
-  Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Input(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
+  Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Bytes(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
                             0) >= 0);
   BCRYPT_KEY_HANDLE handle = nullptr;
-  Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Input(key), cipherKeySize, 0) >= 0);
+  Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Bytes(key), cipherKeySize, 0) >= 0);
   const std::unique_ptr<void, KeyDestroyer> keyOwner(handle);
 
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
   BCRYPT_INIT_AUTH_MODE_INFO(mode);
-  mode.pbNonce = Input(nonce);
+  mode.pbNonce = Bytes(nonce);
   mode.cbNonce = cipherNonceSize;
-  mode.pbAuthData = Input(header.data());
+  mode.pbAuthData = Bytes(header.data());
   mode.cbAuthData = Length(header);
-  mode.pbTag = Input(tag);
+  mode.pbTag = Bytes(tag);
   mode.cbTag = cipherTagSize;
   const ULONG size = Length(source);
   ULONG written = 0;
-  return run(handle, Input(source.data()), size, &mode, nullptr, 0, target, size, &written, 0);
+  return run(handle, Bytes(source.data()), size, &mode, nullptr, 0, Bytes(target), size, &written, 0);
 }
 
 } // namespace
 
-void SealAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view plain,
-                std::uint8_t* cipher, std::uint8_t* tag) {
+void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view plain,
+                char* cipher, char* tag) {
   Require(Pass(&BCryptEncrypt, key, nonce, header, plain, cipher, tag) >= 0);
 }
 
-bool OpenAesGcm(const std::uint8_t* key, const std::uint8_t* nonce, std::string_view header, std::string_view cipher,
-                const std::uint8_t* tag, std::uint8_t* plain) {
+bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view cipher,
+                const char* tag, char* plain) {
   constexpr auto tagMismatch = static_cast<NTSTATUS>(0xC000A002);
   const NTSTATUS status = Pass(&BCryptDecrypt, key, nonce, header, cipher, plain, tag);
   Require(status >= 0 || status == tagMismatch);
