@@ -21,8 +21,8 @@ inline std::string TemporaryName() {
   return text;
 }
 
-// Whether every later change of a file must show in its times, which all count in the same units. They come from a clock that can
-// stand still for two seconds, if a save did not set the time itself, at stampedAt, and found it stored as it was.
+// Whether every later change of a file must show in its times. A save sets the time itself, to stampedAt, and needs to find it
+// stored exactly; all other times come from a clock that can stand still for two seconds. All arguments are in the same unit.
 inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt, std::int64_t now,
                       std::int64_t second) noexcept {
   if (stampedAt) return identity.modified == *stampedAt;

@@ -28,7 +28,7 @@ std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::
   const bool converted = iconv(handle, &input, &left, &output, &room) == 0;
   // Some converters hold a letter back until they know what follows. This fetches it, and makes the next start afresh.
   const bool flushed = iconv(handle, nullptr, nullptr, &output, &room) == 0;
-  if (!flushed) iconv(handle, nullptr, nullptr, nullptr, nullptr);
+  if (!flushed) iconv(handle, nullptr, nullptr, nullptr, nullptr); // gives up what it holds
   return converted && flushed ? capacity - room : 0;
 }
 

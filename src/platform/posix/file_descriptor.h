@@ -19,10 +19,9 @@ using FileStatus = struct stat;
 // Repeats a system call that a signal interrupted. close() is none of those: it has closed all the same.
 template <class Call, class... Arguments>
 auto Uninterrupted(Call call, Arguments... arguments) noexcept {
-  for (;;) {
-    const auto result = call(arguments...);
-    if (result >= 0 || errno != EINTR) return result;
-  }
+  auto result = call(arguments...);
+  while (result < 0 && errno == EINTR) result = call(arguments...);
+  return result;
 }
 
 // Throws std::system_error: what could not be done, and why by errno.

@@ -179,7 +179,7 @@ FileDescriptor OpenFolder(const FileName& folder) {
   return open;
 }
 
-// Links among the folders need no care.
+// The system follows links among the folders, but a rename would replace one that is the name's last part.
 Place FollowLinks(FileName name) {
   constexpr int mostLinks = 40;
   for (int links = 0; links < mostLinks; ++links) {
@@ -209,6 +209,7 @@ FileDescriptor OpenReplaceable(const FileName& name, FileStatus& status) {
   return file;
 }
 
+// Covers the whole file, however long it becomes.
 int Lock(int file, int command, struct flock& lock, short type) noexcept {
   lock = {};
   lock.l_type = type;
@@ -230,6 +231,7 @@ bool TryLock(int file) {
 } // namespace
 
 struct LockedFile::System {
+  // REQUIRES: there was a file.
   bool IsAsFound() const noexcept {
     assert(state);
     FileStatus now{};
@@ -281,6 +283,7 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
 
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
   const Place& place = system->place;
+  // Once more with a named temporary file where the system can't name one that has no name yet.
   for (bool named = false;; named = true) {
     TemporaryFile made(place.folder, named);
     for (const std::string_view piece : pieces) made.Write(piece);
@@ -300,6 +303,7 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
 
 void LockedFile::FlushFolder() const {
   if (Uninterrupted(fsync, system->place.folder.Number()) == 0) return;
+  // The first of these means that the file system flushes no folder, the second that the folder could not be opened for reading.
   if (errno != EINVAL && errno != EBADF) ThrowSystemFailure("cannot flush the folder to the disk");
 }
 

@@ -25,6 +25,7 @@ void* AllocateLargeBlock() {
 
 void ReleaseLargeBlock(void* block) noexcept { munmap(block, largeBlockSize); }
 
+// Only for whole large pages inside the memory; the rest of a page can belong to others.
 void PreferLargePages(void* memory, std::size_t size) noexcept {
   const auto start = reinterpret_cast<std::uintptr_t>(memory);
   const std::uintptr_t first = (start + largeBlockSize - 1) / largeBlockSize * largeBlockSize;

@@ -1,5 +1,4 @@
-#include <ctime>
-#include <system_error>
+#include <chrono>
 
 #include "platform/file_parts.h"
 #include "platform/posix/file_descriptor.h"
@@ -18,11 +17,10 @@ FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
 }
 
 std::int64_t CurrentTime() noexcept {
-  timespec now{};
-  clock_gettime(CLOCK_REALTIME, &now);
-  return Nanoseconds(now);
+  return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
+// The number tells a file from the one that a rename put in its place, size and times an edit in place.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
   FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
                    Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},

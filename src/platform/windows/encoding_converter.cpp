@@ -70,7 +70,7 @@ std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::
   if (page == eucJp && !RewriteEucJp(bytes, rewritten)) return 0;
   if (page == usAscii && bytes.front() < 0) return 0; // Windows would clear the bit
   if (bytes.size() == 1 && IsDBCSLeadByteEx(page, static_cast<BYTE>(bytes.front()))) return 0;
-  wchar_t wide[4];
+  wchar_t wide[4]; // a pair of surrogates, or a letter and its accent, can stand for one character
   const int units =
       MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), wide, 4);
   if (units == 0) return 0;

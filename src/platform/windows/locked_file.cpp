@@ -26,6 +26,7 @@ std::wstring FinalName(const Handle& file, const std::wstring& given) {
   return given;
 }
 
+// Where there is no file yet, its folder's links are followed.
 std::wstring FollowLinks(const std::wstring& name) {
   const Handle file = OpenExisting(name, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
   if (file) return FinalName(file, name);
@@ -90,8 +91,7 @@ HeldMutex LockOut(const std::wstring& fileName, ULONGLONG end) {
 }
 
 bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
-  FILE_DISPOSITION_INFO disposition{};
-  disposition.DeleteFile = vanish;
+  FILE_DISPOSITION_INFO disposition{vanish};
   return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
 }
 
@@ -195,6 +195,7 @@ struct LockedFile::System {
 LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()) {
   constexpr ULONGLONG longestWait = 10'000;
   const ULONGLONG end = GetTickCount64() + longestWait;
+  // A link can be switched while its old target's lock is waited for.
   do {
     system->mutex.reset();
     system->name = FollowLinks(name.native());

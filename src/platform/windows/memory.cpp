@@ -5,11 +5,7 @@
 
 namespace platform {
 
-namespace {
-
 constexpr std::align_val_t alignment{4096};
-
-} // namespace
 
 void* AllocateLargeBlock() { return ::operator new(largeBlockSize, alignment); }
 

@@ -17,7 +17,7 @@ ReadStatus StatusOf(DWORD error) noexcept {
 
 } // namespace
 
-// In the form that is not limited to 260 characters.
+// In the form that is not limited to 260 characters, which is for absolute names only. Names of devices have one of their own.
 FileName AbsoluteFileName(const char*, const wchar_t* wide) {
   std::wstring full(GetFullPathNameW(wide, 0, nullptr, nullptr), L'\0');
   const DWORD length = GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
@@ -41,6 +41,7 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
   return file;
 }
 
+// A pipe or a console has no identity, and reading one might wait for ever.
 bool AskStatus(const Handle& file, FileStatus& status) noexcept {
   if (GetFileType(file.get()) != FILE_TYPE_DISK) {
     SetLastError(ERROR_NOT_SUPPORTED);
