@@ -3,33 +3,30 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
 
 namespace platform {
 namespace {
 
-// What the outermost scope was told.
-struct Asked {
-  bool isKnown;
-  Charset charset;
-};
+using Answer = std::optional<Charset>;
 
-// The C library of the name keeps room in each thread for a few small variables of libraries that are loaded late. Elsewhere
-// the faster access could fail there.
+// What the outermost scope was told. GNU's C library keeps room in each thread for a few small variables of libraries that are
+// loaded late; elsewhere the faster access could fail.
 #ifdef __GLIBC__
 [[gnu::tls_model("initial-exec")]]
 #endif
-thread_local constinit Asked asked{};
+thread_local constinit Answer asked;
 
 } // namespace
 
-Charset CurrentCharset() noexcept { return asked.isKnown ? asked.charset : AskForCharset(); }
+Charset CurrentCharset() noexcept { return asked ? *asked : AskForCharset(); }
 
-CharsetScope::CharsetScope() noexcept : isOutermost(!asked.isKnown) {
-  if (isOutermost) asked = {true, AskForCharset()};
+CharsetScope::CharsetScope() noexcept : isOutermost(!asked) {
+  if (isOutermost) asked = AskForCharset();
 }
 
 CharsetScope::~CharsetScope() {
-  if (isOutermost) asked.isKnown = false;
+  if (isOutermost) asked.reset();
 }
 
 Charset LearnCharset() noexcept {

@@ -75,8 +75,8 @@ class LockedFile {
   // Reads the file that was found. REQUIRES: there was one.
   ReadStatus Read(std::size_t limit, std::string& bytes) const;
 
-  // Puts a new file, of these pieces, in the place of the old one in one step: at any moment, and after a loss of power, the name leads to the
-  // old bytes or the new ones, whole. The new file takes over who may do what with the old one, is flushed to the disk first,
+  // Puts a new file, of these pieces, in the place of the old one in one step: at any moment, and after a loss of power, the
+  // name leads to the old bytes or the new ones, whole. The new file takes over who may do what with the old one, is flushed to the disk first,
   // and its modification time is set from the system's most exact clock. Where there was no file, the new one gets
   // `permissions`. False, with nothing changed, when somebody took the name meanwhile, or was seen to change the file: lock it
   // and look again.

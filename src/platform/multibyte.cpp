@@ -5,7 +5,6 @@
 #include <cwctype>
 
 #include "platform/charset.h"
-#include "platform/platform.h"
 
 namespace platform {
 namespace {

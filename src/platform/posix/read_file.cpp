@@ -39,8 +39,7 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
   const FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK);
   if (!file.IsOpen()) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   FileStatus status{};
-  const int result = Uninterrupted(fstat, file.Number(), &status);
-  if (result != 0 || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
+  if (Uninterrupted(fstat, file.Number(), &status) != 0 || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
   state = StateOf(status);
   return ReadOpenFile(file.Number(), status, limit, bytes);
 }
