@@ -75,10 +75,11 @@ const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit, C
 }
 
 const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
+  const char* const byte = hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
+  if (byte == nullptr || wanted == '\0') return byte;
   const Charset charset = CurrentCharset();
-  const std::string_view bytes(&wanted, wanted == '\0' ? 0 : 1);
-  if (!BytesAreEnough(bytes, charset)) return FindWhole(text, bytes, hit, charset);
-  return hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
+  const std::string_view bytes(&wanted, 1);
+  return BytesAreEnough(bytes, charset) ? byte : FindWhole(text, bytes, hit, charset);
 }
 
 // ASCII letters fold to ASCII letters in every language, or the keywords would not match in a Turkish locale.

@@ -51,13 +51,17 @@ std::size_t TagLength(std::string_view text) noexcept {
 
 bool StandsForItself(std::string_view raw) noexcept {
   std::uint64_t word = 0;
-  for (; raw.size() >= sizeof word; raw.remove_prefix(sizeof word)) {
-    std::memcpy(&word, raw.data(), sizeof word);
-    if (OutOfPlain(word) != 0) return false;
+  if (raw.size() < sizeof word) {
+    return std::all_of(raw.begin(), raw.end(), [](char character) {
+      return static_cast<unsigned char>(character) >= ' ' && character != '&' && character != '<';
+    });
   }
-  return std::all_of(raw.begin(), raw.end(), [](char character) {
-    return static_cast<unsigned char>(character) >= ' ' && character != '&' && character != '<';
-  });
+  const char* const last = raw.data() + raw.size() - sizeof word;
+  for (const char* next = raw.data();; next = std::min(next + sizeof word, last)) {
+    std::memcpy(&word, next, sizeof word);
+    if (OutOfPlain(word) != 0) return false;
+    if (next == last) return true;
+  }
 }
 
 bool TagScanner::Next(RawAttribute& attribute) noexcept {
