@@ -26,16 +26,12 @@ struct Options {
   std::uint32_t index = 1, occurrence = 1, depth = 0; // depth 0: all the way down
 };
 
-// Reads the command line and runs the command that it names.
-ExitStatus RunCommandLine(int argumentCount, char** arguments);
+class Document;
 
-ExitStatus Get(const Options& options);
-ExitStatus List(const Options& options);
+using Command = ExitStatus(const Document& document, const Options& options);
+Command Get, List, Set, Status, Detect, Files, Match;
+
+// Reads the file by itself: the library opens no file that is not well-formed.
 ExitStatus Check(const Options& options);
-ExitStatus Set(const Options& options);
-ExitStatus Status(const Options& options);
-ExitStatus Detect(const Options& options);
-ExitStatus Files(const Options& options);
-ExitStatus Match(const Options& options);
 
 #endif

@@ -4,33 +4,41 @@
 #include <clocale>
 #include <stdexcept>
 
-#include "output.h"
-#include "registry/file_list.h"
 #include "text.h"
 
 Document::Document(const Options& options) : file(options.shownFile) {
-  if (InitXMLList(&list) != XmlSuccess) throw CommandError(file + ": out of memory");
+  if (InitXMLList(&list) != XmlSuccess) throw std::bad_alloc();
   const std::uint32_t code = OpenXML(list, options.file.c_str(), 0, options.encrypted ? 1 : 0, &cookie);
   if (code != XmlSuccess) {
     EndXMLList(&list);
     const Examination examination = Examine(options.file, options.encrypted);
     if (!examination.reason.empty()) throw CommandError(file + examination.Complaint());
-    throw CommandError(file + ": can't be opened (result code " + std::to_string(code) +
-                       "); the root's name may have no form in the locale's character set");
+    Fail("can't be opened (result code " + std::to_string(code) +
+         "); the root's name may have no form in the locale's character set");
   }
   record = FindXmlFile(list, nullptr, &cookie, nullptr);
-  finder.emplace(record->document->GetRoot());
   rootName = ToLocale(record->document->GetRoot().GetName()).value();
 }
 
-Ostrum::Document& Document::Tree() const { return *record->document; }
-
 void Document::Note(const std::string& line) const { PrintMessage(file + ": " + line); }
 
+void Document::Fail(const std::string& line, ExitStatus status) const {
+  throw CommandError(file + ": " + line, status);
+}
+
 bool Document::Succeeded(std::uint32_t code) const {
-  if (code == XmlSuccess) return true;
-  if (code == XmlNotFound) return false;
-  throw CommandError(file + ": the library failed (result code " + std::to_string(code) + ")");
+  if (code == XmlOutOfMemory) throw std::bad_alloc();
+  const bool isKnown = code == XmlSuccess || code == XmlNotFound;
+  if (!isKnown) Fail("the library failed (result code " + std::to_string(code) + ")");
+  return code == XmlSuccess;
+}
+
+void Document::SaveAgain(const std::string& item) const try {
+  record->file->Save(*record->document);
+} catch (const std::bad_alloc&) {
+  throw;
+} catch (const std::exception& reason) {
+  Fail(item + ": not saved: " + FromLocale(reason.what()).value_or("the file can't be written"));
 }
 
 Document::GroupId Document::Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
@@ -50,35 +58,35 @@ Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step, s
   return Open(*parent, rootName + '\\' + ToLocale(step.name).value(), occurrence, *step.element);
 }
 
-// The group path "&" has an empty name, with which every name begins; so no other ID can be the same. "" for the root.
-Document::GroupId Document::OpenByPositions(Place::const_iterator step, Place::const_iterator end) const {
+// Of the first so many steps' last. The group path "&" has an empty name, with which every name begins; so no other ID can be
+// the same. "" for the root.
+Document::GroupId Document::OpenByPositions(const Place& place, std::size_t steps) const {
   GroupId group;
-  if (rootName.size() < GroupIdCapacity) group = ""; // else the library can't find the root by its name
-  for (; group && step != end; ++step) group = Open(*group, "&", step->position, *step->element);
+  if (steps > 0 && rootName.size() < GroupIdCapacity) group = ""; // else the library can't find the root by its name
+  for (std::size_t i = 1; group && i < steps; ++i) group = Open(*group, "&", place[i].position, *place[i].element);
   return group;
 }
 
 std::optional<std::string> Document::Read(const Place& place, const std::string& attribute) const {
-  Element& element = finder->At(place);
+  const auto& [element, name, number, position] = place.back();
   const bool isText = attribute.empty();
-  const Ostrum::Attribute found = element.GetAttribute(attribute);
+  const Ostrum::Attribute found = element->GetAttribute(attribute);
   if (!isText && found.IsNull()) return std::nullopt;
-  const std::string inDocument = isText ? element.GetValue() : found.GetValue();
+  const std::string inDocument = isText ? element->GetValue() : found.GetValue();
   auto value = ToLocale(inDocument); // tells how large the buffer must be
-  const std::string path = place.empty() ? std::string(element.GetName()) : PathOf(place);
   if (!value) {
-    throw CommandError(file + ": " + path + ": has no form in the character set of the locale (" +
-                       std::setlocale(LC_CTYPE, nullptr) + ")");
+    Fail(PathOf(place) + ": has no form in the character set of the locale (" + std::setlocale(LC_CTYPE, nullptr) +
+         ")");
   }
-  GroupId group; // of the element that has the attribute, or of the text's parent
-  if (!isText || !place.empty()) group = OpenByPositions(place.begin(), place.end() - (isText ? 1 : 0));
-  const auto item = ToLocale(element.GetName()), attributeName = ToLocale(attribute);
+  // Of the element that has the attribute, or of the text's parent.
+  const GroupId group = OpenByPositions(place, place.size() - (isText ? 1 : 0));
+  const auto item = ToLocale(name), attributeName = ToLocale(attribute);
   if (!group || !item) return inDocument;
   const char* const type = isText ? "ELEMENT" : "ATTRIBUTE";
-  const auto index = static_cast<std::int32_t>(isText ? place.back().number : 1);
+  const auto index = static_cast<std::int32_t>(isText ? number : 1);
   const auto capacity = static_cast<std::uint32_t>(value->size() + 1);
   const auto code = EnumXMLItem(list, cookie, (group->empty() ? rootName : *group).c_str(), item->c_str(), type, index,
                                 attributeName->c_str(), type, value->data(), capacity);
-  if (!Succeeded(code)) throw std::logic_error(file + ": " + path + ": is not found where it is");
+  if (!Succeeded(code)) Fail(PathOf(place) + ": is not found where it is");
   return FromLocale(*value);
 }

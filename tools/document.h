@@ -8,13 +8,11 @@
 
 #include "commands.h"
 #include "element_path.h"
-#include "host/ostrumxml/document.h"
-
-struct XmlFileRecord;
+#include "registry/file_list.h"
 
 // What became of an attempt to read and parse a file.
 struct Examination {
-  long readResult = 0;      // of the document library
+  bool isRead = false;
   int line = 0, column = 0; // from 1, in bytes; 0 where the place is not known
   std::string reason;       // empty for a well-formed file
 
@@ -40,19 +38,21 @@ class Document {
   const std::uint32_t* Cookie() const { return &cookie; }
   // True for success, false for "not found"; otherwise throws.
   bool Succeeded(std::uint32_t code) const;
+  // Saves what SetXMLItem could not; where that fails again, throws CommandError that says why, as no result code does.
+  void SaveAgain(const std::string& item) const;
 
-  const std::string& File() const { return file; }
-  // A line on standard error about the file.
+  // A line on standard error about the file; one that is the last.
   void Note(const std::string& line) const;
+  [[noreturn]] void Fail(const std::string& line, ExitStatus status = ExitStatus::Failed) const;
 
-  Ostrum::Document& Tree() const;
-  const ElementFinder& Finder() const { return *finder; }
+  Ostrum::Document& Tree() const { return *record->document; }
 
   // The element's text, or its attribute; nothing where it has no such attribute.
   std::optional<std::string> Read(const Place& place, const std::string& attribute) const;
 
   // The library's ID of a child's group, below that of its parent ("" for the root); its number counts the names that begin
-  // like the child's. Nothing where there is none of the parent, it is another element's, or too long.
+  // like the child's. In the locale's character set. Nothing where there is none of the parent, it is another element's, or
+  // too long.
   using GroupId = std::optional<std::string>;
   GroupId OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const;
 
@@ -60,13 +60,12 @@ class Document {
   static constexpr std::size_t GroupIdCapacity = 260;
   GroupId Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                const Element& wanted) const;
-  GroupId OpenByPositions(Place::const_iterator step, Place::const_iterator end) const;
+  GroupId OpenByPositions(const Place& place, std::size_t steps) const;
 
   std::string file;
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   XmlFileRecord* record = nullptr;
-  std::optional<ElementFinder> finder;
   std::string rootName; // as all that the library is given, in the locale's character set
 };
 

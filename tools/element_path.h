@@ -2,6 +2,7 @@
 #ifndef TARVIK_TOOLS_ELEMENT_PATH_H
 #define TARVIK_TOOLS_ELEMENT_PATH_H
 
+#include <string>
 #include <vector>
 
 #include "host/ostrumxml/node.h"
@@ -12,7 +13,7 @@ using Ostrum::Element;
 struct PathComponent {
   std::string text; // all of it, as it was written
   std::string name;
-  std::string attribute;        // empty without a filter
+  std::string attribute;        // empty where no attribute is required
   std::string value;            // what the attribute's value begins with
   std::uint32_t occurrence = 1; // of its matches
 };
@@ -20,48 +21,38 @@ struct PathComponent {
 // Components end at "\" or, before their first "&", at "/". Throws CommandError for an empty one and for a filter that is none.
 std::vector<PathComponent> SplitPath(const std::string& path);
 
-// One step from an element to a child.
+// The number that the digits are, if it is written as a path does; else 0.
+std::uint32_t NumberIn(std::string_view digits);
+
 struct Step {
   Element* element;
   std::string name;
-  std::uint32_t number;   // of the children of exactly that name, from 1
-  std::uint32_t position; // of all children whose names have a form in the locale, from 1
+  std::uint32_t number = 1;   // of its parent's children of exactly that name, from 1
+  std::uint32_t position = 1; // of all its parent's children whose names have a form in the locale, from 1
 
   std::string Text() const { return number > 1 ? name + std::to_string(number) : name; }
 };
 
-// From the root to an element; without steps the root itself.
+// The way from the root, which is its first step, to an element.
 using Place = std::vector<Step>;
 
-// "Folders\Folder2": names with numbers above 1.
+// "Folders\Folder2": names with numbers above 1, without the root's. The root itself goes by its name.
 std::string PathOf(const Place& place);
 std::string PathBelow(const Place& place, const std::string& component);
 
-// Finds elements below a root that outlives this.
-class ElementFinder {
- public:
-  explicit ElementFinder(Element& rootElement) : root(rootElement) {}
+// The children that the component names, in document order: those of exactly its name or, where there are none, the one that
+// a number at its end chooses.
+std::vector<Step> Children(const Element& parent, const PathComponent& component);
 
-  Element& At(const Place& place) const { return place.empty() ? root : *place.back().element; }
-
-  // The children that the component names, in document order: those of exactly its name or, where there are none, the one
-  // that a number at its end chooses.
-  std::vector<Step> Children(const Element& parent, const PathComponent& component) const;
-
-  // How far a path leads.
-  struct Way {
-    Place place;
-    std::size_t followed; // components
-  };
-  Way Follow(const std::vector<PathComponent>& path) const;
-
-  // "no element Time in Network; there is Timeout".
-  std::string WhyMissing(const Place& parent, const PathComponent& component) const;
-
- private:
-  Way FollowFrom(const std::vector<PathComponent>& path, std::size_t first) const;
-
-  Element& root;
+// How far a path leads from the root.
+struct Way {
+  Place place;
+  std::vector<Step> matches; // of the last component that was followed
+  std::size_t followed;      // components
 };
+Way Follow(Element& root, const std::vector<PathComponent>& path);
+
+// "no element Time in Network; there is Timeout".
+std::string WhyMissing(const Place& parent, const PathComponent& component);
 
 #endif

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "document.h"
-#include "output.h"
+#include "text.h"
 
 namespace {
 
@@ -21,48 +21,37 @@ std::vector<PathComponent> Components(const Options& options, const std::string&
 std::vector<std::string> ReadItem(const Document& document, const Options& options, const std::string& item,
                                   std::string& missing) {
   const std::vector<PathComponent> components = Components(options, item);
-  auto [place, followed] = document.Finder().Follow(components);
+  auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
   const bool isThere = followed == components.size();
-  std::vector<Place> places(isThere ? 1 : 0, place);
-  if (isThere && options.all && !place.empty()) {
-    place.pop_back();
-    places.clear();
-    for (const Step& step : document.Finder().Children(document.Finder().At(place), components.back())) {
-      places.push_back(place);
-      places.back().push_back(step);
-    }
-  }
+  if (!options.all) matches = {place.back()};
   std::vector<std::string> values;
-  for (const Place& each : places) {
-    if (const auto value = document.Read(each, options.attribute)) values.push_back(*value);
+  for (std::size_t i = 0; isThere && i < matches.size(); ++i) {
+    place.back() = matches[i];
+    if (const auto value = document.Read(place, options.attribute)) values.push_back(*value);
   }
   if (!values.empty()) return values;
   if (!missing.empty()) missing += ", ";
-  const bool lacksAttribute = !options.attribute.empty() && followed + 1 >= components.size();
-  missing += lacksAttribute ? "no attribute " + options.attribute + " in " +
-                                  (components.empty() ? "the root" : PathBelow(place, components.back().text))
-                            : document.Finder().WhyMissing(place, components[followed]);
+  missing +=
+      isThere ? "no attribute " + options.attribute + " in " + PathOf(place) : WhyMissing(place, components[followed]);
   return values;
 }
 
 } // namespace
 
-ExitStatus Get(const Options& options) {
-  const Document document(options);
+ExitStatus Get(const Document& document, const Options& options) {
   std::vector<std::string> items(options.arguments.begin() + 1, options.arguments.end());
   if (items.empty()) items.emplace_back(); // the last name of the path
   const bool isOne = items.size() == 1;
   std::string missing;
   Json json;
   for (const std::string& item : items) {
-    const auto values = ReadItem(document, options, item, missing);
-    Json found = options.all ? Json::array() : Json();
-    for (const auto& value : values) {
-      options.all ? found.push_back(value) : void(found = value);
-      if (!options.json) PrintValue(value);
-    }
-    if (values.empty() && !isOne && !options.all && !options.json) PrintValue(""); // each keeps its line
-    (isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back()) = found;
+    const std::vector<std::string> values = ReadItem(document, options, item, missing);
+    Json& found = isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back();
+    if (options.all) found = values;
+    if (!options.all && !values.empty()) found = values.front();
+    if (options.json) continue;
+    for (const std::string& value : values) PrintValue(value);
+    if (values.empty() && !isOne && !options.all) PrintValue(""); // each item keeps its line
   }
   if (options.json) PrintJson(json);
   if (missing.empty()) return ExitStatus::Found;

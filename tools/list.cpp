@@ -1,12 +1,18 @@
+#include <deque>
 #include <map>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "document.h"
-#include "output.h"
 #include "text.h"
 
 namespace {
+
+// The children of one element that have one name.
+struct SameName {
+  std::uint32_t total = 0, visited = 0;
+  std::uint32_t begun = 0;       // visited children whose names begin with this one, as group IDs count
+  SameName* beginning = nullptr; // the longest of the other names with which this one begins
+  std::string_view name;
+};
 
 // Walks the elements below a place, each before those within it; on the way to the place nothing is listed.
 class TreeWalk {
@@ -15,15 +21,9 @@ class TreeWalk {
       : document(openDocument), options(wanted), topPlace(top), table(output) {}
 
   void Walk() {
-    levels.emplace_back(document.Finder().At({}), "", "");
-    while (!levels.empty()) {
-      if (levels.back().next != levels.back().end) {
-        Visit(levels.back());
-        continue;
-      }
-      levels.pop_back();
-      if (!place.empty()) place.pop_back();
-    }
+    place = {topPlace.front()};
+    levels.emplace_back(*place.front().element, 0, "");
+    while (!levels.empty()) levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
   }
 
   std::size_t count = 0, hidden = 0, withoutId = 0, lackForm = 0;
@@ -31,80 +31,82 @@ class TreeWalk {
 
  private:
   struct Level {
-    Level(Element& parent, const std::string& parentPath, const Document::GroupId& parentId)
-        : next(parent.Begin()), end(parent.End()), path(parentPath), id(parentId) {
-      for (auto child = parent.Begin(); child != parent.End() && !hasDigits; ++child) {
-        hasDigits = child->GetName().back() >= '0' && child->GetName().back() <= '9';
+    Level(const Element& parent, std::size_t parentPathSize, Document::GroupId parentId)
+        : next(parent.Begin()), end(parent.End()), pathSize(parentPathSize), id(std::move(parentId)) {
+      for (auto child = next; child != end; ++child) ++names[child->GetName()].total;
+      SameName* before = nullptr;
+      for (auto& [name, same] : names) { // sorted, so that a name comes behind those with which it begins
+        while (before != nullptr && !name.starts_with(before->name)) before = before->beginning;
+        same.name = name;
+        same.beginning = std::exchange(before, &same);
       }
-    }
-
-    // Group IDs count every name that begins with the one asked for: a "Setting" is the second after one "Settings".
-    std::uint32_t NextOccurrence(const std::string& name) {
-      ++occurrences[name];
-      std::uint32_t sum = 0;
-      for (auto i = occurrences.lower_bound(name); i != occurrences.end() && i->first.starts_with(name); ++i) {
-        sum += i->second;
-      }
-      return sum;
     }
 
     Ostrum::IteratorRef next, end;
-    std::string path;     // of the parent
+    std::size_t pathSize; // of the parent's path
     Document::GroupId id; // of the parent
     std::uint32_t position = 0;
-    std::unordered_map<const char*, std::uint32_t> numbers;
-    bool hasDigits = false;                // at the end of a child's name, which might be taken for a number
-    std::unordered_set<std::string> texts; // of the children, if so
-    std::map<std::string, std::uint32_t> occurrences;
+    std::map<std::string_view, SameName> names;
   };
 
   void Visit(Level& level) {
     Element& element = *level.next;
     ++level.next;
-    const std::string_view name = element.GetName(); // equal names share their text
-    const bool isAbove = levels.size() <= topPlace.size();
-    const bool hasForm = HasForm(name);
-    const Step step{&element, std::string(name), ++level.numbers[name.data()], level.position += hasForm ? 1 : 0};
-    const std::uint32_t occurrence = options.withIds && hasForm ? level.NextOccurrence(step.name) : 0;
-    if (isAbove && topPlace[levels.size() - 1].element != &element) return;
+    SameName& same = level.names.at(element.GetName());
+    const bool hasForm = HasForm(same.name);
+    const Step step{&element, std::string(same.name), ++same.visited, level.position += hasForm ? 1 : 0};
+    for (SameName* each = &same; hasForm && each != nullptr; each = each->beginning) ++each->begun;
+    const bool isAbove = levels.size() < topPlace.size();
+    if (isAbove && topPlace[levels.size()].element != &element) return;
 
     const std::string text = step.Text();
-    const std::string path = level.path.empty() ? text : level.path + '\\' + text;
-    if (level.hasDigits && !level.texts.insert(text).second && hidden++ == 0) firstHidden = path;
-    if (!hasForm && lackForm++ == 0) firstWithoutForm = path;
-    const Document::GroupId id = occurrence > 0 ? document.OpenChild(level.id, step, occurrence) : std::nullopt;
-    const bool isLeaf = element.Begin() == element.End();
+    path.resize(level.pathSize);
+    path += (path.empty() ? "" : "\\") + text;
+    place.erase(place.begin() + static_cast<std::ptrdiff_t>(levels.size()), place.end());
     place.push_back(step);
-    if (!isAbove) ListOne(path, id, isLeaf);
-    const bool goesDown = isAbove || (!isLeaf && levels.size() - topPlace.size() != options.depth);
-    if (!goesDown) return place.pop_back();
-    levels.emplace_back(element, path, id);
+    if (!hasForm && lackForm++ == 0) firstWithoutForm = path;
+    const Document::GroupId id =
+        options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
+    const bool isLeaf = element.Begin() == element.End();
+    if (!isAbove) ListOne(id, isLeaf);
+    if (!isAbove && Hides(same, text) && hidden++ == 0) firstHidden = path;
+    const bool goesDown = isAbove || (!isLeaf && place.size() - topPlace.size() != options.depth);
+    if (goesDown) levels.emplace_back(element, path.size(), id);
   }
 
-  void ListOne(const std::string& path, const Document::GroupId& id, bool isLeaf) {
+  void ListOne(const Document::GroupId& id, bool isLeaf) {
     ++count;
-    Table::Row row{path};
-    if (options.withIds) row.push_back(id);
+    Table::Row row(1, path);
+    if (options.withIds) row.push_back(id ? FromLocale(*id) : std::nullopt);
     if (options.withIds && !id && withoutId++ == 0) firstWithoutId = path;
     if (options.withValues) row.push_back(isLeaf ? document.Read(place, "") : std::nullopt);
     table.Add(row);
+  }
+
+  // Whether another element, of a shorter name and with a number, has the same text.
+  static bool Hides(const SameName& same, std::string_view text) {
+    for (const SameName* base = same.beginning; base != nullptr; base = base->beginning) {
+      const std::uint32_t number = NumberIn(text.substr(base->name.size()));
+      if (number > 1 && number <= base->total) return true;
+    }
+    return false;
   }
 
   const Document& document;
   const Options& options;
   const Place& topPlace;
   Table& table;
-  std::vector<Level> levels;
-  Place place; // of the element that is visited
+  std::deque<Level> levels; // which stay where they are
+  Place place;              // of the element that is visited
+  std::string path;         // to it
 };
 
 } // namespace
 
-ExitStatus List(const Options& options) {
-  const Document document(options);
+ExitStatus List(const Document& document, const Options& options) {
   std::vector<PathComponent> components = SplitPath(options.arguments.empty() ? "" : options.arguments.front());
   if (!components.empty()) components.back().occurrence = options.occurrence;
-  const auto [place, followed] = document.Finder().Follow(components);
+  const auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
   Table::Row names{"path"};
   if (options.withIds) names.emplace_back("id");
   if (options.withValues) names.emplace_back("value");
@@ -113,7 +115,7 @@ ExitStatus List(const Options& options) {
   const bool isThere = followed == components.size();
   if (isThere) walk.Walk();
   table.Finish();
-  std::string note = isThere ? "" : document.Finder().WhyMissing(place, components[followed]);
+  std::string note = isThere ? "" : WhyMissing(place, components[followed]);
   if (isThere && walk.count == 0) note = "no elements in it";
   const auto add = [&note](const std::string& first, std::size_t number, const char* what) {
     if (number > 0) note += (note.empty() ? "" : "; ") + first;

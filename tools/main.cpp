@@ -1,20 +1,222 @@
 // The command `tarvik`: shows what the library does to a person and to scripts.
+#include <corekit/corekit.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 
-#include "commands.h"
-#include "output.h"
+#include "document.h"
+#include "help_texts.h"
 #include "text.h"
 
 namespace {
 
+// Some arguments mean something to CLI11: "[a,b]" two values, "++" the end of a command. So it gets data that does not begin
+// with a letter or digit, and all that follows "--", with a mark in front.
+constexpr char DataMark = '\x1F';
+
+std::vector<std::string> MarkData(int argumentCount, char** arguments) {
+  std::vector<std::string> marked;
+  bool isData = false;
+  for (int i = 1; i < argumentCount; ++i) {
+    const std::string argument = arguments[i];
+    if (argument == "--" && !std::exchange(isData, true)) continue;
+    const auto first = static_cast<unsigned char>(argument[0]);
+    const bool isOption =
+        first == '-' && argument.size() > 1 && std::isdigit(static_cast<unsigned char>(argument[1])) == 0;
+    marked.push_back(!isData && (isOption || std::isalnum(first) != 0) ? argument : DataMark + argument);
+  }
+  return marked;
+}
+
+// In the locale's character set.
+std::string Unmarked(std::string argument) {
+  if (argument.starts_with(DataMark)) argument.erase(0, 1);
+  return argument;
+}
+
+std::string RequireText(const std::string& text, const std::string& what) {
+  const auto utf8 = FromLocale(text);
+  return utf8 ? *utf8 : throw CommandError(what + " is not text in the locale's character set");
+}
+
+std::string ReadAll(std::istream& stream) {
+  std::ostringstream all;
+  all << stream.rdbuf();
+  return all.str();
+}
+
+// Standard input as a file that nobody else can read, and that is removed with what is returned.
+using TemporaryFile = std::unique_ptr<const char, int (*)(const char*)>;
+TemporaryFile KeepInput(std::string& name) {
+  std::error_code noFolder;
+  name = (std::filesystem::temp_directory_path(noFolder) / "tarvik-XXXXXX").string();
+  const int descriptor = mkstemp(name.data());
+  if (descriptor >= 0) close(descriptor);
+  TemporaryFile kept(descriptor >= 0 ? name.c_str() : nullptr, std::remove);
+  const bool isWhole = kept && std::ofstream(name, std::ios::binary) << ReadAll(std::cin) << std::flush;
+  return isWhole ? std::move(kept) : throw CommandError("standard input: can't be kept in the temporary file " + name);
+}
+
+// All of standard input but a line end at its end, which is the shell's.
+std::string ReadValue() {
+  std::string value = ReadAll(std::cin);
+  if (value.ends_with('\n')) value.pop_back();
+  if (value.ends_with('\r')) value.pop_back();
+  return RequireText(value, "standard input");
+}
+
+void UseKey(const std::string& keyFile) {
+  std::ifstream file(keyFile, std::ios::binary);
+  const std::string bytes = ReadAll(file);
+  std::uint8_t key[32];
+  if (bytes.size() != sizeof key)
+    throw CommandError(FromLocale(keyFile).value_or("the key file") + ": not a 32-byte key");
+  std::copy(bytes.begin(), bytes.end(), key);
+  corekit::SetCipherKey(key);
+}
+
+struct Subcommand {
+  std::string_view name;
+  Command* run;            // null where no document is opened
+  std::size_t least, most; // arguments
+  const char* arguments;
+};
+
+constexpr std::size_t Many = static_cast<std::size_t>(-1);
+constexpr Subcommand Subcommands[] = {{"get", Get, 2, Many, "FILE PATH [ITEM]..."},
+                                      {"list", List, 1, 2, "FILE [PATH]"},
+                                      {"set", Set, 3, Many, "FILE PATH ITEM VALUE [ITEM VALUE]..."},
+                                      {"check", nullptr, 1, 1, "FILE"},
+                                      {"status", Status, 1, 1, "FILE"},
+                                      {"detect", Detect, 1, 4, "FILE [PRODUCT BRANCH TYPE]"},
+                                      {"files", Files, 1, 1, "FILE"},
+                                      {"match", Match, 2, 2, "FILE NAME"},
+                                      {"help", nullptr, 0, 1, "[COMMAND]"}};
+
+class CommandLine {
+ public:
+  CommandLine() {
+    app.require_subcommand(1);
+    app.set_version_flag("--version", VersionText);
+    CLI::Option* encrypted = app.add_flag("-e,--encrypted", options.encrypted);
+    app.add_option("--key-file", keyFile)->transform(Unmarked)->needs(encrypted);
+    app.add_flag("-j,--json", options.json);
+    app.add_flag("-v", verbosity);
+    app.fallthrough(); // so that each command has these options
+    for (const Subcommand& each : Subcommands) {
+      CLI::App* added = app.add_subcommand(std::string(each.name));
+      added->allow_windows_style_options(false); // a file name may begin with "/"
+      added->callback([this, &each] { command = &each; });
+      added->add_option("ARGUMENT", arguments)->transform(Unmarked);
+    }
+    AddOptions(*app.get_subcommand("get"), *app.get_subcommand("list"), *app.get_subcommand("set"));
+  }
+
+  ExitStatus Run(int argumentCount, char** argumentTexts) {
+    const std::vector<std::string> marked = MarkData(argumentCount, argumentTexts);
+    try {
+      app.parse(std::vector<std::string>(marked.rbegin(), marked.rend())); // as CLI11 wants them
+    } catch (const CLI::CallForHelp&) {
+      return PrintHelp(Chosen().get_name());
+    } catch (const CLI::CallForVersion& version) {
+      PrintValue(version.what());
+      return ExitStatus::Found;
+    } catch (const CLI::ParseError& error) {
+      Refuse(Complaint(error));
+    }
+    const bool fits = arguments.size() >= command->least && arguments.size() <= command->most;
+    if (!fits) Refuse(std::string("the arguments must be ") + command->arguments);
+    if (command->name == "help") return PrintHelp(arguments.empty() ? "" : arguments.front());
+    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument, "an argument"));
+    options.file = arguments.front();
+    options.shownFile = options.arguments.front();
+    options.arguments.erase(options.arguments.begin());
+    try {
+      return RunCommand();
+    } catch (const std::bad_alloc&) {
+      throw CommandError(options.shownFile + ": out of memory");
+    }
+  }
+
+ private:
+  ExitStatus RunCommand() {
+    const bool isSet = command->run == Set, readsInput = options.file == "-";
+    if (options.file.empty()) Refuse("FILE is empty");
+    if (readsInput && (isSet || command->run == Match)) Refuse("FILE: standard input can't be saved, and has no name");
+    const bool lacksValue = isSet && options.arguments.size() % 2 == 0;
+    if (lacksValue && !valueFromInput) Refuse(options.arguments.back() + ": an ITEM without a VALUE");
+    if (!lacksValue && valueFromInput) Refuse("--stdin: the last ITEM has a VALUE");
+    if (lacksValue) options.arguments.push_back(ReadValue());
+    if (command->run == Detect && options.arguments.size() % 3 != 0) Refuse("PRODUCT, BRANCH and TYPE go together");
+    if (!keyFile.empty()) UseKey(keyFile);
+    options.attribute = RequireText(options.attribute, "an attribute's name");
+    ShowLog(verbosity);
+    if (readsInput) options.shownFile = "standard input";
+    TemporaryFile kept(nullptr, std::remove);
+    if (readsInput) kept = KeepInput(options.file);
+    if (command->run == nullptr) return Check(options);
+    const Document document(options);
+    kept.reset(); // before anything is printed: a reader that has enough can end this process
+    return command->run(document, options);
+  }
+
+  static ExitStatus PrintHelp(const std::string& topic) {
+    const auto text = HelpTexts.find(topic);
+    if (text == HelpTexts.end()) throw CommandError(topic + ": there is no such command (tarvik help tells more)");
+    PrintValue(text->second.substr(0, text->second.size() - 1));
+    return ExitStatus::Found;
+  }
+
+  const CLI::App& Chosen() const { return app.get_subcommands().empty() ? app : *app.get_subcommands().front(); }
+  [[noreturn]] void Refuse(const std::string& why) const {
+    throw CommandError(why + " (tarvik " + Chosen().get_name() + (Chosen().get_name().empty() ? "" : " ") +
+                       "--help tells more)");
+  }
+
+  std::string Complaint(const CLI::ParseError& error) const {
+    const std::vector<std::string> extras = app.remaining(true);
+    if (app.get_subcommands().empty() && extras.empty()) return "a command is required";
+    if (extras.empty()) return FromLocale(error.what()).value_or("not text in the locale's character set");
+    const bool isOption = extras.front().starts_with('-');
+    return RequireText(Unmarked(extras.front()), "an argument") +
+           (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
+  }
+
+  void AddOptions(CLI::App& get, CLI::App& list, CLI::App& set) {
+    const auto counted = CLI::Range(1, INT32_MAX).description("");
+    get.add_option("--attribute", options.attribute)->transform(Unmarked);
+    get.add_flag("--all", options.all)->excludes(get.add_option("--index", options.index)->check(counted));
+    for (CLI::App* each : {&get, &list}) each->add_option("--occurrence", options.occurrence)->check(counted);
+    list.add_option("--depth", options.depth)->check(counted);
+    list.add_flag("--ids", options.withIds);
+    list.add_flag("--values", options.withValues);
+    set.add_flag("--attribute", options.itemIsAttribute);
+    set.add_flag("--existing", options.existing);
+    set.add_flag("--stdin", valueFromInput);
+    set.add_flag("-n,--dry-run", options.dryRun);
+  }
+
+  CLI::App app;
+  std::vector<std::string> arguments; // in the locale's character set
+  Options options;
+  std::string keyFile; // empty: the key built into the support library
+  int verbosity = 0;   // 1: the library's log lines, 2: its traces too
+  bool valueFromInput = false;
+  const Subcommand* command = nullptr;
+};
+
 // A file that is opened while a standard stream is closed would take its number, and receive what is printed.
 void OccupyStandardStreams() {
-  int descriptor = STDIN_FILENO;
-  while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO) descriptor = open("/dev/null", O_RDONLY);
-  if (descriptor >= 0) close(descriptor);
+  int descriptor;
+  do descriptor = open("/dev/null", O_RDONLY);
+  while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
+  if (descriptor > STDERR_FILENO) close(descriptor);
 }
 
 } // namespace
@@ -24,12 +226,12 @@ int main(int argumentCount, char** arguments) {
   std::ios::sync_with_stdio(false);
   UseLocale();
   try {
-    const ExitStatus status = RunCommandLine(argumentCount, arguments);
+    const ExitStatus status = CommandLine().Run(argumentCount, arguments);
     FlushOutput();
     return static_cast<int>(status);
   } catch (const std::exception& error) {
     const auto* const known = dynamic_cast<const CommandError*>(&error);
     PrintMessage(known != nullptr ? known->what() : FromLocale(error.what()).value_or("an unexpected error"));
-    return static_cast<int>(known == nullptr ? ExitStatus::Failed : known->status);
+    return static_cast<int>(known != nullptr ? known->status : ExitStatus::Failed);
   }
 }

@@ -1,6 +1,5 @@
 // The commands for the library's ready-made queries.
 #include "document.h"
-#include "output.h"
 #include "text.h"
 
 namespace {
@@ -15,12 +14,10 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
   }
 }
 
-std::vector<DetectionInfo> FindOne(const Document& document, const Options& options) {
+std::vector<DetectionInfo> FindOne(const Document& document, const std::vector<std::string>& key) {
   DetectionInfo info;
-  const auto product = ToLocale(options.arguments[0]), branch = ToLocale(options.arguments[1]);
-  const auto type = ToLocale(options.arguments[2]);
-  const auto code =
-      GetDetectionInfo(document.List(), document.Cookie(), branch->c_str(), product->c_str(), type->c_str(), &info);
+  const auto code = GetDetectionInfo(document.List(), document.Cookie(), ToLocale(key[1])->c_str(),
+                                     ToLocale(key[0])->c_str(), ToLocale(key[2])->c_str(), &info);
   // Where only Version is missing it is "not found" too, with the fields filled, the product asked for among them.
   if (!document.Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
@@ -33,7 +30,7 @@ std::string Whole(std::string text) {
 }
 
 // The queries leave a text empty that has no form in the locale, and cut one at 259 bytes.
-ExitStatus Finish(const Document& document, const std::vector<Table::Row>& rows, Table table, const char* nothing) {
+ExitStatus Finish(const Document& document, Table table, const std::vector<Table::Row>& rows, const char* nothing) {
   bool isCut = false;
   for (const Table::Row& row : rows) {
     for (const auto& field : row) isCut = isCut || field->size() > 255;
@@ -50,53 +47,49 @@ ExitStatus Finish(const Document& document, const std::vector<Table::Row>& rows,
 
 } // namespace
 
-ExitStatus Status(const Options& options) {
-  const Document document(options);
+ExitStatus Status(const Document& document, const Options& options) {
   std::uint8_t enabled = 0;
-  const auto code = IsRepositoryEnabled(document.List(), document.Cookie(), &enabled, nullptr, nullptr);
-  const bool isStatus = document.Succeeded(code);
-  const auto version = isStatus ? document.Read({}, "CatalogVersion") : std::nullopt;
-  const Json none;
-  if (options.json) {
-    PrintJson({{"enabled", isStatus ? Json(enabled == 1) : none}, {"catalogVersion", version ? Json(*version) : none}});
-  } else if (isStatus) {
-    PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
-    if (version) PrintValue(*version);
-  }
+  const bool isStatus =
+      document.Succeeded(IsRepositoryEnabled(document.List(), document.Cookie(), &enabled, nullptr, nullptr));
+  Json json{{"enabled", nullptr}, {"catalogVersion", nullptr}};
+  if (isStatus) json["enabled"] = enabled == 1;
+  const auto version =
+      isStatus ? document.Read(Follow(document.Tree().GetRoot(), {}).place, "CatalogVersion") : std::nullopt;
+  if (version) json["catalogVersion"] = *version;
+  if (options.json) PrintJson(json);
+  if (!options.json && isStatus) PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
+  if (!options.json && version) PrintValue(*version);
   if (!isStatus) document.Note("the root is no SiteStatus with the attribute Status");
   return isStatus ? ExitStatus::Found : ExitStatus::NothingFound;
 }
 
-ExitStatus Detect(const Options& options) {
-  const Document document(options);
+ExitStatus Detect(const Document& document, const Options& options) {
   std::vector<Table::Row> rows;
-  for (const auto& pair : options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options)) {
+  for (const auto& pair : options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options.arguments)) {
     Table::Row& row = rows.emplace_back();
     for (const auto* field : {&pair.ProductID, &pair.Branch, &pair.PackageType, &pair.LangID, &pair.Version,
                               &pair.ProductVersion, &pair.PlatformID, &pair.MinimumDATVersion, &pair.EngineFile}) {
       row.push_back(Whole(*field));
     }
   }
-  const Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
-                                   "PlatformID", "MinimumDATVersion", "EngineFile"});
-  return Finish(document, rows, table, "no such detection entry with a language package of its branch");
+  Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion", "PlatformID",
+                             "MinimumDATVersion", "EngineFile"});
+  return Finish(document, table, rows, "no such detection entry with a language package of its branch");
 }
 
-ExitStatus Files(const Options& options) {
-  const Document document(options);
+ExitStatus Files(const Document& document, const Options& options) {
   std::vector<FileListEntry> files;
   const bool isWhole = document.Succeeded(GetFileList(document.List(), document.Cookie(), &files));
   std::vector<Table::Row> rows;
   rows.reserve(files.size());
   for (const auto& file : files) rows.push_back({Whole(file.Name), Whole(file.Hash)});
-  const Table table(options.json, {"name", "hash"});
-  const ExitStatus status = Finish(document, rows, table, "no file with Name and Hash in the first language package");
+  const ExitStatus status = Finish(document, Table(options.json, {"name", "hash"}), rows,
+                                   "no file with Name and Hash in the first language package");
   if (isWhole || files.empty()) return status;
-  throw CommandError(document.File() + ": the entry after " + *rows.back().front() + " lacks its Name or Hash");
+  document.Fail("the entry after " + *rows.back().front() + " lacks its Name or Hash");
 }
 
-ExitStatus Match(const Options& options) {
-  const Document document(options);
+ExitStatus Match(const Document& document, const Options& options) {
   std::uint32_t matches = 0;
   document.Succeeded(
       MatchXmlListToFileName(document.List(), *document.Cookie(), ToLocale(options.arguments[0])->c_str(), &matches));

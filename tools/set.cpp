@@ -1,138 +1,124 @@
+#include <sstream>
 #include <stdexcept>
 
 #include "document.h"
-#include "output.h"
 #include "text.h"
 
 namespace {
 
 // Sets items in a copy of the document, to decide whether the library would touch what was named, and nothing else.
 class SetPlan {
-  const Document& document;
-  const Options& options;
-  Examination parsed;
-  const std::unique_ptr<Ostrum::Document> copy;
-  const ElementFinder finder;
-
  public:
-  // What SetXMLItem is to be called with, and how a person calls the item.
+  // What SetXMLItem is to be called with, in the locale's character set, and how a person calls the item.
   struct Call {
-    std::string path, item, value;
+    std::string path, item, value, shown;
   };
 
   SetPlan(const Document& openDocument, const Options& wanted)
-      : document(openDocument),
-        options(wanted),
-        copy(Parse(document.Tree().GenerateXML(false), parsed)),
-        finder(copy->GetRoot()) {}
+      : document(openDocument), options(wanted), copy(Parse(document.Tree().GenerateXML(false), parsed)) {}
 
   // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
   // where it is missing and must exist.
-  void Add(const std::string& item, const std::string& value) {
-    if (item.empty()) Refuse(item, "the name of an item is empty");
-    std::vector<PathComponent> components = SplitPath(options.arguments.front());
-    if (!options.itemIsAttribute) {
-      const auto rest = SplitPath(item);
-      components.insert(components.end(), rest.begin(), rest.end());
-    }
-    auto [place, followed] = finder.Follow(components);
-    RequireFirst(place);
-    try {
-      for (; followed < components.size(); ++followed) Make(place, components[followed]);
-      if (options.itemIsAttribute) {
-        SetAttributeAt(place, item, value);
-      } else if (place.empty()) {
-        throw std::invalid_argument("the library can't set the root's own text");
-      } else {
-        static_cast<Ostrum::Value>(finder.At(place)).Set(value);
-      }
-    } catch (const std::invalid_argument& reason) {
-      Refuse(options.itemIsAttribute ? PathBelow(place, item) : PathOf(place), reason.what());
-    }
-    Call call{std::string(copy->GetRoot().GetName()), item, value};
-    if (!options.itemIsAttribute) {
-      call.item = place.back().name;
-      place.pop_back();
-    }
-    for (const Step& step : place) call.path += '\\' + step.name;
-    calls.push_back(std::move(call));
+  void Add(const std::string& item, const std::string& value) try {
+    if (item.empty()) document.Fail("the name of an item is empty");
+    const std::string& path = options.arguments.front();
+    const std::string inPath = path.empty() ? item : path + '\\' + item;
+    const std::vector<PathComponent> components = SplitPath(options.itemIsAttribute ? path : inPath);
+    auto [place, matches, followed] = Follow(copy->GetRoot(), components);
+    for (auto end = place.begin() + 1; end != place.end(); ++end) RequireTaken({place.begin(), end + 1});
+    for (; followed < components.size(); ++followed) Make(place, components[followed]);
+    shown = options.itemIsAttribute ? PathBelow(place, item) : PathOf(place);
+    options.itemIsAttribute ? SetAttributeAt(place, item, value) : SetTextAt(place, value);
+    const std::string name = options.itemIsAttribute ? item : place.back().name;
+    if (!options.itemIsAttribute) place.pop_back();
+    std::string asked; // each name by itself, since the separator is the same byte in every character set
+    for (const Step& step : place) asked += (asked.empty() ? "" : "\\") + ToLocale(step.name).value();
+    calls.push_back({asked, ToLocale(name).value(), ToLocale(value).value(), shown});
+  } catch (const std::invalid_argument& reason) {
+    document.Fail(shown + ": not set: " + reason.what());
   }
 
   std::string Result() const { return copy->GenerateXML(false); }
 
   std::vector<Call> calls;
-  std::vector<std::string> made; // what was missing
+  std::string made; // what was missing
 
  private:
-  // What the library enters at each name.
-  static Element& FirstThatBegins(const Element& parent, const std::string& name) {
-    return parent.NthChild(Ostrum::NameMatch::Prefix, name, 1);
-  }
+  [[noreturn]] static void Refuse(const std::string& why) { throw std::invalid_argument(why); }
 
-  void RequireFirst(const Place& place) const {
-    Place parent;
-    for (const Step& step : place) {
-      const Element& first = FirstThatBegins(finder.At(parent), step.name);
-      const std::string taken = PathBelow(parent, std::string(first.GetName()));
-      parent.push_back(step);
-      if (&first == step.element) continue;
-      Refuse(PathOf(parent), "the library would take " + taken + ", the first whose name begins with " + step.name);
+  // At each name the library takes the first element whose name has a form in the locale and begins with it. That must be the
+  // place's; the null element where there must be none.
+  void RequireTaken(const Place& place) {
+    shown = PathOf(place);
+    const Step& wanted = place.back();
+    Place taken = place;
+    Step& first = taken.back() = {nullptr, ""};
+    for (std::uint32_t n = 1; first.element == nullptr || !(first.name.empty() || HasForm(first.name)); ++n) {
+      first.element = &place[place.size() - 2].element->NthChild(Ostrum::NameMatch::Prefix, wanted.name, n);
+      first.name = first.element->GetName();
     }
+    if (first.element == wanted.element) return;
+    Refuse("the library would take " + PathOf(taken) + ", the first whose name begins with " + wanted.name);
   }
 
   void Make(Place& place, const PathComponent& component) {
-    Element& parent = finder.At(place);
-    const std::string path = PathBelow(place, component.name);
-    if (options.existing) Miss(finder.WhyMissing(place, component));
-    if (!component.attribute.empty()) {
-      Refuse(path, finder.WhyMissing(place, component) + ", and set makes none for a filter");
-    }
-    const Element& first = FirstThatBegins(parent, component.name);
-    if (!first.IsNull()) {
-      Refuse(path, "there is none, and the library would take " + PathBelow(place, std::string(first.GetName())));
-    }
-    Element& child = parent.AddElementInto(component.name);
-    if (child.IsNull()) throw std::invalid_argument(component.name + " can't be made there, or be an element's name");
-    place.push_back({&child, component.name, 1, 0});
-    made.push_back(path);
+    const std::string whyMissing = WhyMissing(place, component);
+    if (options.existing) document.Fail(whyMissing, ExitStatus::NothingFound);
+    shown = PathBelow(place, component.name);
+    if (!component.attribute.empty()) Refuse(whyMissing + ", and set makes none for a filter");
+    Element& parent = *place.back().element;
+    place.push_back({&Element::null, component.name});
+    RequireTaken(place);
+    place.back().element = &parent.AddElementInto(component.name);
+    if (place.back().element->IsNull()) Refuse(WhyNotMade(parent, component.name));
+    NoteMade(shown);
+  }
+
+  static void SetTextAt(const Place& place, const std::string& value) {
+    if (place.size() == 1) Refuse("the library can't set the root's own text");
+    static_cast<Ostrum::Value>(*place.back().element).Set(value);
   }
 
   void SetAttributeAt(const Place& place, const std::string& name, const std::string& value) {
-    const std::string owner = place.empty() ? std::string(copy->GetRoot().GetName()) : PathOf(place);
-    if (value.empty()) throw std::invalid_argument("the library can't give an attribute an empty value");
-    Ostrum::Attribute attribute = finder.At(place).GetAttribute(name);
+    if (value.empty()) Refuse("the library can't give an attribute an empty value");
+    Element& element = *place.back().element;
+    Ostrum::Attribute attribute = element.GetAttribute(name);
     const bool isNew = attribute.IsNull();
-    if (isNew && options.existing) Miss("no attribute " + name + " in " + owner);
-    if (isNew) attribute = finder.At(place).CreateAttribute(name);
+    const std::string inElement = name + " in " + PathOf(place);
+    if (isNew && options.existing) document.Fail("no attribute " + inElement, ExitStatus::NothingFound);
+    if (isNew) attribute = element.CreateAttribute(name);
+    if (attribute.IsNull()) Refuse(WhyNotMade(element, name));
     static_cast<Ostrum::Value>(attribute).Set(value);
-    if (isNew) made.push_back("the attribute " + name + " of " + owner);
+    if (isNew) NoteMade("the attribute " + inElement);
   }
 
-  [[noreturn]] void Refuse(const std::string& path, const std::string& why) const {
-    throw CommandError(document.File() + ": " + path + ": not set: " + why);
+  void NoteMade(const std::string& what) { made += (made.empty() ? "" : ", ") + what; }
+  static std::string WhyNotMade(const Element& parent, const std::string& name) {
+    return parent.CanBeChanged() ? name + " is not a valid XML name" : "the element comes from an entity";
   }
-  [[noreturn]] void Miss(const std::string& why) const {
-    throw CommandError(document.File() + ": " + why, ExitStatus::NothingFound);
-  }
+
+  const Document& document;
+  const Options& options;
+  Examination parsed;
+  const std::unique_ptr<Ostrum::Document> copy;
+  std::string shown; // what is decided on, as a person calls it
 };
 
-std::vector<std::string_view> SplitLines(std::string_view text) {
-  std::vector<std::string_view> lines;
-  for (;;) {
-    const std::size_t end = text.find('\n');
-    lines.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) break;
-    text.remove_prefix(end + 1);
-  }
+std::vector<std::string> SplitLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
   lines.emplace_back("\n"); // the end, which is like no line
   return lines;
 }
 
 // The lines that differ: old ones behind "-", new ones behind "+".
-std::string LineDiff(std::string_view before, std::string_view after) {
+std::string LineDiff(const std::string& before, const std::string& after) {
   const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
-  const auto append = [&text](char sign, std::string_view line) { text.append(1, sign).append(line).append(1, '\n'); };
+  const auto append = [&text](char sign, const std::string& line) {
+    text.append(1, sign).append(line).append(1, '\n');
+  };
   for (std::size_t i = 0, j = 0; i < old.size() || j < now.size(); ++i, ++j) {
     // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
     constexpr std::size_t farthest = 2000;
@@ -150,34 +136,35 @@ std::string LineDiff(std::string_view before, std::string_view after) {
   return text;
 }
 
-void Save(const Document& document, const Options& options, const std::vector<SetPlan::Call>& calls) {
-  for (const auto& [path, item, value] : calls) {
-    const auto code = SetXMLItem(document.List(), *document.Cookie(), ToLocale(path)->c_str(), ToLocale(item)->c_str(),
-                                 options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", ToLocale(value)->c_str());
-    if (code == XmlSuccess) continue;
-    throw CommandError(
-        document.File() + ": " + path + '\\' + item + ": not saved: " +
-        (code == XmlOutOfMemory ? "out of memory" : "the file or its folder can't be written; -v tells more"));
+void Save(const Document& document, const char* itemType, const SetPlan::Call& call) {
+  const auto set = [&] {
+    return SetXMLItem(document.List(), *document.Cookie(), call.path.c_str(), call.item.c_str(), itemType,
+                      call.value.c_str());
+  };
+  std::uint32_t code = set();
+  if (code == XmlFailure) {
+    document.SaveAgain(call.shown);
+    code = set();
   }
+  document.Succeeded(code);
 }
 
 } // namespace
 
 // All is decided before the first of the items is written.
-ExitStatus Set(const Options& options) {
-  const Document document(options);
+ExitStatus Set(const Document& document, const Options& options) {
   SetPlan plan(document, options);
   for (auto item = options.arguments.begin() + 1; item != options.arguments.end(); item += 2)
     plan.Add(item[0], item[1]);
   const std::string changes = options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
-  if (!options.dryRun) Save(document, options, plan.calls);
-  std::string made;
-  for (const std::string& path : plan.made) made += (made.empty() ? "" : ", ") + path;
+  for (const SetPlan::Call& call : plan.calls) {
+    if (!options.dryRun) Save(document, options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", call);
+  }
   if (options.json) {
-    PrintJson({{"saved", !options.dryRun}, {"made", made}, {"changes", changes}});
+    PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
   } else if (!changes.empty()) {
     PrintValue(changes.substr(0, changes.size() - 1)); // the line end is printed with it
   }
-  if (!made.empty()) document.Note((options.dryRun ? "would make " : "made ") + made);
+  if (!plan.made.empty()) document.Note((options.dryRun ? "would make " : "made ") + plan.made);
   return ExitStatus::Found;
 }

@@ -1,16 +1,74 @@
 #include "text.h"
 
+#include <corekit/corekit.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <climits>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <iostream>
 
+#include "commands.h"
 #include "host/ostrumxml/utf8.h"
 
 namespace {
 
 bool localeIsUtf8 = false;
+
+constexpr const char *Red = "\033[1;31m", *Green = "\033[32m", *Dim = "\033[2m", *Bold = "\033[1m";
+
+bool IsTerminal() {
+  static const bool isTerminal = isatty(STDOUT_FILENO) != 0;
+  return isTerminal;
+}
+
+// In a colour where the stream shows on a terminal that knows colours and the environment does not set NO_COLOR.
+std::string Coloured(int stream, const char* colour, const std::string& text) {
+  const char* const noColour = std::getenv("NO_COLOR");
+  const char* const terminal = std::getenv("TERM");
+  const bool isRefused = noColour != nullptr && *noColour != '\0';
+  const bool isPlain = terminal == nullptr || std::string_view(terminal) == "dumb" || isatty(stream) == 0;
+  return isRefused || isPlain ? text : colour + text + "\033[0m";
+}
+
+// A terminal gets no control characters.
+std::string ToPrint(const std::string& utf8) {
+  const auto text = IsTerminal() ? std::nullopt : ToLocale(utf8);
+  return text ? *text : Printable(utf8, IsTerminal() ? "\t\n" : "\t\n\r");
+}
+
+// JSON is UTF-8 in every locale.
+std::string JsonToPrint(const Json& value, int indent) {
+  const std::string text = value.dump(indent);
+  return IsTerminal() ? ToPrint(text) : text;
+}
+
+std::string Line(const Table::Row& row) {
+  std::string line;
+  const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
+  for (std::size_t i = 0; i < row.size() && (row[i] || i + 1 < row.size()); ++i) {
+    if (i > 0) line += '\t';
+    const auto start = static_cast<std::ptrdiff_t>(line.size());
+    line += row[i].value_or("");
+    std::replace_if(line.begin() + start, line.end(), isSeparator, ' ');
+  }
+  return ToPrint(line);
+}
+
+int logLevel = 0;
+
+void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
+  const bool enters = kind == corekit::LogKind::TraceEnter, leaves = kind == corekit::LogKind::TraceLeave;
+  if ((enters || leaves) && logLevel < 2) return;
+  std::string line;
+  Ostrum::Utf8FromWide(std::wstring(enters ? L"> " : leaves ? L"< " : L"") + component + L": " + text, line);
+  const char* const colour = kind == corekit::LogKind::Error ? Red : Dim;
+  std::cerr << Coloured(STDERR_FILENO, colour, Printable(line)) << '\n';
+} catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
+}
 
 } // namespace
 
@@ -23,6 +81,7 @@ void UseLocale() {
 }
 
 std::optional<std::string> FromLocale(const std::string& text) {
+  if (text.find('\0') != std::string::npos) return std::nullopt;
   if (localeIsUtf8) return Ostrum::IsUtf8(text) ? std::optional(text) : std::nullopt;
   std::wstring wide(text.size() + 1, L'\0');
   const std::size_t length = std::mbstowcs(wide.data(), text.c_str(), wide.size());
@@ -60,4 +119,44 @@ std::string Printable(std::string_view utf8, std::string_view kept) {
     }
   }
   return result;
+}
+
+void PrintValue(const std::string& value) { std::cout << ToPrint(value) << '\n'; }
+
+void PrintGood(const std::string& value, bool isGood) {
+  std::cout << Coloured(STDOUT_FILENO, isGood ? Green : Red, value) << '\n';
+}
+
+void PrintJson(const Json& value) { std::cout << JsonToPrint(value, 2) << '\n'; }
+
+void Table::Add(const Row& row) {
+  const bool isFirst = std::exchange(isEmpty, false);
+  if (!asJson) {
+    const bool hasHead = isFirst && IsTerminal() && names.size() > 1;
+    if (hasHead) std::cout << Coloured(STDOUT_FILENO, Bold, Line(names)) << '\n';
+    std::cout << Line(row) << '\n';
+    return;
+  }
+  Json entry;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? Json(*row[i]) : Json();
+  }
+  std::cout << (isFirst ? "[\n  " : ",\n  ") << JsonToPrint(entry, -1);
+}
+
+void Table::Finish() const {
+  if (asJson) std::cout << (isEmpty ? "[]\n" : "\n]\n");
+}
+
+void PrintMessage(const std::string& line) {
+  std::cerr << Coloured(STDERR_FILENO, Red, "tarvik:") << ' ' << Printable(line) << '\n';
+}
+
+void ShowLog(int level) {
+  logLevel = level;
+  if (level > 0) corekit::SetLogSink(ShowLogLine, nullptr);
+}
+
+void FlushOutput() {
+  if (!std::cout.flush()) throw CommandError("standard output: cannot be written");
 }

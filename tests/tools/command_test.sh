@@ -135,7 +135,7 @@ printf 'two\nlines\n' >input
 expect 0 '' '' set configuration.xml Network Timeout --stdin
 expect 0 $'two\nlines' '' get configuration.xml Network Timeout
 cp "$examples/configuration.xml" .
-expect 0 '' '*made the attribute kind of Network' set configuration.xml Network kind x --attribute
+expect 0 '' '*made the attribute kind in Network' set configuration.xml Network kind x --attribute
 cp "$examples/configuration.xml" .
 expect 0 '{"saved":true,"made":"New","changes":""}' '*made New' set -j configuration.xml '' New x
 cp "$examples/configuration.xml" .
@@ -148,13 +148,13 @@ refused 2 "*: ProductPackage?LangPackage?ExtraSettings?Setting2: not set: *Extra
 refused 2 '*no element Setting&Name=No in *, and set makes none for a filter' set catalog.xml "$settings" 'Setting&Name=No' x
 refused 2 '*: ProductPackage2: not set: the library would take ProductPackage, *' set catalog.xml ProductPackage2 ProductID x
 refused 2 '*: Folders?Folder2: not set: the library would take Folders?Folder, *' set configuration.xml Folders Folder2 outgoing
-refused 2 '*: c?Timeout: not set: there is none, and the library would take c?Timeouts' set longer.xml c Timeout 5
+refused 2 '*: c?Timeout: not set: the library would take c?Timeouts, the first whose name begins with Timeout' set longer.xml c Timeout 5
 refused 2 '*: Net: not set: the library would take Net1, *' set net.xml Net b 5
 expect 0 '' '' set net.xml Network Time 5
 expect 0 $'5\n1' '' get net.xml Network Time Timeout
 refused 1 '*no element Netwrk in Configuration; there is Network' set configuration.xml Netwrk Timeout 30 --existing
 refused 1 '*no attribute kind in Network' set configuration.xml Network kind x --attribute --existing
-refused 2 '*: Network: not set: a b can?t be *' set configuration.xml Network Timeout 5 'a b' x
+refused 2 '*: Network?a b: not set: a b is not a valid XML name' set configuration.xml Network Timeout 5 'a b' x
 refused 2 '*: Network?mode: not set: the library can?t give an attribute an empty value' set configuration.xml Network mode '' --attribute
 refused 2 '*: Network?Timeout: not set: *' set configuration.xml Network Timeout $'a\001b'
 refused 2 '*: Offset: an ITEM without a VALUE*set --help*' set configuration.xml Network Timeout 5 Offset
