@@ -28,42 +28,43 @@ void Document::Fail(const std::string& line, ExitStatus status) const {
 
 bool Document::Succeeded(std::uint32_t code) const {
   if (code == XmlOutOfMemory) throw std::bad_alloc();
-  const bool isKnown = code == XmlSuccess || code == XmlNotFound;
-  if (!isKnown) Fail("the library failed (result code " + std::to_string(code) + ")");
+  if (code != XmlSuccess && code != XmlNotFound) Fail("the library failed (result code " + std::to_string(code) + ")");
   return code == XmlSuccess;
 }
 
-void Document::SaveAgain(const std::string& item) const try {
-  record->file->Save(*record->document);
-} catch (const std::bad_alloc&) {
-  throw;
-} catch (const std::exception& reason) {
-  Fail(item + ": not saved: " + FromLocale(reason.what()).value_or("the file can't be written"));
+// Where a save failed, saving again says why, as no result code does.
+void Document::Set(const SetCall& call, const char* itemType) const {
+  const auto set = [&] {
+    return SetXMLItem(list, cookie, call.path.c_str(), call.item.c_str(), itemType, call.value.c_str());
+  };
+  std::uint32_t code = set();
+  try {
+    if (code == XmlFailure) record->file->Save(*record->document);
+  } catch (const std::exception& reason) {
+    Fail(call.shown + ": not saved: " + FromLocale(reason.what()).value_or("the file can't be written"));
+  }
+  if (code == XmlFailure) code = set();
+  Succeeded(code);
 }
 
-Document::GroupId Document::Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
-                                 const Element& wanted) const {
-  const std::size_t longestNumber = 10; // digits of 32 bits; a longer ID would be cut, and could be another group's
-  if (parent.size() + 1 + path.size() + longestNumber >= GroupIdCapacity) return std::nullopt;
-  char groupId[GroupIdCapacity] = {};
-  std::copy(parent.begin(), parent.end(), groupId);
-  const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, groupId, sizeof groupId);
-  if (!Succeeded(code) || record->elementMap->Find(groupId) != &wanted) return std::nullopt;
-  return groupId;
-}
-
-// With the root's name in front, a name that begins like it is not taken for it.
+// With the root's name in front, a name that begins like it is not taken for it. The group path "&" has an empty name, with
+// which every name begins; so no other ID can be the same.
 Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const {
-  if (!parent) return std::nullopt;
-  return Open(*parent, rootName + '\\' + ToLocale(step.name).value(), occurrence, *step.element);
+  const bool isByName = occurrence > 0;
+  const std::string path = isByName ? rootName + '\\' + ToLocale(step.name).value() : "&";
+  const std::size_t longestNumber = 10; // digits of 32 bits; a longer ID would be cut, and could be another group's
+  if (!parent || parent->size() + 1 + path.size() + longestNumber >= GroupIdCapacity) return std::nullopt;
+  char id[GroupIdCapacity] = {};
+  std::copy(parent->begin(), parent->end(), id);
+  const auto code = EnumXMLGroup(list, cookie, path.c_str(), isByName ? occurrence : step.position, id, sizeof id);
+  return Succeeded(code) && record->elementMap->Find(id) == step.element ? GroupId(id) : std::nullopt;
 }
 
-// Of the first so many steps' last. The group path "&" has an empty name, with which every name begins; so no other ID can be
-// the same. "" for the root.
-Document::GroupId Document::OpenByPositions(const Place& place, std::size_t steps) const {
+// Of the first so many steps' last.
+Document::GroupId Document::Open(const Place& place, std::size_t steps) const {
   GroupId group;
   if (steps > 0 && rootName.size() < GroupIdCapacity) group = ""; // else the library can't find the root by its name
-  for (std::size_t i = 1; group && i < steps; ++i) group = Open(*group, "&", place[i].position, *place[i].element);
+  for (std::size_t i = 1; group && i < steps; ++i) group = OpenChild(group, place[i], 0);
   return group;
 }
 
@@ -79,7 +80,7 @@ std::optional<std::string> Document::Read(const Place& place, const std::string&
          ")");
   }
   // Of the element that has the attribute, or of the text's parent.
-  const GroupId group = OpenByPositions(place, place.size() - (isText ? 1 : 0));
+  const GroupId group = Open(place, place.size() - (isText ? 1 : 0));
   const auto item = ToLocale(name), attributeName = ToLocale(attribute);
   if (!group || !item) return inDocument;
   const char* const type = isText ? "ELEMENT" : "ATTRIBUTE";

@@ -15,14 +15,18 @@ struct Examination {
   bool isRead = false;
   int line = 0, column = 0; // from 1, in bytes; 0 where the place is not known
   std::string reason;       // empty for a well-formed file
+  std::unique_ptr<Ostrum::Document> document;
 
   // ":2:6: mismatched tag", to follow the name of the file.
   std::string Complaint() const;
 };
 Examination Examine(const std::string& fileName, bool encrypted); // in the locale's character set
+Examination Parse(std::string utf8);
 
-// Null, and why, where the text is not well-formed.
-std::unique_ptr<Ostrum::Document> Parse(std::string utf8, Examination& result);
+// What SetXMLItem is to be called with, in the locale's character set, and how a person calls the item.
+struct SetCall {
+  std::string path, item, value, shown;
+};
 
 // Values are read through the library's exported functions, from groups that are opened on the way. Those which they can't
 // reach (the root's own text, what lies deeper than a group ID can say) come from the document itself. Every function throws
@@ -33,13 +37,12 @@ class Document {
   ~Document() { EndXMLList(&list); }
   Document(Document&&) = delete;
 
-  // For the ready-made queries, and for setting.
+  // For the ready-made queries.
   XmlFileList* List() const { return list; }
   const std::uint32_t* Cookie() const { return &cookie; }
   // True for success, false for "not found"; otherwise throws.
   bool Succeeded(std::uint32_t code) const;
-  // Saves what SetXMLItem could not; where that fails again, throws CommandError that says why, as no result code does.
-  void SaveAgain(const std::string& item) const;
+  void Set(const SetCall& call, const char* itemType) const;
 
   // A line on standard error about the file; one that is the last.
   void Note(const std::string& line) const;
@@ -50,17 +53,15 @@ class Document {
   // The element's text, or its attribute; nothing where it has no such attribute.
   std::optional<std::string> Read(const Place& place, const std::string& attribute) const;
 
-  // The library's ID of a child's group, below that of its parent ("" for the root); its number counts the names that begin
-  // like the child's. In the locale's character set. Nothing where there is none of the parent, it is another element's, or
-  // too long.
+  // The library's ID of a child's group, below that of its parent ("" for the root), in the locale's character set. Its number
+  // counts the names that begin like the child's or, at occurrence 0, all. Nothing where there is none of the parent, it is
+  // another element's, or too long.
   using GroupId = std::optional<std::string>;
   GroupId OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const;
 
  private:
   static constexpr std::size_t GroupIdCapacity = 260;
-  GroupId Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
-               const Element& wanted) const;
-  GroupId OpenByPositions(const Place& place, std::size_t steps) const;
+  GroupId Open(const Place& place, std::size_t steps) const;
 
   std::string file;
   XmlFileList* list = nullptr;

@@ -72,13 +72,14 @@ std::string NearestName(const Element& parent, const std::string& name) {
 
 } // namespace
 
-std::vector<PathComponent> SplitPath(const std::string& path) {
+std::vector<PathComponent> SplitPath(const std::string& path, std::uint32_t occurrence) {
   std::vector<PathComponent> components;
   for (std::size_t start = 0, end = 0; end < path.size(); start = end + 1) {
     const bool hasFilter = path.find('&', start) < path.find_first_of("\\/", start);
     end = std::min(path.find_first_of(hasFilter ? "\\" : "\\/", start), path.size());
     components.push_back(ParseComponent(path.substr(start, end - start), path));
   }
+  if (!components.empty()) components.back().occurrence = occurrence;
   return components;
 }
 
@@ -117,9 +118,9 @@ Way Follow(Element& root, const std::vector<PathComponent>& path) {
   Way way = FollowFrom(root, path, 0);
   if (way.followed == path.size()) return way;
   const PathComponent& front = path.front();
-  if (front.name != root.GetName() || front.occurrence != 1 || !Passes(root, front)) return way;
-  Way belowRoot = FollowFrom(root, path, 1);
-  return belowRoot.followed > way.followed ? belowRoot : way;
+  const bool isRoot = front.name == root.GetName() && front.occurrence == 1 && Passes(root, front);
+  if (Way below = FollowFrom(root, path, 1); isRoot && below.followed > way.followed) return below;
+  return way;
 }
 
 std::string WhyMissing(const Place& parent, const PathComponent& component) {

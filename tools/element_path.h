@@ -19,7 +19,8 @@ struct PathComponent {
 };
 
 // Components end at "\" or, before their first "&", at "/". Throws CommandError for an empty one and for a filter that is none.
-std::vector<PathComponent> SplitPath(const std::string& path);
+// The occurrence is the last one's.
+std::vector<PathComponent> SplitPath(const std::string& path, std::uint32_t occurrence = 1);
 
 // The number that the digits are, if it is written as a path does; else 0.
 std::uint32_t NumberIn(std::string_view digits);

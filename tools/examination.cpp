@@ -26,13 +26,14 @@ std::string ReadBytes(const std::string& fileName, bool encrypted, std::string& 
 
 } // namespace
 
-std::unique_ptr<Ostrum::Document> Parse(std::string utf8, Examination& result) {
+Examination Parse(std::string utf8) {
+  Examination result;
+  result.isRead = true;
   const int length = static_cast<int>(utf8.size());
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
-  std::unique_ptr<Ostrum::Document> document(
-      Ostrum::ParseXML(std::move(utf8), length, error, result.line, result.column));
-  if (document == nullptr) result.reason = Ostrum::ReasonOf(error);
-  return document;
+  result.document.reset(Ostrum::ParseXML(std::move(utf8), length, error, result.line, result.column));
+  if (result.document == nullptr) result.reason = Ostrum::ReasonOf(error);
+  return result;
 }
 
 std::string Examination::Complaint() const {
@@ -41,17 +42,14 @@ std::string Examination::Complaint() const {
 }
 
 Examination Examine(const std::string& fileName, bool encrypted) {
-  Examination result;
   std::string bytes, text;
+  Examination result;
   result.reason = ReadBytes(fileName, encrypted, bytes);
   result.isRead = result.reason.empty();
   if (!result.isRead) return result;
   Ostrum::UTF_ENCODINGS encoding{};
   const auto failure = Ostrum::DecodeFile(std::string(bytes), text, encoding);
-  if (!failure && text.size() <= INT_MAX) {
-    Parse(std::move(text), result);
-    return result;
-  }
+  if (!failure && text.size() <= INT_MAX) return Parse(std::move(text));
   const bool isEncrypted = bytes.starts_with("TVK1");
   result.reason = isEncrypted ? "is encrypted; --encrypted opens it"
                   : failure   ? failure->reason

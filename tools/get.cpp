@@ -7,8 +7,7 @@ namespace {
 
 // The components of path and item. Where an attribute is asked for, only elements that have it count.
 std::vector<PathComponent> Components(const Options& options, const std::string& item) {
-  std::vector<PathComponent> components = SplitPath(options.arguments.front());
-  if (!components.empty()) components.back().occurrence = options.occurrence;
+  std::vector<PathComponent> components = SplitPath(options.arguments.front(), options.occurrence);
   std::ranges::copy(SplitPath(item), std::back_inserter(components));
   if (components.empty()) return components;
   PathComponent& last = components.back();
@@ -47,8 +46,7 @@ ExitStatus Get(const Document& document, const Options& options) {
   for (const std::string& item : items) {
     const std::vector<std::string> values = ReadItem(document, options, item, missing);
     Json& found = isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back();
-    if (options.all) found = values;
-    if (!options.all && !values.empty()) found = values.front();
+    if (options.all || !values.empty()) found = options.all ? Json(values) : Json(values.front());
     if (options.json) continue;
     for (const std::string& value : values) PrintValue(value);
     if (values.empty() && !isOne && !options.all) PrintValue(""); // each item keeps its line

@@ -26,8 +26,9 @@ class TreeWalk {
     while (!levels.empty()) levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
   }
 
-  std::size_t count = 0, hidden = 0, withoutId = 0, lackForm = 0;
-  std::string firstHidden, firstWithoutId, firstWithoutForm;
+  std::size_t count = 0;
+  // What there is to say of some elements: of how many, and the path of the first.
+  std::map<std::string_view, std::pair<std::size_t, std::string>> remarks;
 
  private:
   struct Level {
@@ -64,23 +65,28 @@ class TreeWalk {
     path += (path.empty() ? "" : "\\") + text;
     place.erase(place.begin() + static_cast<std::ptrdiff_t>(levels.size()), place.end());
     place.push_back(step);
-    if (!hasForm && lackForm++ == 0) firstWithoutForm = path;
+    if (!hasForm) Remark(": has no form in the locale's character set");
     const Document::GroupId id =
         options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
     const bool isLeaf = element.Begin() == element.End();
     if (!isAbove) ListOne(id, isLeaf);
-    if (!isAbove && Hides(same, text) && hidden++ == 0) firstHidden = path;
-    const bool goesDown = isAbove || (!isLeaf && place.size() - topPlace.size() != options.depth);
-    if (goesDown) levels.emplace_back(element, path.size(), id);
+    if (!isAbove && Hides(same, text)) Remark(": stands for two elements, and leads to the one with the longer name");
+    const bool isDeepest = isLeaf || place.size() - topPlace.size() == options.depth;
+    if (isAbove || !isDeepest) levels.emplace_back(element, path.size(), id);
   }
 
   void ListOne(const Document::GroupId& id, bool isLeaf) {
     ++count;
     Table::Row row(1, path);
     if (options.withIds) row.push_back(id ? FromLocale(*id) : std::nullopt);
-    if (options.withIds && !id && withoutId++ == 0) firstWithoutId = path;
+    if (options.withIds && !id) Remark(": has no group ID of its own");
     if (options.withValues) row.push_back(isLeaf ? document.Read(place, "") : std::nullopt);
     table.Add(row);
+  }
+
+  void Remark(std::string_view what) {
+    auto& [number, first] = remarks[what];
+    if (number++ == 0) first = path;
   }
 
   // Whether another element, of a shorter name and with a number, has the same text.
@@ -104,8 +110,8 @@ class TreeWalk {
 } // namespace
 
 ExitStatus List(const Document& document, const Options& options) {
-  std::vector<PathComponent> components = SplitPath(options.arguments.empty() ? "" : options.arguments.front());
-  if (!components.empty()) components.back().occurrence = options.occurrence;
+  const std::string path = options.arguments.empty() ? "" : options.arguments.front();
+  const std::vector<PathComponent> components = SplitPath(path, options.occurrence);
   const auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
   Table::Row names{"path"};
   if (options.withIds) names.emplace_back("id");
@@ -117,14 +123,10 @@ ExitStatus List(const Document& document, const Options& options) {
   table.Finish();
   std::string note = isThere ? "" : WhyMissing(place, components[followed]);
   if (isThere && walk.count == 0) note = "no elements in it";
-  const auto add = [&note](const std::string& first, std::size_t number, const char* what) {
-    if (number > 0) note += (note.empty() ? "" : "; ") + first;
-    if (number > 1) note += " and " + std::to_string(number - 1) + " more";
-    if (number > 0) note += what;
-  };
-  add(walk.firstHidden, walk.hidden, ": stands for two elements, and leads to the one with the longer name");
-  add(walk.firstWithoutId, walk.withoutId, ": has no group ID of its own");
-  add(walk.firstWithoutForm, walk.lackForm, ": has no form in the locale's character set");
+  for (const auto& [what, remark] : walk.remarks) {
+    const std::string more = remark.first > 1 ? " and " + std::to_string(remark.first - 1) + " more" : "";
+    note.append(note.empty() ? "" : "; ").append(remark.second + more).append(what);
+  }
   if (!note.empty()) document.Note(note);
   return walk.count > 0 ? ExitStatus::Found : ExitStatus::NothingFound;
 }

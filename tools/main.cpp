@@ -48,6 +48,7 @@ std::string RequireText(const std::string& text, const std::string& what) {
 std::string ReadAll(std::istream& stream) {
   std::ostringstream all;
   all << stream.rdbuf();
+  if (all.bad()) throw CommandError("the input can't be read");
   return all.str();
 }
 
@@ -56,11 +57,11 @@ using TemporaryFile = std::unique_ptr<const char, int (*)(const char*)>;
 TemporaryFile KeepInput(std::string& name) {
   std::error_code noFolder;
   name = (std::filesystem::temp_directory_path(noFolder) / "tarvik-XXXXXX").string();
-  const int descriptor = mkstemp(name.data());
-  if (descriptor >= 0) close(descriptor);
-  TemporaryFile kept(descriptor >= 0 ? name.c_str() : nullptr, std::remove);
+  const int descriptor = noFolder ? -1 : mkstemp(name.data());
+  TemporaryFile kept(descriptor >= 0 && close(descriptor) == 0 ? name.c_str() : nullptr, std::remove);
   const bool isWhole = kept && std::ofstream(name, std::ios::binary) << ReadAll(std::cin) << std::flush;
-  return isWhole ? std::move(kept) : throw CommandError("standard input: can't be kept in the temporary file " + name);
+  return isWhole ? std::move(kept)
+                 : throw CommandError("standard input: can't be kept in a temporary file; TMPDIR names another folder");
 }
 
 // All of standard input but a line end at its end, which is the shell's.
@@ -74,12 +75,12 @@ std::string ReadValue() {
 void UseKey(const std::string& keyFile) {
   std::ifstream file(keyFile, std::ios::binary);
   const std::string bytes = ReadAll(file);
-  std::uint8_t key[32];
-  if (bytes.size() != sizeof key)
-    throw CommandError(FromLocale(keyFile).value_or("the key file") + ": not a 32-byte key");
-  std::copy(bytes.begin(), bytes.end(), key);
-  corekit::SetCipherKey(key);
+  if (bytes.size() != 32) throw CommandError(FromLocale(keyFile).value_or("the key file") + ": not a 32-byte key");
+  CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
 }
+
+// What is wrong with the value of an option, for CLI11.
+std::string IsGiven(const std::string& value) { return value.empty() ? "a value is required" : ""; }
 
 struct Subcommand {
   std::string_view name;
@@ -105,7 +106,7 @@ class CommandLine {
     app.require_subcommand(1);
     app.set_version_flag("--version", VersionText);
     CLI::Option* encrypted = app.add_flag("-e,--encrypted", options.encrypted);
-    app.add_option("--key-file", keyFile)->transform(Unmarked)->needs(encrypted);
+    app.add_option("--key-file", keyFile)->transform(Unmarked)->check(IsGiven)->needs(encrypted);
     app.add_flag("-j,--json", options.json);
     app.add_flag("-v", verbosity);
     app.fallthrough(); // so that each command has these options
@@ -130,8 +131,9 @@ class CommandLine {
     } catch (const CLI::ParseError& error) {
       Refuse(Complaint(error));
     }
-    const bool fits = arguments.size() >= command->least && arguments.size() <= command->most;
-    if (!fits) Refuse(std::string("the arguments must be ") + command->arguments);
+    if (arguments.size() < command->least || arguments.size() > command->most) {
+      Refuse(std::string("the arguments must be ") + command->arguments);
+    }
     if (command->name == "help") return PrintHelp(arguments.empty() ? "" : arguments.front());
     for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument, "an argument"));
     options.file = arguments.front();
@@ -167,9 +169,8 @@ class CommandLine {
   }
 
   static ExitStatus PrintHelp(const std::string& topic) {
-    const auto text = HelpTexts.find(topic);
-    if (text == HelpTexts.end()) throw CommandError(topic + ": there is no such command (tarvik help tells more)");
-    PrintValue(text->second.substr(0, text->second.size() - 1));
+    if (!HelpTexts.contains(topic)) throw CommandError(topic + ": there is no such command (tarvik help tells more)");
+    PrintValue(HelpTexts.at(topic));
     return ExitStatus::Found;
   }
 
@@ -182,15 +183,18 @@ class CommandLine {
   std::string Complaint(const CLI::ParseError& error) const {
     const std::vector<std::string> extras = app.remaining(true);
     if (app.get_subcommands().empty() && extras.empty()) return "a command is required";
-    if (extras.empty()) return FromLocale(error.what()).value_or("not text in the locale's character set");
+    const std::string what = error.what();
+    const bool lacksValue = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch);
+    if (lacksValue) return what.substr(0, what.find(':')) + ": a value is required";
+    if (extras.empty()) return FromLocale(what).value_or("not text in the locale's character set");
     const bool isOption = extras.front().starts_with('-');
     return RequireText(Unmarked(extras.front()), "an argument") +
            (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
   }
 
   void AddOptions(CLI::App& get, CLI::App& list, CLI::App& set) {
-    const auto counted = CLI::Range(1, INT32_MAX).description("");
-    get.add_option("--attribute", options.attribute)->transform(Unmarked);
+    const CLI::Range counted(1, INT32_MAX);
+    get.add_option("--attribute", options.attribute)->transform(Unmarked)->check(IsGiven);
     get.add_flag("--all", options.all)->excludes(get.add_option("--index", options.index)->check(counted));
     for (CLI::App* each : {&get, &list}) each->add_option("--occurrence", options.occurrence)->check(counted);
     list.add_option("--depth", options.depth)->check(counted);

@@ -9,13 +9,8 @@ namespace {
 // Sets items in a copy of the document, to decide whether the library would touch what was named, and nothing else.
 class SetPlan {
  public:
-  // What SetXMLItem is to be called with, in the locale's character set, and how a person calls the item.
-  struct Call {
-    std::string path, item, value, shown;
-  };
-
   SetPlan(const Document& openDocument, const Options& wanted)
-      : document(openDocument), options(wanted), copy(Parse(document.Tree().GenerateXML(false), parsed)) {}
+      : document(openDocument), options(wanted), copy(Parse(document.Tree().GenerateXML(false)).document) {}
 
   // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
   // where it is missing and must exist.
@@ -28,9 +23,15 @@ class SetPlan {
     for (auto end = place.begin() + 1; end != place.end(); ++end) RequireTaken({place.begin(), end + 1});
     for (; followed < components.size(); ++followed) Make(place, components[followed]);
     shown = options.itemIsAttribute ? PathBelow(place, item) : PathOf(place);
-    options.itemIsAttribute ? SetAttributeAt(place, item, value) : SetTextAt(place, value);
-    const std::string name = options.itemIsAttribute ? item : place.back().name;
-    if (!options.itemIsAttribute) place.pop_back();
+    std::string name = item;
+    if (options.itemIsAttribute) {
+      SetAttributeAt(place, item, value);
+    } else {
+      if (place.size() == 1) Refuse("the library can't set the root's own text");
+      static_cast<Ostrum::Value>(*place.back().element).Set(value);
+      name = place.back().name;
+      place.pop_back();
+    }
     std::string asked; // each name by itself, since the separator is the same byte in every character set
     for (const Step& step : place) asked += (asked.empty() ? "" : "\\") + ToLocale(step.name).value();
     calls.push_back({asked, ToLocale(name).value(), ToLocale(value).value(), shown});
@@ -40,7 +41,7 @@ class SetPlan {
 
   std::string Result() const { return copy->GenerateXML(false); }
 
-  std::vector<Call> calls;
+  std::vector<SetCall> calls;
   std::string made; // what was missing
 
  private:
@@ -74,11 +75,6 @@ class SetPlan {
     NoteMade(shown);
   }
 
-  static void SetTextAt(const Place& place, const std::string& value) {
-    if (place.size() == 1) Refuse("the library can't set the root's own text");
-    static_cast<Ostrum::Value>(*place.back().element).Set(value);
-  }
-
   void SetAttributeAt(const Place& place, const std::string& name, const std::string& value) {
     if (value.empty()) Refuse("the library can't give an attribute an empty value");
     Element& element = *place.back().element;
@@ -99,7 +95,6 @@ class SetPlan {
 
   const Document& document;
   const Options& options;
-  Examination parsed;
   const std::unique_ptr<Ostrum::Document> copy;
   std::string shown; // what is decided on, as a person calls it
 };
@@ -136,19 +131,6 @@ std::string LineDiff(const std::string& before, const std::string& after) {
   return text;
 }
 
-void Save(const Document& document, const char* itemType, const SetPlan::Call& call) {
-  const auto set = [&] {
-    return SetXMLItem(document.List(), *document.Cookie(), call.path.c_str(), call.item.c_str(), itemType,
-                      call.value.c_str());
-  };
-  std::uint32_t code = set();
-  if (code == XmlFailure) {
-    document.SaveAgain(call.shown);
-    code = set();
-  }
-  document.Succeeded(code);
-}
-
 } // namespace
 
 // All is decided before the first of the items is written.
@@ -157,14 +139,12 @@ ExitStatus Set(const Document& document, const Options& options) {
   for (auto item = options.arguments.begin() + 1; item != options.arguments.end(); item += 2)
     plan.Add(item[0], item[1]);
   const std::string changes = options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
-  for (const SetPlan::Call& call : plan.calls) {
-    if (!options.dryRun) Save(document, options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT", call);
+  for (const SetCall& call : plan.calls) {
+    if (!options.dryRun) document.Set(call, options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT");
   }
-  if (options.json) {
-    PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
-  } else if (!changes.empty()) {
-    PrintValue(changes.substr(0, changes.size() - 1)); // the line end is printed with it
-  }
+  if (options.json) PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
+  const bool printsLines = !options.json && !changes.empty();
+  if (printsLines) PrintValue(changes.substr(0, changes.size() - 1)); // the line end is printed with it
   if (!plan.made.empty()) document.Note((options.dryRun ? "would make " : "made ") + plan.made);
   return ExitStatus::Found;
 }

@@ -20,10 +20,7 @@ bool localeIsUtf8 = false;
 
 constexpr const char *Red = "\033[1;31m", *Green = "\033[32m", *Dim = "\033[2m", *Bold = "\033[1m";
 
-bool IsTerminal() {
-  static const bool isTerminal = isatty(STDOUT_FILENO) != 0;
-  return isTerminal;
-}
+const bool isTerminal = isatty(STDOUT_FILENO) != 0;
 
 // In a colour where the stream shows on a terminal that knows colours and the environment does not set NO_COLOR.
 std::string Coloured(int stream, const char* colour, const std::string& text) {
@@ -34,26 +31,21 @@ std::string Coloured(int stream, const char* colour, const std::string& text) {
   return isRefused || isPlain ? text : colour + text + "\033[0m";
 }
 
-// A terminal gets no control characters.
-std::string ToPrint(const std::string& utf8) {
-  const auto text = IsTerminal() ? std::nullopt : ToLocale(utf8);
-  return text ? *text : Printable(utf8, IsTerminal() ? "\t\n" : "\t\n\r");
-}
-
-// JSON is UTF-8 in every locale.
-std::string JsonToPrint(const Json& value, int indent) {
-  const std::string text = value.dump(indent);
-  return IsTerminal() ? ToPrint(text) : text;
+// A terminal gets no control characters. JSON is UTF-8 in every locale.
+std::string ToPrint(const std::string& utf8, bool isJson = false) {
+  if (isTerminal) return Printable(utf8, "\t\n");
+  const auto text = isJson ? utf8 : ToLocale(utf8);
+  return text ? *text : Printable(utf8, "\t\n\r");
 }
 
 std::string Line(const Table::Row& row) {
   std::string line;
-  const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
+  const auto withoutSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r' ? ' ' : c; };
   for (std::size_t i = 0; i < row.size() && (row[i] || i + 1 < row.size()); ++i) {
     if (i > 0) line += '\t';
     const auto start = static_cast<std::ptrdiff_t>(line.size());
     line += row[i].value_or("");
-    std::replace_if(line.begin() + start, line.end(), isSeparator, ' ');
+    std::transform(line.begin() + start, line.end(), line.begin() + start, withoutSeparator);
   }
   return ToPrint(line);
 }
@@ -105,18 +97,14 @@ bool HasForm(std::string_view utf8) { return localeIsUtf8 || ToLocale(utf8); }
 std::string Printable(std::string_view utf8, std::string_view kept) {
   std::string result;
   for (const wchar_t character : Ostrum::WideFromUtf8(utf8)) {
-    char bytes[MB_LEN_MAX];
+    char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"];
     std::mbstate_t state{};
-    const std::size_t length = std::wcrtomb(bytes, character, &state);
+    std::size_t length = std::wcrtomb(bytes, character, &state);
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
     const bool isKept = !isControl || kept.find(static_cast<char>(character)) != std::string_view::npos;
-    if (isKept && length <= sizeof bytes) {
-      result.append(bytes, length);
-    } else {
-      char escape[12];
-      std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(character));
-      result += escape;
-    }
+    const auto code = static_cast<unsigned long>(character);
+    if (!isKept || length > MB_LEN_MAX) length = std::snprintf(bytes, sizeof bytes, "\\u%04lx", code);
+    result.append(bytes, length);
   }
   return result;
 }
@@ -127,12 +115,12 @@ void PrintGood(const std::string& value, bool isGood) {
   std::cout << Coloured(STDOUT_FILENO, isGood ? Green : Red, value) << '\n';
 }
 
-void PrintJson(const Json& value) { std::cout << JsonToPrint(value, 2) << '\n'; }
+void PrintJson(const Json& value) { std::cout << ToPrint(value.dump(2), true) << '\n'; }
 
 void Table::Add(const Row& row) {
   const bool isFirst = std::exchange(isEmpty, false);
   if (!asJson) {
-    const bool hasHead = isFirst && IsTerminal() && names.size() > 1;
+    const bool hasHead = isFirst && isTerminal && names.size() > 1;
     if (hasHead) std::cout << Coloured(STDOUT_FILENO, Bold, Line(names)) << '\n';
     std::cout << Line(row) << '\n';
     return;
@@ -141,7 +129,7 @@ void Table::Add(const Row& row) {
   for (std::size_t i = 0; i < row.size(); ++i) {
     (names.size() == 1 ? entry : entry[*names[i]]) = row[i] ? Json(*row[i]) : Json();
   }
-  std::cout << (isFirst ? "[\n  " : ",\n  ") << JsonToPrint(entry, -1);
+  std::cout << (isFirst ? "[\n  " : ",\n  ") << ToPrint(entry.dump(), true);
 }
 
 void Table::Finish() const {
