@@ -64,13 +64,15 @@ class TreeWalk {
     path.resize(level.pathSize);
     path += (path.empty() ? "" : "\\") + text;
     place.erase(place.begin() + static_cast<std::ptrdiff_t>(levels.size()), place.end());
+    const bool isAmbiguous =
+        isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element : Hides(same, text);
     place.push_back(step);
     if (!hasForm) Remark(": has no form in the locale's character set");
     const Document::GroupId id =
         options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
     const bool isLeaf = element.Begin() == element.End();
     if (!isAbove) ListOne(id, isLeaf);
-    if (!isAbove && Hides(same, text)) Remark(": stands for two elements, and leads to the one with the longer name");
+    if (isAmbiguous) Remark(": stands for two elements, and leads to the one with the longer name");
     const bool isDeepest = isLeaf || place.size() - topPlace.size() == options.depth;
     if (isAbove || !isDeepest) levels.emplace_back(element, path.size(), id);
   }

@@ -111,9 +111,7 @@ std::vector<std::string> SplitLines(const std::string& text) {
 std::string LineDiff(const std::string& before, const std::string& after) {
   const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
-  const auto append = [&text](char sign, const std::string& line) {
-    text.append(1, sign).append(line).append(1, '\n');
-  };
+  const auto append = [&text](char sign, const auto& line) { text.append(1, sign).append(line).append(1, '\n'); };
   for (std::size_t i = 0, j = 0; i < old.size() || j < now.size(); ++i, ++j) {
     // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
     constexpr std::size_t farthest = 2000;
@@ -143,8 +141,8 @@ ExitStatus Set(const Document& document, const Options& options) {
     if (!options.dryRun) document.Set(call, options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT");
   }
   if (options.json) PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
-  const bool printsLines = !options.json && !changes.empty();
-  if (printsLines) PrintValue(changes.substr(0, changes.size() - 1)); // the line end is printed with it
+  if (!options.json && !changes.empty())
+    PrintValue(changes.substr(0, changes.size() - 1)); // the line end comes with it
   if (!plan.made.empty()) document.Note((options.dryRun ? "would make " : "made ") + plan.made);
   return ExitStatus::Found;
 }

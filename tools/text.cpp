@@ -99,12 +99,13 @@ std::string Printable(std::string_view utf8, std::string_view kept) {
   for (const wchar_t character : Ostrum::WideFromUtf8(utf8)) {
     char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"];
     std::mbstate_t state{};
-    std::size_t length = std::wcrtomb(bytes, character, &state);
+    const std::size_t length = std::wcrtomb(bytes, character, &state);
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    const bool isKept = !isControl || kept.find(static_cast<char>(character)) != std::string_view::npos;
-    const auto code = static_cast<unsigned long>(character);
-    if (!isKept || length > MB_LEN_MAX) length = std::snprintf(bytes, sizeof bytes, "\\u%04lx", code);
-    result.append(bytes, length);
+    const bool isRefused = isControl && kept.find(static_cast<char>(character)) == std::string_view::npos;
+    const bool isKept = !isRefused && length <= MB_LEN_MAX;
+    bytes[isKept ? length : 0] = '\0';
+    if (!isKept) std::snprintf(bytes, sizeof bytes, "\\u%04lx", static_cast<unsigned long>(character));
+    result += bytes;
   }
   return result;
 }
