@@ -6,48 +6,21 @@
 
 #include "platform/platform.h"
 #include "support/locale_guard.h"
-#include "support/temp_folder.h"
 
 namespace {
 
 constexpr const char* plain = "C";
-#ifdef _WIN32
-constexpr const char* latin = ".1252";
-constexpr const char* turkish = "Turkish_Turkey.1254"; // has an i of its own
-constexpr const char* japanese = ".932";               // the backslash is the second byte of common characters
-
-void Make(const std::string&) {}
-#else
-constexpr const char* latin = "ISO-8859-1";
-constexpr const char* turkish = "tr_TR";
-constexpr const char* japanese = "WINDOWS-31J";
-
-// Makes a locale, named by its character set, or by its language.
-void Make(const std::string& name) {
-  static const TempFolder made; // as long as the program, because the C library keeps looking there
-  setenv("LOCPATH", made.Path().c_str(), 1);
-  if (name[0] == 'C' || std::filesystem::exists(made.Name(name))) return;
-  const bool isCharset = name != turkish;
-  const std::string source = made.Write("source", "LC_CTYPE\ncopy \"" + (isCharset ? "i18n_ctype" : name) +
-                                                      "\"\nEND LC_CTYPE\nLC_COLLATE\ncopy \"POSIX\"\nEND LC_COLLATE\n");
-  // It warns of the categories that are not there, in its exit status too; whether it worked shows when it is set.
-  const std::string options = "-i " + source + " -f " + (isCharset ? name : "UTF-8") + " " + made.Name(name);
-  if (std::system(("localedef --no-archive -c 2>/dev/null " + options).c_str()) == -1) throw std::bad_alloc();
-}
-#endif
+// The last has an i of its own; in Japanese the backslash is the second byte of common characters.
+const char* const latin = hasUtf8 ? "ISO-8859-1" : ".1252";
+const char* const japanese = hasUtf8 ? "WINDOWS-31J" : ".932";
+const char* const turkish = hasUtf8 ? "tr_TR" : "Turkish_Turkey.1254";
 // Not on Windows: its C library has no UTF-8, and no character set with the yen sign in the backslash's place.
 constexpr const char* utf8 = "C.UTF-8";
 constexpr const char* yen = "SHIFT_JIS";
 
-// Sets the process's locale; a test whose locale cannot be made fails.
-void Use(const std::string& name) {
-  Make(name);
-  if (std::setlocale(LC_CTYPE, name.c_str()) == nullptr) throw std::runtime_error(name + ": no localedef or charmaps?");
-}
-
 // Where the text is found and, when it is one byte, its first and last occurrence as a character.
 std::string Hits(const char* locale, const char* text, const char* wanted) {
-  Use(locale);
+  UseLocale(locale);
   const auto place = [text](const char* hit) { return hit == nullptr ? "-" : std::to_string(hit - text); };
   const std::string found = place(platform::MbsFind(text, wanted));
   if (std::strlen(wanted) != 1) return found;
@@ -69,7 +42,7 @@ TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
 
 // At most count bytes of the text, copied; appending them must give the same.
 std::string Copied(const char* locale, const char* text, std::size_t count) {
-  Use(locale);
+  UseLocale(locale);
   char appended[16] = "";
   platform::MbsAppendBytes(appended, text, count);
   std::string copied(count + 1, '#');
@@ -91,7 +64,7 @@ TEST(MultibyteTest, BoundedCopiesSplitNoCharacter) {
 }
 
 bool AreEqual(const char* locale, const char* left, const char* right, std::size_t count = 100) {
-  Use(locale);
+  UseLocale(locale);
   const int order = platform::MbsCompareBytesNoCase(left, right, count);
   EXPECT_EQ(platform::MbsCompareBytesNoCase(right, left, count), -order) << locale << ' ' << left;
   EXPECT_TRUE(count != 100 || platform::MbsCompareNoCase(left, right) == order) << locale << ' ' << left;
@@ -117,12 +90,10 @@ TEST(MultibyteTest, CasesAreFoldedByCharacter) {
 TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
   for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
     if (!hasUtf8 && (locale == yen || locale == utf8)) continue;
-    Use(locale);
-    EXPECT_EQ(platform::CurrentPlainText() != platform::PlainText::None, locale != yen) << locale;
-    std::thread([&] {
-      EXPECT_EQ(platform::CurrentPlainText() != platform::PlainText::None, locale != yen)
-          << locale << " on a new thread";
-    }).join();
+    UseLocale(locale);
+    const auto isPlain = [] { return platform::CurrentPlainText() != platform::PlainText::None; };
+    EXPECT_EQ(isPlain(), locale != yen) << locale;
+    std::thread([&] { EXPECT_EQ(isPlain(), locale != yen) << locale << " on a new thread"; }).join();
   }
 }
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Programs that meet at one file: writers, an editor, killed ones, holders of locks, and who moves the file.
+"""Programs that meet at one file: writers, an editor, killed ones, holders of locks, and who moves the file or its owner.
 
 usage: processes_test.py LIBTARVIK
 """
@@ -8,23 +8,25 @@ import fcntl
 import os
 import random
 import signal
+import stat
 import struct
 import sys
 import tempfile
 import time
 
 tarvik = ctypes.CDLL(sys.argv[1])
-SUCCESS, FAILURE = 0, 34
+SUCCESS, FAILURE, UNREADABLE = 0, 34, 42
 
 
 class Document:
     """An open document; opening takes a second."""
 
     def __init__(self, name):
-        self.list, self.cookie = ctypes.c_void_p(), ctypes.c_uint32()
+        self.list, self.cookie, start = ctypes.c_void_p(), ctypes.c_uint32(), time.monotonic()
         tarvik.InitXMLList(ctypes.byref(self.list))
         code = tarvik.OpenXML(self.list, os.fsencode(name), 4, 0, ctypes.byref(self.cookie))
         check(code == SUCCESS, f"opening {name} gave {code}")
+        check(time.monotonic() - start > 0.99, f"opening {name} did not wait")
 
     def set(self, item, value):
         return tarvik.SetXMLItem(self.list, self.cookie, b"", item.encode(), b"ELEMENT", str(value).encode())
@@ -168,22 +170,89 @@ def names(folder):
     for place in (folder, deep):
         write(place + "/name.xml", "<R><A>1</A></R>")
     write(folder + "/other.xml", "<S><A>1</A></S>")
-    os.symlink("name.xml", folder + "/link.xml")
+    os.symlink("name.xml", folder + "/inner.xml")
+    os.symlink(folder + "/inner.xml", folder + "/link.xml")
     os.chdir(folder)
     documents = [Document(name) for name in ("name.xml", deep + "/name.xml", "link.xml")]
     os.chdir("/")
+    cookie = ctypes.c_uint32(documents[1].cookie.value)
+    tarvik.OpenXML(documents[1].list, os.fsencode(deep + "/name.xml"), 4, 0, ctypes.byref(documents[1].cookie))
+    check(documents[1].cookie.value != cookie.value, "a file was found by a name that was cut to what a record holds")
+    documents[1].cookie = cookie
     for number, document in enumerate(documents):
         check(document.set("A", number) == SUCCESS, f"document {number} was not saved")
     check(read(deep + "/name.xml") == "<R><A>1</A></R>", "the long name leads elsewhere")
     check(read(folder + "/name.xml") == "<R><A>2</A></R>", "a name leads elsewhere")
-    os.unlink(folder + "/link.xml")
-    os.symlink("other.xml", folder + "/link.xml")
-    check(documents[2].set("A", 3) == FAILURE, "another's document was taken for the own one")
+    os.unlink(folder + "/name.xml")
+    check(documents[2].set("A", 3) == SUCCESS, "nothing was made behind the links")
+    check(read(folder + "/name.xml") == "<R><A>3</A></R>", "the links lead elsewhere")
+    for target in ("other.xml", "link.xml"):
+        os.unlink(folder + "/link.xml")
+        os.symlink(target, folder + "/link.xml")
+        check(documents[2].set("A", 4) == FAILURE, f"a link to {target} was followed")
+        check(os.path.islink(folder + "/link.xml"), "a link was replaced")
     check(read(folder + "/other.xml") == "<S><A>1</A></S>", "another's document was written over")
-    check(os.listdir(deep) == ["name.xml"] and os.path.islink(folder + "/link.xml"), "something stayed or went")
+    check(os.listdir(deep) == ["name.xml"] and os.path.islink(folder + "/inner.xml"), "something stayed or went")
     print("names are whole, absolute, and links followed")
 
 
-for test in (writers_and_an_editor, killed_writers, locks, names):
+# As the system keeps it: the version; tag, permissions and ID of each entry. The group may do nothing, another user may all.
+NOBODY, ANY = 65534, 0xFFFFFFFF
+ACCESS_LIST = struct.pack("<I" + "HHI" * 5, 2, 1, 6, ANY, 2, 7, 1234, 4, 0, ANY, 16, 7, ANY, 32, 0, ANY)
+
+
+def rights(folder):
+    name, is_root = folder + "/kept.xml", os.geteuid() == 0
+    write(name, "<R/>")
+    document = Document(name)
+    lists = ["system.posix_acl_access", "user.of-mine"]  # what the file system can keep of them
+    for attribute in lists[:]:
+        try:
+            os.setxattr(name, attribute, ACCESS_LIST)
+            os.removexattr(name, attribute)
+        except OSError:
+            lists.remove(attribute)
+    if lists[:1] == ["system.posix_acl_access"]:  # what the folder gives its new files must not open up this one
+        os.setxattr(folder, "system.posix_acl_default", ACCESS_LIST)
+    os.umask(0o077)
+    for mode in (0o640, 0o600, 0o666, 0o751, 0o6755):
+        if is_root:
+            os.chown(name, 1234, 4321)
+        os.chmod(name, mode)
+        before = os.stat(name)
+        check(document.set("A", mode) == SUCCESS, f"a file of mode {mode:o} was not saved")
+        after = os.stat(name)
+        check(before.st_ino != after.st_ino, "the file was not replaced")
+        check((before.st_mode, before.st_uid, before.st_gid) == (after.st_mode, after.st_uid, after.st_gid), f"{mode:o}: {after}")
+        check("system.posix_acl_access" not in os.listxattr(name), "the folder's access list was taken over")
+    os.unlink(name)
+    check(document.set("A", "anew") == SUCCESS and os.stat(name).st_mode & 0o777 == 0o755, "made anew with other permissions")
+    for attribute in lists:
+        os.setxattr(name, attribute, ACCESS_LIST)
+    check(document.set("A", "kept") == SUCCESS, "a file with attributes was not saved")
+    check(all(os.getxattr(name, attribute) == ACCESS_LIST for attribute in lists), "attributes are gone")
+
+    # The group may write, the owner may not, and the folder lets both; nor is a pipe a file.
+    os.chmod(folder, 0o777)
+    for attribute in lists:
+        os.removexattr(name, attribute)
+    os.chmod(name, 0o464)
+    if is_root:
+        os.chown(name, NOBODY, 0)
+        os.setegid(NOBODY)
+        os.seteuid(NOBODY)
+    check(document.set("A", "refused") == FAILURE and "kept" in read(name), "a file was replaced that the user may not write")
+    if is_root:
+        os.seteuid(0)
+        os.setegid(0)
+    os.unlink(name)
+    os.mkfifo(name)
+    check(document.set("A", "refused") == FAILURE and stat.S_ISFIFO(os.stat(name).st_mode), "a pipe was replaced")
+    code = tarvik.OpenXML(document.list, os.fsencode(folder + "/./kept.xml"), 4, 0, ctypes.byref(document.cookie))
+    check(code == UNREADABLE, f"opening a pipe gave {code}")
+    print("owner, mode, access list and attributes taken over; what may not be written refused")
+
+
+for test in (writers_and_an_editor, killed_writers, locks, names, rights):
     with tempfile.TemporaryDirectory() as temporary:
         test(temporary)

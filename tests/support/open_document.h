@@ -4,32 +4,46 @@
 
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
+#include "corekit/corekit.h"
 #include "support/temp_folder.h"
 #include "tarvik/tarvik.h"
 
 class TestDocument {
  public:
-  explicit TestDocument(std::string_view bytes, std::int32_t encrypted = 0) : encrypted(encrypted) {
-    folder.Write(fileName, bytes);
+  // text: what the file holds, before it is encrypted where it shall be.
+  explicit TestDocument(const std::string& text, std::int32_t encrypted = 0) : encrypted(encrypted) {
+    Write(text);
     Reopen();
   }
   ~TestDocument() { EndXMLList(&list); }
   TestDocument(const TestDocument&) = delete;
   TestDocument& operator=(const TestDocument&) = delete;
 
-  void Reopen() {
+  // Opens the file in a new list in the place of the old one, and gives the code.
+  std::uint32_t Open() {
     EndXMLList(&list);
-    InitXMLList(&list);
-    const std::uint32_t code = OpenXML(list, Name().c_str(), 4, encrypted, &cookie);
+    const std::uint32_t code = InitXMLList(&list);
+    return code != XmlSuccess ? code : OpenXML(list, name.c_str(), 4, encrypted, &cookie);
+  }
+  void Reopen() {
+    const std::uint32_t code = Open();
     if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
   }
-  std::string Bytes() const { return folder.Read(fileName); }
-  // As another program would.
-  void Write(std::string_view bytes) const { folder.Write(fileName, bytes); }
-  std::string Name() const { return folder.Name(fileName); }
+
+  const std::string& Name() const { return name; }
   std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
+  // The text in the file, or why there is none.
+  std::string Bytes() const {
+    if (!std::filesystem::exists(name)) return "gone";
+    std::string bytes = folder.Read(fileName);
+    return encrypted == 0 || corekit::KCryptWrap::decrypt_data(bytes, bytes) ? bytes : "not encrypted";
+  }
+  // As another program would.
+  void Write(std::string text) const {
+    if (encrypted != 0) corekit::KCryptWrap::encrypt_data(text, text);
+    folder.Write(fileName, text);
+  }
 
   // The ID of the group, or what stands in its place ("Not Found").
   std::string Group(const char* path, std::uint32_t occurrence = 1) const {
@@ -39,18 +53,19 @@ class TestDocument {
   }
   // The text of a child element, whole, or "Not Found".
   std::string Text(const char* path, const char* child) const { return Read(path, child, "ELEMENT", nullptr); }
-  std::string Attribute(const char* path, const char* element, const char* name) const {
-    return Read(path, element, "ATTRIBUTE", name);
+  std::string Attribute(const char* path, const char* element, const char* attribute) const {
+    return Read(path, element, "ATTRIBUTE", attribute);
   }
   std::uint32_t SetText(const char* path, const char* child, const std::string& value) const {
     return SetXMLItem(list, cookie, path, child, "ELEMENT", value.c_str());
   }
-  std::uint32_t SetAttribute(const char* path, const char* name, const std::string& value) const {
-    return SetXMLItem(list, cookie, path, name, "ATTRIBUTE", value.c_str());
+  std::uint32_t SetAttribute(const char* path, const char* attribute, const std::string& value) const {
+    return SetXMLItem(list, cookie, path, attribute, "ATTRIBUTE", value.c_str());
   }
   // Saves the document as it stands in memory.
   std::uint32_t Save() const { return SetXMLItem(list, cookie, "", "", "", ""); }
 
+  const std::int32_t encrypted;
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
 
@@ -64,7 +79,7 @@ class TestDocument {
   }
 
   TempFolder folder;
-  std::int32_t encrypted;
+  std::string name = folder.Name(fileName);
 };
 
 #endif

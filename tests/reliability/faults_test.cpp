@@ -1,0 +1,299 @@
+// Each call that the library makes of what lies below it fails in turn: the allocation functions, its own and those of the
+// parser and the cipher, and the system's functions on files. No exception leaves a function, the code is a promised one, the
+// file is the old one or the new one, whole, nothing else stays in its folder, and the same call works the next time. What a
+// failure leaks, the address sanitizer tells. The linker leads all calls here that come from what is linked statically.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <openssl/crypto.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <set>
+
+#include "support/locale_guard.h"
+#include "support/open_document.h"
+
+namespace {
+
+struct Fault {
+  enum Place { Memory, System } place;
+  int kind = 0;      // of the system: errno; of memory: not 0 if all further calls fail, too
+  int countdown = 0; // the call that fails, counted from 1; none for 0
+  bool isArmed = false, hasFired = false;
+} fault;
+std::vector<std::string> systemCalls; // while a fault of the system is armed
+std::function<void()> atFlush;        // done once, at the first of those that is a flush
+
+bool Fails(Fault::Place place) noexcept {
+  if (!fault.isArmed || fault.place != place) return false;
+  if (fault.hasFired) return place == Fault::Memory && fault.kind != 0;
+  return fault.hasFired = --fault.countdown == 0;
+}
+
+bool SystemFails(const char* call) {
+  if (!fault.isArmed || fault.place != Fault::System) return false;
+  systemCalls.emplace_back(call);
+  if (atFlush && systemCalls.back() == "fsync") std::exchange(atFlush, nullptr)();
+  errno = fault.kind;
+  return Fails(Fault::System);
+}
+
+// Reads and writes come to an end early.
+std::size_t Part(std::size_t size) { return fault.place == Fault::System ? std::min<std::size_t>(size, 60) : size; }
+
+} // namespace
+
+// The build reads the names from here. A sanitizer's library finds the calls, too.
+#pragma GCC visibility push(default)
+#define SYSTEM_CALL(name, Result, parameters, arguments) \
+  extern "C" Result __real_##name parameters;            \
+  extern "C" Result __wrap_##name parameters { return SystemFails(#name) ? -1 : __real_##name arguments; }
+SYSTEM_CALL(openat, int, (int folder, const char* name, int flags, mode_t mode), (folder, name, flags, mode))
+SYSTEM_CALL(fstat, int, (int file, struct stat* status), (file, status))
+SYSTEM_CALL(fstatat, int, (int folder, const char* name, struct stat* s, int flags), (folder, name, s, flags))
+SYSTEM_CALL(readlinkat, ssize_t, (int folder, const char* name, char* to, std::size_t size), (folder, name, to, size))
+SYSTEM_CALL(fcntl, int, (int file, int command, struct flock* lock), (file, command, lock))
+SYSTEM_CALL(read, ssize_t, (int file, void* bytes, std::size_t size), (file, bytes, Part(size)))
+SYSTEM_CALL(write, ssize_t, (int file, const void* bytes, std::size_t size), (file, bytes, Part(size)))
+SYSTEM_CALL(futimens, int, (int file, const timespec* times), (file, times))
+SYSTEM_CALL(flistxattr, ssize_t, (int file, char* names, std::size_t size), (file, names, size))
+SYSTEM_CALL(fgetxattr, ssize_t, (int file, const char* name, void* to, std::size_t size), (file, name, to, size))
+SYSTEM_CALL(fsetxattr, int, (int file, const char* name, const void* from, size_t n, int how),
+            (file, name, from, n, how))
+SYSTEM_CALL(fremovexattr, int, (int file, const char* name), (file, name))
+SYSTEM_CALL(fchown, int, (int file, uid_t owner, gid_t group), (file, owner, group))
+SYSTEM_CALL(fchmod, int, (int file, mode_t mode), (file, mode))
+SYSTEM_CALL(fsync, int, (int file), (file))
+SYSTEM_CALL(getrandom, ssize_t, (void* to, std::size_t size, unsigned flags), (to, size, flags))
+SYSTEM_CALL(linkat, int, (int a, const char* from, int b, const char* to, int how), (a, from, b, to, how))
+SYSTEM_CALL(renameat, int, (int from, const char* name, int to, const char* target), (from, name, to, target))
+SYSTEM_CALL(unlinkat, int, (int folder, const char* name, int flags), (folder, name, flags))
+
+#define ALLOCATION(name, parameters, arguments) \
+  extern "C" void* __real_##name parameters;    \
+  extern "C" void* __wrap_##name parameters { return Fails(Fault::Memory) ? nullptr : __real_##name arguments; }
+ALLOCATION(malloc, (std::size_t size), (size))
+ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size))
+ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
+#pragma GCC visibility pop
+
+// The whole program's. Not inlined, so that the compiler does not take them for a mismatch of operator new and free. The forms
+// for arrays call these, but for the sanitizers' own.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* const block = std::malloc(size);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
+
+// The cipher library takes its memory by these functions if it is told before it takes any.
+[[maybe_unused]] const int cipherLibraryTold =
+    CRYPTO_set_mem_functions([](std::size_t size, const char*, int) { return std::malloc(size); },
+                             [](void* old, std::size_t size, const char*, int) { return std::realloc(old, size); },
+                             [](void* block, const char*, int) { std::free(block); });
+
+namespace {
+
+// A document in another encoding, one whose type tells something, and one with names beyond ASCII and a long one.
+const std::string gbk = "<?xml version='1.0' encoding='GBK'?><R>\xC4\xE3</R>";
+const std::string catalog = R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
+<Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
+  <LangPackage><FileList><FileItem><Name>first-file-of-the-list</Name><Hash>1&own;</Hash></FileItem></FileList></LangPackage></ProductPackage></Catalog>)";
+const std::string longName(80, 'n'), longValue(80, 'v');
+const std::string words =
+    "<W\xC3\xB6rt>\n  <\xC3\xA4 k='v'>\xC3\xBC</\xC3\xA4>\n  <" + longName + "/>\n</W\xC3\xB6rt>\n";
+
+// What the calls answer.
+char text[260];
+std::vector<FileListEntry> files;
+
+using Opened = TestDocument&;
+
+std::uint32_t Group(Opened d, const char* parent, const char* path) {
+  return EnumXMLGroup(d.list, d.cookie, path, 1, std::strcpy(text, parent), sizeof text);
+}
+std::uint32_t Get(Opened d, const char* path, const char* item, const char* attribute = nullptr) {
+  const char* const type = attribute == nullptr ? "ELEMENT" : "ATTRIBUTE";
+  return EnumXMLItem(d.list, d.cookie, path, item, type, 1, attribute, type, text, sizeof text);
+}
+std::uint32_t Set(Opened d, const char* path, const char* item, const char* type = "ELEMENT") {
+  return SetXMLItem(d.list, d.cookie, path, item, type, longValue.c_str());
+}
+std::uint32_t SetLong(Opened d) { return Set(d, "", longName.c_str()); }
+
+void OpenPackage(Opened d) { d.Group("ProductPackage"); }
+void RemoveFile(Opened d) { std::filesystem::remove(d.Name()); }
+void EditFile(Opened d) { d.Write("<W\xC3\xB6rt><B/></W\xC3\xB6rt>"); }
+// Another owner's file behind a link, with attributes.
+void MoveBehindLink(Opened d) {
+  const std::string target = d.Name() + ".target";
+  std::filesystem::rename(d.Name(), target);
+  std::filesystem::create_symlink(target, d.Name());
+  setxattr(target.c_str(), "user.of-mine", "v", 1, 0);
+  if (chown(target.c_str(), 1234, 4321) != 0) return; // only root may
+}
+
+enum Kind { Opening, Reading, Setting, Other };
+const struct Work {
+  const char* name;
+  Kind kind;
+  const std::string& text;
+  std::uint32_t (*call)(Opened);
+  void (*prepare)(Opened) = nullptr;
+} works[] = {
+    {"open", Opening, catalog, [](Opened d) { return d.Open(); }},
+    {"open another encoding", Opening, gbk, [](Opened d) { return d.Open(); }},
+    {"open what is open", Other, words, [](Opened d) { return OpenXML(d.list, d.Name().c_str(), 4, 0, &d.cookie); }},
+    {"close", Other, words, [](Opened d) { return CloseXML(d.list, d.cookie); }},
+    {"group by value", Reading, words, [](Opened d) { return Group(d, "", "W\xF6rt\\\xE4&k=v"); }},
+    {"group in a group", Reading, catalog,
+     [](Opened d) { return Group(d, "ProductPackage", "LangPackage\\FileList\\FileItem"); }, OpenPackage},
+    {"attribute with an entity", Reading, catalog,
+     [](Opened d) { return Get(d, "ProductPackage", "ProductPackage", "note"); }, OpenPackage},
+    {"attribute", Reading, words, [](Opened d) { return Get(d, "W\xF6rt", "\xE4", "k"); }},
+    {"text", Reading, words, [](Opened d) { return Get(d, "W\xF6rt", "\xE4"); }},
+    {"files", Reading, catalog, [](Opened d) { return GetFileList(d.list, &d.cookie, &files); }},
+    {"set a text", Setting, catalog, [](Opened d) { return Set(d, "ProductPackage", "ProductID"); }},
+    {"make elements", Setting, words,
+     [](Opened d) { return Set(d, "W\xF6rt\\neu", "tief&\xE4=\xFC\xFC\xFC\xFC\xFC\xFC\xFC"); }},
+    {"set an attribute", Setting, words, [](Opened d) { return Set(d, "W\xF6rt\\\xE4", "k", "ATTRIBUTE"); }},
+    {"save another's file behind a link", Setting, words, SetLong, MoveBehindLink},
+    {"merge", Setting, words, SetLong, EditFile},
+    {"make the file anew", Setting, words, SetLong, RemoveFile},
+};
+
+// Whether a call may give the code when it meets the fault.
+bool IsPromised(Kind kind, std::uint32_t code) {
+  if (kind == Other || (fault.place == Fault::System && fault.kind == EINTR)) return false;
+  if (kind == Reading) return code == 3 || code == 34;
+  if (fault.place == Fault::Memory) return code == 1 || (kind == Opening && code == 34);
+  if (kind == Opening) return code == 42 || (code == 5 && fault.kind == ENOENT);
+  return code == 34;
+}
+
+struct State { // of the file and its folder, and what was answered
+  std::string bytes;
+  std::ptrdiff_t files = 0;
+  std::string answers;
+  bool operator==(const State&) const = default;
+};
+State StateOf(const TestDocument& document) {
+  std::string answers = text;
+  for (const FileListEntry& file : files) answers += file.Name + file.Hash;
+  return {document.Bytes(), document.FilesInFolder(), answers};
+}
+
+std::uint32_t CallWith(const Fault& wanted, const Work& work, Opened document) {
+  text[0] = '\0';
+  files.clear();
+  systemCalls.clear();
+  fault = wanted;
+  fault.isArmed = true;
+  const std::uint32_t code = work.call(document);
+  fault.isArmed = false;
+  return code;
+}
+
+// Gives whether the call was reached that was to fail. right: what is there after the work without a fault, which a run with
+// countdown 0 tells.
+bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& right) {
+  SCOPED_TRACE(testing::Message() << work.name << ", kind " << wanted.kind << ", call " << wanted.countdown);
+  TestDocument document(work.text, encrypted);
+  EXPECT_TRUE(work.kind != Setting || document.Save() == 0U); // its file is as it was left
+  if (work.prepare != nullptr) work.prepare(document);
+  const State old = StateOf(document);
+  const std::uint32_t code = CallWith(wanted, work, document);
+  const bool hasFired = fault.hasFired;
+  const State now = StateOf(document);
+  if (wanted.countdown == 0) right = now;
+  EXPECT_TRUE(code == 0 || (hasFired && IsPromised(work.kind, code))) << code;
+  // The second flush is the folder's.
+  const bool folderFailed = hasFired && !systemCalls.empty() && std::ranges::count(systemCalls, "fsync") == 2;
+  EXPECT_EQ(now.bytes, code == 0 || folderFailed ? right.bytes : old.bytes);
+  EXPECT_EQ(now.files, code == 0 || folderFailed ? right.files : old.files);
+  EXPECT_TRUE(code == 0 || CallWith({}, work, document) == 0U);
+  EXPECT_TRUE(StateOf(document) == right);
+  return hasFired;
+}
+
+// Makes each call in turn fail, and gives how many there are.
+int Sweep(const Work& work, Fault wanted, std::int32_t encrypted = 0) {
+  State right;
+  Run(work, wanted, encrypted, right);
+  do {
+    ++wanted.countdown;
+  } while (Run(work, wanted, encrypted, right) && !testing::Test::HasFailure());
+  return wanted.countdown - 1;
+}
+
+// A line takes memory, too, but what becomes of it here doesn't.
+void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* text) {
+  const bool wasArmed = std::exchange(fault.isArmed, false);
+  static_cast<std::set<std::wstring>*>(lines)->insert(text);
+  fault.isArmed = wasArmed;
+}
+
+class Faults : public testing::Test {
+ protected:
+  void SetUp() override {
+    // A real disk flushes what a rename replaces, thousands of times here.
+    if (std::filesystem::exists("/dev/shm")) setenv("TMPDIR", "/dev/shm", 0);
+  }
+  const LocaleGuard locale{"ISO-8859-1"}; // names and values are converted
+};
+
+TEST_F(Faults, OfAnyAllocation) {
+  std::set<std::wstring> lines;
+  for (const std::int32_t encrypted : {0, 1}) {
+    for (const int lasting : {0, 1}) {
+      corekit::SetLogSink(lasting == encrypted ? &Keep : nullptr, &lines);
+      int count = 0;
+      for (const Work& work : works) count += Sweep(work, {Fault::Memory, lasting}, encrypted);
+      EXPECT_GT(count, 300);
+    }
+  }
+  corekit::SetLogSink(nullptr, nullptr);
+  for (const wchar_t* wanted :
+       {L"Failed to allocate memory for tokens", L"Failed to get \u00e4: unknown exception thrown.",
+        L"Unknown exception occurred while searching for the path in the root element",
+        L"Unknown exception occurred while searching for \u00e4&k=v",
+        L"Unknown exception thrown while searching for the group name."}) {
+    EXPECT_TRUE(lines.contains(wanted)) << testing::PrintToString(std::wstring(wanted));
+  }
+}
+
+TEST_F(Faults, OfAnySystemCall) {
+  for (const int error : {EINTR, EIO, EACCES, ENOENT, ENOSPC, EOPNOTSUPP, EEXIST, EAGAIN}) {
+    for (const Work& work : works) {
+      EXPECT_TRUE((work.kind != Opening && work.kind != Setting) || Sweep(work, {Fault::System, error}) > 4);
+    }
+  }
+}
+
+// The order of the calls that matter to a loss of power, and an edit while the new file is flushed.
+TEST(Save, FlushesBeforeItNamesAndKeepsAnEditMeanwhile) {
+  TestDocument document("<R/>");
+  ASSERT_EQ(document.Save(), 0U);
+  for (const bool isEdited : {false, true}) {
+    if (isEdited) atFlush = [&] { document.Write("<R><B/></R>"); };
+    systemCalls.clear();
+    fault = {Fault::System, 0, 0, true};
+    EXPECT_EQ(document.SetText("", "A", std::to_string(isEdited)), 0U);
+    fault = {};
+    EXPECT_EQ(document.Bytes(), isEdited ? "<R><B/><A>1</A></R>" : "<R><A>0</A></R>");
+    std::string order;
+    for (const std::string& call : systemCalls) {
+      if (call == "fsync" || call == "linkat" || call == "renameat") order += call + " ";
+    }
+    EXPECT_TRUE(order.ends_with("fsync linkat renameat fsync ")) << order;
+  }
+}
+
+} // namespace
