@@ -1,149 +1,126 @@
-// Any bytes as a file: what opens must be walked, set, saved and read again as the same.
-#include <expat.h>
+// Any bytes as a file: what opens must be walked, set, saved and read again as the same, and any sequence of calls on it gives
+// codes that the functions may give, and writes no byte behind a buffer's capacity.
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
 #include <iterator>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <sstream>
 
-#include "harness.h"
-#include "host/ostrumxml/document.h"
-#include "host/ostrumxml/file.h"
+#include "corekit/corekit.h"
+#include "ostrumxml/parsed_document.h"
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
+
+// The bytes of a file, in memory_files.cpp.
+std::string& MemoryFile(const std::string& name);
 
 namespace {
 
-using Ostrum::Element;
-
-// What Expat alone reports of a text, in the form of Tree::Describe; empty where it refuses the text.
-std::string DescribeByExpat(const std::string& source) {
-  struct Description {
-    std::string text;
-    std::vector<std::string> open; // the texts of the elements that are open
-  } description;
-  const XML_Parser parser = XML_ParserCreate("UTF-8");
-  XML_SetUserData(parser, &description);
-  XML_SetElementHandler(
-      parser,
-      [](void* self, const char* name, const char** attributes) {
-        auto& [text, open] = *static_cast<Description*>(self);
-        text += std::string("<") + name;
-        while (*attributes != nullptr && std::string_view(*attributes) != "a") attributes += 2;
-        text += *attributes != nullptr ? std::string(" a=") + attributes[1] + ">" : ">";
-        open.emplace_back();
-      },
-      [](void* self, const char*) {
-        auto& [text, open] = *static_cast<Description*>(self);
-        text += "</>" + open.back();
-        open.pop_back();
-      });
-  XML_SetCharacterDataHandler(parser, [](void* self, const char* text, int size) {
-    static_cast<Description*>(self)->open.back().append(text, static_cast<std::size_t>(size));
-  });
-  const bool parsed = XML_Parse(parser, source.data(), static_cast<int>(source.size()), XML_TRUE) == XML_STATUS_OK;
-  XML_ParserFree(parser);
-  return parsed ? description.text : "";
+// Where it ended, the fuzzer shows.
+void Require(bool holds) {
+  if (!holds) std::abort();
 }
 
-// What the file holds now, as far as it can be read.
-struct Tree {
-  Tree() {
-    unsigned long byteCount = 0;
-    Ostrum::PARSER_ERROR error{};
-    int line = 0, column = 0;
-    Ostrum::DocumentFile file("f", nullptr, nullptr);
-    if (file.ReadBufferFromFileNoExp(source, encoding, byteCount) != Ostrum::ReadDone) return;
-    document.reset(Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
-    const std::string expected = DescribeByExpat(source);
-    if (document == nullptr) {
-      REQUIRE(expected.empty() || error >= Ostrum::TOO_MANY_ENTITIES);
-    } else {
-      REQUIRE(document->GenerateXML(false) == source && Describe() == expected);
-    }
-  }
-
-  // All elements in their order, each with its name, its text and the attribute "a".
-  std::string Describe() {
-    elements.clear();
-    return Describe(document->GetRoot());
-  }
-  std::string Describe(Element& element) { // no input of the fuzzer's nests too deep for this
-    elements.push_back(&element);
-    const Ostrum::Attribute attribute = element.GetAttribute("a");
-    std::string text =
-        "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") + attribute.GetValue() + ">";
-    for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
-    return text + "</>" + element.GetValue();
-  }
-
-  std::string source;
-  Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
-  std::unique_ptr<Ostrum::Document> document;
-  std::vector<Element*> elements;
-};
-
-void ChangeOne(Element& element, FuzzedDataProvider& choice) try {
-  const std::string value = "'\"<&]]>" + choice.ConsumeRandomLengthString(40);
-  const auto kind = choice.ConsumeIntegralInRange(0, 2);
-  if (kind == 0) return static_cast<Ostrum::Value>(element).Set(value);
-  if (kind == 1) return static_cast<Ostrum::Value>(element.AddElementInto("n")).Set(value);
-  Ostrum::Attribute attribute = element.GetAttribute("a");
-  if (attribute.IsNull()) attribute = element.CreateAttribute("a");
-  static_cast<Ostrum::Value>(attribute).Set(value);
-} catch (const std::invalid_argument&) { // what XML can't carry, or an entity's text holds
+// The file as it is now. What can be read of it must be what Expat alone reads.
+Parsed ReadFile() {
+  Parsed parsed(MemoryFile("f"));
+  const std::string expected = parsed.isText ? DescribeByExpat(parsed.source) : "";
+  if (parsed.document == nullptr) Require(expected.empty() || parsed.error >= Ostrum::TOO_MANY_ENTITIES);
+  if (parsed.document != nullptr) Require(parsed.Generate() == parsed.source && Describe(parsed.At("")) == expected);
+  return parsed;
 }
 
-void CheckChanges(Tree& tree, FuzzedDataProvider choice) {
-  for (auto changes = choice.ConsumeIntegralInRange(0, 3); changes > 0; --changes) {
-    ChangeOne(*tree.elements[choice.ConsumeIntegralInRange<std::size_t>(0, tree.elements.size() - 1)], choice);
+// A path of words that mean something in the seeds, or any bytes.
+std::string Words(FuzzedDataProvider& choice) {
+  static std::istringstream all(
+      "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text r a "
+      "b n "
+      "b&a=1 Name ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
+  static const std::vector<std::string> words(std::istream_iterator<std::string>(all), {});
+  const auto count = choice.ConsumeIntegralInRange(0, 4);
+  if (count == 0) return choice.ConsumeRandomLengthString(300);
+  std::string path;
+  for (int i = 0; i < count; ++i) {
+    path += (i == 0 ? "" : "\\") + words[choice.ConsumeIntegralInRange<std::size_t>(0, words.size() - 1)];
   }
-  MemoryFile("f") = tree.document->GenerateXML(false);
-  Tree again;
-  REQUIRE(again.document != nullptr && again.Describe() == tree.Describe());
+  return path;
 }
 
-void CheckSession(Tree& tree) {
+std::uint32_t Call(XmlFileList* list, std::uint32_t cookie, FuzzedDataProvider& choice, char* buffer,
+                   std::uint32_t capacity) {
+  const std::string texts[] = {Words(choice), Words(choice), Words(choice), Words(choice)};
+  const auto missing = choice.ConsumeIntegral<std::uint8_t>(); // mostly none
+  const auto argument = [&](std::size_t number) { return number == missing ? nullptr : texts[number].c_str(); };
+  const char *const path = argument(0), *const item = argument(1), *const type = argument(2),
+                    *const value = argument(3);
+  if (texts[1].size() < capacity) texts[1].copy(buffer, capacity); // a parent's group ID
+  const std::int32_t number = choice.ConsumeIntegral<std::int8_t>();
+  const auto count = static_cast<std::uint32_t>(number);
+  DetectionPosition position = {count, choice.ConsumeIntegral<std::uint8_t>(), choice.ConsumeIntegral<std::uint8_t>()};
+  DetectionInfo info;
+  std::vector<FileListEntry> files;
+  std::uint8_t enabled = 7;
+  const auto function = choice.ConsumeIntegralInRange(0, 8);
+  if (function == 0) return OpenXMLGroup(list, cookie, path, buffer, capacity);
+  if (function == 1) return EnumXMLGroup(list, cookie, path, count, buffer, capacity);
+  if (function == 2) return GetXMLItem(list, cookie, path, item, type, value, type, buffer, capacity);
+  if (function == 3) return EnumXMLItem(list, cookie, path, item, type, number, value, type, buffer, capacity);
+  if (function == 4) return IsRepositoryEnabled(list, &cookie, &enabled, buffer, &capacity);
+  if (function == 5) return EnumDetectionInfo(list, &cookie, position, &info);
+  if (function == 6) return GetDetectionInfo(list, &cookie, path, item, type, &info);
+  if (function == 7) return GetFileList(list, &cookie, &files);
+  return SetXMLItem(list, cookie, path, item, type, value);
+}
+
+void CheckSession(const Parsed& parsed, FuzzedDataProvider choice) {
   const std::string bytes = MemoryFile("f");
+  const corekit::LogSink readLine = [](void*, corekit::LogKind, const wchar_t* component, const wchar_t* text) {
+    Require(std::wcslen(component) + std::wcslen(text) > 0);
+  };
+  corekit::SetLogSink(choice.ConsumeBool() ? readLine : nullptr, nullptr);
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
-  REQUIRE(InitXMLList(&list) == XmlSuccess);
+  Require(InitXMLList(&list) == XmlSuccess);
   const std::uint32_t opened = OpenXML(list, "f", 4, 0, &cookie);
-  REQUIRE(tree.document != nullptr ? opened == XmlSuccess : opened == XmlOutOfMemory || opened == XmlFileNotText);
+  Require(parsed.document != nullptr ? opened == XmlSuccess : opened == XmlOutOfMemory || opened == XmlFileNotText);
   if (opened == XmlSuccess) {
-    REQUIRE(SetXMLItem(list, cookie, "", "", "neither", "") == XmlSuccess);
-    REQUIRE(tree.encoding != Ostrum::UTF_8 || MemoryFile("f") == bytes);
-    REQUIRE(Tree().Describe() == tree.Describe());
-    char group[260] = "";
-    for (std::uint32_t n = 1; n < 50; ++n, group[0] = '\0') EnumXMLGroup(list, cookie, "\\", n, group, sizeof group);
-    REQUIRE(SetXMLItem(list, cookie, "", "zz", "ELEMENT", " <&]]>\"' ") == XmlSuccess && Tree().document != nullptr);
+    Require(SetXMLItem(list, cookie, "", "", "neither", "") == XmlSuccess);
+    Require(parsed.encoding != Ostrum::UTF_8 || MemoryFile("f") == bytes);
+    Require(Describe(ReadFile().At("")) == Describe(parsed.At("")));
   }
-  REQUIRE(EndXMLList(&list) == XmlSuccess && list == nullptr);
+  for (int calls = 0; opened == XmlSuccess && calls < 100 && choice.remaining_bytes() > 0; ++calls) {
+    // Ends where its capacity does, so that the address sanitizer sees each byte behind it; a group ID has one byte at least.
+    std::vector<char> buffer(choice.ConsumeBool() ? 260 : choice.ConsumeIntegralInRange(1U, 255U));
+    buffer.shrink_to_fit();
+    const std::uint32_t code = Call(list, cookie, choice, buffer.data(), static_cast<std::uint32_t>(buffer.size()));
+    Require(code == XmlSuccess || code == XmlNotFound || code == XmlFailure);
+    Require(std::memchr(buffer.data(), 0, buffer.size()) != nullptr);
+  }
+  // Whatever was set, the file holds what the document does.
+  Require(opened != XmlSuccess || Describe(ReadFile().At("")) == Describe(list->head->document->GetRoot()));
+  Require(EndXMLList(&list) == XmlSuccess && list == nullptr);
 }
 
 // What stands before the input, if its first byte is the number of one: encodings, and elements in the text of entities.
-const char* const starts[] = {
-    "<?xml version='1.0' encoding='windows-1255'?>",
-    "<?xml version='1.0' encoding='ISO-8859-5'?>",
-    "<?xml version='1.0' encoding='Shift_JIS'?>",
-    "<?xml version='1.0' encoding='EUC-JP'?>",
-    "<?xml version='1.0' encoding='GB18030'?>",
-    "<?xml version='1.0' encoding='Big5-HKSCS'?>",
-    "<!DOCTYPE r [<!ENTITY e '<a>1</a>t<b a=\"2\"/>'><!ENTITY f '&e;<![CDATA[x]]><c>&e;</c>'>]><r>&f;",
-    "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f '&#38;e;&#60;'><!ATTLIST r a NMTOKENS ' 1  2'>]><r><b a='&e;&f;'>&e;"};
+std::string StartFor(std::uint8_t number) {
+  constexpr const char* encodings[] = {"windows-1255", "ISO-8859-5", "Shift_JIS", "EUC-JP", "GB18030", "Big5-HKSCS"};
+  constexpr const char* entities[] = {
+      "<!DOCTYPE r [<!ENTITY e '<a>1</a>t<b a=\"2\"/>'><!ENTITY f '&e;<![CDATA[x]]><c>&e;</c>'>]><r>&f;",
+      "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f '&#38;e;&#60;'><!ATTLIST r a NMTOKENS ' 1  2'>]><r><b a='&e;&f;'>&e;"};
+  if (number < 6) return "<?xml version='1.0' encoding='" + std::string(encodings[number]) + "'?>";
+  return number < 8 ? entities[number - 6] : "";
+}
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const char* const locale = std::setlocale(LC_ALL, "C.UTF-8");
-  REQUIRE(locale != nullptr);
-  const bool started = size > 0 && data[0] < std::size(starts);
-  MemoryFile("f") = started ? starts[data[0]] : "";
-  MemoryFile("f").append(data + (started ? 1 : 0), data + size);
-  Tree tree;
-  CheckSession(tree);
-  if (tree.document != nullptr) CheckChanges(tree, FuzzedDataProvider(data, size));
+  Require(locale != nullptr);
+  const std::string start = size > 0 ? StartFor(data[0]) : "";
+  MemoryFile("f") = start + std::string(data + (start.empty() ? 0 : 1), data + size);
+  CheckSession(ReadFile(), FuzzedDataProvider(data, size));
   return 0;
 }

@@ -1,7 +1,8 @@
+// Files that the library reads and writes in the place of the disk's.
+#include "platform/files.h"
+
 #include <map>
 
-#include "harness.h"
-#include "platform/files.h"
 #include "platform/platform.h"
 
 std::string& MemoryFile(const std::string& name) {
@@ -13,10 +14,7 @@ namespace platform {
 namespace {
 
 FileState StateOf(const FileName& name) {
-  FileState state;
-  state.identity.number = std::hash<std::string>()(MemoryFile(name.string()));
-  state.isSettled = true;
-  return state;
+  return {{.number = std::hash<std::string>()(MemoryFile(name.string()))}, 0, true};
 }
 
 } // namespace
@@ -40,12 +38,13 @@ const std::optional<FileState>& LockedFile::State() const noexcept { return syst
 void LockedFile::FlushFolder() const {}
 
 ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
-  FileState state;
-  return ReadWholeFile(system->name, limit, bytes, state);
+  return ReadWholeFile(system->name, limit, bytes, *system->state);
 }
 
-bool LockedFile::Replace(std::string_view bytes, std::uint32_t) {
-  MemoryFile(system->name.string()) = bytes;
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t) {
+  std::string& bytes = MemoryFile(system->name.string());
+  bytes.clear();
+  for (const std::string_view piece : pieces) bytes += piece;
   system->state = StateOf(system->name);
   return true;
 }

@@ -22,39 +22,35 @@ const Element* Walk(const Element& parent, std::uint32_t n, Matches matches) {
 }
 
 void ExpectTheSame(const Element& parent, const std::string& text, const std::string& value, std::uint32_t n) {
-  const auto has = [](const Element& child) { return !child.GetAttribute("k").IsNull(); };
+  SCOPED_TRACE(testing::Message() << text << ' ' << value << ' ' << n);
   const auto is = [&](const Element& child) { return child.GetName() == text; };
   const auto begins = [&](const Element& child) { return child.GetName().starts_with(text); };
-  EXPECT_EQ(&parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is)) << text << n;
-  EXPECT_EQ(&parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins)) << text << n;
-  EXPECT_EQ(&parent.NthChildWithAttribute(text, "k", n),
-            Walk(parent, n, [&](const Element& child) { return is(child) && has(child); }))
-      << text << n;
-  EXPECT_EQ(&parent.FirstChildWithValue(text, "k", value),
-            Walk(parent, 1,
-                 [&](const Element& child) {
-                   return begins(child) && has(child) && child.GetAttribute("k").GetValue().starts_with(value);
-                 }))
-      << text << value;
+  const auto has = [&](const Element& child) { return !child.GetAttribute("k").IsNull(); };
+  const auto isWith = [&](const Element& child) { return is(child) && has(child); };
+  const auto beginsWithValue = [&](const Element& child) {
+    return begins(child) && has(child) && child.GetAttribute("k").GetValue().starts_with(value);
+  };
+  EXPECT_EQ(&parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is));
+  EXPECT_EQ(&parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins));
+  EXPECT_EQ(&parent.NthChildWithAttribute(text, "k", n), Walk(parent, n, isWith));
+  EXPECT_EQ(&parent.FirstChildWithValue(text, "k", value), Walk(parent, 1, beginsWithValue));
 }
 
 TEST(ChildIndex, FindsWhatAWalkFinds) {
   std::mt19937 engine(7);
-  const auto random = [&engine] { return static_cast<std::uint32_t>(engine()); };
-  const auto any = [&random](const auto& list) -> std::string { return list[random() % std::size(list)]; };
+  const auto random = [&engine](std::size_t below) { return static_cast<std::uint32_t>(engine() % below); };
+  const auto any = [&random](const auto& list) { return std::string(list[random(std::size(list))]); };
   for (const unsigned count : {0U, 23U, 24U, 25U, 300U}) {
     std::string bytes = "<r>";
-    for (unsigned i = 0; i < count; ++i)
-      bytes += "<" + any(names) + (random() % 2 ? " k='" + any(values) + "'/>" : "/>");
+    for (unsigned i = 0; i < count; ++i) bytes += "<" + any(names) + (random(2) ? " k='" + any(values) + "'/>" : "/>");
     const Parsed parsed(bytes + "</r>");
     Element& parent = parsed.At("");
     for (int step = 0; step < 400; ++step) {
       const std::string text = any(names);
-      ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values), random() % (step % 3 == 0 ? 4 : 100));
+      ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values), random(step % 3 == 0 ? 4 : 100));
       if (step % 20 == 0) parent.AddElementInto(text);
-      if (step % 30 != 0 || parent.Begin() == parent.End()) continue;
-      Element& changed = parent.NthChild(NameMatch::Prefix, "", 1 + random() % 20);
-      if (changed.IsNull()) continue;
+      Element& changed = parent.NthChild(NameMatch::Prefix, "", 1 + random(20));
+      if (step % 30 != 0 || changed.IsNull()) continue;
       Ostrum::Attribute attribute = changed.GetAttribute("k");
       if (attribute.IsNull()) attribute = changed.CreateAttribute("k");
       static_cast<Ostrum::Value>(attribute).Set(any(values));

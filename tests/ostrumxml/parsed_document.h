@@ -1,47 +1,77 @@
-// A document read from a file of these bytes, with its elements by paths of names.
+// A document read from these bytes, and what it says beside what Expat alone says of the same text.
 #ifndef TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 #define TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 
-#include <memory>
+#include <expat.h>
 
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/document.h"
-#include "host/ostrumxml/file.h"
-#include "support/temp_folder.h"
 
 struct Parsed {
-  explicit Parsed(std::string_view bytes) {
-    const TempFolder folder;
-    const std::filesystem::path file(folder.Write("f.xml", bytes));
-    auto encoding = Ostrum::UTF_8;
-    unsigned long byteCount = 0;
-    std::string text;
-    result = Ostrum::DocumentFile(file, nullptr, nullptr).ReadBufferFromFileNoExp(text, encoding, byteCount);
-    const auto length = static_cast<int>(text.size());
-    if (result == Ostrum::ReadDone) document.reset(Ostrum::ParseXML(std::move(text), length, error, line, column));
+  explicit Parsed(std::string bytes) {
+    isText = !Ostrum::DecodeFile(std::move(bytes), source, encoding);
+    int line = 0, column = 0;
+    if (isText) document.reset(Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
   }
 
   // The element reached by going to the first child of each name, or the null element.
   Ostrum::Element& At(const std::filesystem::path& path) const {
     Ostrum::Element* element = &document->GetRoot();
-    for (const auto& name : path) {
-      auto child = element->Begin();
-      while (!(child == element->End()) && child->GetName() != name.string()) ++child;
-      if (child == element->End()) return Ostrum::Element::null;
-      element = &*child;
-    }
+    for (const auto& name : path) element = &element->NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
     return *element;
-  }
-  std::string Text(const char* path) const { return At(path).GetValue(); }
-  std::string Attribute(const char* name) const { // of the root
-    const Ostrum::Attribute attribute = At("").GetAttribute(name);
-    return attribute.IsNull() ? "(none)" : attribute.GetValue();
   }
   std::string Generate() const { return document->GenerateXML(false); }
 
-  long result;
-  std::unique_ptr<Ostrum::Document> document;
+  bool isText;
+  std::string source;
+  Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   Ostrum::PARSER_ERROR error{};
-  int line = 0, column = 0;
+  std::unique_ptr<Ostrum::Document> document; // null where the parser refused
 };
+
+// All elements below one in their order, each with its name, its text and the attribute "a". They must not nest deep.
+inline std::string Describe(Ostrum::Element& element) {
+  const Ostrum::Attribute attribute = element.GetAttribute("a");
+  std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") + attribute.GetValue();
+  text += ">";
+  for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
+  return text + "</>" + element.GetValue();
+}
+
+// The same of what Expat tells of the text; empty where it refuses the text.
+inline std::string DescribeByExpat(const std::string& source) {
+  struct Description {
+    std::string text;
+    std::vector<std::string> open; // the texts of the elements that are open
+  } description;
+  const XML_Parser parser = XML_ParserCreate("UTF-8");
+  XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);
+  XML_SetUserData(parser, &description);
+  XML_SetElementHandler(
+      parser,
+      [](void* self, const char* name, const char** attributes) {
+        auto& [text, open] = *static_cast<Description*>(self);
+        while (*attributes != nullptr && std::string_view(*attributes) != "a") attributes += 2;
+        text += "<" + std::string(name) + (*attributes != nullptr ? std::string(" a=") + attributes[1] : "") + ">";
+        open.emplace_back();
+      },
+      [](void* self, const char*) {
+        auto& [text, open] = *static_cast<Description*>(self);
+        text += "</>" + open.back();
+        open.pop_back();
+      });
+  XML_SetCharacterDataHandler(parser, [](void* self, const char* text, int size) {
+    static_cast<Description*>(self)->open.back().append(text, static_cast<std::size_t>(size));
+  });
+  const bool parsed = XML_Parse(parser, source.data(), static_cast<int>(source.size()), XML_TRUE) == XML_STATUS_OK;
+  XML_ParserFree(parser);
+  return parsed ? description.text : "";
+}
 
 #endif

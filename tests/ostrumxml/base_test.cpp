@@ -1,0 +1,116 @@
+// What everything else in the document library stands on, each by itself.
+#include <gtest/gtest.h>
+
+#include "host/ostrumxml/markup.h"
+#include "host/ostrumxml/name_table.h"
+#include "host/ostrumxml/references.h"
+
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+TEST(NameTable, GivesEachNameOneNumber) {
+  Ostrum::NameTable table;
+  EXPECT_EQ(table.Find("n1"), 0U);
+  EXPECT_EQ(table.Text(0), "");
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < 1000; ++i) names.push_back("n" + std::to_string(i * 7919));
+  for (std::uint32_t i = 0; i < 2000; ++i) {
+    const std::string& name = names[i % 1000];
+    EXPECT_EQ(i % 3 == 0 ? table.InternCopy(std::string(name)) : table.Intern(name), i % 1000 + 1);
+    EXPECT_EQ(table.Intern(names[i / 2]), i / 2 + 1) << "not a recent one";
+    EXPECT_EQ(table.Find(names[i / 2]), i / 2 + 1);
+    EXPECT_EQ(table.Text(i / 2 + 1), names[i / 2]);
+    EXPECT_EQ(table.Find(name + "x"), 0U);
+  }
+}
+
+TEST(References, StandForCharacters) {
+  using Row = std::pair<const char*, const char*>;
+  for (const auto& [reference, character] :
+       {Row("&amp;", "&"), Row("&lt;", "<"), Row("&gt;", ">"), Row("&quot;", "\""), Row("&apos;", "'"),
+        Row("&#65;", "A"), Row("&#x4a;", "J"), Row("&#xe9;", "\u00e9"), Row("&#8364;", "\u20ac"),
+        Row("&#x10FFFF;", "\U0010FFFF")}) {
+    std::string text = "t";
+    EXPECT_TRUE(Ostrum::AppendReference(reference, text));
+    EXPECT_EQ(text, "t"s + character);
+  }
+  std::string none;
+  EXPECT_TRUE(!Ostrum::AppendReference("&am;", none) && none.empty());
+}
+
+TEST(References, KeepWhatAParserWouldChange) {
+  EXPECT_EQ(Ostrum::EscapeText("a&<>\r\n\t\"'\u20ac"), "a&amp;&lt;&gt;&#13;\n\t\"'\u20ac");
+  EXPECT_EQ(Ostrum::EscapeAttribute("&<>\"'\t\n\r", '"'), "&amp;&lt;>&quot;'&#9;&#10;&#13;");
+  EXPECT_EQ(Ostrum::EscapeAttribute("\"'", '\''), "\"&apos;");
+  EXPECT_EQ(Ostrum::FoldBlanks("  a b   c\t "), "a b c\t");
+  EXPECT_EQ(Ostrum::FoldBlanks("   "), "");
+  const std::string normalized = "a\nb\n\nc\n";
+  for (std::size_t limit = 0; limit < 10; ++limit) {
+    std::string text;
+    Ostrum::AppendCharacters("a\r\nb\r\n\rc\r", text, limit);
+    EXPECT_EQ(text, normalized.substr(0, limit)) << limit;
+  }
+}
+
+TEST(Markup, AttributesOfATag) {
+  using Row = std::pair<std::string_view, const char*>;
+  for (const auto& [tag, expected] :
+       {Row(">", ""), Row(" />", ""), Row(" a='1' b=\"'>/\"/>", "a:1 b:'>/ "),
+        Row("\n\ta\r=\n' b=\"2\" '>x", "a: b=\"2\"  "), Row(" \u00e9=''b='3'>", "\u00e9: b:3 ")}) {
+    Ostrum::TagScanner scanner(tag);
+    const Ostrum::TagIndex index(tag);
+    std::string found;
+    for (Ostrum::RawAttribute attribute; scanner.Next(attribute);) {
+      found.append(attribute.name).append(":").append(attribute.value).append(" ");
+      EXPECT_EQ(index.Find(attribute.name).value.data(), attribute.value.data());
+    }
+    EXPECT_EQ(found, expected);
+    for (const char* missing : {"", "aa", "z"}) EXPECT_EQ(index.Find(missing).name.data(), nullptr);
+  }
+}
+
+TEST(Markup, PiecesOfContent) {
+  using enum Ostrum::PieceKind;
+  const std::string first(4095, 'x'); // a text longer than a piece is cut, but between no "\r" and its "\n"
+  using Row = std::pair<Ostrum::PieceKind, std::string>;
+  const std::vector<Row> pieces{Row(Text, first),
+                                Row(Text, "\r\n>]]"),
+                                Row(Reference, "&#65;"),
+                                Row(CData, "<![CDATA[<a>]] >]]>"),
+                                Row(Reference, "&e;"),
+                                Row(Text, "t"),
+                                Row(Other, "<!--<a>-> -->"),
+                                Row(Other, "<?p a?>"),
+                                Row(StartTag, "<a>"),
+                                Row(Text, "\r"),
+                                Row(EmptyTag, "<b c='/>'/>"),
+                                Row(EndTag, "</a >"),
+                                Row(StartTag, "<c d=\"/\"\n>")};
+  std::string all;
+  for (const auto& [kind, text] : pieces) all += text;
+  Ostrum::PieceScanner scanner(all);
+  Ostrum::Piece piece{};
+  for (const auto& [kind, text] : pieces) {
+    ASSERT_TRUE(scanner.Next(piece));
+    EXPECT_EQ(piece.text, text);
+    EXPECT_EQ(piece.kind, kind) << text;
+  }
+  EXPECT_FALSE(scanner.Next(piece));
+  EXPECT_EQ(Ostrum::TagName("<a\n b='c'>"), "a");
+  EXPECT_EQ(Ostrum::InsideCData("<![CDATA[]]]]>"), "]]");
+}
+
+// Eight bytes are looked at together: each place is tried.
+TEST(Markup, TextThatStandsForItself) {
+  for (std::size_t place = 0; place < 20; ++place) {
+    for (const char character : "&<\x1F\n %=\x7F\x80\xFF"s) {
+      std::string text(20, 'a');
+      text[place] = character;
+      EXPECT_EQ(Ostrum::StandsForItself(text), character < '\0' || " %=\x7F"sv.find(character) != text.npos) << place;
+    }
+  }
+}
+
+} // namespace
