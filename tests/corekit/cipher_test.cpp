@@ -20,17 +20,14 @@ std::string setup = "OPENSSL_CONF=" + setupFolder.Write("openssl.cnf",
 
 bool Refuses(std::string file) { return !KCryptWrap::decrypt_data(file, file) && file.empty(); }
 
-TEST(CipherTest, WhatWasEncipheredComesBackAndNoTwoFilesAreEqual) {
+TEST(CipherTest, WhatWasEncryptedComesBackAndNoTwoFilesAreEqual) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
   for (const std::size_t size : {0U, 1U, 15U, 16U, 17U, 70000U}) {
     const std::string plain(size, '\xE9');
-    std::string first;
-    std::string second;
+    std::string first, second;
     ASSERT_TRUE(KCryptWrap::encrypt_data(plain, first) && KCryptWrap::encrypt_data(plain, second));
-    EXPECT_EQ(first.size(), 4 + 12 + size + 16);
     EXPECT_NE(first.substr(4, 12), second.substr(4, 12)) << "a nonce must never come twice";
-    ASSERT_TRUE(KCryptWrap::decrypt_data(first, first)) << "into itself";
-    EXPECT_TRUE(first == plain) << size;
+    EXPECT_TRUE(KCryptWrap::decrypt_data(first, first) && first == plain) << size;
   }
 }
 
@@ -43,29 +40,23 @@ TEST(CipherTest, WhatIsNotWholeAndUnchangedIsRefused) {
     changed[i] = static_cast<char>(changed[i] ^ 0x80);
     EXPECT_TRUE(Refuses(changed) && Refuses(file.substr(0, i)) && Refuses(file.substr(i + 1))) << i;
   }
-  EXPECT_TRUE(Refuses(file + '\0'));
-  EXPECT_TRUE(Refuses("<Root>a plain file that is long enough</Root>"));
+  EXPECT_TRUE(Refuses(file + '\0') && Refuses("<Root>a plain file that is long enough</Root>"));
 }
 
-// The one test that may look at the built-in key, before it sets another.
-TEST(CipherTest, FilesOfEveryVersionAndSystemAreReadableUnderTheirKeyAlone) {
+// The command's test reads what the first version wrote on Linux; this is from Windows. The one test that may look at the
+// built-in key, before it sets another.
+TEST(CipherTest, FilesAreReadableUnderTheirKeyAlone) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
-  const std::string digits[] = {
-      // as the first version wrote them on Linux and on Windows
-      "54564b317c0439b3cf2fb7ec6560d586ee88a99e9a9a72593580916d9d501d4abe855af94b8671b9b2adda63e2f10ee08f7d"
-      "f63a4a9bd5e7b9cb4a9ef2fcc627",
+  const std::string digits =
       "54564b317314ca4de52d184aa29e97f281127f3480de094e7a936a860dc5d0fab7b5616cb1868c54cf1462328032a39c845d"
-      "e718628e84161f5a117fed0039d5",
-  };
-  for (const std::string& each : digits) {
-    std::string file;
-    for (std::size_t i = 0; i < each.size(); i += 2)
-      file += static_cast<char>(std::stoi(each.substr(i, 2), nullptr, 16));
-    ASSERT_TRUE(KCryptWrap::decrypt_data(file, file));
-    EXPECT_EQ(file, "<Root><Item>fixed</Item></Root>\n");
-  }
-
+      "e718628e84161f5a117fed0039d5";
   std::string file;
+  for (std::size_t i = 0; i < digits.size(); i += 2) {
+    file += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
+  }
+  ASSERT_TRUE(KCryptWrap::decrypt_data(file, file));
+  EXPECT_EQ(file, "<Root><Item>fixed</Item></Root>\n");
+
   ASSERT_TRUE(KCryptWrap::encrypt_data("text", file));
   corekit::SetCipherKey({1, 2, 3});
   EXPECT_TRUE(Refuses(file));

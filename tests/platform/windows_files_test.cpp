@@ -16,31 +16,34 @@ using platform::ReadStatus;
 
 FileName Absolute(const std::filesystem::path& name) { return platform::AbsoluteFileName("", name.c_str()); }
 
-ReadStatus Read(const FileName& name, std::string& bytes) {
+ReadStatus Read(const FileName& name) {
+  std::string bytes;
   platform::FileState state;
   return platform::ReadWholeFile(name, SIZE_MAX, bytes, state);
 }
 
-TEST(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
+class WindowsFilesTest : public testing::Test {
+ protected:
+  const TempFolder folder;
+  const FileName name = Absolute(folder.Write("file", "old"));
+};
+
+TEST_F(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
   EXPECT_EQ(Absolute("C:/a/../b."), L"\\\\?\\C:\\b");
   EXPECT_EQ(Absolute("\\\\server\\share\\b"), L"\\\\?\\UNC\\server\\share\\b");
   EXPECT_EQ(Absolute("\\\\?\\C:\\b"), L"\\\\?\\C:\\b");
-  const TempFolder folder;
-  FileName name = Absolute(folder.Path());
-  for (const std::size_t length : {256 - name.native().size(), std::size_t{200}}) {
-    name = name / L"\u4e2d" / std::wstring(length - 3, L'x');
-    ASSERT_TRUE(CreateDirectoryW(name.parent_path().c_str(), nullptr));
-    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0)) << name.native().size();
-    std::string bytes;
-    EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << name.native().size();
-    ASSERT_TRUE(DeleteFileW(name.c_str()) && CreateDirectoryW(name.c_str(), nullptr));
+  FileName deep = Absolute(folder.Path());
+  for (const std::size_t length : {256 - deep.native().size(), std::size_t{200}}) {
+    deep = deep / L"\u4e2d" / std::wstring(length - 3, L'x');
+    ASSERT_TRUE(CreateDirectoryW(deep.parent_path().c_str(), nullptr));
+    EXPECT_TRUE(LockedFile(deep).Replace({"new"}, 0)) << deep.native().size();
+    EXPECT_EQ(Read(deep), ReadStatus::Done) << deep.native().size();
+    ASSERT_TRUE(DeleteFileW(deep.c_str()) && CreateDirectoryW(deep.c_str(), nullptr));
   }
-  for (; name.native().size() > 200; name = name.parent_path()) RemoveDirectoryW(name.c_str());
+  for (; deep.native().size() > 200; deep = deep.parent_path()) RemoveDirectoryW(deep.c_str());
 }
 
-TEST(WindowsFilesTest, AttributesAreTakenOver) {
-  const TempFolder folder;
-  const FileName name = Absolute(folder.Write("file", "old"));
+TEST_F(WindowsFilesTest, AttributesAreTakenOver) {
   for (const DWORD attributes : {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
     ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
     const DWORD before = GetFileAttributesW(name.c_str());
@@ -59,26 +62,21 @@ std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
   });
 }
 
-TEST(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
-  const TempFolder folder;
-  const FileName name = Absolute(folder.Write("file", "old"));
-  std::string bytes;
+TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
   for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
     std::jthread holder = Hold(name, share, 300);
     EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0)) << share;
     holder = Hold(name, share, 300);
-    EXPECT_EQ(Read(name, bytes), ReadStatus::Done) << share;
+    EXPECT_EQ(Read(name), ReadStatus::Done) << share;
     holder = Hold(name, share, 3500);
     EXPECT_THROW(LockedFile(name).Replace({"newer"}, 0), std::system_error) << share;
-    EXPECT_EQ(Read(name, bytes), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
+    EXPECT_EQ(Read(name), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
   }
   EXPECT_EQ(folder.Read("file"), "new");
   EXPECT_EQ(folder.FileCount(), 1) << "the temporary file stayed";
 }
 
-TEST(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {
-  const TempFolder folder;
-  const FileName name = Absolute(folder.Write("file", "old"));
+TEST_F(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {
   std::thread([&] { static_cast<void>(new LockedFile(name)); }).join();
   const auto start = GetTickCount64();
   auto lock = std::make_unique<LockedFile>(name);

@@ -22,11 +22,6 @@ class LogLines {
   std::vector<std::string> Take() { return std::exchange(lines, {}); }
   // The traces since the last call: ">Name" for an entry, "<Name" for a return.
   std::vector<std::string> TakeTraces() { return std::exchange(traces, {}); }
-  // Forgets both.
-  void Clear() {
-    lines.clear();
-    traces.clear();
-  }
 
  private:
   static void Receive(void* context, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) {

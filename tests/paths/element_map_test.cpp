@@ -1,0 +1,60 @@
+#include "paths/element_map.h"
+
+#include <gtest/gtest.h>
+
+#include "registry/file_list.h"
+#include "support/open_document.h"
+
+namespace {
+
+class ElementMapTest : public testing::Test {
+ protected:
+  // What the map's entries refer to.
+  Ostrum::Element& Element(std::size_t number) const {
+    return root.NthChild(Ostrum::NameMatch::Exact, "e", static_cast<std::uint32_t>(1 + number % 5));
+  }
+  void Insert(const std::string& key, Ostrum::Element& element) { map.Insert(map.Search(key), key, element); }
+
+  const TestDocument document{"<r><e/><e/><e/><e/><e/></r>"};
+  Ostrum::Element& root = XmlFileAt(document.list, 0)->document->GetRoot();
+  ElementMap map;
+};
+
+TEST_F(ElementMapTest, FindsEachKeyByAllItsBytes) {
+  std::vector<std::string> keys{""};
+  for (std::size_t i = 0; i < 500; ++i) keys.push_back("Group\\Item" + std::to_string(i * 7919));
+  for (std::size_t i = 0; i < keys.size(); ++i) Insert(std::string(keys[i]), Element(i));
+  EXPECT_EQ(map.Size(), keys.size());
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(keys[found]), &Element(found));
+    EXPECT_EQ(map.Find(keys[i] + "x"), nullptr);
+  }
+}
+
+TEST_F(ElementMapTest, EntersTheKeysOfASet) {
+  for (const char* present : {"a\\b", "a\\b\\c"}) Insert(present, Element(0));
+  {
+    ElementMap::KeyChain keys(map, 20);
+    std::size_t number = 0;
+    for (const auto& [part, replaces] :
+         {std::pair("a", false), {"\\b", false}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
+      keys.Append(part);
+      keys.Prepare();
+      keys.Prepare(); // what was prepared and not entered leaves nothing
+      keys.Enter(Element(++number), replaces);
+    }
+    keys.Append("f");
+    keys.Prepare();
+  }
+  Insert("last", Element(4));
+  EXPECT_EQ(map.Size(), 5U);
+  const std::pair<const char*, Ostrum::Element*> entries[] = {{"a", &Element(1)},
+                                                              {"a\\b", &Element(0)},
+                                                              {"a\\b\\c", &Element(3)},
+                                                              {"a\\b\\c\\d=eeeeeeee", &Element(4)},
+                                                              {"a\\b\\c\\d=eeeeeeeef", nullptr},
+                                                              {"last", &Element(4)}};
+  for (const auto& [key, element] : entries) EXPECT_EQ(map.Find(key), element) << key;
+}
+
+} // namespace
