@@ -7,7 +7,7 @@ namespace {
 // One change: of an element's text, or of an attribute if one is named. What is not there is made.
 struct Set {
   std::filesystem::path path;
-  const char* value;
+  std::string value;
   const char* attribute = nullptr;
 
   void Apply(const Parsed& parsed) const {
@@ -26,10 +26,12 @@ const char* const odd =
     "<!ATTLIST r d CDATA 'q'>]>\n<?pi a  b?><!-- c -->\r\n<r  a = '1'\n\tb=\"&#50;\" >&e;\r\n<a /><b\n/><c></c >"
     "<![CDATA[ <z> ]]>\t&amp;&#x41;</r >\n<!-- end -->\n\n";
 
+const std::string big(5000, 'x'); // is no part of a larger piece
+
 const struct {
-  const char* before;
+  std::string before;
   std::vector<Set> sets;
-  const char* after;
+  std::string after;
 } cases[] = {
     {odd, {{"", "x\n <z> \t&A"}, {"", "2", "b"}, {"c", ""}}, odd}, // what is there already is no change
     // Text
@@ -39,6 +41,7 @@ const struct {
     {"<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'>]><r>&f;1&e;&lt;</r>",
      {{"", "t"}, {"", "z", "a"}},
      "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'>]><r a=\"z\">&f;t</r>"},
+    {"<r><a>1</a>" + big + "<b>2</b></r>", {{"a", big}, {"b", "3"}}, "<r><a>" + big + "</a>" + big + "<b>3</b></r>"},
     // Attributes
     {"<r a='1' b = \"2\"/>", {{"", "'\"", "a"}, {"", "'\"", "b"}}, "<r a='&apos;\"' b = \"'&quot;\"/>"},
     // New elements

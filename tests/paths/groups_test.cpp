@@ -83,7 +83,6 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"", "P", 2, "0 ", "none", {Known("P2")}, 1},
       {"P2", "L&id=6", 1, "0 P2", "5", {Filtered("6")}, 0},
       {"P2", "L&id=6", 1, "0 P2\\L&id=6", "6", {Known("P2\\L&id=6")}},
-      {"", "Q", 1, "3 Not", "none", {Missing("Q"), NotIn("Q")}, 4},
   };
   for (const auto& step : steps) {
     SCOPED_TRACE(step.parent + " : " + step.path + " " + std::to_string(step.occurrence));

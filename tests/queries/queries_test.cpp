@@ -165,7 +165,6 @@ TEST(MatchXmlListToFileName, ComparesTheLastComponent) {
   EXPECT_EQ(MatchXmlListToFileName(document.list, ~document.cookie, "c.xml", nullptr), 3U);
   EXPECT_EQ(MatchXmlListToFileName(document.list, document.cookie, "c.xml", nullptr), 17U);
   EXPECT_EQ(MatchXmlListToFileName(document.list, document.cookie, nullptr, &matches), 17U);
-  EXPECT_EQ(matches, 7U);
   using Row = std::tuple<const char*, const char*, std::uint32_t>;
   for (const auto& [opened, asked, wanted] :
        {Row("a/C.xml", "c.XML", 1), Row("a/C.xml", "/C.xml", 0), Row("a/C.xml", "C.xm", 0),
