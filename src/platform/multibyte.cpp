@@ -129,13 +129,6 @@ void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept 
   std::memset(target + length, 0, count - length);
 }
 
-void MbsAppendBytes(char* target, const char* source, std::size_t count) noexcept {
-  char* const end = target + std::strlen(target);
-  const std::size_t length = FittingBytes(source, count);
-  std::memcpy(end, source, length);
-  end[length] = '\0';
-}
-
 const char* MbsFind(const char* text, const char* wanted) noexcept {
   const Charset charset = CurrentCharset();
   return BytesAreEnough(wanted, charset) ? std::strstr(text, wanted) : FindWhole(text, wanted, Hit::First, charset);

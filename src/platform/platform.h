@@ -27,8 +27,6 @@ int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count
 // Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros.
 // Adds no terminating zero of its own when source fills all of them.
 void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
-// Appends at most `count` bytes of source, whole characters only, and a terminating zero.
-void MbsAppendBytes(char* target, const char* source, std::size_t count) noexcept;
 
 // First occurrence of a text, first or last occurrence of a single-byte character; null when there is none.
 const char* MbsFind(const char* text, const char* wanted) noexcept;
