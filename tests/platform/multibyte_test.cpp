@@ -1,6 +1,7 @@
 // The multibyte functions in the character sets where bytes are not characters. setlocale alone chooses.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <thread>
 
