@@ -265,8 +265,8 @@ Element& Element::NthChild(NameMatch match, std::string_view text, std::uint32_t
   const std::size_t longest = match == NameMatch::Exact ? text.size() : std::string_view::npos;
   return SearchChildren(
       n,
-      [text, longest](const Element&, std::string_view name) {
-        return name.size() <= longest && name.starts_with(text);
+      [text, longest](const Element&, std::string_view ownName) {
+        return ownName.size() <= longest && ownName.starts_with(text);
       },
       [match, text, n](ChildIndex& index) { return index.Nth(match, text, n); });
 }
@@ -275,8 +275,8 @@ Element& Element::NthChildWithAttribute(std::string_view childName, std::string_
                                         std::uint32_t n) const {
   return SearchChildren(
       n,
-      [childName, attributeName](const Element& child, std::string_view name) {
-        return name == childName && !child.GetAttribute(attributeName).IsNull();
+      [childName, attributeName](const Element& child, std::string_view ownName) {
+        return ownName == childName && !child.GetAttribute(attributeName).IsNull();
       },
       [&](ChildIndex& index) { return index.NthWithAttribute(childName, attributeName, n); });
 }
@@ -286,8 +286,8 @@ Element& Element::FirstChildWithValue(std::string_view nameBegin, std::string_vi
   std::string scratch;
   return SearchChildren(
       1,
-      [&](const Element& child, std::string_view name) {
-        if (!name.starts_with(nameBegin)) return false;
+      [&](const Element& child, std::string_view ownName) {
+        if (!ownName.starts_with(nameBegin)) return false;
         const Attribute attribute = child.GetAttribute(attributeName);
         return !attribute.IsNull() && attribute.GetValue(scratch, valueBegin.size()).starts_with(valueBegin);
       },
