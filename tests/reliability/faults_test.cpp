@@ -234,9 +234,9 @@ int Sweep(const Work& work, Fault wanted, std::int32_t encrypted = 0) {
 }
 
 // A line takes memory, too, but what becomes of it here doesn't.
-void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* text) {
+void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* line) {
   const bool wasArmed = std::exchange(fault.isArmed, false);
-  static_cast<std::set<std::wstring>*>(lines)->insert(text);
+  static_cast<std::set<std::wstring>*>(lines)->insert(line);
   fault.isArmed = wasArmed;
 }
 
