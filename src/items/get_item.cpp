@@ -41,7 +41,7 @@ bool Names(const char* type, std::string_view keyword, std::string_view otherKey
 bool IsElement(const char* type) noexcept { return Names(type, "ELEMENT", "ATTRIBUTE"); }
 bool IsAttribute(const char* type) noexcept { return Names(type, "ATTRIBUTE", "ELEMENT"); }
 
-// A caller's missing text must not end the caller's process.
+// A null pointer from the caller must not crash the caller's process.
 void RequireGiven(std::initializer_list<const char*> texts) {
   if (std::ranges::find(texts, nullptr) != texts.end()) throw std::invalid_argument("a text that is needed is null");
 }

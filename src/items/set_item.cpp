@@ -89,7 +89,7 @@ SetAttribute Attribute(std::string name, std::string value) {
   return attribute;
 }
 
-// Needed even if the element exists: no name in a document begins with something that is not a name.
+// Checked even if the element exists: a name in a document never begins with something that is not a name.
 SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
@@ -268,8 +268,8 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   return child->IsNull() ? nullptr : child;
 }
 
-// Finds in a document of another program's what FindLogged would, and logs nothing. An element that the set made in its own
-// document, as no name began so there, is another than one whose name only begins so here.
+// Finds what FindLogged would, in another program's text, and logs nothing. An element that the set made in its own document is
+// matched by its exact name: one whose name only begins so is another element.
 Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   if (parent == nullptr) return nullptr;
   const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
@@ -280,7 +280,7 @@ Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   }
 }
 
-// Changes the document first, which refuses the whole request or nothing of it, then the file.
+// Changes the document, which refuses all of the request or nothing, and then the file.
 void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord& record) try {
   const SetWalk walk(*request, *record.document, FindLogged);
   const std::size_t foundSteps = walk.FoundSteps();
@@ -296,7 +296,7 @@ void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord&
 } catch (const std::bad_alloc&) {
   throw;
 } catch (const std::exception& failure) {
-  // Callers learn the code alone.
+  // Callers only get the code.
   corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
   throw;
 }

@@ -89,7 +89,7 @@ XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::u
   return nullptr;
 }
 
-// The document goes after the map, whose references lead into it.
+// The map first: its references point into the document.
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
   delete record->elementMap;

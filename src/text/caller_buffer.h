@@ -1,4 +1,4 @@
-// Texts put into buffers of fixed capacity, cut to fit.
+// Storing texts in buffers of fixed capacity, cut to fit.
 #ifndef TARVIK_TEXT_CALLER_BUFFER_H
 #define TARVIK_TEXT_CALLER_BUFFER_H
 

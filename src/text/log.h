@@ -30,7 +30,7 @@ auto Loggable(const Piece& piece) noexcept {
   }
 }
 
-// Apart from the test whether anything is logged, which stands wherever a line is.
+// Not inlined: only the test for a sink stands where a line is logged.
 template <class... Pieces>
 [[gnu::noinline, gnu::cold]] void Log(corekit::LogKind kind, const Pieces&... pieces) noexcept {
   corekit::KString line(L"");

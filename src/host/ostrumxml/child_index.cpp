@@ -9,7 +9,7 @@
 namespace Ostrum {
 namespace {
 
-// Lists beside the one by name: in number, and in entries for each child.
+// Limits on the lists besides the one by name: their number, and their entries for each child.
 constexpr std::size_t mostLists = 64;
 constexpr std::size_t mostEntriesPerChild = 3;
 
@@ -135,7 +135,7 @@ void ChildIndex::Append(const Element& child) {
   lastText.reset();
   byName.insert(Named(NameMatch::Exact, name).second, number); // the last of its name
   namesAreAscii = namesAreAscii && IsAscii(name);
-  // A new element can have attributes by declaration; few programs make elements and search by attribute in turn.
+  // A new element can have declared attributes. Programs rarely make elements and search by attribute in turn.
   std::erase_if(lists, [](const List& list) { return list.kind != ListKind::Prefix; });
   for (List& list : lists) {
     if (name.starts_with(list.name)) list.numbers.push_back(number);

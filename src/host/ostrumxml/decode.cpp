@@ -46,7 +46,7 @@ class EncodingTable {
   std::vector<Character> pairs; // by the first byte less 80, and the second; empty until one is asked for
 };
 
-// What everyone writes under these names is a wider encoding.
+// Under these names, everyone writes a wider encoding.
 std::string SystemName(std::string_view name) {
   if (name == "SHIFT_JIS" || name == "SJIS" || name == "X-SJIS" || name == "WINDOWS-31J") return "CP932";
   if (name == "GB2312") return "GBK";
@@ -137,7 +137,7 @@ std::string_view DeclaredEncoding(std::string_view text) {
   return closes && !name.empty() && allowed.find(name[0]) < letters ? name : std::string_view();
 }
 
-// The text goes on in UTF-8, so that is what it must say of itself.
+// The text is UTF-8 from here on, so its declaration must say so.
 void DeclareUtf8(std::string& text, std::string_view declared) {
   if (declared.empty() || Folded(declared) == "UTF-8") return;
   text.replace(static_cast<std::size_t>(declared.data() - text.data()), declared.size(), "UTF-8");

@@ -47,7 +47,7 @@ enum PARSER_ERROR : int {
 // The reason in words, which are static.
 const char* ReasonOf(PARSER_ERROR error) noexcept;
 
-// Whether the text is no XML, rather than a document that is out of proportion or met a lack of memory.
+// Whether the text is not well-formed, rather than beyond a limit or out of memory.
 bool IsIllFormed(PARSER_ERROR error) noexcept;
 
 // Parses the first `length` bytes of the text, which is valid UTF-8. Gives a new document, which the caller deletes, or null

@@ -53,7 +53,7 @@ long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS&
 
 void DocumentFile::Await(Change change) {
   waiting.reserve(waiting.size() + 1);
-  // A program that goes on setting an item of a file that can't be written must not fill the memory.
+  // Setting an item again and again while the file can't be written must not fill the memory.
   std::erase_if(waiting, [&](const Change& earlier) { return earlier.target == change.target; });
   waiting.push_back(std::move(change));
 }
@@ -66,7 +66,7 @@ void DocumentFile::Save(Document& document) {
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
     if (theirs) CarryOutOn(*theirs);
     const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
-    // Another program changed the file after the look, or made one that was gone.
+    // False if another program has changed the file since it was examined, or has made it anew.
     if (!Write(file, theirs ? theirs->Generate() : document.Generate())) continue;
 
     lastSeen = *file.State();
@@ -92,8 +92,8 @@ bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
   return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-// Null where there is nothing to merge with. Throws when the file is another's; what is refused for another reason than that it
-// is not well-formed may well be a document, too.
+// Null if there is nothing to merge with. Throws if the file holds another document. A text that is refused although it is
+// well-formed counts as one.
 std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file, Document& document) const {
   std::string bytes;
   if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done) throw std::runtime_error("cannot read the file again");

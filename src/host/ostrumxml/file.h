@@ -1,4 +1,4 @@
-// Documents in and out of files.
+// Reading documents from files and saving them.
 #ifndef TARVIK_HOST_OSTRUMXML_FILE_H
 #define TARVIK_HOST_OSTRUMXML_FILE_H
 
@@ -34,9 +34,9 @@ struct Change {
   std::function<void(Document&)> carryOut;
 };
 
-// The file of one document: its whole name, and what it was like when it was last read or written. Where another program has
-// changed the file since, a save does not write the document's own text over it: the changes that have not reached the file yet
-// are carried out on what is there by then.
+// The file of one document: its absolute name, and its state when it was last read or written. If another program has changed
+// the file since, a save does not overwrite it: the changes that have not reached the file yet are carried out on the file's new
+// text.
 class DocumentFile {
  public:
   // The filters may be null, for a file whose bytes are its text.
@@ -49,8 +49,8 @@ class DocumentFile {
   // file's size in bytes. Never throws; text is only changed on success.
   long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) noexcept;
 
-  // Has the change wait for the next save. To be called before the document itself is changed, so that no change of it can be
-  // lost for a lack of memory. Throws std::bad_alloc.
+  // Queues the change for the next save. Call it before changing the document itself, so that running out of memory can't lose a
+  // change. Throws std::bad_alloc.
   void Await(Change change);
 
   // Writes the document, with all that waits, to the file in one atomic step, in UTF-8. Where another program's text was there,

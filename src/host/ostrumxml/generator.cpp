@@ -18,7 +18,7 @@ namespace {
 // Parts of at most this length are gathered, so that a document with many changes is not written in as many small pieces.
 constexpr std::size_t longestGathered = 4096;
 
-// The attributes set, but for those that stand in the tag already, in the order in which they were made.
+// The attributes that were set, except those in the tag already, in the order in which they were made.
 std::string AttributeMarkup(const ElementChange& change, const std::set<std::string_view>& written = {}) {
   std::map<std::size_t, std::string> inOrder;
   for (const auto& [name, attribute] : change.attributes) {
@@ -60,7 +60,7 @@ class Generator {
     const ElementLayout layout(content, element);
     const std::string_view tagEnd = CollectAttributes(layout, change);
     if (layout.IsEmptyTag()) {
-      // What stood as one tag gets a start tag and an end tag when it gets content.
+      // "<name/>" becomes a start tag and an end tag when it gets content.
       const std::string inside = EscapeText(change.text.value_or("")) + CreatedChildren(change);
       if (!inside.empty()) AddEdit(tagEnd, ">" + inside + "</" + std::string(element.GetName()) + ">");
       return;

@@ -14,7 +14,7 @@ namespace Ostrum {
 // no more than what was set. Valid until the document is changed.
 class GeneratedText {
  public:
-  // Takes time by the number of changes, not by that of elements. Throws std::length_error when the text grows beyond what can
+  // The time depends on the number of changes, not of elements. Throws std::length_error when the text grows beyond what can
   // be parsed, and std::bad_alloc.
   explicit GeneratedText(const Content& content);
   GeneratedText(const GeneratedText&) = delete;

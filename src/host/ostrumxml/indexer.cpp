@@ -84,7 +84,7 @@ class Indexer {
   void Stop() noexcept { XML_StopParser(parser.Get(), XML_FALSE); }
   std::uint32_t Offset() const noexcept { return static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser.Get())); }
 
-  // The parser calls from C, through which no exception may pass: it is kept, and thrown when the parser has returned.
+  // The parser calls from C, which exceptions must not cross: one is kept, and rethrown when the parser has returned.
   template <class Work>
   void Guarded(Work work) noexcept {
     if (thrown || refusal != NO_PARSER_ERROR) return;
@@ -99,8 +99,8 @@ class Indexer {
   XML_Status FeedAll() {
     std::size_t fed = 0;
     for (;;) {
-      // A token that does not end within a chunk is looked at anew with each further one. Feeding as much again as it is long
-      // keeps that in proportion.
+      // A token that spans chunks is scanned again from its start with each of them. Feeding at least its own length each time
+      // keeps that linear.
       const XML_Index index = XML_GetCurrentByteIndex(parser.Get());
       const std::size_t pending = index < 0 ? 0 : fed - std::min(fed, static_cast<std::size_t>(index));
       const std::size_t size = std::min(std::max({chunkSize, content.fileSize / 2, pending}), content.fileSize - fed);
@@ -226,8 +226,8 @@ class Indexer {
   ExpatParser parser;
   std::vector<OpenElement> open;
   std::string entityTexts; // until the first element begins
-  // Inside an entity the parser tells no place but that of the reference. The walk through the entity's text keeps step with
-  // the elements that the parser reports, so that it never goes beyond what the parser has checked.
+  // Inside an entity, the parser reports the position of the reference only. The walk through the entity's text keeps step with
+  // the elements that the parser reports, so it never passes what the parser has checked.
   std::uint32_t walkedReference = 0; // its offset in the source
   std::optional<ContentWalker> entityWalk;
   std::size_t nestedEntities = 0;    // entities that refer to others

@@ -21,7 +21,7 @@ std::uint64_t OutOfPlain(std::uint64_t bytes) noexcept {
 constexpr std::string_view cdataOpening = "<![CDATA[";
 constexpr std::string_view cdataClosing = "]]>";
 
-// Text is given out in pieces of at most this length, so that a reader who wants its beginning does not pay for the rest.
+// The longest piece of text, so that reading only the beginning of a text does not cost all of it.
 constexpr std::size_t longestText = 4096;
 
 void SkipBlanks(std::string_view& text) noexcept {
@@ -32,12 +32,12 @@ std::size_t TextLength(std::string_view rest) noexcept {
   const std::string_view ahead = rest.substr(0, longestText);
   const std::size_t length = ahead.find_first_of("<&");
   if (length != std::string_view::npos) return length;
-  // A line end of two characters stays whole.
+  // "\r\n" is not split.
   const bool splitsLineEnd = rest.size() > ahead.size() && ahead.back() == '\r';
   return splitsLineEnd ? ahead.size() - 1 : ahead.size();
 }
 
-// Of the tag at the start of the text, its "<" and ">" included.
+// The length of the tag at the start of the text, from "<" to ">".
 std::size_t TagLength(std::string_view text) noexcept {
   const std::size_t name = TagName(text).size();
   TagScanner scanner(text.substr(1 + name));

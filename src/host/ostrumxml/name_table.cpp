@@ -10,7 +10,7 @@ namespace {
 std::uint64_t DrawKey(const void* fallback) noexcept {
   std::uint32_t halves[2] = {};
   const bool drawn = platform::DrawRandom(halves[0]) && platform::DrawRandom(halves[1]);
-  // Addresses are random, too, though less so.
+  // Addresses are random too, but less so.
   return drawn ? std::uint64_t{halves[0]} << 32 | halves[1] : reinterpret_cast<std::uintptr_t>(fallback);
 }
 

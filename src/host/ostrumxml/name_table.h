@@ -21,9 +21,9 @@ class NameTable {
     return number == 0 ? std::string_view() : names[number - 1].Key();
   }
 
-  // The name's number, or 0. Never longer than the text's length allows, whatever names are in the table.
+  // The name's number, or 0. Takes time by the text's length, whatever names are in the table.
   std::uint32_t Find(std::string_view text) const noexcept;
-  // The name's number, which is new where the table has none. REQUIRES: text is not empty and outlives the table.
+  // The name's number; a name that is not in the table is added. REQUIRES: text is not empty and outlives the table.
   std::uint32_t Intern(std::string_view text);
   // The same for a text that does not outlive the table.
   std::uint32_t InternCopy(std::string_view text);
@@ -40,7 +40,7 @@ class NameTable {
   std::vector<Name> names;
   KeyIndex index;
   std::forward_list<std::string> copies;
-  // A document has few names and repeats them: most are found among those seen last, without hashing.
+  // Documents repeat a few names: most lookups end here, without hashing.
   std::array<std::uint32_t, 64> recent{};
 };
 

@@ -30,13 +30,13 @@ class Value {
   std::string_view attribute; // empty for the element's own text
 };
 
-// No lookup that misses throws: it gives the null attribute or the null element, which has no name and no value.
+// A lookup that misses does not throw. It gives the null attribute or the null element, which has no name and no value.
 class Attribute {
  public:
   bool IsNull() const noexcept { return owner == nullptr; }
   std::string_view GetName() const noexcept { return name; }
 
-  // The value as XML means it, in the source where it stands there so and else put together in scratch; at least its first
+  // The value as XML defines it: a part of the source where no decoding is needed, else assembled in scratch; at least its first
   // `limit` bytes. Valid until scratch or the document is changed.
   std::string_view GetValue(std::string& scratch, std::size_t limit = std::string::npos) const;
   std::string GetValue() const {
@@ -120,7 +120,7 @@ class Element final : public NodeContainer {
 
   // False for the null element and for one whose tags stand in an entity's text, which has no place of its own in the file.
   bool CanBeChanged() const noexcept;
-  // Whether the own text can be set: also false where an entity that holds elements is referred to in it.
+  // Whether the element's own text can be set. Also false if it refers to an entity that contains elements.
   bool TextCanBeReplaced() const;
 
  private:

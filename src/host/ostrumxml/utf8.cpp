@@ -34,11 +34,11 @@ Sequence DecodeSequence(std::string_view text) {
   return {character, length};
 }
 
-// Bytes that are compared all at once.
+// Sixteen bytes, compared at once.
 using Bytes = unsigned char __attribute__((vector_size(16)));
 constexpr std::size_t reach = 3; // so far before it does a byte's validity depend on others
 
-// Judges as many bytes from `block` on, each by itself and the three before it.
+// Checks sixteen bytes from `block` on, each against the three before it.
 bool IsValidBlock(const char* block) noexcept {
   Bytes byte, before, second, third;
   std::memcpy(&byte, block, sizeof byte);
