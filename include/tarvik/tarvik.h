@@ -5,7 +5,8 @@
 //
 //  1. A result code comes back from each function: one of XmlResult, 0 for success.
 //  2. All text is multibyte `char` text, zero-terminated, in the character set of the process's current locale. The
-//     library never sets a locale: a program that works with text beyond ASCII calls setlocale first.
+//     library never sets a locale: a program that works with text beyond ASCII calls setlocale first. A call uses the
+//     locale in which it begins.
 //  3. Sizes and capacities are in bytes, terminating zero included. Positions and occurrence numbers count from 1.
 //  4. A text that is handed back never exceeds the capacity given with its buffer: a longer one is cut to capacity - 1
 //     bytes and terminated; what stands behind the terminating zero is left as it was. A null buffer, or a capacity of
@@ -173,7 +174,7 @@ uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, uint32_t cookie, const char*
 //   XmlFailure          refused, with nothing changed in memory or in the file: an empty component in path; a name or
 //                       value that XML can't carry, that can't be converted, or that its declared type would fold; an
 //                       element that stands in an entity, or a text that refers to one that holds elements. Or the save
-//                       failed: it can't be written, or what now stands there can't be read, can't be deciphered or has
+//                       failed: it can't be written, or what now stands there can't be read, can't be decrypted or has
 //                       another root element. Then the file is whole, and the set waits in memory for the next save,
 //                       unless all but the flush of the file's folder was done.
 uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, uint32_t cookie, const char* path, const char* itemName,
