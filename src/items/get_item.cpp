@@ -33,10 +33,10 @@ struct ItemRequest {
 
 // Whether an item type or value type names a keyword: any text that begins with it, letter case apart. Nearly every caller
 // writes one of the two in capitals, and comparing bytes costs far less than folding characters.
-bool Names(const char* type, std::string_view keyword, std::string_view otherKeyword) noexcept {
-  const std::string_view given(type);
-  if (given == keyword || given == otherKeyword) return given == keyword;
-  return platform::MbsCompareBytesNoCase(type, keyword.data(), keyword.size()) == 0;
+bool Names(const char* type, const char* keyword, const char* otherKeyword) noexcept {
+  if (std::strcmp(type, keyword) == 0) return true;
+  if (std::strcmp(type, otherKeyword) == 0) return false;
+  return platform::MbsCompareBytesNoCase(type, keyword, std::strlen(keyword)) == 0;
 }
 bool IsElement(const char* type) noexcept { return Names(type, "ELEMENT", "ATTRIBUTE"); }
 bool IsAttribute(const char* type) noexcept { return Names(type, "ATTRIBUTE", "ELEMENT"); }

@@ -266,7 +266,9 @@ Element& Element::NthChild(NameMatch match, std::string_view text, std::uint32_t
   return SearchChildren(
       n,
       [text, longest](const Element&, std::string_view ownName) {
-        return ownName.size() <= longest && ownName.starts_with(text);
+        // Most names differ in their first letter, and comparing it takes less than a call.
+        const bool maybe = text.empty() || ownName.front() == text.front();
+        return maybe && ownName.size() <= longest && ownName.starts_with(text);
       },
       [match, text, n](ChildIndex& index) { return index.Nth(match, text, n); });
 }
