@@ -12,6 +12,7 @@
 
 #include "host/ostrumxml/keyed_hash.h"
 #include "host/ostrumxml/node.h"
+#include "paths/path_search.h"
 
 // Refers to an element that the document owns, or to Ostrum::Element::null.
 class CElementRef {
@@ -43,6 +44,8 @@ class ElementMap {
   void Insert(const Place& place, std::string_view key, Ostrum::Element& element);
 
   class KeyChain;
+
+  KnownParent lastParent; // of the groups that were searched for
 
  private:
   struct Entry {

@@ -52,7 +52,7 @@ Element* SearchDocument(const XmlFileRecord& record, const char* path, std::uint
                         const CallerBuffer& buffer) {
   Element* const start = FindStart(record, buffer);
   if (start == nullptr) return nullptr;
-  Element* const found = FindElementByPath(start, path, occurrence);
+  Element* const found = FindElementByPath(start, path, occurrence, nullptr, &record.elementMap->lastParent);
   if (!found->IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
   return nullptr;

@@ -164,8 +164,28 @@ bool NameBeginsWith(const Element& element, const char* path) {
   return name.Text() && name.Text()->starts_with(path);
 }
 
+bool LeadsThrough(const KnownParent& known, const Element& start, const char* path) noexcept {
+  return known.start == &start && std::strncmp(path, known.path, known.length) == 0;
+}
+
+// A filter's answer can change with the next set, so a path with one is not kept.
+void Keep(KnownParent& known, const Element& start, std::string_view path, Element& parent) noexcept {
+  if (path.empty() || path.size() > sizeof known.path || path.find('&') != std::string_view::npos) return;
+  known.start = &start;
+  known.parent = &parent;
+  known.length = path.copy(known.path, path.size());
+}
+
 // Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
-Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
+Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
+  // Each level logs a line, and where names are converted, their comparison depends on the locale.
+  if (corekit::LogIsOn() || !DocumentPasses(*start)) known = nullptr;
+  const Element& top = *start;
+  const char* const wholePath = path;
+  if (known != nullptr && LeadsThrough(*known, top, path)) {
+    start = known->parent;
+    path += known->length;
+  }
   // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the search.
   char shortPath[bufferSize];
   std::string longPath;
@@ -180,7 +200,10 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
       LogDetail(path, L" not found in the element map.");
       return nullptr;
     }
-    if (rest == nullptr) return selected;
+    if (rest == nullptr) {
+      if (known != nullptr) Keep(*known, top, {wholePath, path}, *start);
+      return selected;
+    }
 
     path += rest - component;
     component = rest;
@@ -191,9 +214,9 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence) {
 
 } // namespace
 
-Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence,
-                           std::exception_ptr* failure) noexcept try {
-  Element* const found = Resolve(start, path, occurrence);
+Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence, std::exception_ptr* failure,
+                           KnownParent* known) noexcept try {
+  Element* const found = Resolve(start, path, occurrence, known);
   return found != nullptr ? found : &Element::null;
 } catch (...) {
   LogError(L"Unknown exception occurred while searching for ", path);

@@ -25,10 +25,20 @@ Ostrum::Element* FindNthChildWithAttribute(const Ostrum::Element& parent, std::s
 Ostrum::Element* FindFirstChildWithValue(const Ostrum::Element& parent, std::string_view nameBegin,
                                          const char* attributeName, std::string_view valueBegin);
 
+// The element that the last search ended in, whose children are searched for the path's last component. Programs enumerate
+// them, and a search need not come down to them again: what was found first stays first, since elements are never removed
+// and new ones stand last.
+struct KnownParent {
+  const Ostrum::Element* start = nullptr;
+  Ostrum::Element* parent = nullptr;
+  std::size_t length = 0; // of the path from start to parent, the "\\" behind it included
+  char path[128];         // longer ones are not kept
+};
+
 // Resolves a path, given without the root's name, below start: depth first, the first match at each level, the
 // occurrence-th match (from 1) of the last component. Gives Element::null when the path names nothing or the search failed;
-// failure, if given, then receives what was thrown.
+// failure, if given, then receives what was thrown. known, if given, is of the same document.
 Ostrum::Element* FindElementByPath(Ostrum::Element* start, const char* path, std::uint32_t occurrence,
-                                   std::exception_ptr* failure = nullptr) noexcept;
+                                   std::exception_ptr* failure = nullptr, KnownParent* known = nullptr) noexcept;
 
 #endif

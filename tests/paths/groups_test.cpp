@@ -31,7 +31,7 @@ class Groups : public testing::Test {
   std::string Known(const std::string& id) const { return "Found " + id + " in " + document.Name() + "."; }
   std::string NotIn(const std::string& path) const { return path + " not found in " + document.Name() + "."; }
 
-  const TestDocument document{
+  TestDocument document{
       "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c --><P id='5'><L id='6'/></P>"
       "<Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/><S id='11' Name='EngineFileOld'><T id='12'/></S>"
       "<S id='13' Name='EngineFile' b='x=y'/></Catalog>"};
@@ -70,7 +70,10 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"P2", "L", 1, "0 P2\\L", "6", {Selected("L"), Inserted("P2\\L")}},
       {"P9", "L", 1, "3 Not Found", "none", {NotIn("P9")}},
       {"", "P\\L\\S", 1, "3 Not Found", "none", {Entered("P"), Entered("L"), NotIn("P\\L\\S")}},
+      {"", "P\\L", 1, "0 P\\L", "2", {Entered("P"), Selected("L"), Inserted("P\\L")}},
       {"", "P\\L\\L", 7, "0 P\\L\\L7", "2", {Entered("P"), Entered("L"), Inserted("P\\L\\L7")}},
+      {"P", "P\\L", 1, "3 Not Found", "none", {Missing("P\\L"), NotIn("P\\L")}},
+      {"", "P\\L", 3, "3 Not Found", "none", {Entered("P"), Missing("L"), NotIn("P\\L")}},
       {"", "P\\X\\Y", 1, "3 Not Found", "none", {Entered("P"), Missing("X\\Y"), NotIn("P\\X\\Y")}},
       // An attribute takes the first that passes, whatever the number.
       {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3", "4", {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
@@ -92,6 +95,16 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
     EXPECT_EQ(lines.at(1), step.path + (step.path.starts_with("Catalog") ? " is a group" : " is a group ID"));
     lines.erase(lines.begin(), lines.begin() + 2);
     EXPECT_EQ(lines, step.lines);
+  }
+
+  corekit::SetLogSink(nullptr, nullptr); // a search without lines may begin where the last one ended
+  document.Reopen();
+  list = document.list;
+  cookie = document.cookie;
+  for (const auto& step : steps) {
+    SCOPED_TRACE(step.parent + " : " + step.path + " " + std::to_string(step.occurrence) + ", no sink");
+    EXPECT_EQ(Open(step.parent, step.path, step.occurrence, step.capacity), step.answer);
+    EXPECT_EQ(Element(step.answer.substr(2)), step.element);
   }
 }
 
