@@ -7,13 +7,6 @@
 namespace Ostrum {
 namespace {
 
-std::uint64_t DrawKey(const void* fallback) noexcept {
-  std::uint32_t halves[2] = {};
-  const bool drawn = platform::DrawRandom(halves[0]) && platform::DrawRandom(halves[1]);
-  // Addresses are random too, but less so.
-  return drawn ? std::uint64_t{halves[0]} << 32 | halves[1] : reinterpret_cast<std::uintptr_t>(fallback);
-}
-
 std::size_t RecentSlot(std::string_view text) noexcept {
   const auto first = static_cast<unsigned char>(text.front());
   const auto last = static_cast<unsigned char>(text.back());
@@ -22,7 +15,12 @@ std::size_t RecentSlot(std::string_view text) noexcept {
 
 } // namespace
 
-KeyedHash::KeyedHash() noexcept : key0(DrawKey(this)), key1(DrawKey(&key0)) {}
+KeyedHash::KeyedHash() noexcept {
+  std::uint64_t drawn[2] = {};
+  // Addresses are random too, but less so.
+  key0 = platform::FillRandom(drawn, sizeof drawn) ? drawn[0] : reinterpret_cast<std::uintptr_t>(this);
+  key1 = drawn[1];
+}
 
 std::uint32_t NameTable::Find(std::string_view text) const noexcept {
   return index.Find(names, text, static_cast<std::uint32_t>(hash(text)));
