@@ -1,5 +1,6 @@
 #include "host/ostrumxml/expat_parser.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -31,14 +32,13 @@ ExpatParser::ExpatParser() {
   XML_SetParamEntityParsing(parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
 }
 
-XML_Status ExpatParser::Feed(std::string_view bytes, bool last) noexcept {
+XML_Status ExpatParser::Feed(std::string_view bytes, bool last, std::size_t room) noexcept {
   if (bytes.empty())
     return XML_Parse(Get(), "", 0, last ? XML_TRUE : XML_FALSE); // a buffer of no size need not be there
-  const auto size = static_cast<int>(bytes.size());
-  void* const buffer = XML_GetBuffer(Get(), size);
+  void* const buffer = XML_GetBuffer(Get(), static_cast<int>(std::max(bytes.size(), room)));
   if (buffer == nullptr) return XML_STATUS_ERROR;
   std::memcpy(buffer, bytes.data(), bytes.size());
-  return XML_ParseBuffer(Get(), size, last ? XML_TRUE : XML_FALSE);
+  return XML_ParseBuffer(Get(), static_cast<int>(bytes.size()), last ? XML_TRUE : XML_FALSE);
 }
 
 } // namespace Ostrum
