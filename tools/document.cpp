@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <clocale>
-#include <stdexcept>
 
 #include "text.h"
 
@@ -32,18 +31,13 @@ bool Document::Succeeded(std::uint32_t code) const {
   return code == XmlSuccess;
 }
 
-// Where a save failed, saving again says why, as no result code does.
 void Document::Set(const SetCall& call, const char* itemType) const {
-  const auto set = [&] {
-    return SetXMLItem(list, cookie, call.path.c_str(), call.item.c_str(), itemType, call.value.c_str());
-  };
-  std::uint32_t code = set();
-  try {
-    if (code == XmlFailure) record->file->Save(*record->document);
-  } catch (const std::exception& reason) {
-    Fail(call.shown + ": not saved: " + FromLocale(reason.what()).value_or("the file can't be written"));
+  const std::uint32_t code =
+      SetXMLItem(list, cookie, call.path.c_str(), call.item.c_str(), itemType, call.value.c_str());
+  const std::string& reason = record->file->WhyNotSaved();
+  if (code == XmlFailure && !reason.empty()) {
+    Fail(call.shown + ": not saved: " + FromLocale(reason).value_or("the file can't be written"));
   }
-  if (code == XmlFailure) code = set();
   Succeeded(code);
 }
 

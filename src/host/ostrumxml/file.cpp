@@ -58,7 +58,7 @@ void DocumentFile::Await(Change change) {
   waiting.push_back(std::move(change));
 }
 
-void DocumentFile::Save(Document& document) {
+void DocumentFile::Save(Document& document) try {
   constexpr int mostLooks = 100;
   for (int looks = 0; looks < mostLooks; ++looks) {
     platform::LockedFile file(name);
@@ -77,6 +77,9 @@ void DocumentFile::Save(Document& document) {
     return file.FlushFolder();
   }
   throw std::runtime_error("another program keeps changing the file");
+} catch (const std::exception& reason) {
+  whyNotSaved = reason.what();
+  throw;
 }
 
 bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text) const {

@@ -60,6 +60,9 @@ class DocumentFile {
   // flush of its folder failed.
   void Save(Document& document);
 
+  // What the last save that failed threw; empty if none has failed.
+  const std::string& WhyNotSaved() const { return whyNotSaved; }
+
  private:
   long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
   bool Write(platform::LockedFile& file, const GeneratedText& text) const;
@@ -73,6 +76,7 @@ class DocumentFile {
   platform::FileState lastSeen;
   bool holdsOwnText = true; // what the file held when it was last seen is what the document held then
   std::vector<Change> waiting;
+  std::string whyNotSaved;
 };
 
 } // namespace Ostrum
