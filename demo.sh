@@ -46,9 +46,9 @@ show diff before.xml configuration.xml
 show tarvik set configuration.xml Network Time 40 --dry-run
 
 title 'The same in an encrypted file'
-show 'head --bytes 4 site-status.enciphered.xml; echo'
-show tarvik set --encrypted site-status.enciphered.xml SiteStatus Status Disabled --attribute
-show tarvik status --encrypted site-status.enciphered.xml
+show 'head --bytes 4 site-status.encrypted.xml; echo'
+show tarvik set --encrypted site-status.encrypted.xml SiteStatus Status Disabled --attribute
+show tarvik status --encrypted site-status.encrypted.xml
 
 title 'An error is one line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml

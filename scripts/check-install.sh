@@ -63,7 +63,7 @@ END
 
 # Sets the cipher's key from Python: a null key changes nothing, and a wrong key can't open the file.
 check_key() { # <libraries>
-  LD_LIBRARY_PATH=$1 python3 - examples/site-status.enciphered.xml <<'END'
+  LD_LIBRARY_PATH=$1 python3 - examples/site-status.encrypted.xml <<'END'
 import sys
 from ctypes import CDLL, byref, c_uint32, c_void_p
 

@@ -183,16 +183,16 @@ printf '%032d' 7 >key
 if "${command[@]:0:${#command[@]}-1}" "${command[-1]%/*}/corekit-cipher-test"* | grep -q SKIPPED; then
   echo 'The system has no AES: commands on encrypted files are skipped.'
 else
-  expect 0 $'enabled\n20240917.2' '' status -e site-status.enciphered.xml
-  expect 0 '' '*made Name' set -e site-status.enciphered.xml '' Name 'Süd'
-  expect 0 'Süd' '' get --encrypted site-status.enciphered.xml Name
-  expect 0 '' '' check -e site-status.enciphered.xml
-  expect 2 '' '*enciphered.xml: is damaged, encrypted with another key*' status -e --key-file key site-status.enciphered.xml
+  expect 0 $'enabled\n20240917.2' '' status -e site-status.encrypted.xml
+  expect 0 '' '*made Name' set -e site-status.encrypted.xml '' Name 'Süd'
+  expect 0 'Süd' '' get --encrypted site-status.encrypted.xml Name
+  expect 0 '' '' check -e site-status.encrypted.xml
+  expect 2 '' '*encrypted.xml: is damaged, encrypted with another key*' status -e --key-file key site-status.encrypted.xml
 fi
-expect 2 '' '*enciphered.xml: is encrypted; --encrypted opens it' status site-status.enciphered.xml
-expect 2 '' '*: not a 32-byte key' status -e --key-file . site-status.enciphered.xml
-expect 2 '' '*--key-file: a value is required*' status -e --key-file '' site-status.enciphered.xml
-expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml site-status.enciphered.xml
+expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' status site-status.encrypted.xml
+expect 2 '' '*: not a 32-byte key' status -e --key-file . site-status.encrypted.xml
+expect 2 '' '*--key-file: a value is required*' status -e --key-file '' site-status.encrypted.xml
+expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml site-status.encrypted.xml
 
 # Well-formed or not, and where not. Standard input is as good as a file where nothing is written.
 printf '<a>\n<b>\377</b></a>' >bytes.xml
