@@ -18,6 +18,9 @@ fish_words() {
   sed -n 's/^set -l commands //p' scripts/tarvik.fish-completion | tr ' ' '\n'
 }
 
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+help_words | sort -u >"$work/help"
 for shell in zsh fish; do
-  diff <(help_words | sort -u) <("${shell}_words" | sort -u) || { echo "the completion for $shell differs from the help" >&2; exit 1; }
+  "${shell}_words" | sort -u | diff "$work/help" - || { echo "the completion for $shell differs from the help" >&2; exit 1; }
 done
