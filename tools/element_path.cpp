@@ -72,7 +72,11 @@ std::string NearestName(const Element& parent, const std::string& name) {
 
 } // namespace
 
-std::vector<PathComponent> SplitPath(const std::string& path, std::uint32_t occurrence) {
+std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence) {
+  const std::string own = FromLocale("\\").value_or("\\"); // some character sets have another character in its place
+  for (std::size_t at = path.find(own); own != "\\" && at != std::string::npos; at = path.find(own)) {
+    path.replace(at, own.size(), "\\");
+  }
   std::vector<PathComponent> components;
   for (std::size_t start = 0, end = 0; end < path.size(); start = end + 1) {
     const bool hasFilter = path.find('&', start) < path.find_first_of("\\/", start);

@@ -20,7 +20,7 @@ struct PathComponent {
 
 // Components end at "\" or, before their first "&", at "/". Throws CommandError for an empty one and for a filter that is none.
 // The occurrence is the last one's.
-std::vector<PathComponent> SplitPath(const std::string& path, std::uint32_t occurrence = 1);
+std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence = 1);
 
 // The number that the digits are, if it is written as a path does; else 0.
 std::uint32_t NumberIn(std::string_view digits);

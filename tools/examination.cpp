@@ -15,10 +15,15 @@ namespace {
 std::string ReadBytes(const std::string& fileName, bool encrypted, std::string& bytes) {
   const std::wstring wideName = Ostrum::WideFromUtf8(FromLocale(fileName).value_or(""));
   platform::FileState state;
-  const auto status =
-      platform::ReadWholeFile(platform::AbsoluteFileName(fileName.c_str(), wideName.c_str()), INT_MAX, bytes, state);
+  const platform::FileName name = platform::AbsoluteFileName(fileName.c_str(), wideName.c_str());
+  const auto status = platform::ReadWholeFile(name, INT_MAX, bytes, state);
   if (status == platform::ReadStatus::Missing) return "there is no such file";
-  if (status == platform::ReadStatus::Unreadable) return "is there but can't be read";
+  std::error_code failure;
+  const bool isFile = std::filesystem::is_regular_file(name, failure);
+  if (status == platform::ReadStatus::Unreadable) {
+    if (failure) return "can't be read: " + FromLocale(failure.message()).value_or("no access");
+    return isFile ? "is there but can't be read" : "is not a regular file";
+  }
   if (status == platform::ReadStatus::TooLong) return "is longer than 2 GB";
   const bool isRefused = encrypted && !corekit::KCryptWrap::decrypt_data(bytes, bytes);
   return isRefused ? "is damaged, encrypted with another key, or not encrypted" : "";

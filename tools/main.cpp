@@ -40,42 +40,49 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
-std::string RequireText(const std::string& text, const std::string& what) {
-  const auto utf8 = FromLocale(text);
-  return utf8 ? *utf8 : throw CommandError(what + " is not text in the locale's character set");
+// An argument as messages name it, "?" for each byte that may belong to no character.
+std::string Shown(std::string argument) {
+  const auto utf8 = FromLocale(argument);
+  for (char& byte : argument) byte = static_cast<unsigned char>(byte) > 0x7F ? '?' : byte;
+  return utf8.value_or(argument);
 }
 
-std::string ReadAll(std::istream& stream) {
-  std::ostringstream all;
-  all << stream.rdbuf();
-  if (all.bad()) throw CommandError("the input can't be read");
-  return all.str();
+std::string RequireText(const std::string& text, const std::string& what) {
+  const auto utf8 = FromLocale(text);
+  return utf8 ? *utf8 : throw CommandError(what + ": is not text in the locale's character set");
+}
+
+std::string ReadAll(std::istream& stream, const std::string& name) {
+  std::string all;
+  for (char part[4096]; stream.read(part, sizeof part), stream.gcount() > 0;) {
+    all.append(part, static_cast<std::size_t>(stream.gcount()));
+  }
+  return stream.eof() ? all : throw CommandError(name + ": can't be read");
 }
 
 // Standard input as a file that nobody else can read, and that is removed with what is returned.
 using TemporaryFile = std::unique_ptr<const char, int (*)(const char*)>;
 TemporaryFile KeepInput(std::string& name) {
+  const std::string input = ReadAll(std::cin, "standard input");
   std::error_code noFolder;
   name = (std::filesystem::temp_directory_path(noFolder) / "tarvik-XXXXXX").string();
   const int descriptor = noFolder ? -1 : mkstemp(name.data());
   TemporaryFile kept(descriptor >= 0 && close(descriptor) == 0 ? name.c_str() : nullptr, std::remove);
-  const bool isWhole = kept && std::ofstream(name, std::ios::binary) << ReadAll(std::cin) << std::flush;
-  return isWhole ? std::move(kept)
-                 : throw CommandError("standard input: can't be kept in a temporary file; TMPDIR names another folder");
+  if (kept && std::ofstream(name, std::ios::binary) << input << std::flush) return kept;
+  throw CommandError("standard input: can't be kept in a temporary file; TMPDIR can name another folder");
 }
 
 // All of standard input but a line end at its end, which is the shell's.
 std::string ReadValue() {
-  std::string value = ReadAll(std::cin);
-  if (value.ends_with('\n')) value.pop_back();
-  if (value.ends_with('\r')) value.pop_back();
+  std::string value = ReadAll(std::cin, "standard input");
+  if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
   return RequireText(value, "standard input");
 }
 
 void UseKey(const std::string& keyFile) {
   std::ifstream file(keyFile, std::ios::binary);
-  const std::string bytes = ReadAll(file);
-  if (bytes.size() != 32) throw CommandError(FromLocale(keyFile).value_or("the key file") + ": not a 32-byte key");
+  const std::string bytes = ReadAll(file, Shown(keyFile));
+  if (bytes.size() != 32) throw CommandError(Shown(keyFile) + ": not a 32-byte key");
   CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
 }
 
@@ -135,7 +142,7 @@ class CommandLine {
       Refuse(std::string("the arguments must be ") + command->arguments);
     }
     if (command->name == "help") return PrintHelp(arguments.empty() ? "" : arguments.front());
-    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument, "an argument"));
+    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument, Shown(argument)));
     options.file = arguments.front();
     options.shownFile = options.arguments.front();
     options.arguments.erase(options.arguments.begin());
@@ -157,7 +164,7 @@ class CommandLine {
     if (lacksValue) options.arguments.push_back(ReadValue());
     if (command->run == Detect && options.arguments.size() % 3 != 0) Refuse("PRODUCT, BRANCH and TYPE go together");
     if (!keyFile.empty()) UseKey(keyFile);
-    options.attribute = RequireText(options.attribute, "an attribute's name");
+    options.attribute = RequireText(options.attribute, Shown(options.attribute));
     ShowLog(verbosity);
     if (readsInput) options.shownFile = "standard input";
     TemporaryFile kept(nullptr, std::remove);
@@ -169,8 +176,10 @@ class CommandLine {
   }
 
   static ExitStatus PrintHelp(const std::string& topic) {
-    if (!HelpTexts.contains(topic)) throw CommandError(topic + ": there is no such command (tarvik help tells more)");
-    PrintValue(HelpTexts.at(topic));
+    const auto text = HelpTexts.find(topic == "help" ? "" : topic);
+    if (text == HelpTexts.end())
+      throw CommandError(Shown(topic) + ": there is no such command (tarvik help tells more)");
+    PrintValue(text->second);
     return ExitStatus::Found;
   }
 
@@ -183,12 +192,14 @@ class CommandLine {
   std::string Complaint(const CLI::ParseError& error) const {
     const std::vector<std::string> extras = app.remaining(true);
     if (app.get_subcommands().empty() && extras.empty()) return "a command is required";
-    const std::string what = error.what();
-    const bool lacksValue = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch);
-    if (lacksValue) return what.substr(0, what.find(':')) + ": a value is required";
-    if (extras.empty()) return FromLocale(what).value_or("not text in the locale's character set");
+    std::string what = error.what();
+    std::erase(what, DataMark);
+    const bool isMismatch = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch);
+    const char* const mismatch = what.ends_with("missing") ? ": a value is required" : ": is given twice";
+    if (isMismatch) return what.substr(0, what.find(':')) + mismatch;
+    if (extras.empty()) return Shown(what);
     const bool isOption = extras.front().starts_with('-');
-    return RequireText(Unmarked(extras.front()), "an argument") +
+    return Shown(Unmarked(extras.front())) +
            (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
   }
 
@@ -215,10 +226,11 @@ class CommandLine {
   const Subcommand* command = nullptr;
 };
 
-// A file that is opened while a standard stream is closed would take its number, and receive what is printed.
+// A file that is opened while a standard stream is closed would take its number, and receive what is printed. A folder does
+// not: it can neither be read nor written.
 void OccupyStandardStreams() {
   int descriptor;
-  do descriptor = open("/dev/null", O_RDONLY);
+  do descriptor = open("/", O_RDONLY);
   while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
   if (descriptor > STDERR_FILENO) close(descriptor);
 }

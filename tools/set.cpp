@@ -65,7 +65,7 @@ class SetPlan {
   void Make(Place& place, const PathComponent& component) {
     const std::string whyMissing = WhyMissing(place, component);
     if (options.existing) document.Fail(whyMissing, ExitStatus::NothingFound);
-    shown = PathBelow(place, component.name);
+    shown = PathBelow(place, component.text);
     if (!component.attribute.empty()) Refuse(whyMissing + ", and set makes none for a filter");
     Element& parent = *place.back().element;
     place.push_back({&Element::null, component.name});

@@ -97,9 +97,9 @@ bool HasForm(std::string_view utf8) { return localeIsUtf8 || ToLocale(utf8); }
 std::string Printable(std::string_view utf8, std::string_view kept) {
   std::string result;
   for (const wchar_t character : Ostrum::WideFromUtf8(utf8)) {
-    char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"];
+    char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"] = "\\"; // separates names, whatever character that byte is
     std::mbstate_t state{};
-    const std::size_t length = std::wcrtomb(bytes, character, &state);
+    const std::size_t length = character == L'\\' ? 1 : std::wcrtomb(bytes, character, &state);
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
     const bool isRefused = isControl && kept.find(static_cast<char>(character)) == std::string_view::npos;
     const bool isKept = !isRefused && length <= MB_LEN_MAX;
