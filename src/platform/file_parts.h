@@ -13,11 +13,10 @@ namespace platform {
 
 // The name of a temporary file, with 64 random bits, so that no two are ever the same. Throws std::runtime_error.
 inline std::string TemporaryName() {
-  std::uint32_t high = 0;
-  std::uint32_t low = 0;
-  if (!DrawRandom(high) || !DrawRandom(low)) throw std::runtime_error("no random name for a temporary file");
+  unsigned long long number = 0;
+  if (!FillRandom(&number, sizeof number)) throw std::runtime_error("no random name for a temporary file");
   char text[32];
-  std::snprintf(text, sizeof text, ".tarvik-%08x%08x", high, low);
+  std::snprintf(text, sizeof text, ".tarvik-%016llx", number);
   return text;
 }
 

@@ -103,10 +103,6 @@ CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
 // Texts are equal character by character exactly when they are equal byte by byte.
 int MbsCompare(const char* left, const char* right) noexcept { return std::strcmp(left, right); }
 
-int MbsCompareBytes(const char* left, const char* right, std::size_t count) noexcept {
-  return std::strncmp(left, right, count);
-}
-
 int MbsCompareNoCase(const char* left, const char* right) noexcept {
   return MbsCompareBytesNoCase(left, right, SIZE_MAX);
 }

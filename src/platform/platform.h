@@ -18,10 +18,8 @@ namespace platform {
 
 // Less than, equal to or greater than 0; the whole texts, case-sensitive.
 int MbsCompare(const char* left, const char* right) noexcept;
-// The same without regard to the case of letters.
+// The same without regard to the case of letters; at most `count` bytes of each.
 int MbsCompareNoCase(const char* left, const char* right) noexcept;
-// The same over at most `count` bytes; both stop at a terminating zero.
-int MbsCompareBytes(const char* left, const char* right, std::size_t count) noexcept;
 int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept;
 
 // Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros.
@@ -45,8 +43,8 @@ PlainText CurrentPlainText() noexcept;
 
 // Random numbers, time
 
-// 32 bits from the system's cryptographically secure source. On failure false, and number is left as it was.
-bool DrawRandom(std::uint32_t& number) noexcept;
+// Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
+bool FillRandom(void* target, std::size_t size) noexcept;
 
 // Blocks the calling thread for at least that long. Stands in a file of its own, so that tests and benchmarks can link
 // another one in its place.
@@ -75,9 +73,6 @@ void ExpectLargeAllocations() noexcept;
 inline constexpr std::size_t cipherKeySize = 32;
 inline constexpr std::size_t cipherNonceSize = 12;
 inline constexpr std::size_t cipherTagSize = 16;
-
-// Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
-bool FillRandom(void* target, std::size_t size) noexcept;
 
 // Both throw std::bad_alloc, which is all that can go wrong with the cipher itself: it depends on no configuration.
 //

@@ -165,7 +165,7 @@ std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* pat
     std::uint32_t code = document.EnumGroup(path, position++, parent.Text(), group);
     if (code == XmlSuccess) code = document.Read(group.Text(), item, value);
     if (code != XmlSuccess) return code;
-    if (wanted != nullptr && platform::MbsCompareBytes(wanted, value.Text(), QueryText::size) == 0) return XmlSuccess;
+    if (wanted != nullptr && platform::MbsCompare(wanted, value.Text()) == 0) return XmlSuccess;
   }
 }
 

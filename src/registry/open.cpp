@@ -116,7 +116,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
   if (code != XmlSuccess) return code;
 
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
-  platform::DrawRandom(record->cookie); // a draw that fails leaves 0, which is as good a cookie as any
+  platform::FillRandom(&record->cookie, sizeof record->cookie); // what is left on failure is as good a cookie as any
   platform::Sleep(1000);
   AppendXmlFile(&list, record.get());
   cookie = record->cookie;

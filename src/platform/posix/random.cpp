@@ -19,11 +19,4 @@ bool FillRandom(void* target, std::size_t size) noexcept {
   return true;
 }
 
-bool DrawRandom(std::uint32_t& number) noexcept {
-  std::uint32_t drawn = 0;
-  if (!FillRandom(&drawn, sizeof drawn)) return false;
-  number = drawn;
-  return true;
-}
-
 } // namespace platform

@@ -9,18 +9,11 @@
 
 namespace platform {
 
-bool DrawRandom(std::uint32_t& number) noexcept {
-  unsigned int drawn = 0;
-  if (rand_s(&drawn) != 0) return false;
-  number = drawn;
-  return true;
-}
-
 bool FillRandom(void* target, std::size_t size) noexcept {
   auto* const bytes = static_cast<unsigned char*>(target);
-  std::uint32_t drawn = 0;
+  unsigned int drawn = 0;
   for (std::size_t at = 0; at < size; at += sizeof drawn) {
-    if (!DrawRandom(drawn)) return false;
+    if (rand_s(&drawn) != 0) return false;
     std::memcpy(bytes + at, &drawn, std::min(sizeof drawn, size - at));
   }
   return true;
