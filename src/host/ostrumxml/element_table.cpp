@@ -13,16 +13,6 @@ constexpr std::size_t largeDocument = 1'000'000;
 
 } // namespace
 
-ElementTable::~ElementTable() {
-  for (const Chunk& chunk : chunks) {
-    if (chunk.isLarge) {
-      platform::ReleaseLargeBlock(chunk.memory);
-    } else {
-      ::operator delete (chunk.memory, std::align_val_t{alignof(Block)});
-    }
-  }
-}
-
 Element& ElementTable::Add() {
   if (count == blocks.size() * Block::capacity) AddBlock();
   ++count;
@@ -42,11 +32,11 @@ void ElementTable::AddChunk() {
   const bool isLarge = size >= largeDocument;
   const std::size_t added =
       isLarge ? platform::largeBlockSize / sizeof(Block) : std::clamp<std::size_t>(size / 8 / sizeof(Block), 1, 16);
-  chunks.reserve(chunks.size() + 1);
-  void* const memory = isLarge ? platform::AllocateLargeBlock()
-                               : ::operator new (added * sizeof(Block), std::align_val_t{alignof(Block)});
-  chunks.push_back({memory, isLarge});
-  unused = static_cast<std::byte*>(memory);
+  constexpr std::align_val_t alignment{alignof(Block)};
+  const auto release = [](void* blocksInIt) noexcept { ::operator delete(blocksInIt, alignment); };
+  chunks.push_back(isLarge ? Chunk(platform::AllocateLargeBlock(), platform::ReleaseLargeBlock)
+                           : Chunk(::operator new(added * sizeof(Block), alignment), release));
+  unused = static_cast<std::byte*>(chunks.back().get());
   unusedBlocks = added;
 }
 

@@ -19,7 +19,6 @@ class ElementTable {
  public:
   // expected: about how many bytes the elements will take.
   ElementTable(Content& content, std::size_t expected) noexcept : content(content), expected(expected) {}
-  ~ElementTable();
   ElementTable(const ElementTable&) = delete;
   ElementTable& operator=(const ElementTable&) = delete;
 
@@ -54,10 +53,7 @@ class ElementTable {
   static_assert(sizeof(Element) == 24);
   static_assert(sizeof(Block) == 4096);
 
-  struct Chunk { // blocks that were allocated together
-    void* memory;
-    bool isLarge;
-  };
+  using Chunk = std::unique_ptr<void, void (*)(void*) noexcept>; // blocks that were allocated together
 
   static const Block& BlockOf(const Element& element) noexcept {
     const std::size_t offset = reinterpret_cast<std::uintptr_t>(&element) % alignof(Block);
