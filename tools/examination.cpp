@@ -18,9 +18,9 @@ std::string ReadBytes(const std::string& fileName, bool encrypted, std::string& 
   const platform::FileName name = platform::AbsoluteFileName(fileName.c_str(), wideName.c_str());
   const auto status = platform::ReadWholeFile(name, INT_MAX, bytes, state);
   if (status == platform::ReadStatus::Missing) return "there is no such file";
-  std::error_code failure;
-  const bool isFile = std::filesystem::is_regular_file(name, failure);
   if (status == platform::ReadStatus::Unreadable) {
+    std::error_code failure;
+    const bool isFile = std::filesystem::is_regular_file(name, failure);
     if (failure) return "can't be read: " + FromLocale(failure.message()).value_or("no access");
     return isFile ? "is there but can't be read" : "is not a regular file";
   }

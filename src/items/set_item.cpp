@@ -1,9 +1,9 @@
 // The exported function that sets an item and saves the document.
 #include <cassert>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <functional>
-#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -52,12 +52,6 @@ struct SetRequest {
   std::string target;              // equal for requests that set the same item
   std::size_t longestKey = 0;      // in the element map, of an element that the request leads to
 };
-
-void RequireShort(const char* path, const char* itemName) {
-  const std::size_t separatorAndEnd = 2;
-  const std::size_t length = std::strlen(path) + std::strlen(itemName);
-  if (length > std::numeric_limits<std::uint32_t>::max() - separatorAndEnd) throw std::length_error("path");
-}
 
 std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   std::string rest(path);
@@ -124,7 +118,8 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
     throw std::invalid_argument("a text that is needed is null");
   }
-  RequireShort(path, itemName);
+  constexpr std::size_t longest = UINT32_MAX - 2; // besides a separator and the end
+  if (std::strlen(path) + std::strlen(itemName) > longest) throw std::length_error("path");
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
   if (std::string_view(itemType) == "ELEMENT") {
