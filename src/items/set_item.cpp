@@ -1,4 +1,5 @@
 // The exported function that sets an item and saves the document.
+#include <algorithm>
 #include <cassert>
 #include <cstdint>
 #include <cstring>
@@ -204,8 +205,8 @@ class SetWalk {
     Check();
   }
 
-  // Of how many steps, from the first, the element is there already.
-  std::size_t FoundSteps() const noexcept { return found.size(); }
+  // The elements of the first steps that are there already; at least the root.
+  const std::vector<Element*>& Found() const noexcept { return found; }
 
   // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
   // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
@@ -263,8 +264,8 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   return child->IsNull() ? nullptr : child;
 }
 
-// Finds what FindLogged would, in another program's text, and logs nothing. An element that the set made in its own document is
-// matched by its exact name: one whose name only begins so is another element.
+// Finds what FindLogged would, in another program's text, and logs nothing. An element that this document made is matched by its
+// exact name: one whose name only begins so is another element.
 Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   if (parent == nullptr) return nullptr;
   const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
@@ -276,11 +277,16 @@ Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
 }
 
 // Changes the document, which refuses all of the request or nothing, and then the file.
-void SetAndSave(const std::shared_ptr<const SetRequest>& request, XmlFileRecord& record) try {
+void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& record) try {
   const SetWalk walk(*request, *record.document, FindLogged);
-  const std::size_t foundSteps = walk.FoundSteps();
-  const auto findInOther = [request, foundSteps](Element* parent, const SetStep& step) {
-    return FindSilently(parent, step, &step >= request->steps.data() + foundSteps);
+  const auto firstMade = std::ranges::find_if(walk.Found(), &Element::IsCreated);
+  const auto parsedSteps = static_cast<std::size_t>(firstMade - walk.Found().begin());
+  // An earlier set may have made an element whose name only begins with the step's.
+  for (std::size_t i = parsedSteps; i < walk.Found().size(); ++i) {
+    request->steps[i].name.utf8 = walk.Found()[i]->GetName();
+  }
+  const auto findInOther = [request, parsedSteps](Element* parent, const SetStep& step) {
+    return FindSilently(parent, step, &step >= request->steps.data() + parsedSteps);
   };
   record.file->Await({request->target, [request, findInOther](Ostrum::Document& other) {
                         SetWalk(*request, other, findInOther).CarryOut(nullptr);
@@ -308,7 +314,7 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
   }
   if (record->document->GetRoot().IsNull()) return XmlInvalidArgument;
   try {
-    const auto request = std::make_shared<const SetRequest>(ParseSetRequest(*record, path, itemName, itemType, value));
+    const auto request = std::make_shared<SetRequest>(ParseSetRequest(*record, path, itemName, itemType, value));
     SetAndSave(request, *record);
     return XmlSuccess;
   } catch (const std::bad_alloc&) {

@@ -55,6 +55,12 @@ TEST(Saving, ChangesTheFileAsItIsByThen) {
       const bool isOnLines = next.ends_with('\n');
       next.insert(next.rfind(isOnLines ? "\n</R" : "</R"), isOnLines ? "\n  <Z>z</Z>" : "<Z>z</Z>");
       EXPECT_EQ(document.Bytes(), next);
+
+      // What this document made is never taken for another element whose name only begins so, nor made twice.
+      next.insert(next.find("<Z>"), "<Z1/>");
+      document.Write(next);
+      EXPECT_EQ(document.SetText("", "Z", "y"), 0U);
+      EXPECT_EQ(document.Bytes(), next.replace(next.find("<Z>") + 3, 1, "y"));
       EXPECT_EQ(document.FilesInFolder(), 1);
     }
   }

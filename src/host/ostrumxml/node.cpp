@@ -168,6 +168,8 @@ std::string Element::LeadOfNextChild(const Content& content) const {
   return last == nullptr ? std::string() : std::string(ElementLayout(content, *last).Lead(*this));
 }
 
+bool Element::IsCreated() const noexcept { return (flags & element_flags::created) != 0; }
+
 bool Element::CanBeChanged() const noexcept { return !IsNull() && ContentOf(*this).IsInFile(tagStart); }
 
 bool Element::TextCanBeReplaced() const {

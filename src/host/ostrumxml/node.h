@@ -118,6 +118,8 @@ class Element final : public NodeContainer {
   // Whether all names and values of the element's document are. False of the null element.
   bool DocumentIsAscii() const noexcept;
 
+  // Whether the element was made since the document was parsed.
+  bool IsCreated() const noexcept;
   // False for the null element and for one whose tags stand in an entity's text, which has no place of its own in the file.
   bool CanBeChanged() const noexcept;
   // Whether the element's own text can be set. Also false if it refers to an entity that contains elements.
