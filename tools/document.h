@@ -13,7 +13,7 @@
 // What became of an attempt to read and parse a file.
 struct Examination {
   bool isRead = false;
-  int line = 0, column = 0; // from 1, in bytes; 0 where the place is not known
+  int line = 0, column = 0; // from 1, bytes in front of one that is invalid, else characters; 0 if not known
   std::string reason;       // empty for a well-formed file
   std::unique_ptr<Ostrum::Document> document;
 

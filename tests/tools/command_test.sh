@@ -201,6 +201,9 @@ expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml s
 printf '<a>\n<b>\377</b></a>' >bytes.xml
 expect 0 '' '' check catalog.xml
 expect 1 '' 'tarvik: broken.xml:2:8: mismatched tag' check broken.xml
+printf '<a>\303\266\303\266<b></c>' >input
+expect 1 '' 'tarvik: standard input:1:11: mismatched tag' check -
+: >input
 expect 1 '' 'tarvik: bytes.xml:2:4: invalid UTF-8 at byte offset 7' check bytes.xml
 expect 1 '{"wellFormed":false,"line":2,"column":8,"reason":"mismatchedtag"}' 'tarvik: broken.xml:2:8: mismatched tag' check -j broken.xml
 expect 2 '' 'tarvik: broken.xml:2:8: mismatched tag' get broken.xml a b

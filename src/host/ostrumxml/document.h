@@ -51,7 +51,7 @@ const char* ReasonOf(PARSER_ERROR error) noexcept;
 bool IsIllFormed(PARSER_ERROR error) noexcept;
 
 // Parses the first `length` bytes of the text, which is valid UTF-8. Gives a new document, which the caller deletes, or null
-// when they are not a well-formed document or it is out of proportion; error, line and column (from 1, in bytes) then say why
+// when they are not a well-formed document or it is out of proportion; error, line and column (from 1, in characters) then say why
 // and where, and a log line under the component "ostrumxml" does too. Throws std::bad_alloc.
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
 

@@ -9,7 +9,7 @@ namespace Ostrum {
 struct ParseFailure {
   PARSER_ERROR error = NO_PARSER_ERROR;
   int line = 0;   // from 1
-  int column = 0; // from 1, in bytes
+  int column = 0; // from 1, in characters
 };
 
 // Runs the parser over a document's source and builds the index of its elements. Tells the failure when the source is no
