@@ -33,11 +33,12 @@ TEST(References, StandForCharacters) {
         Row("&#65;", "A"), Row("&#x4a;", "J"), Row("&#xe9;", "\u00e9"), Row("&#8364;", "\u20ac"),
         Row("&#x10FFFF;", "\U0010FFFF")}) {
     std::string text = "t";
-    EXPECT_TRUE(Ostrum::AppendReference(reference, text));
+    Ostrum::AppendReference(reference, text);
     EXPECT_EQ(text, "t"s + character);
   }
   std::string none;
-  EXPECT_TRUE(!Ostrum::AppendReference("&am;", none) && none.empty());
+  Ostrum::AppendReference("&am;", none);
+  EXPECT_EQ(none, "");
 }
 
 TEST(References, KeepWhatAParserWouldChange) {

@@ -38,9 +38,9 @@ const struct {
     {"<r><a x='/' /></r>", {{"a", "2"}}, "<r><a x='/'>2</a></r>"},
     {"<r><!-- c -->1<b/>&amp;<![CDATA[2]]><?p q?> </r>", {{"", "3"}}, "<r><!-- c -->3<b/><?p q?></r>"},
     {"<r><!-- c --><b/></r>", {{"", "3"}}, "<r>3<!-- c --><b/></r>"},
-    {"<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'>]><r>&f;1&e;&lt;</r>",
+    {"<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'><!ENTITY p '<?p?>'>]><r>&f;1&e;&p;&lt;</r>",
      {{"", "t"}, {"", "z", "a"}},
-     "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'>]><r a=\"z\">&f;t</r>"},
+     "<!DOCTYPE r [<!ENTITY e 'x'><!ENTITY f SYSTEM 'y'><!ENTITY p '<?p?>'>]><r a=\"z\">&f;t&p;</r>"},
     {"<r><a>1</a>" + big + "<b>2</b></r>", {{"a", big}, {"b", "3"}}, "<r><a>" + big + "</a>" + big + "<b>3</b></r>"},
     // Attributes
     {"<r a='1' b = \"2\"/>", {{"", "'\"", "a"}, {"", "'\"", "b"}}, "<r a='&apos;\"' b = \"'&quot;\"/>"},

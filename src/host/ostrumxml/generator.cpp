@@ -87,10 +87,12 @@ class Generator {
     return scanner.Rest();
   }
 
+  // An entity that holds only comments and processing instructions is not.
   bool IsText(const Piece& piece) const {
     if (piece.kind != PieceKind::Reference) return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
-    std::string character;
-    return AppendReference(piece.text, character) || content.EntityText(ReferenceName(piece.text)).has_value();
+    std::string beginning;
+    AppendOwnText(content, piece.text, beginning, 1);
+    return !beginning.empty();
   }
 
   void CollectText(const ElementLayout& layout, const ElementChange& change) {

@@ -115,16 +115,14 @@ void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit
   }
 }
 
-bool AppendReference(std::string_view reference, std::string& text) {
+void AppendReference(std::string_view reference, std::string& text) {
   const std::string_view name = ReferenceName(reference);
+  const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
   if (name.front() == '#') {
     AppendUtf8(CharacterOf(reference), text);
-    return true;
+  } else if (entity != std::end(predefined)) {
+    text += entity->character;
   }
-  const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
-  if (entity == std::end(predefined)) return false;
-  text += entity->character;
-  return true;
 }
 
 std::string FoldBlanks(std::string_view value) {

@@ -27,9 +27,8 @@ char32_t CharacterOf(std::string_view reference) noexcept;
 // Appends character data without references, its line ends normalized, until text has `limit` bytes.
 void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit = std::string::npos);
 
-// Appends what a whole reference stands for: a character, or nothing for an entity that XML does not predefine. False in
-// that last case.
-bool AppendReference(std::string_view reference, std::string& text);
+// Appends what a whole reference stands for: a character, or nothing for an entity that XML does not predefine.
+void AppendReference(std::string_view reference, std::string& text);
 
 // Drops outer blanks and folds inner ones, as is done to tokenized values.
 std::string FoldBlanks(std::string_view value);
