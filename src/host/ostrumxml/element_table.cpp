@@ -31,7 +31,7 @@ void ElementTable::AddChunk() {
   const std::size_t size = std::max(blocks.size() * sizeof(Block), expected);
   const bool isLarge = size >= largeDocument;
   const std::size_t added =
-      isLarge ? platform::largeBlockSize / sizeof(Block) : std::clamp<std::size_t>(size / 8 / sizeof(Block), 1, 16);
+      isLarge ? platform::largeBlockSize / sizeof(Block) : std::clamp<std::size_t>(size / sizeof(Block), 1, 16);
   constexpr std::align_val_t alignment{alignof(Block)};
   const auto release = [](void* blocksInIt) noexcept { ::operator delete(blocksInIt, alignment); };
   chunks.push_back(isLarge ? Chunk(platform::AllocateLargeBlock(), platform::ReleaseLargeBlock)
