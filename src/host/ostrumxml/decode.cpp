@@ -137,12 +137,6 @@ std::string_view DeclaredEncoding(std::string_view text) {
   return closes && !name.empty() && allowed.find(name[0]) < letters ? name : std::string_view();
 }
 
-// The text is UTF-8 from here on, so its declaration must say so.
-void DeclareUtf8(std::string& text, std::string_view declared) {
-  if (declared.empty() || Folded(declared) == "UTF-8") return;
-  text.replace(static_cast<std::size_t>(declared.data() - text.data()), declared.size(), "UTF-8");
-}
-
 using Failure = std::optional<DecodeFailure>;
 
 constexpr std::size_t noOffset = DecodeFailure::noOffset;
@@ -185,7 +179,8 @@ Failure DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& en
   const std::string name = Folded(declared);
   if (!name.empty() && name != "UTF-16" && name != (bigEndian ? "UTF-16BE" : "UTF-16LE"))
     return Refuse(contradiction, declared);
-  DeclareUtf8(utf8, declared);
+  if (!declared.empty())
+    utf8.replace(static_cast<std::size_t>(declared.data() - utf8.data()), declared.size(), "UTF-8");
   return {};
 }
 
@@ -225,7 +220,6 @@ std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8, 
   }
   encoding = UTF_8;
   if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));
-  DeclareUtf8(bytes, declared);
   utf8 = std::move(bytes);
   return {};
 }
