@@ -1,5 +1,6 @@
 #include "host/ostrumxml/file.h"
 
+#include <algorithm>
 #include <climits>
 #include <new>
 #include <stdexcept>
@@ -53,8 +54,11 @@ long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS&
 
 void DocumentFile::Await(Change change) {
   waiting.reserve(waiting.size() + 1);
-  // Setting an item again and again while the file can't be written must not fill the memory.
-  std::erase_if(waiting, [&](const Change& earlier) { return earlier.target == change.target; });
+  // Setting an item again and again while the file can't be written must not fill the memory. The first change stays: it makes
+  // the elements that changes after it find.
+  const auto isEarlier = [&](const Change& earlier) { return earlier.target == change.target; };
+  const auto first = std::find_if(waiting.begin(), waiting.end(), isEarlier);
+  if (first != waiting.end()) waiting.erase(std::remove_if(first + 1, waiting.end(), isEarlier), waiting.end());
   waiting.push_back(std::move(change));
 }
 

@@ -29,7 +29,7 @@ enum ReadResult : long {
 
 // A change of a document that can be carried out on another document as well.
 struct Change {
-  std::string target; // equal for changes of which only the last counts
+  std::string target; // equal for changes of which only the first and the last count
   // Throws std::invalid_argument or std::runtime_error, having changed nothing, where the document refuses it.
   std::function<void(Document&)> carryOut;
 };
