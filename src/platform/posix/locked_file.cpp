@@ -182,7 +182,7 @@ FileDescriptor OpenFolder(const FileName& folder) {
 // The system follows links among the folders, but a rename would replace one that is the name's last part.
 Place FollowLinks(FileName name) {
   constexpr int mostLinks = 40;
-  for (int links = 0; links < mostLinks; ++links) {
+  for (int links = 0; links <= mostLinks; ++links) {
     Place place{OpenFolder(name.parent_path()), name.filename(), FileStatus{}};
     const int result = place.Ask(*place.status);
     if (result != 0 && errno != ENOENT) ThrowSystemFailure("cannot tell whether the file is a symbolic link");
