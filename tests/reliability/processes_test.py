@@ -107,6 +107,20 @@ def writers_and_an_editor(folder):
     print(f"{writers * sets} sets of {writers} processes and {sets} edits: all there")
 
 
+def sets_that_wait(folder):
+    name = folder + "/waiting.xml"
+    write(name, "<R></R>")
+    document = Document(name)
+    write(name, "<S/>")
+    for item in ("Time", "Zone", "Time"):
+        check(document.set(item, item) == FAILURE, "another's document was saved")
+    write(name, "<R><Timeout/></R>")
+    check(document.set("Zo", "z") == SUCCESS, "a set failed")
+    text = read(name)
+    check(text == "<R><Timeout/><Time>Time</Time><Zone>z</Zone></R>", f"the sets that waited made {text}")
+    print("sets that wait carried out in their order")
+
+
 def killed_writers(folder):
     name, kills = folder + "/killed.xml", 200
     ends = ("<R><A>", "</A></R>")
@@ -253,6 +267,6 @@ def rights(folder):
     print("owner, mode, access list and attributes taken over; what may not be written refused")
 
 
-for test in (writers_and_an_editor, killed_writers, locks, names, rights):
+for test in (writers_and_an_editor, sets_that_wait, killed_writers, locks, names, rights):
     with tempfile.TemporaryDirectory() as temporary:
         test(temporary)
