@@ -25,9 +25,9 @@ Ostrum::Element* FindNthChildWithAttribute(const Ostrum::Element& parent, std::s
 Ostrum::Element* FindFirstChildWithValue(const Ostrum::Element& parent, std::string_view nameBegin,
                                          const char* attributeName, std::string_view valueBegin);
 
-// The element that the last search ended in, whose children are searched for the path's last component. Programs enumerate
-// them, and a search need not come down to them again: what was found first stays first, since elements are never removed
-// and new ones stand last.
+// The element whose children the last search compared with its path's last component. Programs enumerate these children; the
+// next search for one begins here instead of at the top. The element stays the right one: elements are never removed, and new
+// ones stand last, so that the first match of each name remains the first.
 struct KnownParent {
   const Ostrum::Element* start = nullptr;
   Ostrum::Element* parent = nullptr;

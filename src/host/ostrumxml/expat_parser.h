@@ -16,8 +16,8 @@ class ExpatParser {
 
   XML_Parser Get() const noexcept { return parser.get(); }
 
-  // Gives the parser the next bytes. It copies them, so they may move while it works on them, to a buffer with room for so many
-  // bytes or more: a later chunk of that size finds room there. REQUIRES: both are at most INT_MAX.
+  // Gives the parser the next bytes. It copies them into its buffer, so they may move while it works on them. The buffer holds
+  // at least `room` bytes, so that a later, larger chunk needs no new one. REQUIRES: both sizes are at most INT_MAX.
   XML_Status Feed(std::string_view bytes, bool last, std::size_t room = 0) noexcept;
 
  private:

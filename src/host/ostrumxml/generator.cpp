@@ -87,7 +87,8 @@ class Generator {
     return scanner.Rest();
   }
 
-  // An entity that holds only comments and processing instructions is not.
+  // Whether setting the text replaces the piece. A reference to an entity that holds only comments and processing instructions
+  // stays.
   bool IsText(const Piece& piece) const {
     if (piece.kind != PieceKind::Reference) return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
     std::string beginning;
