@@ -1,4 +1,4 @@
-# Turns the headers' plain comments into Doxygen's form. A backslash in them is literal.
+# Turns the headers' plain comments into Doxygen's form. A backslash in them is literal: it is escaped, except in quotes.
 /^ *\/\/ NOLINT/d
 s| *// NOLINT.*||
 \|//|{
@@ -8,6 +8,7 @@ s| *// NOLINT.*||
   s|^[^/]*//|//|
   s|\\|\\\\|g
   s|[<>&#@]|\\&|g
+  s|"\\\([\\&]\)|"\1|g
   x
   G
   s|\n||
