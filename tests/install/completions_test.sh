@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/../.."
 
 help_words() {
-  cat tools/help/*.txt | grep -oE '^  (-[a-z], )?--[a-z-]+' | sed 's/.*--/--/'
+  cat tools/help/* | grep -oE '^  (-[a-z], )?--[a-z-]+' | sed 's/.*--/--/'
   grep -oE '^  [a-z]+  ' tools/help/tarvik.txt | tr -d ' '
 }
 

@@ -244,7 +244,7 @@ expect 2 '' '*: there is no such command (tarvik help tells more)' help nothing
 for name in get list set check status detect files match; do
   "${command[@]}" $name --help 2>err >out
   "${command[@]}" help $name | cmp -s - out || fail "tarvik help $name"
-  [[ $(<out) == "Usage: tarvik $name"*Example*tarvik* && ! -s err && $(here <out | wc -L) -le 84 ]] || fail "tarvik $name --help"
+  [[ $(<out) == "Usage: tarvik $name"*Example*tarvik* && ! -s err && $(here <out | wc -L) -le 80 ]] || fail "tarvik $name --help"
   "${command[@]}" --help | grep "^  $name " >/dev/null || fail "$name in tarvik --help"
 done
 "${command[@]}" help >out

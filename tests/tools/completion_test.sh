@@ -34,7 +34,7 @@ expect '' status --dep
 for name in get list set check status detect files match; do
   COMP_WORDS=(tarvik "$name" -) COMP_CWORD=2
   _tarvik tarvik - $name
-  wanted=$(grep '^  -' "../tools/help/$name.txt" | sed -E 's/^  (-[a-z], )?(--?[a-z-]+).*/\2/' | sort)
+  wanted=$(grep --no-filename '^  -' "../tools/help/$name.txt" ../tools/help/options.in | sed -E 's/^  (-[a-z], )?(--?[a-z-]+).*/\2/' | sort)
   offered=$(printf '%s\n' "${COMPREPLY[@]}" | sort)
   [[ $offered == "$wanted" ]] || { printf '%s\n' "$name:" "$offered" 'wanted:' "$wanted"; exit 1; }
 done
