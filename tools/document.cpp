@@ -13,7 +13,7 @@ Document::Document(const Options& options) : file(options.shownFile) {
     const Examination examination = Examine(options.file, options.encrypted);
     if (!examination.reason.empty()) throw CommandError(file + examination.Complaint());
     Fail("can't be opened (result code " + std::to_string(code) +
-         "); the root's name may have no form in the locale's character set");
+         "); perhaps the locale's character set can't represent the root's name");
   }
   record = FindXmlFile(list, nullptr, &cookie, nullptr);
   rootName = ToLocale(record->document->GetRoot().GetName()).value();
@@ -70,8 +70,7 @@ std::optional<std::string> Document::Read(const Place& place, const std::string&
   const std::string inDocument = isText ? element->GetValue() : found.GetValue();
   auto value = ToLocale(inDocument); // tells how large the buffer must be
   if (!value) {
-    Fail(PathOf(place) + ": has no form in the character set of the locale (" + std::setlocale(LC_CTYPE, nullptr) +
-         ")");
+    Fail(PathOf(place) + ": the locale's character set (" + std::setlocale(LC_CTYPE, nullptr) + ") can't represent it");
   }
   // Of the element that has the attribute, or of the text's parent.
   const GroupId group = Open(place, place.size() - (isText ? 1 : 0));

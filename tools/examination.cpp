@@ -2,7 +2,9 @@
 #include <corekit/corekit.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
+#include <fstream>
 
 #include "document.h"
 #include "host/ostrumxml/decode.h"
@@ -21,8 +23,9 @@ std::string ReadBytes(const std::string& fileName, bool encrypted, std::string& 
   if (status == platform::ReadStatus::Unreadable) {
     std::error_code failure;
     const bool isFile = std::filesystem::is_regular_file(name, failure);
+    if (isFile && !std::ifstream(name)) failure.assign(errno, std::generic_category());
     if (failure) return "can't be read: " + FromLocale(failure.message()).value_or("no access");
-    return isFile ? "is there but can't be read" : "is not a regular file";
+    return isFile ? "can't be read" : "is not a regular file";
   }
   if (status == platform::ReadStatus::TooLong) return "is longer than 2 GB";
   const bool isRefused = encrypted && !corekit::KCryptWrap::decrypt_data(bytes, bytes);

@@ -67,7 +67,7 @@ class TreeWalk {
     const bool isAmbiguous =
         isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element : Hides(same, text);
     place.push_back(step);
-    if (!hasForm) Remark(": has no form in the locale's character set");
+    if (!hasForm) Remark(": the locale's character set can't represent it");
     const Document::GroupId id =
         options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
     const bool isLeaf = element.Begin() == element.End();

@@ -38,7 +38,7 @@ ExitStatus Finish(const Document& document, Table table, const std::vector<Table
   }
   table.Finish();
   if (!HasForm(document.Tree().GenerateXML(false))) {
-    document.Note("a text in it has no form in the locale's character set; where it belongs here it is left empty");
+    document.Note("the locale's character set can't represent all of it; such a text is left empty");
   } else if (isCut || rows.empty()) {
     document.Note(isCut ? "a text may be cut: the queries read 259 bytes of each" : nothing);
   }
@@ -59,7 +59,7 @@ ExitStatus Status(const Document& document, const Options& options) {
   if (options.json) PrintJson(json);
   if (!options.json && isStatus) PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
   if (!options.json && version) PrintValue(*version);
-  if (!isStatus) document.Note("the root is no SiteStatus with the attribute Status");
+  if (!isStatus) document.Note("the root is not a SiteStatus element with the attribute Status");
   return isStatus ? ExitStatus::Found : ExitStatus::NothingFound;
 }
 

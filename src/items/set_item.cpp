@@ -80,7 +80,7 @@ SetText Value(std::string given) {
 
 SetAttribute Attribute(std::string name, std::string value) {
   SetAttribute attribute{Converted(std::move(name)), Value(std::move(value))};
-  if (!Ostrum::IsXmlName(attribute.name.utf8)) throw std::invalid_argument("no XML name");
+  if (!Ostrum::IsXmlName(attribute.name.utf8)) throw std::invalid_argument("not an XML name");
   return attribute;
 }
 
@@ -89,7 +89,7 @@ SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
   LogError(L"Failed to add element to parent node. Cannot continue");
-  throw std::invalid_argument("no XML name");
+  throw std::invalid_argument("not an XML name");
 }
 
 // Returns the text up to the first separator and moves rest behind it; without one, returns all of it and sets rest to null.

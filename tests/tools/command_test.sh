@@ -91,7 +91,7 @@ expect 1 '' '*: Folders has only 3 Folder' get configuration.xml Folders Folder 
 expect 1 '' '*: ProductPackage has only 2 ProductDetection with the attribute Branch' \
   get catalog.xml ProductPackage ProductDetection --attribute Branch --index 3
 expect 1 '{"value":null}' '*no element Nothing in ProductPackage' get -j catalog.xml ProductPackage Nothing
-expect 1 '' '*the root is no SiteStatus*' status catalog.xml
+expect 1 '' '*the root is not a SiteStatus element*' status catalog.xml
 expect 1 '' '*no such detection entry*' detect catalog.xml HARBOR-SCAN Current full
 expect 1 no '' match catalog.xml other.xml
 
@@ -222,7 +222,7 @@ if ((isNative)); then expect 2 '' 'tarvik: [?].xml: is not text in the locale*' 
 expect 2 '' 'tarvik: missing?u001b?u000a.xml: there is no such file' status $'missing\e\n.xml'
 expect 2 '' 'tarvik: .: is not a regular file' status .
 expect 2 '' 'tarvik: aaa*.xml: *' status "$(printf 'a%.0s' {1..300}).xml"
-[[ $(<err) != *'is there but'* ]] || fail 'a name that is too long'
+[[ $(<err) != *read ]] || fail 'a name that is too long'
 expect 2 $'a\t1' 'tarvik: half.xml: the entry after a lacks *' files half.xml
 expect 2 '' 'tarvik: a command is required (tarvik --help tells more)'
 expect 2 '' 'tarvik: gte: there is no such command (tarvik --help tells more)' gte catalog.xml
@@ -291,12 +291,12 @@ if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1
   printf '<r><v\303\244>\303\274</v\303\244><w a="\342\202\254">\342\202\254</w><\316\251>o</\316\251><x\316\251>y</x\316\251><x>x</x></r>' >letters.xml
   latin() { LC_ALL=latin1 "${command[@]}" "$@" 2>err; }
   [[ $(latin get letters.xml $'v\344') == $'\374' ]] || fail 'a text in the character set of the locale'
-  [[ $(latin list letters.xml) == $'v\344\nw\n\\u03a9\nx\\u03a9\nx' && $(<err) == *u03a9' and 1 more: has no form'* ]] ||
+  [[ $(latin list letters.xml) == $'v\344\nw\n\\u03a9\nx\\u03a9\nx' && $(<err) == *u03a9' and 1 more: the locale'?'s character set can'?'t represent it'* ]] ||
     fail 'a name without a form'
   [[ $(latin list --ids letters.xml) == $'v\344\tv\344\n'* ]] || fail 'a group ID in the character set of the locale'
   [[ $(latin get letters.xml x) == x ]] || fail 'behind a name without a form'
   latin set letters.xml '' x 5 || fail "a longer name in front that the library passes over: $(<err)"
-  latin get letters.xml w && fail 'a text without a form' || [[ $? == 2 && $(<err) == *'w: has no form in the character set'* ]] || fail "$(<err)"
+  latin get letters.xml w && fail 'a text without a form' || [[ $? == 2 && $(<err) == *'w: the locale'?'s character set '* ]] || fail "$(<err)"
   [[ $(latin get -j letters.xml $'v\344') == *ü* ]] || fail 'JSON is UTF-8'
   [[ $(env -u LC_ALL -u LANG "${command[@]}" get letters.xml w) == € && $(LC_ALL=C "${command[@]}" list letters.xml) == *Ω* ]] ||
     fail 'without a locale'
