@@ -181,8 +181,8 @@ uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, uint32_t cookie, const char*
 //                       value that XML can't carry, that can't be converted, or whose blanks its declared type would
 //                       fold; an element from an entity's text, or a text that refers to an entity with elements. Or
 //                       the save failed: the file can't be written, or what is there now can't be read, decrypted or
-//                       decoded, or has another root. Then the file is whole, and the set waits in memory for the next
-//                       save. If only the flush of the file's folder failed, the set is in the file.
+//                       decoded, has another root, or can't take the set. Then the file is whole, and the set waits in
+//                       memory for the next save. If only the flush of the file's folder failed, it is in the file.
 uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, uint32_t cookie, const char* path, const char* itemName,
                                 const char* itemType, const char* value);
 

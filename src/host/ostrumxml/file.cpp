@@ -76,7 +76,7 @@ void DocumentFile::Save(Document& document) try {
     lastSeen = *file.State();
     holdsOwnText = writesOwnText;
     waiting.clear();
-    if (!isAsLeft && !theirs) Log(L"The file was not well-formed any more: the document was written over it");
+    if (!isAsLeft && !theirs) Log(L"The file was no longer well-formed: the document was written over it");
     if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
     return file.FlushFolder();
   }
@@ -108,7 +108,7 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
   std::string text;
   UTF_ENCODINGS encoding = UTF_8;
   if (Decode(std::move(bytes), text, encoding) != ReadDone) {
-    throw std::runtime_error("the file holds by now what can't be decrypted or is no text");
+    throw std::runtime_error("the file can no longer be decrypted or decoded");
   }
   const auto length = static_cast<int>(text.size());
   PARSER_ERROR error = NO_PARSER_ERROR;
@@ -118,7 +118,7 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
   if (error == NO_PARSER_MEMORY) throw std::bad_alloc();
   if (IsIllFormed(error)) return nullptr;
   if (!theirs || theirs->GetRoot().GetName() != document.GetRoot().GetName()) {
-    throw std::runtime_error("the file holds another document by now");
+    throw std::runtime_error("the file now holds another document");
   }
   return theirs;
 }
