@@ -22,8 +22,8 @@ constexpr std::size_t smallDocument = std::size_t{2} << 20;
 constexpr std::size_t firstShare = 5; // a fifth; counting all lines takes 16 % of the opening's instructions
 constexpr std::size_t mostAtOnce = std::size_t{1} << 29; // Expat's buffers end at a gigabyte
 
-// The parser expands entities within entities by recursion. A document with more of them than this could nest them so deep
-// that the stack overflows.
+// The parser expands entities within entities by recursion, parameter entities too. A document with more of them than this
+// could nest them so deep that the stack overflows.
 constexpr std::size_t mostNestedEntities = 1'000;
 
 // The parser looks at each attribute declared for an element whenever such an element begins, and whenever another is
@@ -55,10 +55,11 @@ class Indexer {
     XML_SetEntityDeclHandler(parser.Get(),
                              [](void* self, const XML_Char* name, int isParameter, const XML_Char* value, int length,
                                 const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*) {
-                               if (isParameter != 0 || value == nullptr) return;
+                               if (value == nullptr) return;
                                auto& indexer = *static_cast<Indexer*>(self);
                                const std::string_view text(value, static_cast<std::size_t>(length));
-                               indexer.Guarded([&] { indexer.DeclareEntity(name, text); });
+                               indexer.CountIfNested(text, isParameter != 0 ? '%' : '&');
+                               if (isParameter == 0) indexer.Guarded([&] { indexer.DeclareEntity(name, text); });
                              });
     XML_SetAttlistDeclHandler(parser.Get(), [](void* self, const XML_Char* element, const XML_Char* name,
                                                const XML_Char* type, const XML_Char* value, int) {
@@ -187,9 +188,12 @@ class Indexer {
     const Content::EntityPlace place{start, static_cast<std::uint32_t>(text.size())};
     if (!content.entities.try_emplace(name, place).second) return; // the first one binds
     CountExpansion(text.size());
-    if (refusal != NO_PARSER_ERROR) return;
-    entityTexts += text;
-    if (text.find('&') != std::string_view::npos && ++nestedEntities > mostNestedEntities) Refuse(TOO_MANY_ENTITIES);
+    if (refusal == NO_PARSER_ERROR) entityTexts += text;
+  }
+
+  void CountIfNested(std::string_view text, char reference) noexcept {
+    if (text.find(reference) != std::string_view::npos && ++nestedEntities > mostNestedEntities)
+      Refuse(TOO_MANY_ENTITIES);
   }
 
   // All entities have been declared when the first element begins.
