@@ -118,6 +118,20 @@ void ReadDistinct(const std::string& file, std::uint32_t count) {
   const Caller caller(file);
   for (std::uint32_t i = 1; i <= count; ++i) caller.RequireText("e" + std::to_string(i), 1, std::to_string(i));
 }
+void ReadAttributesInTurn(const std::string& file, std::uint32_t count) {
+  const Caller caller(file);
+  for (std::uint32_t i = 1; i <= count; ++i) {
+    for (const char* name : {"id", "b", "c", "d", "e"}) {
+      caller.RequireAttribute("r", "a", static_cast<std::int32_t>(i), name, std::to_string(i));
+    }
+  }
+}
+void OpenFilteredInTurn(const std::string& file, std::uint32_t count) {
+  const Caller caller(file);
+  for (std::uint32_t i = 1; i <= count; ++i) {
+    for (const char* path : {"a&k=v\\c", "a&k=w\\c"}) caller.Group(path, i);
+  }
+}
 void OpenFiltered(const std::string& file, std::uint32_t count) {
   const Caller caller(file);
   for (std::uint32_t i = 1; i <= count; ++i) caller.Group("Item&id=v" + std::to_string(i));
@@ -172,6 +186,16 @@ const Shape shapes[] = {
      [](std::uint32_t count) { return Document("<r>", count, "<e@>@</e@>", "</r>"); }, &ReadDistinct},
     {"groups by a filter, Item&id=v for every v", 2'000,
      [](std::uint32_t count) { return Document("<r>", count, "<Item id='v@'/>", "</r>"); }, &OpenFiltered},
+    {"five attributes of every child in turn", 2'000,
+     [](std::uint32_t count) { return Document("<r>", count, "<a id='@' b='@' c='@' d='@' e='@'/>", "</r>"); },
+     &ReadAttributesInTurn},
+    {"groups by two filters in turn, each matching many", 2'000,
+     [](std::uint32_t count) {
+       const std::string children = Document("", count, "<c/>", "");
+       return Document("<r>", count, "<b/>", "<a k='v'>" + children + "</a><a k='w'>" + children + "</a>") +
+              Document("", count, "<a k='v'/><a k='w'/>", "</r>");
+     },
+     &OpenFilteredInTurn},
     {"attribute defaults declared for one element", 20'000,
      [](std::uint32_t count) { return Document("<!DOCTYPE r [", count, "<!ATTLIST r a@ CDATA 'x'>", "]><r/>"); },
      &OpenOrBeRefused},

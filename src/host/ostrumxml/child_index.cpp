@@ -9,9 +9,12 @@
 namespace Ostrum {
 namespace {
 
-// Limits on the lists besides the one by name: their number, and their entries for each child.
-constexpr std::size_t mostLists = 64;
-constexpr std::size_t mostEntriesPerChild = 3;
+// How many lists are kept besides the one by name. Their entries need no limit: each stands for a part of a name, or for an
+// attribute, that the child has in the source or by declaration.
+constexpr std::size_t mostLists = 256;
+
+// A search by value that more children than this match is remembered.
+constexpr std::ptrdiff_t fewMatches = 16;
 
 bool HasAttribute(const Element& element, std::string_view name) { return !element.GetAttribute(name).IsNull(); }
 
@@ -71,22 +74,22 @@ Element* ChildIndex::NthWithAttribute(std::string_view childName, std::string_vi
 Element* ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
                                     std::string_view valueBegin) {
   List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
-  if (!list.lastValue || *list.lastValue != valueBegin) {
-    std::string scratch;
-    const auto valueOf = [&](std::uint32_t number) {
-      return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
-    };
-    const auto first =
-        std::lower_bound(list.numbers.begin(), list.numbers.end(), valueBegin,
-                         [&](std::uint32_t number, std::string_view wanted) { return valueOf(number) < wanted; });
-    std::uint32_t found = 0;
-    for (auto entry = first; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
-      found = found == 0 ? *entry : std::min(found, *entry);
-    }
-    list.lastValue = valueBegin;
-    list.lastFound = found;
+  const auto known = list.found.find(valueBegin);
+  if (known != list.found.end()) return &content.elements.At(known->second);
+  std::string scratch;
+  const auto valueOf = [&](std::uint32_t number) {
+    return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
+  };
+  const auto first =
+      std::lower_bound(list.numbers.begin(), list.numbers.end(), valueBegin,
+                       [&](std::uint32_t number, std::string_view wanted) { return valueOf(number) < wanted; });
+  std::uint32_t found = 0;
+  auto entry = first;
+  for (; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
+    found = found == 0 ? *entry : std::min(found, *entry);
   }
-  return list.lastFound == 0 ? nullptr : &content.elements.At(list.lastFound);
+  if (entry - first > fewMatches) list.found.emplace(valueBegin, found);
+  return found == 0 ? nullptr : &content.elements.At(found);
 }
 
 ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std::string_view attribute) {
@@ -96,16 +99,11 @@ ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std:
   const auto known = std::find_if(lists.begin(), lists.end(), isWanted);
   if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
 
-  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}, 0};
+  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}};
   list.numbers = MakeList(kind, name, attribute);
   if (known != lists.end()) return *known = std::move(list);
-  std::size_t entries = list.numbers.size();
   lists.push_back(std::move(list));
-  for (auto older = lists.rbegin() + 1; older != lists.rend(); ++older) entries += older->numbers.size();
-  for (; lists.size() > 1 && (lists.size() > mostLists || entries > mostEntriesPerChild * byName.size());) {
-    entries -= lists.front().numbers.size();
-    lists.pop_front();
-  }
+  if (lists.size() > mostLists) lists.pop_front();
   return lists.back();
 }
 
