@@ -31,6 +31,7 @@ bool Passes(const Element& element, const PathComponent& component) {
 
 std::vector<Step> Named(const Element& parent, const std::string& name, const PathComponent& component) {
   std::vector<Step> steps;
+  if (parent.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull()) return steps; // which the index tells without a walk
   std::uint32_t number = 0;
   std::uint32_t position = 0;
   for (auto child = parent.Begin(); child != parent.End(); ++child) {

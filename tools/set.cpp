@@ -20,7 +20,7 @@ class SetPlan {
     const std::string inPath = path.empty() ? item : path + '\\' + item;
     const std::vector<PathComponent> components = SplitPath(options.itemIsAttribute ? path : inPath);
     auto [place, matches, followed] = Follow(copy->GetRoot(), components);
-    for (auto end = place.begin() + 1; end != place.end(); ++end) RequireTaken({place.begin(), end + 1});
+    for (std::size_t step = 1; step < place.size(); ++step) RequireTaken(place, step);
     for (; followed < components.size(); ++followed) Make(place, components[followed]);
     shown = options.itemIsAttribute ? PathBelow(place, item) : PathOf(place);
     std::string name = item;
@@ -48,28 +48,28 @@ class SetPlan {
   [[noreturn]] static void Refuse(const std::string& why) { throw std::invalid_argument(why); }
 
   // At each name the library takes the first element whose name has a form in the locale and begins with it. That must be the
-  // place's; the null element where there must be none.
-  void RequireTaken(const Place& place) {
-    shown = PathOf(place);
-    const Step& wanted = place.back();
-    Place taken = place;
-    Step& first = taken.back() = {nullptr, ""};
+  // step's; the null element where there must be none.
+  void RequireTaken(const Place& place, std::size_t step) {
+    const Step& wanted = place[step];
+    Step first{nullptr, ""};
     for (std::uint32_t n = 1; first.element == nullptr || !(first.name.empty() || HasForm(first.name)); ++n) {
-      first.element = &place[place.size() - 2].element->NthChild(Ostrum::NameMatch::Prefix, wanted.name, n);
+      first.element = &place[step - 1].element->NthChild(Ostrum::NameMatch::Prefix, wanted.name, n);
       first.name = first.element->GetName();
     }
     if (first.element == wanted.element) return;
-    Refuse("the library would take " + PathOf(taken) + ", the first whose name begins with " + wanted.name);
+    const Place parent(place.begin(), place.begin() + static_cast<std::ptrdiff_t>(step));
+    shown = PathBelow(parent, wanted.Text());
+    Refuse("the library would take " + PathBelow(parent, first.Text()) + ", the first whose name begins with " +
+           wanted.name);
   }
 
   void Make(Place& place, const PathComponent& component) {
-    const std::string whyMissing = WhyMissing(place, component);
-    if (options.existing) document.Fail(whyMissing, ExitStatus::NothingFound);
+    if (options.existing) document.Fail(WhyMissing(place, component), ExitStatus::NothingFound);
     shown = PathBelow(place, component.text);
-    if (!component.attribute.empty()) Refuse(whyMissing + ", and set makes none for a filter");
+    if (!component.attribute.empty()) Refuse(WhyMissing(place, component) + ", and set makes none for a filter");
     Element& parent = *place.back().element;
     place.push_back({&Element::null, component.name});
-    RequireTaken(place);
+    RequireTaken(place, place.size() - 1);
     place.back().element = &parent.AddElementInto(component.name);
     if (place.back().element->IsNull()) Refuse(WhyNotMade(parent, component.name));
     NoteMade(shown);
