@@ -100,14 +100,16 @@ class Indexer {
   }
 
   XML_Status FeedAll() {
-    std::string_view rest = std::string_view(content.source).substr(0, content.fileSize);
-    std::size_t size = rest.size() > smallDocument ? rest.size() / firstShare : rest.size();
-    for (const std::size_t room = rest.size() - size;; size = rest.size()) {
+    std::size_t size = content.fileSize > smallDocument ? content.fileSize / firstShare : content.fileSize;
+    const std::size_t room = std::min(content.fileSize - size, mostAtOnce);
+    for (std::size_t fed = 0;; size = content.fileSize - fed) {
       size = std::min(size, mostAtOnce);
-      const bool last = size == rest.size();
-      const XML_Status status = parser.Feed(rest.substr(0, size), last, std::min(room, mostAtOnce));
+      // Looked up for each chunk, since the texts of entities move the source when the first element begins.
+      const std::string_view chunk = std::string_view(content.source).substr(fed, size);
+      fed += size;
+      const bool last = fed == content.fileSize;
+      const XML_Status status = parser.Feed(chunk, last, room);
       if (status != XML_STATUS_OK || last) return status;
-      rest.remove_prefix(size);
     }
   }
 
