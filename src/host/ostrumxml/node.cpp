@@ -85,10 +85,11 @@ std::string_view Element::GetValue(std::string& scratch, std::size_t limit) cons
   const ElementChange* const change = content.FindChange(*this);
   if (change != nullptr && change->text) return *change->text;
 
-  if (change != nullptr) limit = std::string::npos; // what is inserted goes by the end of the text
+  const bool hasCreated = change != nullptr && !change->created.empty();
+  if (hasCreated) limit = std::string::npos; // what is inserted goes by the end of the text
   scratch.clear();
   layout.ForEachStretch([&](std::string_view stretch) { AppendOwnText(content, stretch, scratch, limit); });
-  if (change != nullptr) InsertLeads(content, layout, *change, scratch);
+  if (hasCreated) InsertLeads(content, layout, *change, scratch);
   return scratch;
 }
 
