@@ -223,8 +223,10 @@ class Indexer {
   }
 
   void CountExpansion(std::size_t bytes) noexcept {
+    const std::uint64_t addressable = UINT32_MAX - content.fileSize; // by offsets into the source
     expansion += bytes;
-    if (expansion > std::max(expansionForFree, mostExpansion * content.fileSize)) Refuse(TOO_MUCH_EXPANSION);
+    if (expansion > std::min(std::max(expansionForFree, mostExpansion * content.fileSize), addressable))
+      Refuse(TOO_MUCH_EXPANSION);
   }
 
   Content& content;
