@@ -145,7 +145,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
 
 // The request was cut when it was parsed. The cuts are traced here, where the walk meets each component.
 void TraceCuts(const SetStep& step) {
-  if (!corekit::LogIsOn()) return;
+  if (!corekit::SinkIsSet()) return;
   ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
   const char* const attributePart = ReturnTokenFromString(step.component.c_str(), nullptr, 0, "&");
   if (attributePart != nullptr) ReturnTokenFromString(attributePart, nullptr, 0, "=");

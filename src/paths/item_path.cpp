@@ -83,7 +83,7 @@ void RemoveRootFromBeginningOfPath(const char* path, char* output, std::uint32_t
   } else {
     std::memset(output, 0, capacity);
   }
-  if (!corekit::LogIsOn()) return;
+  if (!corekit::SinkIsSet()) return;
   const std::string component = rest == nullptr ? path : std::string(path, rest - 1);
   LogDetail(L"Removed ", component.c_str(), L" from ", path, L".");
 }

@@ -23,7 +23,7 @@ class NameComparison {
 
   bool Matches(const Element& child) {
     const std::string_view name = child.GetName();
-    const bool isKnown = name.data() == lastName && (lastConverted || !corekit::LogIsOn());
+    const bool isKnown = name.data() == lastName && (lastConverted || !corekit::SinkIsSet());
     if (isKnown) return lastMatched;
     const LocaleText converted(name);
     lastName = name.data();
@@ -179,7 +179,7 @@ void Keep(KnownParent& known, const Element& start, std::string_view path, Eleme
 // Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
 Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
   // Each level logs a line, and where names are converted, their comparison depends on the locale.
-  if (corekit::LogIsOn() || !DocumentPasses(*start)) known = nullptr;
+  if (corekit::SinkIsSet() || !DocumentPasses(*start)) known = nullptr;
   const Element& top = *start;
   const char* const wholePath = path;
   if (known != nullptr && LeadsThrough(*known, top, path)) {

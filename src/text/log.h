@@ -5,7 +5,7 @@
 #include <optional>
 #include <type_traits>
 
-#include "corekit/corekit.h"
+#include "host/corekit/log_flag.h"
 
 inline constexpr const wchar_t* logComponent = L"Tarvik";
 
@@ -13,10 +13,12 @@ inline constexpr const wchar_t* logComponent = L"Tarvik";
 class Trace {
  public:
   explicit Trace(const wchar_t* function) noexcept {
-    if (corekit::LogIsOn()) trace.emplace(logComponent, function);
+    if (corekit::SinkIsSet()) Enter(function);
   }
 
  private:
+  [[gnu::noinline, gnu::cold]] void Enter(const wchar_t* function) noexcept { trace.emplace(logComponent, function); }
+
   std::optional<corekit::KDetailTrace> trace;
 };
 
@@ -49,12 +51,12 @@ template <class... Pieces>
 // Log one line, made of the pieces with nothing between them. Without a sink they cost one test.
 template <class... Pieces>
 void LogDetail(const Pieces&... pieces) noexcept {
-  if (corekit::LogIsOn()) log_detail::Log(corekit::LogKind::Detail, pieces...);
+  if (corekit::SinkIsSet()) log_detail::Log(corekit::LogKind::Detail, pieces...);
 }
 
 template <class... Pieces>
 void LogError(const Pieces&... pieces) noexcept {
-  if (corekit::LogIsOn()) log_detail::Log(corekit::LogKind::Error, pieces...);
+  if (corekit::SinkIsSet()) log_detail::Log(corekit::LogKind::Error, pieces...);
 }
 
 #endif

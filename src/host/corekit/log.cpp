@@ -1,10 +1,12 @@
 // The way of a line or a trace to the sink.
-#include <atomic>
 #include <mutex>
 
-#include "corekit/corekit.h"
+#include "host/corekit/log_flag.h"
 
 namespace corekit {
+
+constinit std::atomic<bool> sinkIsSet{false};
+
 namespace {
 
 // Either sink, or none: C++ and C callers give types of their own.
@@ -18,7 +20,6 @@ struct Receiver {
 // without a sink pass by at the cost of one load.
 std::mutex receiverLock;
 constinit Receiver receiver{};
-constinit std::atomic<bool> isOn{false};
 
 // A copy, so that the sink is called without the lock: it may log, and set another sink.
 Receiver CurrentReceiver() noexcept {
@@ -29,7 +30,7 @@ Receiver CurrentReceiver() noexcept {
 void SetReceiver(const Receiver& next) noexcept {
   const std::lock_guard<std::mutex> lock(receiverLock);
   receiver = next;
-  isOn.store(next.sink != nullptr || next.plainSink != nullptr, std::memory_order_relaxed);
+  sinkIsSet.store(next.sink != nullptr || next.plainSink != nullptr, std::memory_order_relaxed);
 }
 
 constexpr CorekitLogKind Plain(LogKind kind) noexcept { return static_cast<CorekitLogKind>(kind); }
@@ -53,7 +54,7 @@ void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noe
 
 void SetLogSink(LogSink sink, void* context) noexcept { SetReceiver({sink, nullptr, context}); }
 
-bool LogIsOn() noexcept { return isOn.load(std::memory_order_relaxed); }
+bool LogIsOn() noexcept { return sinkIsSet.load(std::memory_order_relaxed); }
 
 void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Detail, component, line); }
 
