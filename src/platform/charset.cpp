@@ -3,31 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <optional>
 
 namespace platform {
-namespace {
 
-using Answer = std::optional<Charset>;
-
-// What the outermost scope was told. GNU's C library keeps room in each thread for a few small variables of libraries that are
-// loaded late; elsewhere the faster access could fail.
-#ifdef __GLIBC__
-[[gnu::tls_model("initial-exec")]]
-#endif
-thread_local constinit Answer asked;
-
-} // namespace
-
-Charset CurrentCharset() noexcept { return asked ? *asked : AskForCharset(); }
-
-CharsetScope::CharsetScope() noexcept : isOutermost(!asked) {
-  if (isOutermost) asked = AskForCharset();
-}
-
-CharsetScope::~CharsetScope() {
-  if (isOutermost) asked.reset();
-}
+thread_local constinit std::optional<Charset> charsetInScope;
 
 Charset LearnCharset() noexcept {
   const int errorBefore = errno;
@@ -41,7 +20,5 @@ Charset LearnCharset() noexcept {
   errno = errorBefore;
   return {isPlain ? PlainText::Ascii : PlainText::None, MB_CUR_MAX == 1};
 }
-
-PlainText CurrentPlainText() noexcept { return CurrentCharset().plain; }
 
 } // namespace platform

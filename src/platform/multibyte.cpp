@@ -5,6 +5,7 @@
 #include <cwctype>
 
 #include "platform/charset.h"
+#include "platform/platform.h"
 
 namespace platform {
 namespace {

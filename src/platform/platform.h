@@ -31,16 +31,6 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// Which text is the same in UTF-8 and in the current locale's character set, so that it needs no conversion.
-enum class PlainText : std::uint8_t {
-  None,
-  Ascii, // each of the 127 ASCII characters stands for itself, as one byte
-  Utf8,  // all text: the character set is UTF-8
-};
-
-// Follows a change of the locale at once, but not while a CharsetScope lives.
-PlainText CurrentPlainText() noexcept;
-
 // Random numbers, time
 
 // Fills target with `size` bytes from the system's cryptographically secure source. False on failure.

@@ -4,8 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/ostrumxml/utf8.h"
-#include "platform/platform.h"
 #include "text/log.h"
 
 namespace {
@@ -33,26 +31,12 @@ char* ConvertToMultiByte(const std::wstring& source) { return Convert(std::wcsto
 
 wchar_t* ConvertToUnicode(const char* source) { return Convert(std::mbstowcs, source, L"unicode"); }
 
-bool DocumentPasses(const Ostrum::Element& element) noexcept {
-  const platform::PlainText plain = platform::CurrentPlainText();
-  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && element.DocumentIsAscii());
-}
-
-bool PassesAsItIs(std::string_view documentText) noexcept {
-  const platform::PlainText plain = platform::CurrentPlainText();
-  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
-}
-
 bool HasLocaleForm(std::string_view utf8) {
   return PassesAsItIs(utf8) ||
          std::wcstombs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(), 0) != static_cast<std::size_t>(-1);
 }
 
-LocaleText::LocaleText(std::string_view utf8) {
-  if (PassesAsItIs(utf8)) {
-    text = utf8;
-    return;
-  }
+void LocaleText::Convert(std::string_view utf8) {
   converted.reset(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
   if (converted != nullptr) text = converted.get();
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 
 #include "host/ostrumxml/node.h"
+#include "host/ostrumxml/utf8.h"
+#include "platform/charset.h"
 
 // Owners of what the conversions return; null when a conversion failed.
 using MultiByteText = std::unique_ptr<char[]>;
@@ -22,9 +24,15 @@ wchar_t* ConvertToUnicode(const char* source);
 
 // Whether the text means the same on both sides, so that it needs no conversion: all valid text where the locale is in UTF-8,
 // plain ASCII in nearly every other. REQUIRES of a document's text: it is valid UTF-8.
-bool PassesAsItIs(std::string_view documentText) noexcept;
+inline bool PassesAsItIs(std::string_view documentText) noexcept {
+  const platform::PlainText plain = platform::CurrentCharset().plain;
+  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
+}
 // Whether that holds for all of the text of the element's document.
-bool DocumentPasses(const Ostrum::Element& element) noexcept;
+inline bool DocumentPasses(const Ostrum::Element& element) noexcept {
+  const platform::PlainText plain = platform::CurrentCharset().plain;
+  return plain == platform::PlainText::Utf8 || (plain == platform::PlainText::Ascii && element.DocumentIsAscii());
+}
 
 // Whether a document's text has a form in the locale's character set. Logs nothing. Throws std::bad_alloc.
 bool HasLocaleForm(std::string_view utf8);
@@ -33,7 +41,13 @@ bool HasLocaleForm(std::string_view utf8);
 class LocaleText {
  public:
   // Does what ConvertToMultiByte does, its log lines included. utf8 must outlive this object. Throws std::bad_alloc.
-  explicit LocaleText(std::string_view utf8);
+  explicit LocaleText(std::string_view utf8) {
+    if (PassesAsItIs(utf8)) {
+      text = utf8;
+    } else {
+      Convert(utf8);
+    }
+  }
   LocaleText(const LocaleText&) = delete;
   LocaleText& operator=(const LocaleText&) = delete;
 
@@ -41,6 +55,8 @@ class LocaleText {
   const std::optional<std::string_view>& Text() const noexcept { return text; }
 
  private:
+  void Convert(std::string_view utf8);
+
   std::optional<std::string_view> text;
   MultiByteText converted;
 };

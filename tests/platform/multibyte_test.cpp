@@ -5,6 +5,7 @@
 #include <cstring>
 #include <thread>
 
+#include "platform/charset.h"
 #include "platform/platform.h"
 #include "support/locale_guard.h"
 
@@ -91,7 +92,7 @@ TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
   for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
     if (!hasUtf8 && (locale == yen || locale == utf8)) continue;
     UseLocale(locale);
-    const auto isPlain = [] { return platform::CurrentPlainText() != platform::PlainText::None; };
+    const auto isPlain = [] { return platform::CurrentCharset().plain != platform::PlainText::None; };
     EXPECT_EQ(isPlain(), locale != yen) << locale;
     std::thread([&] { EXPECT_EQ(isPlain(), locale != yen) << locale << " on a new thread"; }).join();
   }
