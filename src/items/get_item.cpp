@@ -31,15 +31,19 @@ struct ItemRequest {
   CallerBuffer value;
 };
 
-// Whether an item type or value type names a keyword: any text that begins with it, letter case apart. Nearly every caller
-// writes one of the two in capitals, and comparing bytes costs far less than folding characters.
-bool Names(const char* type, const char* keyword, const char* otherKeyword) noexcept {
-  if (std::strcmp(type, keyword) == 0) return true;
-  if (std::strcmp(type, otherKeyword) == 0) return false;
-  return platform::MbsCompareBytesNoCase(type, keyword, std::strlen(keyword)) == 0;
+enum class ItemKind { Element, Attribute, Other };
+
+// An item type or value type names a keyword by any text that begins with it, letter case apart. Nearly every caller writes one
+// of the two in capitals, and comparing bytes costs far less than folding characters.
+ItemKind KindOf(const char* type) noexcept {
+  constexpr const char* element = "ELEMENT";
+  constexpr const char* attribute = "ATTRIBUTE";
+  if (std::strcmp(type, element) == 0) return ItemKind::Element;
+  if (std::strcmp(type, attribute) == 0) return ItemKind::Attribute;
+  if (platform::MbsCompareBytesNoCase(type, element, std::strlen(element)) == 0) return ItemKind::Element;
+  if (platform::MbsCompareBytesNoCase(type, attribute, std::strlen(attribute)) == 0) return ItemKind::Attribute;
+  return ItemKind::Other;
 }
-bool IsElement(const char* type) noexcept { return Names(type, "ELEMENT", "ATTRIBUTE"); }
-bool IsAttribute(const char* type) noexcept { return Names(type, "ATTRIBUTE", "ELEMENT"); }
 
 // A null pointer from the caller must not crash the caller's process.
 void RequireGiven(std::initializer_list<const char*> texts) {
@@ -120,7 +124,7 @@ template <class Node>
 std::uint32_t FoundAttribute(const Element& element, const Node& node, const ItemRequest& request,
                              const wchar_t* ending) {
   if (!request.value.IsWanted()) return XmlSuccess;
-  const bool isLogged = corekit::LogIsOn();
+  const bool isLogged = corekit::SinkIsSet();
   const ItemValue value(element, node, isLogged ? std::string::npos : request.value.Capacity());
   if (isLogged) {
     LogDetail(L"Found ", request.itemName, L"-", request.attributeName, L" in the element map.  It's value is ",
@@ -146,7 +150,7 @@ std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& att
   if (name == nullptr) return AttributeMissing(request);
   const Attribute attribute = child->GetAttribute(*name);
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
-  if (IsAttribute(request.valueType)) {
+  if (KindOf(request.valueType) == ItemKind::Attribute) {
     return FoundAttribute(element, attribute, request, L" (attribute).");
   }
   return FoundAttribute(element, *child, request, L" (element).");
@@ -167,8 +171,9 @@ std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
   if (element == nullptr || element->IsNull()) {
     return Missing(request, request.path, L" not found in the element map.");
   }
-  if (IsElement(request.itemType)) return ReadChildText(*element, request);
-  if (IsAttribute(request.itemType)) return ReadAttribute(*element, request);
+  const ItemKind kind = KindOf(request.itemType);
+  if (kind == ItemKind::Element) return ReadChildText(*element, request);
+  if (kind == ItemKind::Attribute) return ReadAttribute(*element, request);
   return XmlSuccess;
 }
 
