@@ -66,7 +66,7 @@ class ElementMap {
   Ostrum::KeyIndex index;
   // Numbers of entries found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
   // last bytes: most searches end here, without hashing.
-  std::array<std::uint32_t, 16> recent{};
+  std::array<std::uint32_t, 64> recent{};
 };
 
 // The keys of one set, each of which begins with the one before. They share one text, and each costs what it adds to the last.
