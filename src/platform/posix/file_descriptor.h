@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -24,8 +25,9 @@ auto Uninterrupted(Call call, Arguments... arguments) noexcept {
   return result;
 }
 
-// Throws std::system_error: what could not be done, and why by errno.
+// Throws std::system_error: what could not be done, and why by errno. Throws std::bad_alloc when the system lacked memory.
 [[noreturn]] inline void ThrowSystemFailure(const char* step, int error = errno) {
+  if (error == ENOMEM) throw std::bad_alloc();
   throw std::system_error(error, std::generic_category(), step);
 }
 

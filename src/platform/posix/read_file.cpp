@@ -30,16 +30,22 @@ FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedA
 }
 
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes) {
-  const auto readSome = [file](char* buffer, std::size_t size) { return Uninterrupted(read, file, buffer, size); };
+  const auto readSome = [file](char* buffer, std::size_t size) {
+    const ssize_t count = Uninterrupted(read, file, buffer, size);
+    if (count < 0 && errno == ENOMEM) throw std::bad_alloc();
+    return count;
+  };
   return ReadToEnd(readSome, static_cast<std::uint64_t>(status.st_size), limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
   // Opening a pipe must not wait for its writer.
   const FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK);
-  if (!file.IsOpen()) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   FileStatus status{};
-  if (Uninterrupted(fstat, file.Number(), &status) != 0 || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
+  const bool isKnown = file.IsOpen() && Uninterrupted(fstat, file.Number(), &status) == 0;
+  if (!isKnown && errno == ENOMEM) throw std::bad_alloc();
+  if (!isKnown) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
+  if (!S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
   state = StateOf(status);
   return ReadOpenFile(file.Number(), status, limit, bytes);
 }
