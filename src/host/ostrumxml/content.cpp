@@ -34,12 +34,6 @@ const ElementChange* Content::FindChange(const Element& element) const {
   return &changes.at(&element);
 }
 
-const AttributeDeclarations* Content::FindDeclarations(std::string_view elementName) const {
-  if (declarations.empty()) return nullptr;
-  const auto entry = declarations.find(elementName);
-  return entry == declarations.end() ? nullptr : &entry->second;
-}
-
 const AttributeDeclaration* Content::FindDeclaration(std::string_view elementName,
                                                      std::string_view attributeName) const {
   const AttributeDeclarations* const declared = FindDeclarations(elementName);

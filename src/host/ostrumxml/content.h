@@ -70,7 +70,11 @@ struct Content {
 
   ElementChange& ChangeOf(Element& element); // made where there is none
   const ElementChange* FindChange(const Element& element) const;
-  const AttributeDeclarations* FindDeclarations(std::string_view elementName) const;
+  const AttributeDeclarations* FindDeclarations(std::string_view elementName) const {
+    if (declarations.empty()) return nullptr; // in nearly all documents
+    const auto entry = declarations.find(elementName);
+    return entry == declarations.end() ? nullptr : &entry->second;
+  }
   const AttributeDeclaration* FindDeclaration(std::string_view elementName, std::string_view attributeName) const;
   // Whether the attribute's declared type, if it has one, leaves the value as it is.
   bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;

@@ -13,15 +13,11 @@ constexpr std::size_t largeDocument = 1'000'000;
 
 } // namespace
 
-Element& ElementTable::Add() {
-  if (count == blocks.size() * Block::capacity) AddBlock();
-  ++count;
-  return *new (&At(count)) Element;
-}
-
 void ElementTable::AddBlock() {
   if (unusedBlocks == 0) AddChunk();
   blocks.push_back(new (unused) Block(&content, count + 1));
+  next = blocks.back()->elements;
+  blockEnd = next + Block::capacity;
   unused += sizeof(Block);
   --unusedBlocks;
 }

@@ -23,7 +23,11 @@ class ElementTable {
   ElementTable& operator=(const ElementTable&) = delete;
 
   // A new element with the next number. Throws std::bad_alloc.
-  Element& Add();
+  Element& Add() {
+    if (next == blockEnd) AddBlock();
+    ++count;
+    return *new (next++) Element;
+  }
   std::uint32_t Count() const noexcept { return count; }
   Element& At(std::uint32_t number) const noexcept {
     return blocks[(number - 1) / Block::capacity]->elements[(number - 1) % Block::capacity];
@@ -65,6 +69,8 @@ class ElementTable {
   Content& content;
   std::size_t expected;
   std::uint32_t count = 0;
+  Element* next = nullptr; // to be made in the last block, up to blockEnd
+  Element* blockEnd = nullptr;
   std::vector<Block*> blocks;
   std::vector<Chunk> chunks;
   std::byte* unused = nullptr; // blocks of the last chunk, not touched yet
