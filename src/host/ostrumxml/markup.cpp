@@ -21,6 +21,16 @@ std::uint64_t OutOfPlain(std::uint64_t bytes) noexcept {
 constexpr std::string_view cdataOpening = "<![CDATA[";
 constexpr std::string_view cdataClosing = "]]>";
 
+struct Delimited {
+  PieceKind kind;
+  std::string_view opening, closing;
+};
+constexpr Delimited delimitedPieces[] = {{PieceKind::Reference, "&", ";"},
+                                         {PieceKind::CData, cdataOpening, cdataClosing},
+                                         {PieceKind::Other, "<!--", "-->"},
+                                         {PieceKind::Other, "<?", "?>"},
+                                         {PieceKind::EndTag, "</", ">"}};
+
 // The longest piece of text, so that reading only the beginning of a text does not cost all of it.
 constexpr std::size_t longestText = 4096;
 
@@ -107,24 +117,13 @@ RawAttribute TagIndex::At(std::uint32_t offset) const noexcept {
 bool PieceScanner::Next(Piece& piece) noexcept {
   if (rest.empty()) return false;
   std::size_t length = 0;
-  if (rest.front() == '&') {
-    piece.kind = PieceKind::Reference;
-    length = rest.find(';') + 1;
-  } else if (rest.front() != '<') {
+  const auto isNext = [this](const Delimited& each) { return rest.starts_with(each.opening); };
+  if (rest.front() != '&' && rest.front() != '<') {
     piece.kind = PieceKind::Text;
     length = TextLength(rest);
-  } else if (rest.starts_with(cdataOpening)) {
-    piece.kind = PieceKind::CData;
-    length = rest.find(cdataClosing) + cdataClosing.size();
-  } else if (rest[1] == '?') {
-    piece.kind = PieceKind::Other;
-    length = rest.find("?>") + 2;
-  } else if (rest[1] == '!') {
-    piece.kind = PieceKind::Other;
-    length = rest.find("-->", 4) + 3;
-  } else if (rest[1] == '/') {
-    piece.kind = PieceKind::EndTag;
-    length = rest.find('>') + 1;
+  } else if (const auto* form = std::ranges::find_if(delimitedPieces, isNext); form != std::end(delimitedPieces)) {
+    piece.kind = form->kind;
+    length = rest.find(form->closing, form->opening.size()) + form->closing.size();
   } else {
     length = TagLength(rest);
     piece.kind = rest[length - 2] == '/' ? PieceKind::EmptyTag : PieceKind::StartTag;

@@ -172,28 +172,15 @@ void AppendOwnText(const Content& content, std::string_view stretch, std::string
 }
 
 void AppendAttributeValue(const Content& content, std::string_view raw, std::string& value, std::size_t limit) {
-  std::vector<std::string_view> outer; // that wait for the end of an entity, the innermost last
-  while (value.size() < limit) {
-    if (raw.empty()) {
-      if (outer.empty()) return;
-      raw = outer.back();
-      outer.pop_back();
-      continue;
-    }
-    if (raw.front() != '&') {
-      const bool isLineEnd = raw.starts_with("\r\n") && content.IsInFile(content.OffsetOf(raw));
-      if (isLineEnd) raw.remove_prefix(1);
-      value += IsBlank(raw.front()) ? ' ' : raw.front();
-      raw.remove_prefix(1);
-      continue;
-    }
-    const std::string_view reference = raw.substr(0, raw.find(';') + 1);
-    raw.remove_prefix(reference.size());
-    if (const auto replacement = content.EntityText(ReferenceName(reference))) {
-      outer.push_back(raw);
-      raw = *replacement;
+  ContentWalker walker(content, raw);
+  Piece piece{};
+  while (value.size() < limit && walker.Next(piece)) {
+    if (piece.kind == PieceKind::Reference) {
+      AppendReference(piece.text, value);
     } else {
-      AppendReference(reference, value);
+      const auto start = static_cast<std::ptrdiff_t>(value.size());
+      AppendFrom(content, piece.text, value, limit);
+      std::replace_if(value.begin() + start, value.end(), IsBlank, ' ');
     }
   }
 }
