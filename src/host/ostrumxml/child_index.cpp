@@ -9,14 +9,9 @@
 namespace Ostrum {
 namespace {
 
-// How many lists are kept besides the one by name. Their entries need no limit: each stands for a part of a name, or for an
-// attribute, that the child has in the source or by declaration.
-constexpr std::size_t mostLists = 256;
-
-// A search by value that more children than this match is remembered.
-constexpr std::ptrdiff_t fewMatches = 16;
-
-bool HasAttribute(const Element& element, std::string_view name) { return !element.GetAttribute(name).IsNull(); }
+// Limits on the lists besides the one by name: their number, and their entries for each child.
+constexpr std::size_t mostLists = 64;
+constexpr std::size_t mostEntriesPerChild = 3;
 
 } // namespace
 
@@ -30,7 +25,7 @@ ChildIndex::ChildIndex(const Content& content, const Element& parent) : content(
     const std::uint32_t rightName = content.elements.At(right).name;
     return leftName == rightName ? left < right : content.names.Text(leftName) < content.names.Text(rightName);
   };
-  if (!std::is_sorted(byName.begin(), byName.end(), isBefore)) std::sort(byName.begin(), byName.end(), isBefore);
+  if (!std::ranges::is_sorted(byName, isBefore)) std::ranges::sort(byName, isBefore);
 }
 
 std::string_view ChildIndex::NameOf(std::uint32_t number) const noexcept {
@@ -38,15 +33,10 @@ std::string_view ChildIndex::NameOf(std::uint32_t number) const noexcept {
 }
 
 ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) const {
-  const std::size_t length = match == NameMatch::Exact ? std::string_view::npos : text.size();
-  const auto first =
-      std::lower_bound(byName.begin(), byName.end(), text,
-                       [this](std::uint32_t number, std::string_view wanted) { return NameOf(number) < wanted; });
-  const auto last =
-      std::upper_bound(first, byName.end(), text, [this, length](std::string_view wanted, std::uint32_t number) {
-        return wanted < NameOf(number).substr(0, length);
-      });
-  return {first, last};
+  const std::size_t compared = match == NameMatch::Exact ? std::string_view::npos : text.size();
+  const auto nameOf = [this, compared](std::uint32_t number) { return NameOf(number).substr(0, compared); };
+  const auto first = std::ranges::lower_bound(byName, text, {}, nameOf);
+  return {first, std::ranges::upper_bound(first, byName.end(), text, {}, nameOf)};
 }
 
 // Equal names share their text.
@@ -60,9 +50,8 @@ Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n
     lastText = text;
     lastMatch = match;
   }
-  const Range& range = lastRange;
-  if (n == 0 || static_cast<std::size_t>(range.second - range.first) < n) return nullptr;
-  if (IsOneName(range)) return &content.elements.At(range.first[n - 1]);
+  if (n == 0 || static_cast<std::size_t>(lastRange.second - lastRange.first) < n) return nullptr;
+  if (IsOneName(lastRange)) return &content.elements.At(lastRange.first[n - 1]);
   return &content.elements.At(ListFor(ListKind::Prefix, text, {}).numbers[n - 1]);
 }
 
@@ -74,47 +63,50 @@ Element* ChildIndex::NthWithAttribute(std::string_view childName, std::string_vi
 Element* ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
                                     std::string_view valueBegin) {
   List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
-  const auto known = list.found.find(valueBegin);
-  if (known != list.found.end()) return &content.elements.At(known->second);
-  std::string scratch;
-  const auto valueOf = [&](std::uint32_t number) {
-    return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
-  };
-  const auto first =
-      std::lower_bound(list.numbers.begin(), list.numbers.end(), valueBegin,
-                       [&](std::uint32_t number, std::string_view wanted) { return valueOf(number) < wanted; });
-  std::uint32_t found = 0;
-  auto entry = first;
-  for (; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
-    found = found == 0 ? *entry : std::min(found, *entry);
+  if (!list.lastValue || *list.lastValue != valueBegin) {
+    std::string scratch;
+    const auto valueOf = [&](std::uint32_t number) {
+      return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
+    };
+    std::uint32_t found = 0;
+    auto entry = std::ranges::lower_bound(list.numbers, valueBegin, {}, valueOf);
+    for (; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
+      found = found == 0 ? *entry : std::min(found, *entry);
+    }
+    list.lastValue = valueBegin;
+    list.lastFound = found;
   }
-  if (entry - first > fewMatches) list.found.emplace(valueBegin, found);
-  return found == 0 ? nullptr : &content.elements.At(found);
+  return list.lastFound == 0 ? nullptr : &content.elements.At(list.lastFound);
 }
 
 ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std::string_view attribute) {
   const auto isWanted = [&](const List& list) {
     return list.kind == kind && list.name == name && list.attribute == attribute;
   };
-  const auto known = std::find_if(lists.begin(), lists.end(), isWanted);
+  const auto known = std::ranges::find_if(lists, isWanted);
   if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
 
-  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}};
+  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}, 0};
   list.numbers = MakeList(kind, name, attribute);
   if (known != lists.end()) return *known = std::move(list);
+  std::size_t entries = list.numbers.size();
   lists.push_back(std::move(list));
-  if (lists.size() > mostLists) lists.pop_front();
+  for (auto older = lists.rbegin() + 1; older != lists.rend(); ++older) entries += older->numbers.size();
+  for (; lists.size() > 1 && (lists.size() > mostLists || entries > mostEntriesPerChild * byName.size());) {
+    entries -= lists.front().numbers.size();
+    lists.pop_front();
+  }
   return lists.back();
 }
 
 ChildIndex::Numbers ChildIndex::MakeList(ListKind kind, std::string_view name, std::string_view attribute) const {
   const Range range = Named(kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, name);
   Numbers numbers;
-  std::copy_if(range.first, range.second, std::back_inserter(numbers), [&](std::uint32_t number) {
-    return kind == ListKind::Prefix || HasAttribute(content.elements.At(number), attribute);
+  std::ranges::copy_if(range.first, range.second, std::back_inserter(numbers), [&](std::uint32_t number) {
+    return kind == ListKind::Prefix || !content.elements.At(number).GetAttribute(attribute).IsNull();
   });
   if (kind != ListKind::PrefixByValue) {
-    std::sort(numbers.begin(), numbers.end());
+    std::ranges::sort(numbers);
     return numbers;
   }
   std::vector<std::pair<std::string, std::uint32_t>> byValue;
@@ -122,8 +114,8 @@ ChildIndex::Numbers ChildIndex::MakeList(ListKind kind, std::string_view name, s
   for (const std::uint32_t number : numbers) {
     byValue.emplace_back(content.elements.At(number).GetAttribute(attribute).GetValue(), number);
   }
-  std::sort(byValue.begin(), byValue.end());
-  std::transform(byValue.begin(), byValue.end(), numbers.begin(), [](const auto& entry) { return entry.second; });
+  std::ranges::sort(byValue);
+  std::ranges::transform(byValue, numbers.begin(), [](const auto& entry) { return entry.second; });
   return numbers;
 }
 

@@ -4,8 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -47,8 +45,9 @@ class ChildIndex {
     std::string attribute;
     std::uint64_t attributesSet; // of the document when the list was made
     Numbers numbers;             // in document order, or by value where the kind says so
-    // In a list by value: the first child for each value searched that many match.
-    std::map<std::string, std::uint32_t, std::less<>> found;
+    // What was searched last in a list by value, and the first child found.
+    std::optional<std::string> lastValue;
+    std::uint32_t lastFound;
   };
 
   std::string_view NameOf(std::uint32_t number) const noexcept;
