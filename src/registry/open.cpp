@@ -12,11 +12,6 @@
 
 namespace {
 
-struct RecordRelease {
-  void operator()(XmlFileRecord* record) const noexcept { FreeXmlFile(record); }
-};
-using OwnedRecord = std::unique_ptr<XmlFileRecord, RecordRelease>;
-
 bool ArgumentsAreThere(const XmlFileList* list, const char* name, const std::uint32_t* cookie) noexcept {
   if (list == nullptr) LogDetail(L"Failed to open ", name, L":  xml file list pointer is NULL.");
   if (cookie == nullptr) LogDetail(L"Failed to open ", name, L":  cookie pointer is NULL.");
@@ -29,18 +24,11 @@ void LogOpened(const XmlFileRecord& record) noexcept {
 }
 
 std::uint32_t CodeOfReadResult(long result) noexcept {
-  switch (result) {
-    case Ostrum::ReadNoFile:
-      return XmlFileNotFound;
-    case Ostrum::ReadUnreadable:
-      return XmlFileUnreadable;
-    case Ostrum::ReadNoMemory:
-      return XmlOutOfMemory;
-    case Ostrum::ReadFailed:
-      return XmlFailure;
-    default:
-      return XmlFileNotText;
-  }
+  if (result == Ostrum::ReadNoFile) return XmlFileNotFound;
+  if (result == Ostrum::ReadUnreadable) return XmlFileUnreadable;
+  if (result == Ostrum::ReadNoMemory) return XmlOutOfMemory;
+  if (result == Ostrum::ReadFailed) return XmlFailure;
+  return XmlFileNotText;
 }
 
 // The encoding by which documents are read, whatever the caller asked for: the reader itself looks for byte-order marks and
@@ -104,7 +92,8 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
   std::uint32_t code = ReadText(*file, name, encoding, text);
   if (code != XmlSuccess) return code;
 
-  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))));
+  using OwnedRecord = std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)>;
+  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))), &FreeXmlFile);
   if (record == nullptr) {
     LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
     return XmlOutOfMemory;

@@ -26,16 +26,10 @@ bool Document::CanHold(std::string_view elementName, std::string_view attributeN
 }
 
 const char* ReasonOf(PARSER_ERROR error) noexcept {
-  switch (error) {
-    case TOO_MANY_ENTITIES:
-      return "too many entities that refer to others";
-    case TOO_MANY_DECLARATIONS:
-      return "too many declared attributes times elements";
-    case TOO_MUCH_EXPANSION:
-      return "entities and declared defaults expand to far more than the document";
-    default:
-      return XML_ErrorString(static_cast<XML_Error>(error));
-  }
+  if (error == TOO_MANY_ENTITIES) return "too many entities that refer to others";
+  if (error == TOO_MANY_DECLARATIONS) return "too many declared attributes times elements";
+  if (error == TOO_MUCH_EXPANSION) return "entities and declared defaults expand to far more than the document";
+  return XML_ErrorString(static_cast<XML_Error>(error));
 }
 
 bool IsIllFormed(PARSER_ERROR error) noexcept {

@@ -22,16 +22,10 @@ long DocumentFile::ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& enc
                                            unsigned long& byteCount) noexcept try {
   platform::ExpectLargeAllocations();
   std::string bytes;
-  switch (platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen)) {
-    case platform::ReadStatus::Done:
-      break;
-    case platform::ReadStatus::Missing:
-      return ReadNoFile;
-    case platform::ReadStatus::Unreadable:
-      return ReadUnreadable;
-    case platform::ReadStatus::TooLong:
-      return ReadTooLong;
-  }
+  const platform::ReadStatus status = platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen);
+  if (status == platform::ReadStatus::Missing) return ReadNoFile;
+  if (status == platform::ReadStatus::Unreadable) return ReadUnreadable;
+  if (status == platform::ReadStatus::TooLong) return ReadTooLong;
   byteCount = static_cast<unsigned long>(bytes.size());
   return Decode(std::move(bytes), text, encoding);
 } catch (const std::bad_alloc&) {
