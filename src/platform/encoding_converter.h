@@ -15,8 +15,7 @@ class EncodingConverter {
   // name: in upper case, of the characters that XML allows in the name of an encoding. Throws std::bad_alloc.
   explicit EncodingConverter(const char* name);
   ~EncodingConverter();
-  EncodingConverter(const EncodingConverter&) = delete;
-  EncodingConverter& operator=(const EncodingConverter&) = delete;
+  EncodingConverter(EncodingConverter&&) = delete;
 
   bool IsKnown() const noexcept { return handle != nullptr; }
 

@@ -66,8 +66,7 @@ class LockedFile {
   // process may not write it.
   explicit LockedFile(const FileName& name);
   ~LockedFile();
-  LockedFile(const LockedFile&) = delete;
-  LockedFile& operator=(const LockedFile&) = delete;
+  LockedFile(LockedFile&&) = delete;
 
   // The file as it was found under the lock, or nothing where there is none; after Replace, the new file.
   const std::optional<FileState>& State() const noexcept;

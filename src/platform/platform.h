@@ -33,7 +33,7 @@ const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
 // Random numbers, time
 
-// Fills target with `size` bytes from the system's cryptographically secure source. False on failure.
+// Fills target with `size` bytes, at most 256, from the system's cryptographically secure source. False on failure.
 bool FillRandom(void* target, std::size_t size) noexcept;
 
 // Blocks the calling thread for at least that long. Stands in a file of its own, so that tests and benchmarks can link

@@ -42,11 +42,8 @@ bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   char* const nonce = file.data() + nonceAt;
   char* const cipher = file.data() + cipherAt;
   const bool isDrawn = platform::FillRandom(nonce, platform::cipherNonceSize);
-  if (isDrawn) {
-    platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
-  } else {
-    file.clear();
-  }
+  if (isDrawn) platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
+  if (!isDrawn) file.clear();
   output = std::move(file);
   return isDrawn;
 }

@@ -61,8 +61,7 @@ class TemporaryFile {
   ~TemporaryFile() {
     if (HasName()) Uninterrupted(unlinkat, folder, name.c_str(), 0);
   }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  TemporaryFile(TemporaryFile&&) = delete;
 
   void Write(std::string_view bytes) {
     while (!bytes.empty()) {
@@ -231,12 +230,6 @@ bool TryLock(int file) {
 } // namespace
 
 struct LockedFile::System {
-  // REQUIRES: there was a file.
-  bool IsAsFound() const noexcept {
-    assert(state);
-    FileStatus now{};
-    return place.Ask(now) == 0 && StateOf(now).identity == state->identity;
-  }
   ~System() {
     if (!original.IsOpen()) return;
     // Closing is not enough if another thread forked meanwhile, so that the new process has the file open, too.
@@ -291,7 +284,8 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
     place.status ? made.TakeOver(system->original.Number(), *place.status) : made.SetAccess(permissions);
     made.Flush();
     // A flush takes time, in which somebody may have changed the file who takes no lock.
-    if (place.status && !system->IsAsFound()) return false;
+    FileStatus now{};
+    if (place.status && (place.Ask(now) != 0 || StateOf(now).identity != system->state->identity)) return false;
     if (place.status ? made.Replace(place.name) : made.Link(place.name)) {
       system->state = made.State();
       return true;

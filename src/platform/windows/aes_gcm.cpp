@@ -25,12 +25,8 @@ ULONG Length(std::string_view text) {
   return static_cast<ULONG>(text.size());
 }
 
-struct ProviderCloser {
-  void operator()(BCRYPT_ALG_HANDLE provider) const noexcept { BCryptCloseAlgorithmProvider(provider, 0); }
-};
-struct KeyDestroyer {
-  void operator()(BCRYPT_KEY_HANDLE key) const noexcept { BCryptDestroyKey(key); }
-};
+using Provider = std::unique_ptr<void, decltype([](void* handle) { BCryptCloseAlgorithmProvider(handle, 0); })>;
+using Key = std::unique_ptr<void, decltype([](void* handle) { BCryptDestroyKey(handle); })>;
 
 // Runs BCryptEncrypt or BCryptDecrypt over a whole text, in the mode that also authenticates, and gives its status.
 template <class Run>
@@ -38,12 +34,12 @@ NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_v
               char* target, const char* tag) {
   BCRYPT_ALG_HANDLE provider = nullptr;
   Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
-  const std::unique_ptr<void, ProviderCloser> providerOwner(provider);
+  const Provider providerOwner(provider);
   Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Bytes(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
                             0) >= 0);
   BCRYPT_KEY_HANDLE handle = nullptr;
   Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Bytes(key), cipherKeySize, 0) >= 0);
-  const std::unique_ptr<void, KeyDestroyer> keyOwner(handle);
+  const Key keyOwner(handle);
 
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
   BCRYPT_INIT_AUTH_MODE_INFO(mode);

@@ -114,8 +114,7 @@ class TemporaryFile {
     file.reset();
     DeleteFileW(name.c_str()); // where closing did not do it
   }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  TemporaryFile(TemporaryFile&&) = delete;
 
   void TakeOverAccessList(const Handle& original) {
     constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
