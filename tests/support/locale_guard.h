@@ -40,8 +40,7 @@ class LocaleGuard {
  public:
   explicit LocaleGuard(const std::string& name) : before(std::setlocale(LC_CTYPE, nullptr)) { UseLocale(name); }
   ~LocaleGuard() { std::setlocale(LC_CTYPE, before.c_str()); }
-  LocaleGuard(const LocaleGuard&) = delete;
-  LocaleGuard& operator=(const LocaleGuard&) = delete;
+  LocaleGuard(LocaleGuard&&) = delete;
 
  private:
   std::string before;

@@ -14,8 +14,7 @@ class LogLines {
  public:
   LogLines() noexcept { corekit::SetLogSink(&Receive, this); }
   ~LogLines() { corekit::SetLogSink(nullptr, nullptr); }
-  LogLines(const LogLines&) = delete;
-  LogLines& operator=(const LogLines&) = delete;
+  LogLines(LogLines&&) = delete;
 
   // The lines since the last call, oldest first, in UTF-8. An error line has "error: " in front, and a line of another
   // component than "Tarvik" that component and ": ".

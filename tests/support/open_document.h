@@ -17,8 +17,7 @@ class TestDocument {
     Reopen();
   }
   ~TestDocument() { EndXMLList(&list); }
-  TestDocument(const TestDocument&) = delete;
-  TestDocument& operator=(const TestDocument&) = delete;
+  TestDocument(TestDocument&&) = delete;
 
   // Opens the file in a new list in the place of the old one, and gives the code.
   std::uint32_t Open() {

@@ -20,8 +20,7 @@ class TempFolder {
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
   }
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
+  TempFolder(TempFolder&&) = delete;
 
   const std::filesystem::path& Path() const { return path; }
   // The full name of a file in the folder, whether it is there or not.

@@ -17,8 +17,7 @@ class Document {
  public:
   explicit Document(std::unique_ptr<Content> content) noexcept;
   virtual ~Document();
-  Document(const Document&) = delete;
-  Document& operator=(const Document&) = delete;
+  Document(Document&&) = delete;
 
   Element& GetRoot() noexcept;
 

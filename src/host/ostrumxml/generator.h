@@ -17,8 +17,7 @@ class GeneratedText {
   // The time depends on the number of changes, not of elements. Throws std::length_error when the text grows beyond what can
   // be parsed, and std::bad_alloc.
   explicit GeneratedText(const Content& content);
-  GeneratedText(const GeneratedText&) = delete;
-  GeneratedText& operator=(const GeneratedText&) = delete;
+  GeneratedText(GeneratedText&&) = delete;
 
   const std::vector<std::string_view>& Pieces() const noexcept { return pieces; }
   std::string Joined() const;
