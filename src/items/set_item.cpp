@@ -94,10 +94,9 @@ SetText ElementName(std::string given) {
 
 // Returns the text up to the first separator and moves rest behind it; without one, returns all of it and sets rest to null.
 std::string Cut(const char*& rest, char separator) {
-  const char* const place = platform::MbsFindChar(rest, separator);
-  std::string part = place == nullptr ? std::string(rest) : std::string(rest, place);
-  rest = place == nullptr ? nullptr : place + 1;
-  return part;
+  const char* const start = rest;
+  rest = platform::MbsFindChar(start, separator);
+  return rest == nullptr ? std::string(start) : std::string(start, rest++);
 }
 
 SetStep Step(std::string component) {

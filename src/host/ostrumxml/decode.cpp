@@ -153,9 +153,8 @@ constexpr const char* contradiction = "the text is not in the encoding that its 
 // The bytes come without their byte-order mark. Returns how many of them were converted: all, if they are valid.
 std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& utf8) {
   const auto unitAt = [bytes, bigEndian](std::size_t position) {
-    const auto first = static_cast<unsigned char>(bytes[position]);
-    const auto second = static_cast<unsigned char>(bytes[position + 1]);
-    return static_cast<char32_t>(bigEndian ? first << 8 | second : second << 8 | first);
+    const unsigned first = ByteOf(bytes[position]), second = ByteOf(bytes[position + 1]);
+    return char32_t{bigEndian ? first << 8 | second : second << 8 | first};
   };
   utf8.reserve(bytes.size() / 2);
   std::size_t position = 0;
@@ -187,9 +186,9 @@ Failure DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& en
 Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::string& utf8) {
   EncodingTable table(Folded(declared));
   if (!table.IsUsable()) return Refuse("unsupported encoding ", declared);
-  const auto ascii = [](char it) { return static_cast<unsigned char>(it) < 0x80; };
-  const auto beyondAscii = bytes.size() - static_cast<std::size_t>(std::count_if(bytes.begin(), bytes.end(), ascii));
-  utf8.reserve(bytes.size() + beyondAscii); // most of those take two bytes, or two of them three
+  const auto beyondAscii = std::ranges::count_if(bytes, [](char byte) { return ByteOf(byte) >= 0x80; });
+  // Most of those become two bytes of UTF-8 each, or three for every two of them.
+  utf8.reserve(bytes.size() + static_cast<std::size_t>(beyondAscii));
   const auto name = static_cast<std::size_t>(declared.data() - bytes.data());
   std::size_t converted = table.Convert(bytes.substr(0, name), utf8);
   if (converted == name) {
