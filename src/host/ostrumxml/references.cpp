@@ -42,40 +42,25 @@ void AppendFrom(const Content& content, std::string_view characters, std::string
   text += characters.substr(0, limit - text.size());
 }
 
-bool IsAsciiNameStart(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') || character == '_' ||
-         character == ':';
-}
+// The ASCII characters that a name may hold; only those of the first group can begin it.
+constexpr std::string_view nameStarts = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_:";
+constexpr std::string_view otherNameCharacters = "0123456789-.";
 
-bool IsAsciiNameCharacter(char character) {
-  return IsAsciiNameStart(character) || (character >= '0' && character <= '9') || character == '-' || character == '.';
-}
-
-// Which other characters a name may hold is the parser's to say, since it must read the name again.
-bool IsNameToParser(const std::string& name) {
-  struct Seen {
-    const std::string& name;
-    bool same;
-  } seen{name, false};
-  ExpatParser parser;
-  XML_SetUserData(parser.Get(), &seen);
-  XML_SetStartElementHandler(parser.Get(), [](void* data, const XML_Char* element, const XML_Char**) {
-    auto& expected = *static_cast<Seen*>(data);
-    expected.same = expected.name == element;
-  });
-  const bool parsed = parser.Feed("<" + name + "/>", true) == XML_STATUS_OK;
-  if (!parsed && XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
-  return parsed && seen.same;
+bool MayBeInName(char character) {
+  return !IsAscii({&character, 1}) || nameStarts.find(character) != std::string_view::npos ||
+         otherNameCharacters.find(character) != std::string_view::npos;
 }
 
 } // namespace
 
 bool IsXmlName(std::string_view text) {
-  if (text.empty()) return false;
-  if (IsAscii(text)) {
-    return IsAsciiNameStart(text.front()) && std::all_of(text.begin(), text.end(), IsAsciiNameCharacter);
-  }
-  return IsNameToParser(std::string(text));
+  if (text.empty() || !std::ranges::all_of(text, MayBeInName)) return false;
+  if (IsAscii(text)) return nameStarts.find(text.front()) != std::string_view::npos;
+  // The parser decides on characters beyond ASCII, since it must read the name again.
+  ExpatParser parser;
+  const bool isName = parser.Feed("<" + std::string(text) + "/>", true) == XML_STATUS_OK;
+  if (!isName && XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+  return isName;
 }
 
 bool IsXmlText(std::string_view text) noexcept {
