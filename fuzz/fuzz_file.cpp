@@ -36,9 +36,8 @@ Parsed ReadFile() {
 // A path of words that mean something in the seeds, or any bytes.
 std::string Words(FuzzedDataProvider& choice) {
   static std::istringstream all(
-      "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text r a "
-      "b n "
-      "b&a=1 Name ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
+      "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text r "
+      "a b n b&a=1 Name ELEMENT ATTRIBUTE Status caf\xC3\xA9 \\ FileItem");
   static const std::vector<std::string> words(std::istream_iterator<std::string>(all), {});
   const auto count = choice.ConsumeIntegralInRange(0, 4);
   if (count == 0) return choice.ConsumeRandomLengthString(300);
@@ -54,8 +53,7 @@ std::uint32_t Call(XmlFileList* list, std::uint32_t cookie, FuzzedDataProvider& 
   const std::string texts[] = {Words(choice), Words(choice), Words(choice), Words(choice)};
   const auto missing = choice.ConsumeIntegral<std::uint8_t>(); // mostly none
   const auto argument = [&](std::size_t number) { return number == missing ? nullptr : texts[number].c_str(); };
-  const char *const path = argument(0), *const item = argument(1), *const type = argument(2),
-                    *const value = argument(3);
+  const auto *path = argument(0), *item = argument(1), *type = argument(2), *value = argument(3);
   if (texts[1].size() < capacity) texts[1].copy(buffer, capacity); // a parent's group ID
   const std::int32_t number = choice.ConsumeIntegral<std::int8_t>();
   const auto count = static_cast<std::uint32_t>(number);

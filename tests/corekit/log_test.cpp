@@ -32,13 +32,13 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
     corekit::SetLogSink(&HandOn, &lines);
     corekit::logDetail(L"B", L"handed on");
     corekit::logDetail(nullptr, nullptr);
-    const KDetailTrace late(L"A", L"OutlivesTheSink");
+    const KDetailTrace late(L"A", L"Outlives");
     { const KDetailTrace whole(L"A", L"Whole"); }
     corekit::SetLogSink(nullptr, nullptr);
     corekit::logDetail(L"A", L"dropped");
   }
-  EXPECT_EQ(lines,
-            (Lines{L"error B:handed on", L"detail :", L"enter A:OutlivesTheSink", L"enter A:Whole", L"leave A:Whole"}));
+  const Lines expected{L"error B:handed on", L"detail :", L"enter A:Outlives", L"enter A:Whole", L"leave A:Whole"};
+  EXPECT_EQ(lines, expected);
 }
 
 TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {

@@ -238,9 +238,8 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   for (const char* path : {"\\", "N\\A\\"}) refuse(path, "k", attribute, "v");
   for (const char* item : {"A&1=v", "\xFF"}) refuse("N", item, element, "v");
   for (const char* item : {"a=b", "a\\b", "1", "\xFF"}) refuse("N", item, attribute, "v");
-  for (const char* value : {"a\x01z", "\xFF"}) {
-    refuse("N", "B", element, value);
-    refuse("N", "k", attribute, value);
+  for (const char* type : {element, attribute}) {
+    for (const char* value : {"a\x01z", "\xFF"}) refuse("N", "B", type, value);
   }
   for (const char* path : {"", "R", "R\\"}) refuse(path, "", element, "v");
   refuse("N\\A\\", "k", "no keyword", "v");

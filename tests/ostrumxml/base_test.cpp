@@ -7,8 +7,7 @@
 
 namespace {
 
-using namespace std::string_literals;
-using namespace std::string_view_literals;
+using namespace std::literals;
 
 TEST(NameTable, GivesEachNameOneNumber) {
   Ostrum::NameTable table;
@@ -31,14 +30,11 @@ TEST(References, StandForCharacters) {
   for (const auto& [reference, character] :
        {Row("&amp;", "&"), Row("&lt;", "<"), Row("&gt;", ">"), Row("&quot;", "\""), Row("&apos;", "'"),
         Row("&#65;", "A"), Row("&#x4a;", "J"), Row("&#xe9;", "\u00e9"), Row("&#8364;", "\u20ac"),
-        Row("&#x10FFFF;", "\U0010FFFF")}) {
+        Row("&#x10FFFF;", "\U0010FFFF"), Row("&am;", "")}) {
     std::string text = "t";
     Ostrum::AppendReference(reference, text);
     EXPECT_EQ(text, "t"s + character);
   }
-  std::string none;
-  Ostrum::AppendReference("&am;", none);
-  EXPECT_EQ(none, "");
 }
 
 TEST(References, KeepWhatAParserWouldChange) {

@@ -79,13 +79,10 @@ TEST(Decode, SaysWhyATextIsRefused) {
   for (const std::string unknown : {"none", "ISO-2022-JP", "UTF-7", "IBM037", "CP1"}) {
     cases.emplace_back(Declared(unknown, ""), "unsupported encoding " + unknown);
   }
-  for (const auto& [encoding, bytes] : {std::pair("cp1252", "\x81"),
-                                        {"cp1253", "\xAA"},
-                                        {"EUC-JP", "\x85"},
-                                        {"EUC-JP", "\xA4<"},
-                                        {"x-sjis", "\x83"},
-                                        {"x-sjis", "\xFD"}}) {
-    cases.emplace_back(Declared(encoding, bytes), std::string("invalid ") + encoding + offset + start);
+  using Row = std::array<std::string, 2>;
+  for (const auto& [encoding, bytes] : {Row{"cp1252", "\x81"}, Row{"cp1253", "\xAA"}, Row{"EUC-JP", "\x85"},
+                                        Row{"EUC-JP", "\xA4<"}, Row{"x-sjis", "\x83"}, Row{"x-sjis", "\xFD"}}) {
+    cases.emplace_back(Declared(encoding, bytes), "invalid " + encoding + offset + start);
   }
   for (const auto& [bytes, reason] : cases) EXPECT_EQ(Decode(bytes), reason);
 }

@@ -38,8 +38,8 @@ struct Parsed {
 // All elements below one in their order, each with its name, its text and the attribute "a". They must not nest deep.
 inline std::string Describe(Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
-  std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") + attribute.GetValue();
-  text += ">";
+  std::string text =
+      "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") + attribute.GetValue() + ">";
   for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
   return text + "</>" + element.GetValue();
 }

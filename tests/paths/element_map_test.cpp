@@ -48,13 +48,12 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   }
   Insert("last", Element(4));
   EXPECT_EQ(map.Size(), 5U);
-  const std::pair<const char*, Ostrum::Element*> entries[] = {{"a", &Element(1)},
-                                                              {"a\\b", &Element(0)},
-                                                              {"a\\b\\c", &Element(3)},
-                                                              {"a\\b\\c\\d=eeeeeeee", &Element(4)},
-                                                              {"a\\b\\c\\d=eeeeeeeef", nullptr},
-                                                              {"last", &Element(4)}};
-  for (const auto& [key, element] : entries) EXPECT_EQ(map.Find(key), element) << key;
+  using Row = std::pair<const char*, Ostrum::Element*>;
+  for (const auto& [key, element] :
+       {Row("a", &Element(1)), Row("a\\b", &Element(0)), Row("a\\b\\c", &Element(3)), Row("last", &Element(4)),
+        Row("a\\b\\c\\d=eeeeeeee", &Element(4)), Row("a\\b\\c\\d=eeeeeeeef", nullptr)}) {
+    EXPECT_EQ(map.Find(key), element) << key;
+  }
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 namespace {
 
-using platform::FileState;
 using platform::LockedFile;
 using platform::ReadStatus;
 namespace fs = std::filesystem;
@@ -15,7 +14,7 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   const TempFolder folder;
   const fs::path name = folder.Write("file.xml", "old");
   std::string read;
-  FileState state;
+  platform::FileState state;
   const auto readUpTo = [&](std::size_t limit) { return platform::ReadWholeFile(name, limit, read, state); };
   EXPECT_EQ(readUpTo(3), ReadStatus::Done);
   EXPECT_FALSE(state.isSettled) << "so young a file can change without a sign";

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* plain = "C";
 // The last has an i of its own; in Japanese the backslash is the second byte of common characters.
 const char* const latin = hasUtf8 ? "ISO-8859-1" : ".1252";
-const char* const japanese = hasUtf8 ? "WINDOWS-31J" : ".932";
+const char* const japanese = multibyteLocale;
 const char* const turkish = hasUtf8 ? "tr_TR" : "Turkish_Turkey.1254";
 // Not on Windows: its C library has no UTF-8, and no character set with the yen sign in the backslash's place.
 constexpr const char* utf8 = "C.UTF-8";

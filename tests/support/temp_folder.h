@@ -30,10 +30,8 @@ class TempFolder {
 
   // Writes the bytes as they are, over an old file of that name, and returns the full name.
   std::string Write(std::string_view file, std::string_view bytes) const {
-    std::ofstream stream(Name(file), std::ios::binary | std::ios::trunc);
-    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) throw std::runtime_error("can't write " + Name(file));
+    std::ofstream stream(Name(file), std::ios::binary);
+    if (!(stream << bytes << std::flush)) throw std::runtime_error("can't write " + Name(file));
     return Name(file);
   }
   std::string Read(std::string_view file) const {
