@@ -1,4 +1,4 @@
-// What the command line asks for, and the commands that answer. Each prints its data and tells whether there was any.
+// The options of the command line and the commands. Each command prints its data and returns whether there was any.
 #ifndef TARVIK_TOOLS_COMMANDS_H
 #define TARVIK_TOOLS_COMMANDS_H
 
@@ -9,7 +9,7 @@
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
-// The one line on standard error, without the command's name and a line end; it names the file that it concerns.
+// The line for standard error, without the command's name and the line end. It names the file concerned.
 class CommandError : public std::runtime_error {
  public:
   explicit CommandError(const std::string& line, ExitStatus exitStatus = ExitStatus::Failed)
@@ -18,12 +18,12 @@ class CommandError : public std::runtime_error {
 };
 
 struct Options {
-  std::string file, shownFile;        // the one that is opened, and as messages name it
-  std::vector<std::string> arguments; // behind the file
+  std::string file, shownFile;        // the name to open, and the name for messages
+  std::vector<std::string> arguments; // those after the file
   std::string attribute;
   bool encrypted = false, json = false, all = false, withIds = false, withValues = false;
   bool itemIsAttribute = false, existing = false, dryRun = false;
-  std::uint32_t index = 1, occurrence = 1, depth = 0; // depth 0: all the way down
+  std::uint32_t index = 1, occurrence = 1, depth = 0; // depth 0: no limit
 };
 
 class Document;
@@ -31,7 +31,7 @@ class Document;
 using Command = ExitStatus(const Document& document, const Options& options);
 Command Get, List, Set, Status, Detect, Files, Match;
 
-// Reads the file by itself: the library opens no file that is not well-formed.
+// Reads the file itself, because the library does not open a file that is not well-formed.
 ExitStatus Check(const Options& options);
 
 #endif

@@ -41,12 +41,13 @@ void Document::Set(const SetCall& call, const char* itemType) const {
   Succeeded(code);
 }
 
-// With the root's name in front, a name that begins like it is not taken for it. The group path "&" has an empty name, with
-// which every name begins; so no other ID can be the same.
+// The root's name stands in front so that a child's name that begins with the root's is not removed as the root. The
+// path "&" has an empty name, which matches every child; no path by name gives the same ID.
 Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const {
   const bool isByName = occurrence > 0;
   const std::string path = isByName ? rootName + '\\' + ToLocale(step.name).value() : "&";
-  const std::size_t longestNumber = 10; // digits of 32 bits; a longer ID would be cut, and could be another group's
+  // The digits of a 32-bit number. A longer ID would be cut, and could match another group.
+  const std::size_t longestNumber = 10;
   if (!parent || parent->size() + 1 + path.size() + longestNumber >= GroupIdCapacity) return std::nullopt;
   char id[GroupIdCapacity] = {};
   std::copy(parent->begin(), parent->end(), id);
@@ -54,10 +55,10 @@ Document::GroupId Document::OpenChild(const GroupId& parent, const Step& step, s
   return Succeeded(code) && record->elementMap->Find(id) == step.element ? GroupId(id) : std::nullopt;
 }
 
-// Of the first so many steps' last.
+// The group of the last of the first `steps` steps.
 Document::GroupId Document::Open(const Place& place, std::size_t steps) const {
   GroupId group;
-  if (steps > 0 && rootName.size() < GroupIdCapacity) group = ""; // else the library can't find the root by its name
+  if (steps > 0 && rootName.size() < GroupIdCapacity) group = ""; // a longer name cannot be passed as a group
   for (std::size_t i = 1; group && i < steps; ++i) group = OpenChild(group, place[i], 0);
   return group;
 }
@@ -68,11 +69,11 @@ std::optional<std::string> Document::Read(const Place& place, const std::string&
   const Ostrum::Attribute found = element->GetAttribute(attribute);
   if (!isText && found.IsNull()) return std::nullopt;
   const std::string inDocument = isText ? element->GetValue() : found.GetValue();
-  auto value = ToLocale(inDocument); // tells how large the buffer must be
+  auto value = ToLocale(inDocument); // its size is the buffer's
   if (!value) {
     Fail(PathOf(place) + ": the locale's character set (" + std::setlocale(LC_CTYPE, nullptr) + ") can't represent it");
   }
-  // Of the element that has the attribute, or of the text's parent.
+  // An attribute is read from its element's group, a text from the parent's.
   const GroupId group = Open(place, place.size() - (isText ? 1 : 0));
   const auto item = ToLocale(name), attributeName = ToLocale(attribute);
   if (!group || !item) return inDocument;

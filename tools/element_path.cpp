@@ -55,11 +55,11 @@ Way FollowFrom(Element& root, const std::vector<PathComponent>& path, std::size_
   return way;
 }
 
-// "; there is Timeout", or nothing where no child's name begins in the same way, letter case apart.
+// For example "; there is Timeout". Empty if no child's name has a similar beginning, ignoring case.
 std::string NearestName(const Element& parent, const std::string& name) {
   const auto areEqual = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
   std::string_view nearest;
-  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // a name that shares no more is another
+  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // more than half of the letters must match
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
     const auto common = std::ranges::mismatch(name, child->GetName(), areEqual).in1 - name.begin();
     if (common > most) nearest = child->GetName();
@@ -74,7 +74,7 @@ std::string NearestName(const Element& parent, const std::string& name) {
 } // namespace
 
 std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence) {
-  const std::string own = FromLocale("\\").value_or("\\"); // some character sets have another character in its place
+  const std::string own = FromLocale("\\").value_or("\\"); // some character sets have another character at this byte
   for (std::size_t at = path.find(own); own != "\\" && at != std::string::npos; at = path.find(own)) {
     path.replace(at, own.size(), "\\");
   }
@@ -108,7 +108,7 @@ std::string PathBelow(const Place& place, const std::string& component) {
 std::vector<Step> Children(const Element& parent, const PathComponent& component) {
   const std::string& name = component.name;
   std::vector<Step> steps = Named(parent, name, component);
-  // "Item12" is the second "Item1" or the twelfth "Item", in this order.
+  // "Item12" is the second "Item1" or else the twelfth "Item".
   for (std::size_t start = name.size() - 1; steps.empty() && start > 0 && std::isdigit(name[start]) != 0; --start) {
     const std::uint32_t number = NumberIn(std::string_view(name).substr(start));
     if (number < 2) continue;
@@ -118,7 +118,7 @@ std::vector<Step> Children(const Element& parent, const PathComponent& component
   return steps;
 }
 
-// A child of the root's own name comes first, so that every path that is listed leads back.
+// A child with the root's name is tried before the root, so that every listed path can be used.
 Way Follow(Element& root, const std::vector<PathComponent>& path) {
   Way way = FollowFrom(root, path, 0);
   if (way.followed == path.size()) return way;
@@ -131,7 +131,7 @@ Way Follow(Element& root, const std::vector<PathComponent>& path) {
 std::string WhyMissing(const Place& parent, const PathComponent& component) {
   const Element& element = *parent.back().element;
   const auto& [text, name, attribute, value, occurrence] = component;
-  const bool wantsAttribute = text == name && !attribute.empty(); // not as a filter
+  const bool wantsAttribute = text == name && !attribute.empty(); // asked for with --attribute
   const std::size_t count = Children(element, component).size();
   if (count > 0) {
     return PathOf(parent) + " has only " + std::to_string(count) + ' ' + text +

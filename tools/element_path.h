@@ -1,4 +1,4 @@
-// A person's paths: exact names, numbers that count elements of exactly that name, attribute filters.
+// Paths as users write them: exact names, numbers that count elements of exactly that name, attribute filters.
 #ifndef TARVIK_TOOLS_ELEMENT_PATH_H
 #define TARVIK_TOOLS_ELEMENT_PATH_H
 
@@ -11,49 +11,49 @@ using Ostrum::Element;
 
 // "Name" or "Name&attribute=value".
 struct PathComponent {
-  std::string text; // all of it, as it was written
+  std::string text; // the whole component, as written
   std::string name;
-  std::string attribute;        // empty where no attribute is required
-  std::string value;            // what the attribute's value begins with
-  std::uint32_t occurrence = 1; // of its matches
+  std::string attribute;        // empty if none is required
+  std::string value;            // the required beginning of the attribute's value
+  std::uint32_t occurrence = 1; // which of the matches is meant, from 1
 };
 
-// Components end at "\" or, before their first "&", at "/". Throws CommandError for an empty one and for a filter that is none.
-// The occurrence is the last one's.
+// Components are separated by "\" or, in front of a component's first "&", by "/". Throws CommandError for an empty
+// name or a malformed filter. occurrence applies to the last component.
 std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence = 1);
 
-// The number that the digits are, if it is written as a path does; else 0.
+// The digits as a number; 0 unless all are digits and the first is not 0.
 std::uint32_t NumberIn(std::string_view digits);
 
 struct Step {
   Element* element;
   std::string name;
-  std::uint32_t number = 1;   // of its parent's children of exactly that name, from 1
-  std::uint32_t position = 1; // of all its parent's children whose names have a form in the locale, from 1
+  std::uint32_t number = 1;   // among the parent's children of exactly that name, from 1
+  std::uint32_t position = 1; // among the parent's children whose names the locale can represent, from 1
 
   std::string Text() const { return number > 1 ? name + std::to_string(number) : name; }
 };
 
-// The way from the root, which is its first step, to an element.
+// The elements from the root to one element, both included.
 using Place = std::vector<Step>;
 
-// "Folders\Folder2": names with numbers above 1, without the root's. The root itself goes by its name.
+// For example "Folders\Folder2": numbers above 1 are shown, the root is left out. The root's own path is its name.
 std::string PathOf(const Place& place);
 std::string PathBelow(const Place& place, const std::string& component);
 
-// The children that the component names, in document order: those of exactly its name or, where there are none, the one that
-// a number at its end chooses.
+// The children that match the component, in document order: those of exactly its name or, if there are none, the one
+// selected by the number at the name's end.
 std::vector<Step> Children(const Element& parent, const PathComponent& component);
 
-// How far a path leads from the root.
+// How much of a path exists.
 struct Way {
   Place place;
-  std::vector<Step> matches; // of the last component that was followed
-  std::size_t followed;      // components
+  std::vector<Step> matches; // of the last component looked up
+  std::size_t followed;      // number of components found
 };
 Way Follow(Element& root, const std::vector<PathComponent>& path);
 
-// "no element Time in Network; there is Timeout".
+// For example "no element Time in Network; there is Timeout".
 std::string WhyMissing(const Place& parent, const PathComponent& component);
 
 #endif

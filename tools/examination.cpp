@@ -1,4 +1,4 @@
-// What is wrong with a file, and the command that asks.
+// Finding out what is wrong with a file, and the command `check`.
 #include <corekit/corekit.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace {
 
-// Why the file's bytes are not read; empty where they are.
+// Returns why the file could not be read; empty on success.
 std::string ReadBytes(const std::string& fileName, bool encrypted, std::string& bytes) {
   const std::wstring wideName = Ostrum::WideFromUtf8(FromLocale(fileName).value_or(""));
   platform::FileState state;
@@ -65,7 +65,7 @@ Examination Examine(const std::string& fileName, bool encrypted) {
   if (isEncrypted || !failure || failure->offset == Ostrum::DecodeFailure::noOffset) return result;
   const std::string_view before = std::string_view(bytes).substr(0, failure->offset);
   result.line = static_cast<int>(std::ranges::count(before, '\n')) + 1;
-  result.column = static_cast<int>(before.size() - (before.rfind('\n') + 1)) + 1; // without a line end from the start
+  result.column = static_cast<int>(before.size() - (before.rfind('\n') + 1)) + 1; // npos wraps to 0 in the first line
   return result;
 }
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The components of path and item. Where an attribute is asked for, only elements that have it count.
+// The components of the path and the item. With --attribute, only elements that have the attribute count.
 std::vector<PathComponent> Components(const Options& options, const std::string& item) {
   std::vector<PathComponent> components = SplitPath(options.arguments.front(), options.occurrence);
   std::ranges::copy(SplitPath(item), std::back_inserter(components));
@@ -16,7 +16,7 @@ std::vector<PathComponent> Components(const Options& options, const std::string&
   return components;
 }
 
-// The values of one item; none, and why, where there is none.
+// The values of one item. If there are none, appends the reason to `missing`.
 std::vector<std::string> ReadItem(const Document& document, const Options& options, const std::string& item,
                                   std::string& missing) {
   const std::vector<PathComponent> components = Components(options, item);
@@ -39,7 +39,7 @@ std::vector<std::string> ReadItem(const Document& document, const Options& optio
 
 ExitStatus Get(const Document& document, const Options& options) {
   std::vector<std::string> items(options.arguments.begin() + 1, options.arguments.end());
-  if (items.empty()) items.emplace_back(); // the last name of the path
+  if (items.empty()) items.emplace_back(); // the path itself names the item
   const bool isOne = items.size() == 1;
   std::string missing;
   Json json;
@@ -49,7 +49,7 @@ ExitStatus Get(const Document& document, const Options& options) {
     if (options.all || !values.empty()) found = options.all ? Json(values) : Json(values.front());
     if (options.json) continue;
     for (const std::string& value : values) PrintValue(value);
-    if (values.empty() && !isOne && !options.all) PrintValue(""); // each item keeps its line
+    if (values.empty() && !isOne && !options.all) PrintValue(""); // one line for each item
   }
   if (options.json) PrintJson(json);
   if (missing.empty()) return ExitStatus::Found;

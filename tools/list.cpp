@@ -1,4 +1,3 @@
-#include <deque>
 #include <map>
 
 #include "document.h"
@@ -6,15 +5,15 @@
 
 namespace {
 
-// The children of one element that have one name.
+// The children of one element that share a name.
 struct SameName {
   std::uint32_t total = 0, visited = 0;
-  std::uint32_t begun = 0;       // visited children whose names begin with this one, as group IDs count
-  SameName* beginning = nullptr; // the longest of the other names with which this one begins
+  std::uint32_t begun = 0;       // visited children whose names begin with this name; group IDs count these
+  SameName* beginning = nullptr; // the longest other name that this one begins with
   std::string_view name;
 };
 
-// Walks the elements below a place, each before those within it; on the way to the place nothing is listed.
+// Walks down to a place, then lists the elements below it in document order.
 class TreeWalk {
  public:
   TreeWalk(const Document& openDocument, const Options& wanted, const Place& top, Table& output)
@@ -27,7 +26,7 @@ class TreeWalk {
   }
 
   std::size_t count = 0;
-  // What there is to say of some elements: of how many, and the path of the first.
+  // For each remark, the number of elements that it applies to and the path of the first.
   std::map<std::string_view, std::pair<std::size_t, std::string>> remarks;
 
  private:
@@ -36,7 +35,7 @@ class TreeWalk {
         : next(parent.Begin()), end(parent.End()), pathSize(parentPathSize), id(std::move(parentId)) {
       for (auto child = next; child != end; ++child) ++names[child->GetName()].total;
       SameName* before = nullptr;
-      for (auto& [name, same] : names) { // sorted, so that a name comes behind those with which it begins
+      for (auto& [name, same] : names) { // in order, so each name follows those that it begins with
         while (before != nullptr && !name.starts_with(before->name)) before = before->beginning;
         same.name = name;
         same.beginning = std::exchange(before, &same);
@@ -63,7 +62,7 @@ class TreeWalk {
     const std::string text = step.Text();
     path.resize(level.pathSize);
     path += (path.empty() ? "" : "\\") + text;
-    place.erase(place.begin() + static_cast<std::ptrdiff_t>(levels.size()), place.end());
+    place.resize(levels.size());
     const bool isAmbiguous =
         isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element : Hides(same, text);
     place.push_back(step);
@@ -91,7 +90,7 @@ class TreeWalk {
     if (number++ == 0) first = path;
   }
 
-  // Whether another element, of a shorter name and with a number, has the same text.
+  // Whether a shorter name with a number gives the same text.
   static bool Hides(const SameName& same, std::string_view text) {
     for (const SameName* base = same.beginning; base != nullptr; base = base->beginning) {
       const std::uint32_t number = NumberIn(text.substr(base->name.size()));
@@ -104,9 +103,9 @@ class TreeWalk {
   const Options& options;
   const Place& topPlace;
   Table& table;
-  std::deque<Level> levels; // which stay where they are
-  Place place;              // of the element that is visited
-  std::string path;         // to it
+  std::vector<Level> levels;
+  Place place;      // of the current element
+  std::string path; // of the current element
 };
 
 } // namespace

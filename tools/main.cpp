@@ -1,4 +1,4 @@
-// The command `tarvik`: shows what the library does to a person and to scripts.
+// The command `tarvik`: the library for users and scripts.
 #include <corekit/corekit.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,8 +16,8 @@
 
 namespace {
 
-// Some arguments mean something to CLI11: "[a,b]" two values, "++" the end of a command. So it gets data that does not begin
-// with a letter or digit, and all that follows "--", with a mark in front.
+// CLI11 gives some arguments a meaning: "[a,b]" is two values, "++" ends a subcommand. So arguments that do not begin
+// with a letter or digit and are no options, and all arguments after "--", are passed to it with a mark in front.
 constexpr char DataMark = '\x1F';
 
 std::vector<std::string> MarkData(int argumentCount, char** arguments) {
@@ -34,13 +34,12 @@ std::vector<std::string> MarkData(int argumentCount, char** arguments) {
   return marked;
 }
 
-// In the locale's character set.
 std::string Unmarked(std::string argument) {
   if (argument.starts_with(DataMark)) argument.erase(0, 1);
   return argument;
 }
 
-// An argument as messages name it, "?" for each byte that may belong to no character.
+// An argument as UTF-8 for messages. If it is not valid text, "?" stands for each byte beyond ASCII.
 std::string Shown(std::string argument) {
   const auto utf8 = FromLocale(argument);
   for (char& byte : argument) byte = static_cast<unsigned char>(byte) > 0x7F ? '?' : byte;
@@ -60,7 +59,7 @@ std::string ReadAll(std::istream& stream, const std::string& name) {
   return stream.eof() ? all : throw CommandError(name + ": can't be read");
 }
 
-// Standard input as a file that nobody else can read, and that is removed with what is returned.
+// Copies standard input to a file that only this user can read. The returned owner of the name removes the file.
 using TemporaryFile = std::unique_ptr<const char, int (*)(const char*)>;
 TemporaryFile KeepInput(std::string& name) {
   const std::string input = ReadAll(std::cin, "standard input");
@@ -72,7 +71,7 @@ TemporaryFile KeepInput(std::string& name) {
   throw CommandError("standard input: can't be kept in a temporary file; TMPDIR can name another folder");
 }
 
-// All of standard input but a line end at its end, which is the shell's.
+// Standard input without the line end that the shell appends.
 std::string ReadValue() {
   std::string value = ReadAll(std::cin, "standard input");
   if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
@@ -86,13 +85,13 @@ void UseKey(const std::string& keyFile) {
   CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
 }
 
-// What is wrong with the value of an option, for CLI11.
+// For CLI11: the error message for an option's value, empty if the value is valid.
 std::string IsGiven(const std::string& value) { return value.empty() ? "a value is required" : ""; }
 
 struct Subcommand {
   std::string_view name;
-  Command* run;            // null where no document is opened
-  std::size_t least, most; // arguments
+  Command* run;            // null for commands that open no document
+  std::size_t least, most; // numbers of arguments
   const char* arguments;
 };
 
@@ -116,7 +115,7 @@ class CommandLine {
     app.add_option("--key-file", keyFile)->transform(Unmarked)->check(IsGiven)->needs(encrypted);
     app.add_flag("-j,--json", options.json);
     app.add_flag("-v", verbosity);
-    app.fallthrough(); // so that each command has these options
+    app.fallthrough(); // so that these options can follow the subcommand
     for (const Subcommand& each : Subcommands) {
       CLI::App* added = app.add_subcommand(std::string(each.name));
       added->allow_windows_style_options(false); // a file name may begin with "/"
@@ -129,7 +128,7 @@ class CommandLine {
   ExitStatus Run(int argumentCount, char** argumentTexts) {
     const std::vector<std::string> marked = MarkData(argumentCount, argumentTexts);
     try {
-      app.parse(std::vector<std::string>(marked.rbegin(), marked.rend())); // as CLI11 wants them
+      app.parse(std::vector<std::string>(marked.rbegin(), marked.rend())); // CLI11 expects the reverse order
     } catch (const CLI::CallForHelp&) {
       return PrintHelp(Chosen().get_name());
     } catch (const CLI::CallForVersion& version) {
@@ -171,7 +170,7 @@ class CommandLine {
     if (readsInput) kept = KeepInput(options.file);
     if (command->run == nullptr) return Check(options);
     const Document document(options);
-    kept.reset(); // before anything is printed: a reader that has enough can end this process
+    kept.reset(); // before printing, because a closed pipe can end the process
     return command->run(document, options);
   }
 
@@ -220,14 +219,14 @@ class CommandLine {
   CLI::App app;
   std::vector<std::string> arguments; // in the locale's character set
   Options options;
-  std::string keyFile; // empty: the key built into the support library
+  std::string keyFile; // empty: the support library's built-in key
   int verbosity = 0;   // 1: the library's log lines, 2: its traces too
   bool valueFromInput = false;
   const Subcommand* command = nullptr;
 };
 
-// A file that is opened while a standard stream is closed would take its number, and receive what is printed. A folder does
-// not: it can neither be read nor written.
+// If a standard stream is closed, the next file to be opened would get its descriptor, and output would go to that
+// file. A folder takes the descriptor instead, because it can be neither read nor written.
 void OccupyStandardStreams() {
   int descriptor;
   do descriptor = open("/", O_RDONLY);

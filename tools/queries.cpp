@@ -1,4 +1,4 @@
-// The commands for the library's ready-made queries.
+// The commands that run the library's queries.
 #include "document.h"
 #include "text.h"
 
@@ -9,7 +9,7 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
   DetectionPosition position = {1, 1, 1};
   for (DetectionInfo info;; pairs.push_back(info)) {
     const auto code = EnumDetectionInfo(document.List(), document.Cookie(), position, &info);
-    // A pair whose Version is missing is "not found" as the end is, but only the end leaves the last position at 1.
+    // Both a pair without Version and the end give "not found", but only the end leaves the last position at 1.
     if (!document.Succeeded(code) && position[2] == 1) return pairs;
   }
 }
@@ -18,18 +18,19 @@ std::vector<DetectionInfo> FindOne(const Document& document, const std::vector<s
   DetectionInfo info;
   const auto code = GetDetectionInfo(document.List(), document.Cookie(), ToLocale(key[1])->c_str(),
                                      ToLocale(key[0])->c_str(), ToLocale(key[2])->c_str(), &info);
-  // Where only Version is missing it is "not found" too, with the fields filled, the product asked for among them.
+  // A match without Version also gives "not found", but with the other fields filled.
   if (!document.Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
 }
 
-// A text that was cut can end within a character.
+// Removes an incomplete character at the end, which cutting can leave.
 std::string Whole(std::string text) {
   while (!FromLocale(text)) text.pop_back();
   return *FromLocale(text);
 }
 
-// The queries leave a text empty that has no form in the locale, and cut one at 259 bytes.
+// Prints the table and notes what the queries could not return: they leave texts empty that the locale cannot
+// represent, and cut texts to 259 bytes.
 ExitStatus Finish(const Document& document, Table table, const std::vector<Table::Row>& rows, const char* nothing) {
   bool isCut = false;
   for (const Table::Row& row : rows) {

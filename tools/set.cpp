@@ -6,14 +6,14 @@
 
 namespace {
 
-// Sets items in a copy of the document, to decide whether the library would touch what was named, and nothing else.
+// Sets items in a copy of the document, to check that the library would change the named items and nothing else.
 class SetPlan {
  public:
   SetPlan(const Document& openDocument, const Options& wanted)
       : document(openDocument), options(wanted), copy(Parse(document.Tree().GenerateXML(false)).document) {}
 
-  // Throws CommandError where the library would not set what was named, or XML can't carry it; of status NothingFound
-  // where it is missing and must exist.
+  // Throws CommandError if the library would set something else or the value is not allowed in XML; with status
+  // NothingFound if something is missing that must exist.
   void Add(const std::string& item, const std::string& value) try {
     if (item.empty()) document.Fail("the name of an item is empty");
     const std::string& path = options.arguments.front();
@@ -32,7 +32,7 @@ class SetPlan {
       name = place.back().name;
       place.pop_back();
     }
-    std::string asked; // each name by itself, since the separator is the same byte in every character set
+    std::string asked; // names are converted one by one, since the separator is the same byte in every locale
     for (const Step& step : place) asked += (asked.empty() ? "" : "\\") + ToLocale(step.name).value();
     calls.push_back({asked, ToLocale(name).value(), ToLocale(value).value(), shown});
   } catch (const std::invalid_argument& reason) {
@@ -42,13 +42,13 @@ class SetPlan {
   std::string Result() const { return copy->GenerateXML(false); }
 
   std::vector<SetCall> calls;
-  std::string made; // what was missing
+  std::string made; // the elements and attributes that were missing
 
  private:
   [[noreturn]] static void Refuse(const std::string& why) { throw std::invalid_argument(why); }
 
-  // At each name the library takes the first element whose name has a form in the locale and begins with it. That must be the
-  // step's; the null element where there must be none.
+  // For each name the library takes the first child whose name begins with it and can be represented in the locale. That
+  // must be the step's element; no element if that is the null element.
   void RequireTaken(const Place& place, std::size_t step) {
     const Step& wanted = place[step];
     Step first{nullptr, ""};
@@ -96,24 +96,25 @@ class SetPlan {
   const Document& document;
   const Options& options;
   const std::unique_ptr<Ostrum::Document> copy;
-  std::string shown; // what is decided on, as a person calls it
+  std::string shown; // the current item, for messages
 };
 
 std::vector<std::string> SplitLines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
-  lines.emplace_back("\n"); // the end, which is like no line
+  lines.emplace_back("\n"); // the end, which differs from every line
   return lines;
 }
 
-// The lines that differ: old ones behind "-", new ones behind "+".
+// The lines that differ: "-" before old ones, "+" before new ones.
 std::string LineDiff(const std::string& before, const std::string& after) {
   const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
   const auto append = [&text](char sign, const auto& line) { text.append(1, sign).append(line).append(1, '\n'); };
   for (std::size_t i = 0, j = 0; i < old.size() || j < now.size(); ++i, ++j) {
-    // How many lines to pass until both go on alike; so far that there is none, all that is left has changed.
+    // The smallest number of lines to skip until both texts continue alike. Beyond `farthest`, all remaining lines
+    // count as changed.
     constexpr std::size_t farthest = 2000;
     std::size_t sum = 0, passed = 0;
     const auto goOnAlike = [&] {
@@ -131,7 +132,7 @@ std::string LineDiff(const std::string& before, const std::string& after) {
 
 } // namespace
 
-// All is decided before the first of the items is written.
+// All items are checked before the first one is written.
 ExitStatus Set(const Document& document, const Options& options) {
   SetPlan plan(document, options);
   for (auto item = options.arguments.begin() + 1; item != options.arguments.end(); item += 2)
@@ -142,7 +143,7 @@ ExitStatus Set(const Document& document, const Options& options) {
   }
   if (options.json) PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
   if (!options.json && !changes.empty())
-    PrintValue(changes.substr(0, changes.size() - 1)); // the line end comes with it
+    PrintValue(changes.substr(0, changes.size() - 1)); // PrintValue adds the line end
   if (!plan.made.empty()) document.Note((options.dryRun ? "would make " : "made ") + plan.made);
   return ExitStatus::Found;
 }

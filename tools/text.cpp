@@ -22,7 +22,7 @@ constexpr const char *Red = "\033[1;31m", *Green = "\033[32m", *Dim = "\033[2m",
 
 const bool isTerminal = isatty(STDOUT_FILENO) != 0;
 
-// In a colour where the stream shows on a terminal that knows colours and the environment does not set NO_COLOR.
+// Adds the colour if the stream is a terminal with colours and NO_COLOR is not set.
 std::string Coloured(int stream, const char* colour, const std::string& text) {
   const char* const noColour = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
@@ -31,7 +31,7 @@ std::string Coloured(int stream, const char* colour, const std::string& text) {
   return isRefused || isPlain ? text : colour + text + "\033[0m";
 }
 
-// A terminal gets no control characters. JSON is UTF-8 in every locale.
+// Control characters are escaped on a terminal. JSON is UTF-8 in every locale.
 std::string ToPrint(const std::string& utf8, bool isJson = false) {
   if (isTerminal) return Printable(utf8, "\t\n");
   const auto text = isJson ? utf8 : ToLocale(utf8);
@@ -59,7 +59,7 @@ void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const w
   Ostrum::Utf8FromWide(std::wstring(enters ? L"> " : leaves ? L"< " : L"") + component + L": " + text, line);
   const char* const colour = kind == corekit::LogKind::Error ? Red : Dim;
   std::cerr << Coloured(STDERR_FILENO, colour, Printable(line)) << '\n';
-} catch (const std::exception&) { // a sink must not throw; a line that there is no memory for is lost
+} catch (const std::exception&) { // a sink must not throw; without memory the line is lost
 }
 
 } // namespace
@@ -97,7 +97,7 @@ bool HasForm(std::string_view utf8) { return localeIsUtf8 || ToLocale(utf8); }
 std::string Printable(std::string_view utf8, std::string_view kept) {
   std::string result;
   for (const wchar_t character : Ostrum::WideFromUtf8(utf8)) {
-    char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"] = "\\"; // separates names, whatever character that byte is
+    char bytes[MB_LEN_MAX + sizeof "\\u0010ffff"] = "\\"; // the separator, in every character set
     std::mbstate_t state{};
     const std::size_t length = character == L'\\' ? 1 : std::wcrtomb(bytes, character, &state);
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);

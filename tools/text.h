@@ -1,5 +1,5 @@
-// Text is UTF-8 inside the command. It meets the locale's character set where arguments come in, where the library is called, and
-// where it is printed: data alone on standard output, everything else on standard error.
+// Text is UTF-8 inside the command. It is converted from and to the locale's character set for arguments, for calls of
+// the library, and for printing. Only data goes to standard output, everything else to standard error.
 #ifndef TARVIK_TOOLS_TEXT_H
 #define TARVIK_TOOLS_TEXT_H
 
@@ -11,26 +11,28 @@
 
 using Json = nlohmann::ordered_json;
 
-// Takes the user's locale; where there is none, or only "C", whose character set is ASCII, UTF-8.
+// Sets the user's locale; UTF-8 if there is none or if it is "C", which has ASCII only.
 void UseLocale();
 
-// Nothing where the text is not valid in its character set, or has no form in the other.
+// Nothing if the text is not valid in its character set or cannot be represented in the other.
 std::optional<std::string> FromLocale(const std::string& text);
 std::optional<std::string> ToLocale(std::string_view utf8);
-bool HasForm(std::string_view utf8); // in the locale
+bool HasForm(std::string_view utf8); // whether ToLocale succeeds
 
-// Text to be printed: control characters but those kept, and what the locale lacks, are written "\u001b".
+// Text for printing, in the locale's character set. Control characters, except those in `kept`, and characters that the
+// locale lacks are written as escapes, such as "\u001b".
 std::string Printable(std::string_view utf8, std::string_view kept = "");
 
-// A bare value on a line of its own, without control characters on a terminal.
+// Prints the value and a line end. Control characters are escaped on a terminal.
 void PrintValue(const std::string& value);
-void PrintGood(const std::string& value, bool isGood); // in green, or else in red
+void PrintGood(const std::string& value, bool isGood); // green if it is good, else red
 
-// One JSON value, indented.
+// Prints one JSON value, indented.
 void PrintJson(const Json& value);
 
-// Rows of fields, printed as they come: lines of fields separated by tabs, ready for cut and awk, in which blanks stand for tabs
-// and line ends; on a terminal under a head line; or JSON, an array of texts where there is one field, else of objects.
+// Prints rows as they are added: either lines of tab-separated fields, for cut and awk, with tabs and line ends in a
+// field replaced by blanks, and with a header on a terminal; or a JSON array, of strings if there is one field, else of
+// objects.
 class Table {
  public:
   using Row = std::vector<std::optional<std::string>>;
@@ -45,13 +47,13 @@ class Table {
   Row names;
 };
 
-// A line on standard error, after the command's name.
+// Prints a line on standard error, with the command's name in front.
 void PrintMessage(const std::string& line);
 
-// Shows the library's log lines on standard error from now on; at level 2 its traces too.
+// Prints the library's log lines on standard error from now on; at level 2 also its traces.
 void ShowLog(int level);
 
-// Hands on what is still buffered. Throws CommandError when standard output did not take everything.
+// Flushes standard output. Throws CommandError if anything could not be written.
 void FlushOutput();
 
 #endif
