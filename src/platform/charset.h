@@ -7,35 +7,34 @@
 
 namespace platform {
 
-// Which text is the same in UTF-8 and in the current locale's character set, so that it needs no conversion.
+// Which text is the same in UTF-8 and in the locale's character set, so that it needs no conversion.
 enum class PlainText : std::uint8_t {
   None,
-  Ascii, // each of the 127 ASCII characters stands for itself, as one byte
+  Ascii, // each of the 127 ASCII characters is the same single byte
   Utf8,  // all text: the character set is UTF-8
 };
 
 struct Charset {
   PlainText plain;
-  // Every byte is a character. Where it is not, a second byte can look like a character of its own, except in UTF-8.
+  // Whether every byte is a character. If not, a second byte can look like another character, except in UTF-8.
   bool isSingleByte;
 };
 
-// The character set of the calling thread's locale, as each system tells it. Follows every change of the locale at once.
+// The character set of the calling thread's locale. Follows every change of the locale at once.
 Charset AskForCharset() noexcept;
 
-// What the outermost CharsetScope of this thread was told. GNU's C library keeps room in each thread for a few small variables of
-// libraries that are loaded late; elsewhere the faster access could fail.
+// The character set that the outermost CharsetScope of this thread found. The GNU C library reserves room in each thread
+// for small variables of libraries that are loaded late; elsewhere this faster access could fail.
 #ifdef __GLIBC__
 [[gnu::tls_model("initial-exec")]]
 #endif
 extern thread_local constinit std::optional<Charset>
     charsetInScope;
 
-// The same as AskForCharset, asked for once while a CharsetScope lives.
+// The same; determined only once while a CharsetScope lives.
 inline Charset CurrentCharset() noexcept { return charsetInScope ? *charsetInScope : AskForCharset(); }
 
-// A call of the library works in one character set. Asking for it a dozen times, as a search does, would take a sixth of the
-// time.
+// A call of the library works in one character set. Determining it for each text would take a sixth of a search's time.
 class CharsetScope {
  public:
   CharsetScope() noexcept : isOutermost(!charsetInScope) {
@@ -44,14 +43,13 @@ class CharsetScope {
   ~CharsetScope() {
     if (isOutermost) charsetInScope.reset();
   }
-  CharsetScope(const CharsetScope&) = delete;
-  CharsetScope& operator=(const CharsetScope&) = delete;
+  CharsetScope(CharsetScope&&) = delete;
 
  private:
   const bool isOutermost;
 };
 
-// Finds it out by asking the conversions themselves, which takes microseconds: remember the answer.
+// Determines the character set by test conversions. This takes microseconds, so the caller should remember the result.
 Charset LearnCharset() noexcept;
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// What the systems' files have in common.
+// Parts of the file functions that all systems share.
 #ifndef TARVIK_PLATFORM_FILE_PARTS_H
 #define TARVIK_PLATFORM_FILE_PARTS_H
 
@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// The name of a temporary file, with 64 random bits, so that no two are ever the same. Throws std::runtime_error.
+// A name for a temporary file, made unique by 64 random bits. Throws std::runtime_error.
 inline std::string TemporaryName() {
   unsigned long long number = 0;
   if (!FillRandom(&number, sizeof number)) throw std::runtime_error("no random name for a temporary file");
@@ -20,17 +20,18 @@ inline std::string TemporaryName() {
   return text;
 }
 
-// Whether every later change of a file must show in its times. A save sets the time itself, to stampedAt, and needs to find it
-// stored exactly; all other times come from a clock that can stand still for two seconds. All arguments are in the same unit.
+// Whether every later change of a file is sure to change its times. After a save, which sets the modification time to
+// stampedAt, that holds if the time was stored exactly. Other times come from a clock that may advance only every two
+// seconds. All arguments are in the same unit.
 inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt, std::int64_t now,
                       std::int64_t second) noexcept {
   if (stampedAt) return identity.modified == *stampedAt;
   return std::max(identity.modified, identity.changed) + 2 * second <= now;
 }
 
-// Reads on until the end of a file of that size; read(buffer, capacity) gives a count, 0 at the end, or less on failure. Goes
-// through a small buffer that is used again and again: growing the string to its length first would fill all of it with zeros,
-// so that fresh memory is touched twice.
+// Reads to the end of a file of about that size. read(buffer, capacity) returns the number of bytes read, 0 at the end,
+// or a negative number on failure. Reads through a small buffer, because resizing the string first would fill it with
+// zeros and so touch all of its memory twice.
 template <class Read>
 ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::string& bytes) {
   const std::size_t mostBytes = std::min(limit, bytes.max_size());

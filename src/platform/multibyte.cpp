@@ -12,11 +12,11 @@ namespace {
 
 using CodePoint = std::uint32_t;
 
-// In bytes. The C library also accepts five or six, which UTF-8 does not have.
+// In bytes. Some C libraries also accept five or six, which are not valid UTF-8.
 constexpr std::size_t longestCharacter = 4;
 
 constexpr CodePoint asciiEnd = 0x80;
-// A byte that is no character must equal that byte alone, so it stands above all characters.
+// Invalid bytes get values above all characters, so that each is equal to itself only.
 constexpr CodePoint beyondCharacters = 0x110000;
 
 struct Character {
@@ -24,7 +24,7 @@ struct Character {
   CodePoint value;
 };
 
-// The character that the text begins with; a byte that begins no valid one counts as a character of its own.
+// The first character of the text; a byte that does not begin a valid one counts as a character.
 Character FirstOf(std::string_view text, Charset charset) noexcept {
   assert(!text.empty());
   const auto byte = static_cast<unsigned char>(text.front());
@@ -32,11 +32,12 @@ Character FirstOf(std::string_view text, Charset charset) noexcept {
   wchar_t wide = 0;
   std::mbstate_t state{};
   const std::size_t length = std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
-  const bool isCharacter = length != 0 && length <= longestCharacter; // a failure is one of the greatest numbers
+  const bool isCharacter = length != 0 && length <= longestCharacter; // failures are the largest values of size_t
   return isCharacter ? Character{length, static_cast<CodePoint>(wide)} : Character{1, beyondCharacters + byte};
 }
 
-// How many of the text's first `count` bytes are whole characters. What follows them tells whether the last one is.
+// How many of the text's first `count` bytes are whole characters. The bytes after them show whether the last one is
+// whole.
 std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset charset) noexcept {
   assert(count <= text.size());
   if (charset.isSingleByte) return count;
@@ -49,14 +50,14 @@ std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset ch
   return end;
 }
 
-// The bytes of the whole characters that fit into `count` bytes.
+// The length in bytes of the whole characters that fit into `count` bytes.
 std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
-  // One character more than fits shows whether the last one is whole. Most texts fit, and need no charset.
+  // One more character shows whether the last one that fits is whole. Most texts fit, so the charset is not needed.
   const std::size_t length = strnlen(source, count + longestCharacter);
   return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
 }
 
-// Whether these bytes are whole characters wherever they are found. In UTF-8 no part of a longer character looks like ASCII.
+// Whether a match of these bytes always consists of whole characters. In UTF-8, no part of a longer character is ASCII.
 bool BytesAreEnough(std::string_view wanted, Charset charset) noexcept {
   const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < asciiEnd; };
   return charset.isSingleByte || wanted.empty() ||
@@ -83,7 +84,7 @@ const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
   return BytesAreEnough(bytes, charset) ? byte : FindWhole(text, bytes, hit, charset);
 }
 
-// ASCII letters fold to ASCII letters in every language, or the keywords would not match in a Turkish locale.
+// ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a Turkish locale.
 CodePoint Fold(CodePoint character) noexcept {
   if (character < asciiEnd) return character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character;
   if (character >= beyondCharacters) return character;
@@ -91,7 +92,7 @@ CodePoint Fold(CodePoint character) noexcept {
   return folded < asciiEnd ? character : folded;
 }
 
-// Takes the next character off the text and folds it; 0 at the end, again and again.
+// Removes the next character from the text and returns it folded; always 0 at the end.
 CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
   if (text.empty()) return 0;
   const Character first = FirstOf(text, charset);
@@ -101,7 +102,7 @@ CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
 
 } // namespace
 
-// Texts are equal character by character exactly when they are equal byte by byte.
+// Equal characters are equal bytes.
 int MbsCompare(const char* left, const char* right) noexcept { return std::strcmp(left, right); }
 
 int MbsCompareNoCase(const char* left, const char* right) noexcept {

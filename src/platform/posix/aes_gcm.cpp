@@ -21,11 +21,11 @@ void Require(bool done) {
   if (!done) throw std::bad_alloc();
 }
 
-// The system's cipher in a library context of our own, so that neither a configuration file nor what the host program set up
-// changes what it is. All that can fail here then is memory, and every failure throws std::bad_alloc.
+// The system's cipher in a library context of its own, so that neither a configuration file nor the host program's
+// settings affect it. Then only lack of memory can make it fail, so every failure throws std::bad_alloc.
 class Algorithm {
  public:
-  // Making it takes most of a millisecond, so it is made once; not before it is needed.
+  // Creating it takes almost a millisecond, so it is created once, at the first use.
   static const EVP_CIPHER* Get() {
     static const Algorithm algorithm;
     return algorithm.cipher.get();
@@ -43,7 +43,8 @@ class Algorithm {
 unsigned char* Bytes(char* bytes) noexcept { return reinterpret_cast<unsigned char*>(bytes); }
 const unsigned char* Bytes(const char* bytes) noexcept { return reinterpret_cast<const unsigned char*>(bytes); }
 
-// Runs source through the cipher. A null target authenticates it only. Lengths are int there, so it goes in pieces.
+// Passes source through the cipher in pieces, since lengths are of type int there. With a null target, only
+// authenticates it.
 void Update(EVP_CIPHER_CTX* context, char* target, std::string_view source) {
   constexpr std::size_t longestPiece = std::size_t{1} << 30;
   while (!source.empty()) {
@@ -55,13 +56,13 @@ void Update(EVP_CIPHER_CTX* context, char* target, std::string_view source) {
   }
 }
 
-// Makes the tag or checks it; false when it does not match.
+// Encrypts and makes the tag, or decrypts and checks it; false if the tag does not match.
 bool Run(bool seal, const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view source,
          char* target, char* tag) {
   const Owner<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free> owner(EVP_CIPHER_CTX_new());
   EVP_CIPHER_CTX* const context = owner.get();
   Require(context != nullptr);
-  static_assert(cipherKeySize == 32 && cipherNonceSize == 12, "the cipher's own lengths, which are not set");
+  static_assert(cipherKeySize == 32 && cipherNonceSize == 12, "the cipher's default lengths, which are not set here");
   Require(EVP_CipherInit_ex2(context, Algorithm::Get(), key, Bytes(nonce), seal ? 1 : 0, nullptr) == 1);
   Update(context, nullptr, header);
   Update(context, target, source);

@@ -26,9 +26,9 @@ std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::
   char* output = utf8;
   std::size_t room = capacity;
   const bool converted = iconv(handle, &input, &left, &output, &room) == 0;
-  // Some converters hold a letter back until they know what follows. This fetches it, and makes the next start afresh.
+  // Some converters hold a letter back until they see what follows. This fetches it and resets the converter.
   const bool flushed = iconv(handle, nullptr, nullptr, &output, &room) == 0;
-  if (!flushed) iconv(handle, nullptr, nullptr, nullptr, nullptr); // gives up what it holds
+  if (!flushed) iconv(handle, nullptr, nullptr, nullptr, nullptr); // discards what is held back
   return converted && flushed ? capacity - room : 0;
 }
 

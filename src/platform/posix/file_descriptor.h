@@ -1,4 +1,4 @@
-// Open files, and what the system says of them.
+// Open files and their status.
 #ifndef TARVIK_PLATFORM_POSIX_FILE_DESCRIPTOR_H
 #define TARVIK_PLATFORM_POSIX_FILE_DESCRIPTOR_H
 
@@ -17,7 +17,7 @@ namespace platform {
 
 using FileStatus = struct stat;
 
-// Repeats a system call that a signal interrupted. close() is none of those: it has closed all the same.
+// Repeats a system call while signals interrupt it. Not for close(), which closes even when interrupted.
 template <class Call, class... Arguments>
 auto Uninterrupted(Call call, Arguments... arguments) noexcept {
   auto result = call(arguments...);
@@ -25,13 +25,14 @@ auto Uninterrupted(Call call, Arguments... arguments) noexcept {
   return result;
 }
 
-// Throws std::system_error: what could not be done, and why by errno. Throws std::bad_alloc when the system lacked memory.
+// Throws std::system_error with the step that failed and the reason given by errno; std::bad_alloc if the reason is lack of
+// memory.
 [[noreturn]] inline void ThrowSystemFailure(const char* step, int error = errno) {
   if (error == ENOMEM) throw std::bad_alloc();
   throw std::system_error(error, std::generic_category(), step);
 }
 
-// The result of a system call that must succeed; throws where it doesn't.
+// Returns the result of a system call that must succeed; throws if it fails.
 template <class Call, class... Arguments>
 auto Require(const char* step, Call call, Arguments... arguments) {
   const auto result = Uninterrupted(call, arguments...);
@@ -60,20 +61,20 @@ class FileDescriptor {
   int number = -1;
 };
 
-// Not open on failure, with errno.
+// On failure the result is not open, and errno tells why.
 inline FileDescriptor OpenAt(int folder, const char* name, int flags, mode_t mode = 0) noexcept {
   return FileDescriptor(Uninterrupted(openat, folder, name, flags | O_CLOEXEC, mode));
 }
 
 inline constexpr mode_t accessBits = S_IRWXU | S_IRWXG | S_IRWXO;
-inline constexpr std::int64_t second = 1'000'000'000; // in nanoseconds, as all times here since 1970
+inline constexpr std::int64_t second = 1'000'000'000; // all times here are nanoseconds since 1970
 
 std::int64_t CurrentTime() noexcept;
 
-// stampedAt is the modification time that was set, if one was.
+// stampedAt: the modification time that was set, if any.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
-// Reads on until the end of the file.
+// Reads from the current position to the end.
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes);
 
 } // namespace platform

@@ -15,7 +15,7 @@ namespace {
 constexpr mode_t modeUntilTakenOver = S_IRUSR | S_IWUSR;
 constexpr const char* accessList = "system.posix_acl_access";
 
-// The value of a file's attribute, or the names of all when none is named; nothing where there is none.
+// The value of a file's extended attribute, or the names of all if no name is given; nothing if there is none.
 std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
   constexpr std::size_t mostBytes = XATTR_SIZE_MAX;
   static_assert(XATTR_LIST_MAX <= mostBytes);
@@ -27,12 +27,12 @@ std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
   return std::nullopt;
 }
 
-// The others belong to the system, or say something of the file's bytes.
+// The others belong to the system or describe the file's content.
 bool IsTakenOver(std::string_view name) noexcept {
   return name == accessList || name == "security.selinux" || name == "security.SMACK64" || name.starts_with("user.");
 }
 
-// What the new file has already is not set again, since that may take a right that the process lacks.
+// Attributes that the new file already has are not set again, since the process may lack the right to set them.
 void CopyAttributes(int original, int copy) {
   const std::string names = ReadAttribute(original).value_or("");
   for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
@@ -44,19 +44,19 @@ void CopyAttributes(int original, int copy) {
   }
 }
 
-// A new file that takes a name when it is complete, and vanishes when it isn't. Every operation throws std::system_error or
-// std::bad_alloc.
+// A new file that gets its name when it is complete, and is removed otherwise. Every operation throws std::system_error
+// or std::bad_alloc.
 class TemporaryFile {
  public:
-  // Makes it in the folder, which must outlive it; without a name, unless one is asked for or the folder takes no other.
-  // Nothing stays of a file without a name when its process is killed, but not every system can name it later.
+  // Creates the file in the folder, which must outlive it; without a name if possible, unless `named`. A file without a
+  // name disappears even if its process is killed, but not every system can name it later.
   TemporaryFile(const FileDescriptor& inFolder, bool named) : folder(inFolder.Number()) {
     if (!named) file = OpenAt(folder, ".", O_TMPFILE | O_WRONLY, modeUntilTakenOver);
     if (file.IsOpen()) return;
-    std::string free = TemporaryName();
-    file = OpenAt(folder, free.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver);
+    std::string unused = TemporaryName();
+    file = OpenAt(folder, unused.c_str(), O_WRONLY | O_CREAT | O_EXCL, modeUntilTakenOver);
     if (!file.IsOpen()) ThrowSystemFailure("cannot create a temporary file in the folder");
-    name = std::move(free);
+    name = std::move(unused);
   }
   ~TemporaryFile() {
     if (HasName()) Uninterrupted(unlinkat, folder, name.c_str(), 0);
@@ -73,16 +73,16 @@ class TemporaryFile {
 
   // Sets the modification time, once all is written.
   void Stamp() {
-    constexpr std::int64_t finestUnit = 100; // some file systems store no more
-    // The system's own stamp comes from a clock that stands still for milliseconds, in which an edit would not show. A failure
-    // is seen when the time is compared.
+    constexpr std::int64_t finestUnit = 100; // nanoseconds; some file systems store times in this unit
+    // The system's own timestamps come from a clock that advances every few milliseconds, so an edit in between would
+    // not show. A failure is noticed when the time is compared.
     stampedAt = CurrentTime() / finestUnit * finestUnit;
     const timespec stamp{static_cast<std::time_t>(stampedAt / second), static_cast<long>(stampedAt % second)};
     const timespec times[] = {{0, UTIME_OMIT}, stamp};
     Uninterrupted(futimens, file.Number(), times);
   }
 
-  // Takes over owner and group where allowed, access list, security label, the user's attributes, and mode.
+  // Copies owner and group if allowed, access list, security label, user attributes, and mode.
   void TakeOver(int original, const FileStatus& originalStatus) {
     FileStatus own{};
     Require("cannot ask for the temporary file's owner", fstat, file.Number(), &own);
@@ -90,8 +90,8 @@ class TemporaryFile {
       return Uninterrupted(fchown, file.Number(), owner, originalStatus.st_gid) == 0;
     };
 
-    // The owner comes first: changing it clears the bits that run a program as its owner. Those go with owner and group only, and
-    // the group's rights with the group.
+    // The owner comes first, because changing it clears the set-user-ID and set-group-ID bits. These are kept only if
+    // both owner and group are, and the group's permissions only if the group is.
     mode_t mode = originalStatus.st_mode & ~mode_t{S_IFMT};
     const bool groupIsSame = own.st_gid == originalStatus.st_gid;
     if (!(groupIsSame && own.st_uid == originalStatus.st_uid) && !change(originalStatus.st_uid)) {
@@ -101,9 +101,9 @@ class TemporaryFile {
     SetAccess(mode, original);
   }
 
-  // Gives the file this mode, and the access list, label and attributes of a file that is open, if one is given.
+  // Sets the mode, and copies the access list, label and attributes of an open file if one is given.
   void SetAccess(mode_t mode, int attributesFrom = -1) {
-    // The folder may have given the new file a list that lets others do more than the mode says.
+    // The new file may have inherited an access list from the folder that allows more than the mode.
     const bool isRemoved = Uninterrupted(fremovexattr, file.Number(), accessList) == 0;
     if (!isRemoved && errno != ENODATA && errno != EOPNOTSUPP)
       ThrowSystemFailure("cannot remove the folder's access list");
@@ -113,13 +113,14 @@ class TemporaryFile {
 
   void Flush() { Require("cannot flush to the disk", fsync, file.Number()); }
 
-  // Both give the file its final name; false, with errno, where that can't be done. Link only where no file has it (EEXIST),
-  // Replace in the place of the file that has it.
+  // Both give the file its final name; on failure they return false, and errno tells why. Link fails with EEXIST if a
+  // file has the name; Replace replaces that file.
   bool Link(const std::string& target) {
     const auto link = [&](int from, const std::string& source, int flags) {
       return Uninterrupted(linkat, from, source.c_str(), folder, target.c_str(), flags) == 0;
     };
-    // By its descriptor alone takes a right, or a new kernel. A temporary name goes in the end.
+    // Linking by descriptor needs a privilege or a recent kernel. If linking is not possible, a temporary name is
+    // renamed.
     const bool isLinked = HasName() ? link(folder, name, 0) : link(file.Number(), "", AT_EMPTY_PATH);
     if (isLinked || errno == EEXIST) return isLinked;
     if (!HasName()) return link(AT_FDCWD, "/proc/self/fd/" + std::to_string(file.Number()), AT_SYMLINK_FOLLOW);
@@ -131,9 +132,9 @@ class TemporaryFile {
 
   bool Replace(const std::string& target) {
     if (!HasName()) {
-      std::string free = TemporaryName();
-      if (!Link(free)) return false;
-      name = std::move(free);
+      std::string unused = TemporaryName();
+      if (!Link(unused)) return false;
+      name = std::move(unused);
     }
     Require("cannot replace the file", renameat, folder, name.c_str(), folder, target.c_str());
     name.clear();
@@ -152,7 +153,7 @@ class TemporaryFile {
 
  private:
   const int folder;
-  std::string name; // empty while it has none, or once it has its final one
+  std::string name; // empty while the file has no name, and once it has its final one
   FileDescriptor file;
   std::int64_t stampedAt = 0;
 };
@@ -161,15 +162,15 @@ class TemporaryFile {
 struct Place {
   FileDescriptor folder;
   std::string name;                 // in that folder
-  std::optional<FileStatus> status; // nothing where there is no file
+  std::optional<FileStatus> status; // nothing if there is no file
 
-  // Of the name itself, also where it is a link. Not 0, with errno, where that can't be told.
+  // Gets the status of the name itself, even if it is a link. Not 0 on failure, with errno.
   int Ask(FileStatus& now) const noexcept {
     return Uninterrupted(fstatat, folder.Number(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW);
   }
 };
 
-// Open for the calls that take a folder. One that may be passed but not read can't be flushed.
+// Opens a folder for calls that take one. If it may be searched but not read, it cannot be flushed.
 FileDescriptor OpenFolder(const FileName& folder) {
   const char* const name = folder.empty() ? "." : folder.c_str();
   FileDescriptor open = OpenAt(AT_FDCWD, name, O_RDONLY | O_DIRECTORY);
@@ -178,7 +179,7 @@ FileDescriptor OpenFolder(const FileName& folder) {
   return open;
 }
 
-// The system follows links among the folders, but a rename would replace one that is the name's last part.
+// The system follows links in the folders' names, but a rename would replace a link in the last component.
 Place FollowLinks(FileName name) {
   constexpr int mostLinks = 40;
   for (int links = 0; links <= mostLinks; ++links) {
@@ -196,8 +197,8 @@ Place FollowLinks(FileName name) {
   ThrowSystemFailure("cannot follow the symbolic link", ELOOP);
 }
 
-// Not open where there is no such file. Throws when it must not be replaced: a rename alone would ask for the folder's
-// permissions only.
+// Not open if there is no such file. Throws if the file must not be replaced, since a rename would check only the
+// folder's permissions.
 FileDescriptor OpenReplaceable(const FileName& name, FileStatus& status) {
   FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDWR);
   if (!file.IsOpen() && errno == ENOENT) return file;
@@ -208,7 +209,7 @@ FileDescriptor OpenReplaceable(const FileName& name, FileStatus& status) {
   return file;
 }
 
-// Covers the whole file, however long it becomes.
+// Covers the whole file, whatever its length.
 int Lock(int file, int command, struct flock& lock, short type) noexcept {
   lock = {};
   lock.l_type = type;
@@ -216,13 +217,14 @@ int Lock(int file, int command, struct flock& lock, short type) noexcept {
   return Uninterrupted(fcntl, file, command, &lock);
 }
 
-// A lock of the open file, not of the process: threads exclude each other, and closing the file elsewhere does not drop it.
+// Locks the open file description, not the process: threads exclude each other, and closing the file elsewhere keeps
+// the lock.
 bool TryLock(int file) {
   struct flock lock {};
   if (Lock(file, F_OFD_SETLK, lock, F_WRLCK) == 0) return true;
-  if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL) return true; // there are no locks
+  if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL) return true; // no locks here
   if (errno != EAGAIN && errno != EACCES) ThrowSystemFailure("cannot lock the file");
-  // A lock of this process as a whole is the host's own. Threads then exclude each other by the other kind of lock.
+  // A classical lock of this process belongs to the host program. Threads then exclude each other by flock.
   if (Lock(file, F_OFD_GETLK, lock, F_WRLCK) != 0 || lock.l_type == F_UNLCK || lock.l_pid != getpid()) return false;
   return Uninterrupted(flock, file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
@@ -232,7 +234,7 @@ bool TryLock(int file) {
 struct LockedFile::System {
   ~System() {
     if (!original.IsOpen()) return;
-    // Closing is not enough if another thread forked meanwhile, so that the new process has the file open, too.
+    // Closing does not unlock if another thread has forked, because the new process also has the file open.
     struct flock lock {};
     Lock(original.Number(), F_OFD_SETLK, lock, F_UNLCK);
   }
@@ -251,7 +253,7 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
     FileDescriptor file = OpenReplaceable(name, status);
     if (!file.IsOpen() || TryLock(file.Number())) {
       Place place = FollowLinks(name);
-      // Whoever had the lock before put another file in the place of the one that is locked now.
+      // The previous owner of the lock may have replaced the file that is locked now.
       const bool isThere =
           place.status && place.status->st_dev == status.st_dev && place.status->st_ino == status.st_ino;
       if (isThere == file.IsOpen() && isThere == place.status.has_value()) {
@@ -276,14 +278,14 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
 
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
   const Place& place = system->place;
-  // Once more with a named temporary file where the system can't name one that has no name yet.
+  // If the system cannot name an unnamed file, the second attempt uses a named one.
   for (bool named = false;; named = true) {
     TemporaryFile made(place.folder, named);
     for (const std::string_view piece : pieces) made.Write(piece);
     made.Stamp();
     place.status ? made.TakeOver(system->original.Number(), *place.status) : made.SetAccess(permissions);
     made.Flush();
-    // A flush takes time, in which somebody may have changed the file who takes no lock.
+    // While the flush ran, a program that takes no lock may have changed the file.
     FileStatus now{};
     if (place.status && (place.Ask(now) != 0 || StateOf(now).identity != system->state->identity)) return false;
     if (place.status ? made.Replace(place.name) : made.Link(place.name)) {
@@ -297,7 +299,7 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
 
 void LockedFile::FlushFolder() const {
   if (Uninterrupted(fsync, system->place.folder.Number()) == 0) return;
-  // The first of these means that the file system flushes no folder, the second that the folder could not be opened for reading.
+  // EINVAL: the file system cannot flush folders; EBADF: the folder could not be opened for reading.
   if (errno != EINVAL && errno != EBADF) ThrowSystemFailure("cannot flush the folder to the disk");
 }
 

@@ -9,7 +9,7 @@
 namespace platform {
 
 void* AllocateLargeBlock() {
-  // Twice the size holds an aligned block, which large pages need; the rest goes back.
+  // Large pages need an aligned block, which twice the size always contains; the rest is unmapped.
   constexpr std::size_t reserved = 2 * largeBlockSize;
   void* const memory = mmap(nullptr, reserved, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) throw std::bad_alloc();
@@ -25,7 +25,7 @@ void* AllocateLargeBlock() {
 
 void ReleaseLargeBlock(void* block) noexcept { munmap(block, largeBlockSize); }
 
-// Only for whole large pages inside the memory; the rest of a page can belong to others.
+// Only for the whole large pages in the memory, since partial pages may be shared with other data.
 void PreferLargePages(void* memory, std::size_t size) noexcept {
   const auto start = reinterpret_cast<std::uintptr_t>(memory);
   const std::uintptr_t first = (start + largeBlockSize - 1) / largeBlockSize * largeBlockSize;
@@ -33,8 +33,8 @@ void PreferLargePages(void* memory, std::size_t size) noexcept {
   if (first < last) madvise(static_cast<char*>(memory) + (first - start), last - first, MADV_HUGEPAGE);
 }
 
-// The C library raises its limit for keeping memory when a block that it had mapped on its own is freed. Without that it
-// gives back what a closed document held, and opening 0.1 MB again and again takes twice the time, spent in page faults.
+// Freeing a separately mapped block makes the C library raise its threshold for keeping memory. Otherwise it returns a
+// closed document's memory, and repeatedly opening a file of 0.1 MB takes twice the time, spent in page faults.
 void ExpectLargeAllocations() noexcept {
   void* volatile block = std::malloc(largeBlockSize);
   std::free(block);

@@ -1,4 +1,4 @@
-// Compiled into the library and into corekit, which each draw for themselves.
+// Compiled into both the library and corekit.
 #include <cassert>
 
 #include "platform/platform.h"
@@ -7,7 +7,7 @@
 namespace platform {
 
 bool FillRandom(void* target, std::size_t size) noexcept {
-  assert(size <= 256); // the system call's limit
+  assert(size <= 256); // getentropy's limit
   return Uninterrupted(getentropy, target, size) == 0;
 }
 

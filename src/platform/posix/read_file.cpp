@@ -20,7 +20,7 @@ std::int64_t CurrentTime() noexcept {
   return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// The number tells a file from the one that a rename put in its place, size and times an edit in place.
+// The number changes if a rename replaces the file, size and times if it is edited in place.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
   FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
                    Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
@@ -39,7 +39,7 @@ ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, s
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
-  // Opening a pipe must not wait for its writer.
+  // O_NONBLOCK: opening a pipe must not wait for its writer.
   const FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK);
   FileStatus status{};
   const bool isKnown = file.IsOpen() && Uninterrupted(fstat, file.Number(), &status) == 0;

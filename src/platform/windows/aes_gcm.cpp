@@ -11,15 +11,15 @@
 namespace platform {
 namespace {
 
-// Nothing but memory can run out here: every system has the algorithm, in the one mode asked for.
+// Only lack of memory can cause a failure here, since every system has the algorithm and the mode.
 void Require(bool done) {
   if (!done) throw std::bad_alloc();
 }
 
-// The functions take what they only read as pointers to changeable bytes, too.
+// The functions take pointers to non-const bytes even for input.
 UCHAR* Bytes(const void* bytes) noexcept { return static_cast<UCHAR*>(const_cast<void*>(bytes)); }
 
-// Lengths are ULONG there, and one call must take the whole text.
+// Lengths are of type ULONG there, and one call must process the whole text.
 ULONG Length(std::string_view text) {
   Require(text.size() <= std::numeric_limits<ULONG>::max());
   return static_cast<ULONG>(text.size());
@@ -28,7 +28,7 @@ ULONG Length(std::string_view text) {
 using Provider = std::unique_ptr<void, decltype([](void* handle) { BCryptCloseAlgorithmProvider(handle, 0); })>;
 using Key = std::unique_ptr<void, decltype([](void* handle) { BCryptDestroyKey(handle); })>;
 
-// Runs BCryptEncrypt or BCryptDecrypt over a whole text, in the mode that also authenticates, and gives its status.
+// Runs BCryptEncrypt or BCryptDecrypt on a whole text in GCM mode and returns its status.
 template <class Run>
 NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view source,
               char* target, const char* tag) {

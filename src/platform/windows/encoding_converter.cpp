@@ -10,7 +10,7 @@ namespace {
 
 constexpr UINT eucJp = 20932, usAscii = 20127;
 
-// Names that tell the code page's number.
+// Names that contain the code page's number.
 constexpr struct {
   std::string_view prefix;
   UINT base;
@@ -25,7 +25,7 @@ constexpr struct {
     {"MACINTOSH", 10000},  {"MACCYRILLIC", 10007}, {"MAC-CYRILLIC", 10007}, {"X-MAC-CYRILLIC", 10007},
 };
 
-// 0 when the name is not known.
+// 0 if the name is unknown.
 UINT CodePageOf(std::string_view name) noexcept {
   for (const auto& it : pages) {
     if (it.name == name) return it.page;
@@ -35,7 +35,7 @@ UINT CodePageOf(std::string_view name) noexcept {
     UINT number = 0;
     const auto [end, error] = std::from_chars(name.data() + it.prefix.size(), name.data() + name.size(), number);
     if (error != std::errc() || end != name.data() + name.size()) continue;
-    // The lowest numbers stand for pages that the locale chooses.
+    // The lowest numbers stand for code pages that depend on the locale.
     constexpr UINT firstPage = 37;
     const UINT page = it.base + number;
     return page >= firstPage && IsValidCodePage(page) ? page : 0;
@@ -45,8 +45,8 @@ UINT CodePageOf(std::string_view name) noexcept {
 
 UINT PageIn(void* handle) noexcept { return static_cast<UINT>(reinterpret_cast<UINT_PTR>(handle)); }
 
-// Windows holds the characters that EUC-JP has in three bytes, the first of them 8F, as two, the second below 80. False
-// when EUC-JP has no such bytes.
+// Rewrites characters of three bytes, the first of them 8F, as the two bytes that Windows uses: without the 8F, and
+// with the last byte below 80. False if the bytes are not valid EUC-JP.
 bool RewriteEucJp(std::string_view& bytes, char (&rewritten)[2]) noexcept {
   if (bytes.front() != '\x8F') return bytes.size() == 1 || (bytes.size() == 2 && bytes[1] < 0);
   if (bytes.size() != 3 || bytes[1] >= 0 || bytes[2] >= 0) return false;

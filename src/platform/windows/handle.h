@@ -1,4 +1,4 @@
-// Open files, and what the system says of them.
+// Open files and their status.
 #ifndef TARVIK_PLATFORM_WINDOWS_HANDLE_H
 #define TARVIK_PLATFORM_WINDOWS_HANDLE_H
 
@@ -11,7 +11,7 @@
 
 namespace platform {
 
-// Throws std::system_error: what could not be done, and why by the system's error number.
+// Throws std::system_error with the step that failed and the system's error number.
 [[noreturn]] inline void ThrowSystemFailure(const char* step, DWORD error = GetLastError()) {
   throw std::system_error(static_cast<int>(error), std::system_category(), step);
 }
@@ -21,11 +21,11 @@ struct HandleCloser {
 };
 using Handle = std::unique_ptr<void, HandleCloser>;
 
-// Failed calls give one of two values.
+// Calls that fail return either null or INVALID_HANDLE_VALUE.
 inline Handle Own(HANDLE opened) noexcept { return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened); }
 
-// Repeats a call that fails because another program holds the file for a moment, as virus scanners, indexers and other savers
-// do: for about a second and a half in all. On failure false, and GetLastError tells why.
+// Repeats a call that fails because another program is using the file, for up to about a second and a half. Virus
+// scanners, indexers and other writers hold files briefly. False on failure, and GetLastError tells why.
 template <class Call>
 bool OnceItIsFree(Call call) noexcept {
   constexpr int mostAttempts = 13;
@@ -34,7 +34,7 @@ bool OnceItIsFree(Call call) noexcept {
   for (int left = mostAttempts - 1;; --left, pause = std::min(pause * 2, longestPause)) {
     if (call()) return true;
     const DWORD error = GetLastError();
-    // A file that is being deleted or replaced counts as one without access.
+    // Access is also denied while a file is being deleted or replaced.
     const bool isHeld =
         error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
     if (!isHeld || left == 0) return false;
@@ -42,13 +42,14 @@ bool OnceItIsFree(Call call) noexcept {
   }
 }
 
-// False also where the file can't be asked.
+// Also false if the attributes cannot be read.
 inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
   const DWORD attributes = GetFileAttributesW(name.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
 }
 
-// Opens a file, or a folder if the flags say so, and keeps nobody from using it. Null on failure, and GetLastError tells why.
+// Opens a file, or a folder if the flags allow it, without excluding other programs. Null on failure, and GetLastError
+// tells why.
 Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 
 struct FileStatus {
@@ -56,16 +57,16 @@ struct FileStatus {
   FILE_BASIC_INFO basic{};
 };
 
-// False with GetLastError when it is no file, or can't be asked.
+// False if it is not a disk file or the status cannot be read, and GetLastError tells why.
 bool AskStatus(const Handle& file, FileStatus& status) noexcept;
 
-// 100-nanosecond units since 1601, as files have their times. From the most exact clock that the system has.
+// In units of 100 nanoseconds since 1601, as in file times, from the system's most precise clock.
 std::int64_t CurrentTime() noexcept;
 
-// stampedAt is the modification time that was set, if one was.
+// stampedAt: the modification time that was set, if any.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
-// Reads on until the end of the file.
+// Reads from the current position to the end.
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes);
 
 } // namespace platform

@@ -16,7 +16,8 @@ std::wstring_view FolderPart(std::wstring_view name) noexcept { return name.subs
 
 bool IsLink(const std::wstring& name) noexcept { return HasAttribute(name, FILE_ATTRIBUTE_REPARSE_POINT); }
 
-// The name behind all symbolic links, the same for every way there. As given where the volume tells none, and no link is there.
+// The file's name with all symbolic links resolved, the same for every path to it. If the volume does not supply one,
+// the given name, unless that is a link.
 std::wstring FinalName(const Handle& file, const std::wstring& given) {
   std::wstring name(GetFinalPathNameByHandleW(file.get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
   const auto size = static_cast<DWORD>(name.size());
@@ -26,7 +27,7 @@ std::wstring FinalName(const Handle& file, const std::wstring& given) {
   return given;
 }
 
-// Where there is no file yet, its folder's links are followed.
+// If there is no file yet, the links in its folder's name are followed.
 std::wstring FollowLinks(const std::wstring& name) {
   const Handle file = OpenExisting(name, FILE_READ_ATTRIBUTES, FILE_FLAG_BACKUP_SEMANTICS);
   if (file) return FinalName(file, name);
@@ -40,7 +41,7 @@ std::wstring FollowLinks(const std::wstring& name) {
   return final += std::wstring_view(name).substr(folderName.size());
 }
 
-// Letters of either case lead to the same file.
+// Ignores case, as file names do.
 std::uint64_t HashName(std::wstring name) noexcept {
   const auto size = static_cast<int>(name.size());
   LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), size, name.data(), size, nullptr, nullptr, 0);
@@ -49,11 +50,11 @@ std::uint64_t HashName(std::wstring name) noexcept {
   return hash;
 }
 
-// One for all sessions and users, who may wait for it and give it back, at low integrity too. A process in a sandbox has no such
-// names and shares a mutex with its session alone.
+// A mutex for all sessions and users, who may wait for it and release it, even at low integrity. A sandboxed process
+// may not use global names and gets a mutex for its session.
 Handle OpenMutexOf(const std::wstring& fileName) {
   constexpr DWORD access = SYNCHRONIZE | MUTEX_MODIFY_STATE;
-  static_assert(access == 0x100001, "as the text below says");
+  static_assert(access == 0x100001, "as in the descriptor below");
   SECURITY_ATTRIBUTES forAll{sizeof forAll, nullptr, FALSE};
   if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;0x100001;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1,
                                                             &forAll.lpSecurityDescriptor, nullptr)) {
@@ -78,12 +79,12 @@ struct MutexReleaser {
 };
 using HeldMutex = std::unique_ptr<void, MutexReleaser>;
 
-// Keeps those out who lock the same file. Waits until the system's clock of milliseconds shows `end`.
+// Locks the file against others that do the same. Waits until GetTickCount64 reaches `end`.
 HeldMutex LockOut(const std::wstring& fileName, ULONGLONG end) {
   Handle mutex = OpenMutexOf(fileName);
   const ULONGLONG now = GetTickCount64();
   const DWORD result = WaitForSingleObject(mutex.get(), now < end ? static_cast<DWORD>(end - now) : 0);
-  // Whoever has it abandoned was ended while it saved: the file is whole all the same.
+  // If it was abandoned, its owner ended during a save; the file is complete even then.
   if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
     ThrowSystemFailure("another program holds the file's lock", result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
   }
@@ -95,11 +96,11 @@ bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
   return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
 }
 
-// A file that takes a name when it is complete, and vanishes when it isn't. Every operation throws std::system_error or
-// std::bad_alloc.
+// A file that gets its final name when it is complete, and is removed otherwise. Every operation throws
+// std::system_error or std::bad_alloc.
 class TemporaryFile {
  public:
-  // Makes a new file in the folder, which ends in a separator. Of the attributes, those that count from the first byte on.
+  // Creates a file in the folder, whose name ends in a separator, with those attributes that must be set at creation.
   TemporaryFile(std::wstring_view folder, DWORD attributes) {
     const std::string own = TemporaryName();
     name.append(folder).append(own.begin(), own.end());
@@ -107,12 +108,12 @@ class TemporaryFile {
     const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
     file = Own(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
     if (!file) ThrowSystemFailure("cannot create a temporary file in the folder");
-    VanishWhenClosed(file, true); // also when the process is killed
+    VanishWhenClosed(file, true); // even if the process is killed
   }
   ~TemporaryFile() {
     if (name.empty()) return;
     file.reset();
-    DeleteFileW(name.c_str()); // where closing did not do it
+    DeleteFileW(name.c_str()); // in case closing did not remove it
   }
   TemporaryFile(TemporaryFile&&) = delete;
 
@@ -120,10 +121,10 @@ class TemporaryFile {
     constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
     DWORD size = 0;
     GetKernelObjectSecurity(original.get(), accessList, nullptr, 0, &size);
-    if (size == 0) return; // the file system has none
+    if (size == 0) return; // the file system has no access lists
     std::vector<unsigned char> descriptor(size);
     bool isTaken = GetKernelObjectSecurity(original.get(), accessList, descriptor.data(), size, &size);
-    // What was inherited goes on following the folder.
+    // Inherited entries keep following the folder.
     SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ, SE_DACL_AUTO_INHERIT_REQ);
     isTaken = isTaken && SetKernelObjectSecurity(file.get(), accessList, descriptor.data());
     if (!isTaken) ThrowSystemFailure("cannot take over the file's access list");
@@ -140,10 +141,11 @@ class TemporaryFile {
     }
   }
 
-  // Flushes the file, sets its times and attributes, and gives it its name, in the place of the file that has it or only if
-  // none has: else nothing is given back, but the state of the file. creationTime 0: now.
+  // Sets the file's times and attributes, flushes it, and gives it the name `target`. Returns the file's state, or
+  // nothing if the name is in use and `replaces` is false. creationTime 0: now.
   //
-  // Not with ReplaceFile, which takes the old file away before the new one has its name: a crash between leaves neither.
+  // ReplaceFile is not used, because it removes the old file before the new one has its name: a crash in between leaves
+  // none.
   std::optional<FileState> Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
                                 DWORD attributes) {
     constexpr DWORD settable =
@@ -159,11 +161,11 @@ class TemporaryFile {
     if (!FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
 
     VanishWhenClosed(file, false);
-    // To ask for the state alone, so that it keeps nobody out.
+    // A second handle for the state, which does not exclude other programs.
     const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
     FileStatus status;
     AskStatus(named, status);
-    const DWORD volume = status.file.dwVolumeSerialNumber; // which Wine forgets when the file is renamed
+    const DWORD volume = status.file.dwVolumeSerialNumber; // Wine forgets it when the file is renamed
     file.reset();
     const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
     if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
@@ -177,16 +179,16 @@ class TemporaryFile {
   }
 
  private:
-  std::wstring name; // empty once it has its final one
-  Handle file;       // while it is open, the file vanishes with it
+  std::wstring name; // empty once it is the final one
+  Handle file;       // while it is open, closing it removes the file
 };
 
 } // namespace
 
 struct LockedFile::System {
-  std::wstring name; // behind all links
+  std::wstring name; // with all links resolved
   HeldMutex mutex;
-  Handle original; // null where there is no file
+  Handle original; // null if there is no file
   FileStatus status;
   std::optional<FileState> state;
 };
@@ -194,7 +196,7 @@ struct LockedFile::System {
 LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()) {
   constexpr ULONGLONG longestWait = 10'000;
   const ULONGLONG end = GetTickCount64() + longestWait;
-  // A link can be switched while its old target's lock is waited for.
+  // A link can be changed while this waits for the lock of its old target.
   do {
     system->mutex.reset();
     system->name = FollowLinks(name.native());
@@ -209,7 +211,7 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
   if ((system->status.basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
     ThrowSystemFailure("the file is read-only", ERROR_ACCESS_DENIED);
   }
-  // A rename asks for the right to delete it only.
+  // A rename would check only the right to delete the file.
   if (!OpenExisting(system->name, GENERIC_WRITE)) ThrowSystemFailure("cannot write the file");
   system->state = StateOf(system->status);
 }
@@ -229,16 +231,16 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
   const bool replaces = original != nullptr;
   const DWORD attributes = replaces ? old.FileAttributes : permissions;
   TemporaryFile made(FolderPart(system->name), attributes);
-  // First, so that nobody reads the new bytes who could not read the old ones.
+  // First, so that only those who could read the old content can read the new.
   if (replaces) made.TakeOverAccessList(original);
   for (const std::string_view piece : pieces) made.Write(piece);
-  original.reset(); // or it could not be replaced
+  original.reset(); // an open file could not be replaced
   const std::optional<FileState> named = made.Name(system->name, replaces, old.CreationTime, attributes);
   if (named) system->state = named;
   return named.has_value();
 }
 
-// The rename returns when it is on the disk.
+// MOVEFILE_WRITE_THROUGH makes the rename return when it is on the disk.
 void LockedFile::FlushFolder() const {}
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// Large pages need a privilege here that programs do not have; the system's heap keeps freed memory by itself.
+// Large pages need a privilege that programs usually lack, and the system's heap keeps freed memory anyway.
 #include <new>
 
 #include "platform/platform.h"

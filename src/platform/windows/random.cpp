@@ -1,4 +1,4 @@
-// Compiled into the library and into corekit, which each draw for themselves.
+// Compiled into both the library and corekit.
 #define _CRT_RAND_S // declares rand_s
 #include <stdlib.h>
 

@@ -17,7 +17,8 @@ ReadStatus StatusOf(DWORD error) noexcept {
 
 } // namespace
 
-// In the form that is not limited to 260 characters, which is for absolute names only. Names of devices have one of their own.
+// Adds the prefix that lifts the limit of 260 characters, which absolute names only can have. Device names have another
+// one.
 FileName AbsoluteFileName(const char*, const wchar_t* wide) {
   std::wstring full(GetFullPathNameW(wide, 0, nullptr, nullptr), L'\0');
   const DWORD length = GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
@@ -34,14 +35,14 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
   OnceItIsFree([&] {
     file = Own(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
     if (file || GetLastError() != ERROR_ACCESS_DENIED) return file != nullptr;
-    // A folder is not there for a moment only.
+    // Retrying is pointless for a folder.
     SetLastError(HasAttribute(name, FILE_ATTRIBUTE_DIRECTORY) ? directoryNotSupported : ERROR_ACCESS_DENIED);
     return false;
   });
   return file;
 }
 
-// A pipe or a console has no identity, and reading one might wait for ever.
+// A pipe or a console has no identity, and reading it could block forever.
 bool AskStatus(const Handle& file, FileStatus& status) noexcept {
   if (GetFileType(file.get()) != FILE_TYPE_DISK) {
     SetLastError(ERROR_NOT_SUPPORTED);
@@ -57,7 +58,7 @@ std::int64_t CurrentTime() noexcept {
   return start1970 + std::chrono::duration_cast<Units>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// The number of 64 bits can serve two files on ReFS, but not with the same size and times.
+// On ReFS two files can have the same 64-bit number, but hardly the same size and times as well.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
   const auto join = [](DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32 | low; };
   const BY_HANDLE_FILE_INFORMATION& file = status.file;
@@ -72,7 +73,7 @@ FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedA
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes) {
   const auto readSome = [&file](char* buffer, DWORD size) {
     DWORD count = 0;
-    // Part of a file can be locked.
+    // Part of a file may be locked.
     const bool isRead = OnceItIsFree([&] { return ReadFile(file.get(), buffer, size, &count, nullptr); });
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
