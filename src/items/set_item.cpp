@@ -27,7 +27,7 @@ namespace {
 
 using Ostrum::Element;
 
-// A caller's text, as given and in UTF-8. Both are needed: log lines, searches and keys take it as given.
+// A caller's text, as given, for log lines, searches and keys, and in UTF-8, for the document.
 struct SetText {
   std::string given;
   std::string utf8;
@@ -38,27 +38,27 @@ struct SetAttribute {
   SetText value;
 };
 
-// An element on the way from the root to the item, the root first, and the attributes that it gets.
+// An element on the path from the root to the item, and the attributes to be set on it.
 struct SetStep {
   std::string component; // of the path; empty for the root
   SetText name;          // empty for the root
   std::vector<SetAttribute> attributes;
 };
 
-// What a call of SetXMLItem asks for: cut, checked and converted as a whole, before any of it is done. It depends on no document,
-// so it can be carried out on another one as well.
+// The arguments of SetXMLItem, completely parsed, checked and converted before anything is changed. Since it does not
+// depend on a document, a request can be carried out on another one as well.
 struct SetRequest {
-  std::vector<SetStep> steps;      // at least the root's
+  std::vector<SetStep> steps;      // from the root, which is always there
   std::optional<std::string> text; // for the last step's element, in UTF-8
   std::string target;              // equal for requests that set the same item
-  std::size_t longestKey = 0;      // in the element map, of an element that the request leads to
+  std::size_t longestKey = 0;      // length of the longest key that the request can add to the element map
 };
 
 std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   std::string rest(path);
   std::exception_ptr failure;
   const bool hasRoot = IsRootInPath(record, path, &failure) == 1;
-  if (failure) std::rethrow_exception(failure); // else a second root could be made below the root
+  if (failure) std::rethrow_exception(failure); // otherwise a second root could be created below the root
   if (!hasRoot) return rest;
   RemoveRootFromBeginningOfPath(path, rest.data(), static_cast<std::uint32_t>(rest.size() + 1));
   rest.resize(std::strlen(rest.c_str()));
@@ -84,7 +84,7 @@ SetAttribute Attribute(std::string name, std::string value) {
   return attribute;
 }
 
-// Checked even if the element exists: a name in a document never begins with something that is not a name.
+// Checked without looking whether the element exists: no name in a document begins with an invalid name.
 SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
@@ -92,7 +92,8 @@ SetText ElementName(std::string given) {
   throw std::invalid_argument("not an XML name");
 }
 
-// Returns the text up to the first separator and moves rest behind it; without one, returns all of it and sets rest to null.
+// Returns the text before the first separator and moves rest behind it; if there is none, returns all and sets rest to
+// null.
 std::string Cut(const char*& rest, char separator) {
   const char* const start = rest;
   rest = platform::MbsFindChar(start, separator);
@@ -111,14 +112,14 @@ SetStep Step(std::string component) {
   return step;
 }
 
-// Throws std::invalid_argument when a name or value can't be carried by XML or is no text in the locale, or a component has no
-// name; std::length_error when the texts are longer than a path can be; std::bad_alloc. Nothing is changed.
+// Throws std::invalid_argument if a name or value is not allowed in XML or is not text in the locale, or if a component
+// has no name; std::length_error if the texts are too long for a path; std::bad_alloc. Changes nothing.
 SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
                            const char* value) {
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
     throw std::invalid_argument("a text that is needed is null");
   }
-  constexpr std::size_t longest = UINT32_MAX - 2; // besides a separator and the end
+  constexpr std::size_t longest = UINT32_MAX - 2; // leaves room for a separator and the terminating zero
   if (std::strlen(path) + std::strlen(itemName) > longest) throw std::length_error("path");
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
@@ -142,7 +143,7 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   return request;
 }
 
-// The request was cut when it was parsed. The cuts are traced here, where the walk meets each component.
+// Parsing the request has already split the component. The calls that trace this are made when the walk reaches it.
 void TraceCuts(const SetStep& step) {
   if (!corekit::SinkIsSet()) return;
   ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
@@ -165,7 +166,7 @@ void Set(Element& element, const SetAttribute& attribute) {
 }
 
 Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
-  // The entry comes first: an element that was made, but not entered, would be found by the next set and never get its
+  // Prepare first: if entering the key could fail later, the next set would find the new element and never enter its
   // key.
   if (key != nullptr) key->Prepare();
   Element& child = parent.AddElementInto(step.name.utf8);
@@ -185,15 +186,16 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
   key.Enter(element, false);
 }
 
-// Carries a request out on a document: goes from the root to the element that it names, taking at each step the first child
-// whose name begins with the step's, and makes what is missing.
+// Carries out a request on a document: walks from the root to the element that the request names, taking at each step
+// the first child whose name begins with the step's name, and creates what is missing.
 class SetWalk {
  public:
-  // Gives the child, or null where it must be made; null also for the children of null, which must all be made.
+  // Returns the child, or null if it must be created. parent is null if it must be created itself.
   using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
 
-  // Finds what is there and checks all of the request before anything is changed. Throws std::invalid_argument when the
-  // document refuses a part of it, what the search throws, or std::bad_alloc. Both must outlive this object.
+  // Finds the existing elements and checks the whole request before anything is changed. Throws std::invalid_argument
+  // if the document does not allow a part of it, what the search throws, or std::bad_alloc. Request and document must
+  // outlive this.
   SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
       : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
     Element* element = found.front();
@@ -204,18 +206,18 @@ class SetWalk {
     Check();
   }
 
-  // The elements of the first steps that are there already; at least the root.
+  // The existing elements, of the first steps; at least the root.
   const std::vector<Element*>& Found() const noexcept { return found; }
 
-  // Makes the changes. If a key is given, an empty one for request.longestKey bytes, the elements that it makes, and those
-  // whose attributes it sets, are entered into the key's map under the path that led there. Throws std::bad_alloc; what was
-  // done before stays. Call once.
+  // Makes the changes. If a key is given, which must be empty and have room for request.longestKey bytes, enters
+  // created elements and elements whose attributes are set into the key's map under their paths. Throws std::bad_alloc;
+  // changes made until then remain. Call once.
   void CarryOut(ElementMap::KeyChain* key) const {
     assert(!found.empty() && found.size() <= request.steps.size());
     Element* current = found.front();
     for (std::size_t i = 0; i < request.steps.size(); ++i) {
       const SetStep& step = request.steps[i];
-      const bool hasKey = key != nullptr && i > 0; // the root has its entry
+      const bool hasKey = key != nullptr && i > 0; // the root has an entry already
       if (hasKey && !key->IsEmpty()) key->Append("\\");
       if (hasKey) key->Append(step.name.given);
       current = i < found.size() ? found[i] : &Add(*current, step, key);
@@ -248,14 +250,14 @@ class SetWalk {
 
   const SetRequest& request;
   Ostrum::Document& document;
-  std::vector<Element*> found; // of the first steps, the root at least
+  std::vector<Element*> found;
 };
 
-// Finds as callers see it, with the lines of a path search. A search that failed may have missed a child: it must not lead to
-// a second one.
+// Finds a child with the log lines of a path search. If the search fails, throws, since otherwise an existing child
+// could be created again.
 Element* FindLogged(Element* parent, const SetStep& step) {
   TraceCuts(step);
-  // In an element without children the search would take the element itself.
+  // In an element without children, the search would return the element itself.
   if (parent == nullptr || parent->Begin() == parent->End()) return nullptr;
   std::exception_ptr failure;
   Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &failure);
@@ -263,8 +265,8 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   return child->IsNull() ? nullptr : child;
 }
 
-// Finds what FindLogged would, in another program's text, and logs nothing. An element that this document made is matched by its
-// exact name: one whose name only begins so is another element.
+// Finds the same child as FindLogged, in text of another program, without log lines. An element that this document
+// created (isMade) is matched by its exact name, since one whose name only begins with it is another element.
 Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   if (parent == nullptr) return nullptr;
   const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
@@ -275,12 +277,12 @@ Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   }
 }
 
-// Changes the document, which refuses all of the request or nothing, and then the file.
+// Changes the document, either by the whole request or not at all, and then the file.
 void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& record) try {
   const SetWalk walk(*request, *record.document, FindLogged);
   const auto firstMade = std::ranges::find_if(walk.Found(), &Element::IsCreated);
   const auto parsedSteps = static_cast<std::size_t>(firstMade - walk.Found().begin());
-  // An earlier set may have made an element whose name only begins with the step's.
+  // The step's name may be only the beginning of the name of an element that an earlier set created.
   for (std::size_t i = parsedSteps; i < walk.Found().size(); ++i) {
     request->steps[i].name.utf8 = walk.Found()[i]->GetName();
   }
@@ -296,7 +298,7 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
 } catch (const std::bad_alloc&) {
   throw;
 } catch (const std::exception& failure) {
-  // Callers only get the code.
+  // The caller gets only the code.
   corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
   throw;
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// The two forms of a line that a search ends with, by what was searched for.
+// Logs that a search by name or by cookie failed.
 void LogMiss(const char* fileName, std::uint32_t cookie, const wchar_t* nameEnding,
              const wchar_t* cookieEnding) noexcept {
   if (fileName != nullptr) {
@@ -89,7 +89,7 @@ XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::u
   return nullptr;
 }
 
-// The map first: its references point into the document.
+// The map first, since its references point into the document.
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
   delete record->elementMap;

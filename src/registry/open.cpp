@@ -31,15 +31,14 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
   return XmlFileNotText;
 }
 
-// The encoding by which documents are read, whatever the caller asked for: the reader itself looks for byte-order marks and
-// declarations.
+// The encoding passed to the reader, whatever the caller asked for. The reader detects the encoding itself.
 Ostrum::UTF_ENCODINGS GetXMLEncoding() noexcept {
   const Trace trace(L"GetXMLEncoding");
   LogDetail(L"Returned encoding for UTF-8");
   return Ostrum::UTF_8;
 }
 
-// Null where the name can't be converted.
+// Null if the name cannot be converted.
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
   const WideText wideName(ConvertToUnicode(name));
   if (wideName == nullptr) {
@@ -62,7 +61,7 @@ std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, Ostrum::UTF
 }
 
 std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string text) {
-  const int length = static_cast<int>(text.size()); // the reader refuses a text that is longer
+  const int length = static_cast<int>(text.size()); // the reader rejects longer text
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
   int line = 0;
   int column = 0;
@@ -105,7 +104,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
   if (code != XmlSuccess) return code;
 
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
-  platform::FillRandom(&record->cookie, sizeof record->cookie); // what is left on failure is as good a cookie as any
+  platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
   platform::Sleep(1000);
   AppendXmlFile(&list, record.get());
   cookie = record->cookie;

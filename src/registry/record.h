@@ -8,22 +8,22 @@
 #include "host/ostrumxml/file.h"
 #include "paths/element_map.h"
 
-// The internal buffers for names and paths, in bytes: at most 259 bytes of text and a terminating zero.
+// Size in bytes of internal buffers for names and paths: at most 259 bytes of text and a terminating zero.
 inline constexpr std::uint32_t bufferSize = 260;
 
-// Made zero-filled with calloc and released with free. Owns its document, the document's file and its element map.
+// Allocated zero-filled with calloc and released with free. Owns its document, the document's file and its element map.
 struct XmlFileRecord {
   XmlFileRecord* prev;
   XmlFileRecord* next;
-  char fileName[bufferSize]; // as the caller gave it, cut to 259 bytes; for matching and log lines alone
+  char fileName[bufferSize]; // as given by the caller, cut to 259 bytes; only for matching and log lines
   std::uint32_t cookie;
   Ostrum::Document* document;
-  Ostrum::DocumentFile* file; // knows the whole name
-  ElementMap* elementMap;     // holds at least the root's entry once the record is in a list
+  Ostrum::DocumentFile* file; // has the complete name
+  ElementMap* elementMap;     // has at least the root's entry once the record is in a list
   std::int32_t encrypted;     // nonzero: the file is read and written through the cipher
 };
 
-// The registry of one caller's documents, oldest first. Made zero-filled with calloc and released with free.
+// One caller's open documents, oldest first. Allocated zero-filled with calloc and released with free.
 struct XmlFileList {
   XmlFileRecord* head;
   XmlFileRecord* tail;

@@ -11,20 +11,20 @@ namespace {
 
 using CipherKey = std::array<std::uint8_t, platform::cipherKeySize>;
 
-// The built-in key keeps a file from being read or changed by accident; callers who need secrecy set their own key.
+// The built-in key only prevents reading or changing a file by accident; callers who need secrecy set their own key.
 constinit CipherKey processKey{{
     0x9e, 0x37, 0x8d, 0x37, 0x4a, 0x49, 0x69, 0x33, 0xd7, 0x34, 0x55, 0x18, 0x38, 0x3c, 0x77, 0x7e,
     0x80, 0x44, 0xbc, 0x95, 0xab, 0x66, 0xfe, 0x4d, 0xa2, 0x21, 0xaa, 0xeb, 0x53, 0x15, 0x15, 0x35,
 }};
 std::mutex keyLock;
 
-// A copy, so that the lock is not held for as long as a file takes.
+// A copy, so that the lock is not held while a file is processed.
 CipherKey CurrentKey() noexcept {
   const std::lock_guard<std::mutex> lock(keyLock);
   return processKey;
 }
 
-// The parts of an encrypted file, as they follow each other.
+// The parts of an encrypted file, in order.
 constexpr std::string_view header = "TVK1";
 constexpr std::size_t nonceAt = header.size();
 constexpr std::size_t cipherAt = nonceAt + platform::cipherNonceSize;
@@ -35,7 +35,7 @@ static_assert(cipherAt == 16 && addedSize == 32, "every version reads the files 
 
 void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
 
-// Both work on a text of their own until all has gone well, so input and output may be the same string.
+// Both change output only at the end, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   std::string file(input.size() + addedSize, '\0');
   header.copy(file.data(), header.size());

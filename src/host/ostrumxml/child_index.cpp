@@ -9,7 +9,7 @@
 namespace Ostrum {
 namespace {
 
-// Limits on the lists besides the one by name: their number, and their entries for each child.
+// Limits on the lists other than byName: their number, and their total entries per child.
 constexpr std::size_t mostLists = 64;
 constexpr std::size_t mostEntriesPerChild = 3;
 
@@ -39,7 +39,7 @@ ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) cons
   return {first, std::ranges::upper_bound(first, byName.end(), text, {}, nameOf)};
 }
 
-// Equal names share their text.
+// Equal names are stored once, so their addresses are equal.
 bool ChildIndex::IsOneName(const Range& range) const noexcept {
   return range.first == range.second || NameOf(*range.first).data() == NameOf(*std::prev(range.second)).data();
 }
@@ -123,9 +123,10 @@ void ChildIndex::Append(const Element& child) {
   const std::string_view name = child.GetName();
   const std::uint32_t number = ElementTable::NumberOf(child);
   lastText.reset();
-  byName.insert(Named(NameMatch::Exact, name).second, number); // the last of its name
+  byName.insert(Named(NameMatch::Exact, name).second, number); // behind those of the same name
   namesAreAscii = namesAreAscii && IsAscii(name);
-  // A new element can have declared attributes. Programs rarely make elements and search by attribute in turn.
+  // A new element can have declared attributes. Programs rarely alternate between creating elements and searching by
+  // attribute.
   std::erase_if(lists, [](const List& list) { return list.kind != ListKind::Prefix; });
   for (List& list : lists) {
     if (name.starts_with(list.name)) list.numbers.push_back(number);

@@ -16,9 +16,9 @@ namespace Ostrum {
 
 struct Content;
 
-// Finds the children of one element by name without walking over the others. It holds them sorted by name, which answers for
-// each exact name and for each beginning of one name alone; for other searches it makes a list when they are first asked
-// for, and keeps the last ones.
+// Finds children of one element by name without visiting the others. It keeps them sorted by name, which is enough for
+// exact names and for prefixes that only one name has. For each other search it makes a list when first needed, and
+// keeps the most recent lists.
 class ChildIndex {
  public:
   // Throws std::bad_alloc, as all searches do.
@@ -26,12 +26,12 @@ class ChildIndex {
 
   bool NamesAreAscii() const noexcept { return namesAreAscii; }
 
-  // As the functions of Element, but null where there is none.
+  // As the functions of Element, but null if there is no such child.
   Element* Nth(NameMatch match, std::string_view text, std::uint32_t n);
   Element* NthWithAttribute(std::string_view childName, std::string_view attributeName, std::uint32_t n);
   Element* FirstWithValue(std::string_view nameBegin, std::string_view attributeName, std::string_view valueBegin);
 
-  // Enters a child that was made last. Throws std::bad_alloc; the index is then to be thrown away.
+  // Adds a child that was just created as the last one. Throws std::bad_alloc; the index must then be discarded.
   void Append(const Element& child);
 
  private:
@@ -43,9 +43,9 @@ class ChildIndex {
     ListKind kind;
     std::string name;
     std::string attribute;
-    std::uint64_t attributesSet; // of the document when the list was made
-    Numbers numbers;             // in document order, or by value where the kind says so
-    // What was searched last in a list by value, and the first child found.
+    std::uint64_t attributesSet; // the document's counter when the list was made
+    Numbers numbers;             // in document order; by value for PrefixByValue
+    // The last value searched in a PrefixByValue list, and the first child found.
     std::optional<std::string> lastValue;
     std::uint32_t lastFound;
   };
@@ -57,10 +57,10 @@ class ChildIndex {
   Numbers MakeList(ListKind kind, std::string_view name, std::string_view attribute) const;
 
   const Content& content;
-  Numbers byName;         // by name, those of one name in document order
-  std::deque<List> lists; // the latest last
+  Numbers byName;         // sorted by name, equal names in document order
+  std::deque<List> lists; // the newest last
   bool namesAreAscii = true;
-  // What was searched last, since children are enumerated, and where it lies in byName.
+  // The last search and its range in byName, since callers enumerate children.
   std::optional<std::string> lastText;
   NameMatch lastMatch{};
   Range lastRange;

@@ -14,39 +14,40 @@
 namespace Ostrum {
 namespace {
 
-// What the bytes of one encoding mean in UTF-8. The system's converter is asked about each character once, not given the
-// whole text: that takes half the time, tells exactly where a text is wrong, and bytes mean the same wherever they stand.
+// The UTF-8 form of each character of one encoding. The system's converter is called once for each different character
+// instead of for the whole text. That takes half the time, gives the exact place of an error, and converts equal bytes
+// equally.
 class EncodingTable {
  public:
   // name: in upper case. Throws std::bad_alloc.
   explicit EncodingTable(std::string_view name);
 
-  // False when the encoding is unknown, or ASCII does not stand for itself in it.
+  // False if the encoding is unknown, or not a superset of ASCII.
   bool IsUsable() const noexcept { return usable; }
 
-  // Appends the text to utf8, up to the first byte that begins no character; returns how many bytes were converted.
+  // Appends the text to utf8, up to the first invalid byte; returns the number of bytes converted.
   // REQUIRES: IsUsable().
   std::size_t Convert(std::string_view bytes, std::string& utf8);
 
  private:
   struct Character {
-    char utf8[7]; // converters make two characters of some
+    char utf8[7]; // some convert to two characters
     std::uint8_t length;
   };
-  // Values of `length` for what is no character; leading: none yet, but more bytes may make it one.
+  // Values of `length` if there is no character; leading: not complete, but more bytes may complete it.
   static constexpr std::uint8_t notAsked = 0, invalid = 0xFE, leading = 0xFF;
 
   Character Ask(std::string_view bytes) const noexcept;
   Character Longer(std::string_view text, std::size_t& size);
 
   const platform::EncodingConverter converter;
-  const bool hasControls; // bytes 80 to 9F are the characters U+0080 to U+009F
+  const bool hasControls; // whether the encoding has the characters U+0080 to U+009F
   bool usable;
   Character singles[256];
-  std::vector<Character> pairs; // by the first byte less 80, and the second; empty until one is asked for
+  std::vector<Character> pairs; // indexed by the first byte minus 80 and the second byte; empty until first used
 };
 
-// Under these names, everyone writes a wider encoding.
+// In practice, these names stand for supersets of the encodings.
 std::string SystemName(std::string_view name) {
   if (name == "SHIFT_JIS" || name == "SJIS" || name == "X-SJIS" || name == "WINDOWS-31J") return "CP932";
   if (name == "GB2312") return "GBK";
@@ -55,7 +56,7 @@ std::string SystemName(std::string_view name) {
 
 unsigned char ByteOf(char character) noexcept { return static_cast<unsigned char>(character); }
 
-// TSCII is no encoding of characters: its vowel signs change places with the letters behind them.
+// TSCII is not supported, because its vowel signs have to change places with the letters after them.
 EncodingTable::EncodingTable(std::string_view name)
     : converter(SystemName(name).c_str()),
       hasControls(name.starts_with("ISO-8859-")),
@@ -74,14 +75,14 @@ EncodingTable::Character EncodingTable::Ask(std::string_view bytes) const noexce
   if (length == 0) return {{}, leading};
   const std::string_view utf8(character.utf8, length);
   const bool control = utf8 >= "\xC2\x80" && utf8 < "\xC2\xA0";
-  // Converters give U+F8xx where Microsoft's code pages have no character; U+F8FF is one of Apple's.
+  // Converters give U+F8xx for bytes that Microsoft's code pages leave undefined; U+F8FF is a character of Apple's.
   const bool missing = bytes.size() == 1 && utf8 >= "\xEF\xA0\x80" && utf8 < "\xEF\xA3\xBF";
   if ((control && !hasControls) || missing) return {{}, invalid};
   character.length = static_cast<std::uint8_t>(length);
   return character;
 }
 
-// The character at the start of the text, which begins with a leading byte, and how many bytes it takes.
+// The first character of a text that starts with a leading byte, and its size in bytes.
 EncodingTable::Character EncodingTable::Longer(std::string_view text, std::size_t& size) {
   constexpr std::size_t longest = 4;
   if (text.size() < 2) return {{}, invalid};
@@ -97,7 +98,7 @@ EncodingTable::Character EncodingTable::Longer(std::string_view text, std::size_
 
 std::size_t EncodingTable::Convert(std::string_view bytes, std::string& utf8) {
   assert(usable);
-  char buffer[4096]; // one append for each character would take three times as long
+  char buffer[4096]; // appending each character separately takes three times as long
   std::size_t filled = 0, position = 0;
   for (std::size_t size = 1; position < bytes.size(); position += size) {
     size = 1;
@@ -114,15 +115,15 @@ std::size_t EncodingTable::Convert(std::string_view bytes, std::string& utf8) {
   return position;
 }
 
-// The name in upper case. No encoding that anyone uses has a longer one than this keeps.
+// The name in upper case, cut to a length that no encoding's name exceeds.
 std::string Folded(std::string_view name) {
   std::string folded(name.substr(0, 40));
   for (char& it : folded) it = it >= 'a' && it <= 'z' ? static_cast<char>(it - 'a' + 'A') : it;
   return folded;
 }
 
-// The name of the encoding in the XML declaration of the text; empty when there is none. A declaration that is not well-formed
-// is left to the parser.
+// The encoding's name in the text's XML declaration; empty if there is none. A malformed declaration is left to the
+// parser.
 std::string_view DeclaredEncoding(std::string_view text) {
   constexpr std::string_view opening = "<?xml", key = "encoding";
   constexpr std::string_view allowed = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
@@ -150,7 +151,7 @@ Failure Refuse(const char* reason, std::string_view encoding = {}, std::size_t o
 constexpr const char* invalid = "invalid ";
 constexpr const char* contradiction = "the text is not in the encoding that its declaration names: ";
 
-// The bytes come without their byte-order mark. Returns how many of them were converted: all, if they are valid.
+// bytes: without the byte-order mark. Returns the number of bytes converted; all if they are valid.
 std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& utf8) {
   const auto unitAt = [bytes, bigEndian](std::size_t position) {
     const unsigned first = ByteOf(bytes[position]), second = ByteOf(bytes[position + 1]);

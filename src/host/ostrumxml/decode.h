@@ -18,17 +18,17 @@ enum UTF_ENCODINGS : int {
   NO_ENCODING = 999,
 };
 
-// Why bytes are not decoded: the encoding is not supported, or they are not valid in it.
+// Why bytes cannot be decoded: the encoding is not supported, or they are not valid in it.
 struct DecodeFailure {
   static constexpr std::size_t noOffset = std::string::npos;
 
-  std::string reason;            // in ASCII; says the offset, too
-  std::size_t offset = noOffset; // of the first byte that is not valid
+  std::string reason;            // in ASCII, includes the offset
+  std::size_t offset = noOffset; // of the first invalid byte
 };
 
-// Turns a file's bytes into UTF-8. A byte-order mark tells the encoding, or the XML declaration, which then says UTF-8. Gives
-// nothing, or why not; utf8 is then of unspecified content. encoding receives the encoding found, NO_ENCODING for those that
-// have no value there.
+// Converts a file's bytes to UTF-8. A byte-order mark or the XML declaration gives the encoding; a declaration of
+// another encoding is changed to UTF-8. Returns nothing on success, else the reason; utf8 then has unspecified content.
+// encoding receives the encoding found, NO_ENCODING if it has no value.
 std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8, UTF_ENCODINGS& encoding);
 
 } // namespace Ostrum

@@ -12,7 +12,7 @@ namespace Ostrum {
 struct Content;
 class GeneratedText;
 
-// An XML document. It is held as its own source text and an index of elements over it; made by ParseXML.
+// An XML document, made by ParseXML. It consists of its source text and an index of the elements in it.
 class Document {
  public:
   explicit Document(std::unique_ptr<Content> content) noexcept;
@@ -21,37 +21,37 @@ class Document {
 
   Element& GetRoot() noexcept;
 
-  // The whole document as text: its own source, with what was set since it was parsed in its place. Nothing else is laid out
-  // anew, whatever the flag says. Throws std::bad_alloc, and std::length_error when the text grew beyond what can be parsed.
+  // The whole document as text: its source with the changes made since parsing. Nothing else is reformatted; the flag
+  // has no effect. Throws std::bad_alloc, and std::length_error if the text has become too long to be parsed.
   std::string GenerateXML(bool layout) const;
   // The same text in pieces.
   GeneratedText Generate() const;
 
-  // Whether the declared type of an element's attribute, if it has one, leaves the value as it is.
+  // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;
 
  private:
   std::unique_ptr<Content> content;
 };
 
-// Why a text did not parse: 0, or the number that Expat gives the reason, or one of those here.
+// Why a text could not be parsed: 0, Expat's number of the error, or one of these.
 enum PARSER_ERROR : int {
   NO_PARSER_ERROR = 0,
   NO_PARSER_MEMORY = 1,
-  TOO_MANY_ENTITIES = 1001,     // that refer to others: the parser could overflow the stack
-  TOO_MANY_DECLARATIONS = 1002, // of attributes, times elements: far more than the text is long
-  TOO_MUCH_EXPANSION = 1003,    // entities and declared defaults stand for far more than the text
+  TOO_MANY_ENTITIES = 1001,     // that refer to others; the parser could overflow the stack
+  TOO_MANY_DECLARATIONS = 1002, // of attributes, times elements, for the length of the text
+  TOO_MUCH_EXPANSION = 1003,    // of entities and declared defaults, for the length of the text
 };
 
-// The reason in words, which are static.
+// The reason as static text.
 const char* ReasonOf(PARSER_ERROR error) noexcept;
 
-// Whether the text is not well-formed, rather than beyond a limit or out of memory.
+// Whether the error means that the text is not well-formed; false for limits and lack of memory.
 bool IsIllFormed(PARSER_ERROR error) noexcept;
 
-// Parses the first `length` bytes of the text, which is valid UTF-8. Gives a new document, which the caller deletes, or null
-// when they are not a well-formed document or it is out of proportion; error, line and column (from 1, in characters) then say why
-// and where, and a log line under the component "ostrumxml" does too. Throws std::bad_alloc.
+// Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document, which the caller
+// deletes, or null if the text is not well-formed or exceeds a limit. error, line and column (from 1, in characters)
+// then tell why and where, as does a log line of the component "ostrumxml". Throws std::bad_alloc.
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
 
 } // namespace Ostrum

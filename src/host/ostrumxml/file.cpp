@@ -41,15 +41,15 @@ long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS&
     Log(corekit::KString(failure->reason.c_str()));
     return ReadBadEncoding;
   }
-  if (decoded.size() > INT_MAX) return ReadTooLong; // the text can be longer than the file
+  if (decoded.size() > INT_MAX) return ReadTooLong; // decoded text can be longer than the file
   text = std::move(decoded);
   return ReadDone;
 }
 
 void DocumentFile::Await(Change change) {
   waiting.reserve(waiting.size() + 1);
-  // Setting an item again and again while the file can't be written must not fill the memory. The first change stays: it makes
-  // the elements that changes after it find.
+  // Setting an item repeatedly while the file cannot be written must not fill the memory. The first change is kept,
+  // because it creates elements that later changes need.
   const auto isEarlier = [&](const Change& earlier) { return earlier.target == change.target; };
   const auto first = std::find_if(waiting.begin(), waiting.end(), isEarlier);
   if (first != waiting.end()) waiting.erase(std::remove_if(first + 1, waiting.end(), isEarlier), waiting.end());
@@ -64,7 +64,7 @@ void DocumentFile::Save(Document& document) try {
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
     if (theirs) CarryOutOn(*theirs);
     const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
-    // False if another program has changed the file since it was examined, or has made it anew.
+    // Write returns false if another program has changed or created the file since it was examined.
     if (!Write(file, theirs ? theirs->Generate() : document.Generate())) continue;
 
     lastSeen = *file.State();
@@ -87,14 +87,14 @@ bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text) 
   return file.Replace({encrypted}, lastSeen.permissions);
 }
 
-// Also where there is no file any more: nothing is lost then by writing the document's own text.
+// Also true if the file is gone, since then writing the document's own text loses nothing.
 bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
   if (!file.State()) return true;
   return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-// Null if there is nothing to merge with. Throws if the file holds another document. A text that is refused although it is
-// well-formed counts as one.
+// Null if there is nothing to merge with. Throws if the file holds another document, which is assumed for a well-formed
+// text that exceeds a limit.
 std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file, Document& document) const {
   std::string bytes;
   if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done) throw std::runtime_error("cannot read the file again");

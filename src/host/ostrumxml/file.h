@@ -12,55 +12,53 @@
 
 namespace Ostrum {
 
-// Turns a file's bytes into others, on their way in or out. False refuses them. May throw std::bad_alloc.
+// Converts a file's bytes when it is read or written. False rejects them. May throw std::bad_alloc.
 using ByteFilter = bool (*)(const std::string& input, std::string& output);
 
-// Why a file was not read. 0 and above is success.
+// Why a file could not be read. Values of 0 and above mean success.
 enum ReadResult : long {
   ReadDone = 0,
   ReadFailed = -2, // an unexpected exception
   ReadNoMemory = -3,
-  ReadUnreadable = -42,  // there, but not to be read: permission, a folder, an I/O error
+  ReadUnreadable = -42,  // exists, but there is no permission, it is not a regular file, or an I/O error occurred
   ReadNoFile = -44,      // no file of that name
-  ReadBadEncoding = -45, // not valid in the encoding that it claims, or in one that is not supported
-  ReadRefused = -46,     // the decrypt filter refused the bytes
-  ReadTooLong = -47,     // longer than a length of type int can say
+  ReadBadEncoding = -45, // unsupported or invalid encoding
+  ReadRefused = -46,     // the decrypt filter rejected the bytes
+  ReadTooLong = -47,     // longer than INT_MAX
 };
 
-// A change of a document that can be carried out on another document as well.
+// A change of a document that can also be applied to another document.
 struct Change {
-  std::string target; // equal for changes of which only the first and the last count
-  // Throws std::invalid_argument or std::runtime_error, having changed nothing, where the document refuses it.
+  std::string target; // of changes with equal targets, only the first and the last count
+  // If the document does not allow the change, throws std::invalid_argument or std::runtime_error and changes nothing.
   std::function<void(Document&)> carryOut;
 };
 
-// The file of one document: its absolute name, and its state when it was last read or written. If another program has changed
-// the file since, a save does not overwrite it: the changes that have not reached the file yet are carried out on the file's new
-// text.
+// The file of one document: its absolute name, and its state when it was last read or written. If another program has
+// changed the file since, a save does not overwrite that change: it applies the unsaved changes to the file's new text.
 class DocumentFile {
  public:
-  // The filters may be null, for a file whose bytes are its text.
+  // The filters are null for a file that is not encrypted.
   DocumentFile(platform::FileName fileName, ByteFilter decryptBytes, ByteFilter encryptBytes)
       : name(std::move(fileName)), decrypt(decryptBytes), encrypt(encryptBytes) {}
 
-  // Reads the whole file as text, for the document to be parsed from. The text comes in UTF-8, with its byte-order mark if
-  // the file was in UTF-8, and its declaration, if there is one, says UTF-8.
-  // encoding is not read; it receives the encoding found (NO_ENCODING for one that has no value here). byteCount receives the
-  // file's size in bytes. Never throws; text is only changed on success.
+  // Reads the whole file as text for ParseXML. The text is UTF-8, with a byte-order mark if the file is UTF-8 with one;
+  // a declaration of another encoding is changed to UTF-8. encoding is output only: the encoding found (NO_ENCODING if
+  // it has no value). byteCount receives the file's size in bytes. Never throws; text is changed on success only.
   long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) noexcept;
 
-  // Queues the change for the next save. Call it before changing the document itself, so that running out of memory can't lose a
-  // change. Throws std::bad_alloc.
+  // Queues the change for the next save. Call it before changing the document, so that running out of memory cannot
+  // lose a change. Throws std::bad_alloc.
   void Await(Change change);
 
-  // Writes the document, with all that waits, to the file in one atomic step, in UTF-8. Where another program's text was there,
-  // a line under "ostrumxml" says what became of it. Throws std::bad_alloc, or an exception that says why not: the file can't
-  // be written, it holds another document by now, or it refuses the change that was awaited last (one awaited earlier is then
-  // passed over). The file is then whole, and what waits goes on waiting, unless the new file is in place and only the
-  // flush of its folder failed.
+  // Writes the document, with all queued changes, to the file in one atomic step, in UTF-8. If another program has
+  // changed the file, a log line of "ostrumxml" tells what was done with its text. Throws std::bad_alloc, or another
+  // exception with the reason: the file cannot be written, it now holds another document, or its text does not allow
+  // the last queued change (an earlier one is then skipped). The file is then complete, and the queued changes stay
+  // queued, unless the new file is in place and only flushing its folder failed.
   void Save(Document& document);
 
-  // What the last save that failed threw; empty if none has failed.
+  // The message of the exception that the last failed save threw; empty if none has failed.
   const std::string& WhyNotSaved() const { return whyNotSaved; }
 
  private:
@@ -74,7 +72,7 @@ class DocumentFile {
   ByteFilter decrypt;
   ByteFilter encrypt;
   platform::FileState lastSeen;
-  bool holdsOwnText = true; // what the file held when it was last seen is what the document held then
+  bool holdsOwnText = true; // whether the file, when last seen, held the document's text
   std::vector<Change> waiting;
   std::string whyNotSaved;
 };

@@ -15,10 +15,10 @@
 namespace Ostrum {
 namespace {
 
-// Parts of at most this length are gathered, so that a document with many changes is not written in as many small pieces.
+// Parts of at most this length are joined, so that a document with many changes is not written in many small pieces.
 constexpr std::size_t longestGathered = 4096;
 
-// The attributes that were set, except those in the tag already, in the order in which they were made.
+// The attributes that were set, except those that the tag already has, in order of creation.
 std::string AttributeMarkup(const ElementChange& change, const std::set<std::string_view>& written = {}) {
   std::map<std::size_t, std::string> inOrder;
   for (const auto& [name, attribute] : change.attributes) {
@@ -35,14 +35,14 @@ class Generator {
  public:
   explicit Generator(const Content& content) noexcept : content(content) {}
 
-  // The part of the source that begins at `from` and is `length` bytes long is replaced.
+  // A replacement of `length` bytes of the source from offset `from` on.
   struct Edit {
     std::uint32_t from;
     std::uint32_t length;
     std::string replacement;
   };
 
-  // In the order of the source; edits at one place in the order in which they were made.
+  // Sorted by position in the source; edits at the same position in the order in which they were added.
   std::vector<Edit> Edits() {
     for (const auto& [element, change] : content.changes) {
       if ((element->flags & element_flags::created) == 0) Collect(*element, change);
@@ -61,7 +61,7 @@ class Generator {
     const ElementLayout layout(content, element);
     const std::string_view tagEnd = CollectAttributes(layout, change);
     if (layout.IsEmptyTag()) {
-      // "<name/>" becomes a start tag and an end tag when it gets content.
+      // When it gets content, "<name/>" becomes a start tag and an end tag.
       const std::string inside = EscapeText(change.text.value_or("")) + CreatedChildren(change);
       if (!inside.empty()) AddEdit(tagEnd, ">" + inside + "</" + std::string(element.GetName()) + ">");
       return;
@@ -73,7 +73,7 @@ class Generator {
     AddEdit(onLines ? layout.TrailingBlanks().substr(0, 0) : end, CreatedChildren(change));
   }
 
-  // Returns what stands behind the last attribute.
+  // Returns the rest of the tag after the last attribute.
   std::string_view CollectAttributes(const ElementLayout& layout, const ElementChange& change) {
     TagScanner scanner(layout.Attributes());
     RawAttribute raw{};
@@ -88,8 +88,7 @@ class Generator {
     return scanner.Rest();
   }
 
-  // Whether setting the text replaces the piece. A reference to an entity that holds only comments and processing instructions
-  // stays.
+  // Whether setting the element's text replaces the piece. A reference to an entity without text is kept.
   bool IsText(const Piece& piece) const {
     if (piece.kind != PieceKind::Reference) return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
     std::string beginning;

@@ -10,12 +10,12 @@
 
 namespace Ostrum {
 
-// A document's text: its source, edited where something was set, in pieces that lie in the source or here. So a save copies
-// no more than what was set. Valid until the document is changed.
+// A document's text with all changes, as pieces that refer to the source or to strings kept here. So a save copies only
+// what was set. Valid until the document is changed.
 class GeneratedText {
  public:
-  // The time depends on the number of changes, not of elements. Throws std::length_error when the text grows beyond what can
-  // be parsed, and std::bad_alloc.
+  // Takes time in proportion to the number of changes, not of elements. Throws std::length_error if the text has become
+  // too long to be parsed, and std::bad_alloc.
   explicit GeneratedText(const Content& content);
   GeneratedText(GeneratedText&&) = delete;
 
@@ -26,8 +26,8 @@ class GeneratedText {
   void Add(std::string_view part);
 
   std::vector<std::string_view> pieces;
-  std::deque<std::string> own; // the pieces that don't lie in the source
-  bool lastIsGathered = false; // the last piece consists of short parts, and is the last of `own`
+  std::deque<std::string> own; // the pieces that are not in the source
+  bool lastIsGathered = false; // whether the last piece consists of short parts; it is then the last of `own`
 };
 
 } // namespace Ostrum

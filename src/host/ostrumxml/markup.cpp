@@ -10,8 +10,8 @@ namespace {
 constexpr std::uint64_t eachByte = 0x0101010101010101U;
 constexpr std::uint64_t highBits = 0x80 * eachByte;
 
-// Nonzero when one of the eight bytes is a control character, "&" or "<". Every value that is read passes through here: eight
-// bytes at a time take a quarter of the instructions of a loop over them. Bytes beyond ASCII stand for themselves.
+// Nonzero if one of the eight bytes is a control character, "&" or "<"; bytes beyond ASCII need no decoding. Every
+// value read is checked here, and eight bytes at a time take a quarter of the instructions of a loop over bytes.
 std::uint64_t OutOfPlain(std::uint64_t bytes) noexcept {
   const auto hasZero = [](std::uint64_t word) { return (word - eachByte) & ~word; };
   const std::uint64_t control = (bytes - 0x20 * eachByte) & ~bytes;
@@ -31,7 +31,7 @@ constexpr Delimited delimitedPieces[] = {{PieceKind::Reference, "&", ";"},
                                          {PieceKind::Other, "<?", "?>"},
                                          {PieceKind::EndTag, "</", ">"}};
 
-// The longest piece of text, so that reading only the beginning of a text does not cost all of it.
+// The longest piece of text, so that reading the beginning of a text does not process all of it.
 constexpr std::size_t longestText = 4096;
 
 void SkipBlanks(std::string_view& text) noexcept {
@@ -42,7 +42,7 @@ std::size_t TextLength(std::string_view rest) noexcept {
   const std::string_view ahead = rest.substr(0, longestText);
   const std::size_t length = ahead.find_first_of("<&");
   if (length != std::string_view::npos) return length;
-  // "\r\n" is not split.
+  // Does not split "\r\n".
   const bool splitsLineEnd = rest.size() > ahead.size() && ahead.back() == '\r';
   return splitsLineEnd ? ahead.size() - 1 : ahead.size();
 }

@@ -1,4 +1,5 @@
-// Finding one's way in the source of a well-formed document. Since the text has been checked, nothing here looks for errors.
+// Scanning the source of a well-formed document. The text has been checked by the parser, so nothing here checks for
+// errors.
 #ifndef TARVIK_HOST_OSTRUMXML_MARKUP_H
 #define TARVIK_HOST_OSTRUMXML_MARKUP_H
 
@@ -9,16 +10,16 @@
 
 namespace Ostrum {
 
-// White space as XML has it.
+// White space as XML defines it.
 constexpr bool IsBlank(char character) noexcept {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
-// Whether raw text means what it says in content and in an attribute's value alike: it holds no reference, no markup and no
-// control character.
+// Whether raw text needs no decoding, in content or in an attribute's value: it has no reference, markup or control
+// character.
 bool StandsForItself(std::string_view raw) noexcept;
 
-// One attribute as it stands in a start tag; the views lie in the source.
+// One attribute of a start tag; the views refer to the source.
 struct RawAttribute {
   std::string_view name;
   std::string_view value; // between the quotes, undecoded
@@ -27,25 +28,25 @@ struct RawAttribute {
 // Walks the attributes of a start tag.
 class TagScanner {
  public:
-  // tag: the source from behind the element's name, at least to the end of the tag.
+  // tag: the source after the element's name, at least to the end of the tag.
   explicit TagScanner(std::string_view tag) noexcept : rest(tag) {}
 
-  // False when there is no further attribute.
+  // False if there are no more attributes.
   bool Next(RawAttribute& attribute) noexcept;
-  // What was not walked yet; begins right behind the last attribute.
+  // The rest of the tag, directly after the last attribute returned.
   std::string_view Rest() const noexcept { return rest; }
 
  private:
   std::string_view rest;
 };
 
-// The attributes of a start tag that has very many of them, by name.
+// An index by name of the attributes of a start tag that has very many.
 class TagIndex {
  public:
-  // tag: as TagScanner takes it; must outlive the index. Throws std::bad_alloc.
+  // tag: as for TagScanner; must outlive the index. Throws std::bad_alloc.
   explicit TagIndex(std::string_view tag);
 
-  // The attribute, or one with an empty name.
+  // The attribute; one with an empty name if there is none.
   RawAttribute Find(std::string_view name) const noexcept;
 
  private:
@@ -56,7 +57,7 @@ class TagIndex {
 };
 
 enum class PieceKind {
-  Text,      // character data without references; a long one comes in several pieces
+  Text,      // character data without references; long text comes in several pieces
   Reference, // "&...;"
   CData,     // a whole CDATA section
   Other,     // a whole comment or processing instruction
@@ -70,7 +71,7 @@ struct Piece {
   std::string_view text; // in the source
 };
 
-// Walks the pieces of a stretch of content.
+// Walks the pieces of a part of an element's content.
 class PieceScanner {
  public:
   explicit PieceScanner(std::string_view stretch) noexcept : rest(stretch) {}
@@ -83,7 +84,7 @@ class PieceScanner {
 // The name in a start tag.
 std::string_view TagName(std::string_view tag) noexcept;
 
-// What stands inside a whole CDATA section.
+// The text inside a whole CDATA section.
 std::string_view InsideCData(std::string_view section) noexcept;
 
 } // namespace Ostrum

@@ -14,7 +14,7 @@
 namespace Ostrum {
 namespace {
 
-// The entities that every document has.
+// The entities that XML predefines.
 struct Entity {
   std::string_view name;
   char character;
@@ -36,7 +36,8 @@ std::string Escape(std::string_view text, std::string_view special) {
   }
 }
 
-// Line ends are normalized where the file is read. A carriage return in an entity's text was meant to be one.
+// Line ends are normalized only in the file's own text: a carriage return in an entity's text comes from a character
+// reference.
 void AppendFrom(const Content& content, std::string_view characters, std::string& text, std::size_t limit) {
   if (content.IsInFile(content.OffsetOf(characters))) return AppendCharacters(characters, text, limit);
   text += characters.substr(0, limit - text.size());

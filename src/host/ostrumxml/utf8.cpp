@@ -14,10 +14,10 @@ bool IsContinuation(char byte) noexcept { return (static_cast<unsigned char>(byt
 
 struct Sequence {
   char32_t character;
-  std::size_t length; // in bytes; 0 when the bytes are no valid sequence
+  std::size_t length; // in bytes; 0 if the sequence is not valid
 };
 
-// The sequence at the start of a text that is not empty.
+// The first sequence of a text that is not empty.
 Sequence DecodeSequence(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text.front());
   if (lead < 0x80) return {lead, 1};
@@ -36,9 +36,9 @@ Sequence DecodeSequence(std::string_view text) {
 
 // Sixteen bytes, compared at once.
 using Bytes = unsigned char __attribute__((vector_size(16)));
-constexpr std::size_t reach = 3; // so far before it does a byte's validity depend on others
+constexpr std::size_t reach = 3; // a byte's validity depends on this many bytes before it
 
-// Checks sixteen bytes from `block` on, each against the three before it.
+// Checks the sixteen bytes at `block`, each against the three before it.
 bool IsValidBlock(const char* block) noexcept {
   Bytes byte, before, second, third;
   std::memcpy(&byte, block, sizeof byte);
@@ -79,7 +79,7 @@ std::size_t ValidUtf8Prefix(std::string_view text) noexcept {
     while (position >= reach && position + sizeof(Bytes) <= text.size() && IsValidBlock(text.data() + position)) {
       position += sizeof(Bytes);
     }
-    // The last sequence may reach beyond its block.
+    // The last sequence may extend beyond the last block.
     while (position > start && IsContinuation(text[--position])) {
     }
     const std::size_t length = DecodeSequence(text.substr(position)).length;

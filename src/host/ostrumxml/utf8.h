@@ -1,4 +1,4 @@
-// UTF-8, the form in which documents are held, and its way to and from wide text.
+// UTF-8, in which documents are stored, and its conversion from and to wide text.
 #ifndef TARVIK_HOST_OSTRUMXML_UTF8_H
 #define TARVIK_HOST_OSTRUMXML_UTF8_H
 
@@ -23,13 +23,13 @@ inline bool IsUtf8(std::string_view text) noexcept { return ValidUtf8Prefix(text
 // REQUIRES: utf8 is valid.
 std::wstring WideFromUtf8(std::string_view utf8);
 
-// False, with utf8 of unspecified content, when the text is not valid: half of a surrogate pair, or beyond U+10FFFF.
+// False if the text has half of a surrogate pair or a value beyond U+10FFFF; utf8 then has unspecified content.
 bool Utf8FromWide(std::wstring_view wide, std::string& utf8);
 
-// False, with nothing appended, for half of a surrogate pair and beyond U+10FFFF.
+// False, with nothing appended, for half of a surrogate pair or a value beyond U+10FFFF.
 bool AppendUtf8(char32_t character, std::string& utf8);
 
-// The character that two units of UTF-16 are together; 0 when they are no surrogate pair.
+// The character encoded by two units of UTF-16; 0 if they are not a surrogate pair.
 constexpr char32_t FromSurrogates(char32_t high, char32_t low) noexcept {
   const bool isPair = high >= 0xD800 && high <= 0xDBFF && low >= 0xDC00 && low <= 0xDFFF;
   return isPair ? 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00) : 0;
