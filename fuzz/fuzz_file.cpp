@@ -1,5 +1,5 @@
-// Any bytes as a file: what opens must be walked, set, saved and read again as the same, and any sequence of calls on it gives
-// codes that the functions may give, and writes no byte behind a buffer's capacity.
+// Takes any bytes as a file. If it opens, it must be saved and read again unchanged, and any sequence of calls on it
+// must return only documented codes and must not write beyond a buffer's capacity.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <clocale>
@@ -19,12 +19,12 @@ std::string& MemoryFile(const std::string& name);
 
 namespace {
 
-// Where it ended, the fuzzer shows.
+// The fuzzer shows where the program aborted.
 void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-// The file as it is now. What can be read of it must be what Expat alone reads.
+// The current file. Its content must be what Expat alone reads from it.
 Parsed ReadFile() {
   Parsed parsed(MemoryFile("f"));
   const std::string expected = parsed.isText ? DescribeByExpat(parsed.source) : "";
@@ -33,7 +33,7 @@ Parsed ReadFile() {
   return parsed;
 }
 
-// A path of words that mean something in the seeds, or any bytes.
+// A path of words that occur in the seeds, or of any bytes.
 std::string Words(FuzzedDataProvider& choice) {
   static std::istringstream all(
       "Catalog ProductPackage ProductPackage2 LangPackage ExtraSettings Setting Setting&Name=E A P T ENGINE x text r "
@@ -51,7 +51,7 @@ std::string Words(FuzzedDataProvider& choice) {
 std::uint32_t Call(XmlFileList* list, std::uint32_t cookie, FuzzedDataProvider& choice, char* buffer,
                    std::uint32_t capacity) {
   const std::string texts[] = {Words(choice), Words(choice), Words(choice), Words(choice)};
-  const auto missing = choice.ConsumeIntegral<std::uint8_t>(); // mostly none
+  const auto missing = choice.ConsumeIntegral<std::uint8_t>(); // usually none of them
   const auto argument = [&](std::size_t number) { return number == missing ? nullptr : texts[number].c_str(); };
   const auto *path = argument(0), *item = argument(1), *type = argument(2), *value = argument(3);
   if (texts[1].size() < capacity) texts[1].copy(buffer, capacity); // a parent's group ID
@@ -90,19 +90,20 @@ void CheckSession(const Parsed& parsed, FuzzedDataProvider choice) {
     Require(Describe(ReadFile().At("")) == Describe(parsed.At("")));
   }
   for (int calls = 0; opened == XmlSuccess && calls < 100 && choice.remaining_bytes() > 0; ++calls) {
-    // Ends where its capacity does, so that the address sanitizer sees each byte behind it; a group ID has one byte at least.
+    // No spare capacity, so that the address sanitizer notices every byte written behind it. A group ID has at least
+    // one byte.
     std::vector<char> buffer(choice.ConsumeBool() ? 260 : choice.ConsumeIntegralInRange(1U, 255U));
     buffer.shrink_to_fit();
     const std::uint32_t code = Call(list, cookie, choice, buffer.data(), static_cast<std::uint32_t>(buffer.size()));
     Require(code == XmlSuccess || code == XmlNotFound || code == XmlFailure);
     Require(std::memchr(buffer.data(), 0, buffer.size()) != nullptr);
   }
-  // Whatever was set, the file holds what the document does.
+  // Whatever was set, the file must have the document's content.
   Require(opened != XmlSuccess || Describe(ReadFile().At("")) == Describe(list->head->document->GetRoot()));
   Require(EndXMLList(&list) == XmlSuccess && list == nullptr);
 }
 
-// What stands before the input, if its first byte is the number of one: encodings, and elements in the text of entities.
+// A beginning for the input, selected by its first byte: declarations of encodings, and entities that contain elements.
 std::string StartFor(std::uint8_t number) {
   constexpr const char* encodings[] = {"windows-1255", "ISO-8859-5", "Shift_JIS", "EUC-JP", "GB18030", "Big5-HKSCS"};
   constexpr const char* entities[] = {

@@ -1,4 +1,4 @@
-// Files that the library reads and writes in the place of the disk's.
+// Files in memory, which the library uses instead of the disk's.
 #include "platform/files.h"
 
 #include <map>

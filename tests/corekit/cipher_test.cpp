@@ -11,7 +11,8 @@ namespace {
 
 using corekit::KCryptWrap;
 
-// A setup of the host's that takes every cipher out of OpenSSL must not reach ours. It is read before the first use.
+// A configuration of the host that removes every cipher from OpenSSL must not affect ours. It is set before the first
+// use.
 const TempFolder setupFolder;
 std::string setup = "OPENSSL_CONF=" + setupFolder.Write("openssl.cnf",
                                                         "openssl_conf=a\n[a]\nproviders=b\n[b]\nnull=c\n"
@@ -43,8 +44,8 @@ TEST(CipherTest, WhatIsNotWholeAndUnchangedIsRefused) {
   EXPECT_TRUE(Refuses(file + '\0') && Refuses("<Root>a plain file that is long enough</Root>"));
 }
 
-// The command's test reads what the first version wrote on Linux; this is from Windows. The one test that may look at the
-// built-in key, before it sets another.
+// A file written by the first version on Windows; the command's test reads one from Linux. No other test may depend on
+// the built-in key, because this one sets another key.
 TEST(CipherTest, FilesAreReadableUnderTheirKeyAlone) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
   const std::string digits =

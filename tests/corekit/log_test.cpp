@@ -48,7 +48,7 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
   KString line("narrow");
   line << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << LONG_MIN << " " << ULONG_MAX;
   std::wstring expected = L"narrow" + std::to_wstring(LONG_MIN) + L" " + std::to_wstring(ULONG_MAX);
-  // Pieces that end before, at and behind every capacity the builder goes through.
+  // Lengths just below, at and above every capacity of the builder.
   for (std::size_t size = 1; size < 600; size += 7) {
     const std::wstring piece(size, static_cast<wchar_t>(L'a' + size % 26));
     line << piece.c_str();

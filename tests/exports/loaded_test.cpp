@@ -1,5 +1,5 @@
-// The library as a program meets it that has none of our headers: loaded at run time, its functions found by their exported
-// names, their arguments pointers and numbers of 32 bits. The text is Japanese, with a backslash as second byte.
+// The library as used without its headers: loaded at run time, with functions found by their exported names and called
+// with pointers and 32-bit numbers. The text is Japanese, with a backslash as the second byte of characters.
 #include <gtest/gtest.h>
 #include <windows.h>
 

@@ -30,9 +30,9 @@ const struct {
   int index;
   const char *attribute, *valueType;
   std::uint32_t capacity, code;
-  std::string value, line; // the line that says what was found; none when the lines end with the path's
+  std::string value, line; // the line about the result; none if the lines about the path are the last
 } cases[] = {
-    // Children are counted by their whole name.
+    // Children are matched by their whole name.
     {"S", "A", element, 1, nullptr, nullptr, 16, 0, "one", Element("A", "one")},
     {"S", "A", "Elements", 3, nullptr, nullptr, 16, 0, "thr&ee", Element("A", "thr&ee")},
     {"S", "A", element, 4, nullptr, nullptr, 16, 3, "Not Found", Missing("A (element)")},
@@ -45,23 +45,24 @@ const struct {
     {"S\\Long", "x", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("S\\Long")},
     {"S\\", "A", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("S\\")},
     {"", "A", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("")},
-    // The element's own attributes: index and value type have no say.
+    // The element's own attributes: index and value type have no effect.
     {"S", "S", attribute, 1, "Status", attribute, 16, 0, "Enabled", Attribute("S-Status", "Enabled")},
     {"S", "S", "attributes", -7, "Status", element, 16, 0, "Enabled", Attribute("S-Status", "Enabled")},
     {"S", "S", attribute, 1, "status", attribute, 16, 3, "Not Found", Missing("status (attribute)")},
-    // The children's: those without the attribute don't count, and only index 0 can hit one.
+    // The children's attributes: only children that have the attribute count.
     {"S", "A", attribute, 1, "k", "attribute", 16, 0, "first", Attribute("A-k", "first")},
     {"S", "A", attribute, 2, "k", attribute, 16, 0, "third", Attribute("A-k", "third")},
     {"S", "A", attribute, 2, "k", element, 16, 0, "thr&ee", Attribute("A-k", "thr&ee", "element")},
     {"S", "A", attribute, 0, "z", attribute, 16, 3, "Not Found", Missing("z (attribute)")},
     {"S", "None", attribute, 0, "k", attribute, 16, 0, "first", Attribute("None-k", "first")},
-    // Buffers that are just too small, or none. The line of an element shows what was stored, that of an attribute all.
+    // Buffers that are just too small, or missing. The line of an element shows the stored text, that of an attribute
+    // the whole.
     {"S", "Long", element, 1, nullptr, nullptr, 12, 0, "twelve byte", Element("Long", "twelve byte")},
     {"S", "Long", element, 1, nullptr, nullptr, 1, 0, "", Element("Long", "")},
     {"S", "S", attribute, 1, "Status", "", 7, 0, "Enable", Attribute("S-Status", "Enabled")},
     {"S", "B", element, 1, nullptr, nullptr, 5, 3, "Not ", Missing("B (element)")},
     {"S", "A", element, 1, nullptr, nullptr, 0, 0, untouched, "S is a group"},
-    // No keyword: nothing is done. A text that is missing ends in a code.
+    // Without a keyword nothing is done. A missing argument gives a code.
     {"S", "A", "ELEM", 1, nullptr, nullptr, 16, 0, untouched, "S is a group"},
     {"S", nullptr, element, 1, nullptr, nullptr, 16, 34, untouched, Failed("")},
     {"S", "A", attribute, 1, nullptr, "", 16, 34, untouched, Failed("A")},
@@ -88,7 +89,7 @@ TEST(ReadItem, GivesCodeValueAndLine) {
   }
 }
 
-// Each child that a search passes logs its line, whether it is one of a run or not.
+// Each child that a search visits logs its line, even several of one name in a row.
 TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
   const TestDocument document(
       "<R \u4e2d='v'><\u4e2d k='1'/><\u4e2d/><A k='\u4e2d'>x</A><\u4e2d/><A k='2'>\U0001F600</A></R>");
@@ -102,7 +103,7 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
     };
     expect(document.Text("R", "A"), "x", 2);
     expect(document.Text("R", "B"), "Not Found", 3);
-    expect(document.Group("A&k=2"), "A&k=2", 4); // a value, too
+    expect(document.Group("A&k=2"), "A&k=2", 4); // a value as well
     expect(document.Group("B"), "Not Found", 3);
     for (const auto& [type, index] : {std::pair(element, 2), {attribute, 1}}) {
       char value[] = "#";
@@ -113,19 +114,20 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
   }
   const LocaleGuard locale(multibyteLocale);
   EXPECT_EQ(document.Attribute("R", "R", MultiByteText(ConvertToMultiByte(L"\u4e2d")).get()), "v");
-  for (const char* item : {"R", "A"}) EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // no text
+  for (const char* item : {"R", "A"}) EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
 }
 
-// What a set does to a file: the whole file is compared, so everything that is not named must be as before.
+// What a set does to a file. Whole files are compared, so everything else must be unchanged.
 const struct {
   const char *before, *path, *item, *type, *value, *after;
 } setCases[] = {
-    // The root's name may be left out. What is missing is made, also in what has only text.
+    // The root's name may be omitted. Missing elements are created, even in an element that has only text.
     {"<R><S>1</S></R>", "S", "T", element, "2", "<R><S>1<T>2</T></S></R>"},
     {"<R/>", "", "A\\B", element, "x", "<R><A><B>x</B></A></R>"},
     {"<R><A>A</A></R>", "A", "A", element, "x", "<R><A>A<A>x</A></A></R>"},
     {"<R><A>x</A></R>", "", "A", element, "", "<R><A></A></R>"},
-    // The first that begins with the name is taken. An attribute part never chooses; one without name or value is none.
+    // The first element whose name begins with the name is taken. An attribute part never selects; it is ignored
+    // without a name or value.
     {"<R><Sets>1</Sets><Set>2</Set></R>", "R", "Set", element, "3", "<R><Sets>3</Sets><Set>2</Set></R>"},
     {"<R><A k='1'/><A k='2'>x</A></R>", "A&k=2", "B", element, "y", "<R><A k='2'><B>y</B></A><A k='2'>x</A></R>"},
     {"<R><N>1</N></R>", "R", "N&u=ms&x=", element, "2", "<R><N u=\"ms&amp;x=\">2</N></R>"},
@@ -136,7 +138,7 @@ const struct {
     {"<R/>", "A&k=1", "k", attribute, "2", "<R><A k=\"2\"/></R>"},
     {"<R><A/></R>", "R", "k", attribute, "v", "<R k=\"v\"><A/></R>"},
     {"<R><A/></R>", "R\\", "k", attribute, "v", "<R k=\"v\"><A/></R>"},
-    // Without a name, a value or a keyword only the path is made, if it is not the root's.
+    // Without a name, a value or a keyword, only the path's elements are created.
     {"<R k='1'/>", "R\\A", "k", attribute, "", "<R k='1'><A/></R>"},
     {"<R k='1'/>", "A", "", attribute, "v", "<R k='1'><A/></R>"},
     {"<R/>", "A", "k", "element", "v", "<R><A/></R>"},
@@ -154,7 +156,7 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
   }
 }
 
-// Element names and values in the locale's character set, and beside them what has no form in it.
+// Names and values in the locale's character set, in a document with others that the locale cannot represent.
 TEST(SetItem, ReadsBackWhateverXmlCanCarry) {
   const std::string kept = "<!-- \U0001F600 --><\u4e2d k='\U0001F600'>\U0010FFFF</\u4e2d>";
   TestDocument document("<Root a='0'>" + kept + "<\u3042>old</\u3042></Root>");
@@ -187,7 +189,7 @@ TEST(SetItem, EntersWhatItMakesIntoTheMap) {
   }
   for (const char* key : {"Found", "New", "&k=v"}) EXPECT_EQ(map.Find(key), nullptr) << key;
 
-  // The key of a group goes over to an element that is made under it; an attribute's key stays where it is.
+  // A created element takes over the key of a group; setting an attribute does not.
   ASSERT_EQ(document.Group("A", 2), "A2");
   ASSERT_EQ(document.SetText("", "A2", "made"), 0U);
   EXPECT_EQ(document.Attribute("A2", "A", "k"), "Not Found");
@@ -211,7 +213,7 @@ TEST(SetItem, LogsItsWalk) {
                 "error: Failed to get the xml representation for the xml with id " + unknown}));
 }
 
-// Nearly every one names an element that is missing first, which must not be made.
+// Most requests name a missing element first, which must not be created.
 TEST(SetItem, RefusesBeforeItChangesAnything) {
   const LocaleGuard locale(multibyteLocale);
   const std::string bytes =
@@ -219,7 +221,7 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
       "<R><A>1</A><B>&e;</B></R>";
   const TestDocument document(bytes);
   LogLines log;
-  // Gives the line before the last.
+  // Returns the last line but one.
   const auto refuse = [&](const char* path, const char* item, const char* type, const char* value) {
     SCOPED_TRACE(testing::PrintToString(path) + testing::PrintToString(item) + testing::PrintToString(value));
     EXPECT_EQ(SetXMLItem(document.list, document.cookie, path, item, type, value), 34U);
@@ -248,7 +250,7 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   refuse("N", "B", nullptr, "v");
   refuse("N", "B", element, nullptr);
 
-  // What the document type would fold, on elements that are there and on new ones; what has no place of its own in the file.
+  // Values that the document type would fold, on existing and new elements; elements that come from an entity.
   for (const char* path : {"A&k= v", "A&k=v  w\\N", "N\\A&k=v ", "A\\M&k=v ", "B\\E"}) {
     EXPECT_NE(refuse(path, "N", element, "v").find("ostrumxml: "), std::string::npos);
   }

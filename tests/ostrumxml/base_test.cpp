@@ -1,4 +1,4 @@
-// What everything else in the document library stands on, each by itself.
+// The base modules of the document library.
 #include <gtest/gtest.h>
 
 #include "host/ostrumxml/markup.h"
@@ -70,7 +70,7 @@ TEST(Markup, AttributesOfATag) {
 
 TEST(Markup, PiecesOfContent) {
   using enum Ostrum::PieceKind;
-  const std::string first(4095, 'x'); // a text longer than a piece is cut, but between no "\r" and its "\n"
+  const std::string first(4095, 'x'); // longer text is split into pieces, but never between "\r" and "\n"
   using Row = std::pair<Ostrum::PieceKind, std::string>;
   const std::vector<Row> pieces{Row(Text, first),
                                 Row(Text, "\r\n>]]"),
@@ -99,7 +99,7 @@ TEST(Markup, PiecesOfContent) {
   EXPECT_EQ(Ostrum::InsideCData("<![CDATA[]]]]>"), "]]");
 }
 
-// Eight bytes are looked at together: each place is tried.
+// Eight bytes are checked at a time, so every position is tried.
 TEST(Markup, TextThatStandsForItself) {
   for (std::size_t place = 0; place < 20; ++place) {
     for (const char character : "&<\x1F\n %=\x7F\x80\xFF"s) {

@@ -1,4 +1,4 @@
-// Children found by the index are those that a walk finds, while children and attributes are added.
+// The index must find the same children as a walk, while children and attributes are added.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// The text, or why there is none.
+// The text, or why it cannot be decoded.
 std::string Decode(std::string bytes) {
   std::string utf8;
   auto encoding = Ostrum::UTF_8;
@@ -46,12 +46,12 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
            Row{"gb18030", "\x81\x40\x95\x32\x82\x36", "\u4E02\U00020000"},
        }) {
     if (encoding == "gb18030" && !hasUtf8) continue;     // Wine lacks it
-    for (std::size_t before = 0; before < 9; ++before) { // places in a word of the machine
+    for (std::size_t before = 0; before < 9; ++before) { // every alignment in a machine word
       const std::string spaces(before, ' ');
       EXPECT_EQ(Decode(Declared(encoding, spaces + bytes)), Declared("UTF-8", spaces + text)) << encoding;
     }
   }
-  std::string many, converted; // of more characters than a buffer holds
+  std::string many, converted; // longer than the decoder's buffer
   for (int i = 0; i < 3000; ++i) many += "\xC4\xE3", converted += "\u4F60";
   EXPECT_EQ(Decode(Declared("GBK", many)), Declared("UTF-8", converted));
   for (const bool bigEndian : {true, false}) {

@@ -4,7 +4,7 @@
 
 namespace {
 
-// One change: of an element's text, or of an attribute if one is named. What is not there is made.
+// One change, of an element's text or of an attribute if one is named. Creates what is missing.
 struct Set {
   std::filesystem::path path;
   std::string value;
@@ -26,14 +26,14 @@ const char* const odd =
     "<!ATTLIST r d CDATA 'q'>]>\n<?pi a  b?><!-- c -->\r\n<r  a = '1'\n\tb=\"&#50;\" >&e;\r\n<a /><b\n/><c></c >"
     "<![CDATA[ <z> ]]>\t&amp;&#x41;</r >\n<!-- end -->\n\n";
 
-const std::string big(5000, 'x'); // is no part of a larger piece
+const std::string big(5000, 'x'); // too long to be joined with other parts
 
 const struct {
   std::string before;
   std::vector<Set> sets;
   std::string after;
 } cases[] = {
-    {odd, {{"", "x\n <z> \t&A"}, {"", "2", "b"}, {"c", ""}}, odd}, // what is there already is no change
+    {odd, {{"", "x\n <z> \t&A"}, {"", "2", "b"}, {"c", ""}}, odd}, // setting equal values changes nothing
     // Text
     {"<r><a x='/' /></r>", {{"a", "2"}}, "<r><a x='/'>2</a></r>"},
     {"<r><!-- c -->1<b/>&amp;<![CDATA[2]]><?p q?> </r>", {{"", "3"}}, "<r><!-- c -->3<b/><?p q?></r>"},
@@ -62,7 +62,7 @@ TEST(Generate, ChangesOnlyTheBytesOfWhatWasSet) {
     EXPECT_EQ(parsed.Generate(), before);
     for (const Set& set : sets) set.Apply(parsed);
     EXPECT_EQ(parsed.Generate(), after);
-    // What the document says of itself now is what it says when read again.
+    // The changed document must have the same content as the generated text.
     EXPECT_EQ(Describe(parsed.At("")), Describe(Parsed(after).At("")));
   }
 }

@@ -26,7 +26,7 @@ TEST(Parse, ReadsWhatExpatReads) {
   }
 }
 
-// The parser gets so large a document in pieces, which end anywhere. The first element moves the text.
+// Such a large document is passed to the parser in several chunks, which can end anywhere. The first element moves the text.
 TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
   std::string bytes = "<!DOCTYPE r [<!ENTITY e 'end'>]><r>";
   while (bytes.size() < 34'000'000) bytes += "<n a='\xC3\xA9'>&amp;\xF0\x9F\x98\x80</n>";
@@ -37,7 +37,7 @@ TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
   }
 }
 
-// What is read of a value is its beginning, however it stands in the source.
+// The beginning of a value is read correctly, whatever its form in the source.
 TEST(Parse, ReadsNoMoreThanIsAsked) {
   const Parsed parsed(
       "<!DOCTYPE r [<!ENTITY e 'x&#38;#13;\ny'>]><r a='&e;\tb&#9;c'>&e;\r\n<![CDATA[1\r2]]>&e;<b/>&e;</r>");

@@ -1,4 +1,4 @@
-// A document read from these bytes, and what it says beside what Expat alone says of the same text.
+// A document parsed from bytes, and descriptions of its content by the library and by Expat alone.
 #ifndef TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 #define TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 
@@ -20,7 +20,7 @@ struct Parsed {
     if (isText) document.reset(Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
   }
 
-  // The element reached by going to the first child of each name, or the null element.
+  // The element reached by taking the first child of each name, or the null element.
   Ostrum::Element& At(const std::filesystem::path& path) const {
     Ostrum::Element* element = &document->GetRoot();
     for (const auto& name : path) element = &element->NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
@@ -32,10 +32,10 @@ struct Parsed {
   std::string source;
   Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   Ostrum::PARSER_ERROR error{};
-  std::unique_ptr<Ostrum::Document> document; // null where the parser refused
+  std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
 };
 
-// All elements below one in their order, each with its name, its text and the attribute "a". They must not nest deep.
+// The element and all elements in it, each with name, text and the attribute "a". Recursive, so not for deep nesting.
 inline std::string Describe(Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
   std::string text =
@@ -44,11 +44,11 @@ inline std::string Describe(Ostrum::Element& element) {
   return text + "</>" + element.GetValue();
 }
 
-// The same of what Expat tells of the text; empty where it refuses the text.
+// The same for what Expat reports about the text; empty if it rejects the text.
 inline std::string DescribeByExpat(const std::string& source) {
   struct Description {
     std::string text;
-    std::vector<std::string> open; // the texts of the elements that are open
+    std::vector<std::string> open; // the texts of the open elements
   } description;
   const XML_Parser parser = XML_ParserCreate("UTF-8");
   XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);

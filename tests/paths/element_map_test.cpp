@@ -9,7 +9,7 @@ namespace {
 
 class ElementMapTest : public testing::Test {
  protected:
-  // What the map's entries refer to.
+  // An element for an entry to refer to.
   Ostrum::Element& Element(std::size_t number) const {
     return root.NthChild(Ostrum::NameMatch::Exact, "e", static_cast<std::uint32_t>(1 + number % 5));
   }
@@ -40,7 +40,7 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
          {std::pair("a", false), {"\\b", false}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
       keys.Append(part);
       keys.Prepare();
-      keys.Prepare(); // what was prepared and not entered leaves nothing
+      keys.Prepare(); // an entry that is not entered leaves nothing
       keys.Enter(Element(++number), replaces);
     }
     keys.Append("f");

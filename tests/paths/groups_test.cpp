@@ -15,14 +15,14 @@ std::string Removed(const std::string& path) { return "Removed Catalog from " + 
 
 class Groups : public testing::Test {
  protected:
-  // The code and what the buffer then holds: "0 P2".
+  // The code and the buffer's text, for example "0 P2".
   std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                    std::uint32_t capacity = 400) {
     std::string buffer = parent + '\0' + std::string(1000, '#');
     const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, buffer.data(), capacity);
     return std::to_string(code) + " " + buffer.c_str();
   }
-  // The identity of the element under a key.
+  // The attribute "id" of the element under a key.
   std::string Element(const std::string& key) {
     const Ostrum::Element* const element = list->head->elementMap->Find(key);
     return element == nullptr ? "none" : element->GetAttribute("id").GetValue();
@@ -47,10 +47,10 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
     std::string parent, path;
     std::uint32_t occurrence;
     std::string answer, element;
-    Lines lines; // behind those of the list and of the root in the path
+    Lines lines; // after the lines about the list and the path's root
     std::uint32_t capacity = 400;
   } steps[] = {
-      // The root's name goes, below a parent too, and with all that stands up to the separator.
+      // The root's name is removed, also below a parent, with everything up to the separator.
       {"", "Catalog\\P", 1, "0 P", "1", {Removed("Catalog\\P"), Selected("P"), Inserted("P")}},
       {"", "CatalogX\\P", 1, "0 P", "1", {"Removed CatalogX from CatalogX\\P.", Known("P")}},
       {"P", "Catalog\\L", 2, "0 P\\L2", "3", {Removed("Catalog\\L"), Selected("L2"), Inserted("P\\L2")}},
@@ -58,15 +58,15 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"", "Catalog", 1, "0 Catalog", "", {Removed("Catalog"), onlyRoot}},
       {"P", "Catalog\\", 1, "0 Catalog\\", "none", {Removed("Catalog\\"), onlyRoot}},
       {"P", "", 1, "0 ", "none", {onlyRoot}},
-      // Elements are counted by prefix, those of one name that stand together or not.
+      // Elements are counted by prefix, whether those of one name are adjacent or not.
       {"", "P", 2, "0 P2", "5", {Selected("P2"), Inserted("P2")}},
       {"", "P", 3, "3 Not Found", "none", {Missing("P"), NotIn("P")}},
       {"", "Item", 0, "3 Not Found", "none", {Missing("Item"), NotIn("Item")}},
       {"", "Item", 2, "0 Item2", "8", {Selected("Item2"), Inserted("Item2")}},
       {"", "Item", 3, "0 Item3", "9", {Selected("Item3"), Inserted("Item3")}},
-      {"", "Item3", 1, "0 Item3", "9", {Known("Item3")}}, // no element is named so
+      {"", "Item3", 1, "0 Item3", "9", {Known("Item3")}}, // no element has this name
       {"", "\\", 1, "0 \\", "2", {Entered(""), emptyToken, Selected(""), Inserted("\\")}},
-      // Only the first match is entered. A leaf stands for itself.
+      // Only children of the first match are searched. A leaf matches itself.
       {"P2", "L", 1, "0 P2\\L", "6", {Selected("L"), Inserted("P2\\L")}},
       {"P9", "L", 1, "3 Not Found", "none", {NotIn("P9")}},
       {"", "P\\L\\S", 1, "3 Not Found", "none", {Entered("P"), Entered("L"), NotIn("P\\L\\S")}},
@@ -75,19 +75,19 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"P", "P\\L", 1, "3 Not Found", "none", {Missing("P\\L"), NotIn("P\\L")}},
       {"", "P\\L", 3, "3 Not Found", "none", {Entered("P"), Missing("L"), NotIn("P\\L")}},
       {"", "P\\X\\Y", 1, "3 Not Found", "none", {Entered("P"), Missing("X\\Y"), NotIn("P\\X\\Y")}},
-      // An attribute takes the first that passes, whatever the number.
+      // An attribute filter selects the first match, whatever the number.
       {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3", "4", {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
       {"", "S&Name=", 4294967295U, "0 S&Name=-1", "11", {Filtered(""), Inserted("S&Name=-1")}},
       {"", "S&Name=E\\T", 1, "0 S&Name=E\\T", "12", {Filtered("E"), Selected("T"), Inserted("S&Name=E\\T")}},
       {"", "S&Name", 3, "0 S&Name3", "13", {Selected("S3"), Inserted("S&Name3")}},
       {"", "&b=x=y", 1, "0 &b=x=y", "13", {Filtered("x=y"), Inserted("&b=x=y")}},
       {"", "S&Name=e", 1, "3 Not Found", "none", {Missing("S&Name=e"), NotIn("S&Name=e")}},
-      // Answers are cut to the capacity. Without one nothing is written, but the group is open.
+      // Answers are cut to the capacity. With none, nothing is written, but the group is open.
       {"", "P", 2, "0 ", "none", {Known("P2")}, 1},
       {"P2", "L&id=6", 1, "0 P2", "5", {Filtered("6")}, 0},
       {"P2", "L&id=6", 1, "0 P2\\L&id=6", "6", {Known("P2\\L&id=6")}},
   };
-  for (const bool isLogged : {true, false}) { // a search without lines may begin where the last one ended
+  for (const bool isLogged : {true, false}) { // without log lines, a search may start where the last one ended
     if (!isLogged) corekit::SetLogSink(nullptr, nullptr);
     document.Reopen();
     log.Take();
@@ -110,7 +110,7 @@ TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
     EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
   }
   EXPECT_EQ(Open("", "Catalog" + std::string(600, 'X') + "\\P", 1), "0 P");
-  // The first L is a leaf, which stands for itself below itself: IDs of odd and of even lengths up to the limit.
+  // The first L is a leaf, which matches itself, so IDs can grow up to the limit, of odd and even lengths.
   for (std::string id : {Open("", "P", 1).substr(2), Open("", "P", 2).substr(2)}) {
     for (std::string below; id.size() < 259; id = below) {
       below = (id + "\\L").substr(0, 259);

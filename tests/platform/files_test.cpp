@@ -1,4 +1,4 @@
-// Whole reads and replacing saves, as every system must give them.
+// Reading and replacing files, on every system.
 #include <gtest/gtest.h>
 
 #include "platform/files.h"
@@ -20,7 +20,7 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   EXPECT_FALSE(state.isSettled) << "so young a file can change without a sign";
   fs::remove(name);
   EXPECT_EQ(readUpTo(3), ReadStatus::Missing);
-  // The first one makes the file; sizes lie around those of the buffers, growing and shrinking.
+  // The first one creates the file. The sizes are around those of the buffers, growing and shrinking.
   for (const std::size_t size : {5U, 0U, 4096U, 16384U, 65535U, 65536U, 65537U, 300000U, 1U}) {
     std::string written(size, '\n');
     for (std::size_t i = 0; i < size; i += 3) written[i] = static_cast<char>(i * i >> 3);
@@ -46,7 +46,7 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   }
   EXPECT_EQ(folder.Read("read-only"), "old");
   EXPECT_EQ(folder.FileCount(), 2);
-  fs::permissions(folder.Path() / "read-only", fs::perms::owner_all); // or some systems would not remove it
+  fs::permissions(folder.Path() / "read-only", fs::perms::owner_all); // some systems do not remove read-only files
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// The multibyte functions in the character sets where bytes are not characters. setlocale alone chooses.
+// The multibyte functions in various character sets, selected by setlocale only.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 namespace {
 
 constexpr const char* plain = "C";
-// The last has an i of its own; in Japanese the backslash is the second byte of common characters.
+// Turkish has a letter i of its own; in Japanese the backslash is the second byte of common characters.
 const char* const latin = hasUtf8 ? "ISO-8859-1" : ".1252";
 const char* const japanese = multibyteLocale;
 const char* const turkish = hasUtf8 ? "tr_TR" : "Turkish_Turkey.1254";
@@ -20,7 +20,7 @@ const char* const turkish = hasUtf8 ? "tr_TR" : "Turkish_Turkey.1254";
 constexpr const char* utf8 = "C.UTF-8";
 constexpr const char* yen = "SHIFT_JIS";
 
-// Where the text is found and, when it is one byte, its first and last occurrence as a character.
+// Where the text is found and, if it is one byte, its first and last occurrence as a character.
 std::string Hits(const char* locale, const char* text, const char* wanted) {
   UseLocale(locale);
   const auto place = [text](const char* hit) { return hit == nullptr ? "-" : std::to_string(hit - text); };
@@ -33,12 +33,12 @@ TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
   EXPECT_EQ(Hits(plain, "\x95\\b\\c", "\\"), "113");
   EXPECT_EQ(Hits(japanese, "\x95\x5C\\\x83\x5C", "\\"), "222");
   EXPECT_EQ(Hits(japanese, "\x95\x95\x95\x5C", "\\"), "---");
-  EXPECT_EQ(Hits(japanese, "\xB1\\\x95", "\\"), "111"); // a character of one byte above ASCII; half a one at the end
+  EXPECT_EQ(Hits(japanese, "\xB1\\\x95", "\\"), "111"); // one byte beyond ASCII; half a character at the end
   EXPECT_EQ(Hits(japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C"), "3"); // bytes across two characters do not count
   EXPECT_EQ(Hits(japanese, "text\x95", ""), "0");
   if (!hasUtf8) return;
   EXPECT_EQ(Hits(utf8, "\u00e9\\b\\", "\\"), "224");
-  EXPECT_EQ(Hits(utf8, "\u00e9\xC3", "\xC3"), "222"); // the first byte of a character, and then one of its own
+  EXPECT_EQ(Hits(utf8, "\u00e9\xC3", "\xC3"), "222"); // as first byte of a character, then alone
   EXPECT_EQ(Hits(yen, "\x95\x5C\x5C", "\\"), "222");
 }
 
@@ -55,13 +55,13 @@ std::string Copied(const char* locale, const char* text, std::size_t count) {
 TEST(MultibyteTest, BoundedCopiesSplitNoCharacter) {
   EXPECT_EQ(Copied(plain, "a\u00e9", 2), "a\xC3");
   EXPECT_EQ(Copied(japanese, "a\x83\x41\x83\x42", 4), "a\x83\x41");
-  EXPECT_EQ(Copied(japanese, "\x95\x95\x95\x95", 3), "\x95\x95"); // read backwards the half could not be seen
+  EXPECT_EQ(Copied(japanese, "\x95\x95\x95\x95", 3), "\x95\x95"); // needs a scan from the start
   EXPECT_EQ(Copied(japanese, "a\x83", 2), "a\x83");
   if (!hasUtf8) return;
   EXPECT_EQ(Copied(utf8, "a\u00e9", 2), "a");
   EXPECT_EQ(Copied(utf8, "a\u00e9", 5), "a\u00e9");
   EXPECT_EQ(Copied(utf8, "\U0001F600x", 3), "");
-  EXPECT_EQ(Copied(utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5), "\xA9\xA9\xA9\xA9\xA9"); // each one of its own
+  EXPECT_EQ(Copied(utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5), "\xA9\xA9\xA9\xA9\xA9"); // each counts as a character
 }
 
 bool AreEqual(const char* locale, const char* left, const char* right, std::size_t count = 100) {
@@ -85,7 +85,7 @@ TEST(MultibyteTest, CasesAreFoldedByCharacter) {
   EXPECT_FALSE(AreEqual(japanese, "\x83", "\x83\x41"));
   if (!hasUtf8) return;
   EXPECT_TRUE(AreEqual(utf8, "\u00c9t\u00e9", "\u00e9T\u00c9"));
-  EXPECT_FALSE(AreEqual(utf8, "\u212a", "k")); // the kelvin sign is no ASCII letter
+  EXPECT_FALSE(AreEqual(utf8, "\u212a", "k")); // the Kelvin sign is not an ASCII letter
 }
 
 TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {

@@ -1,4 +1,4 @@
-// What replacing a file must respect on Windows alone.
+// What replacing a file must respect only on Windows.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -52,7 +52,7 @@ TEST_F(WindowsFilesTest, AttributesAreTakenOver) {
   }
 }
 
-// Another program that opened the file and closes it after a while.
+// Opens the file, as another program would, and closes it after a while.
 std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
   const HANDLE held = CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_NE(held, INVALID_HANDLE_VALUE);

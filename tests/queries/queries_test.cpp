@@ -14,7 +14,7 @@ using namespace std::string_literals;
 std::string Package(const std::string& id, const std::string& content) {
   return "<ProductPackage><ProductID>" + id + "</ProductID>" + content + "</ProductPackage>";
 }
-// Without an attribute where there is no value.
+// Attributes without a value are omitted.
 std::string Detection(const std::string& branch, const std::string& version) {
   return "<ProductDetection" + (branch.empty() ? "" : " Branch='" + branch + "'") + "><ProductVersion>" + version +
          "</ProductVersion><PlatformID>W-" + version + "</PlatformID></ProductDetection>";
@@ -29,7 +29,7 @@ const std::string settings =
     "<ExtraSettings><Setting>unnamed</Setting><Setting Name='minimumdatversion'>0</Setting>"
     "<Setting Name='MinimumDATVersion'>99</Setting><Other/><Setting Name='EngineFile'>e.dll</Setting></ExtraSettings>";
 
-// All fields in order, so that one text says what a record holds.
+// All fields in order, joined to one text for comparison.
 std::string Joined(const DetectionInfo& i) {
   std::string joined;
   for (const std::string& field : {i.ProductVersion, i.ProductID, i.LangID, i.PlatformID, i.MinimumDATVersion, i.Branch,
@@ -39,7 +39,7 @@ std::string Joined(const DetectionInfo& i) {
   return joined;
 }
 
-// The calls of a whole walk from a position: code, record and the position afterwards.
+// All calls of a walk from a position on: code, record and new position.
 std::string Walk(const TestDocument& document, std::array<std::uint32_t, 3> position = {1, 1, 1}) {
   std::string calls;
   DetectionInfo info;
@@ -50,7 +50,7 @@ std::string Walk(const TestDocument& document, std::array<std::uint32_t, 3> posi
     calls += std::to_string(code) + ":" + Joined(info) + "@";
     for (const std::uint32_t place : position) calls += std::to_string(place);
     calls += '\n';
-  } while (code == 0 || !info.Branch.empty()); // a missing Version alone also gives a code
+  } while (code == 0 || !info.Branch.empty()); // a missing Version also gives a code
   return calls;
 }
 
@@ -81,7 +81,7 @@ TEST(EnumDetectionInfo, WalksAllPairs) {
   }
 }
 
-// Position 0 finds only what 1 has opened before, and is never stored.
+// Position 0 finds only what position 1 has opened before, and is never stored.
 TEST(EnumDetectionInfo, TakesPositionsAsTheyStand) {
   const TestDocument document("<C>" + Package("P", Detection("A", "1") + Language("A", "v")) + "</C>");
   EXPECT_EQ(Walk(document, {0, 0, 0}), "3:,,,,,,,,,@000\n");
@@ -109,8 +109,8 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
   EXPECT_EQ(get("B", "Quart", "Delta", cookie), "0:2,Quart,de,W-2,99,B,Delta,e.dll,v3,");
   EXPECT_EQ(get("A", "Quart", "Full", cookie), "0:1,Quart,,W-1,,A,Full,,v2,");
   EXPECT_EQ(get("B", "Quart", "Bare", cookie), "3:2,Quart,,W-2,,B,Bare,,,"); // only Version is missing
-  // A package without a type ends the search before it. Only the first product of that name is looked at, and none behind a
-  // package without a name.
+  // A package without a type ends the search before it. Only the first product of that name is looked at, and none
+  // behind a package without a name.
   using Row = std::array<const char*, 3>;
   for (const auto& [branch, product, type] :
        {Row{"B", "Quart", "Late"}, Row{"C", "Quart", "Full"}, Row{"B", "R", "Full"}, Row{"B", "Quart", "full"},
@@ -120,7 +120,8 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
   EXPECT_EQ(get("B", "Quart", "Full", ~cookie).front(), '3');
 }
 
-// A path of one name that begins with the root's names the root alone, whatever the occurrence: a walk must end all the same.
+// A path of one name that begins with the root's name means the root, whatever the occurrence. A walk must end even
+// then.
 TEST(DetectionQueries, EndWhateverTheRootIsCalled) {
   const std::string package = Package("P", Detection("A", "1") + Language("A", "v", "T", settings));
   using Row = std::tuple<std::string, std::uint32_t, std::uint32_t>;
@@ -194,7 +195,7 @@ TEST(IsRepositoryEnabled, ReadsStatusAndVersion) {
     const std::uint32_t* const room = text == nullptr ? nullptr : &capacity;
     EXPECT_EQ(IsRepositoryEnabled(document.list, &document.cookie, &enabled, text, room), code);
     EXPECT_EQ(enabled, isEnabled);
-    EXPECT_EQ(buffer, version + std::string(16 - version.size(), '#')); // what is not written stays
+    EXPECT_EQ(buffer, version + std::string(16 - version.size(), '#')); // the rest is not changed
   }
 }
 

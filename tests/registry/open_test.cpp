@@ -22,7 +22,7 @@ class Opening : public testing::Test {
     log.Take();
     return OpenXML(list, fileName.c_str(), 999, encrypted, &cookie); // the encoding has no effect
   }
-  // The last letters of the names in the list, whose links are checked.
+  // The last letters of the names in the list. Also checks its links.
   std::string Names() {
     std::string names;
     for (const XmlFileRecord* it = list->head; it != nullptr; it = it->next) {
@@ -50,7 +50,7 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
             (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}));
   EXPECT_EQ(list->head->elementMap->Find("Catalog"), &list->head->document->GetRoot());
 
-  // In other letter case, as another kind, and with the file gone: the open document answers.
+  // With other case, as encrypted, and with the file gone: the open document is found.
   std::filesystem::remove(name);
   cookie = 0;
   EXPECT_EQ(Open(folder.Name("A.XML"), 1), XmlSuccess);
@@ -121,7 +121,7 @@ TEST_F(Opening, KeepsTheOrderWhateverCloses) {
     ASSERT_EQ(Open(folder.Write(name, "<a/>")), XmlSuccess);
     cookies.push_back(cookie);
   }
-  list->head->next->cookie = cookies[2]; // of two with one cookie the older closes
+  list->head->next->cookie = cookies[2]; // if two have the same cookie, the older is closed
   for (const auto& [closed, left] : {std::pair(1U, "abcdef"), {2U, "acdef"}, {5U, "acde"}, {0U, "cde"}, {3U, "ce"}}) {
     CloseXML(list, cookies[closed]);
     EXPECT_EQ(Names(), left);

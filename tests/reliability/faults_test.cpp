@@ -1,7 +1,8 @@
-// Each call that the library makes of what lies below it fails in turn: the allocation functions, its own and those of the
-// parser and the cipher, and the system's functions on files. No exception leaves a function, the code is a promised one, the
-// file is the old one or the new one, whole, nothing else stays in its folder, and the same call works the next time. What a
-// failure leaks, the address sanitizer tells. The linker leads all calls here that come from what is linked statically.
+// Makes each call fail in turn that the library makes of lower layers: its own allocations, those of the parser and the
+// cipher, and the system's file functions. No exception may leave a function, the code must be a documented one, the
+// file must be either the old or the new one, complete, no other file may stay in its folder, and the same call must
+// succeed the next time. The address sanitizer reports leaks. The linker redirects the calls from everything that is
+// linked statically.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
@@ -22,12 +23,12 @@ namespace {
 
 struct Fault {
   enum Place { Memory, System } place;
-  int kind = 0;      // of the system: errno; of memory: not 0 if all further calls fail, too
-  int countdown = 0; // the call that fails, counted from 1; none for 0
+  int kind = 0;      // for System: errno; for Memory: nonzero if all later calls fail, too
+  int countdown = 0; // the number of the call that fails, from 1; 0: none
   bool isArmed = false, hasFired = false, linksFail = false;
 } fault;
-std::vector<std::string> systemCalls; // while a fault of the system is armed
-std::function<void()> atFlush;        // done once, at the first of those that is a flush
+std::vector<std::string> systemCalls; // recorded while a System fault is armed
+std::function<void()> atFlush;        // run once, at the first call of fsync
 
 bool Fails(Fault::Place place) noexcept {
   if (!fault.isArmed || fault.place != place) return false;
@@ -44,12 +45,12 @@ bool SystemFails(const char* call) {
   return fails || (fault.linksFail && systemCalls.back() == "linkat");
 }
 
-// Reads and writes come to an end early.
+// Shortens reads and writes.
 std::size_t Part(std::size_t size) { return fault.place == Fault::System ? std::min<std::size_t>(size, 60) : size; }
 
 } // namespace
 
-// The build reads the names from here. A sanitizer's library finds the calls, too.
+// The build reads the names from here. They are visible so that a sanitizer's library can call them.
 #pragma GCC visibility push(default)
 #define SYSTEM_CALL(name, Result, parameters, arguments) \
   extern "C" Result __real_##name parameters;            \
@@ -83,8 +84,8 @@ ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size))
 ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
 #pragma GCC visibility pop
 
-// The whole program's. Not inlined, so that the compiler does not take them for a mismatch of operator new and free. The forms
-// for arrays call these, but for the sanitizers' own.
+// For the whole program. Not inlined, because the compiler would warn of a mismatch of operator new and free. The array
+// forms call these, except with sanitizers.
 [[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
 [[gnu::noinline]] void* operator new(std::size_t size) {
   void* const block = std::malloc(size);
@@ -94,7 +95,7 @@ ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
-// The cipher library takes its memory by these functions if it is told before it takes any.
+// The cipher library uses these functions if they are set before its first allocation.
 [[maybe_unused]] const int cipherLibraryTold =
     CRYPTO_set_mem_functions([](std::size_t size, const char*, int) { return std::malloc(size); },
                              [](void* old, std::size_t size, const char*, int) { return std::realloc(old, size); },
@@ -102,7 +103,7 @@ void operator delete(void* block, std::size_t) noexcept { operator delete(block)
 
 namespace {
 
-// A document in another encoding, one whose type tells something, and one with names beyond ASCII and a long one.
+// A document in another encoding, one with a document type, and one with names beyond ASCII and a long name.
 const std::string gbk = "<?xml version='1.0' encoding='GBK'?><R>\xC4\xE3</R>";
 const std::string catalog = R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
 <Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
@@ -111,7 +112,7 @@ const std::string longName(80, 'n'), longValue(80, 'v');
 const std::string words =
     "<W\xC3\xB6rt>\n  <\xC3\xA4 k='v'>\xC3\xBC</\xC3\xA4>\n  <" + longName + "/>\n</W\xC3\xB6rt>\n";
 
-// What the calls answer.
+// The calls' results.
 char text[260];
 std::vector<FileListEntry> files;
 
@@ -132,7 +133,7 @@ std::uint32_t SetLong(Opened d) { return Set(d, "", longName.c_str()); }
 void OpenPackage(Opened d) { d.Group("ProductPackage"); }
 void RemoveFile(Opened d) { std::filesystem::remove(d.Name()); }
 void EditFile(Opened d) { d.Write("<W\xC3\xB6rt><B/></W\xC3\xB6rt>"); }
-// Another owner's file behind a link, with attributes.
+// Makes the file a link to another owner's file with attributes.
 void MoveBehindLink(Opened d) {
   const std::string target = d.Name() + ".target";
   std::filesystem::rename(d.Name(), target);
@@ -171,7 +172,7 @@ const struct Work {
     {"make the file anew without links", Setting, words, SetLong, RemoveFile},
 };
 
-// Whether a call may give the code when it meets the fault.
+// Whether a call that meets the fault may return the code.
 bool IsPromised(Kind kind, std::uint32_t code) {
   if (kind == Other || (fault.place == Fault::System && fault.kind == EINTR)) return false;
   if (kind == Reading) return code == 3 || code == 34;
@@ -181,7 +182,7 @@ bool IsPromised(Kind kind, std::uint32_t code) {
   return code == 34;
 }
 
-struct State { // of the file and its folder, and what was answered
+struct State { // of the file, its folder and the results
   std::string bytes;
   std::ptrdiff_t files = 0;
   std::string answers;
@@ -205,12 +206,12 @@ std::uint32_t CallWith(const Fault& wanted, const Work& work, Opened document) {
   return code;
 }
 
-// Gives whether the call was reached that was to fail. right: what is there after the work without a fault, which a run with
-// countdown 0 tells.
+// Returns whether the call that should fail was reached. right: the state after the work without a fault, set by a run
+// with countdown 0.
 bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& right) {
   SCOPED_TRACE(testing::Message() << work.name << ", kind " << wanted.kind << ", call " << wanted.countdown);
   TestDocument document(work.text, encrypted);
-  EXPECT_TRUE(work.kind != Setting || document.Save() == 0U); // its file is as it was left
+  EXPECT_TRUE(work.kind != Setting || document.Save() == 0U); // so the file is in the state that the document remembers
   if (work.prepare != nullptr) work.prepare(document);
   const State old = StateOf(document);
   const std::uint32_t code = CallWith(wanted, work, document);
@@ -218,7 +219,7 @@ bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& r
   const State now = StateOf(document);
   if (wanted.countdown == 0) right = now;
   EXPECT_TRUE(code == 0 || (hasFired && IsPromised(work.kind, code))) << code;
-  // The last flush is the folder's; a file that could not be linked was flushed, too.
+  // The last flush is that of the folder; a file that could not be linked was flushed before.
   const bool folderFailed = hasFired && std::ranges::count(systemCalls, "fsync") == (fault.linksFail ? 3 : 2);
   EXPECT_EQ(now.bytes, code == 0 || folderFailed ? right.bytes : old.bytes);
   EXPECT_EQ(now.files, code == 0 || folderFailed ? right.files : old.files);
@@ -227,7 +228,7 @@ bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& r
   return hasFired;
 }
 
-// Makes each call in turn fail, and gives how many there are.
+// Makes each call fail in turn, and returns the number of calls.
 int Sweep(const Work& work, Fault wanted, std::int32_t encrypted = 0) {
   State right;
   Run(work, wanted, encrypted, right);
@@ -237,14 +238,14 @@ int Sweep(const Work& work, Fault wanted, std::int32_t encrypted = 0) {
   return wanted.countdown - 1;
 }
 
-// A line takes memory, too, but what becomes of it here doesn't.
+// Storing a line must not count as the library's allocation.
 void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* line) {
   const bool wasArmed = std::exchange(fault.isArmed, false);
   static_cast<std::set<std::wstring>*>(lines)->insert(line);
   fault.isArmed = wasArmed;
 }
 
-// Files are kept in memory where that can be: a disk would flush them thousands of times.
+// Uses files in memory if possible, since a disk would flush them thousands of times.
 [[maybe_unused]] const bool inMemory = std::filesystem::exists("/dev/shm") && setenv("TMPDIR", "/dev/shm", 0) == 0;
 
 constexpr const char* locale = "ISO-8859-1"; // names and values are converted
@@ -277,7 +278,7 @@ TEST(Faults, OfAnySystemCall) {
   }
 }
 
-// The order of the calls that matter to a loss of power, and an edit while the new file is flushed.
+// The order of the calls that matter after a loss of power, and an edit during the flush of the new file.
 TEST(Save, FlushesBeforeItNamesAndKeepsAnEditMeanwhile) {
   TestDocument document("<R/>");
   ASSERT_EQ(document.Save(), 0U);

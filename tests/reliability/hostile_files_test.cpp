@@ -1,5 +1,5 @@
-// Time and memory stay in proportion to the file, whatever it holds. Prints what each document took; the environment variable
-// TARVIK_HOSTILE_BYTES asks for larger ones than the megabyte that serves as a test.
+// Time and memory must stay in proportion to the file's size, whatever it contains. Prints the cost of each document.
+// The environment variable TARVIK_HOSTILE_BYTES sets another size than a megabyte.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// The text as often as told, "@" in it standing for 0, 1, 2, ...
+// The text, repeated, with "@" replaced by 0, 1, 2, ...
 std::string Repeat(const std::string& text, std::size_t count) {
   const std::size_t place = text.find('@');
   std::string all;
@@ -21,7 +21,7 @@ std::string Repeat(const std::string& text, std::size_t count) {
 }
 
 using Document = const TestDocument&;
-using Call = bool (*)(Document document, std::uint32_t n); // about the n-th unit; false for a wrong answer
+using Call = bool (*)(Document document, std::uint32_t n); // uses the n-th unit; false for a wrong answer
 
 bool Reads(Document document, const std::string& item, std::uint32_t n, const std::string& attribute = "") {
   char value[16];
@@ -43,7 +43,8 @@ bool Makes(Document document, std::uint32_t n) {
   return n > 20 || document.SetText((path + "b").c_str(), ("n" + std::to_string(n)).c_str(), "v") == XmlSuccess;
 }
 
-// A caller's work on a document of so many units; what is to be read is always the last child. Gives the code of opening it.
+// What a caller does with a document of `count` units, whose last child is read and set. Returns the code of opening
+// it.
 int Work(const std::string& bytes, Call call, std::uint32_t count) try {
   const TestDocument document(bytes);
   bool isAsExpected = true;
@@ -58,7 +59,7 @@ int Work(const std::string& bytes, Call call, std::uint32_t count) try {
   return error.what() == std::string("OpenXML gave 1") ? int{XmlOutOfMemory} : 99;
 }
 
-// Entities, each of which refers so many times to the one before.
+// Entities, each of which refers `width` times to the one before.
 std::string Levels(const std::string& declare, const std::string& refer, int count, std::size_t width) {
   std::string text = "<!DOCTYPE r [" + declare + "0 'lol'>";
   for (int i = 1; i <= count; ++i) {
@@ -70,13 +71,13 @@ std::string Levels(const std::string& declare, const std::string& refer, int cou
 TEST(HostileFiles, CostInProportionToTheirSize) {
   const std::string bomb = Levels("<!ENTITY e", "&e", 9, 10);
   const std::string quadratic = "<!DOCTYPE r [<!ENTITY e '" + std::string(200'000, 'x') + "'>]><r>";
-  // Expat would let these elements pass.
-  const std::string elements = "<!DOCTYPE r [<!ENTITY f '" + Repeat("<a/>", 60) + "'>]><r>";
+  const std::string elements =
+      "<!DOCTYPE r [<!ENTITY f '" + Repeat("<a/>", 60) + "'>]><r>"; // which Expat alone accepts
   const std::string defaults = "<!DOCTYPE r [<!ATTLIST r" + Repeat(" a@ CDATA ''", 30'000) + ">]><r>";
   const std::string entities = "<!DOCTYPE r [<!ENTITY e '" + std::string(280, 'x') + "'><!ENTITY f '<a/>'>]><r><t>";
   const std::string external =
       "<!DOCTYPE r [<!ENTITY % p SYSTEM 'file:///dev/zero'>%p;<!ENTITY e SYSTEM '/dev/zero'>]><r>";
-  const struct { // the units are repeated, each as often as the other
+  const struct { // both units are repeated equally often
     const char* name;
     std::string begin, unit, middle, secondUnit;
     Call call = nullptr;
@@ -107,12 +108,12 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
   constexpr std::size_t times = 8;
   for (const auto& [name, begin, unit, middle, secondUnit, call, code] : documents) {
     SCOPED_TRACE(name);
-    double seconds[2], most = 0; // of processor time, which other programs on the machine do not lengthen; bytes
+    double seconds[2], most = 0; // seconds: of processor time, which other programs do not affect; most: in bytes
     for (const bool large : {false, true}) {
       const std::size_t count = size / (large ? 1 : times) / std::max<std::size_t>(unit.size() + secondUnit.size(), 1);
       const std::string bytes =
           begin + Repeat(unit, count) + middle + Repeat(secondUnit, count) + "<z k='v'>end</z></r>";
-      // In a process of its own, so that its peak and its death are its own.
+      // In a separate process, for its own peak memory, and in case it crashes.
       const pid_t child = fork();
       if (child == 0) _exit(Work(bytes, call, static_cast<std::uint32_t>(count)));
       int status = 0;
@@ -127,7 +128,7 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
     }
     EXPECT_LT(seconds[0], 5.0);
     EXPECT_LT(seconds[1], 3 * times * seconds[0] + 0.3);
-    EXPECT_TRUE(IS_SANITIZED || most < 48e6 + 40.0 * static_cast<double>(size)); // a sanitizer's own use hides it
+    EXPECT_TRUE(IS_SANITIZED || most < 48e6 + 40.0 * static_cast<double>(size)); // a sanitizer needs more
   }
 }
 

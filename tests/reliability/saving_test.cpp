@@ -1,4 +1,5 @@
-// What a save answers is true, whoever else writes the file: sets that answered 0 are in it, and what others wrote stays.
+// Saving while other programs write the file: sets that returned 0 must be in the file, and other programs' changes
+// must stay.
 #include <gtest/gtest.h>
 
 #include "support/log_lines.h"
@@ -10,12 +11,12 @@ namespace {
 constexpr const char* before = "<!DOCTYPE R><R><A>1</A></R>";
 constexpr const char* own = "<!DOCTYPE R><R><A k=\"b c\">new</A></R>";
 
-// What stands in the file when the document, opened as `before`, sets A and its attribute, and what it holds then.
+// The file when a document that was opened as `before` sets A and its attribute, and the file after that.
 const struct {
   const char* theirs; // null: the file is gone
   std::uint32_t code;
-  const char* after; // null: nothing is changed
-  const char* line;  // under "ostrumxml"
+  const char* after; // null: unchanged
+  const char* line;  // a part of the log line of "ostrumxml"
 } meetings[] = {
     {before, 0, own, ""},
     {"<!DOCTYPE R><R><A>2</A></R>", 0, own, ""},
@@ -48,7 +49,7 @@ TEST(Saving, ChangesTheFileAsItIsByThen) {
       EXPECT_TRUE(*line != '\0' || lines.find("ostrumxml") == lines.npos) << lines;
       EXPECT_EQ(document.Bytes(), after != nullptr ? after : theirs);
 
-      // What was written by others stays with the next set, too, and what could not be set then is now.
+      // The next set also keeps other programs' changes, and carries out the set that failed.
       if (code != 0) document.Write("<R><B/></R>");
       EXPECT_EQ(document.SetText("", "Z", "z"), 0U);
       std::string next = after != nullptr ? after : "<R><B/><A k=\"b c\">new</A></R>";
@@ -56,7 +57,7 @@ TEST(Saving, ChangesTheFileAsItIsByThen) {
       next.insert(next.rfind(isOnLines ? "\n</R" : "</R"), isOnLines ? "\n  <Z>z</Z>" : "<Z>z</Z>");
       EXPECT_EQ(document.Bytes(), next);
 
-      // What this document made is never taken for another element whose name only begins so, nor made twice.
+      // An element that this document created is neither confused with one of a longer name nor created twice.
       next.insert(next.find("<Z>"), "<Z1/>");
       document.Write(next);
       EXPECT_EQ(document.SetText("", "Z", "y"), 0U);

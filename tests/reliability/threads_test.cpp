@@ -1,5 +1,5 @@
-// Two lists on two threads, with one encrypted file between them, their lines going to sinks that change meanwhile. Worth most
-// under the thread sanitizer; without it, wrong answers still show.
+// Two threads with a list each set items of the same encrypted file, while a third changes the log sink. Most useful
+// with the thread sanitizer; wrong results show without it.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -12,7 +12,7 @@ namespace {
 
 std::atomic<std::size_t> lines[2], mixed;
 
-// The sink that only the context of its number must reach.
+// A sink that must only be called with the context of its number.
 template <int number>
 void CountLine(void* context, corekit::LogKind, const wchar_t*, const wchar_t*) {
   ++lines[number];
@@ -37,7 +37,7 @@ TEST(Threads, LoseNothingAndMixNothingWhileTheSinkChanges) {
   for (int round = 0; round < 100; ++round) {
     const std::string value = std::to_string(round);
     if (round % 3 == 0) std::filesystem::remove(document.Name());
-    std::atomic<int> ready = 0; // a std::barrier can miss its wake-up on Windows
+    std::atomic<int> ready = 0; // std::barrier can miss a wake-up on Windows
     const auto set = [&](XmlFileList* own, std::uint32_t ownCookie, const char* item) {
       for (++ready; ready < 2;) std::this_thread::yield();
       EXPECT_EQ(SetXMLItem(own, ownCookie, "", item, "ELEMENT", value.c_str()), 0U);

@@ -1,4 +1,4 @@
-// Captures what the library logs.
+// Captures the library's log lines.
 #ifndef TARVIK_TESTS_SUPPORT_LOG_LINES_H
 #define TARVIK_TESTS_SUPPORT_LOG_LINES_H
 
@@ -9,7 +9,7 @@
 #include "corekit/corekit.h"
 #include "host/ostrumxml/utf8.h"
 
-// Sets itself as the log sink for its lifetime. Use it on one thread only.
+// Is the log sink during its lifetime. For use on one thread only.
 class LogLines {
  public:
   LogLines() noexcept { corekit::SetLogSink(&Receive, this); }

@@ -1,4 +1,4 @@
-// Takes the place of the platform's Sleep, so that opening a document does not wait.
+// Replaces the platform's Sleep, so that opening a document does not wait.
 #include "platform/platform.h"
 
 void platform::Sleep(std::uint32_t) noexcept {}

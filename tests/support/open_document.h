@@ -1,4 +1,4 @@
-// A document in a file of its own, opened through the library. Link support/no_wait.cpp beside it.
+// A document in a temporary file, opened through the library. Needs support/no_wait.cpp.
 #ifndef TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 #define TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 
@@ -11,7 +11,7 @@
 
 class TestDocument {
  public:
-  // text: what the file holds, before it is encrypted where it shall be.
+  // text: the file's content before encryption, if any.
   explicit TestDocument(const std::string& text, std::int32_t encrypted = 0) : encrypted(encrypted) {
     Write(text);
     Reopen();
@@ -19,7 +19,7 @@ class TestDocument {
   ~TestDocument() { EndXMLList(&list); }
   TestDocument(TestDocument&&) = delete;
 
-  // Opens the file in a new list in the place of the old one, and gives the code.
+  // Opens the file in a new list, which replaces the old one, and returns the code.
   std::uint32_t Open() {
     EndXMLList(&list);
     const std::uint32_t code = InitXMLList(&list);
@@ -32,25 +32,25 @@ class TestDocument {
 
   const std::string& Name() const { return name; }
   std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
-  // The text in the file, or why there is none.
+  // The file's text, or why there is none.
   std::string Bytes() const {
     if (!std::filesystem::exists(name)) return "gone";
     std::string bytes = folder.Read(fileName);
     return encrypted == 0 || corekit::KCryptWrap::decrypt_data(bytes, bytes) ? bytes : "not encrypted";
   }
-  // As another program would.
+  // Writes the file as another program would.
   void Write(std::string text) const {
     if (encrypted != 0) corekit::KCryptWrap::encrypt_data(text, text);
     folder.Write(fileName, text);
   }
 
-  // The ID of the group, or what stands in its place ("Not Found").
+  // The group's ID, or "Not Found".
   std::string Group(const char* path, std::uint32_t occurrence = 1) const {
     char id[260] = "";
     EnumXMLGroup(list, cookie, path, occurrence, id, sizeof id);
     return id;
   }
-  // The text of a child element, whole, or "Not Found".
+  // The whole text of a child element, or "Not Found".
   std::string Text(const char* path, const char* child) const { return Read(path, child, "ELEMENT", nullptr); }
   std::string Attribute(const char* path, const char* element, const char* attribute) const {
     return Read(path, element, "ATTRIBUTE", attribute);

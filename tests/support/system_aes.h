@@ -1,4 +1,4 @@
-// Whether the system has AES at all: 32-bit programs under Wine have none, and a test of the cipher is skipped there.
+// Whether the system has AES. 32-bit programs under Wine have none, so tests of the cipher are skipped there.
 #ifndef TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
 #define TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
 
@@ -11,7 +11,7 @@
 #include <bcrypt.h>
 #endif
 
-// Asks the system itself, so that a fault of ours is not taken for a system without AES.
+// Asks the system directly, so that a fault of the library is not mistaken for a missing AES.
 inline bool SystemHasAes() {
 #ifdef _WIN32
   BCRYPT_ALG_HANDLE provider = nullptr;
@@ -24,8 +24,8 @@ inline bool SystemHasAes() {
 #endif
 }
 
-// What a test passes to OpenXML in turn: plain files, and encrypted ones where the system can. The cipher's own test says
-// where they are skipped.
+// The values of `encrypted` to test OpenXML with: 1 only if the system has AES. The cipher's test reports if it is
+// skipped.
 inline std::vector<std::int32_t> PlainAndEncrypted() {
   return SystemHasAes() ? std::vector<std::int32_t>{0, 1} : std::vector<std::int32_t>{0};
 }

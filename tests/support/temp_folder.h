@@ -1,4 +1,4 @@
-// A folder of a test's own, gone with all its files when the test ends.
+// A temporary folder for a test, removed with all its files when the test ends.
 #ifndef TARVIK_TESTS_SUPPORT_TEMP_FOLDER_H
 #define TARVIK_TESTS_SUPPORT_TEMP_FOLDER_H
 
@@ -23,12 +23,12 @@ class TempFolder {
   TempFolder(TempFolder&&) = delete;
 
   const std::filesystem::path& Path() const { return path; }
-  // The full name of a file in the folder, whether it is there or not.
+  // The full name of a file in the folder, whether it exists or not.
   std::string Name(std::string_view file) const { return (path / file).string(); }
 
   std::ptrdiff_t FileCount() const { return std::distance(std::filesystem::directory_iterator(path), {}); }
 
-  // Writes the bytes as they are, over an old file of that name, and returns the full name.
+  // Writes the bytes unchanged, replacing an old file of that name, and returns the full name.
   std::string Write(std::string_view file, std::string_view bytes) const {
     std::ofstream stream(Name(file), std::ios::binary);
     if (!(stream << bytes << std::flush)) throw std::runtime_error("can't write " + Name(file));
