@@ -62,8 +62,8 @@ Examination Examine(const std::string& fileName, bool encrypted) {
   result.reason = isEncrypted ? "is encrypted; --encrypted opens it"
                   : failure   ? failure->reason
                               : "is longer than 2 GB in UTF-8";
-  if (isEncrypted || !failure || failure->offset == Ostrum::DecodeFailure::noOffset) return result;
-  const std::string_view before = std::string_view(bytes).substr(0, failure->offset);
+  if (isEncrypted || !failure || !failure->offset) return result;
+  const std::string_view before = std::string_view(bytes).substr(0, *failure->offset);
   result.line = static_cast<int>(std::ranges::count(before, '\n')) + 1;
   result.column = static_cast<int>(before.size() - (before.rfind('\n') + 1)) + 1; // npos wraps to 0 in the first line
   return result;

@@ -140,12 +140,9 @@ std::string_view DeclaredEncoding(std::string_view text) {
 
 using Failure = std::optional<DecodeFailure>;
 
-constexpr std::size_t noOffset = DecodeFailure::noOffset;
-
-Failure Refuse(const char* reason, std::string_view encoding = {}, std::size_t offset = noOffset) {
-  DecodeFailure failure{reason + std::string(encoding), offset};
-  if (offset != noOffset) failure.reason += " at byte offset " + std::to_string(offset);
-  return failure;
+Failure Refuse(const char* reason, std::string_view encoding = {}, std::optional<std::size_t> offset = {}) {
+  const std::string place = offset ? " at byte offset " + std::to_string(*offset) : "";
+  return DecodeFailure{reason + std::string(encoding) + place, offset};
 }
 
 constexpr const char* invalid = "invalid ";

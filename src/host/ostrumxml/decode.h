@@ -20,10 +20,8 @@ enum UTF_ENCODINGS : int {
 
 // Why bytes cannot be decoded: the encoding is not supported, or they are not valid in it.
 struct DecodeFailure {
-  static constexpr std::size_t noOffset = std::string::npos;
-
-  std::string reason;            // in ASCII, includes the offset
-  std::size_t offset = noOffset; // of the first invalid byte
+  std::string reason;                // in ASCII, includes the offset
+  std::optional<std::size_t> offset; // of the first invalid byte
 };
 
 // Converts a file's bytes to UTF-8. A byte-order mark or the XML declaration gives the encoding; a declaration of

@@ -4,11 +4,6 @@
 #include "platform/posix/file_descriptor.h"
 
 namespace platform {
-namespace {
-
-std::int64_t Nanoseconds(const timespec& time) noexcept { return time.tv_sec * second + time.tv_nsec; }
-
-} // namespace
 
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   std::error_code noFolder;
@@ -22,8 +17,9 @@ std::int64_t CurrentTime() noexcept {
 
 // The number changes if a rename replaces the file, size and times if it is edited in place.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
+  const auto nanoseconds = [](const timespec& time) { return time.tv_sec * second + time.tv_nsec; };
   FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-                   Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
+                   nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)},
                   status.st_mode & accessBits};
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   return state;
