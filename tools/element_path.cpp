@@ -59,7 +59,7 @@ Way FollowFrom(Element& root, const std::vector<PathComponent>& path, std::size_
 std::string NearestName(const Element& parent, const std::string& name) {
   const auto areEqual = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
   std::string_view nearest;
-  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // more than half of the letters must match
+  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // at least half of the letters must match
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
     const auto common = std::ranges::mismatch(name, child->GetName(), areEqual).in1 - name.begin();
     if (common > most) nearest = child->GetName();

@@ -31,12 +31,8 @@ const std::string settings =
 
 // All fields in order, joined to one text for comparison.
 std::string Joined(const DetectionInfo& i) {
-  std::string joined;
-  for (const std::string& field : {i.ProductVersion, i.ProductID, i.LangID, i.PlatformID, i.MinimumDATVersion, i.Branch,
-                                   i.PackageType, i.EngineFile, i.Version}) {
-    joined += field + ",";
-  }
-  return joined;
+  return i.ProductVersion + "," + i.ProductID + "," + i.LangID + "," + i.PlatformID + "," + i.MinimumDATVersion + "," +
+         i.Branch + "," + i.PackageType + "," + i.EngineFile + "," + i.Version + ",";
 }
 
 // All calls of a walk from a position on: code, record and new position.

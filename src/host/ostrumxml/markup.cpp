@@ -21,6 +21,7 @@ std::uint64_t OutOfPlain(std::uint64_t bytes) noexcept {
 constexpr std::string_view cdataOpening = "<![CDATA[";
 constexpr std::string_view cdataClosing = "]]>";
 
+// The pieces that are recognized by their first characters and end at a fixed text.
 struct Delimited {
   PieceKind kind;
   std::string_view opening, closing;
