@@ -177,7 +177,7 @@ bool IsPromised(Kind kind, std::uint32_t code) {
   if (kind == Other || (fault.place == Fault::System && fault.kind == EINTR)) return false;
   if (kind == Reading) return code == 3 || code == 34;
   if (fault.place == Fault::Memory) return code == 1 || (kind == Opening && code == 34);
-  if (fault.kind == ENOMEM) return code == 1 || (code == 34 && std::ranges::count(systemCalls, "getrandom") > 0);
+  if (fault.kind == ENOMEM) return code == 1 || (code == 34 && std::ranges::count(systemCalls, "getentropy") > 0);
   if (kind == Opening) return code == 42 || (code == 5 && fault.kind == ENOENT);
   return code == 34;
 }

@@ -13,6 +13,10 @@ namespace {
 constexpr std::size_t mostLists = 64;
 constexpr std::size_t mostEntriesPerChild = 3;
 
+// How many results of searches by value a list remembers: of those that more children than the other number match.
+constexpr std::size_t mostResults = 64;
+constexpr std::ptrdiff_t fewMatches = 16;
+
 } // namespace
 
 ChildIndex::ChildIndex(const Content& content, const Element& parent) : content(content) {
@@ -44,39 +48,46 @@ bool ChildIndex::IsOneName(const Range& range) const noexcept {
   return range.first == range.second || NameOf(*range.first).data() == NameOf(*std::prev(range.second)).data();
 }
 
-Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
+const ChildIndex::Range& ChildIndex::LastNamed(NameMatch match, std::string_view text) {
   if (!lastText || *lastText != text || lastMatch != match) {
     lastRange = Named(match, text);
     lastText = text;
     lastMatch = match;
   }
-  if (n == 0 || static_cast<std::size_t>(lastRange.second - lastRange.first) < n) return nullptr;
-  if (IsOneName(lastRange)) return &content.elements.At(lastRange.first[n - 1]);
-  return &content.elements.At(ListFor(ListKind::Prefix, text, {}).numbers[n - 1]);
+  return lastRange;
+}
+
+Element* ChildIndex::NthOf(const Range& range, std::uint32_t n) const noexcept {
+  const auto count = static_cast<std::size_t>(range.second - range.first);
+  return n == 0 || count < n ? nullptr : &content.elements.At(range.first[n - 1]);
+}
+
+Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
+  const Range& range = LastNamed(match, text);
+  return NthOf(IsOneName(range) ? range : ListFor(ListKind::Prefix, text, {}).AsRange(), n);
 }
 
 Element* ChildIndex::NthWithAttribute(std::string_view childName, std::string_view attributeName, std::uint32_t n) {
-  const Numbers& numbers = ListFor(ListKind::ExactWithAttribute, childName, attributeName).numbers;
-  return n == 0 || numbers.size() < n ? nullptr : &content.elements.At(numbers[n - 1]);
+  const List& list = ListFor(ListKind::ExactWithAttribute, childName, attributeName);
+  return NthOf(list.holdsAllNamed ? LastNamed(NameMatch::Exact, childName) : list.AsRange(), n);
 }
 
 Element* ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
                                     std::string_view valueBegin) {
   List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
-  if (!list.lastValue || *list.lastValue != valueBegin) {
-    std::string scratch;
-    const auto valueOf = [&](std::uint32_t number) {
-      return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
-    };
-    std::uint32_t found = 0;
-    auto entry = std::ranges::lower_bound(list.numbers, valueBegin, {}, valueOf);
-    for (; entry != list.numbers.end() && valueOf(*entry).starts_with(valueBegin); ++entry) {
-      found = found == 0 ? *entry : std::min(found, *entry);
-    }
-    list.lastValue = valueBegin;
-    list.lastFound = found;
-  }
-  return list.lastFound == 0 ? nullptr : &content.elements.At(list.lastFound);
+  if (const auto known = list.results.find(valueBegin); known != list.results.end()) return known->second;
+  std::string scratch;
+  const auto valueOf = [&](std::uint32_t number) {
+    return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
+  };
+  const auto begin = std::ranges::lower_bound(list.numbers, valueBegin, {}, valueOf);
+  const auto end = std::find_if_not(begin, list.numbers.end(),
+                                    [&](std::uint32_t number) { return valueOf(number).starts_with(valueBegin); });
+  if (begin == end) return nullptr;
+  Element* const first = &content.elements.At(*std::min_element(begin, end));
+  if (list.results.size() == mostResults) list.results.clear();
+  if (end - begin > fewMatches) list.results.emplace(valueBegin, first);
+  return first;
 }
 
 ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std::string_view attribute) {
@@ -86,8 +97,13 @@ ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std:
   const auto known = std::ranges::find_if(lists, isWanted);
   if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
 
-  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, {}, 0};
+  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, false, {}};
   list.numbers = MakeList(kind, name, attribute);
+  if (kind == ListKind::ExactWithAttribute) {
+    const Range& named = LastNamed(NameMatch::Exact, name);
+    list.holdsAllNamed = list.numbers.size() == static_cast<std::size_t>(named.second - named.first);
+    if (list.holdsAllNamed) list.numbers = {}; // many programs read several attributes of each child in turn
+  }
   if (known != lists.end()) return *known = std::move(list);
   std::size_t entries = list.numbers.size();
   lists.push_back(std::move(list));

@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -45,13 +47,17 @@ class ChildIndex {
     std::string attribute;
     std::uint64_t attributesSet; // the document's counter when the list was made
     Numbers numbers;             // in document order; by value for PrefixByValue
-    // The last value searched in a PrefixByValue list, and the first child found.
-    std::optional<std::string> lastValue;
-    std::uint32_t lastFound;
+    bool holdsAllNamed;          // byName then serves instead of numbers
+    // For PrefixByValue: the first child for each beginning of a value that many have.
+    std::map<std::string, Element*, std::less<>> results;
+
+    Range AsRange() const noexcept { return {numbers.begin(), numbers.end()}; }
   };
 
   std::string_view NameOf(std::uint32_t number) const noexcept;
   Range Named(NameMatch match, std::string_view text) const;
+  const Range& LastNamed(NameMatch match, std::string_view text);
+  Element* NthOf(const Range& range, std::uint32_t n) const noexcept;
   bool IsOneName(const Range& range) const noexcept;
   List& ListFor(ListKind kind, std::string_view name, std::string_view attribute);
   Numbers MakeList(ListKind kind, std::string_view name, std::string_view attribute) const;
