@@ -174,7 +174,7 @@ Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
   }
-  if (key != nullptr) key->Enter(child, true);
+  if (key != nullptr) key->Enter(child);
   return child;
 }
 
@@ -182,8 +182,9 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
   for (const std::string_view part : {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
     key.Append(part);
   }
+  if (key.IsEntered()) return; // under the first element that it led to
   key.Prepare();
-  key.Enter(element, false);
+  key.Enter(element);
 }
 
 // Carries out a request on a document: walks from the root to the element that the request names, taking at each step

@@ -42,12 +42,11 @@ void ElementMap::KeyChain::Prepare() {
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
-  const auto keyHash = static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
-  map.entries.push_back({{stored, storedLength}, keyHash, CElementRef(Ostrum::Element::null)});
+  map.entries.push_back({{stored, storedLength}, HashOfKey(), CElementRef(Ostrum::Element::null)});
   isPrepared = true;
 }
 
-void ElementMap::KeyChain::Enter(Ostrum::Element& element, bool replaces) noexcept {
+void ElementMap::KeyChain::Enter(Ostrum::Element& element) noexcept {
   assert(isPrepared);
   Entry& entry = map.entries.back();
   const std::uint32_t present = map.index.Find(map.entries, entry.key, entry.hash);
@@ -57,7 +56,7 @@ void ElementMap::KeyChain::Enter(Ostrum::Element& element, bool replaces) noexce
     isPrepared = false;
     return;
   }
-  if (replaces) map.entries[present - 1].reference = CElementRef(element);
+  map.entries[present - 1].reference = CElementRef(element);
   Abandon();
 }
 

@@ -80,14 +80,17 @@ class ElementMap::KeyChain {
 
   void Append(std::string_view part) { key += part; }
   bool IsEmpty() const noexcept { return key.empty(); }
+  // Whether there is an entry under the key as it is now.
+  bool IsEntered() noexcept { return map.index.Find(map.entries, key, HashOfKey()) != 0; }
 
   // Prepares an entry under the key as it is now, so that Enter can't fail. Throws std::bad_alloc.
   void Prepare();
-  // Enters a reference to the element, in the place of an entry with that key where one is to be replaced; otherwise that
-  // entry stays. REQUIRES: Prepare was the last call.
-  void Enter(Ostrum::Element& element, bool replaces) noexcept;
+  // Enters a reference to the element, in the place of an entry with that key if there is one. REQUIRES: Prepare was the
+  // last call.
+  void Enter(Ostrum::Element& element) noexcept;
 
  private:
+  std::uint32_t HashOfKey() noexcept { return static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key)); }
   void Abandon() noexcept;
 
   ElementMap& map;

@@ -36,12 +36,13 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   {
     ElementMap::KeyChain keys(map, 20);
     std::size_t number = 0;
-    for (const auto& [part, replaces] :
-         {std::pair("a", false), {"\\b", false}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
+    for (const auto& [part, isEntered] :
+         {std::pair("a", false), {"\\b", true}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
       keys.Append(part);
+      EXPECT_EQ(keys.IsEntered(), isEntered) << part;
       keys.Prepare();
       keys.Prepare(); // an entry that is not entered leaves nothing
-      keys.Enter(Element(++number), replaces);
+      keys.Enter(Element(++number));
     }
     keys.Append("f");
     keys.Prepare();
@@ -50,7 +51,7 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   EXPECT_EQ(map.Size(), 5U);
   using Row = std::pair<const char*, Ostrum::Element*>;
   for (const auto& [key, element] :
-       {Row("a", &Element(1)), Row("a\\b", &Element(0)), Row("a\\b\\c", &Element(3)), Row("last", &Element(4)),
+       {Row("a", &Element(1)), Row("a\\b", &Element(2)), Row("a\\b\\c", &Element(3)), Row("last", &Element(4)),
         Row("a\\b\\c\\d=eeeeeeee", &Element(4)), Row("a\\b\\c\\d=eeeeeeeef", nullptr)}) {
     EXPECT_EQ(map.Find(key), element) << key;
   }
