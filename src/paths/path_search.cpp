@@ -1,9 +1,11 @@
 #include "paths/path_search.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/ostrumxml/utf8.h"
 #include "paths/item_path.h"
@@ -21,8 +23,7 @@ class NameComparison {
  public:
   NameComparison(NameMatch match, std::string_view text) noexcept : match(match), text(text) {}
 
-  bool Matches(const Element& child) {
-    const std::string_view name = child.GetName();
+  bool Matches(std::string_view name) {
     const bool isKnown = name.data() == lastName && (lastConverted || !corekit::SinkIsSet());
     if (isKnown) return lastMatched;
     const LocaleText converted(name);
@@ -46,7 +47,7 @@ template <class IsWanted>
 Element* Walk(const Element& parent, NameMatch match, std::string_view text, IsWanted isWanted) {
   NameComparison names(match, text);
   for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    if (names.Matches(*child) && isWanted(*child)) return &*child;
+    if (names.Matches(child->GetName()) && isWanted(*child)) return &*child;
   }
   return nullptr;
 }
@@ -56,12 +57,25 @@ bool CanCompareInUtf8(const Element& parent, std::string_view text) {
   return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
 }
 
+// The names of children that match, if the same children can be found by one of them, and nothing would be logged.
+std::optional<std::vector<std::string_view>> MatchingNames(const Element& parent, NameMatch match,
+                                                           std::string_view text) {
+  std::vector<std::string_view> names = parent.ChildNames();
+  if (names.empty() || (corekit::SinkIsSet() && !std::ranges::all_of(names, HasLocaleForm))) return std::nullopt;
+  NameComparison comparison(match, text);
+  std::erase_if(names, [&](std::string_view name) { return !comparison.Matches(name); });
+  return names.size() > 1 ? std::nullopt : std::optional(std::move(names));
+}
+
 Element* NullIfNone(Element& element) noexcept { return element.IsNull() ? nullptr : &element; }
 
 } // namespace
 
 Element* FindNthChild(const Element& parent, NameMatch match, std::string_view text, std::uint32_t n) {
   if (CanCompareInUtf8(parent, text)) return NullIfNone(parent.NthChild(match, text, n));
+  if (const auto names = MatchingNames(parent, match, text)) {
+    return names->empty() ? nullptr : NullIfNone(parent.NthChild(NameMatch::Exact, names->front(), n));
+  }
   return Walk(parent, match, text, [&n](const Element&) { return n-- == 1; });
 }
 
@@ -71,13 +85,19 @@ Element* FindNthChildWithAttribute(const Element& parent, std::string_view name,
   if (CanCompareInUtf8(parent, name)) {
     return n == 0 ? nullptr : NullIfNone(parent.NthChildWithAttribute(name, *attributeName, n));
   }
+  if (const auto names = MatchingNames(parent, NameMatch::Exact, name)) {
+    const bool isNone = n == 0 || names->empty();
+    return isNone ? nullptr : NullIfNone(parent.NthChildWithAttribute(names->front(), *attributeName, n));
+  }
   return Walk(parent, NameMatch::Exact, name,
               [&](const Element& child) { return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1; });
 }
 
 Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBegin, const char* attributeName,
                                  std::string_view valueBegin) {
-  if (DocumentPasses(parent) && PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName)) {
+  const bool isPlain = PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName);
+  if (isPlain && (DocumentPasses(parent) ||
+                  (CanCompareInUtf8(parent, nameBegin) && parent.ChildValuesAreAscii(nameBegin, attributeName)))) {
     return NullIfNone(parent.FirstChildWithValue(nameBegin, attributeName, valueBegin));
   }
   std::optional<DocumentText> attribute;

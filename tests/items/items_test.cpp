@@ -117,6 +117,34 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
   for (const char* item : {"R", "A"}) EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
 }
 
+// So many children that an index finds them, named in UTF-8 otherwise than in the locale. "\x83" is half a character there.
+TEST(ReadItem, AmongManyChildrenInOtherCharacterSets) {
+  const std::string so = "\xE3\x82\xBD";
+  std::string text = "<R><t>" + so + "</t>";
+  for (int i = 1; i <= 99; ++i) {
+    const std::string n = std::to_string(i);
+    text += "<" + so + " k='" + n + "'>" + n + "</" + so + "><a k='v" + n + "'/>";
+  }
+  for (const char* const name : {multibyteLocale, narrowLocale}) {
+    const LocaleGuard locale(name);
+    const TestDocument document(text + "<" + so + "b k='w'/></R>");
+    const bool isNamed = name == multibyteLocale;
+    for (const int n : {1, 50, 99, 100}) {
+      for (const char* type : {element, attribute}) {
+        char value[20];
+        EnumXMLItem(document.list, document.cookie, "R", "\x83\x5C", type, n, "k", type, value, sizeof value);
+        EXPECT_EQ(value, isNamed && n < 100 ? std::to_string(n) : "Not Found");
+      }
+      const std::string byValue = "a&k=v" + std::to_string(n);
+      EXPECT_EQ(document.Group(byValue.c_str()), n < 100 ? byValue : "Not Found");
+    }
+    for (const char* begin : {"\x83", "\x83\x5C"}) {
+      EXPECT_EQ(document.Group(begin, 100), isNamed ? begin + std::string("100") : "Not Found");
+      EXPECT_EQ(document.Group(begin, 101), "Not Found");
+    }
+  }
+}
+
 // What a set does to a file. Whole files are compared, so everything else must be unchanged.
 const struct {
   const char *before, *path, *item, *type, *value, *after;

@@ -97,13 +97,8 @@ ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std:
   const auto known = std::ranges::find_if(lists, isWanted);
   if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
 
-  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, false, {}};
-  list.numbers = MakeList(kind, name, attribute);
-  if (kind == ListKind::ExactWithAttribute) {
-    const Range& named = LastNamed(NameMatch::Exact, name);
-    list.holdsAllNamed = list.numbers.size() == static_cast<std::size_t>(named.second - named.first);
-    if (list.holdsAllNamed) list.numbers = {}; // many programs read several attributes of each child in turn
-  }
+  List list{kind, std::string(name), std::string(attribute), content.attributesSet, {}, false, false, {}};
+  Fill(list);
   if (known != lists.end()) return *known = std::move(list);
   std::size_t entries = list.numbers.size();
   lists.push_back(std::move(list));
@@ -115,24 +110,39 @@ ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name, std:
   return lists.back();
 }
 
-ChildIndex::Numbers ChildIndex::MakeList(ListKind kind, std::string_view name, std::string_view attribute) const {
-  const Range range = Named(kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, name);
-  Numbers numbers;
-  std::ranges::copy_if(range.first, range.second, std::back_inserter(numbers), [&](std::uint32_t number) {
-    return kind == ListKind::Prefix || !content.elements.At(number).GetAttribute(attribute).IsNull();
+void ChildIndex::Fill(List& list) {
+  const Range named =
+      Named(list.kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, list.name);
+  const auto attributeOf = [&](std::uint32_t number) {
+    return content.elements.At(number).GetAttribute(list.attribute);
+  };
+  std::ranges::copy_if(named.first, named.second, std::back_inserter(list.numbers), [&](std::uint32_t number) {
+    return list.kind == ListKind::Prefix || !attributeOf(number).IsNull();
   });
-  if (kind != ListKind::PrefixByValue) {
-    std::ranges::sort(numbers);
-    return numbers;
+  if (list.kind != ListKind::PrefixByValue) {
+    std::ranges::sort(list.numbers);
+    const bool isAll = list.numbers.size() == static_cast<std::size_t>(named.second - named.first);
+    list.holdsAllNamed = isAll && list.kind == ListKind::ExactWithAttribute;
+    if (list.holdsAllNamed) list.numbers = {}; // many programs read several attributes of each child in turn
+    return;
   }
   std::vector<std::pair<std::string, std::uint32_t>> byValue;
-  byValue.reserve(numbers.size());
-  for (const std::uint32_t number : numbers) {
-    byValue.emplace_back(content.elements.At(number).GetAttribute(attribute).GetValue(), number);
-  }
+  byValue.reserve(list.numbers.size());
+  for (const std::uint32_t number : list.numbers) byValue.emplace_back(attributeOf(number).GetValue(), number);
+  list.valuesAreAscii = std::ranges::all_of(byValue, [](const auto& entry) { return IsAscii(entry.first); });
   std::ranges::sort(byValue);
-  std::ranges::transform(byValue, numbers.begin(), [](const auto& entry) { return entry.second; });
-  return numbers;
+  std::ranges::transform(byValue, list.numbers.begin(), [](const auto& entry) { return entry.second; });
+}
+
+std::vector<std::string_view> ChildIndex::Names() const {
+  std::vector<std::string_view> names;
+  const auto nameOf = [this](std::uint32_t number) { return NameOf(number); };
+  for (auto next = byName.begin(); next != byName.end();) {
+    names.push_back(nameOf(*next));
+    if (names.size() > byName.size() / 4) return {};
+    next = std::ranges::upper_bound(next, byName.end(), names.back(), {}, nameOf);
+  }
+  return names;
 }
 
 void ChildIndex::Append(const Element& child) {

@@ -27,6 +27,11 @@ class ChildIndex {
   ChildIndex(const Content& content, const Element& parent);
 
   bool NamesAreAscii() const noexcept { return namesAreAscii; }
+  bool ValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) {
+    return ListFor(ListKind::PrefixByValue, nameBegin, attributeName).valuesAreAscii;
+  }
+  // Each name once; none if nearly each child has a name of its own.
+  std::vector<std::string_view> Names() const;
 
   // As the functions of Element, but null if there is no such child.
   Element* Nth(NameMatch match, std::string_view text, std::uint32_t n);
@@ -48,6 +53,7 @@ class ChildIndex {
     std::uint64_t attributesSet; // the document's counter when the list was made
     Numbers numbers;             // in document order; by value for PrefixByValue
     bool holdsAllNamed;          // byName then serves instead of numbers
+    bool valuesAreAscii;         // for PrefixByValue
     // For PrefixByValue: the first child for each beginning of a value that many have.
     std::map<std::string, Element*, std::less<>> results;
 
@@ -60,7 +66,7 @@ class ChildIndex {
   Element* NthOf(const Range& range, std::uint32_t n) const noexcept;
   bool IsOneName(const Range& range) const noexcept;
   List& ListFor(ListKind kind, std::string_view name, std::string_view attribute);
-  Numbers MakeList(ListKind kind, std::string_view name, std::string_view attribute) const;
+  void Fill(List& list);
 
   const Content& content;
   Numbers byName;         // sorted by name, equal names in document order

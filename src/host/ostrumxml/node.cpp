@@ -301,16 +301,37 @@ Element& Element::FirstChildWithValue(std::string_view nameBegin, std::string_vi
 
 bool Element::DocumentIsAscii() const noexcept { return !IsNull() && ContentOf(*this).IsAsciiOnly(); }
 
-bool Element::ChildNamesAreAscii() const try {
-  if (DocumentIsAscii()) return true;
+bool Element::HasManyChildren() const noexcept {
   std::uint32_t passed = (flags & element_flags::childrenIndexed) != 0 ? fewChildren : 0;
   for (auto child = Begin(); !(child == End()); ++child) {
-    if (passed++ == fewChildren) return Index().NamesAreAscii();
+    if (passed++ == fewChildren) return true;
+  }
+  return false;
+}
+
+// Lack of memory for the index means that it is as good as not known.
+
+bool Element::ChildNamesAreAscii() const try {
+  if (DocumentIsAscii()) return true;
+  if (HasManyChildren()) return Index().NamesAreAscii();
+  for (auto child = Begin(); !(child == End()); ++child) {
     if (!IsAscii(child->GetName())) return false;
   }
   return true;
 } catch (const std::bad_alloc&) {
-  return false; // as good as not known
+  return false;
+}
+
+bool Element::ChildValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) const try {
+  return HasManyChildren() && Index().ValuesAreAscii(nameBegin, attributeName);
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
+std::vector<std::string_view> Element::ChildNames() const try {
+  return HasManyChildren() ? Index().Names() : std::vector<std::string_view>();
+} catch (const std::bad_alloc&) {
+  return {};
 }
 
 } // namespace Ostrum

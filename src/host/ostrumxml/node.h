@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Ostrum {
 
@@ -115,6 +116,11 @@ class Element final : public NodeContainer {
                                std::string_view valueBegin) const;
   // Whether every child's name is plain ASCII.
   bool ChildNamesAreAscii() const;
+  // Whether the values of that attribute of all children whose names begin with the text are. May be false if there are few
+  // children.
+  bool ChildValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) const;
+  // The names that the children have, each once. Empty if there are few children or nearly each has a name of its own.
+  std::vector<std::string_view> ChildNames() const;
   // Whether all names and values of the element's document are. False of the null element.
   bool DocumentIsAscii() const noexcept;
 
@@ -146,6 +152,7 @@ class Element final : public NodeContainer {
   std::string LeadOfNextChild(const Content& content) const;
   ChildIndex& Index() const; // made where there is none
   void KeepIndexed(const Element& newChild) noexcept;
+  bool HasManyChildren() const noexcept;
   template <class Matches, class SearchIndex>
   Element& SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const;
 
