@@ -41,8 +41,9 @@ void SkipBlanks(std::string_view& text) noexcept {
 
 std::size_t TextLength(std::string_view rest) noexcept {
   const std::string_view ahead = rest.substr(0, longestText);
-  const std::size_t length = ahead.find_first_of("<&");
-  if (length != std::string_view::npos) return length;
+  const std::string_view text = ahead.substr(0, ahead.find('<'));
+  const std::size_t length = std::min(text.size(), text.find('&'));
+  if (length < ahead.size()) return length;
   // Does not split "\r\n".
   const bool splitsLineEnd = rest.size() > ahead.size() && ahead.back() == '\r';
   return splitsLineEnd ? ahead.size() - 1 : ahead.size();
