@@ -1,7 +1,6 @@
 // The exported functions that read items.
 #include <algorithm>
 #include <cstring>
-#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -46,8 +45,9 @@ ItemKind KindOf(const char* type) noexcept {
 }
 
 // A null pointer from the caller must not crash the caller's process.
-void RequireGiven(std::initializer_list<const char*> texts) {
-  if (std::ranges::find(texts, nullptr) != texts.end()) throw std::invalid_argument("a text that is needed is null");
+template <class... Texts>
+void RequireGiven(Texts... texts) {
+  if (((texts == nullptr) || ...)) throw std::invalid_argument("a text that is needed is null");
 }
 
 // The value of an element or attribute in the caller's character set: at least its first `limit` bytes, all of it where only
@@ -157,7 +157,7 @@ std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& att
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
-  RequireGiven({request.attributeName, request.valueType});
+  RequireGiven(request.attributeName, request.valueType);
   const DocumentText attributeName(request.attributeName);
   const LocaleText ownName(element.GetName());
   const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
@@ -166,7 +166,7 @@ std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) 
 }
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
-  RequireGiven({request.path, request.itemName, request.itemType});
+  RequireGiven(request.path, request.itemName, request.itemType);
   const Element* element = FindKnownElement(record, request.path);
   if (element == nullptr || element->IsNull()) {
     return Missing(request, request.path, L" not found in the element map.");

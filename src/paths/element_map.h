@@ -49,11 +49,12 @@ class ElementMap {
 
  private:
   struct Entry {
-    std::string_view key;
+    const char* text; // of the key
+    std::uint32_t length;
     std::uint32_t hash;
     CElementRef reference;
 
-    std::string_view Key() const noexcept { return key; }
+    std::string_view Key() const noexcept { return {text, length}; }
   };
 
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
