@@ -27,8 +27,7 @@ class CElementRef {
 class ElementMap {
  public:
   ElementMap() = default;
-  ElementMap(const ElementMap&) = delete;
-  ElementMap& operator=(const ElementMap&) = delete;
+  ElementMap(ElementMap&&) = delete;
 
   std::size_t Size() const noexcept { return entries.size(); }
 
@@ -75,8 +74,7 @@ class ElementMap::KeyChain {
  public:
   // mostLength: of the longest key.
   KeyChain(ElementMap& map, std::size_t mostLength) : map(map), mostLength(mostLength), hashed(map.hash.Start()) {}
-  KeyChain(const KeyChain&) = delete;
-  KeyChain& operator=(const KeyChain&) = delete;
+  KeyChain(KeyChain&&) = delete;
   ~KeyChain() { Abandon(); }
 
   void Append(std::string_view part) { key += part; }

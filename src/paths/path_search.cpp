@@ -137,8 +137,7 @@ class PathComponent {
     attributeName = filter;
     filterValue = CutToken(filter, "=");
   }
-  PathComponent(const PathComponent&) = delete;
-  PathComponent& operator=(const PathComponent&) = delete;
+  PathComponent(PathComponent&&) = delete;
 
   const char* NamePart() const noexcept { return name; }
   bool HasFilter() const noexcept { return filterValue != nullptr; }

@@ -48,8 +48,7 @@ class LocaleText {
       Convert(utf8);
     }
   }
-  LocaleText(const LocaleText&) = delete;
-  LocaleText& operator=(const LocaleText&) = delete;
+  LocaleText(LocaleText&&) = delete;
 
   // Nothing when the text has no form in the locale. Not terminated; lives as long as this object.
   const std::optional<std::string_view>& Text() const noexcept { return text; }
@@ -66,8 +65,7 @@ class DocumentText {
  public:
   // Does what ConvertToUnicode does, its log lines included. localeText must outlive this object. Throws std::bad_alloc.
   explicit DocumentText(const char* localeText);
-  DocumentText(const DocumentText&) = delete;
-  DocumentText& operator=(const DocumentText&) = delete;
+  DocumentText(DocumentText&&) = delete;
 
   // Nothing when the text is not valid in the locale's character set. Lives as long as this object.
   const std::optional<std::string_view>& Text() const noexcept { return text; }

@@ -19,8 +19,7 @@ class ElementTable {
  public:
   // expected: about how many bytes the elements will take.
   ElementTable(Content& content, std::size_t expected) noexcept : content(content), expected(expected) {}
-  ElementTable(const ElementTable&) = delete;
-  ElementTable& operator=(const ElementTable&) = delete;
+  ElementTable(ElementTable&&) = delete;
 
   // A new element with the next number. Throws std::bad_alloc.
   Element& Add() {
