@@ -10,7 +10,7 @@ namespace Ostrum {
 namespace {
 
 // Limits on the lists other than byName: their number, and their total entries per child.
-constexpr std::size_t mostLists = 64;
+constexpr std::size_t mostLists = 256;
 constexpr std::size_t mostEntriesPerChild = 3;
 
 // How many results of searches by value a list remembers: of those that more children than the other number match.
