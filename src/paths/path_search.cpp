@@ -57,7 +57,8 @@ bool CanCompareInUtf8(const Element& parent, std::string_view text) {
   return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
 }
 
-// The names of children that match, if the same children can be found by one of them, and nothing would be logged.
+// The matching name in the document, or an empty list if there is none. Nothing if only a walk can find the children: if
+// several names match, or if the walk would log lines.
 std::optional<std::vector<std::string_view>> MatchingNames(const Element& parent, NameMatch match,
                                                            std::string_view text) {
   std::vector<std::string_view> names = parent.ChildNames();

@@ -8,9 +8,9 @@
 
 #include "host/ostrumxml/node.h"
 
-// All give null where there is no such child, and count from 1. Where the names mean the same in the locale's character set
-// as in the document, the document finds the child; otherwise the children are walked over, and a name that can't be converted
-// does not match and logs its line for every such child that the walk passes. Throw std::bad_alloc.
+// All return null if there is no such child, and count from 1. The document finds the child by its index if the names are the
+// same in the locale's character set, or if only one of them matches. Otherwise the children are walked over; a name that
+// can't be converted does not match, and logs a line for each such child. Throw std::bad_alloc.
 
 // The n-th child whose name is, or begins with, the text.
 Ostrum::Element* FindNthChild(const Ostrum::Element& parent, Ostrum::NameMatch match, std::string_view text,

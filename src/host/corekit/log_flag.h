@@ -1,4 +1,4 @@
-// Whether a sink is set, as LogIsOn tells it, at the cost of a load.
+// Whether a sink is set, like LogIsOn, but without a call.
 #ifndef TARVIK_HOST_COREKIT_LOG_FLAG_H
 #define TARVIK_HOST_COREKIT_LOG_FLAG_H
 
@@ -8,7 +8,7 @@
 
 namespace corekit {
 
-#ifdef _WIN32 // where a library needs another kind of code to read another's variable
+#ifdef _WIN32 // reading a variable of another DLL needs code that a static library cannot use
 inline bool SinkIsSet() noexcept { return LogIsOn(); }
 #else
 COREKIT_API extern std::atomic<bool> sinkIsSet;
