@@ -1,5 +1,4 @@
 // The exported functions that read items.
-#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string>
