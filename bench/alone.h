@@ -1,4 +1,5 @@
-// Measuring in a process of its own, so that nothing done before counts: first touches of memory, peaks, what an allocator kept.
+// Measuring in a process of its own, so that nothing done before counts: first touches of memory,
+// peaks, what an allocator kept.
 #ifndef TARVIK_BENCH_ALONE_H
 #define TARVIK_BENCH_ALONE_H
 
@@ -16,11 +17,14 @@ Figures RunAlone(const std::string& work, const std::vector<std::string>& argume
 void WorkAlone(const std::string& work, const std::vector<std::string>& arguments);
 
 // The works. Each takes its arguments in the order given and returns the figures to print.
-Figures HoldCatalog(
-    const std::vector<std::string>& arguments);               // library, file: bytes resident, needed, at most resident
-Figures OpenFirst(const std::vector<std::string>& arguments); // library or "expat", file: elapsed seconds
-Figures WorkOnShape(const std::vector<std::string>& arguments); // shape, file, count: seconds, bytes at most resident
-Figures SaveOften(const std::vector<std::string>& arguments);   // count: the same; for counting instructions
+Figures HoldCatalog(const std::vector<std::string>&
+                        arguments); // library, file: bytes resident, needed, at most resident
+Figures OpenFirst(
+    const std::vector<std::string>& arguments); // library or "expat", file: elapsed seconds
+Figures WorkOnShape(const std::vector<std::string>&
+                        arguments); // shape, file, count: seconds, bytes at most resident
+Figures SaveOften(
+    const std::vector<std::string>& arguments); // count: the same; for counting instructions
 
 // Of this process, in bytes: its pages in memory, and the most that they ever were.
 std::size_t Resident();

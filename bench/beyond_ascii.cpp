@@ -18,14 +18,17 @@ struct Tongue {
 
 // Equally many bytes in each.
 constexpr Tongue ascii = {"ascii", "Entries", "Size__", "twelve bytes"};
-constexpr Tongue german = {"beyond-ascii", "Eintr\xC3\xA4", "Gr\xC3\xB6\xC3\x9F", "zw\xC3\xB6lf Bytes!"};
+constexpr Tongue german = {"beyond-ascii", "Eintr\xC3\xA4", "Gr\xC3\xB6\xC3\x9F",
+                           "zw\xC3\xB6lf Bytes!"};
 
 std::string DocumentIn(const Tongue& tongue) {
   const std::string element = tongue.element;
   const std::string item = tongue.item;
   std::string text = "<Root>";
   for (std::uint32_t i = 0; i < count; ++i) {
-    text.append("<" + element + "><" + item + ">").append(tongue.value).append("</" + item + "></" + element + ">");
+    text.append("<" + element + "><" + item + ">")
+        .append(tongue.value)
+        .append("</" + item + "></" + element + ">");
   }
   return text + "</Root>";
 }
@@ -37,8 +40,8 @@ void ReadAll(const Tongue& tongue, const std::string& file) {
     char group[260] = "";
     char value[260];
     EnumXMLGroup(document.List(), document.Cookie(), tongue.element, i, group, sizeof group);
-    GetXMLItem(document.List(), document.Cookie(), group, tongue.item, "ELEMENT", nullptr, nullptr, value,
-               sizeof value);
+    GetXMLItem(document.List(), document.Cookie(), group, tongue.item, "ELEMENT", nullptr, nullptr,
+               value, sizeof value);
     Require(std::string(value) == tongue.value, std::string("another text read: ") + value);
   }
 }
@@ -48,11 +51,13 @@ void ReadAll(const Tongue& tongue, const std::string& file) {
 void RegisterBeyondAscii(const WorkFolder& folder) {
   for (const Tongue& tongue : {ascii, german}) {
     const std::string file = folder.Write(std::string(tongue.label) + ".xml", DocumentIn(tongue));
-    benchmark::RegisterBenchmark((std::string("utf8_locale/") + tongue.label).c_str(), [tongue,
-                                                                                        file](benchmark::State& state) {
-      Require(std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr, "no locale C.UTF-8");
-      for (auto _ : state) ReadAll(tongue, file);
-      std::setlocale(LC_CTYPE, "C");
-    })->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark((std::string("utf8_locale/") + tongue.label).c_str(),
+                                 [tongue, file](benchmark::State& state) {
+                                   Require(std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr,
+                                           "no locale C.UTF-8");
+                                   for (auto _ : state) ReadAll(tongue, file);
+                                   std::setlocale(LC_CTYPE, "C");
+                                 })
+        ->Unit(benchmark::kMicrosecond);
   }
 }

@@ -17,7 +17,8 @@ class CatalogWriter {
     ++package;
     text += "  <ProductPackage>\n";
     AddElement(4, "ProductID", "PRODUCT_" + std::to_string(1000 + package));
-    AddElement(4, "ProductName", "Workstation protection &amp; control, edition " + std::to_string(package));
+    AddElement(4, "ProductName",
+               "Workstation protection &amp; control, edition " + std::to_string(package));
     AddDetection("Current", "8.0." + std::to_string(package));
     AddDetection("Previous", "7.5." + std::to_string(package));
     AddLanguage("Current", "0409", filesOfFirst);
@@ -31,7 +32,14 @@ class CatalogWriter {
 
  private:
   void AddElement(std::size_t indent, const char* name, const std::string& value) {
-    text.append(indent, ' ').append("<").append(name).append(">").append(value).append("</").append(name).append(">\n");
+    text.append(indent, ' ')
+        .append("<")
+        .append(name)
+        .append(">")
+        .append(value)
+        .append("</")
+        .append(name)
+        .append(">\n");
   }
 
   void AddDetection(const char* branch, const std::string& version) {
@@ -56,7 +64,11 @@ class CatalogWriter {
   }
 
   void AddSetting(const char* name, const std::string& value) {
-    text.append("        <Setting Name=\"").append(name).append("\">").append(value).append("</Setting>\n");
+    text.append("        <Setting Name=\"")
+        .append(name)
+        .append("\">")
+        .append(value)
+        .append("</Setting>\n");
   }
 
   void AddFile(const char* language, std::uint32_t file) {

@@ -7,7 +7,8 @@
 #include <string>
 
 struct CatalogShape {
-  std::uint32_t packages;         // each with two detection entries and three language packages, which make three pairs
+  std::uint32_t packages; // each with two detection entries and three language packages, which make
+                          // three pairs
   std::uint32_t filesOfFirst = 4; // in the first language package of the first package
   std::uint32_t files = 4;        // in every other language package
 };

@@ -15,10 +15,12 @@ template <class Visit>
 void WalkByTarvik(const TarvikCatalog& catalog, Visit visit) {
   DetectionPosition position = {1, 1, 1};
   DetectionInfo info;
-  while (EnumDetectionInfo(catalog.List(), &catalog.Cookie(), position, &info) == XmlSuccess) visit(info);
+  while (EnumDetectionInfo(catalog.List(), &catalog.Cookie(), position, &info) == XmlSuccess)
+    visit(info);
 }
 
-void Fill(pugi::xml_node package, pugi::xml_node detection, pugi::xml_node language, DetectionInfo& info) {
+void Fill(pugi::xml_node package, pugi::xml_node detection, pugi::xml_node language,
+          DetectionInfo& info) {
   info.ProductVersion = detection.child_value("ProductVersion");
   info.ProductID = package.child_value("ProductID");
   info.LangID = language.child_value("LangID");
@@ -36,7 +38,8 @@ void Fill(pugi::xml_node package, pugi::xml_node detection, pugi::xml_node langu
 template <class Visit>
 void WalkByHand(const PugiCatalog& catalog, Visit visit) {
   DetectionInfo info;
-  for (const pugi::xml_node package : catalog.document.child("Catalog").children("ProductPackage")) {
+  for (const pugi::xml_node package :
+       catalog.document.child("Catalog").children("ProductPackage")) {
     for (const pugi::xml_node detection : package.children("ProductDetection")) {
       const char* const branch = detection.attribute("Branch").value();
       for (const pugi::xml_node language : package.children("LangPackage")) {
@@ -50,9 +53,9 @@ void WalkByHand(const PugiCatalog& catalog, Visit visit) {
 
 std::string Joined(const DetectionInfo& info) {
   std::string joined;
-  for (const std::string* field :
-       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
-        &info.PackageType, &info.EngineFile, &info.Version}) {
+  for (const std::string* field : {&info.ProductVersion, &info.ProductID, &info.LangID,
+                                   &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
+                                   &info.PackageType, &info.EngineFile, &info.Version}) {
     joined.append(*field).append("|");
   }
   return joined;
@@ -61,7 +64,9 @@ std::string Joined(const DetectionInfo& info) {
 void MeasureFirst(benchmark::State& state, const std::string& file) {
   for (auto _ : state) {
     const TarvikCatalog catalog(file);
-    TimePart(state, [&] { WalkByTarvik(catalog, [](const DetectionInfo& info) { benchmark::DoNotOptimize(&info); }); });
+    TimePart(state, [&] {
+      WalkByTarvik(catalog, [](const DetectionInfo& info) { benchmark::DoNotOptimize(&info); });
+    });
   }
 }
 
@@ -69,7 +74,9 @@ template <class Catalog, class Walk>
 void Register(const std::string& name, const std::string& file, Walk walk) {
   benchmark::RegisterBenchmark(name.c_str(), [file, walk](benchmark::State& state) {
     const Catalog catalog(file);
-    const auto walkOnce = [&] { walk(catalog, [](const DetectionInfo& info) { benchmark::DoNotOptimize(&info); }); };
+    const auto walkOnce = [&] {
+      walk(catalog, [](const DetectionInfo& info) { benchmark::DoNotOptimize(&info); });
+    };
     walkOnce(); // so that Tarvik's groups are known
     for (auto _ : state) walkOnce();
   })->Unit(benchmark::kMicrosecond);
@@ -80,11 +87,14 @@ void Register(const std::string& name, const std::string& file, Walk walk) {
 void RegisterDetectionWalk(const WorkFolder& folder) {
   for (const std::uint32_t packages : {1'000U, 10'000U}) {
     const std::string size = std::to_string(packages);
-    const std::string file = folder.Write("walk-" + size + ".xml", MakeCatalog({.packages = packages}));
+    const std::string file =
+        folder.Write("walk-" + size + ".xml", MakeCatalog({.packages = packages}));
     std::vector<std::string> pairs;
     std::vector<std::string> pairsByHand;
-    WalkByTarvik(TarvikCatalog(file), [&](const DetectionInfo& info) { pairs.push_back(Joined(info)); });
-    WalkByHand(PugiCatalog(file), [&](const DetectionInfo& info) { pairsByHand.push_back(Joined(info)); });
+    WalkByTarvik(TarvikCatalog(file),
+                 [&](const DetectionInfo& info) { pairs.push_back(Joined(info)); });
+    WalkByHand(PugiCatalog(file),
+               [&](const DetectionInfo& info) { pairsByHand.push_back(Joined(info)); });
     Require(pairs.size() == packages * 3 && pairs == pairsByHand, "pugixml walks over other pairs");
 
     const std::string work = "detection_walk/" + size;

@@ -15,8 +15,9 @@ namespace {
 using Files = std::vector<FileListEntry>;
 
 bool Same(const Files& left, const Files& right) {
-  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                    [](const auto& a, const auto& b) { return a.Name == b.Name && a.Hash == b.Hash; });
+  return std::equal(
+      left.begin(), left.end(), right.begin(), right.end(),
+      [](const auto& a, const auto& b) { return a.Name == b.Name && a.Hash == b.Hash; });
 }
 
 Files ByTarvik(const TarvikCatalog& catalog) {
@@ -27,7 +28,8 @@ Files ByTarvik(const TarvikCatalog& catalog) {
 
 Files ByHand(const PugiCatalog& catalog) {
   Files files;
-  const pugi::xml_node language = catalog.document.child("Catalog").child("ProductPackage").child("LangPackage");
+  const pugi::xml_node language =
+      catalog.document.child("Catalog").child("ProductPackage").child("LangPackage");
   for (const pugi::xml_node item : language.child("FileList").children("FileItem")) {
     files.push_back({item.child_value("Name"), item.child_value("Hash")});
   }
@@ -35,7 +37,8 @@ Files ByHand(const PugiCatalog& catalog) {
 }
 
 std::string XPathOf(std::size_t number, const char* part) {
-  return "/Catalog/ProductPackage[1]/LangPackage[1]/FileList[1]/FileItem[" + std::to_string(number) + "]/" + part;
+  return "/Catalog/ProductPackage[1]/LangPackage[1]/FileList[1]/FileItem[" +
+         std::to_string(number) + "]/" + part;
 }
 
 Files ByXPath(const PugiCatalog& catalog) {
@@ -92,10 +95,11 @@ void Register(const std::string& name, const std::string& file, Files (*list)(co
 void RegisterFileList(const WorkFolder& folder) {
   for (const std::uint32_t count : {1'000U, 10'000U}) {
     const std::string size = std::to_string(count);
-    const std::string file =
-        folder.Write("files-" + size + ".xml", MakeCatalog({.packages = 10, .filesOfFirst = count}));
+    const std::string file = folder.Write("files-" + size + ".xml",
+                                          MakeCatalog({.packages = 10, .filesOfFirst = count}));
     const Files files = ByTarvik(TarvikCatalog(file));
-    Require(files.size() == count && Same(files, ByHand(PugiCatalog(file))), "pugixml lists other files");
+    Require(files.size() == count && Same(files, ByHand(PugiCatalog(file))),
+            "pugixml lists other files");
 
     const std::string work = "file_list/" + size;
     benchmark::RegisterBenchmark((work + "/first/tarvik").c_str(),
@@ -104,7 +108,8 @@ void RegisterFileList(const WorkFolder& folder) {
         ->Unit(benchmark::kMicrosecond);
     Register<TarvikCatalog>(work + "/again/tarvik", file, &ByTarvik);
     Register<PugiCatalog>(work + "/pugixml-hand", file, &ByHand);
-    if (count != 1'000) continue; // item by item, XPath takes a hundred times as long for ten times the files
+    if (count != 1'000)
+      continue; // item by item, XPath takes a hundred times as long for ten times the files
     Require(Same(files, ByXPath(PugiCatalog(file))), "pugixml's XPath lists other files");
     Require(Same(files, ByXPath(LibXml2Catalog(file))), "libxml2's XPath lists other files");
     Register<PugiCatalog>(work + "/pugixml-xpath", file, &ByXPath);

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::uint32_t names = 1'000'000;
 
-// Blocks are not counted at the allocator, since it does not know of those that a library maps itself.
+// Blocks are not counted at the allocator, since it does not know of those that a library maps
+// itself.
 template <class Catalog>
 Figures HeldBy(const std::string& file) {
   const std::size_t before = Resident();
@@ -22,7 +23,8 @@ Figures HeldBy(const std::string& file) {
           static_cast<double>(most - before)};
 }
 
-void MeasureCatalog(benchmark::State& state, const std::string& library, const std::string& file, std::size_t size) {
+void MeasureCatalog(benchmark::State& state, const std::string& library, const std::string& file,
+                    std::size_t size) {
   Figures figures;
   for (auto _ : state) figures = RunAlone("hold", {library, file});
   state.counters["resident"] = figures[0];
@@ -42,7 +44,8 @@ std::string Elements(bool different) {
 
 void MeasureNames(benchmark::State& state, const std::string& different, const std::string& same) {
   double more = 0;
-  for (auto _ : state) more = RunAlone("hold", {"tarvik", different})[1] - RunAlone("hold", {"tarvik", same})[1];
+  for (auto _ : state)
+    more = RunAlone("hold", {"tarvik", different})[1] - RunAlone("hold", {"tarvik", same})[1];
   state.counters["more"] = more;
   state.counters["names"] = names;
 }
@@ -65,10 +68,13 @@ void RegisterHeldMemory(const WorkFolder& folder) {
     const auto measure = [library, file, size = catalog.size()](benchmark::State& state) {
       MeasureCatalog(state, library, file, size);
     };
-    benchmark::RegisterBenchmark((std::string("held_memory/10MB/") + library).c_str(), measure)->Iterations(1);
+    benchmark::RegisterBenchmark((std::string("held_memory/10MB/") + library).c_str(), measure)
+        ->Iterations(1);
   }
   const std::string different = folder.Write("names.xml", Elements(true));
   const std::string same = folder.Write("same-names.xml", Elements(false));
-  const auto measure = [different, same](benchmark::State& state) { MeasureNames(state, different, same); };
+  const auto measure = [different, same](benchmark::State& state) {
+    MeasureNames(state, different, same);
+  };
   benchmark::RegisterBenchmark("distinct_names", measure)->Iterations(1);
 }

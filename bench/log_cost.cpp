@@ -41,7 +41,8 @@ void Register(const std::string& name, const std::string& file, Call call) {
 } // namespace
 
 void RegisterLogCost(const WorkFolder& folder) {
-  const std::string file = folder.Write("log-cost.xml", MakeCatalog({.packages = 50, .filesOfFirst = 1'000}));
+  const std::string file =
+      folder.Write("log-cost.xml", MakeCatalog({.packages = 50, .filesOfFirst = 1'000}));
 
   const std::string small = folder.Write("log-cost-0.1MB.xml", MakeCatalogOfSize(100'000));
   Register("OpenXML and CloseXML", file, [small](const TarvikCatalog& catalog) {
@@ -51,13 +52,13 @@ void RegisterLogCost(const WorkFolder& folder) {
   });
   Register("OpenXMLGroup", file, [](const TarvikCatalog& catalog) {
     char group[260] = "";
-    benchmark::DoNotOptimize(
-        OpenXMLGroup(catalog.List(), catalog.Cookie(), "Catalog\\ProductPackage", group, sizeof group));
+    benchmark::DoNotOptimize(OpenXMLGroup(catalog.List(), catalog.Cookie(),
+                                          "Catalog\\ProductPackage", group, sizeof group));
   });
   Register("GetXMLItem", file, [](const TarvikCatalog& catalog) {
     char value[260];
-    benchmark::DoNotOptimize(GetXMLItem(catalog.List(), catalog.Cookie(), "Catalog", "Catalog", "ATTRIBUTE", "Version",
-                                        "ATTRIBUTE", value, sizeof value));
+    benchmark::DoNotOptimize(GetXMLItem(catalog.List(), catalog.Cookie(), "Catalog", "Catalog",
+                                        "ATTRIBUTE", "Version", "ATTRIBUTE", value, sizeof value));
   });
   Register("GetFileList", file, [](const TarvikCatalog& catalog) {
     std::vector<FileListEntry> files;

@@ -15,6 +15,7 @@ TarvikCatalog::TarvikCatalog(const std::string& file) {
 
 // Compact text nodes and no network are what makes libxml2 fastest here.
 LibXml2Catalog::LibXml2Catalog(const std::string& file)
-    : document(xmlReadFile(file.c_str(), nullptr, XML_PARSE_COMPACT | XML_PARSE_NONET), &xmlFreeDoc) {
+    : document(xmlReadFile(file.c_str(), nullptr, XML_PARSE_COMPACT | XML_PARSE_NONET),
+               &xmlFreeDoc) {
   Require(document != nullptr, "libxml2 can't read " + file);
 }

@@ -1,4 +1,5 @@
-// A document that is open in Tarvik or in one of the peers, read from its file by each library's own means.
+// A document that is open in Tarvik or in one of the peers, read from its file by each library's
+// own means.
 #ifndef TARVIK_BENCH_OPEN_CATALOG_H
 #define TARVIK_BENCH_OPEN_CATALOG_H
 
@@ -12,7 +13,8 @@
 
 #include "tarvik/tarvik.h"
 
-// Throws std::runtime_error naming what is wrong. A benchmark of libraries that disagree would mean nothing.
+// Throws std::runtime_error naming what is wrong. A benchmark of libraries that disagree would mean
+// nothing.
 void Require(bool holds, const std::string& what);
 
 class TarvikCatalog {
@@ -32,14 +34,16 @@ class TarvikCatalog {
 
 struct PugiCatalog {
   explicit PugiCatalog(const std::string& file) {
-    Require(document.load_file(file.c_str()).status == pugi::status_ok, "pugixml can't read " + file);
+    Require(document.load_file(file.c_str()).status == pugi::status_ok,
+            "pugixml can't read " + file);
   }
   pugi::xml_document document;
 };
 
 struct TinyCatalog {
   explicit TinyCatalog(const std::string& file) {
-    Require(document.LoadFile(file.c_str()) == tinyxml2::XML_SUCCESS, "TinyXML-2 can't read " + file);
+    Require(document.LoadFile(file.c_str()) == tinyxml2::XML_SUCCESS,
+            "TinyXML-2 can't read " + file);
   }
   tinyxml2::XMLDocument document;
 };

@@ -15,25 +15,30 @@
 namespace {
 
 void SetByTarvik(const TarvikCatalog& catalog, const char* value) {
-  Require(SetXMLItem(catalog.List(), catalog.Cookie(), "ProductPackage", "ProductID", "ELEMENT", value) == XmlSuccess,
+  Require(SetXMLItem(catalog.List(), catalog.Cookie(), "ProductPackage", "ProductID", "ELEMENT",
+                     value) == XmlSuccess,
           "the item was not set");
 }
 
 // Of the folder, so that the new name stays after a loss of power.
 void FlushFolderOf(const std::string& file) {
-  const int folder = open(std::filesystem::path(file).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int folder =
+      open(std::filesystem::path(file).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   Require(folder >= 0 && fsync(folder) == 0, "the folder was not flushed");
   close(folder);
 }
 
-// Writes a temporary file beside the old one, flushes it to the disk, puts it in the old one's place and flushes the folder.
+// Writes a temporary file beside the old one, flushes it to the disk, puts it in the old one's
+// place and flushes the folder.
 void SaveByHand(const pugi::xml_document& document, const std::string& file) {
   const std::string temporary = file + ".new";
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(temporary.c_str(), "wb"), &std::fclose);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> stream(std::fopen(temporary.c_str(), "wb"),
+                                                               &std::fclose);
   Require(stream != nullptr, "no temporary file");
   pugi::xml_writer_file writer(stream.get());
   document.save(writer, "  ");
-  Require(std::fflush(stream.get()) == 0 && fsync(fileno(stream.get())) == 0, "the file was not written");
+  Require(std::fflush(stream.get()) == 0 && fsync(fileno(stream.get())) == 0,
+          "the file was not written");
   Require(std::rename(temporary.c_str(), file.c_str()) == 0, "the file was not replaced");
   FlushFolderOf(file);
 }
@@ -44,11 +49,14 @@ void SetByHand(PugiCatalog& catalog, const std::string& file, const char* value)
 }
 
 std::string TextOf(const std::string& file) {
-  return PugiCatalog(file).document.child("Catalog").child("ProductPackage").child_value("ProductID");
+  return PugiCatalog(file)
+      .document.child("Catalog")
+      .child("ProductPackage")
+      .child_value("ProductID");
 }
 
-// Two values in turn, so that each set changes the document. The first save of a file that was only just written looks whether
-// another program was there meanwhile; it is not measured.
+// Two values in turn, so that each set changes the document. The first save of a file that was only
+// just written looks whether another program was there meanwhile; it is not measured.
 template <class Set>
 void Measure(benchmark::State& state, Set set) {
   set("PRODUCT_B");
@@ -65,32 +73,37 @@ Figures SaveOften(const std::vector<std::string>& arguments) {
   const WorkFolder folder(std::filesystem::temp_directory_path());
   const TarvikCatalog catalog(folder.Write("save.xml", MakeCatalogOfSize(100'000)));
   const unsigned long count = std::stoul(arguments.at(0));
-  for (unsigned long i = 0; i < count; ++i) SetByTarvik(catalog, i % 2 == 0 ? "PRODUCT_A" : "PRODUCT_B");
+  for (unsigned long i = 0; i < count; ++i)
+    SetByTarvik(catalog, i % 2 == 0 ? "PRODUCT_A" : "PRODUCT_B");
   return {static_cast<double>(count)};
 }
 
 void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place) {
-  const std::string text = MakeCatalogOfSize(static_cast<std::size_t>(std::stod(size) * 1e6)); // "0.1MB"
+  const std::string text =
+      MakeCatalogOfSize(static_cast<std::size_t>(std::stod(size) * 1e6)); // "0.1MB"
   const std::string tarvikFile = folder.Write(std::string("set-by-tarvik-") + size + ".xml", text);
   const std::string pugiFile = folder.Write(std::string("set-by-pugixml-") + size + ".xml", text);
   SetByTarvik(TarvikCatalog(tarvikFile), "PRODUCT_C");
   PugiCatalog pugi(pugiFile);
   SetByHand(pugi, pugiFile, "PRODUCT_C");
-  Require(TextOf(tarvikFile) == "PRODUCT_C" && TextOf(pugiFile) == "PRODUCT_C", "another text was saved");
+  Require(TextOf(tarvikFile) == "PRODUCT_C" && TextOf(pugiFile) == "PRODUCT_C",
+          "another text was saved");
 
   const std::string work = std::string("set_and_save/") + size + "/" + place;
   benchmark::RegisterBenchmark((work + "/tarvik").c_str(),
                                [tarvikFile](benchmark::State& state) {
                                  const TarvikCatalog catalog(tarvikFile);
-                                 Measure(state, [&](const char* value) { SetByTarvik(catalog, value); });
+                                 Measure(state,
+                                         [&](const char* value) { SetByTarvik(catalog, value); });
                                })
       ->UseRealTime()
       ->Unit(benchmark::kMicrosecond);
-  benchmark::RegisterBenchmark((work + "/pugixml").c_str(),
-                               [pugiFile](benchmark::State& state) {
-                                 PugiCatalog catalog(pugiFile);
-                                 Measure(state, [&](const char* value) { SetByHand(catalog, pugiFile, value); });
-                               })
+  benchmark::RegisterBenchmark(
+      (work + "/pugixml").c_str(),
+      [pugiFile](benchmark::State& state) {
+        PugiCatalog catalog(pugiFile);
+        Measure(state, [&](const char* value) { SetByHand(catalog, pugiFile, value); });
+      })
       ->UseRealTime()
       ->Unit(benchmark::kMicrosecond);
 }

@@ -1,4 +1,5 @@
-// Work on documents of unusual shape, at one size and at four times that: time and memory must stay in proportion.
+// Work on documents of unusual shape, at one size and at four times that: time and memory must stay
+// in proportion.
 #include <ctime>
 #include <filesystem>
 #include <string>
@@ -11,7 +12,8 @@
 namespace {
 
 // The unit as often as told, each "@" in it standing for 1, 2, 3, ...
-std::string Document(const std::string& begin, std::uint32_t count, const std::string& unit, const std::string& end) {
+std::string Document(const std::string& begin, std::uint32_t count, const std::string& unit,
+                     const std::string& end) {
   std::string text = begin;
   for (std::uint32_t i = 1; i <= count; ++i) {
     for (const char c : unit) c == '@' ? void(text += std::to_string(i)) : text.push_back(c);
@@ -26,26 +28,29 @@ class Caller {
 
   std::string Group(const std::string& path, std::uint32_t occurrence = 1) const {
     char id[260] = "";
-    const std::uint32_t code = EnumXMLGroup(List(), Cookie(), path.c_str(), occurrence, id, sizeof id);
+    const std::uint32_t code =
+        EnumXMLGroup(List(), Cookie(), path.c_str(), occurrence, id, sizeof id);
     Require(code == XmlSuccess, "no group " + path);
     return id;
   }
   void RequireText(const std::string& item, std::int32_t index, const std::string& expected,
                    std::uint32_t capacity = 260) const {
     char value[260];
-    EnumXMLItem(List(), Cookie(), "r", item.c_str(), "ELEMENT", index, nullptr, nullptr, value, capacity);
+    EnumXMLItem(List(), Cookie(), "r", item.c_str(), "ELEMENT", index, nullptr, nullptr, value,
+                capacity);
     Require(value == expected, item + " reads " + value);
   }
-  void RequireAttribute(const std::string& path, const std::string& item, std::int32_t index, const std::string& name,
-                        const std::string& expected) const {
+  void RequireAttribute(const std::string& path, const std::string& item, std::int32_t index,
+                        const std::string& name, const std::string& expected) const {
     char value[260];
-    EnumXMLItem(List(), Cookie(), path.c_str(), item.c_str(), "ATTRIBUTE", index, name.c_str(), "ATTRIBUTE", value,
-                sizeof value);
+    EnumXMLItem(List(), Cookie(), path.c_str(), item.c_str(), "ATTRIBUTE", index, name.c_str(),
+                "ATTRIBUTE", value, sizeof value);
     Require(value == expected, name + " reads " + value);
   }
   void Set(const std::string& path, const std::string& item, const char* value) const {
-    Require(SetXMLItem(List(), Cookie(), path.c_str(), item.c_str(), "ELEMENT", value) == XmlSuccess,
-            item + " not set");
+    Require(
+        SetXMLItem(List(), Cookie(), path.c_str(), item.c_str(), "ELEMENT", value) == XmlSuccess,
+        item + " not set");
   }
   XmlFileList* List() const { return catalog.List(); }
   const std::uint32_t& Cookie() const { return catalog.Cookie(); }
@@ -66,7 +71,9 @@ void Walk(const std::string& file, std::uint32_t count) {
   }
 }
 
-std::string Neighbours(std::uint32_t count) { return Document("<r>", count, "<a id='@'>@</a><b id='@'>@</b>", "</r>"); }
+std::string Neighbours(std::uint32_t count) {
+  return Document("<r>", count, "<a id='@'>@</a><b id='@'>@</b>", "</r>");
+}
 void VisitGroup(const Caller& caller, const char* name, std::uint32_t i) { caller.Group(name, i); }
 void VisitText(const Caller& caller, const char* name, std::uint32_t i) {
   caller.RequireText(name, static_cast<std::int32_t>(i), std::to_string(i));
@@ -83,12 +90,15 @@ std::string FilesApart(std::uint32_t count) {
 void ListFiles(const std::string& file, std::uint32_t count) {
   const TarvikCatalog catalog(file);
   std::vector<FileListEntry> files;
-  Require(GetFileList(catalog.List(), &catalog.Cookie(), &files) == XmlSuccess && files.size() == count, "other files");
+  Require(
+      GetFileList(catalog.List(), &catalog.Cookie(), &files) == XmlSuccess && files.size() == count,
+      "other files");
 }
 
 std::string PackagesApart(std::uint32_t count) {
   return Document("<Catalog>", count,
-                  "<ProductPackage><ProductID>P@</ProductID><ProductDetection Branch='C'/><LangPackage Branch='C' "
+                  "<ProductPackage><ProductID>P@</ProductID><ProductDetection "
+                  "Branch='C'/><LangPackage Branch='C' "
                   "Version='@'><PackageType>I</PackageType></LangPackage></ProductPackage><X/>",
                   "</Catalog>");
 }
@@ -97,14 +107,16 @@ void EnumPairs(const std::string& file, std::uint32_t count) {
   DetectionPosition position = {1, 1, 1};
   DetectionInfo info;
   std::uint32_t pairs = 0;
-  while (EnumDetectionInfo(catalog.List(), &catalog.Cookie(), position, &info) == XmlSuccess) ++pairs;
+  while (EnumDetectionInfo(catalog.List(), &catalog.Cookie(), position, &info) == XmlSuccess)
+    ++pairs;
   Require(pairs == count, "other pairs");
 }
 void GetLastPair(const std::string& file, std::uint32_t count) {
   const TarvikCatalog catalog(file);
   DetectionInfo info;
   const std::string product = "P" + std::to_string(count);
-  Require(GetDetectionInfo(catalog.List(), &catalog.Cookie(), "C", product.c_str(), "I", &info) == XmlSuccess,
+  Require(GetDetectionInfo(catalog.List(), &catalog.Cookie(), "C", product.c_str(), "I", &info) ==
+              XmlSuccess,
           "no pair");
 }
 
@@ -116,7 +128,8 @@ void ReadAttributes(const std::string& file, std::uint32_t count) {
 }
 void ReadDistinct(const std::string& file, std::uint32_t count) {
   const Caller caller(file);
-  for (std::uint32_t i = 1; i <= count; ++i) caller.RequireText("e" + std::to_string(i), 1, std::to_string(i));
+  for (std::uint32_t i = 1; i <= count; ++i)
+    caller.RequireText("e" + std::to_string(i), 1, std::to_string(i));
 }
 void ReadAttributesInTurn(const std::string& file, std::uint32_t count) {
   const Caller caller(file);
@@ -154,7 +167,9 @@ void MakeDeepPath(const std::string& file, std::uint32_t count) {
 void ReadBeginning(const std::string& file, std::uint32_t) {
   Caller(file).RequireText("t", 1, std::string(15, 'x'), 16);
 }
-void ReadLast(const std::string& file, std::uint32_t count) { Caller(file).Group("e" + std::to_string(count)); }
+void ReadLast(const std::string& file, std::uint32_t count) {
+  Caller(file).Group("e" + std::to_string(count));
+}
 void MakeTwentyChildren(const std::string& file, std::uint32_t) {
   const Caller caller(file);
   for (int i = 1; i <= 20; ++i) caller.Set("", "made" + std::to_string(i), "v");
@@ -171,51 +186,70 @@ const Shape shapes[] = {
     {"GetFileList, another element between two files", 10'000, &FilesApart, &ListFiles},
     {"EnumXMLGroup from the front", 5'000, &Neighbours, &Walk<Order::FromTheFront, &VisitGroup>},
     {"EnumXMLGroup from the end", 5'000, &Neighbours, &Walk<Order::FromTheEnd, &VisitGroup>},
-    {"EnumXMLGroup, two names in turn", 5'000, &Neighbours, &Walk<Order::TwoNamesInTurn, &VisitGroup>},
-    {"EnumXMLItem by text from the front", 5'000, &Neighbours, &Walk<Order::FromTheFront, &VisitText>},
+    {"EnumXMLGroup, two names in turn", 5'000, &Neighbours,
+     &Walk<Order::TwoNamesInTurn, &VisitGroup>},
+    {"EnumXMLItem by text from the front", 5'000, &Neighbours,
+     &Walk<Order::FromTheFront, &VisitText>},
     {"EnumXMLItem by text from the end", 5'000, &Neighbours, &Walk<Order::FromTheEnd, &VisitText>},
-    {"EnumXMLItem by text, two names in turn", 5'000, &Neighbours, &Walk<Order::TwoNamesInTurn, &VisitText>},
-    {"EnumXMLItem by attribute from the front", 5'000, &Neighbours, &Walk<Order::FromTheFront, &VisitAttribute>},
-    {"EnumXMLItem by attribute from the end", 5'000, &Neighbours, &Walk<Order::FromTheEnd, &VisitAttribute>},
-    {"EnumXMLItem by attribute, two names in turn", 5'000, &Neighbours, &Walk<Order::TwoNamesInTurn, &VisitAttribute>},
+    {"EnumXMLItem by text, two names in turn", 5'000, &Neighbours,
+     &Walk<Order::TwoNamesInTurn, &VisitText>},
+    {"EnumXMLItem by attribute from the front", 5'000, &Neighbours,
+     &Walk<Order::FromTheFront, &VisitAttribute>},
+    {"EnumXMLItem by attribute from the end", 5'000, &Neighbours,
+     &Walk<Order::FromTheEnd, &VisitAttribute>},
+    {"EnumXMLItem by attribute, two names in turn", 5'000, &Neighbours,
+     &Walk<Order::TwoNamesInTurn, &VisitAttribute>},
     {"EnumDetectionInfo, other elements between packages", 2'000, &PackagesApart, &EnumPairs},
     {"GetDetectionInfo of the last product", 2'000, &PackagesApart, &GetLastPair},
-    {"every attribute of one tag", 5'000, [](std::uint32_t count) { return Document("<r", count, " a@='@'", "/>"); },
-     &ReadAttributes},
+    {"every attribute of one tag", 5'000,
+     [](std::uint32_t count) { return Document("<r", count, " a@='@'", "/>"); }, &ReadAttributes},
     {"every child of distinct names", 5'000,
-     [](std::uint32_t count) { return Document("<r>", count, "<e@>@</e@>", "</r>"); }, &ReadDistinct},
+     [](std::uint32_t count) { return Document("<r>", count, "<e@>@</e@>", "</r>"); },
+     &ReadDistinct},
     {"groups by a filter, Item&id=v for every v", 2'000,
-     [](std::uint32_t count) { return Document("<r>", count, "<Item id='v@'/>", "</r>"); }, &OpenFiltered},
+     [](std::uint32_t count) { return Document("<r>", count, "<Item id='v@'/>", "</r>"); },
+     &OpenFiltered},
     {"five attributes of every child in turn", 2'000,
-     [](std::uint32_t count) { return Document("<r>", count, "<a id='@' b='@' c='@' d='@' e='@'/>", "</r>"); },
+     [](std::uint32_t count) {
+       return Document("<r>", count, "<a id='@' b='@' c='@' d='@' e='@'/>", "</r>");
+     },
      &ReadAttributesInTurn},
     {"groups by two filters in turn, each matching many", 2'000,
      [](std::uint32_t count) {
        const std::string children = Document("", count, "<c/>", "");
-       return Document("<r>", count, "<b/>", "<a k='v'>" + children + "</a><a k='w'>" + children + "</a>") +
+       return Document("<r>", count, "<b/>",
+                       "<a k='v'>" + children + "</a><a k='w'>" + children + "</a>") +
               Document("", count, "<a k='v'/><a k='w'/>", "</r>");
      },
      &OpenFilteredInTurn},
     {"attribute defaults declared for one element", 20'000,
-     [](std::uint32_t count) { return Document("<!DOCTYPE r [", count, "<!ATTLIST r a@ CDATA 'x'>", "]><r/>"); },
+     [](std::uint32_t count) {
+       return Document("<!DOCTYPE r [", count, "<!ATTLIST r a@ CDATA 'x'>", "]><r/>");
+     },
      &OpenOrBeRefused},
-    {"a deep path created", 2'000, [](std::uint32_t) { return std::string("<r/>"); }, &MakeDeepPath},
+    {"a deep path created", 2'000, [](std::uint32_t) { return std::string("<r/>"); },
+     &MakeDeepPath},
     {"an own entity referred to often, 15 bytes read", 50'000,
      [](std::uint32_t count) {
-       return Document("<!DOCTYPE r [<!ENTITY e '" + std::string(280, 'x') + "'>]><r><t>", count, "&e;", "</t></r>");
+       return Document("<!DOCTYPE r [<!ENTITY e '" + std::string(280, 'x') + "'>]><r><t>", count,
+                       "&e;", "</t></r>");
      },
      &ReadBeginning},
-    {"distinct names", 250'000, [](std::uint32_t count) { return Document("<r>", count, "<e@/>", "</r>"); }, &ReadLast},
+    {"distinct names", 250'000,
+     [](std::uint32_t count) { return Document("<r>", count, "<e@/>", "</r>"); }, &ReadLast},
     {"20 children made behind blanks", 250'000,
-     [](std::uint32_t count) { return "<r>\n" + std::string(count, ' ') + "<c/>\n</r>\n"; }, &MakeTwentyChildren},
+     [](std::uint32_t count) { return "<r>\n" + std::string(count, ' ') + "<c/>\n</r>\n"; },
+     &MakeTwentyChildren},
     {"elements from entities", 10'000,
      [](std::uint32_t count) {
-       return Document("<!DOCTYPE r [<!ENTITY e '<a><b>x</b></a>'>]><r>", count, "&e;<e@/>", "</r>");
+       return Document("<!DOCTYPE r [<!ENTITY e '<a><b>x</b></a>'>]><r>", count, "&e;<e@/>",
+                       "</r>");
      },
      &ReadLast},
 };
 
-void Measure(benchmark::State& state, const WorkFolder& folder, std::size_t number, std::uint32_t count) {
+void Measure(benchmark::State& state, const WorkFolder& folder, std::size_t number,
+             std::uint32_t count) {
   const std::string text = shapes[number].document(count);
   Figures figures;
   for (auto _ : state) {
@@ -235,17 +269,19 @@ Figures WorkOnShape(const std::vector<std::string>& arguments) {
   const std::size_t before = Resident();
   const std::clock_t start = std::clock();
   shape.work(arguments.at(1), static_cast<std::uint32_t>(std::stoul(arguments.at(2))));
-  return {static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, static_cast<double>(MostResident() - before)};
+  return {static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC,
+          static_cast<double>(MostResident() - before)};
 }
 
 void RegisterShapes(const WorkFolder& folder) {
   for (std::size_t number = 0; number < std::size(shapes); ++number) {
     for (const std::uint32_t times : {1U, 4U}) {
       const Shape& shape = shapes[number];
-      benchmark::RegisterBenchmark((std::string("shape/") + shape.name + (times == 1 ? "/n" : "/4n")).c_str(),
-                                   [&folder, number, count = shape.count * times](benchmark::State& state) {
-                                     Measure(state, folder, number, count);
-                                   })
+      benchmark::RegisterBenchmark(
+          (std::string("shape/") + shape.name + (times == 1 ? "/n" : "/4n")).c_str(),
+          [&folder, number, count = shape.count * times](benchmark::State& state) {
+            Measure(state, folder, number, count);
+          })
           ->Iterations(1);
     }
   }

@@ -6,7 +6,8 @@
 
 WorkFolder::WorkFolder(const std::filesystem::path& base)
     : path(base / ("tarvik-bench-" + std::to_string(std::random_device{}()))) {
-  if (!std::filesystem::create_directory(path)) throw std::runtime_error("no folder " + path.string());
+  if (!std::filesystem::create_directory(path))
+    throw std::runtime_error("no folder " + path.string());
 }
 
 WorkFolder::~WorkFolder() {

@@ -1,5 +1,6 @@
-// The works that are measured. Each function writes its files, checks that all libraries give the same results on them, and
-// registers its benchmarks as "work/size/variant/library"; what it made must live until they have run.
+// The works that are measured. Each function writes its files, checks that all libraries give the
+// same results on them, and registers its benchmarks as "work/size/variant/library"; what it made
+// must live until they have run.
 #ifndef TARVIK_BENCH_WORKS_H
 #define TARVIK_BENCH_WORKS_H
 
@@ -20,7 +21,8 @@ void RegisterShapes(const WorkFolder& folder); // which must outlive the run
 void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place);
 void RegisterLogCost(const WorkFolder& folder);
 
-// Times only the given part of an iteration, in processor time. For benchmarks registered with UseManualTime().
+// Times only the given part of an iteration, in processor time. For benchmarks registered with
+// UseManualTime().
 template <class Work>
 void TimePart(benchmark::State& state, Work work) {
   const std::clock_t start = std::clock();

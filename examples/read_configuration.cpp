@@ -23,21 +23,23 @@ int main(int argumentCount, char** arguments) {
 
   // Children of the root are read by the root's name. Deeper down, open a group first.
   char value[256] = "";
-  GetXMLItem(list, cookie, "Configuration", "Name", "ELEMENT", nullptr, "ELEMENT", value, sizeof value);
+  GetXMLItem(list, cookie, "Configuration", "Name", "ELEMENT", nullptr, "ELEMENT", value,
+             sizeof value);
   std::printf("name: %s\n", value);
 
   char group[260] = ""; // empty: below the root
   if (OpenXMLGroup(list, cookie, "Network", group, sizeof group) == XmlSuccess) {
     GetXMLItem(list, cookie, group, "Timeout", "ELEMENT", nullptr, "ELEMENT", value, sizeof value);
     std::printf("timeout: %s", value);
-    GetXMLItem(list, cookie, group, "Timeout", "ATTRIBUTE", "unit", "ATTRIBUTE", value, sizeof value);
+    GetXMLItem(list, cookie, group, "Timeout", "ATTRIBUTE", "unit", "ATTRIBUTE", value,
+               sizeof value);
     std::printf(" %s\n", value);
   }
 
   char folders[260] = "";
   OpenXMLGroup(list, cookie, "Folders", folders, sizeof folders);
-  for (int i = 1; EnumXMLItem(list, cookie, folders, "Folder", "ELEMENT", i, nullptr, "ELEMENT", value, sizeof value) ==
-                  XmlSuccess;
+  for (int i = 1; EnumXMLItem(list, cookie, folders, "Folder", "ELEMENT", i, nullptr, "ELEMENT",
+                              value, sizeof value) == XmlSuccess;
        ++i) {
     std::printf("folder: %s\n", value);
   }

@@ -1,4 +1,5 @@
-// Sets an element's text, an attribute, and an item whose elements don't exist yet. Each set saves the file.
+// Sets an element's text, an attribute, and an item whose elements don't exist yet. Each set saves
+// the file.
 //   set_and_save configuration.xml
 #include <tarvik/tarvik.h>
 
@@ -46,7 +47,8 @@ int main(int argumentCount, char** arguments) {
     return 2;
   }
   for (const Change& change : Changes) {
-    const auto code = SetXMLItem(files.list, cookie, change.path, change.item, change.type, change.value);
+    const auto code =
+        SetXMLItem(files.list, cookie, change.path, change.item, change.type, change.value);
     if (code == XmlSuccess) continue;
     std::fprintf(stderr, "%s: %s\\%s not set (%u)\n", arguments[1], change.path, change.item, code);
     return 2;

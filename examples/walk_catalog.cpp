@@ -1,4 +1,5 @@
-// Prints a catalog's detection entries with the language packages of their branch, then the files of the first package.
+// Prints a catalog's detection entries with the language packages of their branch, then the files
+// of the first package.
 //   walk_catalog catalog.xml
 #include <tarvik/tarvik.h>
 
@@ -10,10 +11,11 @@ namespace {
 void PrintPairs(XmlFileList* list, std::uint32_t cookie) {
   DetectionPosition position = {1, 1, 1};
   DetectionInfo info;
-  // The code is also "not found" for a pair without Version. At the end of the catalog, the last position is 1.
+  // The code is also "not found" for a pair without Version. At the end of the catalog, the last
+  // position is 1.
   while (EnumDetectionInfo(list, &cookie, position, &info) == XmlSuccess || position[2] > 1) {
-    std::printf("%s %s %s: %s, language %s\n", info.ProductID.c_str(), info.Branch.c_str(), info.PackageType.c_str(),
-                info.Version.c_str(), info.LangID.c_str());
+    std::printf("%s %s %s: %s, language %s\n", info.ProductID.c_str(), info.Branch.c_str(),
+                info.PackageType.c_str(), info.Version.c_str(), info.LangID.c_str());
   }
 }
 

@@ -21,7 +21,8 @@ FileState StateOf(const FileName& name) {
 
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) { return bytes; }
 
-ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
+ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
+                         FileState& state) {
   bytes = MemoryFile(name.string());
   state = StateOf(name);
   return bytes.size() > limit ? ReadStatus::TooLong : ReadStatus::Done;

@@ -1,7 +1,9 @@
-// Reads every XML file in the given folders with this library and with libxml2, compares the texts of all elements and
-// attributes, sets the text of one element, compares again, and prints the differences:
+// Reads every XML file in the given folders with this library and with libxml2, compares the texts
+// of all elements and attributes, sets the text of one element, compares again, and prints the
+// differences:
 //   compare-libxml2 <file or folder>...
-// Files that break the namespace rules are only counted, because this library does not know namespaces.
+// Files that break the namespace rules are only counted, because this library does not know
+// namespaces.
 #include <iconv.h>
 #include <libxml/encoding.h>
 #include <libxml/parser.h>
@@ -32,10 +34,13 @@ struct Entry {
 };
 using Tree = std::vector<Entry>; // all elements, in document order
 
-std::string Text(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
+std::string Text(const xmlChar* text) {
+  return text != nullptr ? reinterpret_cast<const char*>(text) : "";
+}
 
 std::string FullName(const xmlNs* space, const xmlChar* name) {
-  return space != nullptr && space->prefix != nullptr ? Text(space->prefix) + ":" + Text(name) : Text(name);
+  return space != nullptr && space->prefix != nullptr ? Text(space->prefix) + ":" + Text(name)
+                                                      : Text(name);
 }
 
 // libxml2's side
@@ -61,8 +66,9 @@ const char* EncodingOf(const std::string& bytes) {
   return nullptr;
 }
 
-// Converts windows-1255 one byte at a time. Given a whole text, glibc's converter composes Hebrew letters and points to
-// presentation forms, which are in no Unicode normal form and which Windows does not produce.
+// Converts windows-1255 one byte at a time. Given a whole text, glibc's converter composes Hebrew
+// letters and points to presentation forms, which are in no Unicode normal form and which Windows
+// does not produce.
 int ReadHebrew(unsigned char* utf8, int* utf8Size, const unsigned char* bytes, int* size) {
   static const iconv_t converter = iconv_open("UTF-8", "WINDOWS-1255");
   std::size_t room = static_cast<std::size_t>(*utf8Size);
@@ -80,11 +86,13 @@ int ReadHebrew(unsigned char* utf8, int* utf8Size, const unsigned char* bytes, i
 }
 
 Parsed ParseByLibxml2(const std::string& bytes) {
-  constexpr int options =
-      XML_PARSE_NOENT | XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_OLD10;
-  const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> context(xmlNewParserCtxt(), &xmlFreeParserCtxt);
+  constexpr int options = XML_PARSE_NOENT | XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR |
+                          XML_PARSE_NOWARNING | XML_PARSE_OLD10;
+  const std::unique_ptr<xmlParserCtxt, decltype(&xmlFreeParserCtxt)> context(xmlNewParserCtxt(),
+                                                                             &xmlFreeParserCtxt);
   Parsed parsed;
-  parsed.document.reset(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+  parsed.document.reset(xmlCtxtReadMemory(context.get(), bytes.data(),
+                                          static_cast<int>(bytes.size()), nullptr,
                                           EncodingOf(bytes), options));
   parsed.keepsNamespaceRules = context->nsWellFormed != 0;
   return parsed;
@@ -105,13 +113,16 @@ const xmlNode* NextElement(const xmlNode* node, const xmlNode* root) {
 Entry EntryOf(const xmlNode* node) {
   Entry entry{FullName(node->ns, node->name), {}, {}};
   for (const xmlNode* it = node->children; it != nullptr; it = it->next) {
-    if (it->type == XML_TEXT_NODE || it->type == XML_CDATA_SECTION_NODE) entry.text += Text(it->content);
+    if (it->type == XML_TEXT_NODE || it->type == XML_CDATA_SECTION_NODE)
+      entry.text += Text(it->content);
   }
   for (const xmlNs* it = node->nsDef; it != nullptr; it = it->next) {
-    entry.attributes.emplace_back(it->prefix != nullptr ? "xmlns:" + Text(it->prefix) : "xmlns", Text(it->href));
+    entry.attributes.emplace_back(it->prefix != nullptr ? "xmlns:" + Text(it->prefix) : "xmlns",
+                                  Text(it->href));
   }
   for (const xmlAttr* it = node->properties; it != nullptr; it = it->next) {
-    const std::unique_ptr<xmlChar, decltype(xmlFree)> value(xmlNodeListGetString(node->doc, it->children, 1), xmlFree);
+    const std::unique_ptr<xmlChar, decltype(xmlFree)> value(
+        xmlNodeListGetString(node->doc, it->children, 1), xmlFree);
     entry.attributes.emplace_back(FullName(it->ns, it->name), Text(value.get()));
   }
   return entry;
@@ -120,7 +131,8 @@ Entry EntryOf(const xmlNode* node) {
 Tree TreeOf(const Parsed& parsed) {
   Tree tree;
   const xmlNode* const root = xmlDocGetRootElement(parsed.document.get());
-  for (const xmlNode* it = root; it != nullptr; it = NextElement(it, root)) tree.push_back(EntryOf(it));
+  for (const xmlNode* it = root; it != nullptr; it = NextElement(it, root))
+    tree.push_back(EntryOf(it));
   return tree;
 }
 
@@ -142,7 +154,8 @@ class Session {
     return SetXMLItem(list, cookie, "", child.c_str(), "ELEMENT", value.c_str());
   }
 
-  // The elements, with the attributes that the same elements of `other` have: the library can't list attributes.
+  // The elements, with the attributes that the same elements of `other` have: the library can't
+  // list attributes.
   Tree Describe(const Tree& other) const {
     Tree tree;
     std::vector<Ostrum::Element*> open{&list->head->document->GetRoot()};
@@ -158,7 +171,8 @@ class Session {
       }
       tree.push_back(std::move(entry));
       const std::size_t first = open.size();
-      for (auto child = element.Begin(); !(child == element.End()); ++child) open.push_back(&*child);
+      for (auto child = element.Begin(); !(child == element.End()); ++child)
+        open.push_back(&*child);
       std::reverse(open.begin() + static_cast<std::ptrdiff_t>(first), open.end());
     }
     return tree;
@@ -183,7 +197,8 @@ std::string Read(const fs::path& file) {
 
 bool LooksLikeXml(const fs::path& file, const std::string& bytes) {
   const std::string start = bytes.substr(0, 64);
-  return file.extension() == ".xml" || start.find("<?xml ") < 4 || start.find(std::string("<\0?\0x\0m\0l\0", 10)) < 4 ||
+  return file.extension() == ".xml" || start.find("<?xml ") < 4 ||
+         start.find(std::string("<\0?\0x\0m\0l\0", 10)) < 4 ||
          start.find(std::string("\0<\0?\0x\0m\0l", 10)) < 4;
 }
 
@@ -219,9 +234,11 @@ class Comparison {
 
   void PrintCounts() const {
     std::printf(
-        "%u files, %u elements; %u refused by both, %u break namespace rules, %u with a text that can't be set; "
+        "%u files, %u elements; %u refused by both, %u break namespace rules, %u with a text that "
+        "can't be set; "
         "%u differ\n",
-        counts.files, counts.elements, counts.refused, counts.namespaces, counts.unset, counts.different);
+        counts.files, counts.elements, counts.refused, counts.namespaces, counts.unset,
+        counts.different);
   }
   bool AllEqual() const { return counts.different == 0; }
 
@@ -241,8 +258,9 @@ class Comparison {
       for (const auto& [name, value] : entry.attributes) line += " " + name + "='" + value + "'";
       return line + ">" + entry.text;
     };
-    Report(std::string(when) + ", element " + std::to_string(our - ours.begin()) +
-           (both ? ":\n  here:  " + shown(*our) + "\n  there: " + shown(*their) : " is not in both"));
+    Report(
+        std::string(when) + ", element " + std::to_string(our - ours.begin()) +
+        (both ? ":\n  here:  " + shown(*our) + "\n  there: " + shown(*their) : " is not in both"));
     return false;
   }
 

@@ -1,4 +1,5 @@
-// The options of the command line and the commands. Each command prints its data and returns whether there was any.
+// The options of the command line and the commands. Each command prints its data and returns
+// whether there was any.
 #ifndef TARVIK_TOOLS_COMMANDS_H
 #define TARVIK_TOOLS_COMMANDS_H
 
@@ -9,7 +10,8 @@
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
-// The line for standard error, without the command's name and the line end. It names the file concerned.
+// The line for standard error, without the command's name and the line end. It names the file
+// concerned.
 class CommandError : public std::runtime_error {
  public:
   explicit CommandError(const std::string& line, ExitStatus exitStatus = ExitStatus::Failed)

@@ -13,14 +13,16 @@
 // The result of reading and parsing a file.
 struct Examination {
   bool isRead = false;
-  int line = 0, column = 0; // from 1; the column counts bytes if one is invalid, else characters; 0: unknown
-  std::string reason;       // empty for a well-formed file
+  int line = 0,
+      column = 0; // from 1; the column counts bytes if one is invalid, else characters; 0: unknown
+  std::string reason; // empty for a well-formed file
   std::unique_ptr<Ostrum::Document> document;
 
   // For example ":2:6: mismatched tag", to be appended to the file's name.
   std::string Complaint() const;
 };
-Examination Examine(const std::string& fileName, bool encrypted); // fileName: in the locale's character set
+Examination Examine(const std::string& fileName,
+                    bool encrypted); // fileName: in the locale's character set
 Examination Parse(std::string utf8);
 
 // Arguments for SetXMLItem, in the locale's character set, and the item's name for messages.
@@ -28,9 +30,10 @@ struct SetCall {
   std::string path, item, value, shown;
 };
 
-// Values are read through the library's exported functions, which need a group opened for each level. Values that those
-// cannot reach (the root's own text, elements whose group ID would be too long) are read from the document directly.
-// Every function throws CommandError, with the file's name, for any failure other than "not found".
+// Values are read through the library's exported functions, which need a group opened for each
+// level. Values that those cannot reach (the root's own text, elements whose group ID would be too
+// long) are read from the document directly. Every function throws CommandError, with the file's
+// name, for any failure other than "not found".
 class Document {
  public:
   explicit Document(const Options& options);
@@ -50,12 +53,14 @@ class Document {
 
   Ostrum::Document& Tree() const { return *record->document; }
 
-  // The value of the attribute, or the element's text if attribute is empty. Nothing if there is no such attribute.
+  // The value of the attribute, or the element's text if attribute is empty. Nothing if there is no
+  // such attribute.
   std::optional<std::string> Read(const Place& place, const std::string& attribute) const;
 
-  // The library's group ID of a child, in the locale's character set; parent is the parent's ID ("" for the root).
-  // occurrence: the child's number among the names that begin with its name; 0: use its number among all children.
-  // Nothing if parent is nothing, if the ID leads to another element, or if it would be too long.
+  // The library's group ID of a child, in the locale's character set; parent is the parent's ID (""
+  // for the root). occurrence: the child's number among the names that begin with its name; 0: use
+  // its number among all children. Nothing if parent is nothing, if the ID leads to another
+  // element, or if it would be too long.
   using GroupId = std::optional<std::string>;
   GroupId OpenChild(const GroupId& parent, const Step& step, std::uint32_t occurrence) const;
 

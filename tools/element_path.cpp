@@ -11,7 +11,8 @@ namespace {
 
 PathComponent ParseComponent(const std::string& text, const std::string& path) {
   PathComponent component{text, text.substr(0, text.find('&')), "", ""};
-  if (component.name.empty()) throw CommandError(path + ": a name is empty; separate names with \\ or /");
+  if (component.name.empty())
+    throw CommandError(path + ": a name is empty; separate names with \\ or /");
   if (component.name == text) return component;
   const std::string filter = text.substr(component.name.size() + 1);
   const std::size_t equals = filter.find('=');
@@ -29,9 +30,11 @@ bool Passes(const Element& element, const PathComponent& component) {
   return !attribute.IsNull() && attribute.GetValue().starts_with(component.value);
 }
 
-std::vector<Step> Named(const Element& parent, const std::string& name, const PathComponent& component) {
+std::vector<Step> Named(const Element& parent, const std::string& name,
+                        const PathComponent& component) {
   std::vector<Step> steps;
-  if (parent.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull()) return steps; // which the index tells without a walk
+  if (parent.NthChild(Ostrum::NameMatch::Exact, name, 1).IsNull())
+    return steps; // which the index tells without a walk
   std::uint32_t number = 0;
   std::uint32_t position = 0;
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
@@ -55,11 +58,15 @@ Way FollowFrom(Element& root, const std::vector<PathComponent>& path, std::size_
   return way;
 }
 
-// For example "; there is Timeout". Empty if no child's name has a similar beginning, ignoring case.
+// For example "; there is Timeout". Empty if no child's name has a similar beginning, ignoring
+// case.
 std::string NearestName(const Element& parent, const std::string& name) {
-  const auto areEqual = [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); };
+  const auto areEqual = [](unsigned char a, unsigned char b) {
+    return std::tolower(a) == std::tolower(b);
+  };
   std::string_view nearest;
-  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // at least half of the letters must match
+  auto most =
+      static_cast<std::ptrdiff_t>(name.size() - 1) / 2; // at least half of the letters must match
   for (auto child = parent.Begin(); child != parent.End(); ++child) {
     const auto common = std::ranges::mismatch(name, child->GetName(), areEqual).in1 - name.begin();
     if (common > most) nearest = child->GetName();
@@ -74,8 +81,10 @@ std::string NearestName(const Element& parent, const std::string& name) {
 } // namespace
 
 std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence) {
-  const std::string own = FromLocale("\\").value_or("\\"); // some character sets have another character at this byte
-  for (std::size_t at = path.find(own); own != "\\" && at != std::string::npos; at = path.find(own)) {
+  const std::string own =
+      FromLocale("\\").value_or("\\"); // some character sets have another character at this byte
+  for (std::size_t at = path.find(own); own != "\\" && at != std::string::npos;
+       at = path.find(own)) {
     path.replace(at, own.size(), "\\");
   }
   std::vector<PathComponent> components;
@@ -91,7 +100,8 @@ std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence)
 std::uint32_t NumberIn(std::string_view digits) {
   std::uint32_t number = 0;
   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-  const bool isNumber = error == std::errc() && end == digits.data() + digits.size() && digits.front() != '0';
+  const bool isNumber =
+      error == std::errc() && end == digits.data() + digits.size() && digits.front() != '0';
   return isNumber ? number : 0;
 }
 
@@ -109,7 +119,8 @@ std::vector<Step> Children(const Element& parent, const PathComponent& component
   const std::string& name = component.name;
   std::vector<Step> steps = Named(parent, name, component);
   // "Item12" is the second "Item1" or else the twelfth "Item".
-  for (std::size_t start = name.size() - 1; steps.empty() && start > 0 && std::isdigit(name[start]) != 0; --start) {
+  for (std::size_t start = name.size() - 1;
+       steps.empty() && start > 0 && std::isdigit(name[start]) != 0; --start) {
     const std::uint32_t number = NumberIn(std::string_view(name).substr(start));
     if (number < 2) continue;
     steps = Named(parent, name.substr(0, start), component);
@@ -139,6 +150,8 @@ std::string WhyMissing(const Place& parent, const PathComponent& component) {
   }
   const bool isRoot = parent.size() == 1 && name == parent.front().name;
   const bool isThere = isRoot || !Children(element, {name, name, "", ""}).empty();
-  if (isThere && wantsAttribute) return "no attribute " + attribute + " in " + PathBelow(parent, name);
-  return "no element " + text + " in " + PathOf(parent) + (isThere ? "" : NearestName(element, name));
+  if (isThere && wantsAttribute)
+    return "no attribute " + attribute + " in " + PathBelow(parent, name);
+  return "no element " + text + " in " + PathOf(parent) +
+         (isThere ? "" : NearestName(element, name));
 }

@@ -7,8 +7,8 @@
 #include <fstream>
 
 #include "document.h"
-#include "host/ostrumxml/decode.h"
-#include "host/ostrumxml/utf8.h"
+#include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/read/decode.h"
 #include "text.h"
 
 namespace {
@@ -39,13 +39,15 @@ Examination Parse(std::string utf8) {
   result.isRead = true;
   const int length = static_cast<int>(utf8.size());
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
-  result.document.reset(Ostrum::ParseXML(std::move(utf8), length, error, result.line, result.column));
+  result.document.reset(
+      Ostrum::ParseXML(std::move(utf8), length, error, result.line, result.column));
   if (result.document == nullptr) result.reason = Ostrum::ReasonOf(error);
   return result;
 }
 
 std::string Examination::Complaint() const {
-  const std::string place = line == 0 ? "" : std::to_string(line) + ':' + std::to_string(column) + ':';
+  const std::string place =
+      line == 0 ? "" : std::to_string(line) + ':' + std::to_string(column) + ':';
   return ':' + place + ' ' + reason;
 }
 
@@ -65,7 +67,8 @@ Examination Examine(const std::string& fileName, bool encrypted) {
   if (isEncrypted || !failure || !failure->offset) return result;
   const std::string_view before = std::string_view(bytes).substr(0, *failure->offset);
   result.line = static_cast<int>(std::ranges::count(before, '\n')) + 1;
-  result.column = static_cast<int>(before.size() - (before.rfind('\n') + 1)) + 1; // npos wraps to 0 in the first line
+  result.column = static_cast<int>(before.size() - (before.rfind('\n') + 1)) +
+                  1; // npos wraps to 0 in the first line
   return result;
 }
 
@@ -73,8 +76,10 @@ ExitStatus Check(const Options& options) {
   const Examination result = Examine(options.file, options.encrypted);
   const bool isWellFormed = result.reason.empty();
   if (result.isRead && options.json) {
-    PrintJson(
-        {{"wellFormed", isWellFormed}, {"line", result.line}, {"column", result.column}, {"reason", result.reason}});
+    PrintJson({{"wellFormed", isWellFormed},
+               {"line", result.line},
+               {"column", result.column},
+               {"reason", result.reason}});
   }
   if (isWellFormed) return ExitStatus::Found;
   throw CommandError(options.shownFile + result.Complaint(),

@@ -5,7 +5,8 @@
 
 namespace {
 
-// The components of the path and the item. With --attribute, only elements that have the attribute count.
+// The components of the path and the item. With --attribute, only elements that have the attribute
+// count.
 std::vector<PathComponent> Components(const Options& options, const std::string& item) {
   std::vector<PathComponent> components = SplitPath(options.arguments.front(), options.occurrence);
   std::ranges::copy(SplitPath(item), std::back_inserter(components));
@@ -17,8 +18,8 @@ std::vector<PathComponent> Components(const Options& options, const std::string&
 }
 
 // The values of one item. If there are none, appends the reason to `missing`.
-std::vector<std::string> ReadItem(const Document& document, const Options& options, const std::string& item,
-                                  std::string& missing) {
+std::vector<std::string> ReadItem(const Document& document, const Options& options,
+                                  const std::string& item, std::string& missing) {
   const std::vector<PathComponent> components = Components(options, item);
   auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
   const bool isThere = followed == components.size();
@@ -30,8 +31,8 @@ std::vector<std::string> ReadItem(const Document& document, const Options& optio
   }
   if (!values.empty()) return values;
   if (!missing.empty()) missing += ", ";
-  missing +=
-      isThere ? "no attribute " + options.attribute + " in " + PathOf(place) : WhyMissing(place, components[followed]);
+  missing += isThere ? "no attribute " + options.attribute + " in " + PathOf(place)
+                     : WhyMissing(place, components[followed]);
   return values;
 }
 

@@ -8,7 +8,8 @@ namespace {
 // The children of one element that share a name.
 struct SameName {
   std::uint32_t total = 0, visited = 0;
-  std::uint32_t begun = 0;       // visited children whose names begin with this name; group IDs count these
+  std::uint32_t begun =
+      0; // visited children whose names begin with this name; group IDs count these
   SameName* beginning = nullptr; // the longest other name that this one begins with
   std::string_view name;
 };
@@ -22,7 +23,8 @@ class TreeWalk {
   void Walk() {
     place = {topPlace.front()};
     levels.emplace_back(*place.front().element, 0, "");
-    while (!levels.empty()) levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
+    while (!levels.empty())
+      levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
   }
 
   std::size_t count = 0;
@@ -32,7 +34,10 @@ class TreeWalk {
  private:
   struct Level {
     Level(const Element& parent, std::size_t parentPathSize, Document::GroupId parentId)
-        : next(parent.Begin()), end(parent.End()), pathSize(parentPathSize), id(std::move(parentId)) {
+        : next(parent.Begin()),
+          end(parent.End()),
+          pathSize(parentPathSize),
+          id(std::move(parentId)) {
       for (auto child = next; child != end; ++child) ++names[child->GetName()].total;
       SameName* before = nullptr;
       for (auto& [name, same] : names) { // in order, so each name follows those that it begins with
@@ -54,7 +59,8 @@ class TreeWalk {
     ++level.next;
     SameName& same = level.names.at(element.GetName());
     const bool hasForm = HasForm(same.name);
-    const Step step{&element, std::string(same.name), ++same.visited, level.position += hasForm ? 1 : 0};
+    const Step step{&element, std::string(same.name), ++same.visited,
+                    level.position += hasForm ? 1 : 0};
     for (SameName* each = &same; hasForm && each != nullptr; each = each->beginning) ++each->begun;
     const bool isAbove = levels.size() < topPlace.size();
     if (isAbove && topPlace[levels.size()].element != &element) return;
@@ -64,7 +70,8 @@ class TreeWalk {
     path += (path.empty() ? "" : "\\") + text;
     place.resize(levels.size());
     const bool isAmbiguous =
-        isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element : Hides(same, text);
+        isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element
+                : Hides(same, text);
     place.push_back(step);
     if (!hasForm) Remark(": the locale's character set can't represent it");
     const Document::GroupId id =
@@ -125,7 +132,8 @@ ExitStatus List(const Document& document, const Options& options) {
   std::string note = isThere ? "" : WhyMissing(place, components[followed]);
   if (isThere && walk.count == 0) note = "no elements in it";
   for (const auto& [what, remark] : walk.remarks) {
-    const std::string more = remark.first > 1 ? " and " + std::to_string(remark.first - 1) + " more" : "";
+    const std::string more =
+        remark.first > 1 ? " and " + std::to_string(remark.first - 1) + " more" : "";
     note.append(note.empty() ? "" : "; ").append(remark.second + more).append(what);
   }
   if (!note.empty()) document.Note(note);

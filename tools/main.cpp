@@ -16,8 +16,9 @@
 
 namespace {
 
-// CLI11 gives some arguments a meaning: "[a,b]" is two values, "++" ends a subcommand. So arguments that do not begin
-// with a letter or digit and are no options, and all arguments after "--", are passed to it with a mark in front.
+// CLI11 gives some arguments a meaning: "[a,b]" is two values, "++" ends a subcommand. So arguments
+// that do not begin with a letter or digit and are no options, and all arguments after "--", are
+// passed to it with a mark in front.
 constexpr char DataMark = '\x1F';
 
 std::vector<std::string> MarkData(int argumentCount, char** arguments) {
@@ -27,9 +28,10 @@ std::vector<std::string> MarkData(int argumentCount, char** arguments) {
     const std::string argument = arguments[i];
     if (argument == "--" && !std::exchange(isData, true)) continue;
     const auto first = static_cast<unsigned char>(argument[0]);
-    const bool isOption =
-        first == '-' && argument.size() > 1 && std::isdigit(static_cast<unsigned char>(argument[1])) == 0;
-    marked.push_back(!isData && (isOption || std::isalnum(first) != 0) ? argument : DataMark + argument);
+    const bool isOption = first == '-' && argument.size() > 1 &&
+                          std::isdigit(static_cast<unsigned char>(argument[1])) == 0;
+    marked.push_back(!isData && (isOption || std::isalnum(first) != 0) ? argument
+                                                                       : DataMark + argument);
   }
   return marked;
 }
@@ -39,7 +41,8 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
-// An argument as UTF-8 for messages. If it is not valid text, "?" stands for each byte beyond ASCII.
+// An argument as UTF-8 for messages. If it is not valid text, "?" stands for each byte beyond
+// ASCII.
 std::string Shown(std::string argument) {
   const auto utf8 = FromLocale(argument);
   for (char& byte : argument) byte = static_cast<unsigned char>(byte) > 0x7F ? '?' : byte;
@@ -59,16 +62,19 @@ std::string ReadAll(std::istream& stream, const std::string& name) {
   return stream.eof() ? all : throw CommandError(name + ": can't be read");
 }
 
-// Copies standard input to a file that only this user can read. The returned owner of the name removes the file.
+// Copies standard input to a file that only this user can read. The returned owner of the name
+// removes the file.
 using TemporaryFile = std::unique_ptr<const char, int (*)(const char*)>;
 TemporaryFile KeepInput(std::string& name) {
   const std::string input = ReadAll(std::cin, "standard input");
   std::error_code noFolder;
   name = (std::filesystem::temp_directory_path(noFolder) / "tarvik-XXXXXX").string();
   const int descriptor = noFolder ? -1 : mkstemp(name.data());
-  TemporaryFile kept(descriptor >= 0 && close(descriptor) == 0 ? name.c_str() : nullptr, std::remove);
+  TemporaryFile kept(descriptor >= 0 && close(descriptor) == 0 ? name.c_str() : nullptr,
+                     std::remove);
   if (kept && std::ofstream(name, std::ios::binary) << input << std::flush) return kept;
-  throw CommandError("standard input: can't be kept in a temporary file; TMPDIR can name another folder");
+  throw CommandError(
+      "standard input: can't be kept in a temporary file; TMPDIR can name another folder");
 }
 
 // Standard input without the line end that the shell appends.
@@ -128,7 +134,8 @@ class CommandLine {
   ExitStatus Run(int argumentCount, char** argumentTexts) {
     const std::vector<std::string> marked = MarkData(argumentCount, argumentTexts);
     try {
-      app.parse(std::vector<std::string>(marked.rbegin(), marked.rend())); // CLI11 expects the reverse order
+      app.parse(std::vector<std::string>(marked.rbegin(),
+                                         marked.rend())); // CLI11 expects the reverse order
     } catch (const CLI::CallForHelp&) {
       return PrintHelp(Chosen().get_name());
     } catch (const CLI::CallForVersion& version) {
@@ -141,7 +148,8 @@ class CommandLine {
       Refuse(std::string("the arguments must be ") + command->arguments);
     }
     if (command->name == "help") return PrintHelp(arguments.empty() ? "" : arguments.front());
-    for (const std::string& argument : arguments) options.arguments.push_back(RequireText(argument, Shown(argument)));
+    for (const std::string& argument : arguments)
+      options.arguments.push_back(RequireText(argument, Shown(argument)));
     options.file = arguments.front();
     options.shownFile = options.arguments.front();
     options.arguments.erase(options.arguments.begin());
@@ -156,12 +164,15 @@ class CommandLine {
   ExitStatus RunCommand() {
     const bool isSet = command->run == Set, readsInput = options.file == "-";
     if (options.file.empty()) Refuse("FILE is empty");
-    if (readsInput && (isSet || command->run == Match)) Refuse("FILE: standard input can't be saved, and has no name");
+    if (readsInput && (isSet || command->run == Match))
+      Refuse("FILE: standard input can't be saved, and has no name");
     const bool lacksValue = isSet && options.arguments.size() % 2 == 0;
-    if (lacksValue && !valueFromInput) Refuse(options.arguments.back() + ": an ITEM without a VALUE");
+    if (lacksValue && !valueFromInput)
+      Refuse(options.arguments.back() + ": an ITEM without a VALUE");
     if (!lacksValue && valueFromInput) Refuse("--stdin: the last ITEM has a VALUE");
     if (lacksValue) options.arguments.push_back(ReadValue());
-    if (command->run == Detect && options.arguments.size() % 3 != 0) Refuse("PRODUCT, BRANCH and TYPE go together");
+    if (command->run == Detect && options.arguments.size() % 3 != 0)
+      Refuse("PRODUCT, BRANCH and TYPE go together");
     if (!keyFile.empty()) UseKey(keyFile);
     options.attribute = RequireText(options.attribute, Shown(options.attribute));
     ShowLog(verbosity);
@@ -182,10 +193,12 @@ class CommandLine {
     return ExitStatus::Found;
   }
 
-  const CLI::App& Chosen() const { return app.get_subcommands().empty() ? app : *app.get_subcommands().front(); }
+  const CLI::App& Chosen() const {
+    return app.get_subcommands().empty() ? app : *app.get_subcommands().front();
+  }
   [[noreturn]] void Refuse(const std::string& why) const {
-    throw CommandError(why + " (tarvik " + Chosen().get_name() + (Chosen().get_name().empty() ? "" : " ") +
-                       "--help tells more)");
+    throw CommandError(why + " (tarvik " + Chosen().get_name() +
+                       (Chosen().get_name().empty() ? "" : " ") + "--help tells more)");
   }
 
   std::string Complaint(const CLI::ParseError& error) const {
@@ -193,20 +206,25 @@ class CommandLine {
     if (app.get_subcommands().empty() && extras.empty()) return "a command is required";
     std::string what = error.what();
     std::erase(what, DataMark);
-    const bool isMismatch = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch);
-    const char* const mismatch = what.ends_with("missing") ? ": a value is required" : ": is given twice";
+    const bool isMismatch =
+        error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch);
+    const char* const mismatch =
+        what.ends_with("missing") ? ": a value is required" : ": is given twice";
     if (isMismatch) return what.substr(0, what.find(':')) + mismatch;
     if (extras.empty()) return Shown(what);
     const bool isOption = extras.front().starts_with('-');
     return Shown(Unmarked(extras.front())) +
-           (isOption ? ": no such option; use -- before a value that begins with -" : ": there is no such command");
+           (isOption ? ": no such option; use -- before a value that begins with -"
+                     : ": there is no such command");
   }
 
   void AddOptions(CLI::App& get, CLI::App& list, CLI::App& set) {
     const CLI::Range counted(1, INT32_MAX);
     get.add_option("--attribute", options.attribute)->transform(Unmarked)->check(IsGiven);
-    get.add_flag("--all", options.all)->excludes(get.add_option("--index", options.index)->check(counted));
-    for (CLI::App* each : {&get, &list}) each->add_option("--occurrence", options.occurrence)->check(counted);
+    get.add_flag("--all", options.all)
+        ->excludes(get.add_option("--index", options.index)->check(counted));
+    for (CLI::App* each : {&get, &list})
+      each->add_option("--occurrence", options.occurrence)->check(counted);
     list.add_option("--depth", options.depth)->check(counted);
     list.add_flag("--ids", options.withIds);
     list.add_flag("--values", options.withValues);
@@ -225,8 +243,9 @@ class CommandLine {
   const Subcommand* command = nullptr;
 };
 
-// If a standard stream is closed, the next file to be opened would get its descriptor, and output would go to that
-// file. A folder takes the descriptor instead, because it can be neither read nor written.
+// If a standard stream is closed, the next file to be opened would get its descriptor, and output
+// would go to that file. A folder takes the descriptor instead, because it can be neither read nor
+// written.
 void OccupyStandardStreams() {
   int descriptor;
   do descriptor = open("/", O_RDONLY);
@@ -246,7 +265,8 @@ int main(int argumentCount, char** arguments) {
     return static_cast<int>(status);
   } catch (const std::exception& error) {
     const auto* const known = dynamic_cast<const CommandError*>(&error);
-    PrintMessage(known != nullptr ? known->what() : FromLocale(error.what()).value_or("an unexpected error"));
+    PrintMessage(known != nullptr ? known->what()
+                                  : FromLocale(error.what()).value_or("an unexpected error"));
     return static_cast<int>(known != nullptr ? known->status : ExitStatus::Failed);
   }
 }

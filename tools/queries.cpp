@@ -9,7 +9,8 @@ std::vector<DetectionInfo> WalkCatalog(const Document& document) {
   DetectionPosition position = {1, 1, 1};
   for (DetectionInfo info;; pairs.push_back(info)) {
     const auto code = EnumDetectionInfo(document.List(), document.Cookie(), position, &info);
-    // Both a pair without Version and the end give "not found", but only the end leaves the last position at 1.
+    // Both a pair without Version and the end give "not found", but only the end leaves the last
+    // position at 1.
     if (!document.Succeeded(code) && position[2] == 1) return pairs;
   }
 }
@@ -29,9 +30,10 @@ std::string Whole(std::string text) {
   return *FromLocale(text);
 }
 
-// Prints the table and notes what the queries could not return: they leave texts empty that the locale cannot
-// represent, and cut texts to 259 bytes.
-ExitStatus Finish(const Document& document, Table table, const std::vector<Table::Row>& rows, const char* nothing) {
+// Prints the table and notes what the queries could not return: they leave texts empty that the
+// locale cannot represent, and cut texts to 259 bytes.
+ExitStatus Finish(const Document& document, Table table, const std::vector<Table::Row>& rows,
+                  const char* nothing) {
   bool isCut = false;
   for (const Table::Row& row : rows) {
     for (const auto& field : row) isCut = isCut || field->size() > 255;
@@ -39,7 +41,8 @@ ExitStatus Finish(const Document& document, Table table, const std::vector<Table
   }
   table.Finish();
   if (!HasForm(document.Tree().GenerateXML(false))) {
-    document.Note("the locale's character set can't represent all of it; such a text is left empty");
+    document.Note(
+        "the locale's character set can't represent all of it; such a text is left empty");
   } else if (isCut || rows.empty()) {
     document.Note(isCut ? "a text may be cut: the queries read 259 bytes of each" : nothing);
   }
@@ -50,12 +53,13 @@ ExitStatus Finish(const Document& document, Table table, const std::vector<Table
 
 ExitStatus Status(const Document& document, const Options& options) {
   std::uint8_t enabled = 0;
-  const bool isStatus =
-      document.Succeeded(IsRepositoryEnabled(document.List(), document.Cookie(), &enabled, nullptr, nullptr));
+  const bool isStatus = document.Succeeded(
+      IsRepositoryEnabled(document.List(), document.Cookie(), &enabled, nullptr, nullptr));
   Json json{{"enabled", nullptr}, {"catalogVersion", nullptr}};
   if (isStatus) json["enabled"] = enabled == 1;
   const auto version =
-      isStatus ? document.Read(Follow(document.Tree().GetRoot(), {}).place, "CatalogVersion") : std::nullopt;
+      isStatus ? document.Read(Follow(document.Tree().GetRoot(), {}).place, "CatalogVersion")
+               : std::nullopt;
   if (version) json["catalogVersion"] = *version;
   if (options.json) PrintJson(json);
   if (!options.json && isStatus) PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
@@ -66,16 +70,19 @@ ExitStatus Status(const Document& document, const Options& options) {
 
 ExitStatus Detect(const Document& document, const Options& options) {
   std::vector<Table::Row> rows;
-  for (const auto& pair : options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options.arguments)) {
+  for (const auto& pair :
+       options.arguments.empty() ? WalkCatalog(document) : FindOne(document, options.arguments)) {
     Table::Row& row = rows.emplace_back();
-    for (const auto* field : {&pair.ProductID, &pair.Branch, &pair.PackageType, &pair.LangID, &pair.Version,
-                              &pair.ProductVersion, &pair.PlatformID, &pair.MinimumDATVersion, &pair.EngineFile}) {
+    for (const auto* field :
+         {&pair.ProductID, &pair.Branch, &pair.PackageType, &pair.LangID, &pair.Version,
+          &pair.ProductVersion, &pair.PlatformID, &pair.MinimumDATVersion, &pair.EngineFile}) {
       row.push_back(Whole(*field));
     }
   }
-  Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion", "PlatformID",
-                             "MinimumDATVersion", "EngineFile"});
-  return Finish(document, table, rows, "no such detection entry with a language package of its branch");
+  Table table(options.json, {"ProductID", "Branch", "PackageType", "LangID", "Version",
+                             "ProductVersion", "PlatformID", "MinimumDATVersion", "EngineFile"});
+  return Finish(document, table, rows,
+                "no such detection entry with a language package of its branch");
 }
 
 ExitStatus Files(const Document& document, const Options& options) {
@@ -92,8 +99,8 @@ ExitStatus Files(const Document& document, const Options& options) {
 
 ExitStatus Match(const Document& document, const Options& options) {
   std::uint32_t matches = 0;
-  document.Succeeded(
-      MatchXmlListToFileName(document.List(), *document.Cookie(), ToLocale(options.arguments[0])->c_str(), &matches));
+  document.Succeeded(MatchXmlListToFileName(document.List(), *document.Cookie(),
+                                            ToLocale(options.arguments[0])->c_str(), &matches));
   options.json ? PrintJson({{"matches", matches == 1}}) : PrintValue(matches == 1 ? "yes" : "no");
   return matches == 1 ? ExitStatus::Found : ExitStatus::NothingFound;
 }

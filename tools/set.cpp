@@ -6,19 +6,23 @@
 
 namespace {
 
-// Sets items in a copy of the document, to check that the library would change the named items and nothing else.
+// Sets items in a copy of the document, to check that the library would change the named items and
+// nothing else.
 class SetPlan {
  public:
   SetPlan(const Document& openDocument, const Options& wanted)
-      : document(openDocument), options(wanted), copy(Parse(document.Tree().GenerateXML(false)).document) {}
+      : document(openDocument),
+        options(wanted),
+        copy(Parse(document.Tree().GenerateXML(false)).document) {}
 
-  // Throws CommandError if the library would set something else or the value is not allowed in XML; with status
-  // NothingFound if something is missing that must exist.
+  // Throws CommandError if the library would set something else or the value is not allowed in XML;
+  // with status NothingFound if something is missing that must exist.
   void Add(const std::string& item, const std::string& value) try {
     if (item.empty()) document.Fail("the name of an item is empty");
     const std::string& path = options.arguments.front();
     const std::string inPath = path.empty() ? item : path + '\\' + item;
-    const std::vector<PathComponent> components = SplitPath(options.itemIsAttribute ? path : inPath);
+    const std::vector<PathComponent> components =
+        SplitPath(options.itemIsAttribute ? path : inPath);
     auto [place, matches, followed] = Follow(copy->GetRoot(), components);
     for (std::size_t step = 1; step < place.size(); ++step) RequireTaken(place, step);
     for (; followed < components.size(); ++followed) Make(place, components[followed]);
@@ -32,8 +36,10 @@ class SetPlan {
       name = place.back().name;
       place.pop_back();
     }
-    std::string asked; // names are converted one by one, since the separator is the same byte in every locale
-    for (const Step& step : place) asked += (asked.empty() ? "" : "\\") + ToLocale(step.name).value();
+    std::string asked; // names are converted one by one, since the separator is the same byte in
+                       // every locale
+    for (const Step& step : place)
+      asked += (asked.empty() ? "" : "\\") + ToLocale(step.name).value();
     calls.push_back({asked, ToLocale(name).value(), ToLocale(value).value(), shown});
   } catch (const std::invalid_argument& reason) {
     document.Fail(shown + ": not set: " + reason.what());
@@ -47,26 +53,29 @@ class SetPlan {
  private:
   [[noreturn]] static void Refuse(const std::string& why) { throw std::invalid_argument(why); }
 
-  // For each name the library takes the first child whose name begins with it and can be represented in the locale. That
-  // must be the step's element; no element if that is the null element.
+  // For each name the library takes the first child whose name begins with it and can be
+  // represented in the locale. That must be the step's element; no element if that is the null
+  // element.
   void RequireTaken(const Place& place, std::size_t step) {
     const Step& wanted = place[step];
     Step first{nullptr, ""};
-    for (std::uint32_t n = 1; first.element == nullptr || !(first.name.empty() || HasForm(first.name)); ++n) {
+    for (std::uint32_t n = 1;
+         first.element == nullptr || !(first.name.empty() || HasForm(first.name)); ++n) {
       first.element = &place[step - 1].element->NthChild(Ostrum::NameMatch::Prefix, wanted.name, n);
       first.name = first.element->GetName();
     }
     if (first.element == wanted.element) return;
     const Place parent(place.begin(), place.begin() + static_cast<std::ptrdiff_t>(step));
     shown = PathBelow(parent, wanted.Text());
-    Refuse("the library would take " + PathBelow(parent, first.Text()) + ", the first whose name begins with " +
-           wanted.name);
+    Refuse("the library would take " + PathBelow(parent, first.Text()) +
+           ", the first whose name begins with " + wanted.name);
   }
 
   void Make(Place& place, const PathComponent& component) {
     if (options.existing) document.Fail(WhyMissing(place, component), ExitStatus::NothingFound);
     shown = PathBelow(place, component.text);
-    if (!component.attribute.empty()) Refuse(WhyMissing(place, component) + ", and set makes none for a filter");
+    if (!component.attribute.empty())
+      Refuse(WhyMissing(place, component) + ", and set makes none for a filter");
     Element& parent = *place.back().element;
     place.push_back({&Element::null, component.name});
     RequireTaken(place, place.size() - 1);
@@ -81,7 +90,8 @@ class SetPlan {
     Ostrum::Attribute attribute = element.GetAttribute(name);
     const bool isNew = attribute.IsNull();
     const std::string inElement = name + " in " + PathOf(place);
-    if (isNew && options.existing) document.Fail("no attribute " + inElement, ExitStatus::NothingFound);
+    if (isNew && options.existing)
+      document.Fail("no attribute " + inElement, ExitStatus::NothingFound);
     if (isNew) attribute = element.CreateAttribute(name);
     if (attribute.IsNull()) Refuse(WhyNotMade(element, name));
     static_cast<Ostrum::Value>(attribute).Set(value);
@@ -90,7 +100,8 @@ class SetPlan {
 
   void NoteMade(const std::string& what) { made += (made.empty() ? "" : ", ") + what; }
   static std::string WhyNotMade(const Element& parent, const std::string& name) {
-    return parent.CanBeChanged() ? name + " is not a valid XML name" : "the element comes from an entity";
+    return parent.CanBeChanged() ? name + " is not a valid XML name"
+                                 : "the element comes from an entity";
   }
 
   const Document& document;
@@ -111,10 +122,12 @@ std::vector<std::string> SplitLines(const std::string& text) {
 std::string LineDiff(const std::string& before, const std::string& after) {
   const auto old = SplitLines(before), now = SplitLines(after);
   std::string text;
-  const auto append = [&text](char sign, const auto& line) { text.append(1, sign).append(line).append(1, '\n'); };
+  const auto append = [&text](char sign, const auto& line) {
+    text.append(1, sign).append(line).append(1, '\n');
+  };
   for (std::size_t i = 0, j = 0; i < old.size() || j < now.size(); ++i, ++j) {
-    // The smallest number of lines to skip until both texts continue alike. Beyond `farthest`, all remaining lines
-    // count as changed.
+    // The smallest number of lines to skip until both texts continue alike. Beyond `farthest`, all
+    // remaining lines count as changed.
     constexpr std::size_t farthest = 2000;
     std::size_t sum = 0, passed = 0;
     const auto goOnAlike = [&] {
@@ -137,11 +150,13 @@ ExitStatus Set(const Document& document, const Options& options) {
   SetPlan plan(document, options);
   for (auto item = options.arguments.begin() + 1; item != options.arguments.end(); item += 2)
     plan.Add(item[0], item[1]);
-  const std::string changes = options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
+  const std::string changes =
+      options.dryRun ? LineDiff(document.Tree().GenerateXML(false), plan.Result()) : "";
   for (const SetCall& call : plan.calls) {
     if (!options.dryRun) document.Set(call, options.itemIsAttribute ? "ATTRIBUTE" : "ELEMENT");
   }
-  if (options.json) PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
+  if (options.json)
+    PrintJson({{"saved", !options.dryRun}, {"made", plan.made}, {"changes", changes}});
   if (!options.json && !changes.empty())
     PrintValue(changes.substr(0, changes.size() - 1)); // PrintValue adds the line end
   if (!plan.made.empty()) document.Note((options.dryRun ? "would make " : "made ") + plan.made);

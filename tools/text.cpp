@@ -12,7 +12,7 @@
 #include <iostream>
 
 #include "commands.h"
-#include "host/ostrumxml/utf8.h"
+#include "host/ostrumxml/data/utf8.h"
 
 namespace {
 
@@ -27,7 +27,8 @@ std::string Coloured(int stream, const char* colour, const std::string& text) {
   const char* const noColour = std::getenv("NO_COLOR");
   const char* const terminal = std::getenv("TERM");
   const bool isRefused = noColour != nullptr && *noColour != '\0';
-  const bool isPlain = terminal == nullptr || std::string_view(terminal) == "dumb" || isatty(stream) == 0;
+  const bool isPlain =
+      terminal == nullptr || std::string_view(terminal) == "dumb" || isatty(stream) == 0;
   return isRefused || isPlain ? text : colour + text + "\033[0m";
 }
 
@@ -40,7 +41,9 @@ std::string ToPrint(const std::string& utf8, bool isJson = false) {
 
 std::string Line(const Table::Row& row) {
   std::string line;
-  const auto withoutSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r' ? ' ' : c; };
+  const auto withoutSeparator = [](char c) {
+    return c == '\t' || c == '\n' || c == '\r' ? ' ' : c;
+  };
   for (std::size_t i = 0; i < row.size() && (row[i] || i + 1 < row.size()); ++i) {
     if (i > 0) line += '\t';
     const auto start = static_cast<std::ptrdiff_t>(line.size());
@@ -53,10 +56,15 @@ std::string Line(const Table::Row& row) {
 int logLevel = 0;
 
 void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
-  const bool enters = kind == corekit::LogKind::TraceEnter, leaves = kind == corekit::LogKind::TraceLeave;
+  const bool enters = kind == corekit::LogKind::TraceEnter,
+             leaves = kind == corekit::LogKind::TraceLeave;
   if ((enters || leaves) && logLevel < 2) return;
   std::string line;
-  Ostrum::Utf8FromWide(std::wstring(enters ? L"> " : leaves ? L"< " : L"") + component + L": " + text, line);
+  Ostrum::Utf8FromWide(std::wstring(enters   ? L"> "
+                                    : leaves ? L"< "
+                                             : L"") +
+                           component + L": " + text,
+                       line);
   const char* const colour = kind == corekit::LogKind::Error ? Red : Dim;
   std::cerr << Coloured(STDERR_FILENO, colour, Printable(line)) << '\n';
 } catch (const std::exception&) { // a sink must not throw; without memory the line is lost
@@ -78,7 +86,8 @@ std::optional<std::string> FromLocale(const std::string& text) {
   std::wstring wide(text.size() + 1, L'\0');
   const std::size_t length = std::mbstowcs(wide.data(), text.c_str(), wide.size());
   std::string utf8;
-  if (length > text.size() || !Ostrum::Utf8FromWide(wide.substr(0, length), utf8)) return std::nullopt;
+  if (length > text.size() || !Ostrum::Utf8FromWide(wide.substr(0, length), utf8))
+    return std::nullopt;
   return utf8;
 }
 
@@ -101,10 +110,12 @@ std::string Printable(std::string_view utf8, std::string_view kept) {
     std::mbstate_t state{};
     const std::size_t length = character == L'\\' ? 1 : std::wcrtomb(bytes, character, &state);
     const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
-    const bool isRefused = isControl && kept.find(static_cast<char>(character)) == std::string_view::npos;
+    const bool isRefused =
+        isControl && kept.find(static_cast<char>(character)) == std::string_view::npos;
     const bool isKept = !isRefused && length <= MB_LEN_MAX;
     bytes[isKept ? length : 0] = '\0';
-    if (!isKept) std::snprintf(bytes, sizeof bytes, "\\u%04lx", static_cast<unsigned long>(character));
+    if (!isKept)
+      std::snprintf(bytes, sizeof bytes, "\\u%04lx", static_cast<unsigned long>(character));
     result += bytes;
   }
   return result;

@@ -1,5 +1,6 @@
-// Text is UTF-8 inside the command. It is converted from and to the locale's character set for arguments, for calls of
-// the library, and for printing. Only data goes to standard output, everything else to standard error.
+// Text is UTF-8 inside the command. It is converted from and to the locale's character set for
+// arguments, for calls of the library, and for printing. Only data goes to standard output,
+// everything else to standard error.
 #ifndef TARVIK_TOOLS_TEXT_H
 #define TARVIK_TOOLS_TEXT_H
 
@@ -19,8 +20,8 @@ std::optional<std::string> FromLocale(const std::string& text);
 std::optional<std::string> ToLocale(std::string_view utf8);
 bool HasForm(std::string_view utf8); // whether ToLocale succeeds
 
-// Text for printing, in the locale's character set. Control characters, except those in `kept`, and characters that the
-// locale lacks are written as escapes, such as "\u001b".
+// Text for printing, in the locale's character set. Control characters, except those in `kept`, and
+// characters that the locale lacks are written as escapes, such as "\u001b".
 std::string Printable(std::string_view utf8, std::string_view kept = "");
 
 // Prints the value and a line end. Control characters are escaped on a terminal.
@@ -30,9 +31,9 @@ void PrintGood(const std::string& value, bool isGood); // green if it is good, e
 // Prints one JSON value, indented.
 void PrintJson(const Json& value);
 
-// Prints rows as they are added: either lines of tab-separated fields, for cut and awk, with tabs and line ends in a
-// field replaced by blanks, and with a header on a terminal; or a JSON array, of strings if there is one field, else of
-// objects.
+// Prints rows as they are added: either lines of tab-separated fields, for cut and awk, with tabs
+// and line ends in a field replaced by blanks, and with a header on a terminal; or a JSON array, of
+// strings if there is one field, else of objects.
 class Table {
  public:
   using Row = std::vector<std::optional<std::string>>;

@@ -1,9 +1,9 @@
-// corekit: log, trace, string builder and file cipher. For C++17; the log sink and the cipher's key also for C and
-// every language that calls C functions.
+// corekit: log, trace, string builder and file cipher. For C++17; the log sink and the cipher's key
+// also for C and every language that calls C functions.
 //
-// A program that wants to see the log lines of the libraries in its process sets a sink; without one, building a line
-// and tracing cost next to nothing: no allocation, no conversion. No function here throws, but KCryptWrap's:
-// std::bad_alloc when memory runs out.
+// A program that wants to see the log lines of the libraries in its process sets a sink; without
+// one, building a line and tracing cost next to nothing: no allocation, no conversion. No function
+// here throws, but KCryptWrap's: std::bad_alloc when memory runs out.
 #ifndef COREKIT_COREKIT_H
 #define COREKIT_COREKIT_H
 
@@ -40,11 +40,16 @@ extern "C" {
 
 // NOLINTBEGIN(modernize-use-using): for C
 // The kinds of line: a function was entered or left, a detail, an error.
-typedef enum CorekitLogKind { CorekitTraceEnter, CorekitTraceLeave, CorekitDetail, CorekitError } CorekitLogKind;
+typedef enum CorekitLogKind {
+  CorekitTraceEnter,
+  CorekitTraceLeave,
+  CorekitDetail,
+  CorekitError
+} CorekitLogKind;
 
 // As corekit::LogSink below.
-typedef void(COREKIT_CALL* CorekitLogSink)(void* context, CorekitLogKind kind, const wchar_t* component,
-                                           const wchar_t* text);
+typedef void(COREKIT_CALL* CorekitLogSink)(void* context, CorekitLogKind kind,
+                                           const wchar_t* component, const wchar_t* text);
 // NOLINTEND(modernize-use-using)
 
 // As corekit::SetLogSink: the process has one sink, set by either function.
@@ -61,13 +66,14 @@ namespace corekit {
 // The kinds of line, as in CorekitLogKind.
 enum class LogKind { TraceEnter, TraceLeave, Detail, Error };
 
-// Receives every line while it is set, on whatever thread logged it, several at once if several threads log. component
-// and text are zero-terminated and valid during the call only; a trace gives the function's name as text. A sink must
-// not throw. It may log, and it may set another sink.
-using LogSink = void(COREKIT_CALL*)(void* context, LogKind kind, const wchar_t* component, const wchar_t* text);
+// Receives every line while it is set, on whatever thread logged it, several at once if several
+// threads log. component and text are zero-terminated and valid during the call only; a trace gives
+// the function's name as text. A sink must not throw. It may log, and it may set another sink.
+using LogSink = void(COREKIT_CALL*)(void* context, LogKind kind, const wchar_t* component,
+                                    const wchar_t* text);
 
-// Sets the process-wide sink; null (the default) drops every line. A call to the old sink that is under way on another
-// thread may still end after this returns, so keep its context alive.
+// Sets the process-wide sink; null (the default) drops every line. A call to the old sink that is
+// under way on another thread may still end after this returns, so keep its context alive.
 COREKIT_API void COREKIT_CALL SetLogSink(LogSink sink, void* context) noexcept;
 
 // True while a sink is set. Check it before work that only a log line needs.
@@ -79,9 +85,9 @@ COREKIT_API void COREKIT_CALL logDetail(const wchar_t* component, const wchar_t*
 // Hands one line to the sink, as an error.
 COREKIT_API void COREKIT_CALL logError(const wchar_t* component, const wchar_t* line) noexcept;
 
-// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing. A piece for which
-// there is no memory cuts the line there. Narrow text is in the locale's character set; bytes that are none there show
-// as U+FFFD.
+// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing.
+// A piece for which there is no memory cuts the line there. Narrow text is in the locale's
+// character set; bytes that are none there show as U+FFFD.
 class KString {
  public:
   explicit KString(const wchar_t* text) noexcept : live(LogIsOn()) { *this << text; }
@@ -120,8 +126,8 @@ class KString {
   bool live;
 };
 
-// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends. Both texts must outlive
-// it.
+// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends.
+// Both texts must outlive it.
 class KDetailTrace {
  public:
   KDetailTrace(const wchar_t* componentName, const wchar_t* functionName) noexcept
@@ -143,20 +149,21 @@ class KDetailTrace {
   bool live;
 };
 
-// Sets the process-wide key of the file cipher, 32 bytes, which are copied; without it the key built in serves. A file
-// written under one key is refused under another.
+// Sets the process-wide key of the file cipher, 32 bytes, which are copied; without it the key
+// built in serves. A file written under one key is refused under another.
 COREKIT_API void COREKIT_CALL SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
 
-// The file cipher. Layout of an encrypted file: 4 bytes "TVK1", a random nonce of 12 bytes, the AES-256-GCM ciphertext
-// and its 16-byte tag; the 4 bytes are authenticated too. Input and output may be any bytes, zero bytes included, and
-// the same string. Both functions throw std::bad_alloc, output then being as it was.
+// The file cipher. Layout of an encrypted file: 4 bytes "TVK1", a random nonce of 12 bytes, the
+// AES-256-GCM ciphertext and its 16-byte tag; the 4 bytes are authenticated too. Input and output
+// may be any bytes, zero bytes included, and the same string. Both functions throw std::bad_alloc,
+// output then being as it was.
 class KCryptWrap {
  public:
   // Encrypts input into output. False, with output empty, when the system gives no random nonce.
   COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
 
-  // Decrypts input into output. False, with output empty, when input is not whole and unchanged, was made with another
-  // key, or is not an encrypted file.
+  // Decrypts input into output. False, with output empty, when input is not whole and unchanged,
+  // was made with another key, or is not an encrypted file.
   COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
 };
 

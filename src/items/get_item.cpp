@@ -31,15 +31,18 @@ struct ItemRequest {
 
 enum class ItemKind { Element, Attribute, Other };
 
-// An item type or value type names a keyword by any text that begins with it, letter case apart. Nearly every caller writes one
-// of the two in capitals, and comparing bytes costs far less than folding characters.
+// An item type or value type names a keyword by any text that begins with it, letter case apart.
+// Nearly every caller writes one of the two in capitals, and comparing bytes costs far less than
+// folding characters.
 ItemKind KindOf(const char* type) noexcept {
   constexpr const char* element = "ELEMENT";
   constexpr const char* attribute = "ATTRIBUTE";
   if (std::strcmp(type, element) == 0) return ItemKind::Element;
   if (std::strcmp(type, attribute) == 0) return ItemKind::Attribute;
-  if (platform::MbsCompareBytesNoCase(type, element, std::strlen(element)) == 0) return ItemKind::Element;
-  if (platform::MbsCompareBytesNoCase(type, attribute, std::strlen(attribute)) == 0) return ItemKind::Attribute;
+  if (platform::MbsCompareBytesNoCase(type, element, std::strlen(element)) == 0)
+    return ItemKind::Element;
+  if (platform::MbsCompareBytesNoCase(type, attribute, std::strlen(attribute)) == 0)
+    return ItemKind::Attribute;
   return ItemKind::Other;
 }
 
@@ -49,15 +52,17 @@ void RequireGiven(Texts... texts) {
   if (((texts == nullptr) || ...)) throw std::invalid_argument("a text that is needed is null");
 }
 
-// The value of an element or attribute in the caller's character set: at least its first `limit` bytes, all of it where only
-// the whole tells whether it has a form there. A value that has none must not come back as an empty one.
+// The value of an element or attribute in the caller's character set: at least its first `limit`
+// bytes, all of it where only the whole tells whether it has a form there. A value that has none
+// must not come back as an empty one.
 class ItemValue {
  public:
   // element: any of the document.
   template <class Node>
   ItemValue(const Element& element, const Node& node, std::size_t limit)
       : converted(node.GetValue(scratch, DocumentPasses(element) ? limit : npos)) {
-    if (!converted.Text()) throw std::range_error("a value has no form in the locale's character set");
+    if (!converted.Text())
+      throw std::range_error("a value has no form in the locale's character set");
   }
   std::string_view Text() const noexcept { return *converted.Text(); }
 
@@ -114,11 +119,13 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
   if (!request.value.IsWanted()) return XmlSuccess;
 
   request.value.Store(ItemValue(element, *child, request.value.Capacity()).Text());
-  LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ", request.value.Text(), L".");
+  LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ",
+            request.value.Text(), L".");
   return XmlSuccess;
 }
 
-// Stores an attribute's value, or the text of the child that has it. The log line shows it whole, so it is then read so.
+// Stores an attribute's value, or the text of the child that has it. The log line shows it whole,
+// so it is then read so.
 template <class Node>
 std::uint32_t FoundAttribute(const Element& element, const Node& node, const ItemRequest& request,
                              const wchar_t* ending) {
@@ -126,25 +133,28 @@ std::uint32_t FoundAttribute(const Element& element, const Node& node, const Ite
   const bool isLogged = corekit::SinkIsSet();
   const ItemValue value(element, node, isLogged ? std::string::npos : request.value.Capacity());
   if (isLogged) {
-    LogDetail(L"Found ", request.itemName, L"-", request.attributeName, L" in the element map.  It's value is ",
-              std::string(value.Text()).c_str(), ending);
+    LogDetail(L"Found ", request.itemName, L"-", request.attributeName,
+              L" in the element map.  It's value is ", std::string(value.Text()).c_str(), ending);
   }
   request.value.Store(value.Text());
   return XmlSuccess;
 }
 
-std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName, const ItemRequest& request) {
+std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName,
+                               const ItemRequest& request) {
   if (!attributeName.Text()) return AttributeMissing(request);
   const Attribute attribute = element.GetAttribute(*attributeName.Text());
-  return attribute.IsNull() ? AttributeMissing(request) : FoundAttribute(element, attribute, request, L" (attribute).");
+  return attribute.IsNull() ? AttributeMissing(request)
+                            : FoundAttribute(element, attribute, request, L" (attribute).");
 }
 
 std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
                                  const ItemRequest& request) {
   const std::string_view* const name = attributeName.Text() ? &*attributeName.Text() : nullptr;
-  const Element* const child = request.index == 0
-                                   ? FirstChild(element)
-                                   : FindNthChildWithAttribute(element, request.itemName, name, CountedIndex(request));
+  const Element* const child =
+      request.index == 0
+          ? FirstChild(element)
+          : FindNthChildWithAttribute(element, request.itemName, name, CountedIndex(request));
   if (child == nullptr) return ElementMissing(request);
   if (name == nullptr) return AttributeMissing(request);
   const Attribute attribute = child->GetAttribute(*name);
@@ -177,7 +187,8 @@ std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
 }
 
 // What GetXMLItem and EnumXMLItem do.
-std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie, const ItemRequest& request) noexcept {
+std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie,
+                             const ItemRequest& request) noexcept {
   const platform::CharsetScope charset;
   const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
@@ -191,16 +202,20 @@ std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie, const Item
 
 } // namespace
 
-std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
-                                     const char* itemType, const char* attributeName, const char* valueType,
-                                     char* value, std::uint32_t capacity) {
+std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path,
+                                     const char* itemName, const char* itemType,
+                                     const char* attributeName, const char* valueType, char* value,
+                                     std::uint32_t capacity) {
   const Trace trace(L"GetXMLItem");
-  return GenericGetItem(list, cookie, {path, itemName, itemType, 1, attributeName, valueType, {value, capacity}});
+  return GenericGetItem(list, cookie,
+                        {path, itemName, itemType, 1, attributeName, valueType, {value, capacity}});
 }
 
-std::uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
-                                      const char* itemType, std::int32_t index, const char* attributeName,
+std::uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path,
+                                      const char* itemName, const char* itemType,
+                                      std::int32_t index, const char* attributeName,
                                       const char* valueType, char* value, std::uint32_t capacity) {
   const Trace trace(L"EnumXMLItem");
-  return GenericGetItem(list, cookie, {path, itemName, itemType, index, attributeName, valueType, {value, capacity}});
+  return GenericGetItem(
+      list, cookie, {path, itemName, itemType, index, attributeName, valueType, {value, capacity}});
 }

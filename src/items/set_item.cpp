@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/file.h"
-#include "host/ostrumxml/references.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
 #include "platform/platform.h"
@@ -45,20 +45,22 @@ struct SetStep {
   std::vector<SetAttribute> attributes;
 };
 
-// The arguments of SetXMLItem, completely parsed, checked and converted before anything is changed. Since it does not
-// depend on a document, a request can be carried out on another one as well.
+// The arguments of SetXMLItem, completely parsed, checked and converted before anything is changed.
+// Since it does not depend on a document, a request can be carried out on another one as well.
 struct SetRequest {
   std::vector<SetStep> steps;      // from the root, which is always there
   std::optional<std::string> text; // for the last step's element, in UTF-8
   std::string target;              // equal for requests that set the same item
-  std::size_t longestKey = 0;      // length of the longest key that the request can add to the element map
+  std::size_t longestKey =
+      0; // length of the longest key that the request can add to the element map
 };
 
 std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   std::string rest(path);
   std::exception_ptr failure;
   const bool hasRoot = IsRootInPath(record, path, &failure) == 1;
-  if (failure) std::rethrow_exception(failure); // otherwise a second root could be created below the root
+  if (failure)
+    std::rethrow_exception(failure); // otherwise a second root could be created below the root
   if (!hasRoot) return rest;
   RemoveRootFromBeginningOfPath(path, rest.data(), static_cast<std::uint32_t>(rest.size() + 1));
   rest.resize(std::strlen(rest.c_str()));
@@ -74,7 +76,8 @@ SetText Converted(std::string given) {
 
 SetText Value(std::string given) {
   SetText value = Converted(std::move(given));
-  if (!Ostrum::IsXmlText(value.utf8)) throw std::invalid_argument("a character that XML can't carry");
+  if (!Ostrum::IsXmlText(value.utf8))
+    throw std::invalid_argument("a character that XML can't carry");
   return value;
 }
 
@@ -84,7 +87,8 @@ SetAttribute Attribute(std::string name, std::string value) {
   return attribute;
 }
 
-// Checked without looking whether the element exists: no name in a document begins with an invalid name.
+// Checked without looking whether the element exists: no name in a document begins with an invalid
+// name.
 SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
@@ -92,8 +96,8 @@ SetText ElementName(std::string given) {
   throw std::invalid_argument("not an XML name");
 }
 
-// Returns the text before the first separator and moves rest behind it; if there is none, returns all and sets rest to
-// null.
+// Returns the text before the first separator and moves rest behind it; if there is none, returns
+// all and sets rest to null.
 std::string Cut(const char*& rest, char separator) {
   const char* const start = rest;
   rest = platform::MbsFindChar(start, separator);
@@ -112,14 +116,16 @@ SetStep Step(std::string component) {
   return step;
 }
 
-// Throws std::invalid_argument if a name or value is not allowed in XML or is not text in the locale, or if a component
-// has no name; std::length_error if the texts are too long for a path; std::bad_alloc. Changes nothing.
-SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName, const char* itemType,
-                           const char* value) {
+// Throws std::invalid_argument if a name or value is not allowed in XML or is not text in the
+// locale, or if a component has no name; std::length_error if the texts are too long for a path;
+// std::bad_alloc. Changes nothing.
+SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName,
+                           const char* itemType, const char* value) {
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
     throw std::invalid_argument("a text that is needed is null");
   }
-  constexpr std::size_t longest = UINT32_MAX - 2; // leaves room for a separator and the terminating zero
+  constexpr std::size_t longest =
+      UINT32_MAX - 2; // leaves room for a separator and the terminating zero
   if (std::strlen(path) + std::strlen(itemName) > longest) throw std::length_error("path");
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
@@ -143,7 +149,8 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   return request;
 }
 
-// Parsing the request has already split the component. The calls that trace this are made when the walk reaches it.
+// Parsing the request has already split the component. The calls that trace this are made when the
+// walk reaches it.
 void TraceCuts(const SetStep& step) {
   if (!corekit::SinkIsSet()) return;
   ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
@@ -156,7 +163,8 @@ void Require(bool holds, const char* why) {
 }
 
 void RequirePlace(const Element& element) {
-  Require(element.CanBeChanged(), "the element stands in an entity's text and has no place of its own in the file");
+  Require(element.CanBeChanged(),
+          "the element stands in an entity's text and has no place of its own in the file");
 }
 
 void Set(Element& element, const SetAttribute& attribute) {
@@ -166,8 +174,8 @@ void Set(Element& element, const SetAttribute& attribute) {
 }
 
 Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
-  // Prepare first: if entering the key could fail later, the next set would find the new element and never enter its
-  // key.
+  // Prepare first: if entering the key could fail later, the next set would find the new element
+  // and never enter its key.
   if (key != nullptr) key->Prepare();
   Element& child = parent.AddElementInto(step.name.utf8);
   if (child.IsNull()) {
@@ -179,7 +187,8 @@ Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
 }
 
 void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap::KeyChain& key) {
-  for (const std::string_view part : {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
+  for (const std::string_view part :
+       {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
     key.Append(part);
   }
   if (key.IsEntered()) return; // under the first element that it led to
@@ -187,16 +196,17 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
   key.Enter(element);
 }
 
-// Carries out a request on a document: walks from the root to the element that the request names, taking at each step
-// the first child whose name begins with the step's name, and creates what is missing.
+// Carries out a request on a document: walks from the root to the element that the request names,
+// taking at each step the first child whose name begins with the step's name, and creates what is
+// missing.
 class SetWalk {
  public:
   // Returns the child, or null if it must be created. parent is null if it must be created itself.
   using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
 
-  // Finds the existing elements and checks the whole request before anything is changed. Throws std::invalid_argument
-  // if the document does not allow a part of it, what the search throws, or std::bad_alloc. Request and document must
-  // outlive this.
+  // Finds the existing elements and checks the whole request before anything is changed. Throws
+  // std::invalid_argument if the document does not allow a part of it, what the search throws, or
+  // std::bad_alloc. Request and document must outlive this.
   SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
       : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
     Element* element = found.front();
@@ -210,9 +220,9 @@ class SetWalk {
   // The existing elements, of the first steps; at least the root.
   const std::vector<Element*>& Found() const noexcept { return found; }
 
-  // Makes the changes. If a key is given, which must be empty and have room for request.longestKey bytes, enters
-  // created elements and elements whose attributes are set into the key's map under their paths. Throws std::bad_alloc;
-  // changes made until then remain. Call once.
+  // Makes the changes. If a key is given, which must be empty and have room for request.longestKey
+  // bytes, enters created elements and elements whose attributes are set into the key's map under
+  // their paths. Throws std::bad_alloc; changes made until then remain. Call once.
   void CarryOut(ElementMap::KeyChain* key) const {
     assert(!found.empty() && found.size() <= request.steps.size());
     Element* current = found.front();
@@ -237,7 +247,8 @@ class SetWalk {
       const Element* const element = i < found.size() ? found[i] : nullptr;
       if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
       for (const SetAttribute& each : steps[i].attributes) {
-        const std::string_view elementName = element != nullptr ? element->GetName() : steps[i].name.utf8;
+        const std::string_view elementName =
+            element != nullptr ? element->GetName() : steps[i].name.utf8;
         Require(document.CanHold(elementName, each.name.utf8, each.value.utf8),
                 "the attribute's declared type would fold the value's blanks");
       }
@@ -245,7 +256,8 @@ class SetWalk {
     const bool makesChild = found.size() < steps.size();
     if (makesChild || request.text) RequirePlace(*found.back());
     if (!makesChild && request.text) {
-      Require(found.back()->TextCanBeReplaced(), "an entity that holds elements is referred to in the text");
+      Require(found.back()->TextCanBeReplaced(),
+              "an entity that holds elements is referred to in the text");
     }
   }
 
@@ -254,8 +266,8 @@ class SetWalk {
   std::vector<Element*> found;
 };
 
-// Finds a child with the log lines of a path search. If the search fails, throws, since otherwise an existing child
-// could be created again.
+// Finds a child with the log lines of a path search. If the search fails, throws, since otherwise
+// an existing child could be created again.
 Element* FindLogged(Element* parent, const SetStep& step) {
   TraceCuts(step);
   // In an element without children, the search would return the element itself.
@@ -266,8 +278,9 @@ Element* FindLogged(Element* parent, const SetStep& step) {
   return child->IsNull() ? nullptr : child;
 }
 
-// Finds the same child as FindLogged, in text of another program, without log lines. An element that this document
-// created (isMade) is matched by its exact name, since one whose name only begins with it is another element.
+// Finds the same child as FindLogged, in text of another program, without log lines. An element
+// that this document created (isMade) is matched by its exact name, since one whose name only
+// begins with it is another element.
 Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   if (parent == nullptr) return nullptr;
   const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
@@ -283,7 +296,8 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
   const SetWalk walk(*request, *record.document, FindLogged);
   const auto firstMade = std::ranges::find_if(walk.Found(), &Element::IsCreated);
   const auto parsedSteps = static_cast<std::size_t>(firstMade - walk.Found().begin());
-  // The step's name may be only the beginning of the name of an element that an earlier set created.
+  // The step's name may be only the beginning of the name of an element that an earlier set
+  // created.
   for (std::size_t i = parsedSteps; i < walk.Found().size(); ++i) {
     request->steps[i].name.utf8 = walk.Found()[i]->GetName();
   }
@@ -306,8 +320,9 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
 
 } // namespace
 
-std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path, const char* itemName,
-                                     const char* itemType, const char* value) {
+std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path,
+                                     const char* itemName, const char* itemType,
+                                     const char* value) {
   const Trace trace(L"SetXMLItem");
   XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) {
@@ -316,7 +331,8 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
   }
   if (record->document->GetRoot().IsNull()) return XmlInvalidArgument;
   try {
-    const auto request = std::make_shared<SetRequest>(ParseSetRequest(*record, path, itemName, itemType, value));
+    const auto request =
+        std::make_shared<SetRequest>(ParseSetRequest(*record, path, itemName, itemType, value));
     SetAndSave(request, *record);
     return XmlSuccess;
   } catch (const std::bad_alloc&) {

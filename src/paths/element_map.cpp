@@ -5,7 +5,8 @@
 
 ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
-  if (seen != 0 && entries[seen - 1].Key() == key) return {entries[seen - 1].reference.element, entries[seen - 1].hash};
+  if (seen != 0 && entries[seen - 1].Key() == key)
+    return {entries[seen - 1].reference.element, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
   const std::uint32_t number = index.Find(entries, key, hashed);
   if (number == 0) return {nullptr, hashed};
@@ -17,7 +18,8 @@ void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Elemen
   index.MakeRoom(entries.size());
   char* const text = NewText(key.size());
   std::memcpy(text, key.data(), key.size());
-  entries.push_back({text, static_cast<std::uint32_t>(key.size()), place.hash, CElementRef(element)});
+  entries.push_back(
+      {text, static_cast<std::uint32_t>(key.size()), place.hash, CElementRef(element)});
   Publish();
 }
 
@@ -42,8 +44,8 @@ void ElementMap::KeyChain::Prepare() {
   if (stored == nullptr) stored = map.NewText(mostLength);
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
-  map.entries.push_back(
-      {stored, static_cast<std::uint32_t>(storedLength), HashOfKey(), CElementRef(Ostrum::Element::null)});
+  map.entries.push_back({stored, static_cast<std::uint32_t>(storedLength), HashOfKey(),
+                         CElementRef(Ostrum::Element::null)});
   isPrepared = true;
 }
 

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ostrumxml/keyed_hash.h"
-#include "host/ostrumxml/node.h"
+#include "host/ostrumxml/data/keyed_hash.h"
+#include "host/ostrumxml/nodes/node.h"
 #include "paths/path_search.h"
 
 // Refers to an element that the document owns, or to Ostrum::Element::null.
@@ -23,7 +23,8 @@ class CElementRef {
   Ostrum::Element* element;
 };
 
-// Keys are compared byte for byte: the root's name, group IDs, and the paths that SetXMLItem built. No entry is ever removed.
+// Keys are compared byte for byte: the root's name, group IDs, and the paths that SetXMLItem built.
+// No entry is ever removed.
 class ElementMap {
  public:
   ElementMap() = default;
@@ -38,8 +39,8 @@ class ElementMap {
   };
   Place Search(std::string_view key) noexcept;
   Ostrum::Element* Find(std::string_view key) noexcept { return Search(key).element; }
-  // Enters a new reference to the element where a search for the key found none. Throws std::bad_alloc, the map then being
-  // as it was.
+  // Enters a new reference to the element where a search for the key found none. Throws
+  // std::bad_alloc, the map then being as it was.
   void Insert(const Place& place, std::string_view key, Ostrum::Element& element);
 
   class KeyChain;
@@ -64,16 +65,18 @@ class ElementMap {
   std::pmr::monotonic_buffer_resource texts; // of the keys
   std::vector<Entry> entries;
   Ostrum::KeyIndex index;
-  // Numbers of entries found last. A group is opened and then read item by item, in turn with a few others whose keys differ in their
-  // last bytes: most searches end here, without hashing.
+  // Numbers of entries found last. A group is opened and then read item by item, in turn with a few
+  // others whose keys differ in their last bytes: most searches end here, without hashing.
   std::array<std::uint32_t, 64> recent{};
 };
 
-// The keys of one set, each of which begins with the one before. They share one text, and each costs what it adds to the last.
+// The keys of one set, each of which begins with the one before. They share one text, and each
+// costs what it adds to the last.
 class ElementMap::KeyChain {
  public:
   // mostLength: of the longest key.
-  KeyChain(ElementMap& map, std::size_t mostLength) : map(map), mostLength(mostLength), hashed(map.hash.Start()) {}
+  KeyChain(ElementMap& map, std::size_t mostLength)
+      : map(map), mostLength(mostLength), hashed(map.hash.Start()) {}
   KeyChain(KeyChain&&) = delete;
   ~KeyChain() { Abandon(); }
 
@@ -84,12 +87,14 @@ class ElementMap::KeyChain {
 
   // Prepares an entry under the key as it is now, so that Enter can't fail. Throws std::bad_alloc.
   void Prepare();
-  // Enters a reference to the element, in the place of an entry with that key if there is one. REQUIRES: Prepare was the
-  // last call.
+  // Enters a reference to the element, in the place of an entry with that key if there is one.
+  // REQUIRES: Prepare was the last call.
   void Enter(Ostrum::Element& element) noexcept;
 
  private:
-  std::uint32_t HashOfKey() noexcept { return static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key)); }
+  std::uint32_t HashOfKey() noexcept {
+    return static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
+  }
   void Abandon() noexcept;
 
   ElementMap& map;

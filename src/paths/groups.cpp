@@ -1,10 +1,11 @@
-// The exported functions that open groups. The caller's buffer holds the parent's group ID on entry, the answer on return.
+// The exported functions that open groups. The caller's buffer holds the parent's group ID on
+// entry, the answer on return.
 #include <charconv>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
 
-#include "host/ostrumxml/utf8.h"
+#include "host/ostrumxml/data/utf8.h"
 #include "paths/element_map.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
@@ -19,12 +20,14 @@ namespace {
 
 using Ostrum::Element;
 
-// The parent's group ID, which the caller's buffer may hold on entry, the path, and an occurrence above 1; terminated.
-std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence, std::string_view parent,
-                             char (&id)[bufferSize]) noexcept {
+// The parent's group ID, which the caller's buffer may hold on entry, the path, and an occurrence
+// above 1; terminated.
+std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence,
+                             std::string_view parent, char (&id)[bufferSize]) noexcept {
   char digits[12];
   const char* end = digits;
-  if (occurrence > 1) end = std::to_chars(digits, std::end(digits), static_cast<int>(occurrence)).ptr;
+  if (occurrence > 1)
+    end = std::to_chars(digits, std::end(digits), static_cast<int>(occurrence)).ptr;
   const std::string_view separator = parent.empty() ? "" : "\\";
   const int length = FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
   return {id, length < 0 ? bufferSize - 1 : static_cast<std::size_t>(length)};
@@ -42,7 +45,8 @@ Element* FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
   const LocaleText rootName(rootElement.GetName());
   Element* const root = rootName.Text() ? record.elementMap->Find(*rootName.Text()) : nullptr;
   if (root == nullptr) {
-    LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ", record.fileName, L".");
+    LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ",
+              record.fileName, L".");
   }
   return root;
 }
@@ -52,14 +56,15 @@ Element* SearchDocument(const XmlFileRecord& record, const char* path, std::uint
                         const CallerBuffer& buffer) {
   Element* const start = FindStart(record, buffer);
   if (start == nullptr) return nullptr;
-  Element* const found = FindElementByPath(start, path, occurrence, nullptr, &record.elementMap->lastParent);
+  Element* const found =
+      FindElementByPath(start, path, occurrence, nullptr, &record.elementMap->lastParent);
   if (!found->IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
   return nullptr;
 }
 
-std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std::uint32_t occurrence,
-                        const CallerBuffer& buffer) {
+std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
+                        std::uint32_t occurrence, const CallerBuffer& buffer) {
   char withoutRoot[bufferSize];
   const std::string_view path = PathBelowRoot(record, groupPath, withoutRoot);
   if (path.empty()) {
@@ -89,14 +94,16 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath, std:
 }
 
 // What OpenXMLGroup and EnumXMLGroup do.
-std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath, std::uint32_t occurrence,
-                               char* groupId, std::uint32_t capacity) noexcept {
+std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath,
+                               std::uint32_t occurrence, char* groupId,
+                               std::uint32_t capacity) noexcept {
   const Trace trace(L"GenericOpenGroup");
   const platform::CharsetScope charset;
   const XmlFileRecord* const record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
   try {
-    if (groupPath == nullptr || groupId == nullptr) throw std::invalid_argument("null group path or group ID");
+    if (groupPath == nullptr || groupId == nullptr)
+      throw std::invalid_argument("null group path or group ID");
     return OpenGroup(*record, groupPath, occurrence, CallerBuffer(groupId, capacity));
   } catch (...) {
     LogDetail(L"Unknown exception thrown while searching for the group name.");
@@ -106,14 +113,16 @@ std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const ch
 
 } // namespace
 
-std::uint32_t TARVIK_CALL OpenXMLGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath, char* groupId,
+std::uint32_t TARVIK_CALL OpenXMLGroup(XmlFileList* list, std::uint32_t cookie,
+                                       const char* groupPath, char* groupId,
                                        std::uint32_t capacity) {
   const Trace trace(L"OpenXMLGroup");
   return GenericOpenGroup(list, cookie, groupPath, 1, groupId, capacity);
 }
 
-std::uint32_t TARVIK_CALL EnumXMLGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath,
-                                       std::uint32_t occurrence, char* groupId, std::uint32_t capacity) {
+std::uint32_t TARVIK_CALL EnumXMLGroup(XmlFileList* list, std::uint32_t cookie,
+                                       const char* groupPath, std::uint32_t occurrence,
+                                       char* groupId, std::uint32_t capacity) {
   const Trace trace(L"EnumXMLGroup");
   return GenericOpenGroup(list, cookie, groupPath, occurrence, groupId, capacity);
 }

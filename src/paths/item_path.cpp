@@ -11,7 +11,8 @@ namespace {
 
 // Separators are nearly always one character, which is found without looking at the text behind it.
 const char* FindSeparator(const char* source, const char* separator) noexcept {
-  return separator[1] == '\0' ? platform::MbsFindChar(source, separator[0]) : platform::MbsFind(source, separator);
+  return separator[1] == '\0' ? platform::MbsFindChar(source, separator[0])
+                              : platform::MbsFind(source, separator);
 }
 
 bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
@@ -34,7 +35,8 @@ bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
 
 } // namespace
 
-char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity, const char* separator) {
+char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capacity,
+                            const char* separator) {
   const Trace trace(L"ReturnTokenFromString");
   if (capacity != 0) token[0] = '\0';
   if (source == nullptr || *source == '\0') {
@@ -58,7 +60,8 @@ char* ReturnTokenFromString(const char* source, char* token, std::uint32_t capac
   return const_cast<char*>(end + (separator[1] == '\0' ? 1 : std::strlen(separator)));
 }
 
-int IsRootInPath(const XmlFileRecord& record, const char* path, std::exception_ptr* failure) noexcept {
+int IsRootInPath(const XmlFileRecord& record, const char* path,
+                 std::exception_ptr* failure) noexcept {
   const Trace trace(L"IsRootInPath");
   try {
     return BeginsWithRoot(record, path) ? 1 : 0;
@@ -96,7 +99,8 @@ std::string_view CutToBufferSize(const char* path, char (&buffer)[bufferSize]) n
   return buffer;
 }
 
-std::string_view PathBelowRoot(const XmlFileRecord& record, const char* path, char (&buffer)[bufferSize]) {
+std::string_view PathBelowRoot(const XmlFileRecord& record, const char* path,
+                               char (&buffer)[bufferSize]) {
   if (IsRootInPath(record, path) == 0) return CutToBufferSize(path, buffer);
   RemoveRootFromBeginningOfPath(path, buffer, bufferSize);
   return buffer;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/ostrumxml/utf8.h"
+#include "host/ostrumxml/data/utf8.h"
 #include "paths/item_path.h"
 #include "platform/platform.h"
 #include "text/convert.h"
@@ -18,7 +18,8 @@ namespace {
 using Ostrum::Element;
 using Ostrum::NameMatch;
 
-// Compares children's names with a text. Equal names share their text in the document, so a run of them is converted once.
+// Compares children's names with a text. Equal names share their text in the document, so a run of
+// them is converted once.
 class NameComparison {
  public:
   NameComparison(NameMatch match, std::string_view text) noexcept : match(match), text(text) {}
@@ -30,7 +31,8 @@ class NameComparison {
     lastName = name.data();
     lastConverted = converted.Text().has_value();
     lastMatched =
-        lastConverted && (match == NameMatch::Exact ? *converted.Text() == text : converted.Text()->starts_with(text));
+        lastConverted && (match == NameMatch::Exact ? *converted.Text() == text
+                                                    : converted.Text()->starts_with(text));
     return lastMatched;
   }
 
@@ -57,12 +59,13 @@ bool CanCompareInUtf8(const Element& parent, std::string_view text) {
   return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
 }
 
-// The matching name in the document, or an empty list if there is none. Nothing if only a walk can find the children: if
-// several names match, or if the walk would log lines.
+// The matching name in the document, or an empty list if there is none. Nothing if only a walk can
+// find the children: if several names match, or if the walk would log lines.
 std::optional<std::vector<std::string_view>> MatchingNames(const Element& parent, NameMatch match,
                                                            std::string_view text) {
   std::vector<std::string_view> names = parent.ChildNames();
-  if (names.empty() || (corekit::SinkIsSet() && !std::ranges::all_of(names, HasLocaleForm))) return std::nullopt;
+  if (names.empty() || (corekit::SinkIsSet() && !std::ranges::all_of(names, HasLocaleForm)))
+    return std::nullopt;
   NameComparison comparison(match, text);
   std::erase_if(names, [&](std::string_view name) { return !comparison.Matches(name); });
   return names.size() > 1 ? std::nullopt : std::optional(std::move(names));
@@ -72,33 +75,38 @@ Element* NullIfNone(Element& element) noexcept { return element.IsNull() ? nullp
 
 } // namespace
 
-Element* FindNthChild(const Element& parent, NameMatch match, std::string_view text, std::uint32_t n) {
+Element* FindNthChild(const Element& parent, NameMatch match, std::string_view text,
+                      std::uint32_t n) {
   if (CanCompareInUtf8(parent, text)) return NullIfNone(parent.NthChild(match, text, n));
   if (const auto names = MatchingNames(parent, match, text)) {
-    return names->empty() ? nullptr : NullIfNone(parent.NthChild(NameMatch::Exact, names->front(), n));
+    return names->empty() ? nullptr
+                          : NullIfNone(parent.NthChild(NameMatch::Exact, names->front(), n));
   }
   return Walk(parent, match, text, [&n](const Element&) { return n-- == 1; });
 }
 
-Element* FindNthChildWithAttribute(const Element& parent, std::string_view name, const std::string_view* attributeName,
-                                   std::uint32_t n) {
+Element* FindNthChildWithAttribute(const Element& parent, std::string_view name,
+                                   const std::string_view* attributeName, std::uint32_t n) {
   if (attributeName == nullptr) n = 0;
   if (CanCompareInUtf8(parent, name)) {
     return n == 0 ? nullptr : NullIfNone(parent.NthChildWithAttribute(name, *attributeName, n));
   }
   if (const auto names = MatchingNames(parent, NameMatch::Exact, name)) {
     const bool isNone = n == 0 || names->empty();
-    return isNone ? nullptr : NullIfNone(parent.NthChildWithAttribute(names->front(), *attributeName, n));
+    return isNone ? nullptr
+                  : NullIfNone(parent.NthChildWithAttribute(names->front(), *attributeName, n));
   }
-  return Walk(parent, NameMatch::Exact, name,
-              [&](const Element& child) { return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1; });
+  return Walk(parent, NameMatch::Exact, name, [&](const Element& child) {
+    return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1;
+  });
 }
 
-Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBegin, const char* attributeName,
-                                 std::string_view valueBegin) {
+Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBegin,
+                                 const char* attributeName, std::string_view valueBegin) {
   const bool isPlain = PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName);
-  if (isPlain && (DocumentPasses(parent) ||
-                  (CanCompareInUtf8(parent, nameBegin) && parent.ChildValuesAreAscii(nameBegin, attributeName)))) {
+  if (isPlain &&
+      (DocumentPasses(parent) || (CanCompareInUtf8(parent, nameBegin) &&
+                                  parent.ChildValuesAreAscii(nameBegin, attributeName)))) {
     return NullIfNone(parent.FirstChildWithValue(nameBegin, attributeName, valueBegin));
   }
   std::optional<DocumentText> attribute;
@@ -115,7 +123,8 @@ Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBeg
 
 namespace {
 
-// Ends the text at its first separator, one character, and gives the rest behind it; null where there is none.
+// Ends the text at its first separator, one character, and gives the rest behind it; null where
+// there is none.
 char* CutToken(char* text, const char* separator) {
   char* const rest = ReturnTokenFromString(text, nullptr, 0, separator);
   if (rest == nullptr) return nullptr;
@@ -154,14 +163,16 @@ class PathComponent {
 };
 
 Element* SelectByFilter(const Element& parent, const PathComponent& component) {
-  Element* const child =
-      FindFirstChildWithValue(parent, component.NamePart(), component.AttributeName(), component.FilterValue());
-  if (child != nullptr) LogDetail(L"Found ", component.FilterValue(), L" (attribute) in the element map.");
+  Element* const child = FindFirstChildWithValue(
+      parent, component.NamePart(), component.AttributeName(), component.FilterValue());
+  if (child != nullptr)
+    LogDetail(L"Found ", component.FilterValue(), L" (attribute) in the element map.");
   return child;
 }
 
 // Null where no child matches; only names that can't be converted are then logged.
-Element* SelectChild(const Element& parent, const PathComponent& component, bool isLast, std::uint32_t occurrence) {
+Element* SelectChild(const Element& parent, const PathComponent& component, bool isLast,
+                     std::uint32_t occurrence) {
   if (component.HasFilter()) return SelectByFilter(parent, component);
   const char* const name = component.NamePart();
   const std::uint32_t n = isLast ? occurrence : 1;
@@ -189,14 +200,17 @@ bool LeadsThrough(const KnownParent& known, const Element& start, const char* pa
 }
 
 // A filter's answer can change with the next set, so a path with one is not kept.
-void Keep(KnownParent& known, const Element& start, std::string_view path, Element& parent) noexcept {
-  if (path.empty() || path.size() > sizeof known.path || path.find('&') != std::string_view::npos) return;
+void Keep(KnownParent& known, const Element& start, std::string_view path,
+          Element& parent) noexcept {
+  if (path.empty() || path.size() > sizeof known.path || path.find('&') != std::string_view::npos)
+    return;
   known.start = &start;
   known.parent = &parent;
   known.length = path.copy(known.path, path.size());
 }
 
-// Goes down level by level. path moves along: after a failure it is what the failing level had to resolve.
+// Goes down level by level. path moves along: after a failure it is what the failing level had to
+// resolve.
 Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
   // Each level logs a line, and where names are converted, their comparison depends on the locale.
   if (corekit::SinkIsSet() || !DocumentPasses(*start)) known = nullptr;
@@ -206,7 +220,8 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, Kn
     start = known->parent;
     path += known->length;
   }
-  // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the search.
+  // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the
+  // search.
   char shortPath[bufferSize];
   std::string longPath;
   const std::size_t size = std::strlen(path) + 1;
@@ -215,7 +230,8 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, Kn
   std::memcpy(component, path, size);
   while (!HasNoChildren(*start)) {
     char* const rest = CutToken(component, "\\");
-    Element* const selected = SelectChild(*start, PathComponent(component), rest == nullptr, occurrence);
+    Element* const selected =
+        SelectChild(*start, PathComponent(component), rest == nullptr, occurrence);
     if (selected == nullptr) {
       LogDetail(path, L" not found in the element map.");
       return nullptr;
@@ -234,8 +250,8 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, Kn
 
 } // namespace
 
-Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence, std::exception_ptr* failure,
-                           KnownParent* known) noexcept try {
+Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence,
+                           std::exception_ptr* failure, KnownParent* known) noexcept try {
   Element* const found = Resolve(start, path, occurrence, known);
   return found != nullptr ? found : &Element::null;
 } catch (...) {

@@ -15,8 +15,9 @@ Charset LearnCharset() noexcept {
   for (std::size_t i = 0; i < size; ++i) ascii[i] = static_cast<char>((i + 1) % size);
   wchar_t wide[size];
   char back[size];
-  const bool isPlain = std::mbstowcs(wide, ascii, size) == size - 1 && std::equal(wide, wide + size, ascii) &&
-                       std::wcstombs(back, wide, size) == size - 1 && std::equal(back, back + size, ascii);
+  const bool isPlain =
+      std::mbstowcs(wide, ascii, size) == size - 1 && std::equal(wide, wide + size, ascii) &&
+      std::wcstombs(back, wide, size) == size - 1 && std::equal(back, back + size, ascii);
   errno = errorBefore;
   return {isPlain ? PlainText::Ascii : PlainText::None, MB_CUR_MAX == 1};
 }

@@ -7,7 +7,8 @@
 
 namespace platform {
 
-// Which text is the same in UTF-8 and in the locale's character set, so that it needs no conversion.
+// Which text is the same in UTF-8 and in the locale's character set, so that it needs no
+// conversion.
 enum class PlainText : std::uint8_t {
   None,
   Ascii, // each of the 127 ASCII characters is the same single byte
@@ -16,15 +17,17 @@ enum class PlainText : std::uint8_t {
 
 struct Charset {
   PlainText plain;
-  // Whether every byte is a character. If not, a second byte can look like another character, except in UTF-8.
+  // Whether every byte is a character. If not, a second byte can look like another character,
+  // except in UTF-8.
   bool isSingleByte;
 };
 
 // The character set of the calling thread's locale. Follows every change of the locale at once.
 Charset AskForCharset() noexcept;
 
-// The character set that the outermost CharsetScope of this thread found. The GNU C library reserves room in each thread
-// for small variables of libraries that are loaded late; elsewhere this faster access could fail.
+// The character set that the outermost CharsetScope of this thread found. The GNU C library
+// reserves room in each thread for small variables of libraries that are loaded late; elsewhere
+// this faster access could fail.
 #ifdef __GLIBC__
 [[gnu::tls_model("initial-exec")]]
 #endif
@@ -32,9 +35,12 @@ extern thread_local constinit std::optional<Charset>
     charsetInScope;
 
 // The same; determined only once while a CharsetScope lives.
-inline Charset CurrentCharset() noexcept { return charsetInScope ? *charsetInScope : AskForCharset(); }
+inline Charset CurrentCharset() noexcept {
+  return charsetInScope ? *charsetInScope : AskForCharset();
+}
 
-// A call of the library works in one character set. Determining it for each text would take a sixth of a search's time.
+// A call of the library works in one character set. Determining it for each text would take a sixth
+// of a search's time.
 class CharsetScope {
  public:
   CharsetScope() noexcept : isOutermost(!charsetInScope) {
@@ -49,7 +55,8 @@ class CharsetScope {
   const bool isOutermost;
 };
 
-// Determines the character set by test conversions. This takes microseconds, so the caller should remember the result.
+// Determines the character set by test conversions. This takes microseconds, so the caller should
+// remember the result.
 Charset LearnCharset() noexcept;
 
 } // namespace platform

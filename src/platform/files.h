@@ -1,5 +1,5 @@
-// The file functions that every system must supply: reading whole files, and replacing a file under a lock. Nothing
-// here logs.
+// The file functions that every system must supply: reading whole files, and replacing a file under
+// a lock. Nothing here logs.
 #ifndef TARVIK_PLATFORM_FILES_H
 #define TARVIK_PLATFORM_FILES_H
 
@@ -17,29 +17,32 @@ namespace platform {
 // A name in the system's native form, bytes or wide text; never converted.
 using FileName = std::filesystem::path;
 
-// Makes a file name from the caller's text: `bytes` as given, `wide` the same text converted. Each system uses its
-// native form. The name is made absolute, so that changing the working folder later does not lead to another file; it
-// stays as given if the working folder has no name. Throws std::bad_alloc.
+// Makes a file name from the caller's text: `bytes` as given, `wide` the same text converted. Each
+// system uses its native form. The name is made absolute, so that changing the working folder later
+// does not lead to another file; it stays as given if the working folder has no name. Throws
+// std::bad_alloc.
 FileName AbsoluteFileName(const char* bytes, const wchar_t* wide);
 
-// Identifies a version of a file. If the file is changed or replaced, at least one member differs. The units are the
-// system's.
+// Identifies a version of a file. If the file is changed or replaced, at least one member differs.
+// The units are the system's.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0; // of the file, unique on the device
   std::uint64_t size = 0;
   std::int64_t modified = 0; // time of the last change of the content
-  std::int64_t changed = 0;  // time of the last change of content or metadata; 0 if the system has no such time
+  std::int64_t changed =
+      0; // time of the last change of content or metadata; 0 if the system has no such time
 
   bool operator==(const FileIdentity&) const = default;
 };
 
 struct FileState {
   FileIdentity identity;
-  std::uint32_t permissions = 0; // to be passed to Replace if the file has vanished; in the system's own format
-  // Whether every later change is sure to change the identity. False if the file was modified less than two seconds
-  // before it was examined, because file systems' clocks can be that coarse, or if a time that was set was not stored
-  // exactly.
+  std::uint32_t permissions =
+      0; // to be passed to Replace if the file has vanished; in the system's own format
+  // Whether every later change is sure to change the identity. False if the file was modified less
+  // than two seconds before it was examined, because file systems' clocks can be that coarse, or if
+  // a time that was set was not stored exactly.
   bool isSettled = false;
 };
 
@@ -50,22 +53,26 @@ enum class ReadStatus {
   TooLong,    // more bytes than the limit
 };
 
-// Reads the whole file into bytes. If its size changes meanwhile, reads to the new end. state is taken before the first
-// byte is read, so that a change during the read is noticed later. Throws std::bad_alloc; bytes then has unspecified
-// content.
-ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state);
+// Reads the whole file into bytes. If its size changes meanwhile, reads to the new end. state is
+// taken before the first byte is read, so that a change during the read is noticed later. Throws
+// std::bad_alloc; bytes then has unspecified content.
+ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
+                         FileState& state);
 
-// A file to be replaced, locked against all other LockedFile objects for it, in this process and in others. Other
-// programs are neither excluded nor waited for, unless they hold a lock of the same kind.
+// A file to be replaced, locked against all other LockedFile objects for it, in this process and in
+// others. Other programs are neither excluded nor waited for, unless they hold a lock of the same
+// kind.
 //
-// Every operation throws std::system_error, which says what failed and the system's reason, or std::bad_alloc. The file
-// is then complete, either the old one or the new one, and no temporary file is left.
+// Every operation throws std::system_error, which says what failed and the system's reason, or
+// std::bad_alloc. The file is then complete, either the old one or the new one, and no temporary
+// file is left.
 class LockedFile {
  public:
-  // Follows symbolic links, even to a file that does not exist, and waits up to ten seconds for the lock. On a file
-  // system without locks none is taken. A lock that the calling process holds by other means is not waited for. Throws
-  // if the links cannot be followed, if the lock is not obtained in time, or if the file must not be replaced because
-  // it is not a regular file, is marked read-only, or may not be written by this process.
+  // Follows symbolic links, even to a file that does not exist, and waits up to ten seconds for the
+  // lock. On a file system without locks none is taken. A lock that the calling process holds by
+  // other means is not waited for. Throws if the links cannot be followed, if the lock is not
+  // obtained in time, or if the file must not be replaced because it is not a regular file, is
+  // marked read-only, or may not be written by this process.
   explicit LockedFile(const FileName& name);
   ~LockedFile();
   LockedFile(LockedFile&&) = delete;
@@ -76,16 +83,18 @@ class LockedFile {
   // Reads the file that was found. REQUIRES: State() is not empty.
   ReadStatus Read(std::size_t limit, std::string& bytes) const;
 
-  // Replaces the file with a new one that consists of the pieces, in one step: at any time, even after a loss of power,
-  // the name leads to either the complete old content or the complete new content. The new file keeps the old one's
-  // owner and permissions, is flushed to the disk first, and gets a modification time from the system's most precise
-  // clock. If there was no file, the new one gets `permissions`. Returns false, with nothing changed, if the file was
-  // created or changed by another program meanwhile; the caller should then lock and examine it again. A process that
-  // is killed in the call leaves at most one temporary file, and only if killed in the last step. Call once.
+  // Replaces the file with a new one that consists of the pieces, in one step: at any time, even
+  // after a loss of power, the name leads to either the complete old content or the complete new
+  // content. The new file keeps the old one's owner and permissions, is flushed to the disk first,
+  // and gets a modification time from the system's most precise clock. If there was no file, the
+  // new one gets `permissions`. Returns false, with nothing changed, if the file was created or
+  // changed by another program meanwhile; the caller should then lock and examine it again. A
+  // process that is killed in the call leaves at most one temporary file, and only if killed in the
+  // last step. Call once.
   bool Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions);
 
-  // Flushes the folder to the disk, so that a loss of power does not bring back the old file. Does nothing if the
-  // process may not read the folder or the system cannot flush folders.
+  // Flushes the folder to the disk, so that a loss of power does not bring back the old file. Does
+  // nothing if the process may not read the folder or the system cannot flush folders.
   void FlushFolder() const;
 
  private:

@@ -31,13 +31,16 @@ Character FirstOf(std::string_view text, Charset charset) noexcept {
   if (charset.plain != PlainText::None && byte < asciiEnd) return {1, byte};
   wchar_t wide = 0;
   std::mbstate_t state{};
-  const std::size_t length = std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
-  const bool isCharacter = length != 0 && length <= longestCharacter; // failures are the largest values of size_t
-  return isCharacter ? Character{length, static_cast<CodePoint>(wide)} : Character{1, beyondCharacters + byte};
+  const std::size_t length =
+      std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
+  const bool isCharacter =
+      length != 0 && length <= longestCharacter; // failures are the largest values of size_t
+  return isCharacter ? Character{length, static_cast<CodePoint>(wide)}
+                     : Character{1, beyondCharacters + byte};
 }
 
-// How many of the text's first `count` bytes are whole characters. The bytes after them show whether the last one is
-// whole.
+// How many of the text's first `count` bytes are whole characters. The bytes after them show
+// whether the last one is whole.
 std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset charset) noexcept {
   assert(count <= text.size());
   if (charset.isSingleByte) return count;
@@ -52,12 +55,14 @@ std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset ch
 
 // The length in bytes of the whole characters that fit into `count` bytes.
 std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
-  // One more character shows whether the last one that fits is whole. Most texts fit, so the charset is not needed.
+  // One more character shows whether the last one that fits is whole. Most texts fit, so the
+  // charset is not needed.
   const std::size_t length = strnlen(source, count + longestCharacter);
   return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
 }
 
-// Whether a match of these bytes always consists of whole characters. In UTF-8, no part of a longer character is ASCII.
+// Whether a match of these bytes always consists of whole characters. In UTF-8, no part of a longer
+// character is ASCII.
 bool BytesAreEnough(std::string_view wanted, Charset charset) noexcept {
   const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < asciiEnd; };
   return charset.isSingleByte || wanted.empty() ||
@@ -66,10 +71,12 @@ bool BytesAreEnough(std::string_view wanted, Charset charset) noexcept {
 
 enum class Hit { First, Last };
 
-const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit, Charset charset) noexcept {
+const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit,
+                      Charset charset) noexcept {
   const char* found = nullptr;
   for (; !text.empty(); text.remove_prefix(FirstOf(text, charset).length)) {
-    if (!text.starts_with(wanted) || WholeCharacters(text, wanted.size(), charset) != wanted.size()) continue;
+    if (!text.starts_with(wanted) || WholeCharacters(text, wanted.size(), charset) != wanted.size())
+      continue;
     found = text.data();
     if (hit == Hit::First) break;
   }
@@ -77,16 +84,19 @@ const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit, C
 }
 
 const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
-  const char* const byte = hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
+  const char* const byte =
+      hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
   if (byte == nullptr || wanted == '\0') return byte;
   const Charset charset = CurrentCharset();
   const std::string_view bytes(&wanted, 1);
   return BytesAreEnough(bytes, charset) ? byte : FindWhole(text, bytes, hit, charset);
 }
 
-// ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a Turkish locale.
+// ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a
+// Turkish locale.
 CodePoint Fold(CodePoint character) noexcept {
-  if (character < asciiEnd) return character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character;
+  if (character < asciiEnd)
+    return character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character;
   if (character >= beyondCharacters) return character;
   const auto folded = static_cast<CodePoint>(std::towlower(static_cast<std::wint_t>(character)));
   return folded < asciiEnd ? character : folded;
@@ -129,11 +139,16 @@ void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept 
 
 const char* MbsFind(const char* text, const char* wanted) noexcept {
   const Charset charset = CurrentCharset();
-  return BytesAreEnough(wanted, charset) ? std::strstr(text, wanted) : FindWhole(text, wanted, Hit::First, charset);
+  return BytesAreEnough(wanted, charset) ? std::strstr(text, wanted)
+                                         : FindWhole(text, wanted, Hit::First, charset);
 }
 
-const char* MbsFindChar(const char* text, char wanted) noexcept { return FindChar(text, wanted, Hit::First); }
+const char* MbsFindChar(const char* text, char wanted) noexcept {
+  return FindChar(text, wanted, Hit::First);
+}
 
-const char* MbsFindLastChar(const char* text, char wanted) noexcept { return FindChar(text, wanted, Hit::Last); }
+const char* MbsFindLastChar(const char* text, char wanted) noexcept {
+  return FindChar(text, wanted, Hit::Last);
+}
 
 } // namespace platform

@@ -1,5 +1,6 @@
-// The contract of the platform layer: what every system must supply. The implementations are in posix/ and windows/
-// beside this header; the build selects one. Files have a header of their own. Nothing here logs.
+// The contract of the platform layer: what every system must supply. The implementations are in
+// linux/ and windows/ beside this header; the build selects one. Files have a header of their own.
+// Nothing here logs.
 #ifndef TARVIK_PLATFORM_PLATFORM_H
 #define TARVIK_PLATFORM_PLATFORM_H
 
@@ -12,8 +13,9 @@ namespace platform {
 
 // Multibyte strings
 //
-// All handle multibyte characters of the locale's character set: a search never matches in the middle of a character,
-// and a copy never splits one. A byte that does not begin a valid character counts as a character.
+// All handle multibyte characters of the locale's character set: a search never matches in the
+// middle of a character, and a copy never splits one. A byte that does not begin a valid character
+// counts as a character.
 
 // Compares whole texts, case-sensitively. Returns a number less than, equal to or greater than 0.
 int MbsCompare(const char* left, const char* right) noexcept;
@@ -21,40 +23,43 @@ int MbsCompare(const char* left, const char* right) noexcept;
 int MbsCompareNoCase(const char* left, const char* right) noexcept;
 int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept;
 
-// Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count` bytes with zeros. If
-// source fills all of them, no terminating zero is added.
+// Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count`
+// bytes with zeros. If source fills all of them, no terminating zero is added.
 void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
 
-// The first occurrence of a text, or the first or last of a single-byte character; null if there is none.
+// The first occurrence of a text, or the first or last of a single-byte character; null if there is
+// none.
 const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
 // Random numbers, time
 
-// Fills target with `size` bytes, at most 256, from the system's cryptographically secure source. False on failure.
+// Fills target with `size` bytes, at most 256, from the system's cryptographically secure source.
+// False on failure.
 bool FillRandom(void* target, std::size_t size) noexcept;
 
-// Blocks the calling thread for at least that long. It has a source file of its own, so that tests and benchmarks can
-// replace it.
+// Blocks the calling thread for at least that long. It has a source file of its own, so that tests
+// and benchmarks can replace it.
 void Sleep(std::uint32_t milliseconds) noexcept;
 
 // Memory
 //
-// Touching a page for the first time costs more than the work on it. These functions use the largest pages that the
-// system has.
+// Touching a page for the first time costs more than the work on it. These functions use the
+// largest pages that the system has.
 
 inline constexpr std::size_t largeBlockSize = std::size_t{2} << 20;
 
-// A block of largeBlockSize bytes, uninitialized, at an address that is a multiple of 4096. Throws std::bad_alloc.
+// A block of largeBlockSize bytes, uninitialized, at an address that is a multiple of 4096. Throws
+// std::bad_alloc.
 void* AllocateLargeBlock();
 void ReleaseLargeBlock(void* block) noexcept;
 
 // Requests large pages for any memory that is about to be filled. The system may ignore it.
 void PreferLargePages(void* memory, std::size_t size) noexcept;
 
-// Tells the allocator that megabytes will be allocated and freed repeatedly, so that it keeps freed memory for reuse
-// instead of returning it to the system page by page.
+// Tells the allocator that megabytes will be allocated and freed repeatedly, so that it keeps freed
+// memory for reuse instead of returning it to the system page by page.
 void ExpectLargeAllocations() noexcept;
 
 // Authenticated encryption: AES-256-GCM
@@ -63,16 +68,17 @@ inline constexpr std::size_t cipherKeySize = 32;
 inline constexpr std::size_t cipherNonceSize = 12;
 inline constexpr std::size_t cipherTagSize = 16;
 
-// Both throw std::bad_alloc if the cipher fails: only lack of memory can cause that, since it depends on no
-// configuration.
+// Both throw std::bad_alloc if the cipher fails: only lack of memory can cause that, since it
+// depends on no configuration.
 //
-// Writes as many bytes of ciphertext as plain has, and the tag. header is authenticated but not encrypted.
-void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view plain,
-                char* cipher, char* tag);
-// Writes as many bytes of plain text as cipher has. False if the tag does not match header and cipher; plain is then
-// meaningless.
-bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view cipher,
-                const char* tag, char* plain);
+// Writes as many bytes of ciphertext as plain has, and the tag. header is authenticated but not
+// encrypted.
+void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
+                std::string_view plain, char* cipher, char* tag);
+// Writes as many bytes of plain text as cipher has. False if the tag does not match header and
+// cipher; plain is then meaningless.
+bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
+                std::string_view cipher, const char* tag, char* plain);
 
 } // namespace platform
 

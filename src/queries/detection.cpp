@@ -1,4 +1,5 @@
-// The detection queries: what a catalog says of a product's detection entry paired with one of its language packages.
+// The detection queries: what a catalog says of a product's detection entry paired with one of its
+// language packages.
 #include <algorithm>
 
 #include "platform/platform.h"
@@ -21,15 +22,15 @@ struct DetectionKey {
 };
 
 void ClearDetectionInfo(DetectionInfo& info) noexcept {
-  for (std::string* field :
-       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID, &info.MinimumDATVersion, &info.Branch,
-        &info.PackageType, &info.EngineFile, &info.Version}) {
+  for (std::string* field : {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID,
+                             &info.MinimumDATVersion, &info.Branch, &info.PackageType,
+                             &info.EngineFile, &info.Version}) {
     field->clear();
   }
 }
 
-// Reads an item of a group into a field, which stays as it was when there is none. Gives the read's code. Throws
-// std::bad_alloc when the field can't grow.
+// Reads an item of a group into a field, which stays as it was when there is none. Gives the read's
+// code. Throws std::bad_alloc when the field can't grow.
 std::uint32_t ReadField(const OpenDocument& document, const QueryText& group, const QueryItem& item,
                         std::string& field) {
   QueryText value;
@@ -46,8 +47,8 @@ std::string* FieldForSetting(const QueryText& name, DetectionInfo& info) noexcep
 }
 
 // Reads the n-th setting. XmlNotFound when it lacks its name or its value.
-std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& settings, const QueryText& setting,
-                          std::uint32_t n, DetectionInfo& info) {
+std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& settings,
+                          const QueryText& setting, std::uint32_t n, DetectionInfo& info) {
   QueryText name;
   std::uint32_t code = document.Read(setting.Text(), AttributeOf("Setting", "Name"), name);
   if (code != XmlSuccess) return code;
@@ -59,8 +60,10 @@ std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& setting
   return code;
 }
 
-// Fills MinimumDATVersion and EngineFile from the language package's extra settings. XmlSuccess too when it has none.
-std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& language, DetectionInfo& info) {
+// Fills MinimumDATVersion and EngineFile from the language package's extra settings. XmlSuccess too
+// when it has none.
+std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& language,
+                                DetectionInfo& info) {
   QueryText settings;
   std::uint32_t code = document.OpenGroup("ExtraSettings", language.Text(), settings);
   if (code != XmlSuccess) return code == XmlNotFound ? std::uint32_t{XmlSuccess} : code;
@@ -76,8 +79,8 @@ std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& l
   return code;
 }
 
-// Fills the record from a pair. What the caller looked for, if given, needs no reading. A field whose source is missing stays
-// empty. Returns the last read's code.
+// Fills the record from a pair. What the caller looked for, if given, needs no reading. A field
+// whose source is missing stays empty. Returns the last read's code.
 std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, const char* branch,
                    const DetectionKey* known, DetectionInfo& info) {
   ReadField(document, groups.detection, TextOf("ProductVersion"), info.ProductVersion);
@@ -86,34 +89,38 @@ std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, 
   ReadField(document, groups.detection, TextOf("PlatformID"), info.PlatformID);
   ReadExtraSettings(document, groups.language, info);
   info.Branch = branch;
-  if (known == nullptr) ReadField(document, groups.language, TextOf("PackageType"), info.PackageType);
+  if (known == nullptr)
+    ReadField(document, groups.language, TextOf("PackageType"), info.PackageType);
   if (known != nullptr) info.ProductID = known->productId;
   if (known != nullptr) info.PackageType = known->packageType;
   return ReadField(document, groups.language, AttributeOf("LangPackage", "Version"), info.Version);
 }
 
-// The walk over all pairs of equal branch, one pair a call. Each level's place in the position is where the next call's look
-// begins: the package and detection entry of the pair found, and the language package behind it.
+// The walk over all pairs of equal branch, one pair a call. Each level's place in the position is
+// where the next call's look begins: the package and detection entry of the pair found, and the
+// language package behind it.
 class DetectionWalk {
  public:
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
       : document(document), position(position), info(info) {}
 
-  // Finds the next pair and fills the record from it. XmlNotFound when no package is left; a failure inside a package moves
-  // on to the next one.
+  // Finds the next pair and fills the record from it. XmlNotFound when no package is left; a
+  // failure inside a package moves on to the next one.
   std::uint32_t Next() {
     std::uint32_t code = XmlSuccess;
-    TryGroups("ProductPackage", "", groups.package, Package, code, [&] { return FindDetection(code); });
+    TryGroups("ProductPackage", "", groups.package, Package, code,
+              [&] { return FindDetection(code); });
     return code;
   }
 
  private:
   enum Level { Package, Detection, Language };
 
-  // Tries the groups of a level until one matches. False when they ran out or, among language packages, one can't be read.
+  // Tries the groups of a level until one matches. False when they ran out or, among language
+  // packages, one can't be read.
   template <class Matches>
-  bool TryGroups(const char* path, const char* parent, QueryText& group, Level level, std::uint32_t& code,
-                 Matches matches) {
+  bool TryGroups(const char* path, const char* parent, QueryText& group, Level level,
+                 std::uint32_t& code, Matches matches) {
     const bool isLast = level == Language;
     for (std::uint32_t n = position[level]; code == XmlSuccess; ++n) {
       code = document.EnumGroup(path, n, parent, group);
@@ -136,11 +143,13 @@ class DetectionWalk {
 
   bool FindLanguage(std::uint32_t& code) {
     QueryText detectionBranch;
-    code = document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"), detectionBranch);
+    code = document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"),
+                         detectionBranch);
     return TryGroups("LangPackage", groups.package.Text(), groups.language, Language, code, [&] {
       QueryText branch;
       code = document.Read(groups.language.Text(), AttributeOf("LangPackage", "Branch"), branch);
-      if (!(branch == detectionBranch)) return false; // whatever the read said: "Not Found" is a text like any other
+      if (!(branch == detectionBranch))
+        return false; // whatever the read said: "Not Found" is a text like any other
       code = Fill(document, groups, branch.Text(), nullptr, info);
       return true;
     });
@@ -152,12 +161,14 @@ class DetectionWalk {
   DetectionGroups groups;
 };
 
-// Looks through the groups of a path for the first, from position on (counted from 1), whose item is the wanted text; a
-// null text matches none. On entry group holds the parent's ID, on return the ID of the group found, or what the search
-// that ended gave. position moves behind the last group tried. Gives XmlSuccess when found, else the code of the call
-// that ended the search: XmlNotFound when the groups ran out or one lacks the item.
-std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* path, QueryText& group, const char* wanted,
-                                   const QueryItem& item, std::uint32_t& position) {
+// Looks through the groups of a path for the first, from position on (counted from 1), whose item
+// is the wanted text; a null text matches none. On entry group holds the parent's ID, on return the
+// ID of the group found, or what the search that ended gave. position moves behind the last group
+// tried. Gives XmlSuccess when found, else the code of the call that ended the search: XmlNotFound
+// when the groups ran out or one lacks the item.
+std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* path, QueryText& group,
+                                   const char* wanted, const QueryItem& item,
+                                   std::uint32_t& position) {
   const QueryText parent = group;
   QueryText value;
   position = std::max(position, 1U);
@@ -170,7 +181,8 @@ std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* pat
 }
 
 // Finds the first language package of the branch that has the package type.
-std::uint32_t FindLanguage(const OpenDocument& document, const DetectionKey& key, DetectionGroups& groups) {
+std::uint32_t FindLanguage(const OpenDocument& document, const DetectionKey& key,
+                           DetectionGroups& groups) {
   std::uint32_t position = 1;
   for (;;) {
     groups.language = groups.package;
@@ -180,14 +192,17 @@ std::uint32_t FindLanguage(const OpenDocument& document, const DetectionKey& key
     QueryText packageType;
     code = document.Read(groups.language.Text(), TextOf("PackageType"), packageType);
     if (code != XmlSuccess) return code;
-    if (key.packageType != nullptr && platform::MbsCompare(packageType.Text(), key.packageType) == 0) return XmlSuccess;
+    if (key.packageType != nullptr &&
+        platform::MbsCompare(packageType.Text(), key.packageType) == 0)
+      return XmlSuccess;
   }
 }
 
-std::uint32_t FindGroups(const OpenDocument& document, const DetectionKey& key, DetectionGroups& groups) {
+std::uint32_t FindGroups(const OpenDocument& document, const DetectionKey& key,
+                         DetectionGroups& groups) {
   std::uint32_t position = 1;
-  std::uint32_t code = FindGroupByItemValue(document, "Catalog\\ProductPackage", groups.package, key.productId,
-                                            TextOf("ProductID"), position);
+  std::uint32_t code = FindGroupByItemValue(document, "Catalog\\ProductPackage", groups.package,
+                                            key.productId, TextOf("ProductID"), position);
   if (code != XmlSuccess) return code;
 
   position = 1;
@@ -200,15 +215,16 @@ std::uint32_t FindGroups(const OpenDocument& document, const DetectionKey& key, 
 
 } // namespace
 
-std::uint32_t TARVIK_CALL EnumDetectionInfo(XmlFileList* list, const std::uint32_t* cookie, std::uint32_t* position,
-                                            DetectionInfo* info) {
+std::uint32_t TARVIK_CALL EnumDetectionInfo(XmlFileList* list, const std::uint32_t* cookie,
+                                            std::uint32_t* position, DetectionInfo* info) {
   ClearDetectionInfo(*info);
   const OpenDocument document(list, *cookie);
   return DetectionWalk(document, position, *info).Next();
 }
 
-std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_t* cookie, const char* branch,
-                                           const char* productId, const char* packageType, DetectionInfo* info) {
+std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_t* cookie,
+                                           const char* branch, const char* productId,
+                                           const char* packageType, DetectionInfo* info) {
   ClearDetectionInfo(*info);
   const OpenDocument document(list, *cookie);
   const DetectionKey key{branch, productId, packageType};

@@ -1,4 +1,5 @@
-// How the queries reach an open document: by the exported functions, as any caller would, with texts of fixed size.
+// How the queries reach an open document: by the exported functions, as any caller would, with
+// texts of fixed size.
 #ifndef TARVIK_QUERIES_OPEN_DOCUMENT_H
 #define TARVIK_QUERIES_OPEN_DOCUMENT_H
 
@@ -11,8 +12,8 @@
 #include "registry/record.h"
 #include "tarvik/tarvik.h"
 
-// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind the zero is not
-// cleared.
+// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind
+// the zero is not cleared.
 class QueryText {
  public:
   static constexpr std::uint32_t size = 260;
@@ -22,7 +23,9 @@ class QueryText {
   void Clear() noexcept { text[0] = '\0'; }
   char* Buffer() noexcept { return text; }
   const char* Text() const noexcept { return text; }
-  bool operator==(const QueryText& other) const noexcept { return std::strcmp(text, other.text) == 0; }
+  bool operator==(const QueryText& other) const noexcept {
+    return std::strcmp(text, other.text) == 0;
+  }
 
  private:
   char text[size];
@@ -52,24 +55,29 @@ class OpenDocument {
     const std::uint32_t code = OpenXMLGroup(list, cookie, path, group.Buffer(), QueryText::size);
     return NamesRootAlone(path, 1, parent, group) ? std::uint32_t{XmlNotFound} : code;
   }
-  std::uint32_t EnumGroup(const char* path, std::uint32_t occurrence, const char* parent, QueryText& group) const {
+  std::uint32_t EnumGroup(const char* path, std::uint32_t occurrence, const char* parent,
+                          QueryText& group) const {
     SetParent(parent, group);
-    const std::uint32_t code = EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
+    const std::uint32_t code =
+        EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
     return NamesRootAlone(path, occurrence, parent, group) ? std::uint32_t{XmlNotFound} : code;
   }
   std::uint32_t Read(const char* group, const QueryItem& item, QueryText& value) const {
-    return GetXMLItem(list, cookie, group, item.name, item.type, item.attribute, item.type, value.Buffer(),
-                      QueryText::size);
+    return GetXMLItem(list, cookie, group, item.name, item.type, item.attribute, item.type,
+                      value.Buffer(), QueryText::size);
   }
-  std::uint32_t ReadNth(const char* group, const QueryItem& item, std::int32_t index, QueryText& value) const {
-    return EnumXMLItem(list, cookie, group, item.name, item.type, index, item.attribute, item.type, value.Buffer(),
-                       QueryText::size);
+  std::uint32_t ReadNth(const char* group, const QueryItem& item, std::int32_t index,
+                        QueryText& value) const {
+    return EnumXMLItem(list, cookie, group, item.name, item.type, index, item.attribute, item.type,
+                       value.Buffer(), QueryText::size);
   }
 
  private:
-  // A path of one name that begins with the root's, "ProductPackage" in a document whose root is "Product", names the root
-  // alone: its answer is the path itself, for every occurrence, and a loop over occurrences would never end.
-  bool NamesRootAlone(const char* path, std::uint32_t occurrence, const char* parent, const QueryText& group) const {
+  // A path of one name that begins with the root's, "ProductPackage" in a document whose root is
+  // "Product", names the root alone: its answer is the path itself, for every occurrence, and a
+  // loop over occurrences would never end.
+  bool NamesRootAlone(const char* path, std::uint32_t occurrence, const char* parent,
+                      const QueryText& group) const {
     if (std::strcmp(group.Text(), path) != 0) return false;
     const bool isOpenedGroup = occurrence <= 1 && *parent == '\0' && !BeginsWithRoot(path);
     return !isOpenedGroup;

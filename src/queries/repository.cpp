@@ -11,7 +11,8 @@
 
 namespace {
 
-// Appends an entry of these two texts. False, files being as it was, when a standard exception prevents it.
+// Appends an entry of these two texts. False, files being as it was, when a standard exception
+// prevents it.
 bool AddFileListEntry(std::vector<FileListEntry>& files, const char* name, const char* hash) try {
   files.push_back({name, hash});
   return true;
@@ -19,7 +20,8 @@ bool AddFileListEntry(std::vector<FileListEntry>& files, const char* name, const
   return false;
 }
 
-std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item, std::vector<FileListEntry>& files) {
+std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item,
+                         std::vector<FileListEntry>& files) {
   QueryText name;
   std::uint32_t code = document.Read(item.Text(), TextOf("Name"), name);
   if (code != XmlSuccess) return code;
@@ -37,8 +39,9 @@ const char* LastComponent(const char* fileName) noexcept {
 
 } // namespace
 
-std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint32_t* cookie, std::uint8_t* enabled,
-                                              char* catalogVersion, const std::uint32_t* catalogVersionCapacity) {
+std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint32_t* cookie,
+                                              std::uint8_t* enabled, char* catalogVersion,
+                                              const std::uint32_t* catalogVersionCapacity) {
   const std::uint32_t capacity = catalogVersion != nullptr ? *catalogVersionCapacity : 0;
   if (capacity > 0) {
     const char miss[] = "Not Found";
@@ -49,13 +52,14 @@ std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint
 
   const OpenDocument document(list, *cookie);
   QueryText status;
-  const std::uint32_t code = document.Read("SiteStatus", AttributeOf("SiteStatus", "Status"), status);
+  const std::uint32_t code =
+      document.Read("SiteStatus", AttributeOf("SiteStatus", "Status"), status);
   if (code != XmlSuccess) return code;
 
   *enabled = platform::MbsCompare(status.Text(), "Enabled") == 0;
   if (capacity == 0) return XmlSuccess;
-  return GetXMLItem(list, *cookie, "SiteStatus", "SiteStatus", "ATTRIBUTE", "CatalogVersion", "ATTRIBUTE",
-                    catalogVersion, capacity);
+  return GetXMLItem(list, *cookie, "SiteStatus", "SiteStatus", "ATTRIBUTE", "CatalogVersion",
+                    "ATTRIBUTE", catalogVersion, capacity);
 }
 
 std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie,
@@ -63,15 +67,16 @@ std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* co
   const OpenDocument document(list, *cookie);
   QueryText item;
   for (std::uint32_t n = 1;; ++n) {
-    std::uint32_t code = document.EnumGroup("ProductPackage\\LangPackage\\FileList\\FileItem", n, "", item);
+    std::uint32_t code =
+        document.EnumGroup("ProductPackage\\LangPackage\\FileList\\FileItem", n, "", item);
     if (code == XmlNotFound && n > 1) return XmlSuccess; // the end, after at least one entry
     if (code == XmlSuccess) code = AppendFile(document, item, *files);
     if (code != XmlSuccess) return code;
   }
 }
 
-std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_t cookie, const char* fileName,
-                                                 std::uint32_t* matches) {
+std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_t cookie,
+                                                 const char* fileName, std::uint32_t* matches) {
   const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
   if (record == nullptr) return XmlNotFound;
   if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;

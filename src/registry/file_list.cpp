@@ -49,7 +49,9 @@ int AppendXmlFile(XmlFileList* list, XmlFileRecord* record) noexcept {
 
 XmlFileRecord* PopFirstXmlFile(XmlFileList* list) noexcept { return RemoveXmlFileAt(list, 0); }
 
-std::uint32_t CountXmlFiles(const XmlFileList* list) noexcept { return list == nullptr ? 0 : list->count; }
+std::uint32_t CountXmlFiles(const XmlFileList* list) noexcept {
+  return list == nullptr ? 0 : list->count;
+}
 
 XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept {
   if (index >= CountXmlFiles(list)) return nullptr;
@@ -73,7 +75,8 @@ XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::u
                            std::uint32_t* index) noexcept {
   const Trace trace(L"FindXmlFile");
   if (list == nullptr) {
-    LogMiss(fileName, *cookie, L":  xml file list pointer is NULL.", L" (cookie): xml file list pointer is NULL.");
+    LogMiss(fileName, *cookie, L":  xml file list pointer is NULL.",
+            L" (cookie): xml file list pointer is NULL.");
     return nullptr;
   }
 

@@ -12,7 +12,8 @@
 
 namespace {
 
-bool ArgumentsAreThere(const XmlFileList* list, const char* name, const std::uint32_t* cookie) noexcept {
+bool ArgumentsAreThere(const XmlFileList* list, const char* name,
+                       const std::uint32_t* cookie) noexcept {
   if (list == nullptr) LogDetail(L"Failed to open ", name, L":  xml file list pointer is NULL.");
   if (cookie == nullptr) LogDetail(L"Failed to open ", name, L":  cookie pointer is NULL.");
   if (name == nullptr) LogDetail(L"Failed to open :  file name pointer is NULL.");
@@ -31,7 +32,8 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
   return XmlFileNotText;
 }
 
-// The encoding passed to the reader, whatever the caller asked for. The reader detects the encoding itself.
+// The encoding passed to the reader, whatever the caller asked for. The reader detects the encoding
+// itself.
 Ostrum::UTF_ENCODINGS GetXMLEncoding() noexcept {
   const Trace trace(L"GetXMLEncoding");
   LogDetail(L"Returned encoding for UTF-8");
@@ -83,7 +85,8 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   return XmlSuccess;
 }
 
-std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypted, std::uint32_t& cookie) {
+std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypted,
+                       std::uint32_t& cookie) {
   const Ostrum::UTF_ENCODINGS encoding = GetXMLEncoding();
   std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
   if (file == nullptr) return XmlFailure;
@@ -92,7 +95,8 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
   if (code != XmlSuccess) return code;
 
   using OwnedRecord = std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)>;
-  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))), &FreeXmlFile);
+  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))),
+                     &FreeXmlFile);
   if (record == nullptr) {
     LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
     return XmlOutOfMemory;
@@ -114,8 +118,8 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
 
 } // namespace
 
-std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t, std::int32_t encrypted,
-                                  std::uint32_t* cookie) {
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t,
+                                  std::int32_t encrypted, std::uint32_t* cookie) {
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
   if (const XmlFileRecord* const open = FindXmlFile(list, fileName, cookie, nullptr)) {

@@ -8,14 +8,17 @@
 #include "host/ostrumxml/file.h"
 #include "paths/element_map.h"
 
-// Size in bytes of internal buffers for names and paths: at most 259 bytes of text and a terminating zero.
+// Size in bytes of internal buffers for names and paths: at most 259 bytes of text and a
+// terminating zero.
 inline constexpr std::uint32_t bufferSize = 260;
 
-// Allocated zero-filled with calloc and released with free. Owns its document, the document's file and its element map.
+// Allocated zero-filled with calloc and released with free. Owns its document, the document's file
+// and its element map.
 struct XmlFileRecord {
   XmlFileRecord* prev;
   XmlFileRecord* next;
-  char fileName[bufferSize]; // as given by the caller, cut to 259 bytes; only for matching and log lines
+  char fileName[bufferSize]; // as given by the caller, cut to 259 bytes; only for matching and log
+                             // lines
   std::uint32_t cookie;
   Ostrum::Document* document;
   Ostrum::DocumentFile* file; // has the complete name
@@ -23,7 +26,8 @@ struct XmlFileRecord {
   std::int32_t encrypted;     // nonzero: the file is read and written through the cipher
 };
 
-// One caller's open documents, oldest first. Allocated zero-filled with calloc and released with free.
+// One caller's open documents, oldest first. Allocated zero-filled with calloc and released with
+// free.
 struct XmlFileList {
   XmlFileRecord* head;
   XmlFileRecord* tail;

@@ -10,7 +10,8 @@ namespace {
 
 // Measures first, then converts: by wcstombs or mbstowcs, which share their shape.
 template <class To, class From>
-To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* source, const wchar_t* target) {
+To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* source,
+            const wchar_t* target) {
   constexpr auto conversionError = static_cast<std::size_t>(-1);
   const std::size_t length = convert(nullptr, source, 0);
   if (length == conversionError) {
@@ -19,7 +20,8 @@ To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* s
   }
   auto result = std::make_unique<To[]>(length + 1);
   if (convert(result.get(), source, length + 1) == conversionError) {
-    LogDetail(L"Failed to convert ", source, L" to a ", target, L" string:  ", std::strerror(errno));
+    LogDetail(L"Failed to convert ", source, L" to a ", target, L" string:  ",
+              std::strerror(errno));
     return nullptr;
   }
   return result.release();
@@ -27,13 +29,15 @@ To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* s
 
 } // namespace
 
-char* ConvertToMultiByte(const std::wstring& source) { return Convert(std::wcstombs, source.c_str(), L"multi-byte"); }
+char* ConvertToMultiByte(const std::wstring& source) {
+  return Convert(std::wcstombs, source.c_str(), L"multi-byte");
+}
 
 wchar_t* ConvertToUnicode(const char* source) { return Convert(std::mbstowcs, source, L"unicode"); }
 
 bool HasLocaleForm(std::string_view utf8) {
-  return PassesAsItIs(utf8) ||
-         std::wcstombs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(), 0) != static_cast<std::size_t>(-1);
+  return PassesAsItIs(utf8) || std::wcstombs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(), 0) !=
+                                   static_cast<std::size_t>(-1);
 }
 
 void LocaleText::Convert(std::string_view utf8) {

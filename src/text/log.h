@@ -9,7 +9,8 @@
 
 inline constexpr const wchar_t* logComponent = L"Tarvik";
 
-// Opens a scoped trace for the function that stands around it. Without a sink it costs one test at either end.
+// Opens a scoped trace for the function that stands around it. Without a sink it costs one test at
+// either end.
 class Trace {
  public:
   explicit Trace(const wchar_t* function) noexcept {
@@ -17,14 +18,17 @@ class Trace {
   }
 
  private:
-  [[gnu::noinline, gnu::cold]] void Enter(const wchar_t* function) noexcept { trace.emplace(logComponent, function); }
+  [[gnu::noinline, gnu::cold]] void Enter(const wchar_t* function) noexcept {
+    trace.emplace(logComponent, function);
+  }
 
   std::optional<corekit::KDetailTrace> trace;
 };
 
 namespace log_detail {
 
-// Unsigned numbers of every width go through the builder's one unsigned append, signed ones through its signed one.
+// Unsigned numbers of every width go through the builder's one unsigned append, signed ones through
+// its signed one.
 template <class Piece>
 auto Loggable(const Piece& piece) noexcept {
   if constexpr (std::is_integral_v<Piece> && std::is_unsigned_v<Piece>) {
@@ -43,7 +47,8 @@ template <class... Pieces>
 [[gnu::noinline, gnu::cold]] void Log(corekit::LogKind kind, const Pieces&... pieces) noexcept {
   corekit::KString line(L"");
   (line << ... << Loggable(pieces));
-  kind == corekit::LogKind::Error ? corekit::logError(logComponent, line) : corekit::logDetail(logComponent, line);
+  kind == corekit::LogKind::Error ? corekit::logError(logComponent, line)
+                                  : corekit::logDetail(logComponent, line);
 }
 
 } // namespace log_detail

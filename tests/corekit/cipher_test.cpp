@@ -11,12 +11,13 @@ namespace {
 
 using corekit::KCryptWrap;
 
-// A configuration of the host that removes every cipher from OpenSSL must not affect ours. It is set before the first
-// use.
+// A configuration of the host that removes every cipher from OpenSSL must not affect ours. It is
+// set before the first use.
 const TempFolder setupFolder;
-std::string setup = "OPENSSL_CONF=" + setupFolder.Write("openssl.cnf",
-                                                        "openssl_conf=a\n[a]\nproviders=b\n[b]\nnull=c\n"
-                                                        "[c]\nactivate=1\n");
+std::string setup =
+    "OPENSSL_CONF=" + setupFolder.Write("openssl.cnf",
+                                        "openssl_conf=a\n[a]\nproviders=b\n[b]\nnull=c\n"
+                                        "[c]\nactivate=1\n");
 [[maybe_unused]] const int isSetUp = putenv(setup.data());
 
 bool Refuses(std::string file) { return !KCryptWrap::decrypt_data(file, file) && file.empty(); }
@@ -44,12 +45,13 @@ TEST(CipherTest, WhatIsNotWholeAndUnchangedIsRefused) {
   EXPECT_TRUE(Refuses(file + '\0') && Refuses("<Root>a plain file that is long enough</Root>"));
 }
 
-// A file written by the first version on Windows; the command's test reads one from Linux. No other test may depend on
-// the built-in key, because this one sets another key.
+// A file written by the first version on Windows; the command's test reads one from Linux. No other
+// test may depend on the built-in key, because this one sets another key.
 TEST(CipherTest, FilesAreReadableUnderTheirKeyAlone) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
   const std::string digits =
-      "54564b317314ca4de52d184aa29e97f281127f3480de094e7a936a860dc5d0fab7b5616cb1868c54cf1462328032a39c845d"
+      "54564b317314ca4de52d184aa29e97f281127f3480de094e7a936a860dc5d0fab7b5616cb1868c54cf1462328032"
+      "a39c845d"
       "e718628e84161f5a117fed0039d5";
   std::string file;
   for (std::size_t i = 0; i < digits.size(); i += 2) {

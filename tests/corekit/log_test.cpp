@@ -16,7 +16,8 @@ using Lines = std::vector<std::wstring>;
 
 void Keep(void* lines, LogKind kind, const wchar_t* component, const wchar_t* text) {
   const wchar_t* const kinds[] = {L"enter ", L"leave ", L"detail ", L"error "};
-  static_cast<Lines*>(lines)->push_back(kinds[static_cast<int>(kind)] + std::wstring(component) + L":" + text);
+  static_cast<Lines*>(lines)->push_back(kinds[static_cast<int>(kind)] + std::wstring(component) +
+                                        L":" + text);
 }
 
 // A sink may log, and set another sink.
@@ -37,7 +38,8 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
     corekit::SetLogSink(nullptr, nullptr);
     corekit::logDetail(L"A", L"dropped");
   }
-  const Lines expected{L"error B:handed on", L"detail :", L"enter A:Outlives", L"enter A:Whole", L"leave A:Whole"};
+  const Lines expected{L"error B:handed on", L"detail :", L"enter A:Outlives", L"enter A:Whole",
+                       L"leave A:Whole"};
   EXPECT_EQ(lines, expected);
 }
 
@@ -46,7 +48,8 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
   corekit::SetLogSink(&Keep, nullptr);
   EXPECT_STREQ(early << "and not built" << 1L, L"");
   KString line("narrow");
-  line << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << LONG_MIN << " " << ULONG_MAX;
+  line << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << LONG_MIN
+       << " " << ULONG_MAX;
   std::wstring expected = L"narrow" + std::to_wstring(LONG_MIN) + L" " + std::to_wstring(ULONG_MAX);
   // Lengths just below, at and above every capacity of the builder.
   for (std::size_t size = 1; size < 600; size += 7) {
@@ -58,7 +61,8 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
 
   const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : ".1252");
   KString narrow(hasUtf8 ? "\u00e9\U0001F600x\xC3" : "\xE9\x80");
-  EXPECT_STREQ(narrow << "\xFF", hasUtf8 ? L"\u00e9\U0001F600x\uFFFD\uFFFD" : L"\u00e9\u20ac\u00ff");
+  EXPECT_STREQ(narrow << "\xFF",
+               hasUtf8 ? L"\u00e9\U0001F600x\uFFFD\uFFFD" : L"\u00e9\u20ac\u00ff");
   corekit::SetLogSink(nullptr, nullptr);
 }
 

@@ -1,5 +1,6 @@
-// The library as used without its headers: loaded at run time, with functions found by their exported names and called
-// with pointers and 32-bit numbers. The text is Japanese, with a backslash as the second byte of characters.
+// The library as used without its headers: loaded at run time, with functions found by their
+// exported names and called with pointers and 32-bit numbers. The text is Japanese, with a
+// backslash as the second byte of characters.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -14,7 +15,8 @@ template <class... Arguments>
 std::uint32_t Call(const char* name, Arguments... arguments) {
   static const HMODULE library = LoadLibraryW(L"tarvik.dll");
   using Function = std::uint32_t WINAPI(Arguments...);
-  const auto function = reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
+  const auto function =
+      reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(library, name)));
   if (function == nullptr) throw std::runtime_error(std::string("no function ") + name);
   return function(arguments...);
 }
@@ -23,8 +25,10 @@ TEST(LoadedTest, AllFunctionsAreFoundByNameAndWorkOnTextWithABackslashAsSecondBy
   const LocaleGuard locale(".932");
   const TempFolder folder;
   std::ofstream(folder.Path() / L"\u8868.xml")
-      << "<Catalog><ProductPackage><ProductID>P</ProductID><ProductDetection Branch='B'/><LangPackage Branch='B' "
-         "Version='1'><PackageType>T</PackageType><FileList><FileItem><Name>a</Name><Hash>1</Hash></FileItem>"
+      << "<Catalog><ProductPackage><ProductID>P</ProductID><ProductDetection "
+         "Branch='B'/><LangPackage Branch='B' "
+         "Version='1'><PackageType>T</PackageType><FileList><FileItem><Name>a</Name><Hash>1</"
+         "Hash></FileItem>"
          "</FileList></LangPackage></ProductPackage></Catalog>";
   void* list = nullptr;
   std::uint32_t cookie = 0;
@@ -34,13 +38,19 @@ TEST(LoadedTest, AllFunctionsAreFoundByNameAndWorkOnTextWithABackslashAsSecondBy
   std::uint32_t matches = 0;
   EXPECT_EQ(Call("MatchXmlListToFileName", list, cookie, "\x95\x5C.XML", &matches), 0U);
   EXPECT_EQ(matches, 1U);
-  EXPECT_EQ(Call("SetXMLItem", list, cookie, "Catalog\\\x95\x5C\\\x94\x5C", "\x83\x5C", "ELEMENT", "\x8F\x5C"), 0U);
+  EXPECT_EQ(Call("SetXMLItem", list, cookie, "Catalog\\\x95\x5C\\\x94\x5C", "\x83\x5C", "ELEMENT",
+                 "\x8F\x5C"),
+            0U);
   char group[260] = "";
   EXPECT_EQ(Call("OpenXMLGroup", list, cookie, "\x95\x5C\\\x94\x5C", group, 260U), 0U);
   char value[260] = "";
-  EXPECT_EQ(Call("GetXMLItem", list, cookie, group, "\x83\x5C", "ELEMENT", nullptr, nullptr, value, 260U), 0U);
+  EXPECT_EQ(
+      Call("GetXMLItem", list, cookie, group, "\x83\x5C", "ELEMENT", nullptr, nullptr, value, 260U),
+      0U);
   EXPECT_STREQ(value, "\x8F\x5C");
-  EXPECT_EQ(Call("EnumXMLItem", list, cookie, group, "\x83\x5C", "ELEMENT", 2, nullptr, nullptr, value, 260U), 3U);
+  EXPECT_EQ(Call("EnumXMLItem", list, cookie, group, "\x83\x5C", "ELEMENT", 2, nullptr, nullptr,
+                 value, 260U),
+            3U);
   EXPECT_EQ(Call("EnumXMLGroup", list, cookie, "x", 1U, group, 260U), 3U);
 
   std::uint8_t enabled = 1;

@@ -19,25 +19,30 @@ constexpr const char* attribute = "ATTRIBUTE";
 std::string Element(const std::string& item, const std::string& stored) {
   return "Found " + item + " (element) in the element map.  It's value is " + stored + ".";
 }
-std::string Attribute(const std::string& item, const std::string& whole, const std::string& kind = "attribute") {
+std::string Attribute(const std::string& item, const std::string& whole,
+                      const std::string& kind = "attribute") {
   return "Found " + item + " in the element map.  It's value is " + whole + " (" + kind + ").";
 }
 std::string Missing(const std::string& name) { return name + " not found in the element map."; }
-std::string Failed(const std::string& item) { return "Failed to get " + item + ": unknown exception thrown."; }
+std::string Failed(const std::string& item) {
+  return "Failed to get " + item + ": unknown exception thrown.";
+}
 
 const struct {
   const char *path, *item, *type;
   int index;
   const char *attribute, *valueType;
   std::uint32_t capacity, code;
-  std::string value, line; // the line about the result; none if the lines about the path are the last
+  std::string value,
+      line; // the line about the result; none if the lines about the path are the last
 } cases[] = {
     // Children are matched by their whole name.
     {"S", "A", element, 1, nullptr, nullptr, 16, 0, "one", Element("A", "one")},
     {"S", "A", "Elements", 3, nullptr, nullptr, 16, 0, "thr&ee", Element("A", "thr&ee")},
     {"S", "A", element, 4, nullptr, nullptr, 16, 3, "Not Found", Missing("A (element)")},
     {"S", "None", element, 0, nullptr, nullptr, 16, 0, "one", Element("None", "one")},
-    {"S", "Setting", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("Setting (element)")},
+    {"S", "Setting", element, 1, nullptr, nullptr, 16, 3, "Not Found",
+     Missing("Setting (element)")},
     {"S", "a", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("a (element)")},
     // Keys, with and without the root's name.
     {"X", "A", element, 0, nullptr, nullptr, 16, 3, "Not Found", Missing("A (element)")},
@@ -46,18 +51,23 @@ const struct {
     {"S\\", "A", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("S\\")},
     {"", "A", element, 1, nullptr, nullptr, 16, 3, "Not Found", Missing("")},
     // The element's own attributes: index and value type have no effect.
-    {"S", "S", attribute, 1, "Status", attribute, 16, 0, "Enabled", Attribute("S-Status", "Enabled")},
-    {"S", "S", "attributes", -7, "Status", element, 16, 0, "Enabled", Attribute("S-Status", "Enabled")},
-    {"S", "S", attribute, 1, "status", attribute, 16, 3, "Not Found", Missing("status (attribute)")},
+    {"S", "S", attribute, 1, "Status", attribute, 16, 0, "Enabled",
+     Attribute("S-Status", "Enabled")},
+    {"S", "S", "attributes", -7, "Status", element, 16, 0, "Enabled",
+     Attribute("S-Status", "Enabled")},
+    {"S", "S", attribute, 1, "status", attribute, 16, 3, "Not Found",
+     Missing("status (attribute)")},
     // The children's attributes: only children that have the attribute count.
     {"S", "A", attribute, 1, "k", "attribute", 16, 0, "first", Attribute("A-k", "first")},
     {"S", "A", attribute, 2, "k", attribute, 16, 0, "third", Attribute("A-k", "third")},
     {"S", "A", attribute, 2, "k", element, 16, 0, "thr&ee", Attribute("A-k", "thr&ee", "element")},
     {"S", "A", attribute, 0, "z", attribute, 16, 3, "Not Found", Missing("z (attribute)")},
     {"S", "None", attribute, 0, "k", attribute, 16, 0, "first", Attribute("None-k", "first")},
-    // Buffers that are just too small, or missing. The line of an element shows the stored text, that of an attribute
+    // Buffers that are just too small, or missing. The line of an element shows the stored text,
+    // that of an attribute
     // the whole.
-    {"S", "Long", element, 1, nullptr, nullptr, 12, 0, "twelve byte", Element("Long", "twelve byte")},
+    {"S", "Long", element, 1, nullptr, nullptr, 12, 0, "twelve byte",
+     Element("Long", "twelve byte")},
     {"S", "Long", element, 1, nullptr, nullptr, 1, 0, "", Element("Long", "")},
     {"S", "S", attribute, 1, "Status", "", 7, 0, "Enable", Attribute("S-Status", "Enabled")},
     {"S", "B", element, 1, nullptr, nullptr, 5, 3, "Not ", Missing("B (element)")},
@@ -70,21 +80,25 @@ const struct {
 
 TEST(ReadItem, GivesCodeValueAndLine) {
   const TestDocument document(
-      "<S Status='Enabled'>\n<A k='first'>one</A><Settings>x</Settings><A>two</A><!-- c --><A k='third'>thr"
+      "<S Status='Enabled'>\n<A k='first'>one</A><Settings>x</Settings><A>two</A><!-- c --><A "
+      "k='third'>thr"
       "<!-- c --><![CDATA[&]]>ee</A>\n<X/><Long>twelve bytes</Long></S>");
   ASSERT_EQ(document.Group("X"), "X");
   LogLines log;
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.path + (" " + testing::PrintToString(c.item)) + " " + c.type + " " + std::to_string(c.index));
+    SCOPED_TRACE(c.path + (" " + testing::PrintToString(c.item)) + " " + c.type + " " +
+                 std::to_string(c.index));
     const auto read = [&](char* value) {
-      return EnumXMLItem(document.list, document.cookie, c.path, c.item, c.type, c.index, c.attribute, c.valueType,
-                         value, c.capacity);
+      return EnumXMLItem(document.list, document.cookie, c.path, c.item, c.type, c.index,
+                         c.attribute, c.valueType, value, c.capacity);
     };
     std::string buffer = untouched;
     EXPECT_EQ(read(buffer.data()), c.code);
     const std::string line = log.Take().back();
-    EXPECT_EQ(line.substr(0, line.find("Removed S from S.")), c.line == "S is a group" ? "" : c.line);
-    EXPECT_EQ(buffer, c.value == untouched ? untouched : c.value + '\0' + untouched.substr(c.value.size() + 1));
+    EXPECT_EQ(line.substr(0, line.find("Removed S from S.")),
+              c.line == "S is a group" ? "" : c.line);
+    EXPECT_EQ(buffer, c.value == untouched ? untouched
+                                           : c.value + '\0' + untouched.substr(c.value.size() + 1));
     EXPECT_EQ(read(nullptr), c.code);
   }
 }
@@ -92,12 +106,15 @@ TEST(ReadItem, GivesCodeValueAndLine) {
 // Each child that a search visits logs its line, even several of one name in a row.
 TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
   const TestDocument document(
-      "<R \u4e2d='v'><\u4e2d k='1'/><\u4e2d/><A k='\u4e2d'>x</A><\u4e2d/><A k='2'>\U0001F600</A></R>");
+      "<R \u4e2d='v'><\u4e2d k='1'/><\u4e2d/><A k='\u4e2d'>x</A><\u4e2d/><A "
+      "k='2'>\U0001F600</A></R>");
   LogLines log;
   {
     const LocaleGuard locale(narrowLocale);
-    const std::string failed = "Failed to get the length of \u4e2d:  " + std::string(std::strerror(EILSEQ));
-    const auto expect = [&](const std::string& answer, const std::string& wanted, std::ptrdiff_t failures) {
+    const std::string failed =
+        "Failed to get the length of \u4e2d:  " + std::string(std::strerror(EILSEQ));
+    const auto expect = [&](const std::string& answer, const std::string& wanted,
+                            std::ptrdiff_t failures) {
       EXPECT_EQ(answer, wanted);
       EXPECT_EQ(std::ranges::count(log.Take(), failed), failures) << wanted;
     };
@@ -107,17 +124,21 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
     expect(document.Group("B"), "Not Found", 3);
     for (const auto& [type, index] : {std::pair(element, 2), {attribute, 1}}) {
       char value[] = "#";
-      EXPECT_EQ(EnumXMLItem(document.list, document.cookie, "R", "A", type, index, "k", type, value, 2), 34U);
+      EXPECT_EQ(
+          EnumXMLItem(document.list, document.cookie, "R", "A", type, index, "k", type, value, 2),
+          34U);
       EXPECT_STREQ(value, "#");
       EXPECT_EQ(log.Take().back(), Failed("A"));
     }
   }
   const LocaleGuard locale(multibyteLocale);
   EXPECT_EQ(document.Attribute("R", "R", MultiByteText(ConvertToMultiByte(L"\u4e2d")).get()), "v");
-  for (const char* item : {"R", "A"}) EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
+  for (const char* item : {"R", "A"})
+    EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
 }
 
-// So many children that an index finds them, named in UTF-8 otherwise than in the locale. "\x83" is half a character there.
+// So many children that an index finds them, named in UTF-8 otherwise than in the locale. "\x83" is
+// half a character there.
 TEST(ReadItem, AmongManyChildrenInOtherCharacterSets) {
   const std::string so = "\xE3\x82\xBD";
   std::string text = "<R><t>" + so + "</t>";
@@ -132,7 +153,8 @@ TEST(ReadItem, AmongManyChildrenInOtherCharacterSets) {
     for (const int n : {1, 50, 99, 100}) {
       for (const char* type : {element, attribute}) {
         char value[20];
-        EnumXMLItem(document.list, document.cookie, "R", "\x83\x5C", type, n, "k", type, value, sizeof value);
+        EnumXMLItem(document.list, document.cookie, "R", "\x83\x5C", type, n, "k", type, value,
+                    sizeof value);
         EXPECT_EQ(value, isNamed && n < 100 ? std::to_string(n) : "Not Found");
       }
       const std::string byValue = "a&k=v" + std::to_string(n);
@@ -149,18 +171,24 @@ TEST(ReadItem, AmongManyChildrenInOtherCharacterSets) {
 const struct {
   const char *before, *path, *item, *type, *value, *after;
 } setCases[] = {
-    // The root's name may be omitted. Missing elements are created, even in an element that has only text.
+    // The root's name may be omitted. Missing elements are created, even in an element that has
+    // only text.
     {"<R><S>1</S></R>", "S", "T", element, "2", "<R><S>1<T>2</T></S></R>"},
     {"<R/>", "", "A\\B", element, "x", "<R><A><B>x</B></A></R>"},
     {"<R><A>A</A></R>", "A", "A", element, "x", "<R><A>A<A>x</A></A></R>"},
     {"<R><A>x</A></R>", "", "A", element, "", "<R><A></A></R>"},
-    // The first element whose name begins with the name is taken. An attribute part never selects; it is ignored
+    // The first element whose name begins with the name is taken. An attribute part never selects;
+    // it is ignored
     // without a name or value.
-    {"<R><Sets>1</Sets><Set>2</Set></R>", "R", "Set", element, "3", "<R><Sets>3</Sets><Set>2</Set></R>"},
-    {"<R><A k='1'/><A k='2'>x</A></R>", "A&k=2", "B", element, "y", "<R><A k='2'><B>y</B></A><A k='2'>x</A></R>"},
+    {"<R><Sets>1</Sets><Set>2</Set></R>", "R", "Set", element, "3",
+     "<R><Sets>3</Sets><Set>2</Set></R>"},
+    {"<R><A k='1'/><A k='2'>x</A></R>", "A&k=2", "B", element, "y",
+     "<R><A k='2'><B>y</B></A><A k='2'>x</A></R>"},
     {"<R><N>1</N></R>", "R", "N&u=ms&x=", element, "2", "<R><N u=\"ms&amp;x=\">2</N></R>"},
-    {"<R/>", "A&k=\\B&=v\\C&k\\D&", "E", element, "x", "<R><A><B><C><D><E>x</E></D></C></B></A></R>"},
-    {"<R><S  Mode = 'Slow'\n/></R>", "R\\S", "Mode", attribute, "Fast", "<R><S  Mode = 'Fast'\n/></R>"},
+    {"<R/>", "A&k=\\B&=v\\C&k\\D&", "E", element, "x",
+     "<R><A><B><C><D><E>x</E></D></C></B></A></R>"},
+    {"<R><S  Mode = 'Slow'\n/></R>", "R\\S", "Mode", attribute, "Fast",
+     "<R><S  Mode = 'Fast'\n/></R>"},
     {"<R><S/></R>", "S", "k", attribute, "a\\b&c=d", "<R><S k=\"a\\b&amp;c=d\"/></R>"},
     {"<R/>", "A&u=1", "k", attribute, "2", "<R><A u=\"1\" k=\"2\"/></R>"},
     {"<R/>", "A&k=1", "k", attribute, "2", "<R><A k=\"2\"/></R>"},
@@ -184,15 +212,17 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
   }
 }
 
-// Names and values in the locale's character set, in a document with others that the locale cannot represent.
+// Names and values in the locale's character set, in a document with others that the locale cannot
+// represent.
 TEST(SetItem, ReadsBackWhateverXmlCanCarry) {
   const std::string kept = "<!-- \U0001F600 --><\u4e2d k='\U0001F600'>\U0010FFFF</\u4e2d>";
   TestDocument document("<Root a='0'>" + kept + "<\u3042>old</\u3042></Root>");
   for (const char* name : {multibyteLocale, hasUtf8 ? "C.UTF-8" : multibyteLocale}) {
     const LocaleGuard locale(name);
     const MultiByteText item(ConvertToMultiByte(L"\u3042"));
-    for (const wchar_t* wide : {L" lead\r\n\t<&>\"']]>&amp;<!-- x -->-->%s a\\b&c=d\n ", L"\r", L"\u8868\u3042",
-                                L"\u20ac\U0001F600\u007F\u0085\u2028\ue000\ufffd"}) {
+    for (const wchar_t* wide :
+         {L" lead\r\n\t<&>\"']]>&amp;<!-- x -->-->%s a\\b&c=d\n ", L"\r", L"\u8868\u3042",
+          L"\u20ac\U0001F600\u007F\u0085\u2028\ue000\ufffd"}) {
       const MultiByteText value(ConvertToMultiByte(wide));
       if (value == nullptr) continue;
       ASSERT_EQ(document.SetText("", item.get(), value.get()), 0U);
@@ -212,7 +242,8 @@ TEST(SetItem, EntersWhatItMakesIntoTheMap) {
   ASSERT_EQ(document.SetAttribute("Found\\Item&unit=ms", "kind", "x"), 0U);
   ASSERT_EQ(document.SetAttribute("Root", "k", "v"), 0U);
   ElementMap& map = *document.list->head->elementMap;
-  for (const char* key : {"Found\\New", "Found\\Item", "Found\\Item&unit=ms", "Found\\Item&unit=ms&kind=x"}) {
+  for (const char* key :
+       {"Found\\New", "Found\\Item", "Found\\Item&unit=ms", "Found\\Item&unit=ms&kind=x"}) {
     EXPECT_NE(map.Find(key), nullptr) << key;
   }
   for (const char* key : {"Found", "New", "&k=v"}) EXPECT_EQ(map.Find(key), nullptr) << key;
@@ -235,9 +266,11 @@ TEST(SetItem, LogsItsWalk) {
   EXPECT_EQ(SetXMLItem(document.list, ~document.cookie, "S", "T", "ELEMENT", "x"), 3U);
   EXPECT_EQ(log.Take(),
             (std::vector<std::string>{
-                "Found " + document.Name() + " (" + std::to_string(document.cookie) + ") in the xml file list.",
-                "Root\\S is a group", "Removed Root from Root\\S.", "S (element) not found in the element map.",
-                "T not found in the element map.", "Failed to find " + unknown + " (cookie) in the xml file list.",
+                "Found " + document.Name() + " (" + std::to_string(document.cookie) +
+                    ") in the xml file list.",
+                "Root\\S is a group", "Removed Root from Root\\S.",
+                "S (element) not found in the element map.", "T not found in the element map.",
+                "Failed to find " + unknown + " (cookie) in the xml file list.",
                 "error: Failed to get the xml representation for the xml with id " + unknown}));
 }
 
@@ -245,13 +278,15 @@ TEST(SetItem, LogsItsWalk) {
 TEST(SetItem, RefusesBeforeItChangesAnything) {
   const LocaleGuard locale(multibyteLocale);
   const std::string bytes =
-      "<!DOCTYPE R [<!ENTITY e '<E>1</E>'><!ATTLIST A k NMTOKENS #IMPLIED><!ATTLIST M k ID #IMPLIED>]>\n"
+      "<!DOCTYPE R [<!ENTITY e '<E>1</E>'><!ATTLIST A k NMTOKENS #IMPLIED><!ATTLIST M k ID "
+      "#IMPLIED>]>\n"
       "<R><A>1</A><B>&e;</B></R>";
   const TestDocument document(bytes);
   LogLines log;
   // Returns the last line but one.
   const auto refuse = [&](const char* path, const char* item, const char* type, const char* value) {
-    SCOPED_TRACE(testing::PrintToString(path) + testing::PrintToString(item) + testing::PrintToString(value));
+    SCOPED_TRACE(testing::PrintToString(path) + testing::PrintToString(item) +
+                 testing::PrintToString(value));
     EXPECT_EQ(SetXMLItem(document.list, document.cookie, path, item, type, value), 34U);
     const std::vector<std::string> lines = log.Take();
     EXPECT_EQ(lines.back(), "error: Unknown error while setting xml");
@@ -263,7 +298,8 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   for (const char* path : {"N\\\\A", "\\N", "N\\", "N\\&k=v", "R\\\\N", "N\\1"}) {
     EXPECT_EQ(refuse(path, "B", element, "v"), noElement);
   }
-  for (const char* item : {"", "&k=v", "a b"}) EXPECT_EQ(refuse("N", item, element, "v"), noElement);
+  for (const char* item : {"", "&k=v", "a b"})
+    EXPECT_EQ(refuse("N", item, element, "v"), noElement);
   for (const char* path : {"N\\A&k=\x02", "N\\\xFF"}) refuse(path, "B", element, "v");
   for (const char* path : {"\\", "N\\A\\"}) refuse(path, "k", attribute, "v");
   for (const char* item : {"A&1=v", "\xFF"}) refuse("N", item, element, "v");
@@ -278,7 +314,8 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   refuse("N", "B", nullptr, "v");
   refuse("N", "B", element, nullptr);
 
-  // Values that the document type would fold, on existing and new elements; elements that come from an entity.
+  // Values that the document type would fold, on existing and new elements; elements that come from
+  // an entity.
   for (const char* path : {"A&k= v", "A&k=v  w\\N", "N\\A&k=v ", "A\\M&k=v ", "B\\E"}) {
     EXPECT_NE(refuse(path, "N", element, "v").find("ostrumxml: "), std::string::npos);
   }
@@ -286,7 +323,8 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
   refuse("B\\E", "k", attribute, "v");
   for (const char* item : {"E", "E&k=v"}) refuse("B", item, element, "v");
   refuse("", "B", element, "v");
-  EXPECT_EQ(SetXMLItem(document.list, document.cookie, "B\\E", "", "", ""), 0U) << "nothing is set there";
+  EXPECT_EQ(SetXMLItem(document.list, document.cookie, "B\\E", "", "", ""), 0U)
+      << "nothing is set there";
 }
 
 } // namespace

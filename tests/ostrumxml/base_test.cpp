@@ -1,9 +1,9 @@
 // The base modules of the document library.
 #include <gtest/gtest.h>
 
-#include "host/ostrumxml/markup.h"
-#include "host/ostrumxml/name_table.h"
-#include "host/ostrumxml/references.h"
+#include "host/ostrumxml/data/markup.h"
+#include "host/ostrumxml/data/name_table.h"
+#include "host/ostrumxml/data/references.h"
 
 namespace {
 
@@ -28,9 +28,9 @@ TEST(NameTable, GivesEachNameOneNumber) {
 TEST(References, StandForCharacters) {
   using Row = std::pair<const char*, const char*>;
   for (const auto& [reference, character] :
-       {Row("&amp;", "&"), Row("&lt;", "<"), Row("&gt;", ">"), Row("&quot;", "\""), Row("&apos;", "'"),
-        Row("&#65;", "A"), Row("&#x4a;", "J"), Row("&#xe9;", "\u00e9"), Row("&#8364;", "\u20ac"),
-        Row("&#x10FFFF;", "\U0010FFFF"), Row("&am;", "")}) {
+       {Row("&amp;", "&"), Row("&lt;", "<"), Row("&gt;", ">"), Row("&quot;", "\""),
+        Row("&apos;", "'"), Row("&#65;", "A"), Row("&#x4a;", "J"), Row("&#xe9;", "\u00e9"),
+        Row("&#8364;", "\u20ac"), Row("&#x10FFFF;", "\U0010FFFF"), Row("&am;", "")}) {
     std::string text = "t";
     Ostrum::AppendReference(reference, text);
     EXPECT_EQ(text, "t"s + character);
@@ -70,7 +70,8 @@ TEST(Markup, AttributesOfATag) {
 
 TEST(Markup, PiecesOfContent) {
   using enum Ostrum::PieceKind;
-  const std::string first(4095, 'x'); // longer text is split into pieces, but never between "\r" and "\n"
+  const std::string first(4095,
+                          'x'); // longer text is split into pieces, but never between "\r" and "\n"
   using Row = std::pair<Ostrum::PieceKind, std::string>;
   const std::vector<Row> pieces{Row(Text, first),
                                 Row(Text, "\r\n>]]"),
@@ -105,7 +106,9 @@ TEST(Markup, TextThatStandsForItself) {
     for (const char character : "&<\x1F\n %=\x7F\x80\xFF"s) {
       std::string text(20, 'a');
       text[place] = character;
-      EXPECT_EQ(Ostrum::StandsForItself(text), character < '\0' || " %=\x7F"sv.find(character) != text.npos) << place;
+      EXPECT_EQ(Ostrum::StandsForItself(text),
+                character < '\0' || " %=\x7F"sv.find(character) != text.npos)
+          << place;
     }
   }
 }

@@ -21,7 +21,8 @@ const Element* Walk(const Element& parent, std::uint32_t n, Matches matches) {
   return &Element::null;
 }
 
-void ExpectTheSame(const Element& parent, const std::string& text, const std::string& value, std::uint32_t n) {
+void ExpectTheSame(const Element& parent, const std::string& text, const std::string& value,
+                   std::uint32_t n) {
   SCOPED_TRACE(testing::Message() << text << ' ' << value << ' ' << n);
   const auto is = [&](const Element& child) { return child.GetName() == text; };
   const auto begins = [&](const Element& child) { return child.GetName().starts_with(text); };
@@ -38,16 +39,22 @@ void ExpectTheSame(const Element& parent, const std::string& text, const std::st
 
 TEST(ChildIndex, FindsWhatAWalkFinds) {
   std::mt19937 engine(7);
-  const auto random = [&engine](std::size_t below) { return static_cast<std::uint32_t>(engine() % below); };
-  const auto any = [&random](const auto& list) { return std::string(list[random(std::size(list))]); };
+  const auto random = [&engine](std::size_t below) {
+    return static_cast<std::uint32_t>(engine() % below);
+  };
+  const auto any = [&random](const auto& list) {
+    return std::string(list[random(std::size(list))]);
+  };
   for (const unsigned count : {0U, 23U, 24U, 25U, 300U}) {
     std::string bytes = "<r>";
-    for (unsigned i = 0; i < count; ++i) bytes += "<" + any(names) + (random(2) ? " k='" + any(values) + "'/>" : "/>");
+    for (unsigned i = 0; i < count; ++i)
+      bytes += "<" + any(names) + (random(2) ? " k='" + any(values) + "'/>" : "/>");
     const Parsed parsed(bytes + "</r>");
     Element& parent = parsed.At("");
     for (int step = 0; step < 400; ++step) {
       const std::string text = any(names);
-      ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values), random(step % 3 == 0 ? 4 : 100));
+      ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values),
+                    random(step % 3 == 0 ? 4 : 100));
       if (step % 20 == 0) parent.AddElementInto(text);
       Element& changed = parent.NthChild(NameMatch::Prefix, "", 1 + random(20));
       if (step % 30 != 0 || changed.IsNull()) continue;

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "host/ostrumxml/decode.h"
+#include "host/ostrumxml/read/decode.h"
 #include "support/locale_guard.h"
 
 namespace {
@@ -24,7 +24,8 @@ std::string Declared(const std::string& encoding, const std::string& text) {
 std::string Utf16(std::u16string_view text, bool bigEndian) {
   std::string bytes;
   for (const char16_t unit : text) {
-    for (const int shift : {bigEndian ? 8 : 0, bigEndian ? 0 : 8}) bytes += static_cast<char>(unit >> shift);
+    for (const int shift : {bigEndian ? 8 : 0, bigEndian ? 0 : 8})
+      bytes += static_cast<char>(unit >> shift);
   }
   return bytes;
 }
@@ -36,7 +37,8 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
            Row{"us-ascii", "&#233;", "&#233;"},
            Row{"iso-8859-1", "\xE9\x85", "\u00E9\u0085"},
            Row{"Windows-1252", "\x80\xE9", "\u20AC\u00E9"},
-           Row{"windows-1255", "\xF9\xC8\xED", "\u05E9\u05B8\u05DD"}, // glibc would join the first two
+           Row{"windows-1255", "\xF9\xC8\xED",
+               "\u05E9\u05B8\u05DD"}, // glibc would join the first two
            Row{"KOI8-R", "\xF0\xD2", "\u041F\u0440"},
            Row{"Shift_JIS", "\x83\\ \\~\xB1\xED\x40", "\u30BD \\~\uFF71\u7E8A"},
            Row{"EUC-JP", "\xA5\xBD\x8E\xB1\x8F\xB0\xA1", "\u30BD\uFF71\u4E02"},
@@ -48,7 +50,8 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
     if (encoding == "gb18030" && !hasUtf8) continue;     // Wine lacks it
     for (std::size_t before = 0; before < 9; ++before) { // every alignment in a machine word
       const std::string spaces(before, ' ');
-      EXPECT_EQ(Decode(Declared(encoding, spaces + bytes)), Declared("UTF-8", spaces + text)) << encoding;
+      EXPECT_EQ(Decode(Declared(encoding, spaces + bytes)), Declared("UTF-8", spaces + text))
+          << encoding;
     }
   }
   std::string many, converted; // longer than the decoder's buffer
@@ -63,7 +66,8 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
 }
 
 TEST(Decode, SaysWhyATextIsRefused) {
-  const std::string offset = " at byte offset ", start = std::to_string(Declared("123456", "").find("</r>"));
+  const std::string offset = " at byte offset ",
+                    start = std::to_string(Declared("123456", "").find("</r>"));
   const std::string zeros = "UTF-32, and UTF-16 without a byte-order mark, are not supported";
   const std::string contradicts = "the text is not in the encoding that its declaration names: ";
   std::vector<std::pair<std::string, std::string>> cases = {
@@ -80,22 +84,26 @@ TEST(Decode, SaysWhyATextIsRefused) {
     cases.emplace_back(Declared(unknown, ""), "unsupported encoding " + unknown);
   }
   using Row = std::array<std::string, 2>;
-  for (const auto& [encoding, bytes] : {Row{"cp1252", "\x81"}, Row{"cp1253", "\xAA"}, Row{"EUC-JP", "\x85"},
-                                        Row{"EUC-JP", "\xA4<"}, Row{"x-sjis", "\x83"}, Row{"x-sjis", "\xFD"}}) {
+  for (const auto& [encoding, bytes] :
+       {Row{"cp1252", "\x81"}, Row{"cp1253", "\xAA"}, Row{"EUC-JP", "\x85"}, Row{"EUC-JP", "\xA4<"},
+        Row{"x-sjis", "\x83"}, Row{"x-sjis", "\xFD"}}) {
     cases.emplace_back(Declared(encoding, bytes), "invalid " + encoding + offset + start);
   }
   for (const auto& [bytes, reason] : cases) EXPECT_EQ(Decode(bytes), reason);
 }
 
 TEST(Decode, ChecksUtf8WhereverASequenceStands) {
-  const std::string valid = "\x7F\xC2\x80\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+  const std::string valid =
+      "\x7F\xC2\x80\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
   for (std::size_t before = 0; before < 40; ++before) {
     for (const std::string& end : {""s, std::string(40 - before, 'a')}) {
       const std::string start = std::string(before, 'a') + "\u20AC";
       EXPECT_EQ(Decode(start + valid + end), start + valid + end);
-      for (const char* invalid : {"\x80", "\xC1\xBF", "\xC2", "\xE0\x9F\xBF", "\xE6\x97", "\xED\xA0\x80",
-                                  "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
-        EXPECT_EQ(Decode(start + invalid + end), "invalid UTF-8 at byte offset " + std::to_string(start.size()));
+      for (const char* invalid :
+           {"\x80", "\xC1\xBF", "\xC2", "\xE0\x9F\xBF", "\xE6\x97", "\xED\xA0\x80",
+            "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+        EXPECT_EQ(Decode(start + invalid + end),
+                  "invalid UTF-8 at byte offset " + std::to_string(start.size()));
       }
     }
   }

@@ -9,12 +9,14 @@ TEST(Parse, ReadsWhatExpatReads) {
            "<r>  one\r\ntwo\rthree\n\t</r>",
            "<r>&lt;&amp;&gt;&quot;&apos;&#65;&#x42;&#13;&#x1F600;\xC3\xA9</r>",
            "<r>a<![CDATA[<&amp;]]\r\n>]]><!-- -> no &amp; --><?p no?>b<c>no<d/></c>b<c/>e</r>",
-           "<r><s a = '\"x>/'/><s b='1' a\r\n=\t\"x\r\ny\tz&#10;&#9;\" /><s aa='no' b=' a=&apos;x&apos; '/></r>",
+           "<r><s a = '\"x>/'/><s b='1' a\r\n=\t\"x\r\ny\tz&#10;&#9;\" /><s aa='no' b=' "
+           "a=&apos;x&apos; '/></r>",
            "<r ba='no' aa='no' a='&lt;&#65;' >1</r>",
            "<!DOCTYPE r [<!ENTITY e 'E&#38;f;'><!ENTITY f '&lt;F'>]><r a='1&e;'>x&e;y</r>",
            "<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>&e;z&#65;<![CDATA[&e;]]></r>",
            "\xEF\xBB\xBF<!DOCTYPE r [<!ENTITY % p \"<!ENTITY e 'told'>\">%p;]><r>&e;</r>",
-           "<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'><!ATTLIST s a NMTOKENS #IMPLIED>]>"
+           "<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'><!ATTLIST s a NMTOKENS "
+           "#IMPLIED>]>"
            "<r><s a='  b \n c '/><s/></r>",
            "<!DOCTYPE r [<!ENTITY in \"<i a='&#38;v;'>&#38;v;</i>\"><!ENTITY v 'w'><!ENTITY e "
            "'1<a/>2<b a=\"1\">&in;3</b >4'>]><r>A&e;<c/>&in;&in;B<d>&v;&e;</d></r>",
@@ -26,7 +28,8 @@ TEST(Parse, ReadsWhatExpatReads) {
   }
 }
 
-// Such a large document is passed to the parser in several chunks, which can end anywhere. The first element moves the text.
+// Such a large document is passed to the parser in several chunks, which can end anywhere. The
+// first element moves the text.
 TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
   std::string bytes = "<!DOCTYPE r [<!ENTITY e 'end'>]><r>";
   while (bytes.size() < 34'000'000) bytes += "<n a='\xC3\xA9'>&amp;\xF0\x9F\x98\x80</n>";
@@ -40,12 +43,15 @@ TEST(Parse, KeepsPlacesInADocumentOfManyMegabytes) {
 // The beginning of a value is read correctly, whatever its form in the source.
 TEST(Parse, ReadsNoMoreThanIsAsked) {
   const Parsed parsed(
-      "<!DOCTYPE r [<!ENTITY e 'x&#38;#13;\ny'>]><r a='&e;\tb&#9;c'>&e;\r\n<![CDATA[1\r2]]>&e;<b/>&e;</r>");
+      "<!DOCTYPE r [<!ENTITY e 'x&#38;#13;\ny'>]><r "
+      "a='&e;\tb&#9;c'>&e;\r\n<![CDATA[1\r2]]>&e;<b/>&e;</r>");
   const std::string text = "x\r\ny\n1\n2x\r\nyx\r\ny", value = "x\r y b\tc";
   std::string scratch;
   for (std::size_t limit = 0; limit <= text.size(); ++limit) {
-    EXPECT_EQ(parsed.At("").GetValue(scratch, limit).substr(0, limit), text.substr(0, limit)) << limit;
-    EXPECT_EQ(parsed.At("").GetAttribute("a").GetValue(scratch, limit).substr(0, limit), value.substr(0, limit));
+    EXPECT_EQ(parsed.At("").GetValue(scratch, limit).substr(0, limit), text.substr(0, limit))
+        << limit;
+    EXPECT_EQ(parsed.At("").GetAttribute("a").GetValue(scratch, limit).substr(0, limit),
+              value.substr(0, limit));
   }
 }
 

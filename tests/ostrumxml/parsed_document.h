@@ -10,20 +10,23 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/document.h"
+#include "host/ostrumxml/read/decode.h"
 
 struct Parsed {
   explicit Parsed(std::string bytes) {
     isText = !Ostrum::DecodeFile(std::move(bytes), source, encoding);
     int line = 0, column = 0;
-    if (isText) document.reset(Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
+    if (isText)
+      document.reset(
+          Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
   }
 
   // The element reached by taking the first child of each name, or the null element.
   Ostrum::Element& At(const std::filesystem::path& path) const {
     Ostrum::Element* element = &document->GetRoot();
-    for (const auto& name : path) element = &element->NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
+    for (const auto& name : path)
+      element = &element->NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
     return *element;
   }
   std::string Generate() const { return document->GenerateXML(false); }
@@ -35,11 +38,12 @@ struct Parsed {
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
 };
 
-// The element and all elements in it, each with name, text and the attribute "a". Recursive, so not for deep nesting.
+// The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
+// for deep nesting.
 inline std::string Describe(Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
-  std::string text =
-      "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") + attribute.GetValue() + ">";
+  std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
+                     attribute.GetValue() + ">";
   for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
   return text + "</>" + element.GetValue();
 }
@@ -58,7 +62,8 @@ inline std::string DescribeByExpat(const std::string& source) {
       [](void* self, const char* name, const char** attributes) {
         auto& [text, open] = *static_cast<Description*>(self);
         while (*attributes != nullptr && std::string_view(*attributes) != "a") attributes += 2;
-        text += "<" + std::string(name) + (*attributes != nullptr ? std::string(" a=") + attributes[1] : "") + ">";
+        text += "<" + std::string(name) +
+                (*attributes != nullptr ? std::string(" a=") + attributes[1] : "") + ">";
         open.emplace_back();
       },
       [](void* self, const char*) {
@@ -69,7 +74,8 @@ inline std::string DescribeByExpat(const std::string& source) {
   XML_SetCharacterDataHandler(parser, [](void* self, const char* text, int size) {
     static_cast<Description*>(self)->open.back().append(text, static_cast<std::size_t>(size));
   });
-  const bool parsed = XML_Parse(parser, source.data(), static_cast<int>(source.size()), XML_TRUE) == XML_STATUS_OK;
+  const bool parsed =
+      XML_Parse(parser, source.data(), static_cast<int>(source.size()), XML_TRUE) == XML_STATUS_OK;
   XML_ParserFree(parser);
   return parsed ? description.text : "";
 }

@@ -13,7 +13,9 @@ class ElementMapTest : public testing::Test {
   Ostrum::Element& Element(std::size_t number) const {
     return root.NthChild(Ostrum::NameMatch::Exact, "e", static_cast<std::uint32_t>(1 + number % 5));
   }
-  void Insert(const std::string& key, Ostrum::Element& element) { map.Insert(map.Search(key), key, element); }
+  void Insert(const std::string& key, Ostrum::Element& element) {
+    map.Insert(map.Search(key), key, element);
+  }
 
   const TestDocument document{"<r><e/><e/><e/><e/><e/></r>"};
   Ostrum::Element& root = XmlFileAt(document.list, 0)->document->GetRoot();
@@ -51,8 +53,9 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   EXPECT_EQ(map.Size(), 5U);
   using Row = std::pair<const char*, Ostrum::Element*>;
   for (const auto& [key, element] :
-       {Row("a", &Element(1)), Row("a\\b", &Element(2)), Row("a\\b\\c", &Element(3)), Row("last", &Element(4)),
-        Row("a\\b\\c\\d=eeeeeeee", &Element(4)), Row("a\\b\\c\\d=eeeeeeeef", nullptr)}) {
+       {Row("a", &Element(1)), Row("a\\b", &Element(2)), Row("a\\b\\c", &Element(3)),
+        Row("last", &Element(4)), Row("a\\b\\c\\d=eeeeeeee", &Element(4)),
+        Row("a\\b\\c\\d=eeeeeeeef", nullptr)}) {
     EXPECT_EQ(map.Find(key), element) << key;
   }
 }

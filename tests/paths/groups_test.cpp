@@ -8,8 +8,12 @@ using Lines = std::vector<std::string>;
 
 std::string Missing(const std::string& path) { return path + " not found in the element map."; }
 std::string Selected(const std::string& part) { return Missing(part + " (element)"); }
-std::string Entered(const std::string& part) { return "Found " + part + " (element) in the element map."; }
-std::string Filtered(const std::string& value) { return "Found " + value + " (attribute) in the element map."; }
+std::string Entered(const std::string& part) {
+  return "Found " + part + " (element) in the element map.";
+}
+std::string Filtered(const std::string& value) {
+  return "Found " + value + " (attribute) in the element map.";
+}
 std::string Inserted(const std::string& id) { return "Inserted " + id + " into the element map."; }
 std::string Removed(const std::string& path) { return "Removed Catalog from " + path + "."; }
 
@@ -28,12 +32,18 @@ class Groups : public testing::Test {
     return element == nullptr ? "none" : element->GetAttribute("id").GetValue();
   }
 
-  std::string Known(const std::string& id) const { return "Found " + id + " in " + document.Name() + "."; }
-  std::string NotIn(const std::string& path) const { return path + " not found in " + document.Name() + "."; }
+  std::string Known(const std::string& id) const {
+    return "Found " + id + " in " + document.Name() + ".";
+  }
+  std::string NotIn(const std::string& path) const {
+    return path + " not found in " + document.Name() + ".";
+  }
 
   TestDocument document{
-      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c --><P id='5'><L id='6'/></P>"
-      "<Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/><S id='11' Name='EngineFileOld'><T id='12'/></S>"
+      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c --><P "
+      "id='5'><L id='6'/></P>"
+      "<Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/><S id='11' Name='EngineFileOld'><T "
+      "id='12'/></S>"
       "<S id='13' Name='EngineFile' b='x=y'/></Catalog>"};
   XmlFileList* const& list = document.list;
   const std::uint32_t& cookie = document.cookie;
@@ -53,7 +63,12 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       // The root's name is removed, also below a parent, with everything up to the separator.
       {"", "Catalog\\P", 1, "0 P", "1", {Removed("Catalog\\P"), Selected("P"), Inserted("P")}},
       {"", "CatalogX\\P", 1, "0 P", "1", {"Removed CatalogX from CatalogX\\P.", Known("P")}},
-      {"P", "Catalog\\L", 2, "0 P\\L2", "3", {Removed("Catalog\\L"), Selected("L2"), Inserted("P\\L2")}},
+      {"P",
+       "Catalog\\L",
+       2,
+       "0 P\\L2",
+       "3",
+       {Removed("Catalog\\L"), Selected("L2"), Inserted("P\\L2")}},
       {"", "catalog\\P", 1, "3 Not Found", "none", {Missing("catalog\\P"), NotIn("catalog\\P")}},
       {"", "Catalog", 1, "0 Catalog", "", {Removed("Catalog"), onlyRoot}},
       {"P", "Catalog\\", 1, "0 Catalog\\", "none", {Removed("Catalog\\"), onlyRoot}},
@@ -76,9 +91,19 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"", "P\\L", 3, "3 Not Found", "none", {Entered("P"), Missing("L"), NotIn("P\\L")}},
       {"", "P\\X\\Y", 1, "3 Not Found", "none", {Entered("P"), Missing("X\\Y"), NotIn("P\\X\\Y")}},
       // An attribute filter selects the first match, whatever the number.
-      {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3", "4", {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
+      {"P\\L2",
+       "S&Name=E",
+       3,
+       "0 P\\L2\\S&Name=E3",
+       "4",
+       {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
       {"", "S&Name=", 4294967295U, "0 S&Name=-1", "11", {Filtered(""), Inserted("S&Name=-1")}},
-      {"", "S&Name=E\\T", 1, "0 S&Name=E\\T", "12", {Filtered("E"), Selected("T"), Inserted("S&Name=E\\T")}},
+      {"",
+       "S&Name=E\\T",
+       1,
+       "0 S&Name=E\\T",
+       "12",
+       {Filtered("E"), Selected("T"), Inserted("S&Name=E\\T")}},
       {"", "S&Name", 3, "0 S&Name3", "13", {Selected("S3"), Inserted("S&Name3")}},
       {"", "&b=x=y", 1, "0 &b=x=y", "13", {Filtered("x=y"), Inserted("&b=x=y")}},
       {"", "S&Name=e", 1, "3 Not Found", "none", {Missing("S&Name=e"), NotIn("S&Name=e")}},
@@ -87,17 +112,20 @@ TEST_F(Groups, AreOpenedBelowOneAnother) {
       {"P2", "L&id=6", 1, "0 P2", "5", {Filtered("6")}, 0},
       {"P2", "L&id=6", 1, "0 P2\\L&id=6", "6", {Known("P2\\L&id=6")}},
   };
-  for (const bool isLogged : {true, false}) { // without log lines, a search may start where the last one ended
+  for (const bool isLogged :
+       {true, false}) { // without log lines, a search may start where the last one ended
     if (!isLogged) corekit::SetLogSink(nullptr, nullptr);
     document.Reopen();
     log.Take();
     for (const auto& step : steps) {
-      SCOPED_TRACE(testing::Message() << step.parent << " : " << step.path << ' ' << step.occurrence << isLogged);
+      SCOPED_TRACE(testing::Message()
+                   << step.parent << " : " << step.path << ' ' << step.occurrence << isLogged);
       EXPECT_EQ(Open(step.parent, step.path, step.occurrence, step.capacity), step.answer);
       EXPECT_EQ(Element(step.answer.substr(2)), step.element);
       Lines lines = log.Take();
       if (!isLogged) continue;
-      EXPECT_EQ(lines.at(1), step.path + (step.path.starts_with("Catalog") ? " is a group" : " is a group ID"));
+      EXPECT_EQ(lines.at(1),
+                step.path + (step.path.starts_with("Catalog") ? " is a group" : " is a group ID"));
       EXPECT_EQ(Lines(lines.begin() + 2, lines.end()), step.lines);
     }
   }
@@ -110,7 +138,8 @@ TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
     EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
   }
   EXPECT_EQ(Open("", "Catalog" + std::string(600, 'X') + "\\P", 1), "0 P");
-  // The first L is a leaf, which matches itself, so IDs can grow up to the limit, of odd and even lengths.
+  // The first L is a leaf, which matches itself, so IDs can grow up to the limit, of odd and even
+  // lengths.
   for (std::string id : {Open("", "P", 1).substr(2), Open("", "P", 2).substr(2)}) {
     for (std::string below; id.size() < 259; id = below) {
       below = (id + "\\L").substr(0, 259);
@@ -124,7 +153,8 @@ TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
   char groupId[] = "P";
   EXPECT_EQ(OpenXMLGroup(list, cookie + 1, "L", groupId, sizeof groupId), XmlNotFound);
   EXPECT_EQ(OpenXMLGroup(nullptr, cookie, "L", groupId, sizeof groupId), XmlNotFound);
-  EXPECT_EQ(GetXMLItem(list, cookie + 1, "P", "L", "ELEMENT", nullptr, nullptr, groupId, 2), XmlNotFound);
+  EXPECT_EQ(GetXMLItem(list, cookie + 1, "P", "L", "ELEMENT", nullptr, nullptr, groupId, 2),
+            XmlNotFound);
   EXPECT_STREQ(groupId, "P");
   EXPECT_EQ(OpenXMLGroup(list, cookie, nullptr, groupId, sizeof groupId), XmlFailure);
   EXPECT_EQ(log.Take().back(), "Unknown exception thrown while searching for the group name.");
@@ -132,7 +162,8 @@ TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
   log.TakeTraces();
   groupId[0] = '\0';
   EXPECT_EQ(OpenXMLGroup(list, cookie, "P", groupId, sizeof groupId), XmlSuccess);
-  EXPECT_EQ(log.TakeTraces(), (Lines{">OpenXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile",
-                                     ">IsRootInPath", "<IsRootInPath", ">ReturnTokenFromString",
-                                     "<ReturnTokenFromString", "<GenericOpenGroup", "<OpenXMLGroup"}));
+  EXPECT_EQ(log.TakeTraces(),
+            (Lines{">OpenXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile",
+                   ">IsRootInPath", "<IsRootInPath", ">ReturnTokenFromString",
+                   "<ReturnTokenFromString", "<GenericOpenGroup", "<OpenXMLGroup"}));
 }

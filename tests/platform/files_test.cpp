@@ -15,12 +15,15 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   const fs::path name = folder.Write("file.xml", "old");
   std::string read;
   platform::FileState state;
-  const auto readUpTo = [&](std::size_t limit) { return platform::ReadWholeFile(name, limit, read, state); };
+  const auto readUpTo = [&](std::size_t limit) {
+    return platform::ReadWholeFile(name, limit, read, state);
+  };
   EXPECT_EQ(readUpTo(3), ReadStatus::Done);
   EXPECT_FALSE(state.isSettled) << "so young a file can change without a sign";
   fs::remove(name);
   EXPECT_EQ(readUpTo(3), ReadStatus::Missing);
-  // The first one creates the file. The sizes are around those of the buffers, growing and shrinking.
+  // The first one creates the file. The sizes are around those of the buffers, growing and
+  // shrinking.
   for (const std::size_t size : {5U, 0U, 4096U, 16384U, 65535U, 65536U, 65537U, 300000U, 1U}) {
     std::string written(size, '\n');
     for (std::size_t i = 0; i < size; i += 3) written[i] = static_cast<char>(i * i >> 3);
@@ -46,7 +49,8 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   }
   EXPECT_EQ(folder.Read("read-only"), "old");
   EXPECT_EQ(folder.FileCount(), 2);
-  fs::permissions(folder.Path() / "read-only", fs::perms::owner_all); // some systems do not remove read-only files
+  fs::permissions(folder.Path() / "read-only",
+                  fs::perms::owner_all); // some systems do not remove read-only files
 }
 
 } // namespace

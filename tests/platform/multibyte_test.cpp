@@ -12,29 +12,36 @@
 namespace {
 
 constexpr const char* plain = "C";
-// Turkish has a letter i of its own; in Japanese the backslash is the second byte of common characters.
+// Turkish has a letter i of its own; in Japanese the backslash is the second byte of common
+// characters.
 const char* const latin = hasUtf8 ? "ISO-8859-1" : ".1252";
 const char* const japanese = multibyteLocale;
 const char* const turkish = hasUtf8 ? "tr_TR" : "Turkish_Turkey.1254";
-// Not on Windows: its C library has no UTF-8, and no character set with the yen sign in the backslash's place.
+// Not on Windows: its C library has no UTF-8, and no character set with the yen sign in the
+// backslash's place.
 constexpr const char* utf8 = "C.UTF-8";
 constexpr const char* yen = "SHIFT_JIS";
 
 // Where the text is found and, if it is one byte, its first and last occurrence as a character.
 std::string Hits(const char* locale, const char* text, const char* wanted) {
   UseLocale(locale);
-  const auto place = [text](const char* hit) { return hit == nullptr ? "-" : std::to_string(hit - text); };
+  const auto place = [text](const char* hit) {
+    return hit == nullptr ? "-" : std::to_string(hit - text);
+  };
   const std::string found = place(platform::MbsFind(text, wanted));
   if (std::strlen(wanted) != 1) return found;
-  return found + place(platform::MbsFindChar(text, *wanted)) + place(platform::MbsFindLastChar(text, *wanted));
+  return found + place(platform::MbsFindChar(text, *wanted)) +
+         place(platform::MbsFindLastChar(text, *wanted));
 }
 
 TEST(MultibyteTest, SearchesHitWholeCharactersOnly) {
   EXPECT_EQ(Hits(plain, "\x95\\b\\c", "\\"), "113");
   EXPECT_EQ(Hits(japanese, "\x95\x5C\\\x83\x5C", "\\"), "222");
   EXPECT_EQ(Hits(japanese, "\x95\x95\x95\x5C", "\\"), "---");
-  EXPECT_EQ(Hits(japanese, "\xB1\\\x95", "\\"), "111"); // one byte beyond ASCII; half a character at the end
-  EXPECT_EQ(Hits(japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C"), "3"); // bytes across two characters do not count
+  EXPECT_EQ(Hits(japanese, "\xB1\\\x95", "\\"),
+            "111"); // one byte beyond ASCII; half a character at the end
+  EXPECT_EQ(Hits(japanese, "\x81\x83\x5C\x83\x5C", "\x83\x5C"),
+            "3"); // bytes across two characters do not count
   EXPECT_EQ(Hits(japanese, "text\x95", ""), "0");
   if (!hasUtf8) return;
   EXPECT_EQ(Hits(utf8, "\u00e9\\b\\", "\\"), "224");
@@ -61,14 +68,16 @@ TEST(MultibyteTest, BoundedCopiesSplitNoCharacter) {
   EXPECT_EQ(Copied(utf8, "a\u00e9", 2), "a");
   EXPECT_EQ(Copied(utf8, "a\u00e9", 5), "a\u00e9");
   EXPECT_EQ(Copied(utf8, "\U0001F600x", 3), "");
-  EXPECT_EQ(Copied(utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5), "\xA9\xA9\xA9\xA9\xA9"); // each counts as a character
+  EXPECT_EQ(Copied(utf8, "\xA9\xA9\xA9\xA9\xA9\xA9", 5),
+            "\xA9\xA9\xA9\xA9\xA9"); // each counts as a character
 }
 
 bool AreEqual(const char* locale, const char* left, const char* right, std::size_t count = 100) {
   UseLocale(locale);
   const int order = platform::MbsCompareBytesNoCase(left, right, count);
   EXPECT_EQ(platform::MbsCompareBytesNoCase(right, left, count), -order) << locale << ' ' << left;
-  EXPECT_TRUE(count != 100 || platform::MbsCompareNoCase(left, right) == order) << locale << ' ' << left;
+  EXPECT_TRUE(count != 100 || platform::MbsCompareNoCase(left, right) == order)
+      << locale << ' ' << left;
   EXPECT_NE(platform::MbsCompare(left, right), 0) << "case counts " << left;
   return order == 0;
 }
@@ -92,9 +101,13 @@ TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
   for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
     if (!hasUtf8 && (locale == yen || locale == utf8)) continue;
     UseLocale(locale);
-    const auto isPlain = [] { return platform::CurrentCharset().plain != platform::PlainText::None; };
+    const auto isPlain = [] {
+      return platform::CurrentCharset().plain != platform::PlainText::None;
+    };
     EXPECT_EQ(isPlain(), locale != yen) << locale;
-    std::thread([&] { EXPECT_EQ(isPlain(), locale != yen) << locale << " on a new thread"; }).join();
+    std::thread([&] {
+      EXPECT_EQ(isPlain(), locale != yen) << locale << " on a new thread";
+    }).join();
   }
 }
 

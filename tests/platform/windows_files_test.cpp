@@ -14,7 +14,9 @@ using platform::FileName;
 using platform::LockedFile;
 using platform::ReadStatus;
 
-FileName Absolute(const std::filesystem::path& name) { return platform::AbsoluteFileName("", name.c_str()); }
+FileName Absolute(const std::filesystem::path& name) {
+  return platform::AbsoluteFileName("", name.c_str());
+}
 
 ReadStatus Read(const FileName& name) {
   std::string bytes;
@@ -44,7 +46,8 @@ TEST_F(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
 }
 
 TEST_F(WindowsFilesTest, AttributesAreTakenOver) {
-  for (const DWORD attributes : {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
+  for (const DWORD attributes :
+       {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
     ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
     const DWORD before = GetFileAttributesW(name.c_str());
     EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0));
@@ -54,7 +57,8 @@ TEST_F(WindowsFilesTest, AttributesAreTakenOver) {
 
 // Opens the file, as another program would, and closes it after a while.
 std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
-  const HANDLE held = CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+  const HANDLE held =
+      CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_NE(held, INVALID_HANDLE_VALUE);
   return std::jthread([=] {
     Sleep(milliseconds);

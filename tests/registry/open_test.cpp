@@ -44,10 +44,11 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
   ASSERT_EQ(Open(name), XmlSuccess);
   const std::uint32_t first = cookie;
   const std::string opened = name + " (" + std::to_string(first) + ")";
-  EXPECT_EQ(log.Take(), (Lines{"Failed to find " + name + " in the xml file list.", "Returned encoding for UTF-8",
-                               "Opened " + opened + " successfully."}));
-  EXPECT_EQ(log.TakeTraces(),
-            (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding", "<GetXMLEncoding", "<OpenXML"}));
+  EXPECT_EQ(log.Take(),
+            (Lines{"Failed to find " + name + " in the xml file list.",
+                   "Returned encoding for UTF-8", "Opened " + opened + " successfully."}));
+  EXPECT_EQ(log.TakeTraces(), (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding",
+                                     "<GetXMLEncoding", "<OpenXML"}));
   EXPECT_EQ(list->head->elementMap->Find("Catalog"), &list->head->document->GetRoot());
 
   // With other case, as encrypted, and with the file gone: the open document is found.
@@ -56,24 +57,30 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
   EXPECT_EQ(Open(folder.Name("A.XML"), 1), XmlSuccess);
   EXPECT_EQ(cookie, first);
   EXPECT_EQ(list->head->encrypted, 0);
-  EXPECT_EQ(log.Take(), (Lines{"Found " + opened + " in the xml file list.", "Opened " + opened + " successfully."}));
+  EXPECT_EQ(log.Take(), (Lines{"Found " + opened + " in the xml file list.",
+                               "Opened " + opened + " successfully."}));
 
   EXPECT_EQ(CloseXML(list, cookie), XmlSuccess);
-  EXPECT_EQ(log.Take(), (Lines{"Found " + opened + " in the xml file list.", "Closing " + opened + "..."}));
+  EXPECT_EQ(log.Take(),
+            (Lines{"Found " + opened + " in the xml file list.", "Closing " + opened + "..."}));
   EXPECT_EQ(CloseXML(list, cookie), XmlSuccess);
-  EXPECT_EQ(log.Take(), Lines{"Failed to find " + std::to_string(cookie) + " (cookie) in the xml file list."});
+  EXPECT_EQ(log.Take(),
+            Lines{"Failed to find " + std::to_string(cookie) + " (cookie) in the xml file list."});
   EXPECT_EQ(Open(name), XmlFileNotFound);
 }
 
 TEST_F(Opening, RefusesWhatItCannotRead) {
-  const std::string latin = folder.Write("latin.xml", "<a>\xE9</a>"), cut = folder.Write("cut.xml", "<a>\n<b>");
+  const std::string latin = folder.Write("latin.xml", "<a>\xE9</a>"),
+                    cut = folder.Write("cut.xml", "<a>\n<b>");
   const std::string empty = folder.Write("empty.xml", ""), unparsed = "unable to parse ";
   using Row = std::tuple<std::string, int, std::uint32_t, std::string>;
   for (const auto& [name, encrypted, code, reason] :
        {Row(folder.Name("no/such/folder.xml"), 0, XmlFileNotFound, "-44"),
-        Row(latin + "/below.xml", 0, XmlFileNotFound, "-44"), Row(folder.Path().string(), 0, XmlFileUnreadable, "-42"),
+        Row(latin + "/below.xml", 0, XmlFileNotFound, "-44"),
+        Row(folder.Path().string(), 0, XmlFileUnreadable, "-42"),
         Row(latin, 0, XmlFileNotText, "-45"), Row(latin, 1, XmlFileNotText, "-46"),
-        Row(empty, 0, XmlOutOfMemory, unparsed + empty + "."), Row(cut, 0, XmlOutOfMemory, unparsed + cut + ".")}) {
+        Row(empty, 0, XmlOutOfMemory, unparsed + empty + "."),
+        Row(cut, 0, XmlOutOfMemory, unparsed + cut + ".")}) {
     EXPECT_EQ(Open(name, encrypted), code) << name;
     EXPECT_EQ(cookie, 12345U);
     EXPECT_EQ(Names(), "");
@@ -95,18 +102,20 @@ TEST_F(Opening, SaysWhatIsMissing) {
   EXPECT_EQ(EndXMLList(nullptr), XmlSuccess);
   const std::string begin = "Failed to open ", ended = "xml file list deinitialization successful";
   EXPECT_EQ(log.Take(),
-            (Lines{begin + "n:  xml file list pointer is NULL.", begin + "n:  cookie pointer is NULL.",
-                   begin + ":  file name pointer is NULL.", "Failed to find 3 (cookie): xml file list pointer is NULL.",
+            (Lines{begin + "n:  xml file list pointer is NULL.",
+                   begin + "n:  cookie pointer is NULL.", begin + ":  file name pointer is NULL.",
+                   "Failed to find 3 (cookie): xml file list pointer is NULL.",
                    "Failed to initialize the xml file list:  NULL file list pointer.",
-                   "xml file list initialization successful.", ended + ".", ended + ":  NULL file list pointer.",
-                   ended + "."}));
+                   "xml file list initialization successful.", ended + ".",
+                   ended + ":  NULL file list pointer.", ended + "."}));
 }
 
 TEST_F(Opening, RefusesNamesThatTheLocaleCannotHold) {
   const std::string name = folder.Write("root.xml", "<\u4e2d/>");
   const LocaleGuard narrow(narrowLocale);
   EXPECT_EQ(Open(name), XmlFailure);
-  EXPECT_EQ(log.Take().back(), "Failed to open " + name + ":  unable to convert the name of the root element.");
+  EXPECT_EQ(log.Take().back(),
+            "Failed to open " + name + ":  unable to convert the name of the root element.");
 
   const LocaleGuard multibyte(multibyteLocale);
   EXPECT_EQ(Open("bad\xFF.xml"), XmlFailure);
@@ -122,12 +131,14 @@ TEST_F(Opening, KeepsTheOrderWhateverCloses) {
     cookies.push_back(cookie);
   }
   list->head->next->cookie = cookies[2]; // if two have the same cookie, the older is closed
-  for (const auto& [closed, left] : {std::pair(1U, "abcdef"), {2U, "acdef"}, {5U, "acde"}, {0U, "cde"}, {3U, "ce"}}) {
+  for (const auto& [closed, left] :
+       {std::pair(1U, "abcdef"), {2U, "acdef"}, {5U, "acde"}, {0U, "cde"}, {3U, "ce"}}) {
     CloseXML(list, cookies[closed]);
     EXPECT_EQ(Names(), left);
   }
   log.TakeTraces();
   EXPECT_EQ(EndXMLList(&list), XmlSuccess); // with two documents still open
-  EXPECT_EQ(log.TakeTraces(), (Lines{">EndXMLList", ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory",
-                                     ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory", "<EndXMLList"}));
+  EXPECT_EQ(log.TakeTraces(),
+            (Lines{">EndXMLList", ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory",
+                   ">ReleaseGlobalMapMemory", "<ReleaseGlobalMapMemory", "<EndXMLList"}));
 }

@@ -1,8 +1,9 @@
-// Makes each call fail in turn that the library makes of lower layers: its own allocations, those of the parser and the
-// cipher, and the system's file functions. No exception may leave a function, the code must be a documented one, the
-// file must be either the old or the new one, complete, no other file may stay in its folder, and the same call must
-// succeed the next time. The address sanitizer reports leaks. The linker redirects the calls from everything that is
-// linked statically.
+// Makes each call fail in turn that the library makes of lower layers: its own allocations, those
+// of the parser and the cipher, and the system's file functions. No exception may leave a function,
+// the code must be a documented one, the file must be either the old or the new one, complete, no
+// other file may stay in its folder, and the same call must succeed the next time. The address
+// sanitizer reports leaks. The linker redirects the calls from everything that is linked
+// statically.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
@@ -46,47 +47,65 @@ bool SystemFails(const char* call) {
 }
 
 // Shortens reads and writes.
-std::size_t Part(std::size_t size) { return fault.place == Fault::System ? std::min<std::size_t>(size, 60) : size; }
+std::size_t Part(std::size_t size) {
+  return fault.place == Fault::System ? std::min<std::size_t>(size, 60) : size;
+}
 
 } // namespace
 
-// The build reads the names from here. They are visible so that a sanitizer's library can call them.
+// The build reads the names from here. They are visible so that a sanitizer's library can call
+// them.
 #pragma GCC visibility push(default)
-#define SYSTEM_CALL(name, Result, parameters, arguments) \
-  extern "C" Result __real_##name parameters;            \
-  extern "C" Result __wrap_##name parameters { return SystemFails(#name) ? -1 : __real_##name arguments; }
-SYSTEM_CALL(openat, int, (int folder, const char* name, int flags, mode_t mode), (folder, name, flags, mode))
+#define SYSTEM_CALL(name, Result, parameters, arguments)      \
+  extern "C" Result __real_##name parameters;                 \
+  extern "C" Result __wrap_##name parameters {                \
+    return SystemFails(#name) ? -1 : __real_##name arguments; \
+  }
+SYSTEM_CALL(openat, int, (int folder, const char* name, int flags, mode_t mode),
+            (folder, name, flags, mode))
 SYSTEM_CALL(fstat, int, (int file, struct stat* status), (file, status))
-SYSTEM_CALL(fstatat, int, (int folder, const char* name, struct stat* s, int flags), (folder, name, s, flags))
-SYSTEM_CALL(readlinkat, ssize_t, (int folder, const char* name, char* to, std::size_t size), (folder, name, to, size))
+SYSTEM_CALL(fstatat, int, (int folder, const char* name, struct stat* s, int flags),
+            (folder, name, s, flags))
+SYSTEM_CALL(readlinkat, ssize_t, (int folder, const char* name, char* to, std::size_t size),
+            (folder, name, to, size))
 SYSTEM_CALL(fcntl, int, (int file, int command, struct flock* lock), (file, command, lock))
 SYSTEM_CALL(read, ssize_t, (int file, void* bytes, std::size_t size), (file, bytes, Part(size)))
-SYSTEM_CALL(write, ssize_t, (int file, const void* bytes, std::size_t size), (file, bytes, Part(size)))
+SYSTEM_CALL(write, ssize_t, (int file, const void* bytes, std::size_t size),
+            (file, bytes, Part(size)))
 SYSTEM_CALL(futimens, int, (int file, const timespec* times), (file, times))
 SYSTEM_CALL(flistxattr, ssize_t, (int file, char* names, std::size_t size), (file, names, size))
-SYSTEM_CALL(fgetxattr, ssize_t, (int file, const char* name, void* to, std::size_t size), (file, name, to, size))
-SYSTEM_CALL(fsetxattr, int, (int file, const char* name, const void* v, size_t n, int how), (file, name, v, n, how))
+SYSTEM_CALL(fgetxattr, ssize_t, (int file, const char* name, void* to, std::size_t size),
+            (file, name, to, size))
+SYSTEM_CALL(fsetxattr, int, (int file, const char* name, const void* v, size_t n, int how),
+            (file, name, v, n, how))
 SYSTEM_CALL(fremovexattr, int, (int file, const char* name), (file, name))
 SYSTEM_CALL(fchown, int, (int file, uid_t owner, gid_t group), (file, owner, group))
 SYSTEM_CALL(fchmod, int, (int file, mode_t mode), (file, mode))
 SYSTEM_CALL(fsync, int, (int file), (file))
 SYSTEM_CALL(getentropy, int, (void* to, std::size_t size), (to, size))
-SYSTEM_CALL(linkat, int, (int a, const char* from, int b, const char* to, int how), (a, from, b, to, how))
-SYSTEM_CALL(renameat, int, (int from, const char* name, int to, const char* target), (from, name, to, target))
-SYSTEM_CALL(renameat2, int, (int a, const char* from, int b, const char* to, unsigned how), (a, from, b, to, how))
+SYSTEM_CALL(linkat, int, (int a, const char* from, int b, const char* to, int how),
+            (a, from, b, to, how))
+SYSTEM_CALL(renameat, int, (int from, const char* name, int to, const char* target),
+            (from, name, to, target))
+SYSTEM_CALL(renameat2, int, (int a, const char* from, int b, const char* to, unsigned how),
+            (a, from, b, to, how))
 SYSTEM_CALL(unlinkat, int, (int folder, const char* name, int flags), (folder, name, flags))
 
-#define ALLOCATION(name, parameters, arguments) \
-  extern "C" void* __real_##name parameters;    \
-  extern "C" void* __wrap_##name parameters { return Fails(Fault::Memory) ? nullptr : __real_##name arguments; }
+#define ALLOCATION(name, parameters, arguments)                      \
+  extern "C" void* __real_##name parameters;                         \
+  extern "C" void* __wrap_##name parameters {                        \
+    return Fails(Fault::Memory) ? nullptr : __real_##name arguments; \
+  }
 ALLOCATION(malloc, (std::size_t size), (size))
 ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size))
 ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
 #pragma GCC visibility pop
 
-// For the whole program. Not inlined, because the compiler would warn of a mismatch of operator new and free. The array
-// forms call these, except with sanitizers.
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+// For the whole program. Not inlined, because the compiler would warn of a mismatch of operator new
+// and free. The array forms call these, except with sanitizers.
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size);
+}
 [[gnu::noinline]] void* operator new(std::size_t size) {
   void* const block = std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
@@ -96,16 +115,18 @@ ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
 void operator delete(void* block, std::size_t) noexcept { operator delete(block); }
 
 // The cipher library uses these functions if they are set before its first allocation.
-[[maybe_unused]] const int cipherLibraryTold =
-    CRYPTO_set_mem_functions([](std::size_t size, const char*, int) { return std::malloc(size); },
-                             [](void* old, std::size_t size, const char*, int) { return std::realloc(old, size); },
-                             [](void* block, const char*, int) { std::free(block); });
+[[maybe_unused]] const int cipherLibraryTold = CRYPTO_set_mem_functions(
+    [](std::size_t size, const char*, int) { return std::malloc(size); },
+    [](void* old, std::size_t size, const char*, int) { return std::realloc(old, size); },
+    [](void* block, const char*, int) { std::free(block); });
 
 namespace {
 
-// A document in another encoding, one with a document type, and one with names beyond ASCII and a long name.
+// A document in another encoding, one with a document type, and one with names beyond ASCII and a
+// long name.
 const std::string gbk = "<?xml version='1.0' encoding='GBK'?><R>\xC4\xE3</R>";
-const std::string catalog = R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
+const std::string catalog =
+    R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
 <Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
   <LangPackage><FileList><FileItem><Name>first-file-of-the-list</Name><Hash>1&own;</Hash></FileItem></FileList></LangPackage></ProductPackage></Catalog>)";
 const std::string longName(80, 'n'), longValue(80, 'v');
@@ -152,20 +173,24 @@ const struct Work {
 } works[] = {
     {"open", Opening, catalog, [](Opened d) { return d.Open(); }},
     {"open another encoding", Opening, gbk, [](Opened d) { return d.Open(); }},
-    {"open what is open", Other, words, [](Opened d) { return OpenXML(d.list, d.Name().c_str(), 4, 0, &d.cookie); }},
+    {"open what is open", Other, words,
+     [](Opened d) { return OpenXML(d.list, d.Name().c_str(), 4, 0, &d.cookie); }},
     {"close", Other, words, [](Opened d) { return CloseXML(d.list, d.cookie); }},
     {"group by value", Reading, words, [](Opened d) { return Group(d, "", "W\xF6rt\\\xE4&k=v"); }},
     {"group in a group", Reading, catalog,
-     [](Opened d) { return Group(d, "ProductPackage", "LangPackage\\FileList\\FileItem"); }, OpenPackage},
+     [](Opened d) { return Group(d, "ProductPackage", "LangPackage\\FileList\\FileItem"); },
+     OpenPackage},
     {"attribute with an entity", Reading, catalog,
      [](Opened d) { return Get(d, "ProductPackage", "ProductPackage", "note"); }, OpenPackage},
     {"attribute", Reading, words, [](Opened d) { return Get(d, "W\xF6rt", "\xE4", "k"); }},
     {"text", Reading, words, [](Opened d) { return Get(d, "W\xF6rt", "\xE4"); }},
     {"files", Reading, catalog, [](Opened d) { return GetFileList(d.list, &d.cookie, &files); }},
-    {"set a text", Setting, catalog, [](Opened d) { return Set(d, "ProductPackage", "ProductID"); }},
+    {"set a text", Setting, catalog,
+     [](Opened d) { return Set(d, "ProductPackage", "ProductID"); }},
     {"make elements", Setting, words,
      [](Opened d) { return Set(d, "W\xF6rt\\neu", "tief&\xE4=\xFC\xFC\xFC\xFC\xFC\xFC\xFC"); }},
-    {"set an attribute", Setting, words, [](Opened d) { return Set(d, "W\xF6rt\\\xE4", "k", "ATTRIBUTE"); }},
+    {"set an attribute", Setting, words,
+     [](Opened d) { return Set(d, "W\xF6rt\\\xE4", "k", "ATTRIBUTE"); }},
     {"save another's file behind a link", Setting, words, SetLong, MoveBehindLink},
     {"merge", Setting, words, SetLong, EditFile},
     {"make the file anew", Setting, words, SetLong, RemoveFile},
@@ -177,7 +202,8 @@ bool IsPromised(Kind kind, std::uint32_t code) {
   if (kind == Other || (fault.place == Fault::System && fault.kind == EINTR)) return false;
   if (kind == Reading) return code == 3 || code == 34;
   if (fault.place == Fault::Memory) return code == 1 || (kind == Opening && code == 34);
-  if (fault.kind == ENOMEM) return code == 1 || (code == 34 && std::ranges::count(systemCalls, "getentropy") > 0);
+  if (fault.kind == ENOMEM)
+    return code == 1 || (code == 34 && std::ranges::count(systemCalls, "getentropy") > 0);
   if (kind == Opening) return code == 42 || (code == 5 && fault.kind == ENOENT);
   return code == 34;
 }
@@ -206,12 +232,14 @@ std::uint32_t CallWith(const Fault& wanted, const Work& work, Opened document) {
   return code;
 }
 
-// Returns whether the call that should fail was reached. right: the state after the work without a fault, set by a run
-// with countdown 0.
+// Returns whether the call that should fail was reached. right: the state after the work without a
+// fault, set by a run with countdown 0.
 bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& right) {
-  SCOPED_TRACE(testing::Message() << work.name << ", kind " << wanted.kind << ", call " << wanted.countdown);
+  SCOPED_TRACE(testing::Message() << work.name << ", kind " << wanted.kind << ", call "
+                                  << wanted.countdown);
   TestDocument document(work.text, encrypted);
-  EXPECT_TRUE(work.kind != Setting || document.Save() == 0U); // so the file is in the state that the document remembers
+  EXPECT_TRUE(work.kind != Setting ||
+              document.Save() == 0U); // so the file is in the state that the document remembers
   if (work.prepare != nullptr) work.prepare(document);
   const State old = StateOf(document);
   const std::uint32_t code = CallWith(wanted, work, document);
@@ -220,7 +248,8 @@ bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& r
   if (wanted.countdown == 0) right = now;
   EXPECT_TRUE(code == 0 || (hasFired && IsPromised(work.kind, code))) << code;
   // The last flush is that of the folder; a file that could not be linked was flushed before.
-  const bool folderFailed = hasFired && std::ranges::count(systemCalls, "fsync") == (fault.linksFail ? 3 : 2);
+  const bool folderFailed =
+      hasFired && std::ranges::count(systemCalls, "fsync") == (fault.linksFail ? 3 : 2);
   EXPECT_EQ(now.bytes, code == 0 || folderFailed ? right.bytes : old.bytes);
   EXPECT_EQ(now.files, code == 0 || folderFailed ? right.files : old.files);
   EXPECT_TRUE(code == 0 || CallWith({}, work, document) == 0U);
@@ -246,7 +275,8 @@ void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* line) {
 }
 
 // Uses files in memory if possible, since a disk would flush them thousands of times.
-[[maybe_unused]] const bool inMemory = std::filesystem::exists("/dev/shm") && setenv("TMPDIR", "/dev/shm", 0) == 0;
+[[maybe_unused]] const bool inMemory =
+    std::filesystem::exists("/dev/shm") && setenv("TMPDIR", "/dev/shm", 0) == 0;
 
 constexpr const char* locale = "ISO-8859-1"; // names and values are converted
 
@@ -274,11 +304,13 @@ TEST(Faults, OfAnySystemCall) {
   const LocaleGuard guard(locale);
   for (const int error : {EINTR, EIO, EACCES, ENOENT, ENOSPC, EOPNOTSUPP, EEXIST, EAGAIN, ENOMEM}) {
     for (const Work& work : works)
-      EXPECT_TRUE((work.kind != Opening && work.kind != Setting) || Sweep(work, {Fault::System, error}) > 4);
+      EXPECT_TRUE((work.kind != Opening && work.kind != Setting) ||
+                  Sweep(work, {Fault::System, error}) > 4);
   }
 }
 
-// The order of the calls that matter after a loss of power, and an edit during the flush of the new file.
+// The order of the calls that matter after a loss of power, and an edit during the flush of the new
+// file.
 TEST(Save, FlushesBeforeItNamesAndKeepsAnEditMeanwhile) {
   TestDocument document("<R/>");
   ASSERT_EQ(document.Save(), 0U);

@@ -1,5 +1,5 @@
-// Saving while other programs write the file: sets that returned 0 must be in the file, and other programs' changes
-// must stay.
+// Saving while other programs write the file: sets that returned 0 must be in the file, and other
+// programs' changes must stay.
 #include <gtest/gtest.h>
 
 #include "support/log_lines.h"
@@ -11,7 +11,8 @@ namespace {
 constexpr const char* before = "<!DOCTYPE R><R><A>1</A></R>";
 constexpr const char* own = "<!DOCTYPE R><R><A k=\"b c\">new</A></R>";
 
-// The file when a document that was opened as `before` sets A and its attribute, and the file after that.
+// The file when a document that was opened as `before` sets A and its attribute, and the file after
+// that.
 const struct {
   const char* theirs; // null: the file is gone
   std::uint32_t code;
@@ -20,7 +21,8 @@ const struct {
 } meetings[] = {
     {before, 0, own, ""},
     {"<!DOCTYPE R><R><A>2</A></R>", 0, own, ""},
-    {"<!DOCTYPE R><R><B>1</B></R>", 0, "<!DOCTYPE R><R><B>1</B><A k=\"b c\">new</A></R>", "merged"}, // of equal size
+    {"<!DOCTYPE R><R><B>1</B></R>", 0, "<!DOCTYPE R><R><B>1</B><A k=\"b c\">new</A></R>",
+     "merged"}, // of equal size
     {"<R>\n  <!-- by hand -->\n  <A >9</A>\n  <B/>\n</R >\n", 0,
      "<R>\n  <!-- by hand -->\n  <A k=\"b c\" >new</A>\n  <B/>\n</R >\n", "merged"},
     {"<R><Ab/><A/></R>", 0, "<R><Ab k=\"b c\">new</Ab><A/></R>", "merged"},
@@ -57,7 +59,8 @@ TEST(Saving, ChangesTheFileAsItIsByThen) {
       next.insert(next.rfind(isOnLines ? "\n</R" : "</R"), isOnLines ? "\n  <Z>z</Z>" : "<Z>z</Z>");
       EXPECT_EQ(document.Bytes(), next);
 
-      // An element that this document created is neither confused with one of a longer name nor created twice.
+      // An element that this document created is neither confused with one of a longer name nor
+      // created twice.
       next.insert(next.find("<Z>"), "<Z1/>");
       document.Write(next);
       EXPECT_EQ(document.SetText("", "Z", "y"), 0U);

@@ -1,5 +1,5 @@
-// Two threads with a list each set items of the same encrypted file, while a third changes the log sink. Most useful
-// with the thread sanitizer; wrong results show without it.
+// Two threads with a list each set items of the same encrypted file, while a third changes the log
+// sink. Most useful with the thread sanitizer; wrong results show without it.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -45,7 +45,8 @@ TEST(Threads, LoseNothingAndMixNothingWhileTheSinkChanges) {
     std::thread other(set, list, cookie, "b");
     set(document.list, document.cookie, "a");
     other.join();
-    for (const char* item : {"a>", "b>"}) EXPECT_NE(document.Bytes().find(item + value + "<"), std::string::npos);
+    for (const char* item : {"a>", "b>"})
+      EXPECT_NE(document.Bytes().find(item + value + "<"), std::string::npos);
   }
   EndXMLList(&list);
   done = true;

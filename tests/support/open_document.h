@@ -12,7 +12,8 @@
 class TestDocument {
  public:
   // text: the file's content before encryption, if any.
-  explicit TestDocument(const std::string& text, std::int32_t encrypted = 0) : encrypted(encrypted) {
+  explicit TestDocument(const std::string& text, std::int32_t encrypted = 0)
+      : encrypted(encrypted) {
     Write(text);
     Reopen();
   }
@@ -36,7 +37,8 @@ class TestDocument {
   std::string Bytes() const {
     if (!std::filesystem::exists(name)) return "gone";
     std::string bytes = folder.Read(fileName);
-    return encrypted == 0 || corekit::KCryptWrap::decrypt_data(bytes, bytes) ? bytes : "not encrypted";
+    return encrypted == 0 || corekit::KCryptWrap::decrypt_data(bytes, bytes) ? bytes
+                                                                             : "not encrypted";
   }
   // Writes the file as another program would.
   void Write(std::string text) const {
@@ -51,14 +53,17 @@ class TestDocument {
     return id;
   }
   // The whole text of a child element, or "Not Found".
-  std::string Text(const char* path, const char* child) const { return Read(path, child, "ELEMENT", nullptr); }
+  std::string Text(const char* path, const char* child) const {
+    return Read(path, child, "ELEMENT", nullptr);
+  }
   std::string Attribute(const char* path, const char* element, const char* attribute) const {
     return Read(path, element, "ATTRIBUTE", attribute);
   }
   std::uint32_t SetText(const char* path, const char* child, const std::string& value) const {
     return SetXMLItem(list, cookie, path, child, "ELEMENT", value.c_str());
   }
-  std::uint32_t SetAttribute(const char* path, const char* attribute, const std::string& value) const {
+  std::uint32_t SetAttribute(const char* path, const char* attribute,
+                             const std::string& value) const {
     return SetXMLItem(list, cookie, path, attribute, "ATTRIBUTE", value.c_str());
   }
   // Saves the document as it stands in memory.
@@ -71,9 +76,11 @@ class TestDocument {
  private:
   static constexpr const char* fileName = "document.xml";
 
-  std::string Read(const char* path, const char* item, const char* type, const char* attribute) const {
+  std::string Read(const char* path, const char* item, const char* type,
+                   const char* attribute) const {
     std::string value(1 << 22, '\0');
-    GetXMLItem(list, cookie, path, item, type, attribute, type, value.data(), static_cast<std::uint32_t>(value.size()));
+    GetXMLItem(list, cookie, path, item, type, attribute, type, value.data(),
+               static_cast<std::uint32_t>(value.size()));
     return value.c_str();
   }
 

@@ -1,4 +1,5 @@
-// Whether the system has AES. 32-bit programs under Wine have none, so tests of the cipher are skipped there.
+// Whether the system has AES. 32-bit programs under Wine have none, so tests of the cipher are
+// skipped there.
 #ifndef TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
 #define TARVIK_TESTS_SUPPORT_SYSTEM_AES_H
 
@@ -24,8 +25,8 @@ inline bool SystemHasAes() {
 #endif
 }
 
-// The values of `encrypted` to test OpenXML with: 1 only if the system has AES. The cipher's test reports if it is
-// skipped.
+// The values of `encrypted` to test OpenXML with: 1 only if the system has AES. The cipher's test
+// reports if it is skipped.
 inline std::vector<std::int32_t> PlainAndEncrypted() {
   return SystemHasAes() ? std::vector<std::int32_t>{0, 1} : std::vector<std::int32_t>{0};
 }

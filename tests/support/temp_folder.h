@@ -13,8 +13,10 @@
 class TempFolder {
  public:
   TempFolder()
-      : path(std::filesystem::temp_directory_path() / ("tarvik-test-" + std::to_string(std::random_device{}()))) {
-    if (!std::filesystem::create_directory(path)) throw std::runtime_error("no folder " + path.string());
+      : path(std::filesystem::temp_directory_path() /
+             ("tarvik-test-" + std::to_string(std::random_device{}()))) {
+    if (!std::filesystem::create_directory(path))
+      throw std::runtime_error("no folder " + path.string());
   }
   ~TempFolder() {
     std::error_code ignored;
@@ -26,7 +28,9 @@ class TempFolder {
   // The full name of a file in the folder, whether it exists or not.
   std::string Name(std::string_view file) const { return (path / file).string(); }
 
-  std::ptrdiff_t FileCount() const { return std::distance(std::filesystem::directory_iterator(path), {}); }
+  std::ptrdiff_t FileCount() const {
+    return std::distance(std::filesystem::directory_iterator(path), {});
+  }
 
   // Writes the bytes unchanged, replacing an old file of that name, and returns the full name.
   std::string Write(std::string_view file, std::string_view bytes) const {

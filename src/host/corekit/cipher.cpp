@@ -11,7 +11,8 @@ namespace {
 
 using CipherKey = std::array<std::uint8_t, platform::cipherKeySize>;
 
-// The built-in key only prevents reading or changing a file by accident; callers who need secrecy set their own key.
+// The built-in key only prevents reading or changing a file by accident; callers who need secrecy
+// set their own key.
 constinit CipherKey processKey{{
     0x9e, 0x37, 0x8d, 0x37, 0x4a, 0x49, 0x69, 0x33, 0xd7, 0x34, 0x55, 0x18, 0x38, 0x3c, 0x77, 0x7e,
     0x80, 0x44, 0xbc, 0x95, 0xab, 0x66, 0xfe, 0x4d, 0xa2, 0x21, 0xaa, 0xeb, 0x53, 0x15, 0x15, 0x35,
@@ -33,7 +34,9 @@ static_assert(cipherAt == 16 && addedSize == 32, "every version reads the files 
 
 } // namespace
 
-void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept { CorekitSetCipherKey(key); }
+void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
+  CorekitSetCipherKey(key);
+}
 
 // Both change output only at the end, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
@@ -42,7 +45,8 @@ bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   char* const nonce = file.data() + nonceAt;
   char* const cipher = file.data() + cipherAt;
   const bool isDrawn = platform::FillRandom(nonce, platform::cipherNonceSize);
-  if (isDrawn) platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
+  if (isDrawn)
+    platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
   if (!isDrawn) file.clear();
   output = std::move(file);
   return isDrawn;
@@ -52,7 +56,8 @@ bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
   std::string plain;
   bool isWhole = input.size() >= addedSize && input.starts_with(header);
   if (isWhole) {
-    const std::string_view cipher = std::string_view(input).substr(cipherAt, input.size() - addedSize);
+    const std::string_view cipher =
+        std::string_view(input).substr(cipherAt, input.size() - addedSize);
     plain.resize(cipher.size());
     const char* const nonce = input.data() + nonceAt;
     const char* const tag = cipher.data() + cipher.size();

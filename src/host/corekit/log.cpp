@@ -16,8 +16,8 @@ struct Receiver {
   void* context;
 };
 
-// Sink and context belong together, so they change and are read under the lock; the flag beside them lets a program
-// without a sink pass by at the cost of one load.
+// Sink and context belong together, so they change and are read under the lock; the flag beside
+// them lets a program without a sink pass by at the cost of one load.
 std::mutex receiverLock;
 constinit Receiver receiver{};
 
@@ -34,7 +34,8 @@ void SetReceiver(const Receiver& next) noexcept {
 }
 
 constexpr CorekitLogKind Plain(LogKind kind) noexcept { return static_cast<CorekitLogKind>(kind); }
-static_assert(Plain(LogKind::TraceEnter) == CorekitTraceEnter && Plain(LogKind::TraceLeave) == CorekitTraceLeave);
+static_assert(Plain(LogKind::TraceEnter) == CorekitTraceEnter &&
+              Plain(LogKind::TraceLeave) == CorekitTraceLeave);
 static_assert(Plain(LogKind::Detail) == CorekitDetail && Plain(LogKind::Error) == CorekitError);
 
 const wchar_t* OrEmpty(const wchar_t* text) noexcept { return text != nullptr ? text : L""; }
@@ -56,9 +57,13 @@ void SetLogSink(LogSink sink, void* context) noexcept { SetReceiver({sink, nullp
 
 bool LogIsOn() noexcept { return sinkIsSet.load(std::memory_order_relaxed); }
 
-void logDetail(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Detail, component, line); }
+void logDetail(const wchar_t* component, const wchar_t* line) noexcept {
+  HandToSink(LogKind::Detail, component, line);
+}
 
-void logError(const wchar_t* component, const wchar_t* line) noexcept { HandToSink(LogKind::Error, component, line); }
+void logError(const wchar_t* component, const wchar_t* line) noexcept {
+  HandToSink(LogKind::Error, component, line);
+}
 
 void KDetailTrace::Enter() const noexcept { HandToSink(LogKind::TraceEnter, component, function); }
 
@@ -66,4 +71,6 @@ void KDetailTrace::Leave() const noexcept { HandToSink(LogKind::TraceLeave, comp
 
 } // namespace corekit
 
-void CorekitSetLogSink(CorekitLogSink sink, void* context) { corekit::SetReceiver({nullptr, sink, context}); }
+void CorekitSetLogSink(CorekitLogSink sink, void* context) {
+  corekit::SetReceiver({nullptr, sink, context});
+}

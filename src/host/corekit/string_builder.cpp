@@ -13,8 +13,8 @@ namespace {
 
 constexpr wchar_t replacementCharacter = L'\xFFFD';
 
-// Converts the `size` bytes at text to at most `size` wide characters and returns their number. Converts one character
-// at a time, because mbstowcs stops at the first invalid byte.
+// Converts the `size` bytes at text to at most `size` wide characters and returns their number.
+// Converts one character at a time, because mbstowcs stops at the first invalid byte.
 std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept {
   std::mbstate_t state{};
   std::size_t count = 0;
@@ -34,17 +34,19 @@ std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept 
 template <class Number>
 void AppendDigits(KString& line, Number number) noexcept {
   char digits[24];
-  static_assert(std::numeric_limits<Number>::digits10 + 3 <= sizeof digits, "plus a digit, a sign and the zero");
+  static_assert(std::numeric_limits<Number>::digits10 + 3 <= sizeof digits,
+                "plus a digit, a sign and the zero");
   *std::to_chars(digits, std::end(digits), number).ptr = '\0';
   line << digits;
 }
 
 } // namespace
 
-// Makes room for `more` characters and the terminating zero. On failure returns false and ends the line, since nothing
-// may be appended after a gap.
+// Makes room for `more` characters and the terminating zero. On failure returns false and ends the
+// line, since nothing may be appended after a gap.
 bool KString::Reserve(std::size_t more) noexcept {
-  constexpr std::size_t mostCharacters = std::numeric_limits<std::size_t>::max() / 4 / sizeof(wchar_t);
+  constexpr std::size_t mostCharacters =
+      std::numeric_limits<std::size_t>::max() / 4 / sizeof(wchar_t);
   constexpr std::size_t firstCapacity = 128;
   if (more < capacity - length) return true;
 

@@ -4,10 +4,10 @@
 #include <memory>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/content.h"
-#include "host/ostrumxml/expat_parser.h"
-#include "host/ostrumxml/generator.h"
-#include "host/ostrumxml/indexer.h"
+#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/read/expat_parser.h"
+#include "host/ostrumxml/read/indexer.h"
+#include "host/ostrumxml/save/generator.h"
 
 namespace Ostrum {
 
@@ -21,14 +21,16 @@ std::string Document::GenerateXML(bool) const { return Generate().Joined(); }
 
 GeneratedText Document::Generate() const { return GeneratedText(*content); }
 
-bool Document::CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const {
+bool Document::CanHold(std::string_view elementName, std::string_view attributeName,
+                       std::string_view value) const {
   return content->CanHold(elementName, attributeName, value);
 }
 
 const char* ReasonOf(PARSER_ERROR error) noexcept {
   if (error == TOO_MANY_ENTITIES) return "too many entities that refer to others";
   if (error == TOO_MANY_DECLARATIONS) return "too many declared attributes times elements";
-  if (error == TOO_MUCH_EXPANSION) return "entities and declared defaults expand to far more than the document";
+  if (error == TOO_MUCH_EXPANSION)
+    return "entities and declared defaults expand to far more than the document";
   return XML_ErrorString(static_cast<XML_Error>(error));
 }
 
@@ -48,7 +50,8 @@ Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line,
   column = failure.column;
   if (corekit::LogIsOn()) {
     corekit::KString reason(L"");
-    reason << static_cast<long>(line) << L":" << static_cast<long>(column) << L": " << ReasonOf(error);
+    reason << static_cast<long>(line) << L":" << static_cast<long>(column) << L": "
+           << ReasonOf(error);
     corekit::logDetail(L"ostrumxml", reason);
   }
   return nullptr;

@@ -5,14 +5,15 @@
 #include <string>
 #include <string_view>
 
-#include "host/ostrumxml/node.h"
+#include "host/ostrumxml/nodes/node.h"
 
 namespace Ostrum {
 
 struct Content;
 class GeneratedText;
 
-// An XML document, made by ParseXML. It consists of its source text and an index of the elements in it.
+// An XML document, made by ParseXML. It consists of its source text and an index of the elements in
+// it.
 class Document {
  public:
   explicit Document(std::unique_ptr<Content> content) noexcept;
@@ -21,14 +22,16 @@ class Document {
 
   Element& GetRoot() noexcept;
 
-  // The whole document as text: its source with the changes made since parsing. Nothing else is reformatted; the flag
-  // has no effect. Throws std::bad_alloc, and std::length_error if the text has become too long to be parsed.
+  // The whole document as text: its source with the changes made since parsing. Nothing else is
+  // reformatted; the flag has no effect. Throws std::bad_alloc, and std::length_error if the text
+  // has become too long to be parsed.
   std::string GenerateXML(bool layout) const;
   // The same text in pieces.
   GeneratedText Generate() const;
 
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
-  bool CanHold(std::string_view elementName, std::string_view attributeName, std::string_view value) const;
+  bool CanHold(std::string_view elementName, std::string_view attributeName,
+               std::string_view value) const;
 
  private:
   std::unique_ptr<Content> content;
@@ -49,9 +52,10 @@ const char* ReasonOf(PARSER_ERROR error) noexcept;
 // Whether the error means that the text is not well-formed; false for limits and lack of memory.
 bool IsIllFormed(PARSER_ERROR error) noexcept;
 
-// Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document, which the caller
-// deletes, or null if the text is not well-formed or exceeds a limit. error, line and column (from 1, in characters)
-// then tell why and where, as does a log line of the component "ostrumxml". Throws std::bad_alloc.
+// Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document,
+// which the caller deletes, or null if the text is not well-formed or exceeds a limit. error, line
+// and column (from 1, in characters) then tell why and where, as does a log line of the component
+// "ostrumxml". Throws std::bad_alloc.
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
 
 } // namespace Ostrum

@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/document.h"
-#include "host/ostrumxml/generator.h"
+#include "host/ostrumxml/read/decode.h"
+#include "host/ostrumxml/save/generator.h"
 #include "platform/platform.h"
 
 namespace Ostrum {
@@ -48,11 +48,12 @@ long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS&
 
 void DocumentFile::Await(Change change) {
   waiting.reserve(waiting.size() + 1);
-  // Setting an item repeatedly while the file cannot be written must not fill the memory. The first change is kept,
-  // because it creates elements that later changes need.
+  // Setting an item repeatedly while the file cannot be written must not fill the memory. The first
+  // change is kept, because it creates elements that later changes need.
   const auto isEarlier = [&](const Change& earlier) { return earlier.target == change.target; };
   const auto first = std::find_if(waiting.begin(), waiting.end(), isEarlier);
-  if (first != waiting.end()) waiting.erase(std::remove_if(first + 1, waiting.end(), isEarlier), waiting.end());
+  if (first != waiting.end())
+    waiting.erase(std::remove_if(first + 1, waiting.end(), isEarlier), waiting.end());
   waiting.push_back(std::move(change));
 }
 
@@ -70,8 +71,10 @@ void DocumentFile::Save(Document& document) try {
     lastSeen = *file.State();
     holdsOwnText = writesOwnText;
     waiting.clear();
-    if (!isAsLeft && !theirs) Log(L"The file was no longer well-formed: the document was written over it");
-    if (!holdsOwnText) Log(L"The save was merged with what another program had written to the file");
+    if (!isAsLeft && !theirs)
+      Log(L"The file was no longer well-formed: the document was written over it");
+    if (!holdsOwnText)
+      Log(L"The save was merged with what another program had written to the file");
     return file.FlushFolder();
   }
   throw std::runtime_error("another program keeps changing the file");
@@ -93,11 +96,13 @@ bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
   return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-// Null if there is nothing to merge with. Throws if the file holds another document, which is assumed for a well-formed
-// text that exceeds a limit.
-std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file, Document& document) const {
+// Null if there is nothing to merge with. Throws if the file holds another document, which is
+// assumed for a well-formed text that exceeds a limit.
+std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file,
+                                                  Document& document) const {
   std::string bytes;
-  if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done) throw std::runtime_error("cannot read the file again");
+  if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done)
+    throw std::runtime_error("cannot read the file again");
   if (bytes.empty()) return nullptr;
   std::string text;
   UTF_ENCODINGS encoding = UTF_8;

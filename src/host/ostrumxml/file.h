@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "host/ostrumxml/decode.h"
 #include "host/ostrumxml/document.h"
+#include "host/ostrumxml/read/decode.h"
 #include "platform/files.h"
 
 namespace Ostrum {
@@ -20,7 +20,8 @@ enum ReadResult : long {
   ReadDone = 0,
   ReadFailed = -2, // an unexpected exception
   ReadNoMemory = -3,
-  ReadUnreadable = -42,  // exists, but there is no permission, it is not a regular file, or an I/O error occurred
+  ReadUnreadable =
+      -42, // exists, but there is no permission, it is not a regular file, or an I/O error occurred
   ReadNoFile = -44,      // no file of that name
   ReadBadEncoding = -45, // unsupported or invalid encoding
   ReadRefused = -46,     // the decrypt filter rejected the bytes
@@ -30,32 +31,37 @@ enum ReadResult : long {
 // A change of a document that can also be applied to another document.
 struct Change {
   std::string target; // of changes with equal targets, only the first and the last count
-  // If the document does not allow the change, throws std::invalid_argument or std::runtime_error and changes nothing.
+  // If the document does not allow the change, throws std::invalid_argument or std::runtime_error
+  // and changes nothing.
   std::function<void(Document&)> carryOut;
 };
 
-// The file of one document: its absolute name, and its state when it was last read or written. If another program has
-// changed the file since, a save does not overwrite that change: it applies the unsaved changes to the file's new text.
+// The file of one document: its absolute name, and its state when it was last read or written. If
+// another program has changed the file since, a save does not overwrite that change: it applies the
+// unsaved changes to the file's new text.
 class DocumentFile {
  public:
   // The filters are null for a file that is not encrypted.
   DocumentFile(platform::FileName fileName, ByteFilter decryptBytes, ByteFilter encryptBytes)
       : name(std::move(fileName)), decrypt(decryptBytes), encrypt(encryptBytes) {}
 
-  // Reads the whole file as text for ParseXML. The text is UTF-8, with a byte-order mark if the file is UTF-8 with one;
-  // a declaration of another encoding is changed to UTF-8. encoding is output only: the encoding found (NO_ENCODING if
-  // it has no value). byteCount receives the file's size in bytes. Never throws; text is changed on success only.
-  long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding, unsigned long& byteCount) noexcept;
+  // Reads the whole file as text for ParseXML. The text is UTF-8, with a byte-order mark if the
+  // file is UTF-8 with one; a declaration of another encoding is changed to UTF-8. encoding is
+  // output only: the encoding found (NO_ENCODING if it has no value). byteCount receives the file's
+  // size in bytes. Never throws; text is changed on success only.
+  long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
+                               unsigned long& byteCount) noexcept;
 
-  // Queues the change for the next save. Call it before changing the document, so that running out of memory cannot
-  // lose a change. Throws std::bad_alloc.
+  // Queues the change for the next save. Call it before changing the document, so that running out
+  // of memory cannot lose a change. Throws std::bad_alloc.
   void Await(Change change);
 
-  // Writes the document, with all queued changes, to the file in one atomic step, in UTF-8. If another program has
-  // changed the file, a log line of "ostrumxml" tells what was done with its text. Throws std::bad_alloc, or another
-  // exception with the reason: the file cannot be written, it now holds another document, or its text does not allow
-  // the last queued change (an earlier one is then skipped). The file is then complete, and the queued changes stay
-  // queued, unless the new file is in place and only flushing its folder failed.
+  // Writes the document, with all queued changes, to the file in one atomic step, in UTF-8. If
+  // another program has changed the file, a log line of "ostrumxml" tells what was done with its
+  // text. Throws std::bad_alloc, or another exception with the reason: the file cannot be written,
+  // it now holds another document, or its text does not allow the last queued change (an earlier
+  // one is then skipped). The file is then complete, and the queued changes stay queued, unless the
+  // new file is in place and only flushing its folder failed.
   void Save(Document& document);
 
   // The message of the exception that the last failed save threw; empty if none has failed.

@@ -25,20 +25,22 @@ ULONG Length(std::string_view text) {
   return static_cast<ULONG>(text.size());
 }
 
-using Provider = std::unique_ptr<void, decltype([](void* handle) { BCryptCloseAlgorithmProvider(handle, 0); })>;
+using Provider =
+    std::unique_ptr<void, decltype([](void* handle) { BCryptCloseAlgorithmProvider(handle, 0); })>;
 using Key = std::unique_ptr<void, decltype([](void* handle) { BCryptDestroyKey(handle); })>;
 
 // Runs BCryptEncrypt or BCryptDecrypt on a whole text in GCM mode and returns its status.
 template <class Run>
-NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view source,
-              char* target, const char* tag) {
+NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_view header,
+              std::string_view source, char* target, const char* tag) {
   BCRYPT_ALG_HANDLE provider = nullptr;
   Require(BCryptOpenAlgorithmProvider(&provider, BCRYPT_AES_ALGORITHM, nullptr, 0) >= 0);
   const Provider providerOwner(provider);
-  Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Bytes(BCRYPT_CHAIN_MODE_GCM), sizeof BCRYPT_CHAIN_MODE_GCM,
-                            0) >= 0);
+  Require(BCryptSetProperty(provider, BCRYPT_CHAINING_MODE, Bytes(BCRYPT_CHAIN_MODE_GCM),
+                            sizeof BCRYPT_CHAIN_MODE_GCM, 0) >= 0);
   BCRYPT_KEY_HANDLE handle = nullptr;
-  Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Bytes(key), cipherKeySize, 0) >= 0);
+  Require(BCryptGenerateSymmetricKey(provider, &handle, nullptr, 0, Bytes(key), cipherKeySize, 0) >=
+          0);
   const Key keyOwner(handle);
 
   BCRYPT_AUTHENTICATED_CIPHER_MODE_INFO mode;
@@ -51,18 +53,19 @@ NTSTATUS Pass(Run run, const std::uint8_t* key, const char* nonce, std::string_v
   mode.cbTag = cipherTagSize;
   const ULONG size = Length(source);
   ULONG written = 0;
-  return run(handle, Bytes(source.data()), size, &mode, nullptr, 0, Bytes(target), size, &written, 0);
+  return run(handle, Bytes(source.data()), size, &mode, nullptr, 0, Bytes(target), size, &written,
+             0);
 }
 
 } // namespace
 
-void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view plain,
-                char* cipher, char* tag) {
+void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
+                std::string_view plain, char* cipher, char* tag) {
   Require(Pass(&BCryptEncrypt, key, nonce, header, plain, cipher, tag) >= 0);
 }
 
-bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header, std::string_view cipher,
-                const char* tag, char* plain) {
+bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
+                std::string_view cipher, const char* tag, char* plain) {
   constexpr auto tagMismatch = static_cast<NTSTATUS>(0xC000A002);
   const NTSTATUS status = Pass(&BCryptDecrypt, key, nonce, header, cipher, plain, tag);
   Require(status >= 0 || status == tagMismatch);

@@ -17,7 +17,8 @@ constinit std::atomic<Learnt> lastLearnt{};
 
 } // namespace
 
-// The locale's own code page: the runtime's _mbs functions follow another one, which setlocale leaves as it is.
+// The locale's own code page: the runtime's _mbs functions follow another one, which setlocale
+// leaves as it is.
 Charset AskForCharset() noexcept {
   const auto codePage = static_cast<std::uint16_t>(___lc_codepage_func());
   if (codePage == 0) return {PlainText::Ascii, true}; // the locale "C"

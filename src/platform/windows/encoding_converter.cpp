@@ -20,9 +20,12 @@ constexpr struct {
   std::string_view name;
   UINT page;
 } pages[] = {
-    {"US-ASCII", usAscii}, {"GBK", 936},           {"GB18030", 54936},      {"BIG5", 950},
-    {"EUC-JP", eucJp},     {"KOI8-R", 20866},      {"KOI8-U", 21866},       {"TIS-620", 874},
-    {"MACINTOSH", 10000},  {"MACCYRILLIC", 10007}, {"MAC-CYRILLIC", 10007}, {"X-MAC-CYRILLIC", 10007},
+    {"US-ASCII", usAscii},   {"GBK", 936},
+    {"GB18030", 54936},      {"BIG5", 950},
+    {"EUC-JP", eucJp},       {"KOI8-R", 20866},
+    {"KOI8-U", 21866},       {"TIS-620", 874},
+    {"MACINTOSH", 10000},    {"MACCYRILLIC", 10007},
+    {"MAC-CYRILLIC", 10007}, {"X-MAC-CYRILLIC", 10007},
 };
 
 // 0 if the name is unknown.
@@ -33,7 +36,8 @@ UINT CodePageOf(std::string_view name) noexcept {
   for (const auto& it : families) {
     if (!name.starts_with(it.prefix)) continue;
     UINT number = 0;
-    const auto [end, error] = std::from_chars(name.data() + it.prefix.size(), name.data() + name.size(), number);
+    const auto [end, error] =
+        std::from_chars(name.data() + it.prefix.size(), name.data() + name.size(), number);
     if (error != std::errc() || end != name.data() + name.size()) continue;
     // The lowest numbers stand for code pages that depend on the locale.
     constexpr UINT firstPage = 37;
@@ -45,8 +49,8 @@ UINT CodePageOf(std::string_view name) noexcept {
 
 UINT PageIn(void* handle) noexcept { return static_cast<UINT>(reinterpret_cast<UINT_PTR>(handle)); }
 
-// Rewrites characters of three bytes, the first of them 8F, as the two bytes that Windows uses: without the 8F, and
-// with the last byte below 80. False if the bytes are not valid EUC-JP.
+// Rewrites characters of three bytes, the first of them 8F, as the two bytes that Windows uses:
+// without the 8F, and with the last byte below 80. False if the bytes are not valid EUC-JP.
 bool RewriteEucJp(std::string_view& bytes, char (&rewritten)[2]) noexcept {
   if (bytes.front() != '\x8F') return bytes.size() == 1 || (bytes.size() == 2 && bytes[1] < 0);
   if (bytes.size() != 3 || bytes[1] >= 0 || bytes[2] >= 0) return false;
@@ -63,7 +67,8 @@ EncodingConverter::EncodingConverter(const char* name)
 
 EncodingConverter::~EncodingConverter() = default;
 
-std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::size_t capacity) const noexcept {
+std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8,
+                                       std::size_t capacity) const noexcept {
   assert(IsKnown() && !bytes.empty());
   const UINT page = PageIn(handle);
   char rewritten[2];
@@ -71,11 +76,12 @@ std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8, std::
   if (page == usAscii && bytes.front() < 0) return 0; // Windows would clear the bit
   if (bytes.size() == 1 && IsDBCSLeadByteEx(page, static_cast<BYTE>(bytes.front()))) return 0;
   wchar_t wide[4]; // a pair of surrogates, or a letter and its accent, can stand for one character
-  const int units =
-      MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), wide, 4);
+  const int units = MultiByteToWideChar(page, MB_ERR_INVALID_CHARS, bytes.data(),
+                                        static_cast<int>(bytes.size()), wide, 4);
   if (units == 0) return 0;
-  return static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, units, utf8,
-                                                      static_cast<int>(capacity), nullptr, nullptr));
+  return static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, units,
+                                                      utf8, static_cast<int>(capacity), nullptr,
+                                                      nullptr));
 }
 
 } // namespace platform

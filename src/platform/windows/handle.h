@@ -22,10 +22,13 @@ struct HandleCloser {
 using Handle = std::unique_ptr<void, HandleCloser>;
 
 // Calls that fail return either null or INVALID_HANDLE_VALUE.
-inline Handle Own(HANDLE opened) noexcept { return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened); }
+inline Handle Own(HANDLE opened) noexcept {
+  return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
+}
 
-// Repeats a call that fails because another program is using the file, for up to about a second and a half. Virus
-// scanners, indexers and other writers hold files briefly. False on failure, and GetLastError tells why.
+// Repeats a call that fails because another program is using the file, for up to about a second and
+// a half. Virus scanners, indexers and other writers hold files briefly. False on failure, and
+// GetLastError tells why.
 template <class Call>
 bool OnceItIsFree(Call call) noexcept {
   constexpr int mostAttempts = 13;
@@ -35,8 +38,8 @@ bool OnceItIsFree(Call call) noexcept {
     if (call()) return true;
     const DWORD error = GetLastError();
     // Access is also denied while a file is being deleted or replaced.
-    const bool isHeld =
-        error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED;
+    const bool isHeld = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+                        error == ERROR_ACCESS_DENIED;
     if (!isHeld || left == 0) return false;
     ::Sleep(pause);
   }
@@ -48,8 +51,8 @@ inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
 }
 
-// Opens a file, or a folder if the flags allow it, without excluding other programs. Null on failure, and GetLastError
-// tells why.
+// Opens a file, or a folder if the flags allow it, without excluding other programs. Null on
+// failure, and GetLastError tells why.
 Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 
 struct FileStatus {
@@ -64,10 +67,12 @@ bool AskStatus(const Handle& file, FileStatus& status) noexcept;
 std::int64_t CurrentTime() noexcept;
 
 // stampedAt: the modification time that was set, if any.
-FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
+FileState StateOf(const FileStatus& status,
+                  std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads from the current position to the end.
-ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes);
+ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,
+                        std::string& bytes);
 
 } // namespace platform
 

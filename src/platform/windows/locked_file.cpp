@@ -12,16 +12,21 @@
 namespace platform {
 namespace {
 
-std::wstring_view FolderPart(std::wstring_view name) noexcept { return name.substr(0, name.find_last_of(L"\\/:") + 1); }
+std::wstring_view FolderPart(std::wstring_view name) noexcept {
+  return name.substr(0, name.find_last_of(L"\\/:") + 1);
+}
 
-bool IsLink(const std::wstring& name) noexcept { return HasAttribute(name, FILE_ATTRIBUTE_REPARSE_POINT); }
+bool IsLink(const std::wstring& name) noexcept {
+  return HasAttribute(name, FILE_ATTRIBUTE_REPARSE_POINT);
+}
 
-// The file's name with all symbolic links resolved, the same for every path to it. If the volume does not supply one,
-// the given name, unless that is a link.
+// The file's name with all symbolic links resolved, the same for every path to it. If the volume
+// does not supply one, the given name, unless that is a link.
 std::wstring FinalName(const Handle& file, const std::wstring& given) {
   std::wstring name(GetFinalPathNameByHandleW(file.get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
   const auto size = static_cast<DWORD>(name.size());
-  const DWORD length = GetFinalPathNameByHandleW(file.get(), name.data(), size, FILE_NAME_NORMALIZED);
+  const DWORD length =
+      GetFinalPathNameByHandleW(file.get(), name.data(), size, FILE_NAME_NORMALIZED);
   if (length != 0 && length < size) return std::wstring(name, 0, length);
   if (IsLink(given)) ThrowSystemFailure("cannot follow the symbolic link");
   return given;
@@ -44,23 +49,26 @@ std::wstring FollowLinks(const std::wstring& name) {
 // Ignores case, as file names do.
 std::uint64_t HashName(std::wstring name) noexcept {
   const auto size = static_cast<int>(name.size());
-  LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), size, name.data(), size, nullptr, nullptr, 0);
+  LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), size, name.data(), size,
+                nullptr, nullptr, 0);
   std::uint64_t hash = 14'695'981'039'346'656'037U; // FNV-1a
   for (const wchar_t character : name) hash = (hash ^ character) * 1'099'511'628'211U;
   return hash;
 }
 
-// A mutex for all sessions and users, who may wait for it and release it, even at low integrity. A sandboxed process
-// may not use global names and gets a mutex for its session.
+// A mutex for all sessions and users, who may wait for it and release it, even at low integrity. A
+// sandboxed process may not use global names and gets a mutex for its session.
 Handle OpenMutexOf(const std::wstring& fileName) {
   constexpr DWORD access = SYNCHRONIZE | MUTEX_MODIFY_STATE;
   static_assert(access == 0x100001, "as in the descriptor below");
   SECURITY_ATTRIBUTES forAll{sizeof forAll, nullptr, FALSE};
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:(A;;0x100001;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1,
-                                                            &forAll.lpSecurityDescriptor, nullptr)) {
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(
+          L"D:(A;;0x100001;;;WD)S:(ML;;NW;;;LW)", SDDL_REVISION_1, &forAll.lpSecurityDescriptor,
+          nullptr)) {
     ThrowSystemFailure("cannot say who may lock the file");
   }
-  const std::unique_ptr<void, decltype(&LocalFree)> descriptor(forAll.lpSecurityDescriptor, &LocalFree);
+  const std::unique_ptr<void, decltype(&LocalFree)> descriptor(forAll.lpSecurityDescriptor,
+                                                               &LocalFree);
   wchar_t name[48];
   std::swprintf(name, std::size(name), L"Global\\tarvik-%016llx", HashName(fileName));
   Handle mutex(CreateMutexExW(&forAll, name, 0, access));
@@ -83,24 +91,28 @@ using HeldMutex = std::unique_ptr<void, MutexReleaser>;
 HeldMutex LockOut(const std::wstring& fileName, ULONGLONG end) {
   Handle mutex = OpenMutexOf(fileName);
   const ULONGLONG now = GetTickCount64();
-  const DWORD result = WaitForSingleObject(mutex.get(), now < end ? static_cast<DWORD>(end - now) : 0);
+  const DWORD result =
+      WaitForSingleObject(mutex.get(), now < end ? static_cast<DWORD>(end - now) : 0);
   // If it was abandoned, its owner ended during a save; the file is complete even then.
   if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
-    ThrowSystemFailure("another program holds the file's lock", result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
+    ThrowSystemFailure("another program holds the file's lock",
+                       result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
   }
   return HeldMutex(mutex.release());
 }
 
 bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
   FILE_DISPOSITION_INFO disposition{vanish};
-  return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
+  return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition,
+                                    sizeof disposition);
 }
 
-// A file that gets its final name when it is complete, and is removed otherwise. Every operation throws
-// std::system_error or std::bad_alloc.
+// A file that gets its final name when it is complete, and is removed otherwise. Every operation
+// throws std::system_error or std::bad_alloc.
 class TemporaryFile {
  public:
-  // Creates a file in the folder, whose name ends in a separator, with those attributes that must be set at creation.
+  // Creates a file in the folder, whose name ends in a separator, with those attributes that must
+  // be set at creation.
   TemporaryFile(std::wstring_view folder, DWORD attributes) {
     const std::string own = TemporaryName();
     name.append(folder).append(own.begin(), own.end());
@@ -123,9 +135,11 @@ class TemporaryFile {
     GetKernelObjectSecurity(original.get(), accessList, nullptr, 0, &size);
     if (size == 0) return; // the file system has no access lists
     std::vector<unsigned char> descriptor(size);
-    bool isTaken = GetKernelObjectSecurity(original.get(), accessList, descriptor.data(), size, &size);
+    bool isTaken =
+        GetKernelObjectSecurity(original.get(), accessList, descriptor.data(), size, &size);
     // Inherited entries keep following the folder.
-    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ, SE_DACL_AUTO_INHERIT_REQ);
+    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ,
+                                 SE_DACL_AUTO_INHERIT_REQ);
     isTaken = isTaken && SetKernelObjectSecurity(file.get(), accessList, descriptor.data());
     if (!isTaken) ThrowSystemFailure("cannot take over the file's access list");
   }
@@ -135,21 +149,22 @@ class TemporaryFile {
     while (!bytes.empty()) {
       const auto piece = static_cast<DWORD>(std::min(bytes.size(), longestPiece));
       DWORD count = 0;
-      if (!WriteFile(file.get(), bytes.data(), piece, &count, nullptr)) ThrowSystemFailure("cannot write");
+      if (!WriteFile(file.get(), bytes.data(), piece, &count, nullptr))
+        ThrowSystemFailure("cannot write");
       if (count == 0) ThrowSystemFailure("cannot write", ERROR_DISK_FULL);
       bytes.remove_prefix(count);
     }
   }
 
-  // Sets the file's times and attributes, flushes it, and gives it the name `target`. Returns the file's state, or
-  // nothing if the name is in use and `replaces` is false. creationTime 0: now.
+  // Sets the file's times and attributes, flushes it, and gives it the name `target`. Returns the
+  // file's state, or nothing if the name is in use and `replaces` is false. creationTime 0: now.
   //
-  // ReplaceFile is not used, because it removes the old file before the new one has its name: a crash in between leaves
-  // none.
-  std::optional<FileState> Name(const std::wstring& target, bool replaces, LARGE_INTEGER creationTime,
-                                DWORD attributes) {
-    constexpr DWORD settable =
-        FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
+  // ReplaceFile is not used, because it removes the old file before the new one has its name: a
+  // crash in between leaves none.
+  std::optional<FileState> Name(const std::wstring& target, bool replaces,
+                                LARGE_INTEGER creationTime, DWORD attributes) {
+    constexpr DWORD settable = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN |
+                               FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
     FILE_BASIC_INFO basic{};
     basic.CreationTime = creationTime;
     basic.LastWriteTime.QuadPart = CurrentTime();
@@ -165,11 +180,14 @@ class TemporaryFile {
     const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
     FileStatus status;
     AskStatus(named, status);
-    const DWORD volume = status.file.dwVolumeSerialNumber; // Wine forgets it when the file is renamed
+    const DWORD volume =
+        status.file.dwVolumeSerialNumber; // Wine forgets it when the file is renamed
     file.reset();
     const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
     if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
-      if (!replaces && (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS)) return {};
+      if (!replaces &&
+          (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS))
+        return {};
       ThrowSystemFailure("cannot replace the file");
     }
     name.clear();
@@ -207,7 +225,8 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
   file = OpenExisting(system->name, GENERIC_READ);
   if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) return;
   if (!file) ThrowSystemFailure("cannot read the file");
-  if (!AskStatus(file, system->status)) ThrowSystemFailure("cannot replace what is no regular file");
+  if (!AskStatus(file, system->status))
+    ThrowSystemFailure("cannot replace what is no regular file");
   if ((system->status.basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
     ThrowSystemFailure("the file is read-only", ERROR_ACCESS_DENIED);
   }
@@ -235,7 +254,8 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
   if (replaces) made.TakeOverAccessList(original);
   for (const std::string_view piece : pieces) made.Write(piece);
   original.reset(); // an open file could not be replaced
-  const std::optional<FileState> named = made.Name(system->name, replaces, old.CreationTime, attributes);
+  const std::optional<FileState> named =
+      made.Name(system->name, replaces, old.CreationTime, attributes);
   if (named) system->state = named;
   return named.has_value();
 }

@@ -1,4 +1,5 @@
-// Large pages need a privilege that programs usually lack, and the system's heap keeps freed memory anyway.
+// Large pages need a privilege that programs usually lack, and the system's heap keeps freed memory
+// anyway.
 #include <new>
 
 #include "platform/platform.h"

@@ -17,11 +17,12 @@ ReadStatus StatusOf(DWORD error) noexcept {
 
 } // namespace
 
-// Adds the prefix that lifts the limit of 260 characters, which absolute names only can have. Device names have another
-// one.
+// Adds the prefix that lifts the limit of 260 characters, which absolute names only can have.
+// Device names have another one.
 FileName AbsoluteFileName(const char*, const wchar_t* wide) {
   std::wstring full(GetFullPathNameW(wide, 0, nullptr, nullptr), L'\0');
-  const DWORD length = GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
+  const DWORD length =
+      GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
   if (length == 0 || length >= full.size()) return wide;
   full.resize(length);
   if (full.starts_with(L"\\\\?\\") || full.starts_with(L"\\\\.\\")) return full;
@@ -36,7 +37,8 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
     file = Own(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
     if (file || GetLastError() != ERROR_ACCESS_DENIED) return file != nullptr;
     // Retrying is pointless for a folder.
-    SetLastError(HasAttribute(name, FILE_ATTRIBUTE_DIRECTORY) ? directoryNotSupported : ERROR_ACCESS_DENIED);
+    SetLastError(HasAttribute(name, FILE_ATTRIBUTE_DIRECTORY) ? directoryNotSupported
+                                                              : ERROR_ACCESS_DENIED);
     return false;
   });
   return file;
@@ -49,18 +51,23 @@ bool AskStatus(const Handle& file, FileStatus& status) noexcept {
     return false;
   }
   return GetFileInformationByHandle(file.get(), &status.file) &&
-         GetFileInformationByHandleEx(file.get(), FileBasicInfo, &status.basic, sizeof status.basic);
+         GetFileInformationByHandleEx(file.get(), FileBasicInfo, &status.basic,
+                                      sizeof status.basic);
 }
 
 std::int64_t CurrentTime() noexcept {
   using Units = std::chrono::duration<std::int64_t, std::ratio<1, second>>;
   constexpr std::int64_t start1970 = 11'644'473'600 * second;
-  return start1970 + std::chrono::duration_cast<Units>(std::chrono::system_clock::now().time_since_epoch()).count();
+  return start1970 +
+         std::chrono::duration_cast<Units>(std::chrono::system_clock::now().time_since_epoch())
+             .count();
 }
 
 // On ReFS two files can have the same 64-bit number, but hardly the same size and times as well.
 FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
-  const auto join = [](DWORD high, DWORD low) { return static_cast<std::uint64_t>(high) << 32 | low; };
+  const auto join = [](DWORD high, DWORD low) {
+    return static_cast<std::uint64_t>(high) << 32 | low;
+  };
   const BY_HANDLE_FILE_INFORMATION& file = status.file;
   FileState state{{file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
                    join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
@@ -70,17 +77,20 @@ FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedA
   return state;
 }
 
-ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit, std::string& bytes) {
+ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,
+                        std::string& bytes) {
   const auto readSome = [&file](char* buffer, DWORD size) {
     DWORD count = 0;
     // Part of a file may be locked.
-    const bool isRead = OnceItIsFree([&] { return ReadFile(file.get(), buffer, size, &count, nullptr); });
+    const bool isRead =
+        OnceItIsFree([&] { return ReadFile(file.get(), buffer, size, &count, nullptr); });
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
   return ReadToEnd(readSome, StateOf(status).identity.size, limit, bytes);
 }
 
-ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes, FileState& state) {
+ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
+                         FileState& state) {
   const Handle file = OpenExisting(name.native(), GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
   if (!file) return StatusOf(GetLastError());
   FileStatus status;

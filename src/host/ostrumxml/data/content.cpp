@@ -1,0 +1,52 @@
+#include "host/ostrumxml/data/content.h"
+
+#include "host/ostrumxml/data/references.h"
+
+namespace Ostrum {
+
+std::optional<std::string_view> Content::EntityText(std::string_view name) const {
+  const auto entry = entities.find(name);
+  if (entry == entities.end()) return std::nullopt;
+  return Between(entry->second.start, entry->second.start + entry->second.length);
+}
+
+bool Content::IsAsciiOnly() const noexcept {
+  if (isAscii) return *isAscii;
+  constexpr std::string_view opening = "&#";
+  constexpr std::size_t longest = 16; // a longer reference counts as one to a character beyond
+  isAscii = IsAscii(source);
+  for (std::size_t place = 0;
+       *isAscii && (place = source.find(opening, place)) != std::string::npos; ++place) {
+    std::string_view reference = std::string_view(source).substr(place, longest);
+    reference = reference.substr(0, reference.find(';') + 1);
+    isAscii = reference.size() > opening.size() + 1 && CharacterOf(reference) < 0x80;
+  }
+  return *isAscii;
+}
+
+ElementChange& Content::ChangeOf(Element& element) {
+  ElementChange& change = changes[&element];
+  element.flags |= element_flags::changed;
+  return change;
+}
+
+const ElementChange* Content::FindChange(const Element& element) const {
+  if ((element.flags & element_flags::changed) == 0) return nullptr;
+  return &changes.at(&element);
+}
+
+const AttributeDeclaration* Content::FindDeclaration(std::string_view elementName,
+                                                     std::string_view attributeName) const {
+  const AttributeDeclarations* const declared = FindDeclarations(elementName);
+  if (declared == nullptr) return nullptr;
+  const auto entry = declared->find(attributeName);
+  return entry == declared->end() ? nullptr : &entry->second;
+}
+
+bool Content::CanHold(std::string_view elementName, std::string_view attributeName,
+                      std::string_view value) const {
+  const AttributeDeclaration* const declaration = FindDeclaration(elementName, attributeName);
+  return declaration == nullptr || !declaration->tokenized || FoldBlanks(value) == value;
+}
+
+} // namespace Ostrum

@@ -1,0 +1,50 @@
+#ifndef TARVIK_HOST_OSTRUMXML_DATA_NAME_TABLE_H
+#define TARVIK_HOST_OSTRUMXML_DATA_NAME_TABLE_H
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <forward_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/ostrumxml/data/keyed_hash.h"
+
+namespace Ostrum {
+
+// The names of a document's elements, each held once and known by a number from 1 on.
+class NameTable {
+ public:
+  // The text of a name; empty for 0, which is no name's number.
+  std::string_view Text(std::uint32_t number) const noexcept {
+    return number == 0 ? std::string_view() : names[number - 1].Key();
+  }
+
+  // The name's number, or 0. Takes time by the text's length, whatever names are in the table.
+  std::uint32_t Find(std::string_view text) const noexcept;
+  // The name's number; a name that is not in the table is added. REQUIRES: text is not empty and
+  // outlives the table.
+  std::uint32_t Intern(std::string_view text);
+  // The same for a text that does not outlive the table.
+  std::uint32_t InternCopy(std::string_view text);
+
+ private:
+  struct Name {
+    const char* text;
+    std::uint32_t length;
+
+    std::string_view Key() const noexcept { return {text, length}; }
+  };
+
+  KeyedHash hash;
+  std::vector<Name> names;
+  KeyIndex index;
+  std::forward_list<std::string> copies;
+  // Documents repeat a few names: most lookups end here, without hashing.
+  std::array<std::uint32_t, 64> recent{};
+};
+
+} // namespace Ostrum
+
+#endif

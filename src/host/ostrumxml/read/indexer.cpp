@@ -1,0 +1,267 @@
+#include "host/ostrumxml/read/indexer.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/ostrumxml/data/references.h"
+#include "host/ostrumxml/read/expat_parser.h"
+
+namespace Ostrum {
+namespace {
+
+// Expat copies each chunk, and counts its lines unless it is the last. So a small document is fed
+// as a whole, and a large one in two chunks: the smaller the first, the less is counted, and the
+// longer the copy of the second.
+constexpr std::size_t smallDocument = std::size_t{2} << 20;
+constexpr std::size_t firstShare =
+    5; // a fifth; counting all lines takes 16 % of the opening's instructions
+constexpr std::size_t mostAtOnce = std::size_t{1} << 29; // Expat's buffers end at a gigabyte
+
+// The parser expands entities within entities by recursion, parameter entities too. A document with
+// more of them than this could nest them so deep that the stack overflows.
+constexpr std::size_t mostNestedEntities = 1'000;
+
+// The parser looks at each attribute declared for an element whenever such an element begins, and
+// whenever another is declared for it. How many times it may do so for each byte of the source,
+// beyond a first million.
+constexpr std::uint64_t mostLooksPerByte = 32;
+constexpr std::uint64_t looksForFree = 1'000'000;
+
+// What entities and declared defaults may add to the index: so many bytes, or so many times the
+// source.
+constexpr std::uint64_t expansionForFree = 8'000'000;
+constexpr std::uint64_t mostExpansion = 20;
+
+} // namespace
+
+// Runs the parser over a document's source and builds the index of its elements.
+class Indexer {
+ public:
+  explicit Indexer(Content& content) : content(content) {
+    XML_SetUserData(parser.Get(), this);
+    XML_SetElementHandler(
+        parser.Get(),
+        [](void* self, const XML_Char* name, const XML_Char**) {
+          auto& indexer = *static_cast<Indexer*>(self);
+          indexer.Guarded([&] { indexer.StartElement(name); });
+        },
+        [](void* self, const XML_Char*) {
+          auto& indexer = *static_cast<Indexer*>(self);
+          indexer.Guarded([&] { indexer.EndElement(); });
+        });
+    XML_SetEntityDeclHandler(parser.Get(), [](void* self, const XML_Char* name, int isParameter,
+                                              const XML_Char* value, int length, const XML_Char*,
+                                              const XML_Char*, const XML_Char*, const XML_Char*) {
+      if (value == nullptr) return;
+      auto& indexer = *static_cast<Indexer*>(self);
+      const std::string_view text(value, static_cast<std::size_t>(length));
+      indexer.CountIfNested(text, isParameter != 0 ? '%' : '&');
+      if (isParameter == 0) indexer.Guarded([&] { indexer.DeclareEntity(name, text); });
+    });
+    XML_SetAttlistDeclHandler(
+        parser.Get(), [](void* self, const XML_Char* element, const XML_Char* name,
+                         const XML_Char* type, const XML_Char* value, int) {
+          auto& indexer = *static_cast<Indexer*>(self);
+          indexer.Guarded([&] { indexer.DeclareAttribute(element, name, type, value); });
+        });
+  }
+
+  ParseFailure Run() {
+    const XML_Status status = FeedAll();
+    if (thrown) std::rethrow_exception(thrown);
+    if (status == XML_STATUS_OK) return {};
+    const XML_Error code = XML_GetErrorCode(parser.Get());
+    return {refusal != NO_PARSER_ERROR ? refusal : static_cast<PARSER_ERROR>(code),
+            static_cast<int>(XML_GetCurrentLineNumber(parser.Get())),
+            static_cast<int>(XML_GetCurrentColumnNumber(parser.Get())) + 1};
+  }
+
+ private:
+  struct OpenElement {
+    Element* element;
+    Element* lastChild;
+  };
+
+  void Stop() noexcept { XML_StopParser(parser.Get(), XML_FALSE); }
+  std::uint32_t Offset() const noexcept {
+    return static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser.Get()));
+  }
+
+  // The parser calls from C, which exceptions must not cross: one is kept, and rethrown when the
+  // parser has returned.
+  template <class Work>
+  void Guarded(Work work) noexcept {
+    if (thrown || refusal != NO_PARSER_ERROR) return;
+    try {
+      work();
+    } catch (...) {
+      thrown = std::current_exception();
+      Stop();
+    }
+  }
+
+  XML_Status FeedAll() {
+    std::size_t size =
+        content.fileSize > smallDocument ? content.fileSize / firstShare : content.fileSize;
+    const std::size_t room = std::min(content.fileSize - size, mostAtOnce);
+    for (std::size_t fed = 0;; size = content.fileSize - fed) {
+      size = std::min(size, mostAtOnce);
+      // Looked up for each chunk, since the texts of entities move the source when the first
+      // element begins.
+      const std::string_view chunk = std::string_view(content.source).substr(fed, size);
+      fed += size;
+      const bool last = fed == content.fileSize;
+      const XML_Status status = parser.Feed(chunk, last, room);
+      if (status != XML_STATUS_OK || last) return status;
+    }
+  }
+
+  void Refuse(PARSER_ERROR error) noexcept {
+    refusal = error;
+    Stop();
+  }
+
+  void StartElement(const XML_Char* name) {
+    if (content.root->IsNull()) AppendEntityTexts();
+    const std::uint32_t start = Offset();
+    Element& element = content.elements.Add();
+    if (content.source[start] == '<') {
+      element.tagStart = start;
+      element.contentStart =
+          start + static_cast<std::uint32_t>(XML_GetCurrentByteCount(parser.Get()));
+    } else {
+      PlaceInEntity(element, start);
+    }
+    const std::string_view text =
+        std::string_view(content.source).substr(element.tagStart + 1, std::strlen(name));
+    assert(text == name);
+    element.name = content.names.Intern(text);
+    Link(element);
+    if (const AttributeDeclarations* const declared = content.FindDeclarations(text))
+      CountLooks(declared->size());
+  }
+
+  void Link(Element& element) {
+    if (open.empty()) {
+      content.root = &element;
+    } else {
+      auto& [parent, lastChild] = open.back();
+      if (lastChild == nullptr) {
+        parent->flags |= element_flags::hasParsedChildren;
+      } else {
+        lastChild->nextSibling = ElementTable::NumberOf(element);
+      }
+      lastChild = &element;
+    }
+    open.push_back({&element, nullptr});
+  }
+
+  void EndElement() {
+    Element& element = *open.back().element;
+    open.pop_back();
+    if (content.IsInFile(element.tagStart)) {
+      element.contentEnd = Offset();
+      return;
+    }
+    const bool isEmptyTag = content.source[element.contentStart - 2] == '/';
+    element.contentEnd = isEmptyTag ? element.contentStart : content.OffsetOf(NextTag());
+  }
+
+  void PlaceInEntity(Element& element, std::uint32_t reference) {
+    if (!entityWalk || walkedReference != reference) {
+      const std::string_view source = content.source;
+      entityWalk.emplace(content,
+                         source.substr(reference, source.find(';', reference) + 1 - reference));
+      walkedReference = reference;
+    }
+    const std::string_view tag = NextTag();
+    element.tagStart = content.OffsetOf(tag);
+    element.contentStart = element.tagStart + static_cast<std::uint32_t>(tag.size());
+    content.hasElementsFromEntities = true;
+    CountExpansion(sizeof(Element));
+  }
+
+  // The next tag of the entity's text.
+  std::string_view NextTag() {
+    Piece piece{};
+    do {
+      const bool hasPiece = entityWalk->Next(piece);
+      assert(hasPiece);
+      static_cast<void>(hasPiece);
+    } while (piece.kind < PieceKind::StartTag);
+    return piece.text;
+  }
+
+  void DeclareEntity(const XML_Char* name, std::string_view text) {
+    const auto start = static_cast<std::uint32_t>(content.fileSize + entityTexts.size());
+    const Content::EntityPlace place{start, static_cast<std::uint32_t>(text.size())};
+    if (!content.entities.try_emplace(name, place).second) return; // the first one binds
+    CountExpansion(text.size());
+    if (refusal == NO_PARSER_ERROR) entityTexts += text;
+  }
+
+  void CountIfNested(std::string_view text, char reference) noexcept {
+    if (text.find(reference) != std::string_view::npos && ++nestedEntities > mostNestedEntities)
+      Refuse(TOO_MANY_ENTITIES);
+  }
+
+  // All entities have been declared when the first element begins.
+  void AppendEntityTexts() {
+    if (entityTexts.empty()) return;
+    content.source.reserve(content.fileSize + entityTexts.size());
+    content.source += entityTexts;
+    std::exchange(entityTexts, {});
+  }
+
+  void DeclareAttribute(const XML_Char* element, const XML_Char* name, const XML_Char* type,
+                        const XML_Char* value) {
+    AttributeDeclarations& declared = content.declarations[element];
+    CountLooks(declared.size());
+    AttributeDeclaration declaration{std::strcmp(type, "CDATA") != 0, {}};
+    if (value != nullptr) {
+      CountExpansion(std::strlen(value));
+      declaration.value = value;
+    }
+    declared.try_emplace(name, std::move(declaration)); // the first one binds
+  }
+
+  void CountLooks(std::size_t looks) noexcept {
+    declarationsMet += looks;
+    if (declarationsMet > looksForFree + mostLooksPerByte * content.fileSize)
+      Refuse(TOO_MANY_DECLARATIONS);
+  }
+
+  void CountExpansion(std::size_t bytes) noexcept {
+    const std::uint64_t addressable = UINT32_MAX - content.fileSize; // by offsets into the source
+    expansion += bytes;
+    if (expansion >
+        std::min(std::max(expansionForFree, mostExpansion * content.fileSize), addressable))
+      Refuse(TOO_MUCH_EXPANSION);
+  }
+
+  Content& content;
+  ExpatParser parser;
+  std::vector<OpenElement> open;
+  std::string entityTexts; // until the first element begins
+  // Inside an entity, the parser reports the position of the reference only. The walk through the
+  // entity's text keeps step with the elements that the parser reports, so it never passes what the
+  // parser has checked.
+  std::uint32_t walkedReference = 0; // its offset in the source
+  std::optional<ContentWalker> entityWalk;
+  std::size_t nestedEntities = 0;    // entities that refer to others
+  std::uint64_t declarationsMet = 0; // looks at declared attributes, one by one
+  std::uint64_t expansion = 0;       // bytes that entities and declared defaults add to the index
+  std::exception_ptr thrown;
+  PARSER_ERROR refusal = NO_PARSER_ERROR;
+};
+
+ParseFailure BuildIndex(Content& content) { return Indexer(content).Run(); }
+
+} // namespace Ostrum

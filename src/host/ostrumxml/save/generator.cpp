@@ -1,0 +1,182 @@
+#include "host/ostrumxml/save/generator.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "host/ostrumxml/data/references.h"
+
+namespace Ostrum {
+namespace {
+
+// Parts of at most this length are joined, so that a document with many changes is not written in
+// many small pieces.
+constexpr std::size_t longestGathered = 4096;
+
+// The attributes that were set, except those that the tag already has, in order of creation.
+std::string AttributeMarkup(const ElementChange& change,
+                            const std::set<std::string_view>& written = {}) {
+  std::map<std::size_t, std::string> inOrder;
+  for (const auto& [name, attribute] : change.attributes) {
+    if (!written.contains(name))
+      inOrder[attribute.order] = name + "=\"" + EscapeAttribute(attribute.value, '"') + '"';
+  }
+  std::string markup;
+  for (const auto& [order, attribute] : inOrder) markup.append(" ").append(attribute);
+  return markup;
+}
+
+} // namespace
+
+class Generator {
+ public:
+  explicit Generator(const Content& content) noexcept : content(content) {}
+
+  // A replacement of `length` bytes of the source from offset `from` on.
+  struct Edit {
+    std::uint32_t from;
+    std::uint32_t length;
+    std::string replacement;
+  };
+
+  // Sorted by position in the source; edits at the same position in the order in which they were
+  // added.
+  std::vector<Edit> Edits() {
+    for (const auto& [element, change] : content.changes) {
+      if ((element->flags & element_flags::created) == 0) Collect(*element, change);
+    }
+    std::ranges::stable_sort(edits, {}, &Edit::from);
+    return std::move(edits);
+  }
+
+ private:
+  void AddEdit(std::string_view part, std::string replacement) {
+    if (part.empty() && replacement.empty()) return; // sorting them would cost a quarter more
+    edits.push_back(
+        {content.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
+  }
+
+  void Collect(const Element& element, const ElementChange& change) {
+    const ElementLayout layout(content, element);
+    const std::string_view tagEnd = CollectAttributes(layout, change);
+    if (layout.IsEmptyTag()) {
+      // When it gets content, "<name/>" becomes a start tag and an end tag.
+      const std::string inside = EscapeText(change.text.value_or("")) + CreatedChildren(change);
+      if (!inside.empty())
+        AddEdit(tagEnd, ">" + inside + "</" + std::string(element.GetName()) + ">");
+      return;
+    }
+    if (change.text) CollectText(layout, change);
+    if (change.created.empty()) return;
+    const bool onLines = !content.changes.at(change.created.front()).lead.empty();
+    const std::string_view end = layout.Inside().substr(layout.Inside().size());
+    AddEdit(onLines ? layout.TrailingBlanks().substr(0, 0) : end, CreatedChildren(change));
+  }
+
+  // Returns the rest of the tag after the last attribute.
+  std::string_view CollectAttributes(const ElementLayout& layout, const ElementChange& change) {
+    TagScanner scanner(layout.Attributes());
+    RawAttribute raw{};
+    std::set<std::string_view> written;
+    while (scanner.Next(raw)) {
+      const auto set = change.attributes.find(raw.name);
+      if (set == change.attributes.end()) continue;
+      AddEdit(raw.value, EscapeAttribute(set->second.value, raw.value.data()[-1]));
+      written.insert(raw.name);
+    }
+    AddEdit(scanner.Rest().substr(0, 0), AttributeMarkup(change, written));
+    return scanner.Rest();
+  }
+
+  // Whether setting the element's text replaces the piece. A reference to an entity without text is
+  // kept.
+  bool IsText(const Piece& piece) const {
+    if (piece.kind != PieceKind::Reference)
+      return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
+    std::string beginning;
+    AppendOwnText(content, piece.text, beginning, 1);
+    return !beginning.empty();
+  }
+
+  void CollectText(const ElementLayout& layout, const ElementChange& change) {
+    std::vector<std::string_view> old;
+    layout.ForEachStretch([&](std::string_view stretch) {
+      PieceScanner pieces(stretch);
+      Piece piece{};
+      while (pieces.Next(piece)) {
+        if (IsText(piece)) old.push_back(piece.text);
+      }
+    });
+    if (old.empty()) old.push_back(layout.Inside().substr(0, 0));
+    AddEdit(old.front(), EscapeText(*change.text));
+    for (auto part = old.begin() + 1; part != old.end(); ++part) AddEdit(*part, {});
+  }
+
+  // The markup of what was made in an element, to any depth.
+  std::string CreatedChildren(const ElementChange& parent) const {
+    struct Level {
+      const ElementChange* change;
+      std::string_view name;
+      std::size_t written; // of its children
+    };
+    std::string text;
+    std::vector<Level> levels{{&parent, {}, 0}};
+    while (!levels.empty()) {
+      Level& level = levels.back();
+      if (level.written == level.change->created.size()) {
+        if (levels.size() > 1) text.append("</").append(level.name).append(">");
+        levels.pop_back();
+        continue;
+      }
+      const Element& child = *level.change->created[level.written++];
+      const ElementChange& change = content.changes.at(&child);
+      const std::string inside = EscapeText(change.text.value_or(""));
+      const bool isEmpty = change.created.empty() && inside.empty();
+      text.append(change.lead).append("<").append(child.GetName()).append(AttributeMarkup(change));
+      text.append(isEmpty ? "/>" : ">").append(inside);
+      if (!isEmpty) levels.push_back({&change, child.GetName(), 0});
+    }
+    return text;
+  }
+
+  const Content& content;
+  std::vector<Edit> edits;
+};
+
+GeneratedText::GeneratedText(const Content& content) {
+  std::size_t size = content.fileSize;
+  std::uint32_t copied = 0;
+  for (Generator::Edit& edit : Generator(content).Edits()) {
+    size = size + edit.replacement.size() - edit.length;
+    Add(content.Between(copied, edit.from));
+    Add(edit.replacement.size() > longestGathered ? own.emplace_front(std::move(edit.replacement))
+                                                  : edit.replacement);
+    copied = edit.from + edit.length;
+  }
+  Add(content.Between(copied, static_cast<std::uint32_t>(content.fileSize)));
+  if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
+}
+
+void GeneratedText::Add(std::string_view part) {
+  const bool isShort = part.size() <= longestGathered;
+  if (isShort && lastIsGathered) {
+    pieces.back() = own.back().append(part);
+  } else {
+    pieces.push_back(isShort ? own.emplace_back(part) : part);
+  }
+  lastIsGathered = isShort;
+}
+
+std::string GeneratedText::Joined() const {
+  std::string text;
+  for (const std::string_view piece : pieces) text += piece;
+  return text;
+}
+
+} // namespace Ostrum

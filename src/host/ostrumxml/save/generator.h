@@ -1,0 +1,36 @@
+#ifndef TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
+#define TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
+
+#include <deque>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/ostrumxml/data/content.h"
+
+namespace Ostrum {
+
+// A document's text with all changes, as pieces that refer to the source or to strings kept here.
+// So a save copies only what was set. Valid until the document is changed.
+class GeneratedText {
+ public:
+  // Takes time in proportion to the number of changes, not of elements. Throws std::length_error if
+  // the text has become too long to be parsed, and std::bad_alloc.
+  explicit GeneratedText(const Content& content);
+  GeneratedText(GeneratedText&&) = delete;
+
+  const std::vector<std::string_view>& Pieces() const noexcept { return pieces; }
+  std::string Joined() const;
+
+ private:
+  void Add(std::string_view part);
+
+  std::vector<std::string_view> pieces;
+  std::deque<std::string> own; // the pieces that are not in the source
+  bool lastIsGathered =
+      false; // whether the last piece consists of short parts; it is then the last of `own`
+};
+
+} // namespace Ostrum
+
+#endif

@@ -1,0 +1,50 @@
+#include "platform/charset.h"
+
+#include <langinfo.h>
+
+#include <cstring>
+
+namespace platform {
+namespace {
+
+// Byte by byte, since a call takes longer than that, and no further than the text reaches.
+template <std::size_t size>
+bool Equals(const char* text, const char (&name)[size]) noexcept {
+  for (std::size_t i = 0; i < size; ++i) {
+    if (text[i] != name[i]) return false;
+  }
+  return true;
+}
+
+// Remembers the last one by its name: a locale's address says nothing, it can be freed and used
+// again. Inlined, it would cost the common charsets the saving of its registers.
+[[gnu::noinline]] Charset RecallCharset(const char* codeset) noexcept {
+  struct Memory {
+    char codeset[64];
+    Charset charset;
+  };
+  static thread_local constinit Memory memory{};
+  // An empty name would match the memory's initial state.
+  if (*codeset != '\0' && std::strcmp(memory.codeset, codeset) == 0) return memory.charset;
+
+  const Charset learnt = LearnCharset();
+  const std::size_t length = std::strlen(codeset);
+  if (length < sizeof memory.codeset) {
+    std::memcpy(memory.codeset, codeset, length + 1);
+    memory.charset = learnt;
+  }
+  return learnt;
+}
+
+} // namespace
+
+// The C library has no cheaper question that a change of the locale on another thread reaches at
+// once.
+Charset AskForCharset() noexcept {
+  const char* const codeset = nl_langinfo(CODESET);
+  if (Equals(codeset, "UTF-8")) return {PlainText::Utf8, false};
+  if (Equals(codeset, "ANSI_X3.4-1968")) return {PlainText::Ascii, true}; // the locale "C"
+  return RecallCharset(codeset);
+}
+
+} // namespace platform
