@@ -147,7 +147,7 @@ class Element final : public NodeContainer {
   friend class ElementLayout;
   friend class ElementTable;
   friend class Generator;
-  friend class Indexer;
+  friend class IndexBuilder;
   friend class IteratorRef;
   friend class NodeContainer;
   friend class Attribute;

@@ -8,10 +8,10 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/read/expat_parser.h"
+#include "host/ostrumxml/read/index_builder.h"
 
 namespace Ostrum {
 namespace {
@@ -41,10 +41,10 @@ constexpr std::uint64_t mostExpansion = 20;
 
 } // namespace
 
-// Runs the parser over a document's source and builds the index of its elements.
+// Runs the parser over a document's source and reports its elements to the index builder.
 class Indexer {
  public:
-  explicit Indexer(Content& content) : content(content) {
+  explicit Indexer(Content& content) : content(content), builder(content) {
     XML_SetUserData(parser.Get(), this);
     XML_SetElementHandler(
         parser.Get(),
@@ -84,14 +84,12 @@ class Indexer {
   }
 
  private:
-  struct OpenElement {
-    Element* element;
-    Element* lastChild;
-  };
-
   void Stop() noexcept { XML_StopParser(parser.Get(), XML_FALSE); }
   std::uint32_t Offset() const noexcept {
     return static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser.Get()));
+  }
+  std::uint32_t TagSize() const noexcept {
+    return static_cast<std::uint32_t>(XML_GetCurrentByteCount(parser.Get()));
   }
 
   // The parser calls from C, which exceptions must not cross: one is kept, and rethrown when the
@@ -129,63 +127,37 @@ class Indexer {
   }
 
   void StartElement(const XML_Char* name) {
-    if (content.root->IsNull()) AppendEntityTexts();
+    if (!builder.HasRoot()) AppendEntityTexts();
     const std::uint32_t start = Offset();
-    Element& element = content.elements.Add();
-    if (content.source[start] == '<') {
-      element.tagStart = start;
-      element.contentStart =
-          start + static_cast<std::uint32_t>(XML_GetCurrentByteCount(parser.Get()));
-    } else {
-      PlaceInEntity(element, start);
-    }
+    const bool isInFile = content.source[start] == '<';
+    const TagPlace tag = isInFile ? TagPlace{start, start + TagSize()} : PlaceInEntity(start);
     const std::string_view text =
-        std::string_view(content.source).substr(element.tagStart + 1, std::strlen(name));
+        std::string_view(content.source).substr(tag.start + 1, std::strlen(name));
     assert(text == name);
-    element.name = content.names.Intern(text);
-    Link(element);
+    builder.StartElement(text, tag);
     if (const AttributeDeclarations* const declared = content.FindDeclarations(text))
       CountLooks(declared->size());
   }
 
-  void Link(Element& element) {
-    if (open.empty()) {
-      content.root = &element;
-    } else {
-      auto& [parent, lastChild] = open.back();
-      if (lastChild == nullptr) {
-        parent->flags |= element_flags::hasParsedChildren;
-      } else {
-        lastChild->nextSibling = ElementTable::NumberOf(element);
-      }
-      lastChild = &element;
-    }
-    open.push_back({&element, nullptr});
-  }
-
   void EndElement() {
-    Element& element = *open.back().element;
-    open.pop_back();
-    if (content.IsInFile(element.tagStart)) {
-      element.contentEnd = Offset();
-      return;
-    }
-    const bool isEmptyTag = content.source[element.contentStart - 2] == '/';
-    element.contentEnd = isEmptyTag ? element.contentStart : content.OffsetOf(NextTag());
+    const TagPlace tag = builder.InnermostTag();
+    if (content.IsInFile(tag.start)) return builder.EndElement(Offset());
+    const bool isEmptyTag = content.source[tag.end - 2] == '/';
+    builder.EndElement(isEmptyTag ? tag.end : content.OffsetOf(NextTag()));
   }
 
-  void PlaceInEntity(Element& element, std::uint32_t reference) {
+  TagPlace PlaceInEntity(std::uint32_t reference) {
     if (!entityWalk || walkedReference != reference) {
       const std::string_view source = content.source;
       entityWalk.emplace(content,
                          source.substr(reference, source.find(';', reference) + 1 - reference));
       walkedReference = reference;
     }
-    const std::string_view tag = NextTag();
-    element.tagStart = content.OffsetOf(tag);
-    element.contentStart = element.tagStart + static_cast<std::uint32_t>(tag.size());
     content.hasElementsFromEntities = true;
     CountExpansion(sizeof(Element));
+    const std::string_view tag = NextTag();
+    const std::uint32_t start = content.OffsetOf(tag);
+    return {start, start + static_cast<std::uint32_t>(tag.size())};
   }
 
   // The next tag of the entity's text.
@@ -248,7 +220,7 @@ class Indexer {
 
   Content& content;
   ExpatParser parser;
-  std::vector<OpenElement> open;
+  IndexBuilder builder;
   std::string entityTexts; // until the first element begins
   // Inside an entity, the parser reports the position of the reference only. The walk through the
   // entity's text keeps step with the elements that the parser reports, so it never passes what the
