@@ -14,7 +14,7 @@ namespace platform {
 namespace {
 
 FileState StateOf(const FileName& name) {
-  return {{.number = std::hash<std::string>()(MemoryFile(name.string()))}, 0, true};
+  return {{.number = std::hash<std::string>()(MemoryFile(name.string()))}, nullptr, true};
 }
 
 } // namespace
@@ -33,7 +33,7 @@ struct LockedFile::System {
   std::optional<FileState> state = StateOf(name);
 };
 
-LockedFile::LockedFile(const FileName& name) : system(new System{name}) {}
+LockedFile::LockedFile(const FileName& name, Deadline) : system(new System{name}) {}
 LockedFile::~LockedFile() = default;
 const std::optional<FileState>& LockedFile::State() const noexcept { return system->state; }
 void LockedFile::FlushFolder() const {}
@@ -42,7 +42,7 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
   return ReadWholeFile(system->name, limit, bytes, *system->state);
 }
 
-bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t) {
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access*) {
   std::string& bytes = MemoryFile(system->name.string());
   bytes.clear();
   for (const std::string_view piece : pieces) bytes += piece;

@@ -27,7 +27,14 @@ inline std::string TemporaryName() {
 inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt,
                       std::int64_t now, std::int64_t second) noexcept {
   if (stampedAt) return identity.modified == *stampedAt;
-  return std::max(identity.modified, identity.changed) + 2 * second <= now;
+  return std::max(identity.modified, identity.changed) <= now - 2 * second;
+}
+
+// Whether the last change, the later of the times that is not in the future, is less than two
+// seconds old. All arguments are in the same unit.
+inline bool IsYoung(const FileIdentity& identity, std::int64_t now, std::int64_t second) noexcept {
+  const auto isRecent = [&](std::int64_t time) { return time <= now && time > now - 2 * second; };
+  return isRecent(identity.modified) || isRecent(identity.changed);
 }
 
 // Reads to the end of a file of about that size. read(buffer, capacity) returns the number of bytes

@@ -3,6 +3,7 @@
 #ifndef TARVIK_PLATFORM_FILES_H
 #define TARVIK_PLATFORM_FILES_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -36,14 +37,19 @@ struct FileIdentity {
   bool operator==(const FileIdentity&) const = default;
 };
 
+// A file's owner and who may do what with it, in the system's own form.
+struct Access;
+
 struct FileState {
   FileIdentity identity;
-  std::uint32_t permissions =
-      0; // to be passed to Replace if the file has vanished; in the system's own format
+  std::shared_ptr<const Access> access; // null if unknown
   // Whether every later change is sure to change the identity. False if the file was modified less
   // than two seconds before it was examined, because file systems' clocks can be that coarse, or if
   // a time that was set was not stored exactly.
   bool isSettled = false;
+  // Whether the last change is less than two seconds old, so that another program may still be
+  // writing. It is the later of the file's times that is not in the future.
+  bool isYoung = false;
 };
 
 enum class ReadStatus {
@@ -59,6 +65,11 @@ enum class ReadStatus {
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
                          FileState& state);
 
+using Deadline = std::chrono::steady_clock::time_point;
+
+// How long a save may wait for other programs: for the lock, and for a file that is being written.
+inline constexpr std::chrono::seconds maxSaveWait{10};
+
 // A file to be replaced, locked against all other LockedFile objects for it, in this process and in
 // others. Other programs are neither excluded nor waited for, unless they hold a lock of the same
 // kind.
@@ -68,12 +79,12 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
 // file is left.
 class LockedFile {
  public:
-  // Follows symbolic links, even to a file that does not exist, and waits up to ten seconds for the
-  // lock. On a file system without locks none is taken. A lock that the calling process holds by
-  // other means is not waited for. Throws if the links cannot be followed, if the lock is not
-  // obtained in time, or if the file must not be replaced because it is not a regular file, is
-  // marked read-only, or may not be written by this process.
-  explicit LockedFile(const FileName& name);
+  // Follows symbolic links, even to a file that does not exist, and waits for the lock until the
+  // deadline; tries once if that has passed. On a file system without locks none is taken. A lock
+  // that the calling process holds by other means is not waited for. Throws if the links cannot be
+  // followed, if the lock is not obtained in time, or if the file must not be replaced because it
+  // is not a regular file, is marked read-only, or may not be written by this process.
+  LockedFile(const FileName& name, Deadline deadline);
   ~LockedFile();
   LockedFile(LockedFile&&) = delete;
 
@@ -85,13 +96,17 @@ class LockedFile {
 
   // Replaces the file with a new one that consists of the pieces, in one step: at any time, even
   // after a loss of power, the name leads to either the complete old content or the complete new
-  // content. The new file keeps the old one's owner and permissions, is flushed to the disk first,
-  // and gets a modification time from the system's most precise clock. If there was no file, the
-  // new one gets `permissions`. Returns false, with nothing changed, if the file was created or
-  // changed by another program meanwhile; the caller should then lock and examine it again. A
-  // process that is killed in the call leaves at most one temporary file, and only if killed in the
-  // last step. Call once.
-  bool Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions);
+  // content. The new file is flushed to the disk first and gets a modification time from the
+  // system's most precise clock.
+  //
+  // If `access` is null, the new file gets the access of the file found, as far as this process may
+  // give it; if there was none, its owner alone may read and write it. Otherwise it gets `access`,
+  // and of the mode bits only those that the file found has, too. No access is wider than that.
+  // Throws if the old owner cannot be kept and would lose access.
+  //
+  // Returns false, with nothing changed, if the file was created or changed by another program
+  // meanwhile; the caller should then lock and examine it again. Call once.
+  bool Replace(const std::vector<std::string_view>& pieces, const Access* access);
 
   // Flushes the folder to the disk, so that a loss of power does not bring back the old file. Does
   // nothing if the process may not read the folder or the system cannot flush folders.

@@ -10,6 +10,8 @@ using platform::LockedFile;
 using platform::ReadStatus;
 namespace fs = std::filesystem;
 
+platform::Deadline Soon() { return std::chrono::steady_clock::now() + platform::maxSaveWait; }
+
 TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   const TempFolder folder;
   const fs::path name = folder.Write("file.xml", "old");
@@ -27,13 +29,12 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   for (const std::size_t size : {5U, 0U, 4096U, 16384U, 65535U, 65536U, 65537U, 300000U, 1U}) {
     std::string written(size, '\n');
     for (std::size_t i = 0; i < size; i += 3) written[i] = static_cast<char>(i * i >> 3);
-    LockedFile file(name);
-    EXPECT_TRUE(file.Replace({written}, state.permissions));
+    LockedFile file(name, Soon());
+    EXPECT_TRUE(file.Replace({written}, nullptr));
     file.FlushFolder();
     EXPECT_EQ(readUpTo(size), ReadStatus::Done) << size;
     EXPECT_TRUE(read == written) << size;
     EXPECT_TRUE(file.State()->isSettled && file.State()->identity == state.identity);
-    EXPECT_EQ(file.State()->permissions, state.permissions);
     EXPECT_EQ(folder.FileCount(), 1);
     EXPECT_TRUE(size == 0 || readUpTo(size - 1) == ReadStatus::TooLong) << size;
   }
@@ -45,7 +46,9 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   folder.Write("read-only", "old");
   fs::permissions(folder.Path() / "read-only", fs::perms::owner_read);
   for (const char* name : {"folder", "read-only", "none/file", "read-only/below"}) {
-    EXPECT_THROW(LockedFile(folder.Path() / name).Replace({"new"}, 0), std::runtime_error) << name;
+    EXPECT_THROW(LockedFile(folder.Path() / name, Soon()).Replace({"new"}, nullptr),
+                 std::runtime_error)
+        << name;
   }
   EXPECT_EQ(folder.Read("read-only"), "old");
   EXPECT_EQ(folder.FileCount(), 2);

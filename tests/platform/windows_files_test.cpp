@@ -18,6 +18,8 @@ FileName Absolute(const std::filesystem::path& name) {
   return platform::AbsoluteFileName("", name.c_str());
 }
 
+platform::Deadline Soon() { return std::chrono::steady_clock::now() + platform::maxSaveWait; }
+
 ReadStatus Read(const FileName& name) {
   std::string bytes;
   platform::FileState state;
@@ -38,7 +40,7 @@ TEST_F(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
   for (const std::size_t length : {256 - deep.native().size(), std::size_t{200}}) {
     deep = deep / L"\u4e2d" / std::wstring(length - 3, L'x');
     ASSERT_TRUE(CreateDirectoryW(deep.parent_path().c_str(), nullptr));
-    EXPECT_TRUE(LockedFile(deep).Replace({"new"}, 0)) << deep.native().size();
+    EXPECT_TRUE(LockedFile(deep, Soon()).Replace({"new"}, nullptr)) << deep.native().size();
     EXPECT_EQ(Read(deep), ReadStatus::Done) << deep.native().size();
     ASSERT_TRUE(DeleteFileW(deep.c_str()) && CreateDirectoryW(deep.c_str(), nullptr));
   }
@@ -50,7 +52,7 @@ TEST_F(WindowsFilesTest, AttributesAreTakenOver) {
        {FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_SYSTEM}) {
     ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
     const DWORD before = GetFileAttributesW(name.c_str());
-    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0));
+    EXPECT_TRUE(LockedFile(name, Soon()).Replace({"new"}, nullptr));
     EXPECT_EQ(GetFileAttributesW(name.c_str()), before);
   }
 }
@@ -69,11 +71,11 @@ std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
 TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
   for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
     std::jthread holder = Hold(name, share, 300);
-    EXPECT_TRUE(LockedFile(name).Replace({"new"}, 0)) << share;
+    EXPECT_TRUE(LockedFile(name, Soon()).Replace({"new"}, nullptr)) << share;
     holder = Hold(name, share, 300);
     EXPECT_EQ(Read(name), ReadStatus::Done) << share;
     holder = Hold(name, share, 3500);
-    EXPECT_THROW(LockedFile(name).Replace({"newer"}, 0), std::system_error) << share;
+    EXPECT_THROW(LockedFile(name, Soon()).Replace({"newer"}, nullptr), std::system_error) << share;
     EXPECT_EQ(Read(name), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
   }
   EXPECT_EQ(folder.Read("file"), "new");
@@ -81,14 +83,14 @@ TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
 }
 
 TEST_F(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {
-  std::thread([&] { static_cast<void>(new LockedFile(name)); }).join();
+  std::thread([&] { static_cast<void>(new LockedFile(name, Soon())); }).join();
   const auto start = GetTickCount64();
-  auto lock = std::make_unique<LockedFile>(name);
+  auto lock = std::make_unique<LockedFile>(name, Soon());
   EXPECT_LT(GetTickCount64() - start, 5000U);
 
   std::atomic<bool> isGivenBack = false;
   const std::jthread saver([&] {
-    const LockedFile other(Absolute(name.parent_path() / L"FILE"));
+    const LockedFile other(Absolute(name.parent_path() / L"FILE"), Soon());
     EXPECT_TRUE(isGivenBack && other.State());
   });
   Sleep(300);

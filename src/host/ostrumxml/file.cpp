@@ -1,6 +1,7 @@
 #include "host/ostrumxml/file.h"
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <new>
 #include <stdexcept>
@@ -59,14 +60,17 @@ void DocumentFile::Await(Change change) {
 
 void DocumentFile::Save(Document& document) try {
   constexpr int mostLooks = 100;
+  const auto deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
   for (int looks = 0; looks < mostLooks; ++looks) {
-    platform::LockedFile file(name);
+    platform::LockedFile file(name, deadline);
     const bool isAsLeft = IsAsLeft(file);
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
     if (theirs) CarryOutOn(*theirs);
     const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
     // Write returns false if another program has changed or created the file since it was examined.
-    if (!Write(file, theirs ? theirs->Generate() : document.Generate())) continue;
+    if (!Write(file, theirs ? theirs->Generate() : document.Generate(),
+               theirs ? nullptr : LastAccess(file)))
+      continue;
 
     lastSeen = *file.State();
     holdsOwnText = writesOwnText;
@@ -83,11 +87,21 @@ void DocumentFile::Save(Document& document) try {
   throw;
 }
 
-bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text) const {
-  if (encrypt == nullptr) return file.Replace(text.Pieces(), lastSeen.permissions);
+bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text,
+                         const platform::Access* access) const {
+  if (encrypt == nullptr) return file.Replace(text.Pieces(), access);
   std::string encrypted;
   if (!encrypt(text.Joined(), encrypted)) throw std::runtime_error("cannot encrypt the document");
-  return file.Replace({encrypted}, lastSeen.permissions);
+  return file.Replace({encrypted}, access);
+}
+
+// The access of the file that the document knows, if that is gone or another file is in its place.
+// Null if it is still there, since its access may have been changed on purpose.
+const platform::Access* DocumentFile::LastAccess(const platform::LockedFile& file) const {
+  const std::optional<platform::FileState>& found = file.State();
+  const bool isSameFile = found && found->identity.device == lastSeen.identity.device &&
+                          found->identity.number == lastSeen.identity.number;
+  return isSameFile ? nullptr : lastSeen.access.get();
 }
 
 // Also true if the file is gone, since then writing the document's own text loses nothing.

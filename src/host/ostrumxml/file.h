@@ -69,7 +69,9 @@ class DocumentFile {
 
  private:
   long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
-  bool Write(platform::LockedFile& file, const GeneratedText& text) const;
+  bool Write(platform::LockedFile& file, const GeneratedText& text,
+             const platform::Access* access) const;
+  const platform::Access* LastAccess(const platform::LockedFile& file) const;
   bool IsAsLeft(const platform::LockedFile& file) const;
   std::unique_ptr<Document> ReadAgain(const platform::LockedFile& file, Document& document) const;
   void CarryOutOn(Document& theirs) const;

@@ -72,8 +72,15 @@ inline constexpr std::int64_t second = 1'000'000'000; // all times here are nano
 
 std::int64_t CurrentTime() noexcept;
 
+struct Access {
+  mode_t mode = 0;
+};
+
+// Throws std::bad_alloc.
+std::shared_ptr<const Access> AccessOf(const FileStatus& status);
+
 // stampedAt: the modification time that was set, if any.
-FileState StateOf(const FileStatus& status,
+FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,
                   std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads from the current position to the end.

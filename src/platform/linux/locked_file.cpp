@@ -124,7 +124,12 @@ class TemporaryFile {
     Require("cannot set the file's permissions", fchmod, file.Number(), mode);
   }
 
-  void Flush() { Require("cannot flush to the disk", fsync, file.Number()); }
+  void Flush() {
+    FileStatus status{};
+    Require("cannot ask for the new file's mode", fstat, file.Number(), &status);
+    access = AccessOf(status);
+    Require("cannot flush to the disk", fsync, file.Number());
+  }
 
   // Both give the file its final name; on failure they return false, and errno tells why. Link
   // fails with EEXIST if a file has the name; Replace replaces that file.
@@ -163,8 +168,8 @@ class TemporaryFile {
   FileState State() const noexcept {
     assert(stampedAt != 0);
     FileStatus status{};
-    if (Uninterrupted(fstat, file.Number(), &status) != 0) return {{}, modeUntilTakenOver};
-    return StateOf(status, stampedAt);
+    if (Uninterrupted(fstat, file.Number(), &status) != 0) return {};
+    return StateOf(status, access, stampedAt);
   }
 
  private:
@@ -172,6 +177,7 @@ class TemporaryFile {
   std::string name; // empty while the file has no name, and once it has its final one
   FileDescriptor file;
   std::int64_t stampedAt = 0;
+  std::shared_ptr<const Access> access;
 };
 
 // Where a name leads.
@@ -270,10 +276,9 @@ struct LockedFile::System {
   std::optional<FileState> state;
 };
 
-LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()) {
-  constexpr auto longestWait = std::chrono::seconds(10);
+LockedFile::LockedFile(const FileName& name, Deadline deadline)
+    : system(std::make_unique<System>()) {
   constexpr auto pause = std::chrono::milliseconds(1);
-  const auto end = std::chrono::steady_clock::now() + longestWait;
   for (;; std::this_thread::sleep_for(pause)) {
     FileStatus status{};
     FileDescriptor file = OpenReplaceable(name, status);
@@ -283,13 +288,13 @@ LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()
       const bool isThere = place.status && place.status->st_dev == status.st_dev &&
                            place.status->st_ino == status.st_ino;
       if (isThere == file.IsOpen() && isThere == place.status.has_value()) {
-        if (isThere) system->state = StateOf(*place.status);
+        if (isThere) system->state = StateOf(*place.status, AccessOf(*place.status));
         system->original = std::move(file);
         system->place = std::move(place);
         return;
       }
     }
-    if (std::chrono::steady_clock::now() >= end)
+    if (std::chrono::steady_clock::now() >= deadline)
       ThrowSystemFailure("another program holds the file's lock", ETIMEDOUT);
   }
 }
@@ -303,7 +308,7 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
   return ReadOpenFile(system->original.Number(), *system->place.status, limit, bytes);
 }
 
-bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access* access) {
   const Place& place = system->place;
   // If the system cannot name an unnamed file, the second attempt uses a named one.
   for (bool named = false;; named = true) {
@@ -311,11 +316,12 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint3
     for (const std::string_view piece : pieces) made.Write(piece);
     made.Stamp();
     place.status ? made.TakeOver(system->original.Number(), *place.status)
-                 : made.SetAccess(permissions);
+                 : made.SetAccess(access != nullptr ? access->mode : modeUntilTakenOver);
     made.Flush();
     // While the flush ran, a program that takes no lock may have changed the file.
     FileStatus now{};
-    if (place.status && (place.Ask(now) != 0 || StateOf(now).identity != system->state->identity))
+    if (place.status &&
+        (place.Ask(now) != 0 || StateOf(now, nullptr).identity != system->state->identity))
       return false;
     if (place.status ? made.Replace(place.name) : made.Link(place.name)) {
       system->state = made.State();

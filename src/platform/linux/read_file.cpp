@@ -15,13 +15,19 @@ std::int64_t CurrentTime() noexcept {
   return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
+std::shared_ptr<const Access> AccessOf(const FileStatus& status) {
+  return std::make_shared<const Access>(Access{status.st_mode & accessBits});
+}
+
 // The number changes if a rename replaces the file, size and times if it is edited in place.
-FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
+FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,
+                  std::optional<std::int64_t> stampedAt) noexcept {
   const auto nanoseconds = [](const timespec& time) { return time.tv_sec * second + time.tv_nsec; };
   FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
                    nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)},
-                  status.st_mode & accessBits};
+                  std::move(access)};
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
+  state.isYoung = IsYoung(state.identity, CurrentTime(), second);
   return state;
 }
 
@@ -44,7 +50,7 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
   if (!isKnown)
     return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   if (!S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
-  state = StateOf(status);
+  state = StateOf(status, AccessOf(status));
   return ReadOpenFile(file.Number(), status, limit, bytes);
 }
 

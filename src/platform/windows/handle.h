@@ -55,6 +55,11 @@ inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
 // failure, and GetLastError tells why.
 Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 
+// What a new file gets from the one that it replaces, or from one that has vanished.
+struct Access {
+  DWORD attributes = 0;
+};
+
 struct FileStatus {
   BY_HANDLE_FILE_INFORMATION file{};
   FILE_BASIC_INFO basic{};
@@ -67,8 +72,8 @@ bool AskStatus(const Handle& file, FileStatus& status) noexcept;
 std::int64_t CurrentTime() noexcept;
 
 // stampedAt: the modification time that was set, if any.
-FileState StateOf(const FileStatus& status,
-                  std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
+// Throws std::bad_alloc.
+FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt);
 
 // Reads from the current position to the end.
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,

@@ -87,12 +87,13 @@ struct MutexReleaser {
 };
 using HeldMutex = std::unique_ptr<void, MutexReleaser>;
 
-// Locks the file against others that do the same. Waits until GetTickCount64 reaches `end`.
-HeldMutex LockOut(const std::wstring& fileName, ULONGLONG end) {
+// Locks the file against others that do the same.
+HeldMutex LockOut(const std::wstring& fileName, Deadline deadline) {
   Handle mutex = OpenMutexOf(fileName);
-  const ULONGLONG now = GetTickCount64();
+  const auto left =
+      std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
   const DWORD result =
-      WaitForSingleObject(mutex.get(), now < end ? static_cast<DWORD>(end - now) : 0);
+      WaitForSingleObject(mutex.get(), static_cast<DWORD>(std::max<std::int64_t>(left.count(), 0)));
   // If it was abandoned, its owner ended during a save; the file is complete even then.
   if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED) {
     ThrowSystemFailure("another program holds the file's lock",
@@ -211,14 +212,13 @@ struct LockedFile::System {
   std::optional<FileState> state;
 };
 
-LockedFile::LockedFile(const FileName& name) : system(std::make_unique<System>()) {
-  constexpr ULONGLONG longestWait = 10'000;
-  const ULONGLONG end = GetTickCount64() + longestWait;
+LockedFile::LockedFile(const FileName& name, Deadline deadline)
+    : system(std::make_unique<System>()) {
   // A link can be changed while this waits for the lock of its old target.
   do {
     system->mutex.reset();
     system->name = FollowLinks(name.native());
-    system->mutex = LockOut(system->name, end);
+    system->mutex = LockOut(system->name, deadline);
   } while (FollowLinks(name.native()) != system->name);
 
   Handle& file = system->original;
@@ -244,11 +244,12 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
   return ReadOpenFile(system->original, system->status, limit, bytes);
 }
 
-bool LockedFile::Replace(const std::vector<std::string_view>& pieces, std::uint32_t permissions) {
+bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access* access) {
   Handle& original = system->original;
   const FILE_BASIC_INFO& old = system->status.basic;
   const bool replaces = original != nullptr;
-  const DWORD attributes = replaces ? old.FileAttributes : permissions;
+  DWORD attributes = old.FileAttributes;
+  if (!replaces && access != nullptr) attributes = access->attributes;
   TemporaryFile made(FolderPart(system->name), attributes);
   // First, so that only those who could read the old content can read the new.
   if (replaces) made.TakeOverAccessList(original);

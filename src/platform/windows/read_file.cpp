@@ -64,7 +64,7 @@ std::int64_t CurrentTime() noexcept {
 }
 
 // On ReFS two files can have the same 64-bit number, but hardly the same size and times as well.
-FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) noexcept {
+FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) {
   const auto join = [](DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
   };
@@ -72,8 +72,9 @@ FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedA
   FileState state{{file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
                    join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
                    status.basic.ChangeTime.QuadPart},
-                  file.dwFileAttributes};
+                  std::make_shared<const Access>(Access{file.dwFileAttributes})};
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
+  state.isYoung = IsYoung(state.identity, CurrentTime(), second);
   return state;
 }
 
