@@ -10,7 +10,8 @@ void Require(bool holds, const std::string& what) {
 
 TarvikCatalog::TarvikCatalog(const std::string& file) {
   Require(InitXMLList(&list) == XmlSuccess, "no list");
-  Require(OpenXML(list, file.c_str(), 0, 0, &cookie) == XmlSuccess, "Tarvik can't read " + file);
+  Require(OpenXML(list, file.c_str(), XmlOpenAtOnce, 0, &cookie) == XmlSuccess,
+          "Tarvik can't read " + file);
 }
 
 // Compact text nodes and no network are what makes libxml2 fastest here.

@@ -154,7 +154,7 @@ void OpenOrBeRefused(const std::string& file, std::uint32_t) {
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   InitXMLList(&list);
-  const std::uint32_t code = OpenXML(list, file.c_str(), 0, 0, &cookie);
+  const std::uint32_t code = OpenXML(list, file.c_str(), XmlOpenAtOnce, 0, &cookie);
   Require(code == XmlSuccess || code == XmlOutOfMemory, "neither opened nor refused");
   EndXMLList(&list);
 }

@@ -93,7 +93,7 @@ void CheckSession(const Parsed& parsed, FuzzedDataProvider choice) {
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   Require(InitXMLList(&list) == XmlSuccess);
-  const std::uint32_t opened = OpenXML(list, "f", 4, 0, &cookie);
+  const std::uint32_t opened = OpenXML(list, "f", XmlOpenAtOnce, 0, &cookie);
   Require(parsed.document != nullptr ? opened == XmlSuccess
                                      : opened == XmlOutOfMemory || opened == XmlFileNotText);
   if (opened == XmlSuccess) {

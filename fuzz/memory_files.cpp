@@ -3,8 +3,6 @@
 
 #include <map>
 
-#include "platform/platform.h"
-
 std::string& MemoryFile(const std::string& name) {
   static std::map<std::string, std::string> files;
   return files[name];
@@ -49,7 +47,5 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   system->state = StateOf(system->name);
   return true;
 }
-
-void Sleep(std::uint32_t) noexcept {}
 
 } // namespace platform

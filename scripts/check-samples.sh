@@ -12,7 +12,7 @@ source=$PWD
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/blocks" "$work/bin"
-cp "$build/bin/tarvik-cli-no-wait" "$work/bin/tarvik"
+cp "$build/bin/tarvik" "$work/bin/tarvik"
 export PATH=$work/bin:$PATH LC_ALL=C.UTF-8
 
 # Writes each block to <document>-<number>.<language>, with the name of its FILE in the first line.

@@ -142,7 +142,7 @@ class Session {
  public:
   explicit Session(const fs::path& file) {
     InitXMLList(&list);
-    code = OpenXML(list, file.c_str(), 0, 0, &cookie);
+    code = OpenXML(list, file.c_str(), XmlOpenAtOnce, 0, &cookie);
   }
   ~Session() { EndXMLList(&list); }
   Session(const Session&) = delete;

@@ -12,7 +12,7 @@ int main() {
   if (InitXMLList(&list) != XmlSuccess) return 2;
   for (std::string name; std::getline(std::cin, name);) {
     std::uint32_t cookie = 0;
-    const std::uint32_t code = OpenXML(list, name.c_str(), 0, 0, &cookie);
+    const std::uint32_t code = OpenXML(list, name.c_str(), XmlOpenAtOnce, 0, &cookie);
     if (code == XmlSuccess) CloseXML(list, cookie);
     std::printf("%u %s\n", static_cast<unsigned>(code), name.c_str());
   }

@@ -8,7 +8,7 @@
 Document::Document(const Options& options) : file(options.shownFile) {
   if (InitXMLList(&list) != XmlSuccess) throw std::bad_alloc();
   const std::uint32_t code =
-      OpenXML(list, options.file.c_str(), 0, options.encrypted ? 1 : 0, &cookie);
+      OpenXML(list, options.file.c_str(), XmlOpenAtOnce, options.encrypted ? 1 : 0, &cookie);
   if (code != XmlSuccess) {
     EndXMLList(&list);
     const Examination examination = Examine(options.file, options.encrypted);

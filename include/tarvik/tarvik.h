@@ -69,6 +69,9 @@ enum XmlResult
       43, // unknown encoding, bytes that are invalid in it, refused by the cipher, or too long
 };
 
+// As the encoding of OpenXML: open without the wait of a second.
+#define XmlOpenAtOnce UINT32_C(0x80000000)
+
 // The caller's open documents. Opaque: made by InitXMLList, released by EndXMLList.
 typedef struct XmlFileList XmlFileList; // NOLINT(modernize-use-using): for C
 
@@ -116,12 +119,12 @@ uint32_t TARVIK_CALL EndXMLList(XmlFileList** list);
 // Opens the XML file fileName and stores the document's cookie, a random number (0 included), in
 // *cookie. A file that the list already holds under the same name (letter case apart) is not read
 // again: its cookie comes back at once, and encoding and encrypted are ignored. An opening that
-// reads the file takes at least one second, unless it fails.
+// reads the file takes at least one second, unless it fails or encoding is XmlOpenAtOnce.
 //   fileName   is made absolute now, so saves reach this file whatever the working folder is then.
 //   The list remembers
 //              259 bytes of it: a file with a longer name is opened anew each time.
-//   encoding   has no effect. Read are UTF-8, UTF-16 with a byte-order mark, and what the XML
-//   declaration names if the
+//   encoding   XmlOpenAtOnce: the call does not wait. Any other value has no effect. Read are
+//   UTF-8, UTF-16 with a byte-order mark, and what the XML declaration names if the
 //              system can convert it (iconv; on Windows its code pages) and its bytes 1 to 127 are
 //              ASCII.
 //   encrypted  nonzero: the file is read, and later written, through corekit's cipher.

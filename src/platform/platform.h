@@ -33,15 +33,11 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// Random numbers, time
+// Random numbers
 
 // Fills target with `size` bytes, at most 256, from the system's cryptographically secure source.
 // False on failure.
 bool FillRandom(void* target, std::size_t size) noexcept;
-
-// Blocks the calling thread for at least that long. It has a source file of its own, so that tests
-// and benchmarks can replace it.
-void Sleep(std::uint32_t milliseconds) noexcept;
 
 // Memory
 //

@@ -1,5 +1,7 @@
+#include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include "host/ostrumxml/document.h"
@@ -85,13 +87,13 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   return XmlSuccess;
 }
 
-std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypted,
-                       std::uint32_t& cookie) {
-  const Ostrum::UTF_ENCODINGS encoding = GetXMLEncoding();
+std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding,
+                       std::int32_t encrypted, std::uint32_t& cookie) {
+  const Ostrum::UTF_ENCODINGS readAs = GetXMLEncoding();
   std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
   if (file == nullptr) return XmlFailure;
   std::string text;
-  std::uint32_t code = ReadText(*file, name, encoding, text);
+  std::uint32_t code = ReadText(*file, name, readAs, text);
   if (code != XmlSuccess) return code;
 
   using OwnedRecord = std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)>;
@@ -109,7 +111,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
 
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
   platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
-  platform::Sleep(1000);
+  if (encoding != XmlOpenAtOnce) std::this_thread::sleep_for(std::chrono::seconds(1));
   AppendXmlFile(&list, record.get());
   cookie = record->cookie;
   LogOpened(*record.release());
@@ -118,7 +120,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::int32_t encrypt
 
 } // namespace
 
-std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t,
+std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding,
                                   std::int32_t encrypted, std::uint32_t* cookie) {
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
@@ -127,7 +129,7 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
     return XmlSuccess;
   }
   try {
-    return OpenAnew(*list, fileName, encrypted, *cookie);
+    return OpenAnew(*list, fileName, encoding, encrypted, *cookie);
   } catch (...) {
     LogDetail(L"Failed to open ", fileName, L": unknown exception thrown while opening.");
     return XmlFailure;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <tuple>
 
 #include "registry/file_list.h"
@@ -20,7 +22,7 @@ class Opening : public testing::Test {
 
   std::uint32_t Open(const std::string& fileName, std::int32_t encrypted = 0) {
     log.Take();
-    return OpenXML(list, fileName.c_str(), 999, encrypted, &cookie); // the encoding has no effect
+    return OpenXML(list, fileName.c_str(), XmlOpenAtOnce, encrypted, &cookie);
   }
   // The last letters of the names in the list. Also checks its links.
   std::string Names() {
@@ -67,6 +69,32 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
   EXPECT_EQ(log.Take(),
             Lines{"Failed to find " + std::to_string(cookie) + " (cookie) in the xml file list."});
   EXPECT_EQ(Open(name), XmlFileNotFound);
+}
+
+TEST_F(Opening, WaitsOnceForEachFreshOpening) {
+  const std::string name = folder.Write("a.xml", "<a/>");
+  const auto secondsToOpen = [](const std::string& file, std::uint32_t encoding, int times) {
+    using Clock = std::chrono::steady_clock;
+    XmlFileList* own = nullptr;
+    std::uint32_t opened = 0;
+    InitXMLList(&own);
+    const Clock::time_point begin = Clock::now();
+    for (int i = 0; i < times; ++i) OpenXML(own, file.c_str(), encoding, 0, &opened);
+    const std::chrono::duration<double> taken = Clock::now() - begin;
+    EndXMLList(&own);
+    return taken.count();
+  };
+  std::vector<std::future<double>> waiting; // at the same time, since each takes a second
+  for (const std::uint32_t encoding : {0U, 4U, 0x7FFFFFFFU, 0x80000001U, 0xC0000000U, 0xFFFFFFFFU})
+    waiting.push_back(std::async(std::launch::async, secondsToOpen, name, encoding, 2));
+  for (std::future<double>& seconds : waiting) {
+    const double taken = seconds.get();
+    EXPECT_GE(taken, 1.0);
+    EXPECT_LT(taken, 1.9); // the second opening of the same list does not wait
+  }
+  EXPECT_LT(secondsToOpen(name, XmlOpenAtOnce, 2), 0.9);
+  EXPECT_LT(secondsToOpen(folder.Name("none.xml"), 0, 1), 0.9);
+  EXPECT_LT(secondsToOpen(folder.Write("cut.xml", "<a>"), 0, 1), 0.9);
 }
 
 TEST_F(Opening, RefusesWhatItCannotRead) {

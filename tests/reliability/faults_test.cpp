@@ -174,7 +174,7 @@ const struct Work {
     {"open", Opening, catalog, [](Opened d) { return d.Open(); }},
     {"open another encoding", Opening, gbk, [](Opened d) { return d.Open(); }},
     {"open what is open", Other, words,
-     [](Opened d) { return OpenXML(d.list, d.Name().c_str(), 4, 0, &d.cookie); }},
+     [](Opened d) { return OpenXML(d.list, d.Name().c_str(), XmlOpenAtOnce, 0, &d.cookie); }},
     {"close", Other, words, [](Opened d) { return CloseXML(d.list, d.cookie); }},
     {"group by value", Reading, words, [](Opened d) { return Group(d, "", "W\xF6rt\\\xE4&k=v"); }},
     {"group in a group", Reading, catalog,

@@ -33,7 +33,7 @@ TEST(Threads, LoseNothingAndMixNothingWhileTheSinkChanges) {
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   InitXMLList(&list);
-  ASSERT_EQ(OpenXML(list, document.Name().c_str(), 4, document.encrypted, &cookie), 0U);
+  ASSERT_EQ(OpenXML(list, document.Name().c_str(), XmlOpenAtOnce, document.encrypted, &cookie), 0U);
   for (int round = 0; round < 100; ++round) {
     const std::string value = std::to_string(round);
     if (round % 3 == 0) std::filesystem::remove(document.Name());

@@ -1,4 +1,4 @@
-// A document in a temporary file, opened through the library. Needs support/no_wait.cpp.
+// A document in a temporary file, opened through the library.
 #ifndef TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 #define TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 
@@ -24,7 +24,8 @@ class TestDocument {
   std::uint32_t Open() {
     EndXMLList(&list);
     const std::uint32_t code = InitXMLList(&list);
-    return code != XmlSuccess ? code : OpenXML(list, name.c_str(), 4, encrypted, &cookie);
+    return code != XmlSuccess ? code
+                              : OpenXML(list, name.c_str(), XmlOpenAtOnce, encrypted, &cookie);
   }
   void Reopen() {
     const std::uint32_t code = Open();
