@@ -291,8 +291,45 @@ Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
   }
 }
 
+// The sets of one document that have not reached its file.
+class WaitingSets final : public Ostrum::PendingChanges {
+ public:
+  struct Set {
+    std::string target; // of sets with equal targets, only the first and the last count
+    std::function<void(Ostrum::Document&)> apply;
+  };
+
+  void Add(Set set) {
+    sets.reserve(sets.size() + 1);
+    const auto isEarlier = [&](const Set& earlier) { return earlier.target == set.target; };
+    const auto first = std::find_if(sets.begin(), sets.end(), isEarlier);
+    if (first != sets.end())
+      sets.erase(std::remove_if(first + 1, sets.end(), isEarlier), sets.end());
+    sets.push_back(std::move(set));
+  }
+
+  void ApplyTo(Ostrum::Document& other) const override {
+    for (const Set& set : sets) {
+      try {
+        set.apply(other);
+      } catch (const std::bad_alloc&) {
+        throw;
+      } catch (const std::exception&) {
+        if (&set == &sets.back()) throw;
+      }
+    }
+  }
+
+  void HaveReachedFile() noexcept override { sets.clear(); }
+
+ private:
+  std::vector<Set> sets;
+};
+
 // Changes the document, either by the whole request or not at all, and then the file.
 void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& record) try {
+  if (record.waitingSets == nullptr) record.waitingSets = new WaitingSets;
+  auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
   const SetWalk walk(*request, *record.document, FindLogged);
   const auto firstMade = std::ranges::find_if(walk.Found(), &Element::IsCreated);
   const auto parsedSteps = static_cast<std::size_t>(firstMade - walk.Found().begin());
@@ -304,12 +341,12 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
   const auto findInOther = [request, parsedSteps](Element* parent, const SetStep& step) {
     return FindSilently(parent, step, &step >= request->steps.data() + parsedSteps);
   };
-  record.file->Await({request->target, [request, findInOther](Ostrum::Document& other) {
-                        SetWalk(*request, other, findInOther).CarryOut(nullptr);
-                      }});
+  waiting.Add({request->target, [request, findInOther](Ostrum::Document& other) {
+                 SetWalk(*request, other, findInOther).CarryOut(nullptr);
+               }});
   ElementMap::KeyChain key(*record.elementMap, request->longestKey);
   walk.CarryOut(&key);
-  record.file->Save(*record.document);
+  record.file->Save(*record.document, waiting);
 } catch (const std::bad_alloc&) {
   throw;
 } catch (const std::exception& failure) {

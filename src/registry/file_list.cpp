@@ -98,6 +98,7 @@ void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   delete record->elementMap;
   delete record->document;
   delete record->file;
+  delete record->waitingSets;
 }
 
 void FreeXmlFile(XmlFileRecord* record) noexcept {

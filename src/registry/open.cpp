@@ -1,6 +1,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -26,7 +27,7 @@ void LogOpened(const XmlFileRecord& record) noexcept {
   LogDetail(L"Opened ", record.fileName, L" (", record.cookie, L") successfully.");
 }
 
-std::uint32_t CodeOfReadResult(long result) noexcept {
+std::uint32_t CodeOfReadResult(Ostrum::ReadResult result) noexcept {
   if (result == Ostrum::ReadNoFile) return XmlFileNotFound;
   if (result == Ostrum::ReadUnreadable) return XmlFileUnreadable;
   if (result == Ostrum::ReadNoMemory) return XmlOutOfMemory;
@@ -34,12 +35,10 @@ std::uint32_t CodeOfReadResult(long result) noexcept {
   return XmlFileNotText;
 }
 
-// The encoding passed to the reader, whatever the caller asked for. The reader detects the encoding
-// itself.
-Ostrum::UTF_ENCODINGS GetXMLEncoding() noexcept {
+// Only logs, since the reader detects the encoding itself.
+void GetXMLEncoding() noexcept {
   const Trace trace(L"GetXMLEncoding");
   LogDetail(L"Returned encoding for UTF-8");
-  return Ostrum::UTF_8;
 }
 
 // Null if the name cannot be converted.
@@ -55,12 +54,19 @@ std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
                                                 encrypted ? &KCryptWrap::encrypt_data : nullptr);
 }
 
-std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, Ostrum::UTF_ENCODINGS encoding,
-                       std::string& text) {
-  unsigned long byteCount = 0;
-  const long result = file.ReadBufferFromFileNoExp(text, encoding, byteCount);
-  if (result >= 0) return XmlSuccess;
-  LogDetail(L"Failed to open ", name, L":  ", result);
+std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, std::string& text) {
+  auto result = Ostrum::ReadFailed;
+  try {
+    text = file.Read().utf8;
+    return XmlSuccess;
+  } catch (const Ostrum::ReadFailure& failure) {
+    corekit::logError(L"ostrumxml", corekit::KString(failure.what()));
+    result = failure.result;
+  } catch (const std::bad_alloc&) {
+    result = Ostrum::ReadNoMemory;
+  } catch (...) {
+  }
+  LogDetail(L"Failed to open ", name, L":  ", long{result});
   return CodeOfReadResult(result);
 }
 
@@ -89,11 +95,11 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
 
 std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding,
                        std::int32_t encrypted, std::uint32_t& cookie) {
-  const Ostrum::UTF_ENCODINGS readAs = GetXMLEncoding();
+  GetXMLEncoding();
   std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
   if (file == nullptr) return XmlFailure;
   std::string text;
-  std::uint32_t code = ReadText(*file, name, readAs, text);
+  std::uint32_t code = ReadText(*file, name, text);
   if (code != XmlSuccess) return code;
 
   using OwnedRecord = std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)>;

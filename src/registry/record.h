@@ -13,7 +13,8 @@
 inline constexpr std::uint32_t bufferSize = 260;
 
 // Allocated zero-filled with calloc and released with free. Owns its document, the document's file
-// and its element map.
+// its element map
+// and the waiting sets.
 struct XmlFileRecord {
   XmlFileRecord* prev;
   XmlFileRecord* next;
@@ -21,9 +22,10 @@ struct XmlFileRecord {
                              // lines
   std::uint32_t cookie;
   Ostrum::Document* document;
-  Ostrum::DocumentFile* file; // has the complete name
-  ElementMap* elementMap;     // has at least the root's entry once the record is in a list
-  std::int32_t encrypted;     // nonzero: the file is read and written through the cipher
+  Ostrum::DocumentFile* file;          // has the complete name
+  Ostrum::PendingChanges* waitingSets; // those that have not reached the file; null until the first
+  ElementMap* elementMap;              // has at least the root's entry once the record is in a list
+  std::int32_t encrypted;              // nonzero: the file is read and written through the cipher
 };
 
 // One caller's open documents, oldest first. Allocated zero-filled with calloc and released with

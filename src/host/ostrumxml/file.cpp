@@ -1,10 +1,14 @@
 #include "host/ostrumxml/file.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <climits>
+#include <filesystem>
+#include <fstream>
 #include <new>
-#include <stdexcept>
+#include <string_view>
+#include <system_error>
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/document.h"
@@ -17,71 +21,88 @@ namespace {
 
 void Log(const wchar_t* line) noexcept { corekit::logDetail(L"ostrumxml", line); }
 
+// The system's reason, as far as it can be found out afterwards.
+std::string WhyUnreadable(const platform::FileName& name) {
+  std::error_code failure;
+  const std::filesystem::file_status status = std::filesystem::status(name, failure);
+  if (!failure && is_directory(status)) return "is a directory";
+  if (!failure && !is_regular_file(status)) return "is not a regular file";
+  if (!failure && !std::ifstream(name)) failure.assign(errno, std::generic_category());
+  return failure ? "cannot be read: " + failure.message() : "cannot be read";
+}
+
+void RequireDone(platform::ReadStatus status, const platform::FileName& name) {
+  using platform::ReadStatus;
+  if (status == ReadStatus::Missing) throw ReadFailure(ReadNoFile, "does not exist");
+  if (status == ReadStatus::Unreadable) throw ReadFailure(ReadUnreadable, WhyUnreadable(name));
+  if (status == ReadStatus::TooLong) throw ReadFailure(ReadTooLong, "is longer than 2 GB");
+}
+
+// Calls the attempt, which is given the locked file, until it succeeds. It returns false if another
+// program has changed the file since it was examined.
+template <class Attempt>
+void RetryWhileChanging(const platform::FileName& name, Attempt attempt) {
+  constexpr int maxAttempts = 100;
+  const auto deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
+  for (int attempts = 0; attempts < maxAttempts; ++attempts) {
+    platform::LockedFile file(name, deadline);
+    if (attempt(file)) return;
+  }
+  throw std::runtime_error("another program keeps changing the file");
+}
+
 } // namespace
 
-long DocumentFile::ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
-                                           unsigned long& byteCount) noexcept try {
+FileText DecodeBytes(std::string bytes, ByteFilter decrypt) {
+  if (decrypt != nullptr && !decrypt(bytes, bytes))
+    throw ReadFailure(ReadRefused, "is damaged, encrypted with another key, or not encrypted");
+  FileText text;
+  if (const auto failure = DecodeFile(std::move(bytes), text.utf8, text.encoding)) {
+    if (!failure->offset) throw ReadFailure(ReadBadEncoding, failure->reason);
+    const std::string_view before = std::string_view(bytes).substr(0, *failure->offset);
+    const std::size_t lineStart = before.rfind('\n') + 1; // 0 in the first line
+    throw ReadFailure(ReadBadEncoding, failure->reason,
+                      static_cast<int>(std::ranges::count(before, '\n')) + 1,
+                      static_cast<int>(before.size() - lineStart) + 1);
+  }
+  // Decoded text can be longer than the file.
+  if (text.utf8.size() > INT_MAX) throw ReadFailure(ReadTooLong, "is longer than 2 GB in UTF-8");
+  return text;
+}
+
+std::string DocumentFile::ReadBytes() {
   platform::ExpectLargeAllocations();
   std::string bytes;
-  const platform::ReadStatus status = platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen);
-  if (status == platform::ReadStatus::Missing) return ReadNoFile;
-  if (status == platform::ReadStatus::Unreadable) return ReadUnreadable;
-  if (status == platform::ReadStatus::TooLong) return ReadTooLong;
-  byteCount = static_cast<unsigned long>(bytes.size());
-  return Decode(std::move(bytes), text, encoding);
-} catch (const std::bad_alloc&) {
-  return ReadNoMemory;
-} catch (...) {
-  return ReadFailed;
+  RequireDone(platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen), name);
+  return bytes;
 }
 
-long DocumentFile::Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const {
-  if (decrypt != nullptr && !decrypt(bytes, bytes)) return ReadRefused;
-  std::string decoded;
-  if (const auto failure = DecodeFile(std::move(bytes), decoded, encoding)) {
-    Log(corekit::KString(failure->reason.c_str()));
-    return ReadBadEncoding;
-  }
-  if (decoded.size() > INT_MAX) return ReadTooLong; // decoded text can be longer than the file
-  text = std::move(decoded);
-  return ReadDone;
-}
-
-void DocumentFile::Await(Change change) {
-  waiting.reserve(waiting.size() + 1);
-  // Setting an item repeatedly while the file cannot be written must not fill the memory. The first
-  // change is kept, because it creates elements that later changes need.
-  const auto isEarlier = [&](const Change& earlier) { return earlier.target == change.target; };
-  const auto first = std::find_if(waiting.begin(), waiting.end(), isEarlier);
-  if (first != waiting.end())
-    waiting.erase(std::remove_if(first + 1, waiting.end(), isEarlier), waiting.end());
-  waiting.push_back(std::move(change));
-}
-
-void DocumentFile::Save(Document& document) try {
-  constexpr int mostLooks = 100;
-  const auto deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
-  for (int looks = 0; looks < mostLooks; ++looks) {
-    platform::LockedFile file(name, deadline);
+SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) try {
+  auto outcome = SaveOutcome::WroteOwnText;
+  RetryWhileChanging(name, [&](platform::LockedFile& file) {
     const bool isAsLeft = IsAsLeft(file);
     const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
-    if (theirs) CarryOutOn(*theirs);
+    if (theirs) changes.ApplyTo(*theirs);
     const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
-    // Write returns false if another program has changed or created the file since it was examined.
     if (!Write(file, theirs ? theirs->Generate() : document.Generate(),
                theirs ? nullptr : LastAccess(file)))
-      continue;
+      return false;
 
     lastSeen = *file.State();
     holdsOwnText = writesOwnText;
-    waiting.clear();
-    if (!isAsLeft && !theirs)
+    changes.HaveReachedFile();
+    if (!isAsLeft && !theirs) {
       Log(L"The file was no longer well-formed: the document was written over it");
-    if (!holdsOwnText)
+      outcome = SaveOutcome::WroteOverDamage;
+    }
+    if (!holdsOwnText) {
       Log(L"The save was merged with what another program had written to the file");
-    return file.FlushFolder();
-  }
-  throw std::runtime_error("another program keeps changing the file");
+      outcome = SaveOutcome::Merged;
+    }
+    file.FlushFolder();
+    return true;
+  });
+  return outcome;
 } catch (const std::exception& reason) {
   whyNotSaved = reason.what();
   throw;
@@ -115,14 +136,9 @@ bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
 std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file,
                                                   Document& document) const {
   std::string bytes;
-  if (file.Read(INT_MAX, bytes) != platform::ReadStatus::Done)
-    throw std::runtime_error("cannot read the file again");
+  RequireDone(file.Read(INT_MAX, bytes), name);
   if (bytes.empty()) return nullptr;
-  std::string text;
-  UTF_ENCODINGS encoding = UTF_8;
-  if (Decode(std::move(bytes), text, encoding) != ReadDone) {
-    throw std::runtime_error("the file can no longer be decrypted or decoded");
-  }
+  std::string text = DecodeBytes(std::move(bytes), decrypt).utf8;
   const auto length = static_cast<int>(text.size());
   PARSER_ERROR error = NO_PARSER_ERROR;
   int line = 0;
@@ -136,16 +152,16 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
   return theirs;
 }
 
-void DocumentFile::CarryOutOn(Document& theirs) const {
-  for (const Change& change : waiting) {
-    try {
-      change.carryOut(theirs);
-    } catch (const std::bad_alloc&) {
-      throw;
-    } catch (const std::exception&) {
-      if (&change == &waiting.back()) throw;
-    }
-  }
+void RewriteFile(const platform::FileName& name, ByteFilter convert) {
+  RetryWhileChanging(name, [&](platform::LockedFile& file) {
+    std::string bytes;
+    RequireDone(file.State() ? file.Read(INT_MAX, bytes) : platform::ReadStatus::Missing, name);
+    std::string converted;
+    if (!convert(bytes, converted)) throw ReadFailure(ReadRefused, "cannot be converted");
+    if (!file.Replace({converted}, nullptr)) return false;
+    file.FlushFolder();
+    return true;
+  });
 }
 
 } // namespace Ostrum

@@ -2,9 +2,8 @@
 #ifndef TARVIK_HOST_OSTRUMXML_FILE_H
 #define TARVIK_HOST_OSTRUMXML_FILE_H
 
-#include <functional>
+#include <stdexcept>
 #include <string>
-#include <vector>
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/read/decode.h"
@@ -12,78 +11,106 @@
 
 namespace Ostrum {
 
-// Converts a file's bytes when it is read or written. False rejects them. May throw std::bad_alloc.
+// Converts a file's bytes when it is read or written. False rejects them. May throw.
 using ByteFilter = bool (*)(const std::string& input, std::string& output);
 
-// Why a file could not be read. Values of 0 and above mean success.
 enum ReadResult : long {
-  ReadDone = 0,
   ReadFailed = -2, // an unexpected exception
   ReadNoMemory = -3,
-  ReadUnreadable =
-      -42, // exists, but there is no permission, it is not a regular file, or an I/O error occurred
+  ReadUnreadable = -42,  // no permission, not a regular file, or an I/O error
   ReadNoFile = -44,      // no file of that name
   ReadBadEncoding = -45, // unsupported or invalid encoding
   ReadRefused = -46,     // the decrypt filter rejected the bytes
-  ReadTooLong = -47,     // longer than INT_MAX
+  ReadTooLong = -47,     // longer than INT_MAX bytes
 };
 
-// A change of a document that can also be applied to another document.
-struct Change {
-  std::string target; // of changes with equal targets, only the first and the last count
-  // If the document does not allow the change, throws std::invalid_argument or std::runtime_error
-  // and changes nothing.
-  std::function<void(Document&)> carryOut;
+// Why a file or bytes cannot be read. what() continues a sentence that begins with the file's name,
+// "is a directory", in the locale's character set.
+class ReadFailure : public std::runtime_error {
+ public:
+  ReadFailure(ReadResult why, const std::string& words, int atLine = 0, int atColumn = 0)
+      : std::runtime_error(words), result(why), line(atLine), column(atColumn) {}
+
+  const ReadResult result;
+  // The place of the first invalid byte, both from 1, in bytes; 0 if the failure has no place.
+  const int line;
+  const int column;
+};
+
+// A file's text for ParseXML: UTF-8, with a byte-order mark if the file is UTF-8 with one. A
+// declaration of another encoding is changed to UTF-8.
+struct FileText {
+  std::string utf8;
+  UTF_ENCODINGS encoding = UTF_8; // of the file; NO_ENCODING if it has no value
+};
+
+// The text of a file whose bytes were read. decrypt may be null. Throws ReadFailure, what the
+// filter throws, and std::bad_alloc.
+FileText DecodeBytes(std::string bytes, ByteFilter decrypt);
+
+// Changes that were made to a document and have not reached its file.
+class PendingChanges {
+ public:
+  // Makes the changes in another document: what the file holds by now. Throws, with the reason, to
+  // make the save fail; the other document is then discarded. May be called several times, each
+  // time with a new document.
+  virtual void ApplyTo(Document& other) const = 0;
+
+  // Called by a save once the file holds the changes, even if the save fails after that.
+  virtual void HaveReachedFile() noexcept {}
+
+  virtual ~PendingChanges() = default;
+};
+
+enum class SaveOutcome {
+  WroteOwnText,
+  Merged,          // with what another program had written
+  WroteOverDamage, // over a text that was not well-formed
 };
 
 // The file of one document: its absolute name, and its state when it was last read or written. If
 // another program has changed the file since, a save does not overwrite that change: it applies the
-// unsaved changes to the file's new text.
+// pending changes to the file's new text.
 class DocumentFile {
  public:
   // The filters are null for a file that is not encrypted.
   DocumentFile(platform::FileName fileName, ByteFilter decryptBytes, ByteFilter encryptBytes)
       : name(std::move(fileName)), decrypt(decryptBytes), encrypt(encryptBytes) {}
 
-  // Reads the whole file as text for ParseXML. The text is UTF-8, with a byte-order mark if the
-  // file is UTF-8 with one; a declaration of another encoding is changed to UTF-8. encoding is
-  // output only: the encoding found (NO_ENCODING if it has no value). byteCount receives the file's
-  // size in bytes. Never throws; text is changed on success only.
-  long ReadBufferFromFileNoExp(std::string& text, UTF_ENCODINGS& encoding,
-                               unsigned long& byteCount) noexcept;
+  // Reads the whole file, not decrypted. Throws ReadFailure and std::bad_alloc.
+  std::string ReadBytes();
+  // Reads, decrypts and decodes the whole file. Throws as ReadBytes and DecodeBytes do.
+  FileText Read() { return DecodeBytes(ReadBytes(), decrypt); }
 
-  // Queues the change for the next save. Call it before changing the document, so that running out
-  // of memory cannot lose a change. Throws std::bad_alloc.
-  void Await(Change change);
-
-  // Writes the document, with all queued changes, to the file in one atomic step, in UTF-8. If
-  // another program has changed the file, a log line of "ostrumxml" tells what was done with its
-  // text. Throws std::bad_alloc, or another exception with the reason: the file cannot be written,
-  // it now holds another document, or its text does not allow the last queued change (an earlier
-  // one is then skipped). The file is then complete, and the queued changes stay queued, unless the
-  // new file is in place and only flushing its folder failed.
-  void Save(Document& document);
+  // Writes the document, which contains the pending changes already, to the file in one atomic
+  // step, in UTF-8. If another program has changed the file, a log line of "ostrumxml" tells what
+  // was done with its text. Throws std::bad_alloc, or another exception with the reason: the file
+  // cannot be written, it now holds another document, or what ApplyTo threw. The file is then
+  // complete, the old or the new one.
+  SaveOutcome Save(Document& document, PendingChanges& changes);
 
   // The message of the exception that the last failed save threw; empty if none has failed.
   const std::string& WhyNotSaved() const { return whyNotSaved; }
 
  private:
-  long Decode(std::string&& bytes, std::string& text, UTF_ENCODINGS& encoding) const;
   bool Write(platform::LockedFile& file, const GeneratedText& text,
              const platform::Access* access) const;
   const platform::Access* LastAccess(const platform::LockedFile& file) const;
   bool IsAsLeft(const platform::LockedFile& file) const;
   std::unique_ptr<Document> ReadAgain(const platform::LockedFile& file, Document& document) const;
-  void CarryOutOn(Document& theirs) const;
 
   platform::FileName name;
   ByteFilter decrypt;
   ByteFilter encrypt;
   platform::FileState lastSeen;
   bool holdsOwnText = true; // whether the file, when last seen, held the document's text
-  std::vector<Change> waiting;
   std::string whyNotSaved;
 };
+
+// Replaces the file's bytes, whatever they are, by what the filter makes of them, in one atomic
+// step. Throws ReadFailure, also if the filter rejects the bytes, what the filter throws, and
+// std::system_error if the file cannot be written.
+void RewriteFile(const platform::FileName& name, ByteFilter convert);
 
 } // namespace Ostrum
 
