@@ -158,9 +158,9 @@ class Session {
   // list attributes.
   Tree Describe(const Tree& other) const {
     Tree tree;
-    std::vector<Ostrum::Element*> open{&list->head->document->GetRoot()};
+    std::vector<Ostrum::Element> open{list->head->document->GetRoot()};
     while (!open.empty()) {
-      Ostrum::Element& element = *open.back();
+      const Ostrum::Element element = open.back();
       open.pop_back();
       Entry entry{std::string(element.GetName()), element.GetValue(), {}};
       if (tree.size() < other.size()) {
@@ -171,8 +171,7 @@ class Session {
       }
       tree.push_back(std::move(entry));
       const std::size_t first = open.size();
-      for (auto child = element.Begin(); !(child == element.End()); ++child)
-        open.push_back(&*child);
+      for (auto child = element.Begin(); !(child == element.End()); ++child) open.push_back(*child);
       std::reverse(open.begin() + static_cast<std::ptrdiff_t>(first), open.end());
     }
     return tree;

@@ -74,9 +74,9 @@ Document::GroupId Document::Open(const Place& place, std::size_t steps) const {
 std::optional<std::string> Document::Read(const Place& place, const std::string& attribute) const {
   const auto& [element, name, number, position] = place.back();
   const bool isText = attribute.empty();
-  const Ostrum::Attribute found = element->GetAttribute(attribute);
+  const Ostrum::Attribute found = element.GetAttribute(attribute);
   if (!isText && found.IsNull()) return std::nullopt;
-  const std::string inDocument = isText ? element->GetValue() : found.GetValue();
+  const std::string inDocument = isText ? element.GetValue() : found.GetValue();
   auto value = ToLocale(inDocument); // its size is the buffer's
   if (!value) {
     Fail(PathOf(place) + ": the locale's character set (" + std::setlocale(LC_CTYPE, nullptr) +

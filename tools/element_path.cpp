@@ -41,17 +41,17 @@ std::vector<Step> Named(const Element& parent, const std::string& name,
     if (HasForm(child->GetName())) ++position;
     if (child->GetName() != name) continue;
     ++number;
-    if (Passes(*child, component)) steps.push_back({&*child, name, number, position});
+    if (Passes(*child, component)) steps.push_back({*child, name, number, position});
   }
   return steps;
 }
 
-Way FollowFrom(Element& root, const std::vector<PathComponent>& path, std::size_t first) {
-  const Step start{&root, std::string(root.GetName())};
+Way FollowFrom(const Element& root, const std::vector<PathComponent>& path, std::size_t first) {
+  const Step start{root, std::string(root.GetName())};
   Way way{{start}, {start}, first};
   for (; way.followed < path.size(); ++way.followed) {
     const std::uint32_t occurrence = path[way.followed].occurrence;
-    way.matches = Children(*way.place.back().element, path[way.followed]);
+    way.matches = Children(way.place.back().element, path[way.followed]);
     if (way.matches.size() < occurrence) break;
     way.place.push_back(way.matches[occurrence - 1]);
   }
@@ -130,7 +130,7 @@ std::vector<Step> Children(const Element& parent, const PathComponent& component
 }
 
 // A child with the root's name is tried before the root, so that every listed path can be used.
-Way Follow(Element& root, const std::vector<PathComponent>& path) {
+Way Follow(const Element& root, const std::vector<PathComponent>& path) {
   Way way = FollowFrom(root, path, 0);
   if (way.followed == path.size()) return way;
   const PathComponent& front = path.front();
@@ -140,7 +140,7 @@ Way Follow(Element& root, const std::vector<PathComponent>& path) {
 }
 
 std::string WhyMissing(const Place& parent, const PathComponent& component) {
-  const Element& element = *parent.back().element;
+  const Element& element = parent.back().element;
   const auto& [text, name, attribute, value, occurrence] = component;
   const bool wantsAttribute = text == name && !attribute.empty(); // asked for with --attribute
   const std::size_t count = Children(element, component).size();

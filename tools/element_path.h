@@ -27,7 +27,7 @@ std::vector<PathComponent> SplitPath(std::string path, std::uint32_t occurrence 
 std::uint32_t NumberIn(std::string_view digits);
 
 struct Step {
-  Element* element;
+  Element element;
   std::string name;
   std::uint32_t number = 1; // among the parent's children of exactly that name, from 1
   std::uint32_t position =
@@ -54,7 +54,7 @@ struct Way {
   std::vector<Step> matches; // of the last component looked up
   std::size_t followed;      // number of components found
 };
-Way Follow(Element& root, const std::vector<PathComponent>& path);
+Way Follow(const Element& root, const std::vector<PathComponent>& path);
 
 // For example "no element Time in Network; there is Timeout".
 std::string WhyMissing(const Place& parent, const PathComponent& component);

@@ -22,7 +22,7 @@ class TreeWalk {
 
   void Walk() {
     place = {topPlace.front()};
-    levels.emplace_back(*place.front().element, 0, "");
+    levels.emplace_back(place.front().element, 0, "");
     while (!levels.empty())
       levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
   }
@@ -55,28 +55,28 @@ class TreeWalk {
   };
 
   void Visit(Level& level) {
-    Element& element = *level.next;
+    const Element element = *level.next;
     ++level.next;
     SameName& same = level.names.at(element.GetName());
     const bool hasForm = HasForm(same.name);
-    const Step step{&element, std::string(same.name), ++same.visited,
+    const Step step{element, std::string(same.name), ++same.visited,
                     level.position += hasForm ? 1 : 0};
     for (SameName* each = &same; hasForm && each != nullptr; each = each->beginning) ++each->begun;
     const bool isAbove = levels.size() < topPlace.size();
-    if (isAbove && topPlace[levels.size()].element != &element) return;
+    if (isAbove && topPlace[levels.size()].element != element) return;
 
     const std::string text = step.Text();
     path.resize(level.pathSize);
     path += (path.empty() ? "" : "\\") + text;
     place.resize(levels.size());
     const bool isAmbiguous =
-        isAbove ? Children(*place.back().element, {text, text, "", ""}).front().element != &element
+        isAbove ? Children(place.back().element, {text, text, "", ""}).front().element != element
                 : Hides(same, text);
     place.push_back(step);
     if (!hasForm) Remark(": the locale's character set can't represent it");
     const Document::GroupId id =
         options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
-    const bool isLeaf = element.Begin() == element.End();
+    const bool isLeaf = element.FirstChild().IsNull();
     if (!isAbove) ListOne(id, isLeaf);
     if (isAmbiguous) Remark(": stands for two elements, and leads to the one with the longer name");
     const bool isDeepest = isLeaf || place.size() - topPlace.size() == options.depth;

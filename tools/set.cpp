@@ -32,7 +32,7 @@ class SetPlan {
       SetAttributeAt(place, item, value);
     } else {
       if (place.size() == 1) Refuse("the library can't set the root's own text");
-      static_cast<Ostrum::Value>(*place.back().element).Set(value);
+      static_cast<Ostrum::Value>(place.back().element).Set(value);
       name = place.back().name;
       place.pop_back();
     }
@@ -58,12 +58,12 @@ class SetPlan {
   // element.
   void RequireTaken(const Place& place, std::size_t step) {
     const Step& wanted = place[step];
-    Step first{nullptr, ""};
-    for (std::uint32_t n = 1;
-         first.element == nullptr || !(first.name.empty() || HasForm(first.name)); ++n) {
-      first.element = &place[step - 1].element->NthChild(Ostrum::NameMatch::Prefix, wanted.name, n);
-      first.name = first.element->GetName();
-    }
+    Step first{};
+    std::uint32_t n = 0;
+    do {
+      first.element = place[step - 1].element.NthChild(Ostrum::NameMatch::Prefix, wanted.name, ++n);
+      first.name = first.element.GetName();
+    } while (!first.element.IsNull() && !HasForm(first.name));
     if (first.element == wanted.element) return;
     const Place parent(place.begin(), place.begin() + static_cast<std::ptrdiff_t>(step));
     shown = PathBelow(parent, wanted.Text());
@@ -76,17 +76,17 @@ class SetPlan {
     shown = PathBelow(place, component.text);
     if (!component.attribute.empty())
       Refuse(WhyMissing(place, component) + ", and set makes none for a filter");
-    Element& parent = *place.back().element;
-    place.push_back({&Element::null, component.name});
+    Element parent = place.back().element;
+    place.push_back({Element(), component.name});
     RequireTaken(place, place.size() - 1);
-    place.back().element = &parent.AddElementInto(component.name);
-    if (place.back().element->IsNull()) Refuse(WhyNotMade(parent, component.name));
+    place.back().element = parent.AddElementInto(component.name);
+    if (place.back().element.IsNull()) Refuse(WhyNotMade(parent, component.name));
     NoteMade(shown);
   }
 
   void SetAttributeAt(const Place& place, const std::string& name, const std::string& value) {
     if (value.empty()) Refuse("the library can't give an attribute an empty value");
-    Element& element = *place.back().element;
+    Element element = place.back().element;
     Ostrum::Attribute attribute = element.GetAttribute(name);
     const bool isNew = attribute.IsNull();
     const std::string inElement = name + " in " + PathOf(place);

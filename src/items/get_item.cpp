@@ -89,17 +89,12 @@ std::uint32_t AttributeMissing(const ItemRequest& request) {
   return Missing(request, request.attributeName, L" (attribute) not found in the element map.");
 }
 
-// The element that the path is a key of; null when there is none.
-Element* FindKnownElement(const XmlFileRecord& record, const char* path) {
+// The element that the path is a key of; the null element if there is none.
+Element FindKnownElement(const XmlFileRecord& record, const char* path) {
   char buffer[bufferSize];
   std::string_view key = PathBelowRoot(record, path, buffer);
   if (key.empty()) key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
   return record.elementMap->Find(key);
-}
-
-Element* FirstChild(const Element& parent) noexcept {
-  const auto first = parent.Begin();
-  return first == parent.End() ? nullptr : &*first;
 }
 
 // Children count from 1: 0, which stands for every negative index, finds none.
@@ -108,17 +103,17 @@ std::uint32_t CountedIndex(const ItemRequest& request) noexcept {
 }
 
 // Index 0 takes the first child, whatever its name.
-Element* FindChild(const Element& parent, const ItemRequest& request) {
-  if (request.index == 0) return FirstChild(parent);
+Element FindChild(const Element& parent, const ItemRequest& request) {
+  if (request.index == 0) return parent.FirstChild();
   return FindNthChild(parent, Ostrum::NameMatch::Exact, request.itemName, CountedIndex(request));
 }
 
 std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) {
-  const Element* const child = FindChild(element, request);
-  if (child == nullptr) return ElementMissing(request);
+  const Element child = FindChild(element, request);
+  if (child.IsNull()) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(element, *child, request.value.Capacity()).Text());
+  request.value.Store(ItemValue(element, child, request.value.Capacity()).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ",
             request.value.Text(), L".");
   return XmlSuccess;
@@ -151,18 +146,17 @@ std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attri
 std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
                                  const ItemRequest& request) {
   const std::string_view* const name = attributeName.Text() ? &*attributeName.Text() : nullptr;
-  const Element* const child =
-      request.index == 0
-          ? FirstChild(element)
-          : FindNthChildWithAttribute(element, request.itemName, name, CountedIndex(request));
-  if (child == nullptr) return ElementMissing(request);
+  const Element child = request.index == 0 ? element.FirstChild()
+                                           : FindNthChildWithAttribute(element, request.itemName,
+                                                                       name, CountedIndex(request));
+  if (child.IsNull()) return ElementMissing(request);
   if (name == nullptr) return AttributeMissing(request);
-  const Attribute attribute = child->GetAttribute(*name);
+  const Attribute attribute = child.GetAttribute(*name);
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
   if (KindOf(request.valueType) == ItemKind::Attribute) {
     return FoundAttribute(element, attribute, request, L" (attribute).");
   }
-  return FoundAttribute(element, *child, request, L" (element).");
+  return FoundAttribute(element, child, request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
@@ -176,13 +170,13 @@ std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) 
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
   RequireGiven(request.path, request.itemName, request.itemType);
-  const Element* element = FindKnownElement(record, request.path);
-  if (element == nullptr || element->IsNull()) {
+  const Element element = FindKnownElement(record, request.path);
+  if (element.IsNull()) {
     return Missing(request, request.path, L" not found in the element map.");
   }
   const ItemKind kind = KindOf(request.itemType);
-  if (kind == ItemKind::Element) return ReadChildText(*element, request);
-  if (kind == ItemKind::Attribute) return ReadAttribute(*element, request);
+  if (kind == ItemKind::Element) return ReadChildText(element, request);
+  if (kind == ItemKind::Attribute) return ReadAttribute(element, request);
   return XmlSuccess;
 }
 

@@ -167,17 +167,17 @@ void RequirePlace(const Element& element) {
           "the element stands in an entity's text and has no place of its own in the file");
 }
 
-void Set(Element& element, const SetAttribute& attribute) {
+void Set(Element element, const SetAttribute& attribute) {
   Ostrum::Attribute target = element.GetAttribute(attribute.name.utf8);
   if (target.IsNull()) target = element.CreateAttribute(attribute.name.utf8);
   static_cast<Ostrum::Value>(target).Set(attribute.value.utf8);
 }
 
-Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
+Element Add(Element parent, const SetStep& step, ElementMap::KeyChain* key) {
   // Prepare first: if entering the key could fail later, the next set would find the new element
   // and never enter its key.
   if (key != nullptr) key->Prepare();
-  Element& child = parent.AddElementInto(step.name.utf8);
+  const Element child = parent.AddElementInto(step.name.utf8);
   if (child.IsNull()) {
     LogError(L"Failed to add element to parent node. Cannot continue");
     throw std::runtime_error("the element was refused");
@@ -186,7 +186,8 @@ Element& Add(Element& parent, const SetStep& step, ElementMap::KeyChain* key) {
   return child;
 }
 
-void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap::KeyChain& key) {
+void EnterAttribute(const SetAttribute& attribute, const Element& element,
+                    ElementMap::KeyChain& key) {
   for (const std::string_view part :
        {"&", attribute.name.given.c_str(), "=", attribute.value.given.c_str()}) {
     key.Append(part);
@@ -201,93 +202,92 @@ void EnterAttribute(const SetAttribute& attribute, Element& element, ElementMap:
 // missing.
 class SetWalk {
  public:
-  // Returns the child, or null if it must be created. parent is null if it must be created itself.
-  using FindChild = std::function<Element*(Element* parent, const SetStep& step)>;
+  // Returns the child, or the null element if it must be created. parent is null if it must be
+  // created itself.
+  using FindChild = std::function<Element(const Element& parent, const SetStep& step)>;
 
   // Finds the existing elements and checks the whole request before anything is changed. Throws
   // std::invalid_argument if the document does not allow a part of it, what the search throws, or
   // std::bad_alloc. Request and document must outlive this.
   SetWalk(const SetRequest& setRequest, Ostrum::Document& ofDocument, const FindChild& findChild)
-      : request(setRequest), document(ofDocument), found{&ofDocument.GetRoot()} {
-    Element* element = found.front();
+      : request(setRequest), document(ofDocument), found{ofDocument.GetRoot()} {
+    Element element = found.front();
     for (std::size_t i = 1; i < request.steps.size(); ++i) {
       element = findChild(element, request.steps[i]);
-      if (element != nullptr) found.push_back(element);
+      if (!element.IsNull()) found.push_back(element);
     }
     Check();
   }
 
   // The existing elements, of the first steps; at least the root.
-  const std::vector<Element*>& Found() const noexcept { return found; }
+  const std::vector<Element>& Found() const noexcept { return found; }
 
   // Makes the changes. If a key is given, which must be empty and have room for request.longestKey
   // bytes, enters created elements and elements whose attributes are set into the key's map under
   // their paths. Throws std::bad_alloc; changes made until then remain. Call once.
   void CarryOut(ElementMap::KeyChain* key) const {
     assert(!found.empty() && found.size() <= request.steps.size());
-    Element* current = found.front();
+    Element current = found.front();
     for (std::size_t i = 0; i < request.steps.size(); ++i) {
       const SetStep& step = request.steps[i];
       const bool hasKey = key != nullptr && i > 0; // the root has an entry already
       if (hasKey && !key->IsEmpty()) key->Append("\\");
       if (hasKey) key->Append(step.name.given);
-      current = i < found.size() ? found[i] : &Add(*current, step, key);
+      current = i < found.size() ? found[i] : Add(current, step, key);
       for (const SetAttribute& attribute : step.attributes) {
-        Set(*current, attribute);
-        if (hasKey) EnterAttribute(attribute, *current, *key);
+        Set(current, attribute);
+        if (hasKey) EnterAttribute(attribute, current, *key);
       }
     }
-    if (request.text) static_cast<Ostrum::Value>(*current).Set(*request.text);
+    if (request.text) static_cast<Ostrum::Value>(current).Set(*request.text);
   }
 
  private:
   void Check() const {
     const std::vector<SetStep>& steps = request.steps;
     for (std::size_t i = 0; i < steps.size(); ++i) {
-      const Element* const element = i < found.size() ? found[i] : nullptr;
-      if (element != nullptr && !steps[i].attributes.empty()) RequirePlace(*element);
+      const Element element = i < found.size() ? found[i] : Element();
+      if (!element.IsNull() && !steps[i].attributes.empty()) RequirePlace(element);
       for (const SetAttribute& each : steps[i].attributes) {
         const std::string_view elementName =
-            element != nullptr ? element->GetName() : steps[i].name.utf8;
+            element.IsNull() ? steps[i].name.utf8 : element.GetName();
         Require(document.CanHold(elementName, each.name.utf8, each.value.utf8),
                 "the attribute's declared type would fold the value's blanks");
       }
     }
     const bool makesChild = found.size() < steps.size();
-    if (makesChild || request.text) RequirePlace(*found.back());
+    if (makesChild || request.text) RequirePlace(found.back());
     if (!makesChild && request.text) {
-      Require(found.back()->TextCanBeReplaced(),
+      Require(found.back().TextCanBeReplaced(),
               "an entity that holds elements is referred to in the text");
     }
   }
 
   const SetRequest& request;
   Ostrum::Document& document;
-  std::vector<Element*> found;
+  std::vector<Element> found;
 };
 
 // Finds a child with the log lines of a path search. If the search fails, throws, since otherwise
 // an existing child could be created again.
-Element* FindLogged(Element* parent, const SetStep& step) {
+Element FindLogged(const Element& parent, const SetStep& step) {
   TraceCuts(step);
   // In an element without children, the search would return the element itself.
-  if (parent == nullptr || parent->Begin() == parent->End()) return nullptr;
+  if (parent.FirstChild().IsNull()) return {};
   std::exception_ptr failure;
-  Element* const child = FindElementByPath(parent, step.name.given.c_str(), 1, &failure);
+  const Element child = FindElementByPath(parent, step.name.given.c_str(), 1, &failure);
   if (failure) std::rethrow_exception(failure);
-  return child->IsNull() ? nullptr : child;
+  return child;
 }
 
 // Finds the same child as FindLogged, in text of another program, without log lines. An element
 // that this document created (isMade) is matched by its exact name, since one whose name only
 // begins with it is another element.
-Element* FindSilently(Element* parent, const SetStep& step, bool isMade) {
-  if (parent == nullptr) return nullptr;
+Element FindSilently(const Element& parent, const SetStep& step, bool isMade) {
   const auto match = isMade ? Ostrum::NameMatch::Exact : Ostrum::NameMatch::Prefix;
   for (std::uint32_t n = 1;; ++n) {
-    Element& child = parent->NthChild(match, step.name.utf8, n);
-    if (child.IsNull()) return nullptr;
-    if (HasLocaleForm(child.GetName())) return &child;
+    const Element child = parent.NthChild(match, step.name.utf8, n);
+    if (child.IsNull() || HasLocaleForm(child.GetName())) return child;
   }
 }
 
@@ -336,9 +336,9 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
   // The step's name may be only the beginning of the name of an element that an earlier set
   // created.
   for (std::size_t i = parsedSteps; i < walk.Found().size(); ++i) {
-    request->steps[i].name.utf8 = walk.Found()[i]->GetName();
+    request->steps[i].name.utf8 = walk.Found()[i].GetName();
   }
-  const auto findInOther = [request, parsedSteps](Element* parent, const SetStep& step) {
+  const auto findInOther = [request, parsedSteps](const Element& parent, const SetStep& step) {
     return FindSilently(parent, step, &step >= request->steps.data() + parsedSteps);
   };
   waiting.Add({request->target, [request, findInOther](Ostrum::Document& other) {

@@ -9,12 +9,12 @@ ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
     return {entries[seen - 1].reference.element, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
   const std::uint32_t number = index.Find(entries, key, hashed);
-  if (number == 0) return {nullptr, hashed};
+  if (number == 0) return {{}, hashed};
   seen = number;
   return {entries[number - 1].reference.element, hashed};
 }
 
-void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element& element) {
+void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element element) {
   index.MakeRoom(entries.size());
   char* const text = NewText(key.size());
   std::memcpy(text, key.data(), key.size());
@@ -45,16 +45,16 @@ void ElementMap::KeyChain::Prepare() {
   std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
   storedLength = key.size();
   map.entries.push_back({stored, static_cast<std::uint32_t>(storedLength), HashOfKey(),
-                         CElementRef(Ostrum::Element::null)});
+                         CElementRef(Ostrum::Element())});
   isPrepared = true;
 }
 
-void ElementMap::KeyChain::Enter(Ostrum::Element& element) noexcept {
+void ElementMap::KeyChain::Enter(Ostrum::Element element) noexcept {
   assert(isPrepared);
   Entry& entry = map.entries.back();
   const std::uint32_t present = map.index.Find(map.entries, entry.Key(), entry.hash);
   if (present == 0) {
-    entry.reference.element = &element;
+    entry.reference.element = element;
     map.Publish();
     isPrepared = false;
     return;

@@ -14,13 +14,13 @@
 #include "host/ostrumxml/nodes/node.h"
 #include "paths/path_search.h"
 
-// Refers to an element that the document owns, or to Ostrum::Element::null.
+// Refers to an element that the document owns.
 class CElementRef {
  public:
-  explicit CElementRef(Ostrum::Element& element) noexcept : element(&element) {}
+  explicit CElementRef(Ostrum::Element element) noexcept : element(element) {}
   virtual ~CElementRef() = default;
 
-  Ostrum::Element* element;
+  Ostrum::Element element;
 };
 
 // Keys are compared byte for byte: the root's name, group IDs, and the paths that SetXMLItem built.
@@ -34,14 +34,15 @@ class ElementMap {
 
   // What a search ended with: the element, or null and what inserting the key needs.
   struct Place {
-    Ostrum::Element* element;
+    Ostrum::Element element;
     std::uint32_t hash;
   };
   Place Search(std::string_view key) noexcept;
-  Ostrum::Element* Find(std::string_view key) noexcept { return Search(key).element; }
+  // The null element if there is no entry.
+  Ostrum::Element Find(std::string_view key) noexcept { return Search(key).element; }
   // Enters a new reference to the element where a search for the key found none. Throws
   // std::bad_alloc, the map then being as it was.
-  void Insert(const Place& place, std::string_view key, Ostrum::Element& element);
+  void Insert(const Place& place, std::string_view key, Ostrum::Element element);
 
   class KeyChain;
 
@@ -89,7 +90,7 @@ class ElementMap::KeyChain {
   void Prepare();
   // Enters a reference to the element, in the place of an entry with that key if there is one.
   // REQUIRES: Prepare was the last call.
-  void Enter(Ostrum::Element& element) noexcept;
+  void Enter(Ostrum::Element element) noexcept;
 
  private:
   std::uint32_t HashOfKey() noexcept {

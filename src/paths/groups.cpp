@@ -33,34 +33,35 @@ std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence,
   return {id, length < 0 ? bufferSize - 1 : static_cast<std::size_t>(length)};
 }
 
-// The element below which the group lies. Null, after a line, when it is not in the element map.
-Element* FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
+// The element below which the group is. Logs and returns the null element if it is not in the map.
+Element FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
   const char* const parentId = buffer.Text();
   if (*parentId != '\0') {
-    Element* const parent = record.elementMap->Find(parentId);
-    if (parent == nullptr) LogDetail(parentId, L" not found in ", record.fileName, L".");
+    const Element parent = record.elementMap->Find(parentId);
+    if (parent.IsNull()) LogDetail(parentId, L" not found in ", record.fileName, L".");
     return parent;
   }
-  const Element& rootElement = record.document->GetRoot();
+  const Element rootElement = record.document->GetRoot();
   const LocaleText rootName(rootElement.GetName());
-  Element* const root = rootName.Text() ? record.elementMap->Find(*rootName.Text()) : nullptr;
-  if (root == nullptr) {
+  Element root;
+  if (rootName.Text()) root = record.elementMap->Find(*rootName.Text());
+  if (root.IsNull()) {
     LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ",
               record.fileName, L".");
   }
   return root;
 }
 
-// Null, after a line, when the document holds no such element.
-Element* SearchDocument(const XmlFileRecord& record, const char* path, std::uint32_t occurrence,
-                        const CallerBuffer& buffer) {
-  Element* const start = FindStart(record, buffer);
-  if (start == nullptr) return nullptr;
-  Element* const found =
+// Logs and returns the null element if the document has no such element.
+Element SearchDocument(const XmlFileRecord& record, const char* path, std::uint32_t occurrence,
+                       const CallerBuffer& buffer) {
+  const Element start = FindStart(record, buffer);
+  if (start.IsNull()) return {};
+  const Element found =
       FindElementByPath(start, path, occurrence, nullptr, &record.elementMap->lastParent);
-  if (!found->IsNull()) return found;
+  if (!found.IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
-  return nullptr;
+  return {};
 }
 
 std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
@@ -76,18 +77,18 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
   char idText[bufferSize];
   const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
   const ElementMap::Place place = record.elementMap->Search(id);
-  if (place.element != nullptr) {
+  if (!place.element.IsNull()) {
     buffer.Store(id);
     if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;
   }
 
-  Element* const element = SearchDocument(record, path.data(), occurrence, buffer);
-  if (element == nullptr) {
+  const Element element = SearchDocument(record, path.data(), occurrence, buffer);
+  if (element.IsNull()) {
     buffer.Store("Not Found");
     return XmlNotFound;
   }
-  record.elementMap->Insert(place, id, *element);
+  record.elementMap->Insert(place, id, element);
   buffer.Store(id);
   if (buffer.IsWanted()) LogDetail(L"Inserted ", idText, L" into the element map.");
   return XmlSuccess;

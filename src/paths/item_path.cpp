@@ -16,7 +16,7 @@ const char* FindSeparator(const char* source, const char* separator) noexcept {
 }
 
 bool BeginsWithRoot(const XmlFileRecord& record, const char* path) {
-  const Ostrum::Element& root = record.document->GetRoot();
+  const Ostrum::Element root = record.document->GetRoot();
   if (root.IsNull()) {
     LogDetail(L"Root element is NULL");
     return false;

@@ -46,12 +46,12 @@ class NameComparison {
 
 // The first child whose name matches and for which isWanted holds.
 template <class IsWanted>
-Element* Walk(const Element& parent, NameMatch match, std::string_view text, IsWanted isWanted) {
+Element Walk(const Element& parent, NameMatch match, std::string_view text, IsWanted isWanted) {
   NameComparison names(match, text);
   for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    if (names.Matches(child->GetName()) && isWanted(*child)) return &*child;
+    if (names.Matches(child->GetName()) && isWanted(*child)) return *child;
   }
-  return nullptr;
+  return {};
 }
 
 // Whether comparing the names in UTF-8 gives the same answer and nothing would be logged.
@@ -71,43 +71,41 @@ std::optional<std::vector<std::string_view>> MatchingNames(const Element& parent
   return names.size() > 1 ? std::nullopt : std::optional(std::move(names));
 }
 
-Element* NullIfNone(Element& element) noexcept { return element.IsNull() ? nullptr : &element; }
-
 } // namespace
 
-Element* FindNthChild(const Element& parent, NameMatch match, std::string_view text,
-                      std::uint32_t n) {
-  if (CanCompareInUtf8(parent, text)) return NullIfNone(parent.NthChild(match, text, n));
+Element FindNthChild(const Element& parent, NameMatch match, std::string_view text,
+                     std::uint32_t n) {
+  if (CanCompareInUtf8(parent, text)) return parent.NthChild(match, text, n);
   if (const auto names = MatchingNames(parent, match, text)) {
-    return names->empty() ? nullptr
-                          : NullIfNone(parent.NthChild(NameMatch::Exact, names->front(), n));
+    if (names->empty()) return {};
+    return parent.NthChild(NameMatch::Exact, names->front(), n);
   }
   return Walk(parent, match, text, [&n](const Element&) { return n-- == 1; });
 }
 
-Element* FindNthChildWithAttribute(const Element& parent, std::string_view name,
-                                   const std::string_view* attributeName, std::uint32_t n) {
+Element FindNthChildWithAttribute(const Element& parent, std::string_view name,
+                                  const std::string_view* attributeName, std::uint32_t n) {
   if (attributeName == nullptr) n = 0;
   if (CanCompareInUtf8(parent, name)) {
-    return n == 0 ? nullptr : NullIfNone(parent.NthChildWithAttribute(name, *attributeName, n));
+    if (n == 0) return {};
+    return parent.NthChildWithAttribute(name, *attributeName, n);
   }
   if (const auto names = MatchingNames(parent, NameMatch::Exact, name)) {
-    const bool isNone = n == 0 || names->empty();
-    return isNone ? nullptr
-                  : NullIfNone(parent.NthChildWithAttribute(names->front(), *attributeName, n));
+    if (n == 0 || names->empty()) return {};
+    return parent.NthChildWithAttribute(names->front(), *attributeName, n);
   }
   return Walk(parent, NameMatch::Exact, name, [&](const Element& child) {
     return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1;
   });
 }
 
-Element* FindFirstChildWithValue(const Element& parent, std::string_view nameBegin,
-                                 const char* attributeName, std::string_view valueBegin) {
+Element FindFirstChildWithValue(const Element& parent, std::string_view nameBegin,
+                                const char* attributeName, std::string_view valueBegin) {
   const bool isPlain = PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName);
   if (isPlain &&
       (DocumentPasses(parent) || (CanCompareInUtf8(parent, nameBegin) &&
                                   parent.ChildValuesAreAscii(nameBegin, attributeName)))) {
-    return NullIfNone(parent.FirstChildWithValue(nameBegin, attributeName, valueBegin));
+    return parent.FirstChildWithValue(nameBegin, attributeName, valueBegin);
   }
   std::optional<DocumentText> attribute;
   std::string scratch;
@@ -162,22 +160,22 @@ class PathComponent {
   char cut[bufferSize];
 };
 
-Element* SelectByFilter(const Element& parent, const PathComponent& component) {
-  Element* const child = FindFirstChildWithValue(
-      parent, component.NamePart(), component.AttributeName(), component.FilterValue());
-  if (child != nullptr)
+Element SelectByFilter(const Element& parent, const PathComponent& component) {
+  const Element child = FindFirstChildWithValue(parent, component.NamePart(),
+                                                component.AttributeName(), component.FilterValue());
+  if (!child.IsNull())
     LogDetail(L"Found ", component.FilterValue(), L" (attribute) in the element map.");
   return child;
 }
 
 // Null where no child matches; only names that can't be converted are then logged.
-Element* SelectChild(const Element& parent, const PathComponent& component, bool isLast,
-                     std::uint32_t occurrence) {
+Element SelectChild(const Element& parent, const PathComponent& component, bool isLast,
+                    std::uint32_t occurrence) {
   if (component.HasFilter()) return SelectByFilter(parent, component);
   const char* const name = component.NamePart();
   const std::uint32_t n = isLast ? occurrence : 1;
-  Element* const child = FindNthChild(parent, Ostrum::NameMatch::Prefix, name, n);
-  if (child == nullptr) return nullptr;
+  const Element child = FindNthChild(parent, Ostrum::NameMatch::Prefix, name, n);
+  if (child.IsNull()) return {};
   if (!isLast) {
     LogDetail(L"Found ", name, L" (element) in the element map.");
   } else if (n > 1) {
@@ -188,33 +186,31 @@ Element* SelectChild(const Element& parent, const PathComponent& component, bool
   return child;
 }
 
-bool HasNoChildren(const Element& element) noexcept { return element.Begin() == element.End(); }
-
 bool NameBeginsWith(const Element& element, const char* path) {
   const LocaleText name(element.GetName());
   return name.Text() && name.Text()->starts_with(path);
 }
 
 bool LeadsThrough(const KnownParent& known, const Element& start, const char* path) noexcept {
-  return known.start == &start && std::strncmp(path, known.path, known.length) == 0;
+  return known.start == start && std::strncmp(path, known.path, known.length) == 0;
 }
 
 // A filter's answer can change with the next set, so a path with one is not kept.
 void Keep(KnownParent& known, const Element& start, std::string_view path,
-          Element& parent) noexcept {
+          const Element& parent) noexcept {
   if (path.empty() || path.size() > sizeof known.path || path.find('&') != std::string_view::npos)
     return;
-  known.start = &start;
-  known.parent = &parent;
+  known.start = start;
+  known.parent = parent;
   known.length = path.copy(known.path, path.size());
 }
 
 // Goes down level by level. path moves along: after a failure it is what the failing level had to
 // resolve.
-Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
+Element Resolve(Element start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
   // Each level logs a line, and where names are converted, their comparison depends on the locale.
-  if (corekit::SinkIsSet() || !DocumentPasses(*start)) known = nullptr;
-  const Element& top = *start;
+  if (corekit::SinkIsSet() || !DocumentPasses(start)) known = nullptr;
+  const Element top = start;
   const char* const wholePath = path;
   if (known != nullptr && LeadsThrough(*known, top, path)) {
     start = known->parent;
@@ -228,16 +224,16 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, Kn
   if (size > sizeof shortPath) longPath.resize(size);
   char* component = longPath.empty() ? shortPath : longPath.data();
   std::memcpy(component, path, size);
-  while (!HasNoChildren(*start)) {
+  while (!start.FirstChild().IsNull()) {
     char* const rest = CutToken(component, "\\");
-    Element* const selected =
-        SelectChild(*start, PathComponent(component), rest == nullptr, occurrence);
-    if (selected == nullptr) {
+    const Element selected =
+        SelectChild(start, PathComponent(component), rest == nullptr, occurrence);
+    if (selected.IsNull()) {
       LogDetail(path, L" not found in the element map.");
-      return nullptr;
+      return {};
     }
     if (rest == nullptr) {
-      if (known != nullptr) Keep(*known, top, {wholePath, path}, *start);
+      if (known != nullptr) Keep(*known, top, {wholePath, path}, start);
       return selected;
     }
 
@@ -245,17 +241,17 @@ Element* Resolve(Element* start, const char*& path, std::uint32_t occurrence, Kn
     component = rest;
     start = selected;
   }
-  return NameBeginsWith(*start, path) ? start : nullptr;
+  if (!NameBeginsWith(start, path)) return {};
+  return start;
 }
 
 } // namespace
 
-Element* FindElementByPath(Element* start, const char* path, std::uint32_t occurrence,
-                           std::exception_ptr* failure, KnownParent* known) noexcept try {
-  Element* const found = Resolve(start, path, occurrence, known);
-  return found != nullptr ? found : &Element::null;
+Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
+                          std::exception_ptr* failure, KnownParent* known) noexcept try {
+  return Resolve(start, path, occurrence, known);
 } catch (...) {
   LogError(L"Unknown exception occurred while searching for ", path);
   if (failure != nullptr) *failure = std::current_exception();
-  return &Element::null;
+  return {};
 }

@@ -83,7 +83,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string tex
 
 std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   record.elementMap = new ElementMap;
-  Ostrum::Element& root = record.document->GetRoot();
+  const Ostrum::Element root = record.document->GetRoot();
   const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");

@@ -244,9 +244,9 @@ TEST(SetItem, EntersWhatItMakesIntoTheMap) {
   ElementMap& map = *document.list->head->elementMap;
   for (const char* key :
        {"Found\\New", "Found\\Item", "Found\\Item&unit=ms", "Found\\Item&unit=ms&kind=x"}) {
-    EXPECT_NE(map.Find(key), nullptr) << key;
+    EXPECT_FALSE(map.Find(key).IsNull()) << key;
   }
-  for (const char* key : {"Found", "New", "&k=v"}) EXPECT_EQ(map.Find(key), nullptr) << key;
+  for (const char* key : {"Found", "New", "&k=v"}) EXPECT_TRUE(map.Find(key).IsNull()) << key;
 
   // A created element takes over the key of a group; setting an attribute does not.
   ASSERT_EQ(document.Group("A", 2), "A2");

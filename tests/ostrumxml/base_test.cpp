@@ -101,12 +101,12 @@ TEST(Markup, PiecesOfContent) {
 }
 
 // Eight bytes are checked at a time, so every position is tried.
-TEST(Markup, TextThatStandsForItself) {
+TEST(Markup, TextThatNeedsNoDecoding) {
   for (std::size_t place = 0; place < 20; ++place) {
     for (const char character : "&<\x1F\n %=\x7F\x80\xFF"s) {
       std::string text(20, 'a');
       text[place] = character;
-      EXPECT_EQ(Ostrum::StandsForItself(text),
+      EXPECT_EQ(Ostrum::NeedsNoDecoding(text),
                 character < '\0' || " %=\x7F"sv.find(character) != text.npos)
           << place;
     }

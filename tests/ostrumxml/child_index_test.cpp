@@ -14,11 +14,11 @@ constexpr const char* names[] = {"a", "ab", "abc", "b", "ba", "\xC3\xA4", "z"};
 constexpr const char* values[] = {"1", "12", "2", ""};
 
 template <class Matches>
-const Element* Walk(const Element& parent, std::uint32_t n, Matches matches) {
+Element Walk(const Element& parent, std::uint32_t n, Matches matches) {
   for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    if (matches(*child) && n-- == 1) return &*child;
+    if (matches(*child) && n-- == 1) return *child;
   }
-  return &Element::null;
+  return {};
 }
 
 void ExpectTheSame(const Element& parent, const std::string& text, const std::string& value,
@@ -31,10 +31,10 @@ void ExpectTheSame(const Element& parent, const std::string& text, const std::st
   const auto beginsWithValue = [&](const Element& child) {
     return begins(child) && has(child) && child.GetAttribute("k").GetValue().starts_with(value);
   };
-  EXPECT_EQ(&parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is));
-  EXPECT_EQ(&parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins));
-  EXPECT_EQ(&parent.NthChildWithAttribute(text, "k", n), Walk(parent, n, isWith));
-  EXPECT_EQ(&parent.FirstChildWithValue(text, "k", value), Walk(parent, 1, beginsWithValue));
+  EXPECT_EQ(parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is));
+  EXPECT_EQ(parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins));
+  EXPECT_EQ(parent.NthChildWithAttribute(text, "k", n), Walk(parent, n, isWith));
+  EXPECT_EQ(parent.FirstChildWithValue(text, "k", value), Walk(parent, 1, beginsWithValue));
 }
 
 TEST(ChildIndex, FindsWhatAWalkFinds) {
@@ -50,13 +50,13 @@ TEST(ChildIndex, FindsWhatAWalkFinds) {
     for (unsigned i = 0; i < count; ++i)
       bytes += "<" + any(names) + (random(2) ? " k='" + any(values) + "'/>" : "/>");
     const Parsed parsed(bytes + "</r>");
-    Element& parent = parsed.At("");
+    Element parent = parsed.At("");
     for (int step = 0; step < 400; ++step) {
       const std::string text = any(names);
       ExpectTheSame(parent, step % 5 == 0 ? "" : text, any(values),
                     random(step % 3 == 0 ? 4 : 100));
       if (step % 20 == 0) parent.AddElementInto(text);
-      Element& changed = parent.NthChild(NameMatch::Prefix, "", 1 + random(20));
+      Element changed = parent.NthChild(NameMatch::Prefix, "", 1 + random(20));
       if (step % 30 != 0 || changed.IsNull()) continue;
       Ostrum::Attribute attribute = changed.GetAttribute("k");
       if (attribute.IsNull()) attribute = changed.CreateAttribute("k");

@@ -11,12 +11,12 @@ struct Set {
   const char* attribute = nullptr;
 
   void Apply(const Parsed& parsed) const {
-    Ostrum::Element* element = &parsed.At(path);
+    Ostrum::Element element = parsed.At(path);
     const std::string name = path.filename().string();
-    if (element->IsNull()) element = &parsed.At(path.parent_path()).AddElementInto(name);
-    if (attribute == nullptr) return static_cast<Ostrum::Value>(*element).Set(value);
-    Ostrum::Attribute found = element->GetAttribute(attribute);
-    if (found.IsNull()) found = element->CreateAttribute(attribute);
+    if (element.IsNull()) element = parsed.At(path.parent_path()).AddElementInto(name);
+    if (attribute == nullptr) return static_cast<Ostrum::Value>(element).Set(value);
+    Ostrum::Attribute found = element.GetAttribute(attribute);
+    if (found.IsNull()) found = element.CreateAttribute(attribute);
     static_cast<Ostrum::Value>(found).Set(value);
   }
 };

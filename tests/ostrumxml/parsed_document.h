@@ -23,11 +23,11 @@ struct Parsed {
   }
 
   // The element reached by taking the first child of each name, or the null element.
-  Ostrum::Element& At(const std::filesystem::path& path) const {
-    Ostrum::Element* element = &document->GetRoot();
+  Ostrum::Element At(const std::filesystem::path& path) const {
+    Ostrum::Element element = document->GetRoot();
     for (const auto& name : path)
-      element = &element->NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
-    return *element;
+      element = element.NthChild(Ostrum::NameMatch::Exact, name.string(), 1);
+    return element;
   }
   std::string Generate() const { return document->GenerateXML(false); }
 
@@ -40,7 +40,7 @@ struct Parsed {
 
 // The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
 // for deep nesting.
-inline std::string Describe(Ostrum::Element& element) {
+inline std::string Describe(const Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
   std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
                      attribute.GetValue() + ">";

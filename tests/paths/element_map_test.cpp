@@ -10,15 +10,15 @@ namespace {
 class ElementMapTest : public testing::Test {
  protected:
   // An element for an entry to refer to.
-  Ostrum::Element& Element(std::size_t number) const {
+  Ostrum::Element Element(std::size_t number) const {
     return root.NthChild(Ostrum::NameMatch::Exact, "e", static_cast<std::uint32_t>(1 + number % 5));
   }
-  void Insert(const std::string& key, Ostrum::Element& element) {
+  void Insert(const std::string& key, const Ostrum::Element& element) {
     map.Insert(map.Search(key), key, element);
   }
 
   const TestDocument document{"<r><e/><e/><e/><e/><e/></r>"};
-  Ostrum::Element& root = XmlFileAt(document.list, 0)->document->GetRoot();
+  const Ostrum::Element root = XmlFileAt(document.list, 0)->document->GetRoot();
   ElementMap map;
 };
 
@@ -28,8 +28,8 @@ TEST_F(ElementMapTest, FindsEachKeyByAllItsBytes) {
   for (std::size_t i = 0; i < keys.size(); ++i) Insert(std::string(keys[i]), Element(i));
   EXPECT_EQ(map.Size(), keys.size());
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(keys[found]), &Element(found));
-    EXPECT_EQ(map.Find(keys[i] + "x"), nullptr);
+    for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(keys[found]), Element(found));
+    EXPECT_EQ(map.Find(keys[i] + "x"), Ostrum::Element());
   }
 }
 
@@ -51,11 +51,11 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   }
   Insert("last", Element(4));
   EXPECT_EQ(map.Size(), 5U);
-  using Row = std::pair<const char*, Ostrum::Element*>;
+  using Row = std::pair<const char*, Ostrum::Element>;
   for (const auto& [key, element] :
-       {Row("a", &Element(1)), Row("a\\b", &Element(2)), Row("a\\b\\c", &Element(3)),
-        Row("last", &Element(4)), Row("a\\b\\c\\d=eeeeeeee", &Element(4)),
-        Row("a\\b\\c\\d=eeeeeeeef", nullptr)}) {
+       {Row("a", Element(1)), Row("a\\b", Element(2)), Row("a\\b\\c", Element(3)),
+        Row("last", Element(4)), Row("a\\b\\c\\d=eeeeeeee", Element(4)),
+        Row("a\\b\\c\\d=eeeeeeeef", Ostrum::Element())}) {
     EXPECT_EQ(map.Find(key), element) << key;
   }
 }

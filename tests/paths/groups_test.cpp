@@ -28,8 +28,8 @@ class Groups : public testing::Test {
   }
   // The attribute "id" of the element under a key.
   std::string Element(const std::string& key) {
-    const Ostrum::Element* const element = list->head->elementMap->Find(key);
-    return element == nullptr ? "none" : element->GetAttribute("id").GetValue();
+    const Ostrum::Element element = list->head->elementMap->Find(key);
+    return element.IsNull() ? "none" : element.GetAttribute("id").GetValue();
   }
 
   std::string Known(const std::string& id) const {

@@ -51,7 +51,7 @@ TEST_F(Opening, KnowsAFileThatIsOpen) {
                    "Returned encoding for UTF-8", "Opened " + opened + " successfully."}));
   EXPECT_EQ(log.TakeTraces(), (Lines{">OpenXML", ">FindXmlFile", "<FindXmlFile", ">GetXMLEncoding",
                                      "<GetXMLEncoding", "<OpenXML"}));
-  EXPECT_EQ(list->head->elementMap->Find("Catalog"), &list->head->document->GetRoot());
+  EXPECT_EQ(list->head->elementMap->Find("Catalog"), list->head->document->GetRoot());
 
   // With other case, as encrypted, and with the file gone: the open document is found.
   std::filesystem::remove(name);

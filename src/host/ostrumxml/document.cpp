@@ -4,26 +4,27 @@
 #include <memory>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/nodes/indexed_document.h"
 #include "host/ostrumxml/read/expat_parser.h"
 #include "host/ostrumxml/read/indexer.h"
 #include "host/ostrumxml/save/generator.h"
 
 namespace Ostrum {
 
-Document::Document(std::unique_ptr<Content> content) noexcept : content(std::move(content)) {}
+Document::Document(std::unique_ptr<IndexedDocument> indexed) noexcept
+    : indexed(std::move(indexed)) {}
 
 Document::~Document() = default;
 
-Element& Document::GetRoot() noexcept { return *content->root; }
+Element Document::GetRoot() const noexcept { return {*indexed, indexed->data.root}; }
 
 std::string Document::GenerateXML(bool) const { return Generate().Joined(); }
 
-GeneratedText Document::Generate() const { return GeneratedText(*content); }
+GeneratedText Document::Generate() const { return GeneratedText(indexed->data); }
 
 bool Document::CanHold(std::string_view elementName, std::string_view attributeName,
                        std::string_view value) const {
-  return content->CanHold(elementName, attributeName, value);
+  return indexed->data.CanHold(elementName, attributeName, value);
 }
 
 const char* ReasonOf(PARSER_ERROR error) noexcept {
@@ -42,9 +43,9 @@ bool IsIllFormed(PARSER_ERROR error) noexcept {
 
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
   text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
-  auto content = std::make_unique<Content>(std::move(text));
-  const ParseFailure failure = BuildIndex(*content);
-  if (failure.error == NO_PARSER_ERROR) return new Document(std::move(content));
+  auto indexed = std::make_unique<IndexedDocument>(std::move(text));
+  const ParseFailure failure = BuildIndex(indexed->data);
+  if (failure.error == NO_PARSER_ERROR) return new Document(std::move(indexed));
   error = failure.error;
   line = failure.line;
   column = failure.column;

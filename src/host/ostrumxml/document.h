@@ -9,18 +9,17 @@
 
 namespace Ostrum {
 
-struct Content;
 class GeneratedText;
 
 // An XML document, made by ParseXML. It consists of its source text and an index of the elements in
 // it.
 class Document {
  public:
-  explicit Document(std::unique_ptr<Content> content) noexcept;
+  explicit Document(std::unique_ptr<IndexedDocument> indexed) noexcept;
   virtual ~Document();
   Document(Document&&) = delete;
 
-  Element& GetRoot() noexcept;
+  Element GetRoot() const noexcept;
 
   // The whole document as text: its source with the changes made since parsing. Nothing else is
   // reformatted; the flag has no effect. Throws std::bad_alloc, and std::length_error if the text
@@ -34,7 +33,7 @@ class Document {
                std::string_view value) const;
 
  private:
-  std::unique_ptr<Content> content;
+  std::unique_ptr<IndexedDocument> indexed;
 };
 
 // Why a text could not be parsed: 0, Expat's number of the error, or one of these.

@@ -1,83 +1,73 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_TABLE_H
 #define TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_TABLE_H
 
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
-#include "host/ostrumxml/nodes/node.h"
-
 namespace Ostrum {
 
-struct Content;
+// Bits of ElementRecord::flags. Nearly all elements have none that leads to further data, so they
+// are spared the lookup.
+namespace element_flags {
+inline constexpr std::uint32_t hasParsedChildren = 1; // the first of them has the next number
+inline constexpr std::uint32_t created = 2;           // is not in the source
+inline constexpr std::uint32_t changed = 4;           // DocumentData::changes has an entry
+inline constexpr std::uint32_t childrenIndexed = 8;   // IndexedDocument has a child index
+} // namespace element_flags
 
-// The elements of one document, at fixed addresses and numbered from 1 in the order in which they
-// were added. They lie in blocks whose own addresses are aligned to their size, so that an
-// element's address leads to its block, and with it to its number and its document: none of these
-// takes room in the element.
+// What a document knows of one element. Positions are byte offsets into the source; all are 0 for
+// an element that was created.
+struct ElementRecord {
+  std::uint32_t name;         // its number in the name table
+  std::uint32_t tagStart;     // of the "<"
+  std::uint32_t contentStart; // after the ">" of the start tag, or of an empty-element tag
+  std::uint32_t contentEnd;   // of the end tag's "<"; contentStart for an empty-element tag
+  std::uint32_t nextSibling;  // its number in the element table; 0 for the last child
+  std::uint32_t flags;        // of element_flags
+};
+static_assert(sizeof(ElementRecord) == 24, "held once for each element");
+
+// The elements of one document, numbered from 1 in the order in which they were added; 0 stands for
+// no element. Records never move.
 class ElementTable {
  public:
-  // expected: about how many bytes the elements will take.
-  ElementTable(Content& content, std::size_t expected) noexcept
-      : content(content), expected(expected) {}
+  // expectedSize: roughly how many bytes the records will take.
+  explicit ElementTable(std::size_t expectedSize) noexcept : expectedSize(expectedSize) {}
   ElementTable(ElementTable&&) = delete;
 
-  // A new element with the next number. Throws std::bad_alloc.
-  Element& Add() {
-    if (next == blockEnd) AddBlock();
-    ++count;
-    return *new (next++) Element;
-  }
-  std::uint32_t Count() const noexcept { return count; }
-  Element& At(std::uint32_t number) const noexcept {
-    return blocks[(number - 1) / Block::capacity]->elements[(number - 1) % Block::capacity];
+  // Adds a record of zeros and returns its number. Throws std::bad_alloc.
+  std::uint32_t Add() {
+    if (next / blockCapacity == blocks.size()) AddBlock();
+    return next++;
   }
 
-  // REQUIRES: the element is in a table; the null element is not.
-  static Content& ContentOf(const Element& element) noexcept { return *BlockOf(element).content; }
-  static std::uint32_t NumberOf(const Element& element) noexcept {
-    const Block& block = BlockOf(element);
-    return block.firstNumber + static_cast<std::uint32_t>(&element - block.elements);
-  }
-  // The element with the next number. REQUIRES: there is one.
-  static Element& Following(const Element& element) noexcept;
+  // REQUIRES: number was returned by Add.
+  ElementRecord& operator[](std::uint32_t number) noexcept { return At(number); }
+  const ElementRecord& operator[](std::uint32_t number) const noexcept { return At(number); }
 
  private:
-  struct alignas(4096) Block {
-    static constexpr std::size_t capacity = 170;
-
-    Block(Content* content, std::uint32_t firstNumber) noexcept
-        : content(content), firstNumber(firstNumber) {}
-
-    Content* content;
-    std::uint32_t firstNumber;
-    union {
-      Element elements[capacity]; // each is made when it is added
-    };
+  static constexpr std::uint32_t blockCapacity = 128; // a power of two, to find a record quickly
+  struct Block {
+    ElementRecord records[blockCapacity];
   };
-  static_assert(sizeof(Element) == 24);
-  static_assert(sizeof(Block) == 4096);
+  using Chunk = std::unique_ptr<void, void (*)(void*) noexcept>; // holds one or more blocks
 
-  using Chunk =
-      std::unique_ptr<void, void (*)(void*) noexcept>; // blocks that were allocated together
-
-  static const Block& BlockOf(const Element& element) noexcept {
-    const std::size_t offset = reinterpret_cast<std::uintptr_t>(&element) % alignof(Block);
-    return *reinterpret_cast<const Block*>(reinterpret_cast<const std::byte*>(&element) - offset);
+  ElementRecord& At(std::uint32_t number) const noexcept {
+    assert(number != 0 && number < next);
+    return blocks[number / blockCapacity]->records[number % blockCapacity];
   }
   void AddBlock();
   void AddChunk();
 
-  Content& content;
-  std::size_t expected;
-  std::uint32_t count = 0;
-  Element* next = nullptr; // to be made in the last block, up to blockEnd
-  Element* blockEnd = nullptr;
+  std::size_t expectedSize;
+  std::uint32_t next = 1;
   std::vector<Block*> blocks;
   std::vector<Chunk> chunks;
-  std::byte* unused = nullptr; // blocks of the last chunk, not touched yet
-  std::size_t unusedBlocks = 0;
+  Block* unused = nullptr; // the rest of the last chunk, uninitialized
+  std::size_t unusedCount = 0;
 };
 
 } // namespace Ostrum

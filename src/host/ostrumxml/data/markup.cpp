@@ -62,7 +62,7 @@ std::size_t TagLength(std::string_view text) noexcept {
 
 } // namespace
 
-bool StandsForItself(std::string_view raw) noexcept {
+bool NeedsNoDecoding(std::string_view raw) noexcept {
   std::uint64_t word = 0;
   if (raw.size() < sizeof word) {
     return std::all_of(raw.begin(), raw.end(), [](char character) {

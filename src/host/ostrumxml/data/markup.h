@@ -17,7 +17,7 @@ constexpr bool IsBlank(char character) noexcept {
 
 // Whether raw text needs no decoding, in content or in an attribute's value: it has no reference,
 // markup or control character.
-bool StandsForItself(std::string_view raw) noexcept;
+bool NeedsNoDecoding(std::string_view raw) noexcept;
 
 // One attribute of a start tag; the views refer to the source.
 struct RawAttribute {

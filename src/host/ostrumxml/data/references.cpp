@@ -41,10 +41,9 @@ std::string Escape(std::string_view text, std::string_view special) {
 
 // Line ends are normalized only in the file's own text: a carriage return in an entity's text comes
 // from a character reference.
-void AppendFrom(const Content& content, std::string_view characters, std::string& text,
+void AppendFrom(const DocumentData& data, std::string_view characters, std::string& text,
                 std::size_t limit) {
-  if (content.IsInFile(content.OffsetOf(characters)))
-    return AppendCharacters(characters, text, limit);
+  if (data.IsInFile(data.OffsetOf(characters))) return AppendCharacters(characters, text, limit);
   text += characters.substr(0, limit - text.size());
 }
 
@@ -141,38 +140,38 @@ bool ContentWalker::Next(Piece& piece) {
       outer.pop_back();
     }
     if (piece.kind != PieceKind::Reference) return true;
-    const auto replacement = content.EntityText(ReferenceName(piece.text));
+    const auto replacement = data.EntityText(ReferenceName(piece.text));
     if (!replacement) return true;
     outer.push_back(current);
     current = PieceScanner(*replacement);
   }
 }
 
-void AppendOwnText(const Content& content, std::string_view stretch, std::string& text,
+void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit) {
-  ContentWalker walker(content, stretch);
+  ContentWalker walker(data, stretch);
   Piece piece{};
   std::size_t depth = 0;
   while (text.size() < limit && walker.Next(piece)) {
     if (piece.kind == PieceKind::StartTag) ++depth;
     if (piece.kind == PieceKind::EndTag) --depth;
     if (depth > 0) continue;
-    if (piece.kind == PieceKind::Text) AppendFrom(content, piece.text, text, limit);
-    if (piece.kind == PieceKind::CData) AppendFrom(content, InsideCData(piece.text), text, limit);
+    if (piece.kind == PieceKind::Text) AppendFrom(data, piece.text, text, limit);
+    if (piece.kind == PieceKind::CData) AppendFrom(data, InsideCData(piece.text), text, limit);
     if (piece.kind == PieceKind::Reference) AppendReference(piece.text, text);
   }
 }
 
-void AppendAttributeValue(const Content& content, std::string_view raw, std::string& value,
+void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::string& value,
                           std::size_t limit) {
-  ContentWalker walker(content, raw);
+  ContentWalker walker(data, raw);
   Piece piece{};
   while (value.size() < limit && walker.Next(piece)) {
     if (piece.kind == PieceKind::Reference) {
       AppendReference(piece.text, value);
     } else {
       const auto start = static_cast<std::ptrdiff_t>(value.size());
-      AppendFrom(content, piece.text, value, limit);
+      AppendFrom(data, piece.text, value, limit);
       std::replace_if(value.begin() + start, value.end(), IsBlank, ' ');
     }
   }

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/data/document_data.h"
 #include "host/ostrumxml/data/markup.h"
 
 namespace Ostrum {
@@ -46,13 +46,13 @@ std::string EscapeAttribute(std::string_view value, char quote);
 // entity of the document, it walks the entity's replacement text, without recursion.
 class ContentWalker {
  public:
-  ContentWalker(const Content& content, std::string_view stretch) noexcept
-      : content(content), current(stretch) {}
+  ContentWalker(const DocumentData& data, std::string_view stretch) noexcept
+      : data(data), current(stretch) {}
   // Never returns a reference to an entity whose text is known.
   bool Next(Piece& piece);
 
  private:
-  const Content& content;
+  const DocumentData& data;
   PieceScanner current;
   std::vector<PieceScanner>
       outer; // to be continued when the current entity ends, the innermost last
@@ -60,12 +60,12 @@ class ContentWalker {
 
 // Appends the character data of a part of content, without that of elements in it, until text has
 // `limit` bytes.
-void AppendOwnText(const Content& content, std::string_view stretch, std::string& text,
+void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit);
 
 // Appends the value of an attribute, normalized but not folded (each line end or tab becomes a
 // blank), until value has `limit` bytes.
-void AppendAttributeValue(const Content& content, std::string_view raw, std::string& value,
+void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::string& value,
                           std::size_t limit);
 
 } // namespace Ostrum

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "host/ostrumxml/data/content.h"
 #include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/nodes/indexed_document.h"
 
 namespace Ostrum {
 namespace {
@@ -20,28 +20,25 @@ constexpr std::ptrdiff_t fewMatches = 16;
 
 } // namespace
 
-ChildIndex::ChildIndex(const Content& content, const Element& parent) : content(content) {
-  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    byName.push_back(ElementTable::NumberOf(*child));
-    namesAreAscii = namesAreAscii && IsAscii(child->GetName());
+ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
+    : document(document), data(document.data) {
+  for (auto child = data.FirstChild(parent); child != 0; child = data.elements[child].nextSibling) {
+    byName.push_back(child);
+    namesAreAscii = namesAreAscii && IsAscii(data.NameOf(child));
   }
-  const auto isBefore = [&content](std::uint32_t left, std::uint32_t right) {
-    const std::uint32_t leftName = content.elements.At(left).name;
-    const std::uint32_t rightName = content.elements.At(right).name;
-    return leftName == rightName ? left < right
-                                 : content.names.Text(leftName) < content.names.Text(rightName);
+  const auto isBefore = [this](std::uint32_t left, std::uint32_t right) {
+    const std::uint32_t leftName = data.elements[left].name;
+    const std::uint32_t rightName = data.elements[right].name;
+    if (leftName == rightName) return left < right;
+    return data.names.Text(leftName) < data.names.Text(rightName);
   };
   if (!std::ranges::is_sorted(byName, isBefore)) std::ranges::sort(byName, isBefore);
-}
-
-std::string_view ChildIndex::NameOf(std::uint32_t number) const noexcept {
-  return content.names.Text(content.elements.At(number).name);
 }
 
 ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) const {
   const std::size_t compared = match == NameMatch::Exact ? std::string_view::npos : text.size();
   const auto nameOf = [this, compared](std::uint32_t number) {
-    return NameOf(number).substr(0, compared);
+    return data.NameOf(number).substr(0, compared);
   };
   const auto first = std::ranges::lower_bound(byName, text, {}, nameOf);
   return {first, std::ranges::upper_bound(first, byName.end(), text, {}, nameOf)};
@@ -50,7 +47,7 @@ ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) cons
 // Equal names are stored once, so their addresses are equal.
 bool ChildIndex::IsOneName(const Range& range) const noexcept {
   return range.first == range.second ||
-         NameOf(*range.first).data() == NameOf(*std::prev(range.second)).data();
+         data.NameOf(*range.first).data() == data.NameOf(*std::prev(range.second)).data();
 }
 
 const ChildIndex::Range& ChildIndex::LastNamed(NameMatch match, std::string_view text) {
@@ -62,40 +59,41 @@ const ChildIndex::Range& ChildIndex::LastNamed(NameMatch match, std::string_view
   return lastRange;
 }
 
-Element* ChildIndex::NthOf(const Range& range, std::uint32_t n) const noexcept {
+Element ChildIndex::NthOf(const Range& range, std::uint32_t n) const noexcept {
   const auto count = static_cast<std::size_t>(range.second - range.first);
-  return n == 0 || count < n ? nullptr : &content.elements.At(range.first[n - 1]);
+  if (n == 0 || count < n) return {};
+  return At(range.first[n - 1]);
 }
 
-Element* ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
+Element ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
   const Range& range = LastNamed(match, text);
   return NthOf(IsOneName(range) ? range : ListFor(ListKind::Prefix, text, {}).AsRange(), n);
 }
 
-Element* ChildIndex::NthWithAttribute(std::string_view childName, std::string_view attributeName,
-                                      std::uint32_t n) {
+Element ChildIndex::NthWithAttribute(std::string_view childName, std::string_view attributeName,
+                                     std::uint32_t n) {
   const List& list = ListFor(ListKind::ExactWithAttribute, childName, attributeName);
   return NthOf(list.holdsAllNamed ? LastNamed(NameMatch::Exact, childName) : list.AsRange(), n);
 }
 
-Element* ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
-                                    std::string_view valueBegin) {
+Element ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
+                                   std::string_view valueBegin) {
   List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
   if (const auto known = list.results.find(valueBegin); known != list.results.end())
-    return known->second;
+    return At(known->second);
   std::string scratch;
   const auto valueOf = [&](std::uint32_t number) {
-    return content.elements.At(number).GetAttribute(attributeName).GetValue(scratch);
+    return At(number).GetAttribute(attributeName).GetValue(scratch);
   };
   const auto begin = std::ranges::lower_bound(list.numbers, valueBegin, {}, valueOf);
   const auto end = std::find_if_not(begin, list.numbers.end(), [&](std::uint32_t number) {
     return valueOf(number).starts_with(valueBegin);
   });
-  if (begin == end) return nullptr;
-  Element* const first = &content.elements.At(*std::min_element(begin, end));
+  if (begin == end) return {};
+  const std::uint32_t first = *std::min_element(begin, end);
   if (list.results.size() == mostResults) list.results.clear();
   if (end - begin > fewMatches) list.results.emplace(valueBegin, first);
-  return first;
+  return At(first);
 }
 
 ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name,
@@ -104,10 +102,10 @@ ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name,
     return list.kind == kind && list.name == name && list.attribute == attribute;
   };
   const auto known = std::ranges::find_if(lists, isWanted);
-  if (known != lists.end() && known->attributesSet == content.attributesSet) return *known;
+  if (known != lists.end() && known->attributesSet == data.attributesSet) return *known;
 
-  List list{
-      kind, std::string(name), std::string(attribute), content.attributesSet, {}, false, false, {}};
+  List list{kind, std::string(name), std::string(attribute), data.attributesSet, {}, false, false,
+            {}};
   Fill(list);
   if (known != lists.end()) return *known = std::move(list);
   std::size_t entries = list.numbers.size();
@@ -126,7 +124,7 @@ void ChildIndex::Fill(List& list) {
   const Range named = Named(
       list.kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, list.name);
   const auto attributeOf = [&](std::uint32_t number) {
-    return content.elements.At(number).GetAttribute(list.attribute);
+    return At(number).GetAttribute(list.attribute);
   };
   std::ranges::copy_if(named.first, named.second, std::back_inserter(list.numbers),
                        [&](std::uint32_t number) {
@@ -153,7 +151,7 @@ void ChildIndex::Fill(List& list) {
 
 std::vector<std::string_view> ChildIndex::Names() const {
   std::vector<std::string_view> names;
-  const auto nameOf = [this](std::uint32_t number) { return NameOf(number); };
+  const auto nameOf = [this](std::uint32_t number) { return data.NameOf(number); };
   for (auto next = byName.begin(); next != byName.end();) {
     names.push_back(nameOf(*next));
     if (names.size() > byName.size() / 4) return {};
@@ -162,17 +160,16 @@ std::vector<std::string_view> ChildIndex::Names() const {
   return names;
 }
 
-void ChildIndex::Append(const Element& child) {
-  const std::string_view name = child.GetName();
-  const std::uint32_t number = ElementTable::NumberOf(child);
+void ChildIndex::Append(std::uint32_t child) {
+  const std::string_view name = data.NameOf(child);
   lastText.reset();
-  byName.insert(Named(NameMatch::Exact, name).second, number); // behind those of the same name
+  byName.insert(Named(NameMatch::Exact, name).second, child); // behind those of the same name
   namesAreAscii = namesAreAscii && IsAscii(name);
   // A new element can have declared attributes. Programs rarely alternate between creating elements
   // and searching by attribute.
   std::erase_if(lists, [](const List& list) { return list.kind != ListKind::Prefix; });
   for (List& list : lists) {
-    if (name.starts_with(list.name)) list.numbers.push_back(number);
+    if (name.starts_with(list.name)) list.numbers.push_back(child);
   }
 }
 

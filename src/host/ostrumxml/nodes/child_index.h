@@ -16,7 +16,7 @@
 
 namespace Ostrum {
 
-struct Content;
+struct DocumentData;
 
 // Finds children of one element by name without visiting the others. It keeps them sorted by name,
 // which is enough for exact names and for prefixes that only one name has. For each other search it
@@ -24,7 +24,7 @@ struct Content;
 class ChildIndex {
  public:
   // Throws std::bad_alloc, as all searches do.
-  ChildIndex(const Content& content, const Element& parent);
+  ChildIndex(IndexedDocument& document, std::uint32_t parent);
 
   bool NamesAreAscii() const noexcept { return namesAreAscii; }
   bool ValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) {
@@ -33,16 +33,16 @@ class ChildIndex {
   // Each name once; none if nearly each child has a name of its own.
   std::vector<std::string_view> Names() const;
 
-  // As the functions of Element, but null if there is no such child.
-  Element* Nth(NameMatch match, std::string_view text, std::uint32_t n);
-  Element* NthWithAttribute(std::string_view childName, std::string_view attributeName,
-                            std::uint32_t n);
-  Element* FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
-                          std::string_view valueBegin);
+  // As the functions of Element.
+  Element Nth(NameMatch match, std::string_view text, std::uint32_t n);
+  Element NthWithAttribute(std::string_view childName, std::string_view attributeName,
+                           std::uint32_t n);
+  Element FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
+                         std::string_view valueBegin);
 
   // Adds a child that was just created as the last one. Throws std::bad_alloc; the index must then
   // be discarded.
-  void Append(const Element& child);
+  void Append(std::uint32_t child);
 
  private:
   using Numbers = std::vector<std::uint32_t>; // of elements
@@ -58,20 +58,21 @@ class ChildIndex {
     bool holdsAllNamed;          // byName then serves instead of numbers
     bool valuesAreAscii;         // for PrefixByValue
     // For PrefixByValue: the first child for each beginning of a value that many have.
-    std::map<std::string, Element*, std::less<>> results;
+    std::map<std::string, std::uint32_t, std::less<>> results;
 
     Range AsRange() const noexcept { return {numbers.begin(), numbers.end()}; }
   };
 
-  std::string_view NameOf(std::uint32_t number) const noexcept;
+  Element At(std::uint32_t number) const noexcept { return {document, number}; }
   Range Named(NameMatch match, std::string_view text) const;
   const Range& LastNamed(NameMatch match, std::string_view text);
-  Element* NthOf(const Range& range, std::uint32_t n) const noexcept;
+  Element NthOf(const Range& range, std::uint32_t n) const noexcept;
   bool IsOneName(const Range& range) const noexcept;
   List& ListFor(ListKind kind, std::string_view name, std::string_view attribute);
   void Fill(List& list);
 
-  const Content& content;
+  IndexedDocument& document;
+  const DocumentData& data;
   Numbers byName;         // sorted by name, equal names in document order
   std::deque<List> lists; // the newest last
   bool namesAreAscii = true;

@@ -1,5 +1,4 @@
-// The nodes of a document: elements, which the document holds, and attributes, which are looked up
-// in an element's tag when they are asked for. All text is UTF-8.
+// The nodes of a document: elements and their attributes, as views of its data. All text is UTF-8.
 #ifndef TARVIK_HOST_OSTRUMXML_NODES_NODE_H
 #define TARVIK_HOST_OSTRUMXML_NODES_NODE_H
 
@@ -11,118 +10,62 @@
 
 namespace Ostrum {
 
+class Attribute;
 class ChildIndex;
-class Element;
-struct Content;
-
-// The text of an element, or the value of an attribute, bound to where it stands.
-class Value {
- public:
-  // Replaces the text. Throws std::invalid_argument, nothing being changed, where XML can't carry
-  // the text, where the attribute's declared type would fold its blanks, where there is no node, or
-  // where it stands in an entity's text.
-  void Set(std::string_view text);
-
- private:
-  friend class Attribute;
-  friend class Element;
-  Value(Element* owner, std::string_view attribute) : owner(owner), attribute(attribute) {}
-
-  Element* owner;             // null for the value of a null node
-  std::string_view attribute; // empty for the element's own text
-};
-
-// A lookup that misses does not throw. It gives the null attribute or the null element, which has
-// no name and no value.
-class Attribute {
- public:
-  bool IsNull() const noexcept { return owner == nullptr; }
-  std::string_view GetName() const noexcept { return name; }
-
-  // The value as XML defines it: a part of the source where no decoding is needed, else assembled
-  // in scratch; at least its first `limit` bytes. Valid until scratch or the document is changed.
-  std::string_view GetValue(std::string& scratch, std::size_t limit = std::string::npos) const;
-  std::string GetValue() const {
-    std::string scratch;
-    return std::string(GetValue(scratch));
-  }
-  operator Value() const noexcept { return {owner, name}; }
-
- private:
-  friend class Element;
-  Attribute() = default;
-  Attribute(Element* owner, std::string_view name, std::string_view raw)
-      : owner(owner), name(name), raw(raw) {}
-
-  Element* owner = nullptr;
-  std::string_view name;
-  std::string_view
-      raw; // the value as it stands in the source; of null data when it does not stand there
-};
-
-// A position among the child elements of an element, in document order.
-class IteratorRef {
- public:
-  explicit IteratorRef(Element* position) noexcept : position(position) {}
-  Element& operator*() const noexcept { return *position; }
-  Element* operator->() const noexcept { return position; }
-  IteratorRef& operator++() noexcept;
-  bool operator==(const IteratorRef& other) const noexcept { return position == other.position; }
-
- private:
-  Element* position; // null behind the last child
-};
-
-class NodeContainer {
- public:
-  IteratorRef Begin() const noexcept;
-  IteratorRef End() const noexcept { return IteratorRef(nullptr); }
-
- protected:
-  NodeContainer() = default;
-  ~NodeContainer() = default;
-};
+class IteratorRef;
+class Value;
+struct DocumentData;
+struct IndexedDocument;
 
 enum class NameMatch { Exact, Prefix };
 
-// An element of a document, at a fixed address for the document's life. It knows where its tags
-// stand in the source text; all else is read there when asked for. What was changed is kept aside
-// by the document.
-class Element final : public NodeContainer {
+// A handle of an element: its document and its number there. Copies refer to the same element,
+// which lives as long as its document. A lookup that misses does not throw: it gives the null
+// element, which has no name, no value and no children.
+class Element {
  public:
-  // The null element, shared by all documents.
-  static Element null;
+  Element() = default; // the null element
+  // REQUIRES: the document has an element of that number.
+  Element(IndexedDocument& document, std::uint32_t number) noexcept
+      : document(&document), number(number) {}
+  bool operator==(const Element&) const = default;
 
-  bool IsNull() const noexcept { return name == 0; }
+  bool IsNull() const noexcept { return number == 0; }
   // Lives as long as the document.
   std::string_view GetName() const noexcept;
-  // The element's own text, its character data and CDATA sections joined in document order; else as
-  // Attribute::GetValue.
+  // The element's own text: its character data and CDATA sections, joined in document order. As
+  // Attribute::GetValue otherwise.
   std::string_view GetValue(std::string& scratch, std::size_t limit = std::string::npos) const;
   std::string GetValue() const {
     std::string scratch;
     return std::string(GetValue(scratch));
   }
 
+  // The child elements, in document order.
+  IteratorRef Begin() const noexcept;
+  IteratorRef End() const noexcept;
+  Element FirstChild() const noexcept;
+  Element NextSibling() const noexcept;
+
   Attribute GetAttribute(std::string_view attributeName) const;
-  // A new attribute, which the element has once its value is set. The null attribute where there is
-  // one of that name, where the name is no XML name, or where the element stands in an entity's
-  // text. The name must outlive what is returned.
+  // A new attribute, which the element has once its value is set. The null attribute if there is
+  // one of that name, if the name is not an XML name, or if the element is in an entity's text. The
+  // name must outlive the result.
   Attribute CreateAttribute(std::string_view attributeName);
-  // Makes a new element, without content, as the last child. The null element, and no change, where
-  // the name is no XML name or this element stands in an entity's text.
-  Element& AddElementInto(std::string_view elementName);
-  operator Value() noexcept { return {IsNull() ? nullptr : this, {}}; }
+  // Adds a new element without content as the last child. The null element, and no change, if the
+  // name is not an XML name or this element is in an entity's text. Throws std::bad_alloc.
+  Element AddElementInto(std::string_view elementName);
+  operator Value() const noexcept;
 
   // The n-th child, from 1, whose name is or begins with the text.
-  Element& NthChild(NameMatch match, std::string_view text, std::uint32_t n) const;
+  Element NthChild(NameMatch match, std::string_view text, std::uint32_t n) const;
   // The n-th child, from 1, that has that name and the attribute.
-  Element& NthChildWithAttribute(std::string_view childName, std::string_view attributeName,
-                                 std::uint32_t n) const;
+  Element NthChildWithAttribute(std::string_view childName, std::string_view attributeName,
+                                std::uint32_t n) const;
   // The first child whose name begins with the text and that has the attribute, with a value that
   // begins with the other text.
-  Element& FirstChildWithValue(std::string_view nameBegin, std::string_view attributeName,
-                               std::string_view valueBegin) const;
+  Element FirstChildWithValue(std::string_view nameBegin, std::string_view attributeName,
+                              std::string_view valueBegin) const;
   // Whether every child's name is plain ASCII.
   bool ChildNamesAreAscii() const;
   // Whether the values of that attribute of all children whose names begin with the text are. May
@@ -134,9 +77,9 @@ class Element final : public NodeContainer {
   // Whether all names and values of the element's document are. False of the null element.
   bool DocumentIsAscii() const noexcept;
 
-  // Whether the element was made since the document was parsed.
+  // Whether the element was created since the document was parsed.
   bool IsCreated() const noexcept;
-  // False for the null element and for one whose tags stand in an entity's text, which has no place
+  // False for the null element and for one whose tags are in an entity's text, which has no place
   // of its own in the file.
   bool CanBeChanged() const noexcept;
   // Whether the element's own text can be set. Also false if it refers to an entity that contains
@@ -144,39 +87,89 @@ class Element final : public NodeContainer {
   bool TextCanBeReplaced() const;
 
  private:
-  friend class ElementLayout;
-  friend class ElementTable;
-  friend class Generator;
-  friend class IndexBuilder;
-  friend class IteratorRef;
-  friend class NodeContainer;
   friend class Attribute;
-  friend class ChildIndex;
   friend class Value;
-  friend struct Content;
 
-  constexpr Element() = default;
-
+  DocumentData& Data() const noexcept; // REQUIRES: not null
   std::string_view AttributeValue(std::string_view attributeName, std::string_view raw,
                                   std::string& scratch, std::size_t limit) const;
   void SetText(std::string_view text);
   void SetAttribute(std::string_view attributeName, std::string_view value);
-  std::string LeadOfNextChild(const Content& content) const;
-  ChildIndex& Index() const; // made where there is none
-  void KeepIndexed(const Element& newChild) noexcept;
+  std::uint32_t LastChild() const noexcept; // 0 if there is none
+  std::string LeadOfNextChild() const;
+  bool IsIndexed() const noexcept;
+  ChildIndex& Index() const; // built if there is none
+  void AddToIndex(std::uint32_t newChild) noexcept;
   bool HasManyChildren() const noexcept;
   template <class Matches, class SearchIndex>
-  Element& SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const;
+  Element SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const;
 
-  std::uint32_t name = 0; // its number in the document's name table; 0 for the null element alone
-  // Offsets into the document's source, in bytes; all 0 for an element that was created.
-  std::uint32_t tagStart = 0;     // of the "<"
-  std::uint32_t contentStart = 0; // behind the ">" of the start tag, or of an empty-element tag
-  std::uint32_t contentEnd =
-      0; // of the end tag's "<"; equals contentStart for an empty-element tag
-  std::uint32_t nextSibling = 0; // its number in the document's element table; 0 for a last child
-  std::uint32_t flags = 0;       // of element_flags
+  IndexedDocument* document = nullptr;
+  std::uint32_t number = 0;
 };
+
+// The text of an element, or the value of an attribute, bound to its place.
+class Value {
+ public:
+  // Replaces the text. Throws std::invalid_argument, and changes nothing, if XML cannot hold the
+  // text, if the attribute's declared type would fold its white space, if there is no node, or if
+  // it is in an entity's text.
+  void Set(std::string_view text);
+
+ private:
+  friend class Attribute;
+  friend class Element;
+  Value(Element owner, std::string_view attribute) noexcept : owner(owner), attribute(attribute) {}
+
+  Element owner;              // null for the value of a null node
+  std::string_view attribute; // empty for the element's own text
+};
+
+// An attribute of an element. The null attribute has no name and no value.
+class Attribute {
+ public:
+  bool IsNull() const noexcept { return owner.IsNull(); }
+  std::string_view GetName() const noexcept { return name; }
+
+  // The value as XML defines it: a part of the source if it needs no decoding, else assembled in
+  // scratch; at least its first `limit` bytes. Valid until scratch or the document is changed.
+  std::string_view GetValue(std::string& scratch, std::size_t limit = std::string::npos) const;
+  std::string GetValue() const {
+    std::string scratch;
+    return std::string(GetValue(scratch));
+  }
+  operator Value() const noexcept { return {owner, name}; }
+
+ private:
+  friend class Element;
+  Attribute() = default;
+  Attribute(Element owner, std::string_view name, std::string_view raw) noexcept
+      : owner(owner), name(name), raw(raw) {}
+
+  Element owner;
+  std::string_view name;
+  std::string_view raw; // the value in the source; of null data if it is not there
+};
+
+// A position among the child elements of an element.
+class IteratorRef {
+ public:
+  explicit IteratorRef(Element position) noexcept : position(position) {}
+  const Element& operator*() const noexcept { return position; }
+  const Element* operator->() const noexcept { return &position; }
+  IteratorRef& operator++() noexcept {
+    position = position.NextSibling();
+    return *this;
+  }
+  bool operator==(const IteratorRef&) const = default;
+
+ private:
+  Element position; // null after the last child
+};
+
+inline IteratorRef Element::Begin() const noexcept { return IteratorRef(FirstChild()); }
+inline IteratorRef Element::End() const noexcept { return IteratorRef(Element()); }
+inline Element::operator Value() const noexcept { return {*this, {}}; }
 
 } // namespace Ostrum
 

@@ -5,39 +5,41 @@
 namespace Ostrum {
 
 void IndexBuilder::StartElement(std::string_view name, TagPlace tag) {
-  assert(tag.start + name.size() < tag.end && tag.end <= content.source.size());
-  Element& element = content.elements.Add();
-  element.tagStart = tag.start;
-  element.contentStart = tag.end;
-  element.name = content.names.Intern(name);
+  assert(tag.start + name.size() < tag.end && tag.end <= data.source.size());
+  const std::uint32_t element = data.elements.Add();
+  ElementRecord& record = data.elements[element];
+  record.tagStart = tag.start;
+  record.contentStart = tag.end;
+  record.name = data.names.Intern(name);
   Link(element);
 }
 
-void IndexBuilder::Link(Element& element) {
+void IndexBuilder::Link(std::uint32_t element) {
   if (open.empty()) {
     assert(!HasRoot());
-    content.root = &element;
+    data.root = element;
   } else {
     auto& [parent, lastChild] = open.back();
-    if (lastChild == nullptr) {
-      parent->flags |= element_flags::hasParsedChildren;
+    if (lastChild == 0) {
+      data.elements[parent].flags |= element_flags::hasParsedChildren;
     } else {
-      lastChild->nextSibling = ElementTable::NumberOf(element);
+      data.elements[lastChild].nextSibling = element;
     }
-    lastChild = &element;
+    lastChild = element;
   }
-  open.push_back({&element, nullptr});
+  open.push_back({element, 0});
 }
 
 void IndexBuilder::EndElement(std::uint32_t contentEnd) noexcept {
   assert(IsInside() && contentEnd >= InnermostTag().end);
-  open.back().element->contentEnd = contentEnd;
+  data.elements[open.back().element].contentEnd = contentEnd;
   open.pop_back();
 }
 
 TagPlace IndexBuilder::InnermostTag() const noexcept {
   assert(IsInside());
-  return {open.back().element->tagStart, open.back().element->contentStart};
+  const ElementRecord& record = data.elements[open.back().element];
+  return {record.tagStart, record.contentStart};
 }
 
 } // namespace Ostrum

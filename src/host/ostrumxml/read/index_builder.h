@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/data/document_data.h"
 
 namespace Ostrum {
 
@@ -18,8 +18,8 @@ struct TagPlace {
 // Builds the index of a document's elements, from the tags that a reader reports in document order.
 class IndexBuilder {
  public:
-  // content: must outlive the builder.
-  explicit IndexBuilder(Content& content) noexcept : content(content) {}
+  // data: must outlive the builder.
+  explicit IndexBuilder(DocumentData& data) noexcept : data(data) {}
 
   // Adds an element as the last child of the innermost open element, or as the root, and opens it.
   // name: in the source. Throws std::bad_alloc.
@@ -28,7 +28,7 @@ class IndexBuilder {
   // empty-element tag of the tag's end. REQUIRES: IsInside().
   void EndElement(std::uint32_t contentEnd) noexcept;
 
-  bool HasRoot() const noexcept { return !content.root->IsNull(); }
+  bool HasRoot() const noexcept { return data.root != 0; }
   // Whether an element is open.
   bool IsInside() const noexcept { return !open.empty(); }
   // The start tag of the innermost open element. REQUIRES: IsInside().
@@ -36,13 +36,13 @@ class IndexBuilder {
 
  private:
   struct OpenElement {
-    Element* element;
-    Element* lastChild; // null if there is none yet
+    std::uint32_t element;
+    std::uint32_t lastChild; // 0 if there is none yet
   };
 
-  void Link(Element& element);
+  void Link(std::uint32_t element);
 
-  Content& content;
+  DocumentData& data;
   std::vector<OpenElement> open; // the innermost last
 };
 

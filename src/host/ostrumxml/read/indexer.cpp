@@ -44,7 +44,7 @@ constexpr std::uint64_t mostExpansion = 20;
 // Runs the parser over a document's source and reports its elements to the index builder.
 class Indexer {
  public:
-  explicit Indexer(Content& content) : content(content), builder(content) {
+  explicit Indexer(DocumentData& data) : data(data), builder(data) {
     XML_SetUserData(parser.Get(), this);
     XML_SetElementHandler(
         parser.Get(),
@@ -106,16 +106,15 @@ class Indexer {
   }
 
   XML_Status FeedAll() {
-    std::size_t size =
-        content.fileSize > smallDocument ? content.fileSize / firstShare : content.fileSize;
-    const std::size_t room = std::min(content.fileSize - size, mostAtOnce);
-    for (std::size_t fed = 0;; size = content.fileSize - fed) {
+    std::size_t size = data.fileSize > smallDocument ? data.fileSize / firstShare : data.fileSize;
+    const std::size_t room = std::min(data.fileSize - size, mostAtOnce);
+    for (std::size_t fed = 0;; size = data.fileSize - fed) {
       size = std::min(size, mostAtOnce);
       // Looked up for each chunk, since the texts of entities move the source when the first
       // element begins.
-      const std::string_view chunk = std::string_view(content.source).substr(fed, size);
+      const std::string_view chunk = std::string_view(data.source).substr(fed, size);
       fed += size;
-      const bool last = fed == content.fileSize;
+      const bool last = fed == data.fileSize;
       const XML_Status status = parser.Feed(chunk, last, room);
       if (status != XML_STATUS_OK || last) return status;
     }
@@ -129,34 +128,34 @@ class Indexer {
   void StartElement(const XML_Char* name) {
     if (!builder.HasRoot()) AppendEntityTexts();
     const std::uint32_t start = Offset();
-    const bool isInFile = content.source[start] == '<';
+    const bool isInFile = data.source[start] == '<';
     const TagPlace tag = isInFile ? TagPlace{start, start + TagSize()} : PlaceInEntity(start);
     const std::string_view text =
-        std::string_view(content.source).substr(tag.start + 1, std::strlen(name));
+        std::string_view(data.source).substr(tag.start + 1, std::strlen(name));
     assert(text == name);
     builder.StartElement(text, tag);
-    if (const AttributeDeclarations* const declared = content.FindDeclarations(text))
+    if (const AttributeDeclarations* const declared = data.FindDeclarations(text))
       CountLooks(declared->size());
   }
 
   void EndElement() {
     const TagPlace tag = builder.InnermostTag();
-    if (content.IsInFile(tag.start)) return builder.EndElement(Offset());
-    const bool isEmptyTag = content.source[tag.end - 2] == '/';
-    builder.EndElement(isEmptyTag ? tag.end : content.OffsetOf(NextTag()));
+    if (data.IsInFile(tag.start)) return builder.EndElement(Offset());
+    const bool isEmptyTag = data.source[tag.end - 2] == '/';
+    builder.EndElement(isEmptyTag ? tag.end : data.OffsetOf(NextTag()));
   }
 
   TagPlace PlaceInEntity(std::uint32_t reference) {
     if (!entityWalk || walkedReference != reference) {
-      const std::string_view source = content.source;
-      entityWalk.emplace(content,
+      const std::string_view source = data.source;
+      entityWalk.emplace(data,
                          source.substr(reference, source.find(';', reference) + 1 - reference));
       walkedReference = reference;
     }
-    content.hasElementsFromEntities = true;
-    CountExpansion(sizeof(Element));
+    data.hasElementsFromEntities = true;
+    CountExpansion(sizeof(ElementRecord));
     const std::string_view tag = NextTag();
-    const std::uint32_t start = content.OffsetOf(tag);
+    const std::uint32_t start = data.OffsetOf(tag);
     return {start, start + static_cast<std::uint32_t>(tag.size())};
   }
 
@@ -172,9 +171,9 @@ class Indexer {
   }
 
   void DeclareEntity(const XML_Char* name, std::string_view text) {
-    const auto start = static_cast<std::uint32_t>(content.fileSize + entityTexts.size());
-    const Content::EntityPlace place{start, static_cast<std::uint32_t>(text.size())};
-    if (!content.entities.try_emplace(name, place).second) return; // the first one binds
+    const auto start = static_cast<std::uint32_t>(data.fileSize + entityTexts.size());
+    const DocumentData::EntityPlace place{start, static_cast<std::uint32_t>(text.size())};
+    if (!data.entities.try_emplace(name, place).second) return; // the first one binds
     CountExpansion(text.size());
     if (refusal == NO_PARSER_ERROR) entityTexts += text;
   }
@@ -187,14 +186,14 @@ class Indexer {
   // All entities have been declared when the first element begins.
   void AppendEntityTexts() {
     if (entityTexts.empty()) return;
-    content.source.reserve(content.fileSize + entityTexts.size());
-    content.source += entityTexts;
+    data.source.reserve(data.fileSize + entityTexts.size());
+    data.source += entityTexts;
     std::exchange(entityTexts, {});
   }
 
   void DeclareAttribute(const XML_Char* element, const XML_Char* name, const XML_Char* type,
                         const XML_Char* value) {
-    AttributeDeclarations& declared = content.declarations[element];
+    AttributeDeclarations& declared = data.declarations[element];
     CountLooks(declared.size());
     AttributeDeclaration declaration{std::strcmp(type, "CDATA") != 0, {}};
     if (value != nullptr) {
@@ -206,19 +205,19 @@ class Indexer {
 
   void CountLooks(std::size_t looks) noexcept {
     declarationsMet += looks;
-    if (declarationsMet > looksForFree + mostLooksPerByte * content.fileSize)
+    if (declarationsMet > looksForFree + mostLooksPerByte * data.fileSize)
       Refuse(TOO_MANY_DECLARATIONS);
   }
 
   void CountExpansion(std::size_t bytes) noexcept {
-    const std::uint64_t addressable = UINT32_MAX - content.fileSize; // by offsets into the source
+    const std::uint64_t addressable = UINT32_MAX - data.fileSize; // by offsets into the source
     expansion += bytes;
     if (expansion >
-        std::min(std::max(expansionForFree, mostExpansion * content.fileSize), addressable))
+        std::min(std::max(expansionForFree, mostExpansion * data.fileSize), addressable))
       Refuse(TOO_MUCH_EXPANSION);
   }
 
-  Content& content;
+  DocumentData& data;
   ExpatParser parser;
   IndexBuilder builder;
   std::string entityTexts; // until the first element begins
@@ -234,6 +233,6 @@ class Indexer {
   PARSER_ERROR refusal = NO_PARSER_ERROR;
 };
 
-ParseFailure BuildIndex(Content& content) { return Indexer(content).Run(); }
+ParseFailure BuildIndex(DocumentData& data) { return Indexer(data).Run(); }
 
 } // namespace Ostrum

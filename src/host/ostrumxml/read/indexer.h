@@ -1,7 +1,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_READ_INDEXER_H
 #define TARVIK_HOST_OSTRUMXML_READ_INDEXER_H
 
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/data/document_data.h"
 #include "host/ostrumxml/document.h"
 
 namespace Ostrum {
@@ -14,7 +14,7 @@ struct ParseFailure {
 
 // Runs the parser over a document's source and builds the index of its elements. Tells the failure
 // when the source is no well-formed document, or out of proportion. Throws std::bad_alloc.
-ParseFailure BuildIndex(Content& content);
+ParseFailure BuildIndex(DocumentData& data);
 
 } // namespace Ostrum
 

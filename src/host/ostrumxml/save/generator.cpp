@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/ostrumxml/data/element_layout.h"
 #include "host/ostrumxml/data/references.h"
 
 namespace Ostrum {
@@ -36,7 +37,7 @@ std::string AttributeMarkup(const ElementChange& change,
 
 class Generator {
  public:
-  explicit Generator(const Content& content) noexcept : content(content) {}
+  explicit Generator(const DocumentData& data) noexcept : data(data) {}
 
   // A replacement of `length` bytes of the source from offset `from` on.
   struct Edit {
@@ -48,8 +49,8 @@ class Generator {
   // Sorted by position in the source; edits at the same position in the order in which they were
   // added.
   std::vector<Edit> Edits() {
-    for (const auto& [element, change] : content.changes) {
-      if ((element->flags & element_flags::created) == 0) Collect(*element, change);
+    for (const auto& [element, change] : data.changes) {
+      if ((data.elements[element].flags & element_flags::created) == 0) Collect(element, change);
     }
     std::ranges::stable_sort(edits, {}, &Edit::from);
     return std::move(edits);
@@ -59,24 +60,24 @@ class Generator {
   void AddEdit(std::string_view part, std::string replacement) {
     if (part.empty() && replacement.empty()) return; // sorting them would cost a quarter more
     edits.push_back(
-        {content.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
+        {data.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
   }
 
-  void Collect(const Element& element, const ElementChange& change) {
-    const ElementLayout layout(content, element);
+  void Collect(std::uint32_t element, const ElementChange& change) {
+    const ElementLayout layout(data, element);
     const std::string_view tagEnd = CollectAttributes(layout, change);
     if (layout.IsEmptyTag()) {
       // When it gets content, "<name/>" becomes a start tag and an end tag.
       const std::string inside = EscapeText(change.text.value_or("")) + CreatedChildren(change);
       if (!inside.empty())
-        AddEdit(tagEnd, ">" + inside + "</" + std::string(element.GetName()) + ">");
+        AddEdit(tagEnd, ">" + inside + "</" + std::string(data.NameOf(element)) + ">");
       return;
     }
     if (change.text) CollectText(layout, change);
     if (change.created.empty()) return;
-    const bool onLines = !content.changes.at(change.created.front()).lead.empty();
+    const bool onLines = !data.changes.at(change.created.front()).lead.empty();
     const std::string_view end = layout.Inside().substr(layout.Inside().size());
-    AddEdit(onLines ? layout.TrailingBlanks().substr(0, 0) : end, CreatedChildren(change));
+    AddEdit(onLines ? layout.TrailingSpace().substr(0, 0) : end, CreatedChildren(change));
   }
 
   // Returns the rest of the tag after the last attribute.
@@ -100,7 +101,7 @@ class Generator {
     if (piece.kind != PieceKind::Reference)
       return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
     std::string beginning;
-    AppendOwnText(content, piece.text, beginning, 1);
+    AppendOwnText(data, piece.text, beginning, 1);
     return !beginning.empty();
   }
 
@@ -134,32 +135,33 @@ class Generator {
         levels.pop_back();
         continue;
       }
-      const Element& child = *level.change->created[level.written++];
-      const ElementChange& change = content.changes.at(&child);
+      const std::uint32_t child = level.change->created[level.written++];
+      const ElementChange& change = data.changes.at(child);
+      const std::string_view name = data.NameOf(child);
       const std::string inside = EscapeText(change.text.value_or(""));
       const bool isEmpty = change.created.empty() && inside.empty();
-      text.append(change.lead).append("<").append(child.GetName()).append(AttributeMarkup(change));
+      text.append(change.lead).append("<").append(name).append(AttributeMarkup(change));
       text.append(isEmpty ? "/>" : ">").append(inside);
-      if (!isEmpty) levels.push_back({&change, child.GetName(), 0});
+      if (!isEmpty) levels.push_back({&change, name, 0});
     }
     return text;
   }
 
-  const Content& content;
+  const DocumentData& data;
   std::vector<Edit> edits;
 };
 
-GeneratedText::GeneratedText(const Content& content) {
-  std::size_t size = content.fileSize;
+GeneratedText::GeneratedText(const DocumentData& data) {
+  std::size_t size = data.fileSize;
   std::uint32_t copied = 0;
-  for (Generator::Edit& edit : Generator(content).Edits()) {
+  for (Generator::Edit& edit : Generator(data).Edits()) {
     size = size + edit.replacement.size() - edit.length;
-    Add(content.Between(copied, edit.from));
+    Add(data.Between(copied, edit.from));
     Add(edit.replacement.size() > longestGathered ? own.emplace_front(std::move(edit.replacement))
                                                   : edit.replacement);
     copied = edit.from + edit.length;
   }
-  Add(content.Between(copied, static_cast<std::uint32_t>(content.fileSize)));
+  Add(data.Between(copied, static_cast<std::uint32_t>(data.fileSize)));
   if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
 }
 

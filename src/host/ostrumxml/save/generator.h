@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/data/document_data.h"
 
 namespace Ostrum {
 
@@ -16,7 +16,7 @@ class GeneratedText {
  public:
   // Takes time in proportion to the number of changes, not of elements. Throws std::length_error if
   // the text has become too long to be parsed, and std::bad_alloc.
-  explicit GeneratedText(const Content& content);
+  explicit GeneratedText(const DocumentData& data);
   GeneratedText(GeneratedText&&) = delete;
 
   const std::vector<std::string_view>& Pieces() const noexcept { return pieces; }

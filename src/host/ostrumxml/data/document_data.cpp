@@ -1,16 +1,16 @@
-#include "host/ostrumxml/data/content.h"
+#include "host/ostrumxml/data/document_data.h"
 
 #include "host/ostrumxml/data/references.h"
 
 namespace Ostrum {
 
-std::optional<std::string_view> Content::EntityText(std::string_view name) const {
+std::optional<std::string_view> DocumentData::EntityText(std::string_view name) const {
   const auto entry = entities.find(name);
   if (entry == entities.end()) return std::nullopt;
   return Between(entry->second.start, entry->second.start + entry->second.length);
 }
 
-bool Content::IsAsciiOnly() const noexcept {
+bool DocumentData::IsAsciiOnly() const noexcept {
   if (isAscii) return *isAscii;
   constexpr std::string_view opening = "&#";
   constexpr std::size_t longest = 16; // a longer reference counts as one to a character beyond
@@ -24,27 +24,34 @@ bool Content::IsAsciiOnly() const noexcept {
   return *isAscii;
 }
 
-ElementChange& Content::ChangeOf(Element& element) {
-  ElementChange& change = changes[&element];
-  element.flags |= element_flags::changed;
+std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
+  const std::uint32_t flags = elements[element].flags;
+  if ((flags & element_flags::hasParsedChildren) != 0) return element + 1;
+  const ElementChange* const change = FindChange(element);
+  return change == nullptr || change->created.empty() ? 0 : change->created.front();
+}
+
+ElementChange& DocumentData::ChangeOf(std::uint32_t element) {
+  ElementChange& change = changes[element];
+  elements[element].flags |= element_flags::changed;
   return change;
 }
 
-const ElementChange* Content::FindChange(const Element& element) const {
-  if ((element.flags & element_flags::changed) == 0) return nullptr;
-  return &changes.at(&element);
+const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
+  if ((elements[element].flags & element_flags::changed) == 0) return nullptr;
+  return &changes.at(element);
 }
 
-const AttributeDeclaration* Content::FindDeclaration(std::string_view elementName,
-                                                     std::string_view attributeName) const {
+const AttributeDeclaration* DocumentData::FindDeclaration(std::string_view elementName,
+                                                          std::string_view attributeName) const {
   const AttributeDeclarations* const declared = FindDeclarations(elementName);
   if (declared == nullptr) return nullptr;
   const auto entry = declared->find(attributeName);
   return entry == declared->end() ? nullptr : &entry->second;
 }
 
-bool Content::CanHold(std::string_view elementName, std::string_view attributeName,
-                      std::string_view value) const {
+bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,
+                           std::string_view value) const {
   const AttributeDeclaration* const declaration = FindDeclaration(elementName, attributeName);
   return declaration == nullptr || !declaration->tokenized || FoldBlanks(value) == value;
 }
