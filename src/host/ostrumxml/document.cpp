@@ -7,6 +7,7 @@
 #include "host/ostrumxml/nodes/indexed_document.h"
 #include "host/ostrumxml/read/expat_parser.h"
 #include "host/ostrumxml/read/indexer.h"
+#include "host/ostrumxml/read/plain_reader.h"
 #include "host/ostrumxml/save/generator.h"
 
 namespace Ostrum {
@@ -44,6 +45,9 @@ bool IsIllFormed(PARSER_ERROR error) noexcept {
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {
   text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
   auto indexed = std::make_unique<IndexedDocument>(std::move(text));
+  if (ReadPlainly(indexed->data)) return new Document(std::move(indexed));
+  // Discards what the plain reader may have added to the index.
+  indexed = std::make_unique<IndexedDocument>(std::move(indexed->data.source));
   const ParseFailure failure = BuildIndex(indexed->data);
   if (failure.error == NO_PARSER_ERROR) return new Document(std::move(indexed));
   error = failure.error;

@@ -47,16 +47,16 @@ void AppendFrom(const DocumentData& data, std::string_view characters, std::stri
   text += characters.substr(0, limit - text.size());
 }
 
-// The ASCII characters that a name may hold; only those of the first group can begin it.
-constexpr std::string_view nameStarts = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_:";
-constexpr std::string_view otherNameCharacters = "0123456789-.";
-
 bool MayBeInName(char character) {
   return !IsAscii({&character, 1}) || nameStarts.find(character) != std::string_view::npos ||
          otherNameCharacters.find(character) != std::string_view::npos;
 }
 
 } // namespace
+
+bool IsPredefined(std::string_view entityName) noexcept {
+  return std::ranges::find(predefined, entityName, &Entity::name) != std::end(predefined);
+}
 
 bool IsXmlName(std::string_view text) {
   if (text.empty() || !std::ranges::all_of(text, MayBeInName)) return false;

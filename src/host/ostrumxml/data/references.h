@@ -20,6 +20,9 @@ bool IsXmlName(std::string_view text);
 // Whether the text is valid UTF-8 and has only characters that XML allows in values.
 bool IsXmlText(std::string_view text) noexcept;
 
+// Whether XML itself defines an entity of that name.
+bool IsPredefined(std::string_view entityName) noexcept;
+
 // The name in a reference, "&...;".
 std::string_view ReferenceName(std::string_view reference) noexcept;
 

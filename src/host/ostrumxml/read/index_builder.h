@@ -33,6 +33,8 @@ class IndexBuilder {
   bool IsInside() const noexcept { return !open.empty(); }
   // The start tag of the innermost open element. REQUIRES: IsInside().
   TagPlace InnermostTag() const noexcept;
+  // Its name. REQUIRES: IsInside().
+  std::string_view InnermostName() const noexcept { return data.NameOf(open.back().element); }
 
  private:
   struct OpenElement {

@@ -1,0 +1,304 @@
+#include "host/ostrumxml/read/plain_reader.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cassert>
+#include <charconv>
+#include <cstdint>
+#include <cstring>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+#include "host/ostrumxml/data/markup.h"
+#include "host/ostrumxml/data/references.h"
+#include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/read/index_builder.h"
+
+namespace Ostrum {
+namespace {
+
+// Sixteen bytes, compared at once.
+using Bytes = unsigned char __attribute__((vector_size(16)));
+
+unsigned char ByteAt(const char* place) noexcept { return static_cast<unsigned char>(*place); }
+
+// The functions on bytes take vectors too, and then return a vector of zeros and ones in all bits.
+
+// A control character that XML forbids, or the first byte of U+F000 to U+FFFF, of which it forbids
+// the last two.
+auto IsSuspect(auto byte) noexcept {
+  return ((byte < 0x20) & (byte != '\t') & (byte != '\n') & (byte != '\r')) | (byte == 0xEF);
+}
+
+bool IsForbiddenCharacter(const char* place) noexcept {
+  return ByteAt(place) < 0x20 || (ByteAt(place + 1) == 0xBF && ByteAt(place + 2) >= 0xBE);
+}
+
+// The place in sixteen bytes of the first that is not zero, or 16.
+std::size_t FirstSet(auto bytes) noexcept {
+  std::uint64_t words[2];
+  static_assert(sizeof words == sizeof bytes);
+  std::memcpy(words, &bytes, sizeof words);
+  const auto zeros = [](std::uint64_t word) {
+    return std::endian::native == std::endian::little ? std::countr_zero(word)
+                                                      : std::countl_zero(word);
+  };
+  const int bits = words[0] != 0 ? zeros(words[0]) : 64 + zeros(words[1]);
+  return static_cast<std::size_t>(bits) / 8;
+}
+
+// The first place from the given one on where ends(byte, following byte) holds or a byte is
+// suspect. At the latest, that is the zero at the end.
+template <class Ends>
+const char* SkipUnsuspected(const char* place, const char* end, Ends ends) noexcept {
+  for (Bytes byte, following; end - place >= std::ptrdiff_t{sizeof byte}; place += sizeof byte) {
+    std::memcpy(&byte, place, sizeof byte);
+    std::memcpy(&following, place + 1, sizeof following);
+    const std::size_t first = FirstSet(IsSuspect(byte) | ends(byte, following));
+    if (first < sizeof byte) return place + first;
+  }
+  while (!IsSuspect(ByteAt(place)) && !ends(ByteAt(place), ByteAt(place + 1))) ++place;
+  return place;
+}
+
+// The same, but skips suspects that are allowed.
+template <class Ends>
+const char* SkipCharacters(const char* place, const char* end, Ends ends) noexcept {
+  place = SkipUnsuspected(place, end, ends);
+  while (IsSuspect(ByteAt(place)) && !IsForbiddenCharacter(place))
+    place = SkipUnsuspected(place + 1, end, ends);
+  return place;
+}
+
+constexpr auto isInName = [] {
+  std::array<bool, 256> inName{};
+  for (const char character : nameStarts) inName[static_cast<unsigned char>(character)] = true;
+  for (const char character : otherNameCharacters)
+    inName[static_cast<unsigned char>(character)] = true;
+  return inName;
+}();
+
+bool StartsName(char character) noexcept {
+  return isInName[static_cast<unsigned char>(character)] &&
+         otherNameCharacters.find(character) == std::string_view::npos;
+}
+
+constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
+  if (character < 0x20) return IsBlank(static_cast<char>(character));
+  const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
+  return !isSurrogate && character != 0xFFFE && character != 0xFFFF && character <= 0x10FFFF;
+}
+
+// Reads a document of one encoding, UTF-8, in one pass. Every function that returns bool reads what
+// it is named after; false means that the text is malformed there or has something unusual.
+class PlainReader {
+ public:
+  explicit PlainReader(DocumentData& data) noexcept
+      : builder(data), begin(data.source.data()), end(begin + data.source.size()), next(begin) {}
+
+  bool ReadDocument() {
+    Skip(utf8ByteOrderMark);
+    if (!ReadDeclaration() || !ReadOutsideRoot()) return false;
+    if (Skip("<!DOCTYPE") && (!ReadDocumentType() || !ReadOutsideRoot())) return false;
+    if (!Skip('<') || !ReadStartTag()) return false;
+    while (builder.IsInside()) {
+      if (!ReadContent()) return false;
+    }
+    return ReadOutsideRoot() && next == end;
+  }
+
+ private:
+  std::uint32_t OffsetOf(const char* place) const noexcept {
+    return static_cast<std::uint32_t>(place - begin);
+  }
+
+  // Skip what is there; false, and nothing skipped, if it is not.
+  bool Skip(char character) noexcept {
+    const bool isThere = *next == character;
+    next += isThere ? 1 : 0;
+    return isThere;
+  }
+  bool Skip(std::string_view text) noexcept {
+    const bool isThere = std::string_view(next, end).starts_with(text);
+    next += isThere ? text.size() : 0;
+    return isThere;
+  }
+  bool SkipBlanks() noexcept {
+    const char* const start = next;
+    while (IsBlank(*next)) ++next;
+    return next != start;
+  }
+  template <class Ends>
+  void SkipTo(Ends ends) noexcept {
+    next = SkipCharacters(next, end, ends);
+  }
+
+  // Empty if there is no name in ASCII.
+  std::string_view ReadName() noexcept {
+    const char* const start = next;
+    if (!StartsName(*start)) return {};
+    while (isInName[ByteAt(next)]) ++next;
+    return {start, next};
+  }
+
+  // The XML declaration, if there is one.
+  bool ReadDeclaration() noexcept {
+    if (!std::string_view(next, end).starts_with("<?xml") || !IsBlank(next[5])) return true;
+    next += 5;
+    if (!SkipSetting("version", {"1.0"})) return false;
+    SkipSetting("encoding", {"UTF-8", "utf-8"});
+    SkipSetting("standalone", {"yes", "no"});
+    SkipBlanks();
+    return Skip("?>");
+  }
+  bool SkipSetting(std::string_view name, std::initializer_list<std::string_view> values) noexcept {
+    const char* const start = next;
+    if (SkipBlanks() && Skip(name)) {
+      SkipBlanks();
+      const bool isSet = Skip('=');
+      SkipBlanks();
+      const char* const value = next + 1;
+      if (isSet && ReadValue() &&
+          std::ranges::find(values, std::string_view(value, next - 1)) != values.end())
+        return true;
+    }
+    next = start;
+    return false;
+  }
+
+  // A document type that declares nothing itself.
+  bool ReadDocumentType() noexcept {
+    if (!SkipBlanks() || ReadName().empty()) return false;
+    const bool mayHaveId = SkipBlanks();
+    if (mayHaveId && Skip("PUBLIC")) {
+      if (!SkipBlanks() || !ReadPublicId() || !SkipBlanks() || !ReadValue()) return false;
+    } else if (mayHaveId && Skip("SYSTEM")) {
+      if (!SkipBlanks() || !ReadValue()) return false;
+    }
+    SkipBlanks();
+    return Skip('>');
+  }
+  bool ReadPublicId() noexcept {
+    static constexpr std::string_view punctuation = " \r\n'()+,/=?;!*#@$%";
+    const char* const start = next;
+    if (!ReadValue()) return false;
+    return std::all_of(start + 1, next - 1, [](char character) {
+      return isInName[static_cast<unsigned char>(character)] ||
+             punctuation.find(character) != std::string_view::npos;
+    });
+  }
+
+  // Blanks, comments and processing instructions, until there is something else.
+  bool ReadOutsideRoot() noexcept {
+    for (;;) {
+      SkipBlanks();
+      if (Skip("<!--")) {
+        if (!ReadComment()) return false;
+      } else if (Skip("<?")) {
+        if (!ReadInstruction()) return false;
+      } else {
+        return true;
+      }
+    }
+  }
+
+  // Character data, and what follows it.
+  bool ReadContent() {
+    SkipTo([](auto byte, auto) { return (byte == '<') | (byte == '&') | (byte == ']'); });
+    if (Skip('<')) return ReadMarkup();
+    if (Skip('&')) return ReadReference();
+    return !Skip("]]>") && Skip(']');
+  }
+  bool ReadMarkup() {
+    if (Skip('/')) return ReadEndTag();
+    if (Skip('?')) return ReadInstruction();
+    if (!Skip('!')) return ReadStartTag();
+    if (Skip("--")) return ReadComment();
+    return Skip("[CDATA[") && ReadCData();
+  }
+
+  bool ReadStartTag() {
+    const char* const start = next - 1;
+    const std::string_view name = ReadName();
+    if (name.empty() || (*next != '>' && !ReadAttributes())) return false;
+    const bool isEmptyTag = Skip('/');
+    if (!Skip('>')) return false;
+    builder.StartElement(name, {OffsetOf(start), OffsetOf(next)});
+    if (isEmptyTag) builder.EndElement(OffsetOf(next));
+    return true;
+  }
+  bool ReadAttributes() {
+    attributes.clear();
+    while (SkipBlanks() && *next != '>' && *next != '/') {
+      attributes.push_back(ReadName());
+      SkipBlanks();
+      if (attributes.back().empty() || !Skip('=')) return false;
+      SkipBlanks();
+      if (!ReadValue()) return false;
+    }
+    std::ranges::sort(attributes);
+    return std::ranges::adjacent_find(attributes) == attributes.end();
+  }
+  bool ReadValue() noexcept {
+    const unsigned char quote = ByteAt(next);
+    if (!Skip('"') && !Skip('\'')) return false;
+    for (;;) {
+      SkipTo([quote](auto byte, auto) { return (byte == quote) | (byte == '<') | (byte == '&'); });
+      if (Skip(static_cast<char>(quote))) return true;
+      if (!Skip('&') || !ReadReference()) return false;
+    }
+  }
+  bool ReadEndTag() noexcept {
+    const char* const start = next - 2;
+    if (!Skip(builder.InnermostName())) return false;
+    SkipBlanks();
+    if (!Skip('>')) return false;
+    builder.EndElement(OffsetOf(start));
+    return true;
+  }
+
+  bool ReadReference() noexcept {
+    if (!Skip('#')) return IsPredefined(ReadName()) && Skip(';');
+    const int base = Skip('x') ? 16 : 10;
+    std::uint32_t character = 0;
+    const auto [digitsEnd, error] = std::from_chars(next, end, character, base);
+    next = digitsEnd;
+    return error == std::errc() && IsXmlCharacter(character) && Skip(';');
+  }
+  bool ReadComment() noexcept {
+    SkipTo([](auto byte, auto following) { return (byte == '-') & (following == '-'); });
+    return Skip("-->");
+  }
+  bool ReadCData() noexcept {
+    do {
+      SkipTo([](auto byte, auto following) { return (byte == ']') & (following == ']'); });
+      if (Skip("]]>")) return true;
+    } while (Skip(']'));
+    return false;
+  }
+  bool ReadInstruction() noexcept {
+    const std::string_view target = ReadName();
+    if (target.empty() || IsReserved(target)) return false;
+    if (SkipBlanks())
+      SkipTo([](auto byte, auto following) { return (byte == '?') & (following == '>'); });
+    return Skip("?>");
+  }
+  static bool IsReserved(std::string_view target) noexcept {
+    constexpr std::string_view reserved = "xml";
+    return std::ranges::equal(target, reserved, {}, [](char it) { return it | 0x20; });
+  }
+
+  IndexBuilder builder;
+  const char* const begin;
+  const char* const end; // of the zero after the source
+  const char* next;
+  std::vector<std::string_view> attributes; // the names in one start tag
+};
+
+} // namespace
+
+bool ReadPlainly(DocumentData& data) { return PlainReader(data).ReadDocument(); }
+
+} // namespace Ostrum
