@@ -30,9 +30,14 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/tarvikConfig.cmake ${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake
         DESTINATION ${packageFolder})
 
-# The installed tree can be moved, so its files refer to each other by relative paths.
-file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-string(REGEX REPLACE "/$" "" pcPrefix "${pcPrefix}")
+# The installed tree can be moved, so its files refer to each other by relative paths. Not in /usr: pkg-config knows the
+# system's own folders, which it leaves out, by their plain names only.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(pcPrefix /usr)
+else()
+  file(RELATIVE_PATH pcPrefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" pcPrefix "\${pcfiledir}/${pcPrefix}")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/tarvik.pc.in ${PROJECT_BINARY_DIR}/tarvik.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
@@ -45,6 +50,11 @@ if(TARVIK_BUILD_TOOLS)
           DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions RENAME _tarvik)
   install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.fish-completion
           DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d RENAME tarvik.fish)
+  # Unless XDG_DATA_DIRS is set, fish looks nowhere below /usr/local, only in the administrator's folder.
+  install(CODE "
+    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr/local\" AND IS_DIRECTORY \"\$ENV{DESTDIR}/etc/fish\")
+      file(INSTALL ${PROJECT_SOURCE_DIR}/scripts/tarvik.fish-completion DESTINATION /etc/fish/completions RENAME tarvik.fish)
+    endif()")
 endif()
 
 # Pages and examples link to each other, so they keep their relative places.
