@@ -47,20 +47,21 @@ constexpr QueryItem AttributeOf(const char* element, const char* attribute) {
 // Every function gives the code of the one exported function that it calls.
 class OpenDocument {
  public:
-  OpenDocument(XmlFileList* list, std::uint32_t cookie) noexcept : list(list), cookie(cookie) {}
+  OpenDocument(XmlFileList* list, std::uint32_t cookie) noexcept
+      : list(list), cookie(cookie), record(FindRecord(list, cookie)) {}
 
   // The group below a parent, "" for none; group receives its ID.
   std::uint32_t OpenGroup(const char* path, const char* parent, QueryText& group) const {
     SetParent(parent, group);
     const std::uint32_t code = OpenXMLGroup(list, cookie, path, group.Buffer(), QueryText::size);
-    return NamesRootAlone(path, 1, parent, group) ? std::uint32_t{XmlNotFound} : code;
+    return NotFoundIfRoot(code, path, group);
   }
   std::uint32_t EnumGroup(const char* path, std::uint32_t occurrence, const char* parent,
                           QueryText& group) const {
     SetParent(parent, group);
     const std::uint32_t code =
         EnumXMLGroup(list, cookie, path, occurrence, group.Buffer(), QueryText::size);
-    return NamesRootAlone(path, occurrence, parent, group) ? std::uint32_t{XmlNotFound} : code;
+    return NotFoundIfRoot(code, path, group);
   }
   std::uint32_t Read(const char* group, const QueryItem& item, QueryText& value) const {
     return GetXMLItem(list, cookie, group, item.name, item.type, item.attribute, item.type,
@@ -73,21 +74,23 @@ class OpenDocument {
   }
 
  private:
-  // A path of one name that begins with the root's, "ProductPackage" in a document whose root is
-  // "Product", names the root alone: its answer is the path itself, for every occurrence, and a
-  // loop over occurrences would never end.
-  bool NamesRootAlone(const char* path, std::uint32_t occurrence, const char* parent,
-                      const QueryText& group) const {
-    if (std::strcmp(group.Text(), path) != 0) return false;
-    const bool isOpenedGroup = occurrence <= 1 && *parent == '\0' && !BeginsWithRoot(path);
-    return !isOpenedGroup;
+  // An answer that is the root itself counts as not found, since it is the same for every
+  // occurrence, and a loop over occurrences would never end. Two searches end so: one for a path
+  // of one name that begins with the root's, and one in a root without children whose own name
+  // begins with the path.
+  std::uint32_t NotFoundIfRoot(std::uint32_t code, std::string_view path,
+                               const QueryText& group) const {
+    if (code != XmlSuccess) return code;
+    const Ostrum::Element& root = record->document->GetRoot();
+    const bool namesRootAlone =
+        path.starts_with(root.GetName()) && path.find('\\') == std::string_view::npos;
+    const bool isRoot = namesRootAlone || record->elementMap->Find(group.Text()) == &root;
+    return isRoot ? std::uint32_t{XmlNotFound} : code;
   }
-  bool BeginsWithRoot(std::string_view path) const {
-    for (const XmlFileRecord* record = list == nullptr ? nullptr : list->head; record != nullptr;
-         record = record->next) {
-      if (record->cookie == cookie) return path.starts_with(record->document->GetRoot().GetName());
-    }
-    return false;
+  static const XmlFileRecord* FindRecord(const XmlFileList* list, std::uint32_t cookie) noexcept {
+    const XmlFileRecord* record = list == nullptr ? nullptr : list->head;
+    while (record != nullptr && record->cookie != cookie) record = record->next;
+    return record;
   }
   static void SetParent(const char* parent, QueryText& group) noexcept {
     assert(std::strlen(parent) < QueryText::size); // a group's ID, read into such a buffer
@@ -97,6 +100,7 @@ class OpenDocument {
   const platform::CharsetScope charset; // for all of the calls
   XmlFileList* list;
   std::uint32_t cookie;
+  const XmlFileRecord* record; // null if there is none with the cookie: all calls then fail
 };
 
 #endif

@@ -54,6 +54,14 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
           << encoding;
     }
   }
+  for (const char* name : {"shift-jis", "SJIS", "x-sjis", "MS_Kanji", "csShiftJIS", "Windows-31J",
+                           "csWindows31J", "MS932", "sjis-win", "sjis-open"}) {
+    EXPECT_EQ(Decode(Declared(name, "\\\xED\x40")), Declared("UTF-8", "\\\u7E8A"));
+  }
+  for (const char* name : {"csGB2312", "CN-GB", "EUC-CN", "EUCCN"})
+    EXPECT_EQ(Decode(Declared(name, "\x81\x40")), Declared("UTF-8", "\u4E02"));
+  for (const char* name : {"EUCKR", "csEUCKR", "KS_C_5601-1987"})
+    EXPECT_EQ(Decode(Declared(name, "\x81\x41")), Declared("UTF-8", "\uAC02"));
   std::string many, converted; // longer than the decoder's buffer
   for (int i = 0; i < 3000; ++i) many += "\xC4\xE3", converted += "\u4F60";
   EXPECT_EQ(Decode(Declared("GBK", many)), Declared("UTF-8", converted));

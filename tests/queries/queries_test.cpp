@@ -148,6 +148,25 @@ TEST(DetectionQueries, EndWhateverTheRootIsCalled) {
   }
 }
 
+// A search in a root without children finds the root if its name begins with the path, whatever the
+// occurrence.
+TEST(Queries, FindNothingInARootWithoutChildren) {
+  for (const char* root : {"Product", "ProductPackage", "ProductPackages", "ProductDetections",
+                           "LangPackages", "FileItems", "Catalog", "SiteStatuses"}) {
+    SCOPED_TRACE(root);
+    const TestDocument document("<" + std::string(root) + "/>");
+    EXPECT_EQ(Walk(document), "3:,,,,,,,,,@111\n");
+    DetectionInfo info;
+    EXPECT_EQ(GetDetectionInfo(document.list, &document.cookie, "A", "P", "T", &info), 3U);
+    std::vector<FileListEntry> files;
+    EXPECT_EQ(GetFileList(document.list, &document.cookie, &files), 3U);
+    EXPECT_TRUE(files.empty());
+    std::uint8_t enabled = 7;
+    EXPECT_EQ(IsRepositoryEnabled(document.list, &document.cookie, &enabled, nullptr, nullptr), 3U);
+    EXPECT_EQ(enabled, 0);
+  }
+}
+
 TEST(GetFileList, AppendsWhatItReads) {
   const auto item = [](const std::string& name) {
     return "<FileItem><Name>" + name + "</Name><Hash>1</Hash></FileItem>";

@@ -49,12 +49,27 @@ class EncodingTable {
       pairs; // indexed by the first byte minus 80 and the second byte; empty until first used
 };
 
-// In practice, these names stand for supersets of the encodings.
+// In practice, the names of three encodings stand for supersets of them. The system knows some of
+// these names by the encodings proper, some not at all.
 std::string SystemName(std::string_view name) {
-  if (name == "SHIFT_JIS" || name == "SJIS" || name == "X-SJIS" || name == "WINDOWS-31J")
-    return "CP932";
-  if (name == "GB2312") return "GBK";
-  return std::string(name == "EUC-KR" ? "CP949" : name);
+  constexpr struct {
+    std::string_view name, system;
+  } supersets[] = {
+      {"SHIFT_JIS", "CP932"},   {"SHIFT-JIS", "CP932"},
+      {"SJIS", "CP932"},        {"X-SJIS", "CP932"},
+      {"MS_KANJI", "CP932"},    {"CSSHIFTJIS", "CP932"},
+      {"WINDOWS-31J", "CP932"}, {"CSWINDOWS31J", "CP932"},
+      {"MS932", "CP932"},       {"SJIS-WIN", "CP932"},
+      {"SJIS-OPEN", "CP932"},   {"GB2312", "GBK"},
+      {"CSGB2312", "GBK"},      {"CN-GB", "GBK"},
+      {"EUC-CN", "GBK"},        {"EUCCN", "GBK"},
+      {"EUC-KR", "CP949"},      {"EUCKR", "CP949"},
+      {"CSEUCKR", "CP949"},     {"KS_C_5601-1987", "CP949"},
+  };
+  for (const auto& superset : supersets) {
+    if (superset.name == name) return std::string(superset.system);
+  }
+  return std::string(name);
 }
 
 unsigned char ByteOf(char character) noexcept { return static_cast<unsigned char>(character); }
