@@ -67,9 +67,15 @@ std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
   return rest;
 }
 
+class InvalidElementName : public std::invalid_argument {
+  using std::invalid_argument::invalid_argument;
+};
+
 SetText Converted(std::string given) {
   const DocumentText converted(given.c_str());
-  if (!converted.Text()) throw std::invalid_argument("not text in the locale's character set");
+  if (!converted.Text()) {
+    throw std::invalid_argument("a name or value is not valid text in the locale's character set");
+  }
   std::string utf8(*converted.Text());
   return {std::move(given), std::move(utf8)};
 }
@@ -77,13 +83,16 @@ SetText Converted(std::string given) {
 SetText Value(std::string given) {
   SetText value = Converted(std::move(given));
   if (!Ostrum::IsXmlText(value.utf8))
-    throw std::invalid_argument("a character that XML can't carry");
+    throw std::invalid_argument(
+        "the value contains a character that XML does not allow, such as a "
+        "control character");
   return value;
 }
 
 SetAttribute Attribute(std::string name, std::string value) {
   SetAttribute attribute{Converted(std::move(name)), Value(std::move(value))};
-  if (!Ostrum::IsXmlName(attribute.name.utf8)) throw std::invalid_argument("not an XML name");
+  if (!Ostrum::IsXmlName(attribute.name.utf8))
+    throw std::invalid_argument("the attribute's name is not a valid XML name");
   return attribute;
 }
 
@@ -92,8 +101,7 @@ SetAttribute Attribute(std::string name, std::string value) {
 SetText ElementName(std::string given) {
   SetText name = Converted(std::move(given));
   if (Ostrum::IsXmlName(name.utf8)) return name;
-  LogError(L"Failed to add element to parent node. Cannot continue");
-  throw std::invalid_argument("not an XML name");
+  throw InvalidElementName("an element's name is empty or not a valid XML name");
 }
 
 // Returns the text before the first separator and moves rest behind it; if there is none, returns
@@ -122,17 +130,18 @@ SetStep Step(std::string component) {
 SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName,
                            const char* itemType, const char* value) {
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
-    throw std::invalid_argument("a text that is needed is null");
+    throw std::invalid_argument("a path, item name, item type or value is null");
   }
   constexpr std::size_t longest =
       UINT32_MAX - 2; // leaves room for a separator and the terminating zero
-  if (std::strlen(path) + std::strlen(itemName) > longest) throw std::length_error("path");
+  if (std::strlen(path) + std::strlen(itemName) > longest)
+    throw std::length_error("the path is too long");
   SetRequest request;
   std::string rest = WithoutRoot(record, path);
   if (std::string_view(itemType) == "ELEMENT") {
     if (!rest.empty()) rest += '\\';
     rest += itemName;
-    if (rest.empty()) throw std::invalid_argument("an element item without a name");
+    if (rest.empty()) throw std::invalid_argument("the item has no name");
     request.text = Value(value).utf8;
   }
   request.target = rest + '\n' + itemType;
@@ -164,7 +173,7 @@ void Require(bool holds, const char* why) {
 
 void RequirePlace(const Element& element) {
   Require(element.CanBeChanged(),
-          "the element stands in an entity's text and has no place of its own in the file");
+          "the element comes from an entity, so it cannot be changed in the file");
 }
 
 void Set(Element element, const SetAttribute& attribute) {
@@ -179,8 +188,7 @@ Element Add(Element parent, const SetStep& step, ElementMap::KeyChain* key) {
   if (key != nullptr) key->Prepare();
   const Element child = parent.AddElementInto(step.name.utf8);
   if (child.IsNull()) {
-    LogError(L"Failed to add element to parent node. Cannot continue");
-    throw std::runtime_error("the element was refused");
+    throw InvalidElementName("the element's name was refused");
   }
   if (key != nullptr) key->Enter(child);
   return child;
@@ -252,7 +260,7 @@ class SetWalk {
         const std::string_view elementName =
             element.IsNull() ? steps[i].name.utf8 : element.GetName();
         Require(document.CanHold(elementName, each.name.utf8, each.value.utf8),
-                "the attribute's declared type would fold the value's blanks");
+                "the attribute's declared type would change the value's white space");
       }
     }
     const bool makesChild = found.size() < steps.size();
@@ -327,7 +335,7 @@ class WaitingSets final : public Ostrum::PendingChanges {
 };
 
 // Changes the document, either by the whole request or not at all, and then the file.
-void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& record) try {
+void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& record) {
   if (record.waitingSets == nullptr) record.waitingSets = new WaitingSets;
   auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
   const SetWalk walk(*request, *record.document, FindLogged);
@@ -347,12 +355,6 @@ void SetAndSave(const std::shared_ptr<SetRequest>& request, XmlFileRecord& recor
   ElementMap::KeyChain key(*record.elementMap, request->longestKey);
   walk.CarryOut(&key);
   record.file->Save(*record.document, waiting);
-} catch (const std::bad_alloc&) {
-  throw;
-} catch (const std::exception& failure) {
-  // The caller gets only the code.
-  corekit::logDetail(L"ostrumxml", corekit::KString(failure.what()));
-  throw;
 }
 
 } // namespace
@@ -373,10 +375,17 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
     SetAndSave(request, *record);
     return XmlSuccess;
   } catch (const std::bad_alloc&) {
+    LogReason(noMemoryReason);
     LogError(L"Failed to allocate memory for tokens");
     return XmlOutOfMemory;
+  } catch (const InvalidElementName& failure) {
+    LogReason(failure.what());
+    LogError(L"Failed to add element to parent node. Cannot continue");
+  } catch (const std::exception& failure) {
+    LogReason(failure.what());
   } catch (...) {
-    LogError(L"Unknown error while setting xml");
-    return XmlFailure;
+    LogReason(unknownReason);
   }
+  LogError(L"Unknown error while setting xml");
+  return XmlFailure;
 }

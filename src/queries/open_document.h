@@ -81,10 +81,10 @@ class OpenDocument {
   std::uint32_t NotFoundIfRoot(std::uint32_t code, std::string_view path,
                                const QueryText& group) const {
     if (code != XmlSuccess) return code;
-    const Ostrum::Element& root = record->document->GetRoot();
+    const Ostrum::Element root = record->document->GetRoot();
     const bool namesRootAlone =
         path.starts_with(root.GetName()) && path.find('\\') == std::string_view::npos;
-    const bool isRoot = namesRootAlone || record->elementMap->Find(group.Text()) == &root;
+    const bool isRoot = namesRootAlone || record->elementMap->Find(group.Text()) == root;
     return isRoot ? std::uint32_t{XmlNotFound} : code;
   }
   static const XmlFileRecord* FindRecord(const XmlFileList* list, std::uint32_t cookie) noexcept {

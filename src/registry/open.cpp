@@ -20,7 +20,9 @@ bool ArgumentsAreThere(const XmlFileList* list, const char* name,
   if (list == nullptr) LogDetail(L"Failed to open ", name, L":  xml file list pointer is NULL.");
   if (cookie == nullptr) LogDetail(L"Failed to open ", name, L":  cookie pointer is NULL.");
   if (name == nullptr) LogDetail(L"Failed to open :  file name pointer is NULL.");
-  return list != nullptr && cookie != nullptr && name != nullptr;
+  if (list != nullptr && cookie != nullptr && name != nullptr) return true;
+  LogReason(L"a pointer that is needed is null");
+  return false;
 }
 
 void LogOpened(const XmlFileRecord& record) noexcept {
@@ -45,6 +47,7 @@ void GetXMLEncoding() noexcept {
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
   const WideText wideName(ConvertToUnicode(name));
   if (wideName == nullptr) {
+    LogReason(L"the file name is not valid text in the locale's character set");
     LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
     return nullptr;
   }
@@ -60,11 +63,13 @@ std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, std::string
     text = file.Read().utf8;
     return XmlSuccess;
   } catch (const Ostrum::ReadFailure& failure) {
-    corekit::logError(L"ostrumxml", corekit::KString(failure.what()));
+    LogReason(name, L": ", failure.what());
     result = failure.result;
   } catch (const std::bad_alloc&) {
+    LogReason(noMemoryReason);
     result = Ostrum::ReadNoMemory;
   } catch (...) {
+    LogReason(unknownReason);
   }
   LogDetail(L"Failed to open ", name, L":  ", long{result});
   return CodeOfReadResult(result);
@@ -77,6 +82,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string tex
   int column = 0;
   record.document = Ostrum::ParseXML(std::move(text), length, error, line, column);
   if (record.document != nullptr) return XmlSuccess;
+  LogReason(line, L":", column, L": ", Ostrum::ReasonOf(error));
   LogDetail(L"Failed to open ", name, L":  unable to parse ", name, L".");
   return XmlOutOfMemory;
 }
@@ -86,6 +92,7 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
   const Ostrum::Element root = record.document->GetRoot();
   const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
+    LogReason(L"the locale's character set cannot represent the root element's name");
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
     return XmlFailure;
   }
@@ -106,6 +113,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
   OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))),
                      &FreeXmlFile);
   if (record == nullptr) {
+    LogReason(noMemoryReason);
     LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
     return XmlOutOfMemory;
   }
@@ -136,10 +144,13 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
   }
   try {
     return OpenAnew(*list, fileName, encoding, encrypted, *cookie);
+  } catch (const std::bad_alloc&) {
+    LogReason(noMemoryReason);
   } catch (...) {
-    LogDetail(L"Failed to open ", fileName, L": unknown exception thrown while opening.");
-    return XmlFailure;
+    LogReason(unknownReason);
   }
+  LogDetail(L"Failed to open ", fileName, L": unknown exception thrown while opening.");
+  return XmlFailure;
 }
 
 std::uint32_t TARVIK_CALL CloseXML(XmlFileList* list, std::uint32_t cookie) {

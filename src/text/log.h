@@ -44,11 +44,11 @@ auto Loggable(const Piece& piece) noexcept {
 
 // Not inlined: only the test for a sink stands where a line is logged.
 template <class... Pieces>
-[[gnu::noinline, gnu::cold]] void Log(corekit::LogKind kind, const Pieces&... pieces) noexcept {
+[[gnu::noinline, gnu::cold]] void Log(void (*log)(const wchar_t* component, const wchar_t* line),
+                                      const wchar_t* component, const Pieces&... pieces) noexcept {
   corekit::KString line(L"");
   (line << ... << Loggable(pieces));
-  kind == corekit::LogKind::Error ? corekit::logError(logComponent, line)
-                                  : corekit::logDetail(logComponent, line);
+  log(component, line);
 }
 
 } // namespace log_detail
@@ -56,12 +56,21 @@ template <class... Pieces>
 // Log one line, made of the pieces with nothing between them. Without a sink they cost one test.
 template <class... Pieces>
 void LogDetail(const Pieces&... pieces) noexcept {
-  if (corekit::SinkIsSet()) log_detail::Log(corekit::LogKind::Detail, pieces...);
+  if (corekit::SinkIsSet()) log_detail::Log(&corekit::logDetail, logComponent, pieces...);
 }
 
 template <class... Pieces>
 void LogError(const Pieces&... pieces) noexcept {
-  if (corekit::SinkIsSet()) log_detail::Log(corekit::LogKind::Error, pieces...);
+  if (corekit::SinkIsSet()) log_detail::Log(&corekit::logError, logComponent, pieces...);
 }
+
+// Logs why a call is refused. The line is the document library's, since those of this component are
+// fixed.
+template <class... Pieces>
+void LogReason(const Pieces&... pieces) noexcept {
+  if (corekit::SinkIsSet()) log_detail::Log(&corekit::logError, L"ostrumxml", pieces...);
+}
+inline constexpr const wchar_t* noMemoryReason = L"not enough memory";
+inline constexpr const wchar_t* unknownReason = L"an unexpected exception";
 
 #endif

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "corekit/corekit.h"
 #include "host/ostrumxml/nodes/indexed_document.h"
 #include "host/ostrumxml/read/expat_parser.h"
 #include "host/ostrumxml/read/indexer.h"
@@ -53,12 +52,6 @@ Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line,
   error = failure.error;
   line = failure.line;
   column = failure.column;
-  if (corekit::LogIsOn()) {
-    corekit::KString reason(L"");
-    reason << static_cast<long>(line) << L":" << static_cast<long>(column) << L": "
-           << ReasonOf(error);
-    corekit::logDetail(L"ostrumxml", reason);
-  }
   return nullptr;
 }
 

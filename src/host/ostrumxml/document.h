@@ -53,8 +53,7 @@ bool IsIllFormed(PARSER_ERROR error) noexcept;
 
 // Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document,
 // which the caller deletes, or null if the text is not well-formed or exceeds a limit. error, line
-// and column (from 1, in characters) then tell why and where, as does a log line of the component
-// "ostrumxml". Throws std::bad_alloc.
+// and column (from 1, in characters) then tell why and where. Throws std::bad_alloc.
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
 
 } // namespace Ostrum

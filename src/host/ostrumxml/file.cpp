@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <fstream>
 #include <new>
+#include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <thread>
 
 #include "corekit/corekit.h"
 #include "host/ostrumxml/document.h"
@@ -38,17 +40,31 @@ void RequireDone(platform::ReadStatus status, const platform::FileName& name) {
   if (status == ReadStatus::TooLong) throw ReadFailure(ReadTooLong, "is longer than 2 GB");
 }
 
-// Calls the attempt, which is given the locked file, until it succeeds. It returns false if another
-// program has changed the file since it was examined.
-template <class Attempt>
-void RetryWhileChanging(const platform::FileName& name, Attempt attempt) {
-  constexpr int maxAttempts = 100;
-  const auto deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
-  for (int attempts = 0; attempts < maxAttempts; ++attempts) {
-    platform::LockedFile file(name, deadline);
-    if (attempt(file)) return;
+// Calls the attempt with the locked file until it is done. Between two attempts the file is not
+// locked, so that another program can finish its change. Throws std::runtime_error if that takes
+// too long.
+template <class Try>
+void RetryUntilDone(const platform::FileName& name, Try attempt) {
+  constexpr auto pause = std::chrono::milliseconds(20);
+  const platform::Deadline deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
+  for (;;) {
+    auto result = SaveAttempt::Done;
+    {
+      platform::LockedFile file(name, deadline);
+      result = attempt(file);
+    }
+    if (result == SaveAttempt::Done) return;
+    if (std::chrono::steady_clock::now() >= deadline)
+      throw std::runtime_error("another program keeps changing the file");
+    if (result == SaveAttempt::FileIsBeingWritten) std::this_thread::sleep_for(pause);
   }
-  throw std::runtime_error("another program keeps changing the file");
+}
+
+void LogOutcome(SaveOutcome outcome) noexcept {
+  if (outcome == SaveOutcome::WroteOverDamage)
+    Log(L"The file was no longer well-formed: the document was written over it");
+  if (outcome == SaveOutcome::Merged)
+    Log(L"The save was merged with what another program had written to the file");
 }
 
 } // namespace
@@ -79,33 +95,36 @@ std::string DocumentFile::ReadBytes() {
 
 SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) try {
   auto outcome = SaveOutcome::WroteOwnText;
-  RetryWhileChanging(name, [&](platform::LockedFile& file) {
-    const bool isAsLeft = IsAsLeft(file);
-    const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
-    if (theirs) changes.ApplyTo(*theirs);
-    const bool writesOwnText = !theirs || theirs->GenerateXML(false) == document.GenerateXML(false);
-    if (!Write(file, theirs ? theirs->Generate() : document.Generate(),
-               theirs ? nullptr : LastAccess(file)))
-      return false;
-
-    lastSeen = *file.State();
-    holdsOwnText = writesOwnText;
-    changes.HaveReachedFile();
-    if (!isAsLeft && !theirs) {
-      Log(L"The file was no longer well-formed: the document was written over it");
-      outcome = SaveOutcome::WroteOverDamage;
-    }
-    if (!holdsOwnText) {
-      Log(L"The save was merged with what another program had written to the file");
-      outcome = SaveOutcome::Merged;
-    }
-    file.FlushFolder();
-    return true;
-  });
+  RetryUntilDone(
+      name, [&](platform::LockedFile& file) { return TrySave(file, document, changes, outcome); });
   return outcome;
 } catch (const std::exception& reason) {
   whyNotSaved = reason.what();
   throw;
+}
+
+SaveAttempt DocumentFile::TrySave(platform::LockedFile& file, Document& document,
+                                  PendingChanges& changes, SaveOutcome& outcome) {
+  const bool isAsLeft = IsAsLeft(file);
+  const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
+  if (!isAsLeft && !theirs && file.State()->isYoung) return SaveAttempt::FileIsBeingWritten;
+
+  outcome = isAsLeft ? SaveOutcome::WroteOwnText : SaveOutcome::WroteOverDamage;
+  const GeneratedText own = document.Generate();
+  if (theirs) {
+    changes.ApplyTo(*theirs);
+    const GeneratedText merged = theirs->Generate();
+    outcome = merged == own ? SaveOutcome::WroteOwnText : SaveOutcome::Merged;
+    if (!Write(file, merged, nullptr)) return SaveAttempt::FileHasChanged;
+  } else if (!Write(file, own, LastAccess(file))) {
+    return SaveAttempt::FileHasChanged;
+  }
+  lastSeen = *file.State();
+  holdsOwnText = outcome != SaveOutcome::Merged;
+  changes.HaveReachedFile();
+  LogOutcome(outcome);
+  file.FlushFolder();
+  return SaveAttempt::Done;
 }
 
 bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text,
@@ -131,14 +150,21 @@ bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
   return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
 }
 
-// Null if there is nothing to merge with. Throws if the file holds another document, which is
-// assumed for a well-formed text that exceeds a limit.
+// Null if there is nothing to merge with, or while the file is so young that its damage may be that
+// of a file half written. Throws if the file holds another document, which is assumed for a
+// well-formed text that exceeds a limit.
 std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& file,
                                                   Document& document) const {
   std::string bytes;
   RequireDone(file.Read(INT_MAX, bytes), name);
   if (bytes.empty()) return nullptr;
-  std::string text = DecodeBytes(std::move(bytes), decrypt).utf8;
+  std::string text;
+  try {
+    text = DecodeBytes(std::move(bytes), decrypt).utf8;
+  } catch (const ReadFailure&) {
+    if (file.State()->isYoung) return nullptr;
+    throw;
+  }
   const auto length = static_cast<int>(text.size());
   PARSER_ERROR error = NO_PARSER_ERROR;
   int line = 0;
@@ -153,14 +179,14 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
 }
 
 void RewriteFile(const platform::FileName& name, ByteFilter convert) {
-  RetryWhileChanging(name, [&](platform::LockedFile& file) {
+  RetryUntilDone(name, [&](platform::LockedFile& file) {
     std::string bytes;
     RequireDone(file.State() ? file.Read(INT_MAX, bytes) : platform::ReadStatus::Missing, name);
     std::string converted;
     if (!convert(bytes, converted)) throw ReadFailure(ReadRefused, "cannot be converted");
-    if (!file.Replace({converted}, nullptr)) return false;
+    if (!file.Replace({converted}, nullptr)) return SaveAttempt::FileHasChanged;
     file.FlushFolder();
-    return true;
+    return SaveAttempt::Done;
   });
 }
 

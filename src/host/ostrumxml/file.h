@@ -68,6 +68,12 @@ enum class SaveOutcome {
   WroteOverDamage, // over a text that was not well-formed
 };
 
+enum class SaveAttempt {
+  Done,
+  FileHasChanged,     // since it was examined
+  FileIsBeingWritten, // as it seems, by another program
+};
+
 // The file of one document: its absolute name, and its state when it was last read or written. If
 // another program has changed the file since, a save does not overwrite that change: it applies the
 // pending changes to the file's new text.
@@ -84,15 +90,18 @@ class DocumentFile {
 
   // Writes the document, which contains the pending changes already, to the file in one atomic
   // step, in UTF-8. If another program has changed the file, a log line of "ostrumxml" tells what
-  // was done with its text. Throws std::bad_alloc, or another exception with the reason: the file
-  // cannot be written, it now holds another document, or what ApplyTo threw. The file is then
-  // complete, the old or the new one.
+  // was done with its text. While the file is damaged or empty, but was changed less than two
+  // seconds ago, waits for the other program to finish. Throws std::bad_alloc, or another exception
+  // with the reason: the file cannot be written, it now holds another document, or what ApplyTo
+  // threw. The file is then complete, the old or the new one.
   SaveOutcome Save(Document& document, PendingChanges& changes);
 
   // The message of the exception that the last failed save threw; empty if none has failed.
   const std::string& WhyNotSaved() const { return whyNotSaved; }
 
  private:
+  SaveAttempt TrySave(platform::LockedFile& file, Document& document, PendingChanges& changes,
+                      SaveOutcome& outcome);
   bool Write(platform::LockedFile& file, const GeneratedText& text,
              const platform::Access* access) const;
   const platform::Access* LastAccess(const platform::LockedFile& file) const;

@@ -181,4 +181,18 @@ std::string GeneratedText::Joined() const {
   return text;
 }
 
+bool GeneratedText::operator==(const GeneratedText& other) const noexcept {
+  auto left = pieces.begin(), right = other.pieces.begin();
+  std::string_view leftRest, rightRest; // of the current pieces
+  for (;;) {
+    while (leftRest.empty() && left != pieces.end()) leftRest = *left++;
+    while (rightRest.empty() && right != other.pieces.end()) rightRest = *right++;
+    const std::size_t length = std::min(leftRest.size(), rightRest.size());
+    if (length == 0) return leftRest.empty() && rightRest.empty();
+    if (leftRest.substr(0, length) != rightRest.substr(0, length)) return false;
+    leftRest.remove_prefix(length);
+    rightRest.remove_prefix(length);
+  }
+}
+
 } // namespace Ostrum

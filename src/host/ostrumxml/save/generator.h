@@ -21,6 +21,8 @@ class GeneratedText {
 
   const std::vector<std::string_view>& Pieces() const noexcept { return pieces; }
   std::string Joined() const;
+  // Whether both are the same text, in whatever pieces.
+  bool operator==(const GeneratedText& other) const noexcept;
 
  private:
   void Add(std::string_view part);
