@@ -54,10 +54,6 @@ void ReleaseLargeBlock(void* block) noexcept;
 // Requests large pages for any memory that is about to be filled. The system may ignore it.
 void PreferLargePages(void* memory, std::size_t size) noexcept;
 
-// Tells the allocator that megabytes will be allocated and freed repeatedly, so that it keeps freed
-// memory for reuse instead of returning it to the system page by page.
-void ExpectLargeAllocations() noexcept;
-
 // Authenticated encryption: AES-256-GCM
 
 inline constexpr std::size_t cipherKeySize = 32;

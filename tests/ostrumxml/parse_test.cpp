@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "ostrumxml/parsed_document.h"
 
 namespace {
@@ -52,6 +54,29 @@ TEST(Parse, ReadsNoMoreThanIsAsked) {
         << limit;
     EXPECT_EQ(parsed.At("").GetAttribute("a").GetValue(scratch, limit).substr(0, limit),
               value.substr(0, limit));
+  }
+}
+
+// The bound on entities that refer to others does not count references that expand nothing.
+TEST(Parse, BoundsEntitiesThatReferToOthers) {
+  const struct {
+    const char* declaration;
+    bool refersToOthers;
+  } cases[] = {{"<!ENTITY e@ 'x&amp;&lt;&#38;#65;&#38; '>", false},
+               {"<!ENTITY % e@ '&amp;100&#37; &#37;'>", false},
+               {"<!ENTITY e@ '&amp;&amp2;'>", true},
+               {"<!ENTITY e@ '&lt;&\xC3\xA9;'>", true},
+               {"<!ENTITY % e@ '&#37;amp;'>", true}};
+  for (const auto& [declaration, refersToOthers] : cases) {
+    for (const int count : {1'000, 1'001}) {
+      std::string bytes = "<!DOCTYPE r [";
+      for (int i = 0; i < count; ++i)
+        bytes += std::regex_replace(declaration, std::regex("@"), std::to_string(i));
+      const Parsed parsed(bytes + "]><r/>");
+      const bool isRefused = refersToOthers && count > 1'000;
+      EXPECT_EQ(parsed.error, isRefused ? Ostrum::TOO_MANY_ENTITIES : Ostrum::NO_PARSER_ERROR)
+          << declaration << count;
+    }
   }
 }
 

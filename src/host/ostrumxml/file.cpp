@@ -87,7 +87,6 @@ FileText DecodeBytes(std::string bytes, ByteFilter decrypt) {
 }
 
 std::string DocumentFile::ReadBytes() {
-  platform::ExpectLargeAllocations();
   std::string bytes;
   RequireDone(platform::ReadWholeFile(name, INT_MAX, bytes, lastSeen), name);
   return bytes;

@@ -1,7 +1,6 @@
 #include <sys/mman.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
 
 #include "platform/platform.h"
@@ -33,14 +32,6 @@ void PreferLargePages(void* memory, std::size_t size) noexcept {
   const std::uintptr_t last = (start + size) / largeBlockSize * largeBlockSize;
   if (first < last)
     madvise(static_cast<char*>(memory) + (first - start), last - first, MADV_HUGEPAGE);
-}
-
-// Freeing a separately mapped block makes the C library raise its threshold for keeping memory.
-// Otherwise it returns a closed document's memory, and repeatedly opening a file of 0.1 MB takes
-// twice the time, spent in page faults.
-void ExpectLargeAllocations() noexcept {
-  void* volatile block = std::malloc(largeBlockSize);
-  std::free(block);
 }
 
 } // namespace platform

@@ -14,6 +14,4 @@ void ReleaseLargeBlock(void* block) noexcept { ::operator delete(block, alignmen
 
 void PreferLargePages(void*, std::size_t) noexcept {}
 
-void ExpectLargeAllocations() noexcept {}
-
 } // namespace platform

@@ -17,9 +17,8 @@ class ExpatParser {
   XML_Parser Get() const noexcept { return parser.get(); }
 
   // Gives the parser the next bytes. It copies them into its buffer, so they may move while it
-  // works on them. The buffer holds at least `room` bytes, so that a later, larger chunk needs no
-  // new one. REQUIRES: both sizes are at most INT_MAX.
-  XML_Status Feed(std::string_view bytes, bool last, std::size_t room = 0) noexcept;
+  // works on them. REQUIRES: at most INT_MAX bytes.
+  XML_Status Feed(std::string_view bytes, bool last) noexcept;
 
  private:
   struct Release {

@@ -9,20 +9,17 @@
 #include <string>
 #include <utility>
 
+#include "host/ostrumxml/data/markup.h"
 #include "host/ostrumxml/data/references.h"
+#include "host/ostrumxml/data/utf8.h"
 #include "host/ostrumxml/read/expat_parser.h"
 #include "host/ostrumxml/read/index_builder.h"
 
 namespace Ostrum {
 namespace {
 
-// Expat copies each chunk, and counts its lines unless it is the last. So a small document is fed
-// as a whole, and a large one in two chunks: the smaller the first, the less is counted, and the
-// longer the copy of the second.
-constexpr std::size_t smallDocument = std::size_t{2} << 20;
-constexpr std::size_t firstShare =
-    5; // a fifth; counting all lines takes 16 % of the opening's instructions
-constexpr std::size_t mostAtOnce = std::size_t{1} << 29; // Expat's buffers end at a gigabyte
+// The parser copies each chunk; this bounds the copy, since its buffers end at a gigabyte.
+constexpr std::size_t maxChunk = std::size_t{1} << 29;
 
 // The parser expands entities within entities by recursion, parameter entities too. A document with
 // more of them than this could nest them so deep that the stack overflows.
@@ -38,6 +35,21 @@ constexpr std::uint64_t looksForFree = 1'000'000;
 // source.
 constexpr std::uint64_t expansionForFree = 8'000'000;
 constexpr std::uint64_t mostExpansion = 20;
+
+// Whether an entity's text refers to another entity. sign: '&', or '%' for parameter entities. A
+// reference to a character or to a predefined entity expands nothing.
+bool RefersToEntity(std::string_view text, char sign) noexcept {
+  constexpr std::size_t maxPredefined = 5; // with the ";"
+  for (std::size_t place = text.find(sign); place != std::string_view::npos;
+       place = text.find(sign, place + 1)) {
+    std::string_view name = text.substr(place + 1);
+    const bool isName = !name.empty() && (nameStarts.find(name[0]) != std::string_view::npos ||
+                                          !IsAscii({&name[0], 1}));
+    name = name.substr(0, maxPredefined);
+    if (isName && (sign == '%' || !IsPredefined(name.substr(0, name.find(';'))))) return true;
+  }
+  return false;
+}
 
 } // namespace
 
@@ -106,16 +118,13 @@ class Indexer {
   }
 
   XML_Status FeedAll() {
-    std::size_t size = data.fileSize > smallDocument ? data.fileSize / firstShare : data.fileSize;
-    const std::size_t room = std::min(data.fileSize - size, mostAtOnce);
-    for (std::size_t fed = 0;; size = data.fileSize - fed) {
-      size = std::min(size, mostAtOnce);
-      // Looked up for each chunk, since the texts of entities move the source when the first
-      // element begins.
-      const std::string_view chunk = std::string_view(data.source).substr(fed, size);
-      fed += size;
+    for (std::size_t fed = 0;;) {
+      // Looked up for each chunk, because appending the entities' texts to the source moves it.
+      const std::string_view chunk =
+          std::string_view(data.source).substr(fed, std::min(data.fileSize - fed, maxChunk));
+      fed += chunk.size();
       const bool last = fed == data.fileSize;
-      const XML_Status status = parser.Feed(chunk, last, room);
+      const XML_Status status = parser.Feed(chunk, last);
       if (status != XML_STATUS_OK || last) return status;
     }
   }
@@ -179,7 +188,7 @@ class Indexer {
   }
 
   void CountIfNested(std::string_view text, char reference) noexcept {
-    if (text.find(reference) != std::string_view::npos && ++nestedEntities > mostNestedEntities)
+    if (RefersToEntity(text, reference) && ++nestedEntities > mostNestedEntities)
       Refuse(TOO_MANY_ENTITIES);
   }
 
