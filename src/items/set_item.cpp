@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/ostrumxml/data/references.h"
+#include "host/ostrumxml/data/xml_text.h"
 #include "host/ostrumxml/file.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"

@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
-#include "host/ostrumxml/read/expat_parser.h"
 #include "host/ostrumxml/read/indexer.h"
 #include "host/ostrumxml/read/plain_reader.h"
 #include "host/ostrumxml/save/generator.h"
@@ -25,20 +24,6 @@ GeneratedText Document::Generate() const { return GeneratedText(indexed->data); 
 bool Document::CanHold(std::string_view elementName, std::string_view attributeName,
                        std::string_view value) const {
   return indexed->data.CanHold(elementName, attributeName, value);
-}
-
-const char* ReasonOf(PARSER_ERROR error) noexcept {
-  if (error == TOO_MANY_ENTITIES) return "too many entities that refer to others";
-  if (error == TOO_MANY_DECLARATIONS) return "too many declared attributes times elements";
-  if (error == TOO_MUCH_EXPANSION)
-    return "entities and declared defaults expand to far more than the document";
-  return XML_ErrorString(static_cast<XML_Error>(error));
-}
-
-bool IsIllFormed(PARSER_ERROR error) noexcept {
-  static_assert(static_cast<int>(NO_PARSER_MEMORY) == static_cast<int>(XML_ERROR_NO_MEMORY));
-  return error != NO_PARSER_ERROR && error != NO_PARSER_MEMORY && error < TOO_MANY_ENTITIES &&
-         static_cast<XML_Error>(error) != XML_ERROR_AMPLIFICATION_LIMIT_BREACH;
 }
 
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column) {

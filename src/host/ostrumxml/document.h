@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "host/ostrumxml/nodes/node.h"
+#include "host/ostrumxml/read/parse_failure.h"
 
 namespace Ostrum {
 
@@ -35,21 +36,6 @@ class Document {
  private:
   std::unique_ptr<IndexedDocument> indexed;
 };
-
-// Why a text could not be parsed: 0, Expat's number of the error, or one of these.
-enum PARSER_ERROR : int {
-  NO_PARSER_ERROR = 0,
-  NO_PARSER_MEMORY = 1,
-  TOO_MANY_ENTITIES = 1001,     // that refer to others; the parser could overflow the stack
-  TOO_MANY_DECLARATIONS = 1002, // of attributes, times elements, for the length of the text
-  TOO_MUCH_EXPANSION = 1003,    // of entities and declared defaults, for the length of the text
-};
-
-// The reason as static text.
-const char* ReasonOf(PARSER_ERROR error) noexcept;
-
-// Whether the error means that the text is not well-formed; false for limits and lack of memory.
-bool IsIllFormed(PARSER_ERROR error) noexcept;
 
 // Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document,
 // which the caller deletes, or null if the text is not well-formed or exceeds a limit. error, line

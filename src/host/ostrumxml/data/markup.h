@@ -15,11 +15,6 @@ constexpr bool IsBlank(char character) noexcept {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 
-// The ASCII characters that a name may have; only those of the first group can start it.
-inline constexpr std::string_view nameStarts =
-    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_:";
-inline constexpr std::string_view otherNameCharacters = "0123456789-.";
-
 // Whether raw text needs no decoding, in content or in an attribute's value: it has no reference,
 // markup or control character.
 bool NeedsNoDecoding(std::string_view raw) noexcept;

@@ -4,9 +4,11 @@
 #include <new>
 #include <stdexcept>
 
+#include "host/ostrumxml/data/content_walker.h"
 #include "host/ostrumxml/data/element_layout.h"
 #include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/data/xml_text.h"
 #include "host/ostrumxml/nodes/indexed_document.h"
 
 namespace Ostrum {

@@ -9,10 +9,11 @@
 #include <string>
 #include <utility>
 
-#include "host/ostrumxml/data/markup.h"
+#include "host/ostrumxml/data/content_walker.h"
 #include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/data/utf8.h"
-#include "host/ostrumxml/read/expat_parser.h"
+#include "host/ostrumxml/data/xml_text.h"
+#include "host/ostrumxml/expat/expat_parser.h"
 #include "host/ostrumxml/read/index_builder.h"
 
 namespace Ostrum {

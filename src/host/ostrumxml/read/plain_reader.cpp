@@ -14,6 +14,7 @@
 #include "host/ostrumxml/data/markup.h"
 #include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/data/xml_text.h"
 #include "host/ostrumxml/read/index_builder.h"
 
 namespace Ostrum {

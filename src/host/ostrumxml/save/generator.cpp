@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/ostrumxml/data/content_walker.h"
 #include "host/ostrumxml/data/element_layout.h"
 #include "host/ostrumxml/data/references.h"
 

@@ -1,4 +1,4 @@
-#include "host/ostrumxml/read/expat_parser.h"
+#include "host/ostrumxml/expat/expat_parser.h"
 
 #include <cstring>
 #include <new>
