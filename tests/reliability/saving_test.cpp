@@ -25,7 +25,7 @@ const struct {
      "merged"}, // of equal size
     {"<R>\n  <!-- by hand -->\n  <A >9</A>\n  <B/>\n</R >\n", 0,
      "<R>\n  <!-- by hand -->\n  <A k=\"b c\" >new</A>\n  <B/>\n</R >\n", "merged"},
-    {"<R><Ab/><A/></R>", 0, "<R><Ab k=\"b c\">new</Ab><A/></R>", "merged"},
+    {"<R><Ab/><A/></R>", 0, "<R><Ab/><A k=\"b c\">new</A></R>", "merged"},
     {"<R><A>1</A>", 0, own, "written over"},
     {"", 0, own, "written over"},
     {nullptr, 0, own, ""},

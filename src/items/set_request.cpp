@@ -1,0 +1,110 @@
+#include "items/set_request.h"
+
+#include <cstdint>
+#include <cstring>
+#include <exception>
+#include <string_view>
+#include <utility>
+
+#include "host/ostrumxml/data/xml_text.h"
+#include "paths/item_path.h"
+#include "platform/platform.h"
+#include "text/convert.h"
+
+namespace {
+
+std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
+  std::string rest(path);
+  std::exception_ptr failure;
+  const bool hasRoot = IsRootInPath(record, path, &failure) == 1;
+  if (failure)
+    std::rethrow_exception(failure); // otherwise a second root could be created below the root
+  if (!hasRoot) return rest;
+  RemoveRootFromBeginningOfPath(path, rest.data(), static_cast<std::uint32_t>(rest.size() + 1));
+  rest.resize(std::strlen(rest.c_str()));
+  return rest;
+}
+
+SetText Converted(std::string given) {
+  const DocumentText converted(given.c_str());
+  if (!converted.Text()) {
+    throw std::invalid_argument("a name or value is not valid text in the locale's character set");
+  }
+  std::string utf8(*converted.Text());
+  return {std::move(given), std::move(utf8)};
+}
+
+SetText Value(std::string given) {
+  SetText value = Converted(std::move(given));
+  if (!Ostrum::IsXmlText(value.utf8))
+    throw std::invalid_argument(
+        "the value contains a character that XML does not allow, such as a "
+        "control character");
+  return value;
+}
+
+SetAttribute Attribute(std::string name, std::string value) {
+  SetAttribute attribute{Converted(std::move(name)), Value(std::move(value))};
+  if (!Ostrum::IsXmlName(attribute.name.utf8))
+    throw std::invalid_argument("the attribute's name is not a valid XML name");
+  return attribute;
+}
+
+// Checked without looking whether the element exists: no name in a document begins with an invalid
+// name.
+SetText ElementName(std::string given) {
+  SetText name = Converted(std::move(given));
+  if (Ostrum::IsXmlName(name.utf8)) return name;
+  throw InvalidElementName("an element's name is empty or not a valid XML name");
+}
+
+// Returns the text before the first separator and moves rest behind it; if there is none, returns
+// all and sets rest to null.
+std::string Cut(const char*& rest, char separator) {
+  const char* const start = rest;
+  rest = platform::MbsFindChar(start, separator);
+  return rest == nullptr ? std::string(start) : std::string(start, rest++);
+}
+
+SetStep Step(std::string component) {
+  const char* rest = component.c_str();
+  SetStep step{{}, ElementName(Cut(rest, '&')), {}};
+  std::string attributeName = rest == nullptr ? std::string() : Cut(rest, '=');
+  // An attribute part without a name or without a value is ignored.
+  if (!attributeName.empty() && rest != nullptr && *rest != '\0') {
+    step.attributes.push_back(Attribute(std::move(attributeName), rest));
+  }
+  step.component = std::move(component);
+  return step;
+}
+
+} // namespace
+
+SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const char* itemName,
+                           const char* itemType, const char* value) {
+  if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr) {
+    throw std::invalid_argument("a path, item name, item type or value is null");
+  }
+  constexpr std::size_t longest =
+      UINT32_MAX - 2; // leaves room for a separator and the terminating zero
+  if (std::strlen(path) + std::strlen(itemName) > longest)
+    throw std::length_error("the path is too long");
+  SetRequest request;
+  std::string rest = WithoutRoot(record, path);
+  if (std::string_view(itemType) == "ELEMENT") {
+    if (!rest.empty()) rest += '\\';
+    rest += itemName;
+    if (rest.empty()) throw std::invalid_argument("the item has no name");
+    request.text = Value(value).utf8;
+  }
+  request.longestKey = rest.size();
+  request.steps.emplace_back();
+  for (const char* next = rest.empty() ? nullptr : rest.c_str(); next != nullptr;) {
+    request.steps.push_back(Step(Cut(next, '\\')));
+  }
+  if (std::string_view(itemType) == "ATTRIBUTE" && *itemName != '\0' && *value != '\0') {
+    request.steps.back().attributes.push_back(Attribute(itemName, value));
+    request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");
+  }
+  return request;
+}
