@@ -337,4 +337,32 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
       << "nothing is set there";
 }
 
+// With a reference to such an entity kept or dropped, the file would not say what was set.
+TEST(SetItem, RefusesTextWithUnknownEntities) {
+  const std::string type = "<!DOCTYPE R SYSTEM 'r.dtd' [<!ENTITY f SYSTEM 'f'><!ENTITY g '&f;'>]>",
+                    known = "<K>&lt;&#9;</K>";
+  for (const char* text : {"caf&eacute;", "&f;", "&g;", "<q/>&amp;&eacute;<q/>"}) {
+    const auto file = [&](const char* before, const char* after) {
+      return type + "<R><A" + before + ">" + text + after + "</A>" + known + "</R>";
+    };
+    SCOPED_TRACE(text);
+    const TestDocument document(file(" k='caf&eacute;' m='&eacute;&amp;'", ""));
+    LogLines log;
+    EXPECT_EQ(document.SetText("", "A", "tea"), 34U);
+    EXPECT_EQ(Reason(log.Take()),
+              "the text refers to an entity that contains elements or is not known");
+    EXPECT_EQ(document.Save(), 0U);
+    EXPECT_EQ(document.Bytes(), file(" k='caf&eacute;' m='&eacute;&amp;'", ""));
+
+    // An attribute is replaced whole, even by the value that it reads as. Elements can be added.
+    EXPECT_EQ(document.Attribute("R", "A", "k"), "caf");
+    EXPECT_EQ(document.SetAttribute("A", "k", "caf"), 0U);
+    EXPECT_EQ(document.SetAttribute("A", "m", "n"), 0U);
+    EXPECT_EQ(document.SetText("A", "N", "1"), 0U);
+    EXPECT_EQ(document.Bytes(), file(" k='caf' m='n'", "<N>1</N>"));
+    EXPECT_EQ(document.SetText("", "K", "2"), 0U);
+    EXPECT_NE(document.Bytes().find("<K>2</K>"), std::string::npos);
+  }
+}
+
 } // namespace

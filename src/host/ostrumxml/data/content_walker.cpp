@@ -32,6 +32,21 @@ bool ContentWalker::Next(Piece& piece) {
   }
 }
 
+bool IsUnknownReference(const Piece& piece) noexcept {
+  if (piece.kind != PieceKind::Reference) return false;
+  const std::string_view name = ReferenceName(piece.text);
+  return !name.starts_with('#') && !IsPredefined(name);
+}
+
+bool HasUnknownReference(const DocumentData& data, std::string_view part) {
+  if (part.find('&') == std::string_view::npos) return false;
+  ContentWalker walker(data, part);
+  Piece piece{};
+  bool isFound = false;
+  while (!isFound && walker.Next(piece)) isFound = IsUnknownReference(piece);
+  return isFound;
+}
+
 void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit) {
   ContentWalker walker(data, stretch);

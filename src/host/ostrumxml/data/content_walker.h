@@ -28,6 +28,12 @@ class ContentWalker {
       outer; // to be continued when the current entity ends, the innermost last
 };
 
+// Whether a piece from a ContentWalker is a reference to an entity whose text is not known: one
+// that is declared outside the document.
+bool IsUnknownReference(const Piece& piece) noexcept;
+// Whether there is one in a part of content or an attribute's value.
+bool HasUnknownReference(const DocumentData& data, std::string_view part);
+
 // Appends the character data of a part of content, without that of elements in it, until text has
 // `limit` bytes.
 void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,

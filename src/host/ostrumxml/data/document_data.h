@@ -91,7 +91,6 @@ struct DocumentData {
     std::uint32_t start, length; // in source
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // general ones whose text is known
-  bool hasElementsFromEntities = false;
   // Whether all that the source means is plain ASCII, once asked for; false once something else was
   // set.
   mutable std::optional<bool> isAscii;

@@ -193,15 +193,18 @@ bool Element::CanBeChanged() const noexcept {
 bool Element::TextCanBeReplaced() const {
   if (!CanBeChanged()) return false;
   const DocumentData& data = Data();
-  if (!data.hasElementsFromEntities) return true;
-  bool hasTags = false;
+  const ElementChange* const change = data.FindChange(number);
+  if (change != nullptr && change->text) return true; // it has been replaced already
+  bool isReplaceable = true;
   ElementLayout(data, number).ForEachStretch([&](std::string_view stretch) {
+    if (stretch.find('&') == std::string_view::npos) return; // refers to no entity
     ContentWalker walker(data, stretch);
     Piece piece{};
     // A tag between the child elements comes from an entity.
-    while (walker.Next(piece)) hasTags = hasTags || piece.kind >= PieceKind::StartTag;
+    while (isReplaceable && walker.Next(piece))
+      isReplaceable = piece.kind < PieceKind::StartTag && !IsUnknownReference(piece);
   });
-  return !hasTags;
+  return isReplaceable;
 }
 
 void Value::Set(std::string_view text) {
@@ -217,7 +220,8 @@ void Value::Set(std::string_view text) {
 // Setting the present value changes nothing, so that it keeps the form in which it was written.
 void Element::SetText(std::string_view text) {
   if (!TextCanBeReplaced())
-    throw std::invalid_argument("the text holds elements that come from an entity");
+    throw std::invalid_argument(
+        "the text refers to an entity that contains elements or is not known");
   if (std::string scratch; GetValue(scratch) == text) return;
   DocumentData& data = Data();
   ElementChange& change = data.ChangeOf(number);
@@ -234,7 +238,9 @@ void Element::SetAttribute(std::string_view attributeName, std::string_view valu
     throw std::invalid_argument("the attribute's type can't carry these blanks");
   const RawAttribute raw = FindInTag(*document, number, attributeName);
   std::string scratch;
-  if (raw.name.data() != nullptr &&
+  const bool isInTag = raw.name.data() != nullptr;
+  // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
+  if (isInTag && !HasUnknownReference(data, raw.value) &&
       AttributeValue(attributeName, raw.value, scratch, std::string::npos) == value)
     return;
 

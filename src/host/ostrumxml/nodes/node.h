@@ -83,7 +83,7 @@ class Element {
   // of its own in the file.
   bool CanBeChanged() const noexcept;
   // Whether the element's own text can be set. Also false if it refers to an entity that contains
-  // elements.
+  // elements or whose text is not known.
   bool TextCanBeReplaced() const;
 
  private:

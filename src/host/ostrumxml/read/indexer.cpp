@@ -162,7 +162,6 @@ class Indexer {
                          source.substr(reference, source.find(';', reference) + 1 - reference));
       walkedReference = reference;
     }
-    data.hasElementsFromEntities = true;
     CountExpansion(sizeof(ElementRecord));
     const std::string_view tag = NextTag();
     const std::uint32_t start = data.OffsetOf(tag);
