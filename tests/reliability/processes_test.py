@@ -266,6 +266,44 @@ def rights(folder):
     print("owner, mode, access list and attributes taken over; what may not be written refused")
 
 
-for test in (writers_and_an_editor, sets_that_wait, killed_writers, locks, names, rights):
+def programs_that_write_slowly(folder):
+    """As fopen("w") does: the file is empty, then incomplete, then whole."""
+    def write_slowly(name, parts, pause):
+        with open(name, "wb", buffering=0) as file:
+            for part in parts:
+                file.write(part)
+                time.sleep(pause)
+
+    def meet(name, parts, pause):
+        """Sets an item once the other program has begun. Gives the code, the seconds and the bytes then."""
+        path = f"{folder}/{name}"
+        write(path, "<R><A>1</A></R>")
+        document = Document(path)
+        document.set("A", 1)  # so that the document knows the file for sure
+        writer = in_process(lambda: write_slowly(path, parts, pause))
+        time.sleep(0.2)
+        begun = time.monotonic()
+        code = document.set("A", "set")
+        seconds = time.monotonic() - begun
+        with open(path, "rb") as file:
+            after = file.read()
+        wait([writer])
+        return code, seconds, after
+
+    e_acute = "\u00e9".encode()
+    for name, parts in {"empty": [b"", b"<R><A>2</A><B/></R>"], "half": [b"<R><A>2</A>", b"<B/></R>"],
+                        "character": [b"<R><A>2</A><B/><!--" + e_acute[:1], e_acute[1:] + b"--></R>"]}.items():
+        code, seconds, after = meet(name, parts, 0.6)
+        wanted = b"".join(parts).replace(b"2", b"set")
+        check(code == SUCCESS and after == wanted and seconds < 2, f"{name}: {code} after {seconds} s, then {after}")
+    code, seconds, after = meet("gone", [b"<R>"], 0)
+    check(code == SUCCESS and after == b"<R><A>set</A></R>" and 1.5 < seconds < 3, f"gone: {code} after {seconds} s, {after}")
+    code, seconds, after = meet("endless", [b"<R>"] + [b"<B/>"] * 13, 1)
+    check(code == FAILURE and b"A" not in after and 9 < seconds < 12, f"endless: {code} after {seconds} s, {after}")
+    print("programs that write slowly were waited for")
+
+
+for test in (writers_and_an_editor, sets_that_wait, killed_writers, locks, names, rights,
+             programs_that_write_slowly):
     with tempfile.TemporaryDirectory() as temporary:
         test(temporary)
