@@ -37,7 +37,8 @@ if [[ $(cd "$target/source" && dpkg-parsechangelog --show-field Version) != "$ve
   exit 1
 fi
 
-scripts/quietly.sh "$target/build.log" \
+echo "Building the packages; this takes some minutes." >&2
+scripts/with-progress.sh "$target/build.log" \
   env --chdir="$target/source" dpkg-buildpackage --build=binary --no-sign --jobs=auto
 rm -rf "$target/source"
 ls "$target"/*.deb

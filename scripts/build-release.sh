@@ -1,5 +1,5 @@
 #!/bin/bash
-# Installs the missing packages and builds into build/release, quietly:
+# Installs the missing packages and builds into build/release, and shows what is being built:
 #   scripts/build-release.sh <target> [CMake option...]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -8,7 +8,7 @@ shift
 
 scripts/install-packages.sh build test
 mkdir -p build
-echo "Building; the first time takes some minutes." >&2
 scripts/quietly.sh build/configure.log cmake --preset release "$@"
-scripts/quietly.sh build/build.log cmake --build --preset release --target "$target"
+echo "Building into build/release; the first time takes some minutes." >&2
+scripts/with-progress.sh build/build.log cmake --build --preset release --target "$target"
 grep 'warning:' build/build.log || true

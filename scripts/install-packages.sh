@@ -19,6 +19,13 @@ for name in "$@"; do
   wanted+=("${packages[@]}")
 done
 
+# Without apt, the names still tell what to install.
+if [[ -z $(command -v apt-get) || -z $(command -v dpkg-query) ]]; then
+  command -v cmake ninja >/dev/null && exit 0 # the build says what it misses
+  printf 'This system has no apt-get. Install what these Debian packages contain, then build again:\n  %s\n' "${wanted[*]}" >&2
+  exit 1
+fi
+
 missing=()
 for package in "${wanted[@]}"; do
   status=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
@@ -26,7 +33,11 @@ for package in "${wanted[@]}"; do
 done
 ((${#missing[@]})) || exit 0
 
-((EUID == 0)) || exec sudo "$0" "${missing[@]}"
+if ((EUID != 0)); then
+  [[ -n $(command -v sudo) ]] && exec sudo "$0" "${missing[@]}"
+  printf 'Without sudo, packages are not installed. As root, run:\n  apt-get install %s\n' "${missing[*]}" >&2
+  exit 1
+fi
 
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
 log=$(mktemp)
