@@ -4,12 +4,13 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 export LC_ALL=C.UTF-8
-scripts/build-release.sh tarvik-cli
+scripts/build-release.sh "tarvik-cli tarvik corekit"
 
+tarvik=$PWD libraries=$PWD/build/release/lib
 PATH=$PWD/build/release/bin:$PATH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp examples/*.xml "$work"
+cp examples/*.xml examples/walk_catalog.cpp "$work"
 cd "$work"
 
 bold='' dim='' plain=''
@@ -53,3 +54,12 @@ show tarvik status --encrypted site-status.encrypted.xml
 title 'An error is one line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
 show 'tarvik check broken.xml; echo "exit status $?"'
+
+title 'A program that uses the functions: examples/walk_catalog.cpp, built with the libraries in build/release/lib'
+# shellcheck disable=SC2034  # the shown command expands it
+flags="-std=c++17 -I$tarvik/include -L$libraries -Wl,-rpath,$libraries"
+# shellcheck disable=SC2016
+show 'c++ $flags walk_catalog.cpp -o walk_catalog -ltarvik -lcorekit'
+show ./walk_catalog catalog.xml
+
+title "The command is $tarvik/build/release/bin/tarvik; README.md says how to install it."

@@ -6,7 +6,7 @@ log=$1
 shift
 
 latest_step() { # "[12/86] node.cpp.o"
-  tail --lines=20 "$log" | sed -nE 's|^(\[[0-9]+/[0-9]+\]).*[ /]([^ /]+)$|\1 \2|p' | tail --lines=1
+  tail --lines=20 "$log" | sed -nE 's|^(\[[0-9]+/[0-9]+\]).*[ /]([^ /:]+)$|\1 \2|p' | tail --lines=1
 }
 
 show_steps() {
