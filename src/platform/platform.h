@@ -33,6 +33,15 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
+// Both convert between the locale's character set and wide text, as wcstombs and mbstowcs do, but
+// never replace a character by one that only looks like it. They return the length without the
+// terminating zero. With a null target and a capacity of 0 they only measure; otherwise target must
+// have room for the text and its zero. On failure they return conversionFailed and set errno, and
+// the content of target is unspecified.
+inline constexpr std::size_t conversionFailed = static_cast<std::size_t>(-1);
+std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) noexcept;
+std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) noexcept;
+
 // Random numbers
 
 // Fills target with `size` bytes, at most 256, from the system's cryptographically secure source.

@@ -1,25 +1,24 @@
 #include "text/convert.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
+#include "platform/platform.h"
 #include "text/log.h"
 
 namespace {
 
-// Measures first, then converts: by wcstombs or mbstowcs, which share their shape.
+// Measures first, then converts.
 template <class To, class From>
 To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* source,
             const wchar_t* target) {
-  constexpr auto conversionError = static_cast<std::size_t>(-1);
   const std::size_t length = convert(nullptr, source, 0);
-  if (length == conversionError) {
+  if (length == platform::conversionFailed) {
     LogDetail(L"Failed to get the length of ", source, L":  ", std::strerror(errno));
     return nullptr;
   }
   auto result = std::make_unique<To[]>(length + 1);
-  if (convert(result.get(), source, length + 1) == conversionError) {
+  if (convert(result.get(), source, length + 1) == platform::conversionFailed) {
     LogDetail(L"Failed to convert ", source, L" to a ", target, L" string:  ",
               std::strerror(errno));
     return nullptr;
@@ -30,14 +29,16 @@ To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* s
 } // namespace
 
 char* ConvertToMultiByte(const std::wstring& source) {
-  return Convert(std::wcstombs, source.c_str(), L"multi-byte");
+  return Convert(platform::WideToMbs, source.c_str(), L"multi-byte");
 }
 
-wchar_t* ConvertToUnicode(const char* source) { return Convert(std::mbstowcs, source, L"unicode"); }
+wchar_t* ConvertToUnicode(const char* source) {
+  return Convert(platform::MbsToWide, source, L"unicode");
+}
 
 bool HasLocaleForm(std::string_view utf8) {
-  return PassesAsItIs(utf8) || std::wcstombs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(), 0) !=
-                                   static_cast<std::size_t>(-1);
+  return PassesAsItIs(utf8) || platform::WideToMbs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(),
+                                                   0) != platform::conversionFailed;
 }
 
 void LocaleText::Convert(std::string_view utf8) {

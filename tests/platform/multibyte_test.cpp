@@ -97,6 +97,34 @@ TEST(MultibyteTest, CasesAreFoldedByCharacter) {
   EXPECT_FALSE(AreEqual(utf8, "\u212a", "k")); // the Kelvin sign is not an ASCII letter
 }
 
+// The bytes of a wide text, or "-" if it has none. Whatever is converted must convert back.
+std::string Converted(const char* locale, const wchar_t* text) {
+  UseLocale(locale);
+  const std::size_t length = platform::WideToMbs(nullptr, text, 0);
+  if (length == platform::conversionFailed) return "-";
+  std::string bytes(length, '#');
+  EXPECT_EQ(platform::WideToMbs(bytes.data(), text, length + 1), length);
+  std::wstring back(platform::MbsToWide(nullptr, bytes.c_str(), 0), L'#');
+  EXPECT_EQ(platform::MbsToWide(back.data(), bytes.c_str(), back.size() + 1), back.size());
+  EXPECT_EQ(back, text);
+  return bytes;
+}
+
+TEST(MultibyteTest, NoCharacterIsConvertedToASimilarOne) {
+  for (const char* const locale : {plain, latin, japanese})
+    EXPECT_EQ(Converted(locale, L"ab"), "ab");
+  EXPECT_EQ(Converted(latin, L"caf\u00e9"), "caf\xE9");
+  EXPECT_EQ(Converted(latin, L"\u0141"), "-"); // L with stroke
+  EXPECT_EQ(Converted(latin, L"\uff21"), "-"); // the wide letter A
+  EXPECT_EQ(Converted(japanese, L"\uff21"), "\x82\x60");
+  EXPECT_EQ(Converted(japanese, L"\u00e9"), "-");
+  EXPECT_EQ(platform::MbsToWide(nullptr, "a\xFF", 0), platform::conversionFailed);
+  EXPECT_EQ(platform::MbsToWide(nullptr, "a\x95", 0), platform::conversionFailed);
+  EXPECT_EQ(platform::MbsToWide(nullptr, "", 0), 0U);
+  if (!hasUtf8) return; // Wine measures what it then cannot convert
+  EXPECT_EQ(Converted(plain, L"\u0141"), "-");
+}
+
 TEST(MultibyteTest, PlainAsciiFollowsEveryChangeOfTheLocale) {
   for (const char* locale : {yen, plain, yen, japanese, yen, utf8, latin}) {
     if (!hasUtf8 && (locale == yen || locale == utf8)) continue;

@@ -2,7 +2,10 @@
 
 #include <langinfo.h>
 
+#include <cstdlib>
 #include <cstring>
+
+#include "platform/platform.h"
 
 namespace platform {
 namespace {
@@ -45,6 +48,15 @@ Charset AskForCharset() noexcept {
   if (Equals(codeset, "UTF-8")) return {PlainText::Utf8, false};
   if (Equals(codeset, "ANSI_X3.4-1968")) return {PlainText::Ascii, true}; // the locale "C"
   return RecallCharset(codeset);
+}
+
+// The C library's conversions are exact.
+std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) noexcept {
+  return std::wcstombs(target, source, capacity);
+}
+
+std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) noexcept {
+  return std::mbstowcs(target, source, capacity);
 }
 
 } // namespace platform
