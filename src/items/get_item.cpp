@@ -53,21 +53,31 @@ void RequireGiven(Texts... texts) {
 }
 
 // The value of an element or attribute in the caller's character set: at least its first `limit`
-// bytes, all of it where only the whole tells whether it has a form there. A value that has none
-// must not come back as an empty one.
+// bytes. A value that has no form there must not come back as an empty one, wherever in it the
+// character stands.
 class ItemValue {
  public:
-  // element: any of the document.
   template <class Node>
-  ItemValue(const Element& element, const Node& node, std::size_t limit)
-      : converted(node.GetValue(scratch, DocumentPasses(element) ? limit : npos)) {
+  ItemValue(const Node& node, std::size_t limit) : converted(Read(node, limit, scratch)) {
     if (!converted.Text())
       throw std::range_error("a value has no form in the locale's character set");
   }
   std::string_view Text() const noexcept { return *converted.Text(); }
 
  private:
-  static constexpr std::size_t npos = std::string::npos;
+  // The part of the value to be converted; all of it if a line is due for one without a form.
+  template <class Node>
+  static std::string_view Read(const Node& node, std::size_t limit, std::string& scratch) {
+    constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
+    const LocaleFilters filters;
+    if (filters.WithForm() == nullptr) return node.GetValue(scratch, limit);
+    if (limit > std::string::npos / maxGrowth || corekit::SinkIsSet() ||
+        !node.IsValueAccepted(*filters.WithForm())) {
+      return node.GetValue(scratch);
+    }
+    const std::string_view begin = node.GetValue(scratch, limit * maxGrowth);
+    return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
+  }
 
   std::string scratch;
   LocaleText converted;
@@ -113,7 +123,7 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
   if (child.IsNull()) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(element, child, request.value.Capacity()).Text());
+  request.value.Store(ItemValue(child, request.value.Capacity()).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ",
             request.value.Text(), L".");
   return XmlSuccess;
@@ -122,11 +132,10 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
 // Stores an attribute's value, or the text of the child that has it. The log line shows it whole,
 // so it is then read so.
 template <class Node>
-std::uint32_t FoundAttribute(const Element& element, const Node& node, const ItemRequest& request,
-                             const wchar_t* ending) {
+std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const wchar_t* ending) {
   if (!request.value.IsWanted()) return XmlSuccess;
   const bool isLogged = corekit::SinkIsSet();
-  const ItemValue value(element, node, isLogged ? std::string::npos : request.value.Capacity());
+  const ItemValue value(node, isLogged ? std::string::npos : request.value.Capacity());
   if (isLogged) {
     LogDetail(L"Found ", request.itemName, L"-", request.attributeName,
               L" in the element map.  It's value is ", std::string(value.Text()).c_str(), ending);
@@ -140,7 +149,7 @@ std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attri
   if (!attributeName.Text()) return AttributeMissing(request);
   const Attribute attribute = element.GetAttribute(*attributeName.Text());
   return attribute.IsNull() ? AttributeMissing(request)
-                            : FoundAttribute(element, attribute, request, L" (attribute).");
+                            : FoundAttribute(attribute, request, L" (attribute).");
 }
 
 std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
@@ -154,9 +163,9 @@ std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& att
   const Attribute attribute = child.GetAttribute(*name);
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
   if (KindOf(request.valueType) == ItemKind::Attribute) {
-    return FoundAttribute(element, attribute, request, L" (attribute).");
+    return FoundAttribute(attribute, request, L" (attribute).");
   }
-  return FoundAttribute(element, child, request, L" (element).");
+  return FoundAttribute(child, request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {

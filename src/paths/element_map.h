@@ -12,7 +12,6 @@
 
 #include "host/ostrumxml/data/keyed_hash.h"
 #include "host/ostrumxml/nodes/node.h"
-#include "paths/path_search.h"
 
 // Refers to an element that the document owns.
 class CElementRef {
@@ -45,8 +44,6 @@ class ElementMap {
   void Insert(const Place& place, std::string_view key, Ostrum::Element element);
 
   class KeyChain;
-
-  KnownParent lastParent; // of the groups that were searched for
 
  private:
   struct Entry {

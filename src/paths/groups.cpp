@@ -57,8 +57,7 @@ Element SearchDocument(const XmlFileRecord& record, const char* path, std::uint3
                        const CallerBuffer& buffer) {
   const Element start = FindStart(record, buffer);
   if (start.IsNull()) return {};
-  const Element found =
-      FindElementByPath(start, path, occurrence, nullptr, &record.elementMap->lastParent);
+  const Element found = FindElementByPath(start, path, occurrence);
   if (!found.IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
   return {};

@@ -1,11 +1,9 @@
 #include "paths/path_search.h"
 
-#include <algorithm>
 #include <cassert>
 #include <cstring>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "host/ostrumxml/data/utf8.h"
 #include "paths/item_path.h"
@@ -26,17 +24,20 @@ class NameComparison {
 
   bool Matches(std::string_view name) {
     const bool isKnown = name.data() == lastName && (lastConverted || !corekit::SinkIsSet());
-    if (isKnown) return lastMatched;
-    const LocaleText converted(name);
-    lastName = name.data();
-    lastConverted = converted.Text().has_value();
-    lastMatched =
-        lastConverted && (match == NameMatch::Exact ? *converted.Text() == text
-                                                    : converted.Text()->starts_with(text));
+    if (!isKnown) Compare(name);
     return lastMatched;
   }
 
  private:
+  void Compare(std::string_view name) {
+    const LocaleText converted(name);
+    lastName = name.data();
+    lastConverted = converted.Text().has_value();
+    lastMatched = lastConverted && converted.Text()->starts_with(text);
+    if (match == NameMatch::Exact && lastMatched)
+      lastMatched = converted.Text()->size() == text.size();
+  }
+
   NameMatch match;
   std::string_view text;
   const char* lastName = nullptr;
@@ -54,68 +55,70 @@ Element Walk(const Element& parent, NameMatch match, std::string_view text, IsWa
   return {};
 }
 
-// Whether comparing the names in UTF-8 gives the same answer and nothing would be logged.
-bool CanCompareInUtf8(const Element& parent, std::string_view text) {
-  return DocumentPasses(parent) || (PassesAsItIs(text) && parent.ChildNamesAreAscii());
-}
-
-// The matching name in the document, or an empty list if there is none. Nothing if only a walk can
-// find the children: if several names match, or if the walk would log lines.
-std::optional<std::vector<std::string_view>> MatchingNames(const Element& parent, NameMatch match,
-                                                           std::string_view text) {
-  std::vector<std::string_view> names = parent.ChildNames();
-  if (names.empty() || (corekit::SinkIsSet() && !std::ranges::all_of(names, HasLocaleForm)))
-    return std::nullopt;
-  NameComparison comparison(match, text);
-  std::erase_if(names, [&](std::string_view name) { return !comparison.Matches(name); });
-  return names.size() > 1 ? std::nullopt : std::optional(std::move(names));
+// Whether converting the names of all children logs nothing.
+bool NamesConvertSilently(const Element& parent, const LocaleFilters& filters) {
+  if (!corekit::SinkIsSet() || filters.WithForm() == nullptr) return true;
+  const Ostrum::TextFilter& withoutForm = filters.WithoutForm();
+  return parent.FindChild({.match = NameMatch::Prefix, .name = "", .filter = &withoutForm})
+      .IsNull();
 }
 
 } // namespace
 
 Element FindNthChild(const Element& parent, NameMatch match, std::string_view text,
                      std::uint32_t n) {
-  if (CanCompareInUtf8(parent, text)) return parent.NthChild(match, text, n);
-  if (const auto names = MatchingNames(parent, match, text)) {
-    if (names->empty()) return {};
-    return parent.NthChild(NameMatch::Exact, names->front(), n);
+  const LocaleFilters filters;
+  const ComparableText name(text);
+  if (name.Text() && NamesConvertSilently(parent, filters)) {
+    return parent.FindChild(
+        {.match = match, .name = *name.Text(), .n = n, .filter = filters.WithForm()});
   }
   return Walk(parent, match, text, [&n](const Element&) { return n-- == 1; });
 }
 
-Element FindNthChildWithAttribute(const Element& parent, std::string_view name,
+Element FindNthChildWithAttribute(const Element& parent, std::string_view text,
                                   const std::string_view* attributeName, std::uint32_t n) {
   if (attributeName == nullptr) n = 0;
-  if (CanCompareInUtf8(parent, name)) {
+  const LocaleFilters filters;
+  const ComparableText name(text);
+  if (name.Text() && NamesConvertSilently(parent, filters)) {
     if (n == 0) return {};
-    return parent.NthChildWithAttribute(name, *attributeName, n);
+    return parent.FindChild({.match = NameMatch::Exact,
+                             .name = *name.Text(),
+                             .n = n,
+                             .attribute = *attributeName,
+                             .filter = filters.WithForm()});
   }
-  if (const auto names = MatchingNames(parent, NameMatch::Exact, name)) {
-    if (n == 0 || names->empty()) return {};
-    return parent.NthChildWithAttribute(names->front(), *attributeName, n);
-  }
-  return Walk(parent, NameMatch::Exact, name, [&](const Element& child) {
+  return Walk(parent, NameMatch::Exact, text, [&](const Element& child) {
     return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1;
   });
 }
 
 Element FindFirstChildWithValue(const Element& parent, std::string_view nameBegin,
                                 const char* attributeName, std::string_view valueBegin) {
-  const bool isPlain = PassesAsItIs(attributeName) && Ostrum::IsUtf8(attributeName);
-  if (isPlain &&
-      (DocumentPasses(parent) || (CanCompareInUtf8(parent, nameBegin) &&
-                                  parent.ChildValuesAreAscii(nameBegin, attributeName)))) {
-    return parent.FirstChildWithValue(nameBegin, attributeName, valueBegin);
+  const LocaleFilters filters;
+  const ComparableText name(nameBegin);
+  const ComparableText attribute(attributeName);
+  const ComparableText value(valueBegin);
+  const bool isComparable = name.Text() && attribute.Text() && value.Text();
+  // Otherwise a line is due for each name or value without a form, or for the attribute's name.
+  const bool isSilent = filters.WithForm() == nullptr || !corekit::SinkIsSet();
+  if (isComparable && isSilent && Ostrum::IsUtf8(*attribute.Text())) {
+    return parent.FindChild({.match = NameMatch::Prefix,
+                             .name = *name.Text(),
+                             .attribute = *attribute.Text(),
+                             .valueBegin = *value.Text(),
+                             .filter = filters.WithForm()});
   }
-  std::optional<DocumentText> attribute;
+  std::optional<DocumentText> converted;
   std::string scratch;
   return Walk(parent, NameMatch::Prefix, nameBegin, [&](const Element& child) {
-    if (!attribute || !attribute->Text()) attribute.emplace(attributeName);
-    if (!attribute->Text()) return false;
-    const Ostrum::Attribute found = child.GetAttribute(*attribute->Text());
+    if (!converted || !converted->Text()) converted.emplace(attributeName);
+    if (!converted->Text()) return false;
+    const Ostrum::Attribute found = child.GetAttribute(*converted->Text());
     if (found.IsNull()) return false;
-    const LocaleText value(found.GetValue(scratch));
-    return value.Text() && value.Text()->starts_with(valueBegin);
+    const LocaleText childValue(found.GetValue(scratch));
+    return childValue.Text() && childValue.Text()->starts_with(valueBegin);
   });
 }
 
@@ -191,31 +194,9 @@ bool NameBeginsWith(const Element& element, const char* path) {
   return name.Text() && name.Text()->starts_with(path);
 }
 
-bool LeadsThrough(const KnownParent& known, const Element& start, const char* path) noexcept {
-  return known.start == start && std::strncmp(path, known.path, known.length) == 0;
-}
-
-// A filter's answer can change with the next set, so a path with one is not kept.
-void Keep(KnownParent& known, const Element& start, std::string_view path,
-          const Element& parent) noexcept {
-  if (path.empty() || path.size() > sizeof known.path || path.find('&') != std::string_view::npos)
-    return;
-  known.start = start;
-  known.parent = parent;
-  known.length = path.copy(known.path, path.size());
-}
-
 // Goes down level by level. path moves along: after a failure it is what the failing level had to
 // resolve.
-Element Resolve(Element start, const char*& path, std::uint32_t occurrence, KnownParent* known) {
-  // Each level logs a line, and where names are converted, their comparison depends on the locale.
-  if (corekit::SinkIsSet() || !DocumentPasses(start)) known = nullptr;
-  const Element top = start;
-  const char* const wholePath = path;
-  if (known != nullptr && LeadsThrough(*known, top, path)) {
-    start = known->parent;
-    path += known->length;
-  }
+Element Resolve(Element start, const char*& path, std::uint32_t occurrence) {
   // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the
   // search.
   char shortPath[bufferSize];
@@ -232,11 +213,7 @@ Element Resolve(Element start, const char*& path, std::uint32_t occurrence, Know
       LogDetail(path, L" not found in the element map.");
       return {};
     }
-    if (rest == nullptr) {
-      if (known != nullptr) Keep(*known, top, {wholePath, path}, start);
-      return selected;
-    }
-
+    if (rest == nullptr) return selected;
     path += rest - component;
     component = rest;
     start = selected;
@@ -248,8 +225,8 @@ Element Resolve(Element start, const char*& path, std::uint32_t occurrence, Know
 } // namespace
 
 Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
-                          std::exception_ptr* failure, KnownParent* known) noexcept try {
-  return Resolve(start, path, occurrence, known);
+                          std::exception_ptr* failure) noexcept try {
+  return Resolve(start, path, occurrence);
 } catch (...) {
   LogError(L"Unknown exception occurred while searching for ", path);
   if (failure != nullptr) *failure = std::current_exception();

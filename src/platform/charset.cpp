@@ -8,7 +8,7 @@ namespace platform {
 
 thread_local constinit std::optional<Charset> charsetInScope;
 
-Charset LearnCharset() noexcept {
+Charset LearnCharset(std::uint32_t id) noexcept {
   const int errorBefore = errno;
   constexpr std::size_t size = 128; // the ASCII characters, the zero last
   char ascii[size];
@@ -19,7 +19,8 @@ Charset LearnCharset() noexcept {
       std::mbstowcs(wide, ascii, size) == size - 1 && std::equal(wide, wide + size, ascii) &&
       std::wcstombs(back, wide, size) == size - 1 && std::equal(back, back + size, ascii);
   errno = errorBefore;
-  return {isPlain ? PlainText::Ascii : PlainText::None, MB_CUR_MAX == 1};
+  const PlainText plain = isPlain ? PlainText::Ascii : PlainText::None;
+  return {id, plain, MB_CUR_MAX == 1};
 }
 
 } // namespace platform

@@ -16,6 +16,8 @@ enum class PlainText : std::uint8_t {
 };
 
 struct Charset {
+  // Equal for character sets that can represent the same text; never 0.
+  std::uint32_t id;
   PlainText plain;
   // Whether every byte is a character. If not, a second byte can look like another character,
   // except in UTF-8.
@@ -55,9 +57,9 @@ class CharsetScope {
   const bool isOutermost;
 };
 
-// Determines the character set by test conversions. This takes microseconds, so the caller should
-// remember the result.
-Charset LearnCharset() noexcept;
+// Determines the character set of that id by test conversions. This takes microseconds, so the
+// caller should remember the result.
+Charset LearnCharset(std::uint32_t id) noexcept;
 
 } // namespace platform
 

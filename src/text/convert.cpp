@@ -1,5 +1,6 @@
 #include "text/convert.h"
 
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -39,6 +40,39 @@ wchar_t* ConvertToUnicode(const char* source) {
 bool HasLocaleForm(std::string_view utf8) {
   return PassesAsItIs(utf8) || platform::WideToMbs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(),
                                                    0) != platform::conversionFailed;
+}
+
+LocaleFilters::LocaleFilters() noexcept
+    : withForm{platform::CurrentCharset().id, &HasLocaleForm},
+      withoutForm{~withForm.id, [](std::string_view text) { return !HasLocaleForm(text); }},
+      isNeeded(platform::CurrentCharset().plain != platform::PlainText::Utf8) {
+  assert(withForm.id != 0 && withoutForm.id != 0);
+}
+
+const Ostrum::TextFilter* LocaleFilters::WithForm() const noexcept {
+  if (!isNeeded) return nullptr;
+  return &withForm;
+}
+
+const Ostrum::TextFilter& LocaleFilters::WithoutForm() const noexcept {
+  assert(isNeeded);
+  return withoutForm;
+}
+
+ComparableText::ComparableText(std::string_view localeText) {
+  if (PassesAsItIs(localeText)) {
+    text = localeText;
+    return;
+  }
+  const std::string given(localeText);
+  std::wstring wide(given.size() + 1, L'\0');
+  const std::size_t wideLength = platform::MbsToWide(wide.data(), given.c_str(), wide.size());
+  if (wideLength == platform::conversionFailed) return;
+  wide.resize(wideLength);
+  std::string back(given.size() + 1, '\0');
+  const std::size_t length = platform::WideToMbs(back.data(), wide.c_str(), back.size());
+  if (length != given.size() || !back.starts_with(given)) return;
+  if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
 }
 
 void LocaleText::Convert(std::string_view utf8) {

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "host/ostrumxml/data/utf8.h"
-#include "host/ostrumxml/nodes/node.h"
+#include "host/ostrumxml/nodes/child_query.h"
 #include "platform/charset.h"
 
 // Owners of what the conversions return; null when a conversion failed.
@@ -31,16 +31,42 @@ inline bool PassesAsItIs(std::string_view documentText) noexcept {
   return plain == platform::PlainText::Utf8 ||
          (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
 }
-// Whether that holds for all of the text of the element's document.
-inline bool DocumentPasses(const Ostrum::Element& element) noexcept {
-  const platform::PlainText plain = platform::CurrentCharset().plain;
-  return plain == platform::PlainText::Utf8 ||
-         (plain == platform::PlainText::Ascii && element.DocumentIsAscii());
-}
-
 // Whether a document's text has a form in the locale's character set. Logs nothing. Throws
 // std::bad_alloc.
 bool HasLocaleForm(std::string_view utf8);
+
+// Filters for searches in a document, in the current locale.
+class LocaleFilters {
+ public:
+  LocaleFilters() noexcept;
+
+  // Accepts texts that have a form in the locale's character set. Null if all have.
+  const Ostrum::TextFilter* WithForm() const noexcept;
+  // Accepts the others. REQUIRES: WithForm() is not null.
+  const Ostrum::TextFilter& WithoutForm() const noexcept;
+
+ private:
+  Ostrum::TextFilter withForm;
+  Ostrum::TextFilter withoutForm;
+  bool isNeeded;
+};
+
+// A caller's text in UTF-8, to be compared with a document's, for the length of a scope. Comparing
+// in UTF-8 gives the same answer as comparing in the locale's character set only if the text
+// converts to UTF-8 and back to the same bytes.
+class ComparableText {
+ public:
+  // localeText must outlive this object. Logs nothing. Throws std::bad_alloc.
+  explicit ComparableText(std::string_view localeText);
+  ComparableText(ComparableText&&) = delete;
+
+  // Nothing if it does not convert so. Lives as long as this object.
+  const std::optional<std::string_view>& Text() const noexcept { return text; }
+
+ private:
+  std::optional<std::string_view> text;
+  std::string converted;
+};
 
 // A document's text in the caller's character set, for the length of a scope.
 class LocaleText {

@@ -13,13 +13,12 @@
 namespace platform {
 namespace {
 
-// The last code page and what was learnt about it, in one word so that threads need no lock.
-struct Learnt {
-  std::uint16_t codePage;
-  Charset charset;
-};
-static_assert(std::atomic<Learnt>::is_always_lock_free);
-constinit std::atomic<Learnt> lastLearnt{};
+// The last one learnt; its id is the code page. Threads need no lock.
+static_assert(std::atomic<Charset>::is_always_lock_free);
+constinit std::atomic<Charset> lastLearnt{};
+
+// Not the number of a code page.
+constexpr std::uint32_t asciiId = 1;
 
 // In the locale "C" each byte is the character of the same number, and the runtime's conversions
 // are exact.
@@ -95,14 +94,14 @@ std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity)
 }
 
 Charset AskForCharset() noexcept {
-  const auto codePage = static_cast<std::uint16_t>(LocaleCodePage());
-  if (codePage == noCodePage) return {PlainText::Ascii, true};
-  Learnt known = lastLearnt.load(std::memory_order_relaxed);
-  if (known.codePage != codePage) {
-    known = {codePage, LearnCharset()};
+  const std::uint32_t codePage = LocaleCodePage();
+  if (codePage == noCodePage) return {asciiId, PlainText::Ascii, true};
+  Charset known = lastLearnt.load(std::memory_order_relaxed);
+  if (known.id != codePage) {
+    known = LearnCharset(codePage);
     lastLearnt.store(known, std::memory_order_relaxed);
   }
-  return known.charset;
+  return known;
 }
 
 } // namespace platform

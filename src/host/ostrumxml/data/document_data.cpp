@@ -10,20 +10,6 @@ std::optional<std::string_view> DocumentData::EntityText(std::string_view name) 
   return Between(entry->second.start, entry->second.start + entry->second.length);
 }
 
-bool DocumentData::IsAsciiOnly() const noexcept {
-  if (isAscii) return *isAscii;
-  constexpr std::string_view opening = "&#";
-  constexpr std::size_t longest = 16; // a longer reference counts as one to a character beyond
-  isAscii = IsAscii(source);
-  for (std::size_t place = 0;
-       *isAscii && (place = source.find(opening, place)) != std::string::npos; ++place) {
-    std::string_view reference = std::string_view(source).substr(place, longest);
-    reference = reference.substr(0, reference.find(';') + 1);
-    isAscii = reference.size() > opening.size() + 1 && CharacterOf(reference) < 0x80;
-  }
-  return *isAscii;
-}
-
 std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
   const std::uint32_t flags = elements[element].flags;
   if ((flags & element_flags::hasParsedChildren) != 0) return element + 1;

@@ -13,7 +13,6 @@
 
 #include "host/ostrumxml/data/element_table.h"
 #include "host/ostrumxml/data/name_table.h"
-#include "host/ostrumxml/data/utf8.h"
 
 namespace Ostrum {
 
@@ -53,11 +52,6 @@ struct DocumentData {
     return static_cast<std::uint32_t>(part.data() - source.data());
   }
 
-  bool IsAsciiOnly() const noexcept;
-  void NoteSet(std::string_view text) noexcept {
-    if (!IsAscii(text)) isAscii = false;
-  }
-
   // Lives as long as the document.
   std::string_view NameOf(std::uint32_t element) const noexcept {
     return names.Text(elements[element].name);
@@ -91,9 +85,6 @@ struct DocumentData {
     std::uint32_t start, length; // in source
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // general ones whose text is known
-  // Whether all that the source means is plain ASCII, once asked for; false once something else was
-  // set.
-  mutable std::optional<bool> isAscii;
   std::uint64_t attributesSet = 0; // calls that set an attribute
 };
 

@@ -1,30 +1,84 @@
 #include "host/ostrumxml/nodes/child_index.h"
 
 #include <algorithm>
+#include <cassert>
 #include <iterator>
+#include <memory_resource>
+#include <utility>
 
-#include "host/ostrumxml/data/utf8.h"
 #include "host/ostrumxml/nodes/indexed_document.h"
 
 namespace Ostrum {
 namespace {
 
-// Limits on the lists other than byName: their number, and their total entries per child.
-constexpr std::size_t mostLists = 256;
-constexpr std::size_t mostEntriesPerChild = 3;
+// Limits on the lists: their number, and their entries for each child.
+constexpr std::size_t maxLists = 64;
+constexpr std::size_t maxEntriesPerChild = 16;
 
-// How many results of searches by value a list remembers: of those that more children than the
-// other number match.
-constexpr std::size_t mostResults = 64;
-constexpr std::ptrdiff_t fewMatches = 16;
+// No caller asks for a value by a longer beginning, in bytes.
+constexpr std::size_t maxValueBegin = 259;
+
+// The beginnings of the children's values, sorted, equal ones in document order.
+class ValueTable {
+ public:
+  // Throws std::bad_alloc.
+  void Add(const Attribute& attribute, std::uint32_t child, const ChildQuery& query) {
+    if (query.filter != nullptr && !Accepts(attribute.GetValue(scratch), query)) return;
+    std::string_view begin = attribute.GetValue(scratch, maxValueBegin).substr(0, maxValueBegin);
+    if (begin.data() == scratch.data()) begin = Copy(begin);
+    entries.emplace_back(begin, child);
+  }
+
+  std::vector<std::uint32_t> SortedChildren() {
+    std::ranges::sort(entries);
+    std::vector<std::uint32_t> children(entries.size());
+    std::ranges::transform(entries, children.begin(),
+                           [](const auto& entry) { return entry.second; });
+    return children;
+  }
+
+ private:
+  // A declared default is one text for many elements, and can be long: it is judged once.
+  bool Accepts(std::string_view value, const ChildQuery& query) {
+    const bool isKnown = value.data() == lastValue && value.data() != scratch.data();
+    if (!isKnown) lastAccepted = query.Accepts(value);
+    lastValue = value.data();
+    return lastAccepted;
+  }
+  std::string_view Copy(std::string_view text) {
+    auto* const copy = static_cast<char*>(copies.allocate(text.size() + 1, 1));
+    return {copy, text.copy(copy, text.size())};
+  }
+
+  std::vector<std::pair<std::string_view, std::uint32_t>> entries;
+  std::pmr::monotonic_buffer_resource copies;
+  std::string scratch;
+  const char* lastValue = nullptr;
+  bool lastAccepted = false;
+};
 
 } // namespace
+
+ChildIndex::List::List(const ChildQuery& query, std::uint64_t attributesSet)
+    : match(query.match),
+      name(query.name),
+      attribute(query.attribute),
+      isByValue(query.valueBegin.has_value()),
+      attributesSet(attributesSet) {
+  if (query.filter != nullptr) filter = query.filter->id;
+}
+
+bool ChildIndex::List::IsFor(const ChildQuery& query) const noexcept {
+  std::uint32_t queryFilter = 0;
+  if (query.filter != nullptr) queryFilter = query.filter->id;
+  return match == query.match && name == query.name && attribute == query.attribute &&
+         isByValue == query.valueBegin.has_value() && filter == queryFilter;
+}
 
 ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
     : document(document), data(document.data) {
   for (auto child = data.FirstChild(parent); child != 0; child = data.elements[child].nextSibling) {
     byName.push_back(child);
-    namesAreAscii = namesAreAscii && IsAscii(data.NameOf(child));
   }
   const auto isBefore = [this](std::uint32_t left, std::uint32_t right) {
     const std::uint32_t leftName = data.elements[left].name;
@@ -35,139 +89,128 @@ ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
   if (!std::ranges::is_sorted(byName, isBefore)) std::ranges::sort(byName, isBefore);
 }
 
-ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view text) const {
-  const std::size_t compared = match == NameMatch::Exact ? std::string_view::npos : text.size();
+std::optional<Element> ChildIndex::Find(const ChildQuery& query) {
+  assert(query.n > 0);
+  const Range named = LastNamed(query);
+  if (named.empty()) return Element();
+  if (!query.attribute && IsOneName(named)) {
+    if (!query.Accepts(data.NameOf(named.front()))) return Element();
+    return NthOf(named, query.n);
+  }
+  const List* const list = ListFor(query, named);
+  if (list == nullptr) return std::nullopt;
+  if (list->isByValue) return FirstWithValue(*list, query);
+  if (list->isWholeRange) return NthOf(named, query.n);
+  return NthOf(list->numbers, query.n);
+}
+
+ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view name) const {
+  std::size_t compared = name.size();
+  if (match == NameMatch::Exact) compared = std::string_view::npos;
   const auto nameOf = [this, compared](std::uint32_t number) {
     return data.NameOf(number).substr(0, compared);
   };
-  const auto first = std::ranges::lower_bound(byName, text, {}, nameOf);
-  return {first, std::ranges::upper_bound(first, byName.end(), text, {}, nameOf)};
+  const auto first = std::ranges::lower_bound(byName, name, {}, nameOf);
+  return {first, std::ranges::upper_bound(first, byName.end(), name, {}, nameOf)};
 }
 
-// Equal names are stored once, so their addresses are equal.
-bool ChildIndex::IsOneName(const Range& range) const noexcept {
-  return range.first == range.second ||
-         data.NameOf(*range.first).data() == data.NameOf(*std::prev(range.second)).data();
-}
-
-const ChildIndex::Range& ChildIndex::LastNamed(NameMatch match, std::string_view text) {
-  if (!lastText || *lastText != text || lastMatch != match) {
-    lastRange = Named(match, text);
-    lastText = text;
-    lastMatch = match;
+ChildIndex::Range ChildIndex::LastNamed(const ChildQuery& query) {
+  if (!lastName || *lastName != query.name || lastMatch != query.match) {
+    lastRange = Named(query.match, query.name);
+    lastName = query.name;
+    lastMatch = query.match;
   }
   return lastRange;
 }
 
-Element ChildIndex::NthOf(const Range& range, std::uint32_t n) const noexcept {
-  const auto count = static_cast<std::size_t>(range.second - range.first);
-  if (n == 0 || count < n) return {};
-  return At(range.first[n - 1]);
+// Equal names have one number.
+bool ChildIndex::IsOneName(Range range) const noexcept {
+  assert(!range.empty());
+  return data.elements[range.front()].name == data.elements[range.back()].name;
 }
 
-Element ChildIndex::Nth(NameMatch match, std::string_view text, std::uint32_t n) {
-  const Range& range = LastNamed(match, text);
-  return NthOf(IsOneName(range) ? range : ListFor(ListKind::Prefix, text, {}).AsRange(), n);
+Element ChildIndex::NthOf(Range range, std::uint32_t n) const noexcept {
+  if (n > range.size()) return {};
+  return At(range[n - 1]);
 }
 
-Element ChildIndex::NthWithAttribute(std::string_view childName, std::string_view attributeName,
-                                     std::uint32_t n) {
-  const List& list = ListFor(ListKind::ExactWithAttribute, childName, attributeName);
-  return NthOf(list.holdsAllNamed ? LastNamed(NameMatch::Exact, childName) : list.AsRange(), n);
-}
-
-Element ChildIndex::FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
-                                   std::string_view valueBegin) {
-  List& list = ListFor(ListKind::PrefixByValue, nameBegin, attributeName);
-  if (const auto known = list.results.find(valueBegin); known != list.results.end())
-    return At(known->second);
+Element ChildIndex::FirstWithValue(const List& list, const ChildQuery& query) const {
+  const std::string_view wanted = *query.valueBegin;
+  assert(wanted.size() <= maxValueBegin);
   std::string scratch;
-  const auto valueOf = [&](std::uint32_t number) {
-    return At(number).GetAttribute(attributeName).GetValue(scratch);
+  const auto beginOf = [&](std::uint32_t number) {
+    const Attribute attribute = At(number).GetAttribute(*query.attribute);
+    return attribute.GetValue(scratch, wanted.size()).substr(0, wanted.size());
   };
-  const auto begin = std::ranges::lower_bound(list.numbers, valueBegin, {}, valueOf);
-  const auto end = std::find_if_not(begin, list.numbers.end(), [&](std::uint32_t number) {
-    return valueOf(number).starts_with(valueBegin);
-  });
-  if (begin == end) return {};
-  const std::uint32_t first = *std::min_element(begin, end);
-  if (list.results.size() == mostResults) list.results.clear();
-  if (end - begin > fewMatches) list.results.emplace(valueBegin, first);
+  const auto found = std::ranges::equal_range(list.numbers, wanted, {}, beginOf);
+  const auto begin = static_cast<std::size_t>(found.begin() - list.numbers.begin());
+  const std::uint32_t first = list.minima.Least(list.numbers, begin, begin + found.size());
+  if (first == RangeMinimum::none) return {};
   return At(first);
 }
 
-ChildIndex::List& ChildIndex::ListFor(ListKind kind, std::string_view name,
-                                      std::string_view attribute) {
-  const auto isWanted = [&](const List& list) {
-    return list.kind == kind && list.name == name && list.attribute == attribute;
-  };
-  const auto known = std::ranges::find_if(lists, isWanted);
-  if (known != lists.end() && known->attributesSet == data.attributesSet) return *known;
-
-  List list{kind, std::string(name), std::string(attribute), data.attributesSet, {}, false, false,
-            {}};
-  Fill(list);
-  if (known != lists.end()) return *known = std::move(list);
-  std::size_t entries = list.numbers.size();
-  lists.push_back(std::move(list));
-  for (auto older = lists.rbegin() + 1; older != lists.rend(); ++older)
-    entries += older->numbers.size();
-  for (; lists.size() > 1 &&
-         (lists.size() > mostLists || entries > mostEntriesPerChild * byName.size());) {
-    entries -= lists.front().numbers.size();
-    lists.pop_front();
+// Null if there is no room for a new list.
+const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named) {
+  ++uses;
+  auto list = std::ranges::find_if(lists, [&](const List& each) { return each.IsFor(query); });
+  if (list == lists.end()) {
+    if (!MakeRoom(named.size() + named.size() / 8)) return nullptr;
+    List added(query, data.attributesSet);
+    Fill(added, query, named);
+    list = lists.insert(lists.end(), std::move(added));
+  } else if (query.attribute && list->attributesSet != data.attributesSet) {
+    List current(query, data.attributesSet);
+    Fill(current, query, named);
+    *list = std::move(current);
   }
-  return lists.back();
+  list->lastUse = uses;
+  return &*list;
 }
 
-void ChildIndex::Fill(List& list) {
-  const Range named = Named(
-      list.kind == ListKind::ExactWithAttribute ? NameMatch::Exact : NameMatch::Prefix, list.name);
-  const auto attributeOf = [&](std::uint32_t number) {
-    return At(number).GetAttribute(list.attribute);
+// Lists give way only if many searches passed them by: building one costs more than a scan, so a
+// program that asks for more keys in turn than there is room for must not rebuild them all the
+// time.
+bool ChildIndex::MakeRoom(std::size_t added) {
+  const auto hasRoom = [&] {
+    std::size_t entries = added;
+    for (const List& list : lists) entries += list.Size();
+    return lists.size() < maxLists && entries <= maxEntriesPerChild * byName.size();
   };
-  std::ranges::copy_if(named.first, named.second, std::back_inserter(list.numbers),
-                       [&](std::uint32_t number) {
-                         return list.kind == ListKind::Prefix || !attributeOf(number).IsNull();
-                       });
-  if (list.kind != ListKind::PrefixByValue) {
-    std::ranges::sort(list.numbers);
-    const bool isAll = list.numbers.size() == static_cast<std::size_t>(named.second - named.first);
-    list.holdsAllNamed = isAll && list.kind == ListKind::ExactWithAttribute;
-    if (list.holdsAllNamed)
-      list.numbers = {}; // many programs read several attributes of each child in turn
-    return;
-  }
-  std::vector<std::pair<std::string, std::uint32_t>> byValue;
-  byValue.reserve(list.numbers.size());
-  for (const std::uint32_t number : list.numbers)
-    byValue.emplace_back(attributeOf(number).GetValue(), number);
-  list.valuesAreAscii =
-      std::ranges::all_of(byValue, [](const auto& entry) { return IsAscii(entry.first); });
-  std::ranges::sort(byValue);
-  std::ranges::transform(byValue, list.numbers.begin(),
-                         [](const auto& entry) { return entry.second; });
+  if (hasRoom()) return true;
+  std::erase_if(lists, [this](const List& list) { return list.lastUse + maxLists < uses; });
+  return hasRoom();
 }
 
-std::vector<std::string_view> ChildIndex::Names() const {
-  std::vector<std::string_view> names;
-  const auto nameOf = [this](std::uint32_t number) { return data.NameOf(number); };
-  for (auto next = byName.begin(); next != byName.end();) {
-    names.push_back(nameOf(*next));
-    if (names.size() > byName.size() / 4) return {};
-    next = std::ranges::upper_bound(next, byName.end(), names.back(), {}, nameOf);
+void ChildIndex::Fill(List& list, const ChildQuery& query, Range named) const {
+  if (list.isByValue) return FillByValue(list, query, named);
+  const auto matches = [&](std::uint32_t number) {
+    if (!query.Accepts(data.NameOf(number))) return false;
+    return !query.attribute || !At(number).GetAttribute(*query.attribute).IsNull();
+  };
+  std::ranges::copy_if(named, std::back_inserter(list.numbers), matches);
+  list.isWholeRange = list.match == NameMatch::Exact && list.numbers.size() == named.size();
+  if (list.isWholeRange) list.numbers = {};
+  std::ranges::sort(list.numbers);
+}
+
+void ChildIndex::FillByValue(List& list, const ChildQuery& query, Range named) const {
+  ValueTable values;
+  for (const std::uint32_t number : named) {
+    if (!query.Accepts(data.NameOf(number))) continue;
+    const Attribute attribute = At(number).GetAttribute(*query.attribute);
+    if (!attribute.IsNull()) values.Add(attribute, number, query);
   }
-  return names;
+  list.numbers = values.SortedChildren();
+  list.minima = RangeMinimum(list.numbers);
 }
 
 void ChildIndex::Append(std::uint32_t child) {
   const std::string_view name = data.NameOf(child);
-  lastText.reset();
-  byName.insert(Named(NameMatch::Exact, name).second, child); // behind those of the same name
-  namesAreAscii = namesAreAscii && IsAscii(name);
-  // A new element can have declared attributes. Programs rarely alternate between creating elements
-  // and searching by attribute.
-  std::erase_if(lists, [](const List& list) { return list.kind != ListKind::Prefix; });
+  lastName.reset();
+  const Range sameName = Named(NameMatch::Exact, name);
+  byName.insert(byName.begin() + (sameName.data() + sameName.size() - byName.data()), child);
+  // A new element can have declared attributes, and only a filter can tell whether its name counts.
+  std::erase_if(lists, [](const List& list) { return list.attribute || list.filter != 0; });
   for (List& list : lists) {
     if (name.starts_with(list.name)) list.numbers.push_back(child);
   }

@@ -4,41 +4,31 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <functional>
-#include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "host/ostrumxml/nodes/child_query.h"
 #include "host/ostrumxml/nodes/node.h"
+#include "host/ostrumxml/nodes/range_minimum.h"
 
 namespace Ostrum {
 
 struct DocumentData;
 
-// Finds children of one element by name without visiting the others. It keeps them sorted by name,
-// which is enough for exact names and for prefixes that only one name has. For each other search it
-// makes a list when first needed, and keeps the most recent lists.
+// Finds children of one element without visiting the others. It keeps them sorted by name, which
+// answers queries for one name. For each other key (a beginning of names, a name with an attribute)
+// it makes a list when the key is first asked for.
 class ChildIndex {
  public:
-  // Throws std::bad_alloc, as all searches do.
+  // Throws std::bad_alloc, as Find does.
   ChildIndex(IndexedDocument& document, std::uint32_t parent);
 
-  bool NamesAreAscii() const noexcept { return namesAreAscii; }
-  bool ValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) {
-    return ListFor(ListKind::PrefixByValue, nameBegin, attributeName).valuesAreAscii;
-  }
-  // Each name once; none if nearly each child has a name of its own.
-  std::vector<std::string_view> Names() const;
-
-  // As the functions of Element.
-  Element Nth(NameMatch match, std::string_view text, std::uint32_t n);
-  Element NthWithAttribute(std::string_view childName, std::string_view attributeName,
-                           std::uint32_t n);
-  Element FirstWithValue(std::string_view nameBegin, std::string_view attributeName,
-                         std::string_view valueBegin);
+  // The child, or null. Nothing if all lists are in use and there is no room for another: the
+  // caller must then look at the children one by one.
+  std::optional<Element> Find(const ChildQuery& query);
 
   // Adds a child that was just created as the last one. Throws std::bad_alloc; the index must then
   // be discarded.
@@ -46,38 +36,46 @@ class ChildIndex {
 
  private:
   using Numbers = std::vector<std::uint32_t>; // of elements
-  using Range = std::pair<Numbers::const_iterator, Numbers::const_iterator>;
+  using Range = std::span<const std::uint32_t>;
 
-  enum class ListKind { Prefix, ExactWithAttribute, PrefixByValue };
+  // The children that match a query, whatever its n and value.
   struct List {
-    ListKind kind;
-    std::string name;
-    std::string attribute;
-    std::uint64_t attributesSet; // the document's counter when the list was made
-    Numbers numbers;             // in document order; by value for PrefixByValue
-    bool holdsAllNamed;          // byName then serves instead of numbers
-    bool valuesAreAscii;         // for PrefixByValue
-    // For PrefixByValue: the first child for each beginning of a value that many have.
-    std::map<std::string, std::uint32_t, std::less<>> results;
+    explicit List(const ChildQuery& query, std::uint64_t attributesSet);
+    bool IsFor(const ChildQuery& query) const noexcept;
+    std::size_t Size() const noexcept { return numbers.size() + minima.Size(); }
 
-    Range AsRange() const noexcept { return {numbers.begin(), numbers.end()}; }
+    NameMatch match;
+    std::string name;
+    std::optional<std::string> attribute;
+    bool isByValue;
+    std::uint32_t filter = 0;    // its id; 0 for none
+    std::uint64_t attributesSet; // the document's counter when the list was made
+    std::uint64_t lastUse = 0;
+    Numbers numbers;     // in document order, or sorted by the beginnings of their values
+    RangeMinimum minima; // of numbers, if they are by value
+    // Whether all children of the name match. The list then has no numbers of its own, since many
+    // programs read several attributes of each child in turn.
+    bool isWholeRange = false;
   };
 
   Element At(std::uint32_t number) const noexcept { return {document, number}; }
-  Range Named(NameMatch match, std::string_view text) const;
-  const Range& LastNamed(NameMatch match, std::string_view text);
-  Element NthOf(const Range& range, std::uint32_t n) const noexcept;
-  bool IsOneName(const Range& range) const noexcept;
-  List& ListFor(ListKind kind, std::string_view name, std::string_view attribute);
-  void Fill(List& list);
+  Range Named(NameMatch match, std::string_view name) const;
+  Range LastNamed(const ChildQuery& query);
+  bool IsOneName(Range range) const noexcept;
+  Element NthOf(Range range, std::uint32_t n) const noexcept;
+  Element FirstWithValue(const List& list, const ChildQuery& query) const;
+  const List* ListFor(const ChildQuery& query, Range named);
+  bool MakeRoom(std::size_t added);
+  void Fill(List& list, const ChildQuery& query, Range named) const;
+  void FillByValue(List& list, const ChildQuery& query, Range named) const;
 
   IndexedDocument& document;
   const DocumentData& data;
   Numbers byName;         // sorted by name, equal names in document order
   std::deque<List> lists; // the newest last
-  bool namesAreAscii = true;
-  // The last search and its range in byName, since callers enumerate children.
-  std::optional<std::string> lastText;
+  std::uint64_t uses = 0; // searches for a list
+  // The last search in byName, since callers enumerate children.
+  std::optional<std::string> lastName;
   NameMatch lastMatch{};
   Range lastRange;
 };

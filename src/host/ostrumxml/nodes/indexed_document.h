@@ -2,6 +2,7 @@
 #define TARVIK_HOST_OSTRUMXML_NODES_INDEXED_DOCUMENT_H
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -19,6 +20,8 @@ struct IndexedDocument {
   DocumentData data;
   std::unordered_map<std::uint32_t, ChildIndex> childIndexes;
   std::unordered_map<std::uint32_t, TagIndex> tagIndexes;
+  // The filters that accepted long values, by element and attribute; "" is the element's own text.
+  std::map<std::pair<std::uint32_t, std::string>, std::uint32_t> acceptedValues;
 };
 
 } // namespace Ostrum

@@ -100,6 +100,31 @@ std::string_view Element::GetValue(std::string& scratch, std::size_t limit) cons
   return scratch;
 }
 
+// node: this element or its attribute of that name.
+template <class Node>
+bool Element::IsAccepted(const Node& node, std::string_view attributeName,
+                         const TextFilter& filter) const {
+  constexpr std::size_t longValue = 4096;
+  auto& known = document->acceptedValues;
+  if (!known.empty()) {
+    const auto entry = known.find({number, std::string(attributeName)});
+    if (entry != known.end() && entry->second == filter.id) return true;
+  }
+  std::string scratch;
+  const std::string_view value = node.GetValue(scratch);
+  if (!filter.accepts(value)) return false;
+  if (value.size() >= longValue) known[{number, std::string(attributeName)}] = filter.id;
+  return true;
+}
+
+bool Element::IsValueAccepted(const TextFilter& filter) const {
+  return IsNull() || IsAccepted(*this, {}, filter);
+}
+
+bool Attribute::IsValueAccepted(const TextFilter& filter) const {
+  return IsNull() || owner.IsAccepted(*this, name, filter);
+}
+
 Attribute Element::GetAttribute(std::string_view attributeName) const {
   if (IsNull() || attributeName.empty()) return {};
   const DocumentData& data = Data();
@@ -147,8 +172,8 @@ Element Element::AddElementInto(std::string_view elementName) {
   // Everything that can fail comes first, so that a failure leaves the document unchanged.
   DocumentData& data = Data();
   const std::uint32_t nameNumber = data.names.InternCopy(elementName);
-  data.NoteSet(elementName);
   std::string lead = LeadOfNextChild();
+  document->acceptedValues.clear(); // the lead is text of this element
   const std::uint32_t child = data.elements.Add();
   data.ChangeOf(child).lead = std::move(lead);
   data.elements[child].name = nameNumber;
@@ -224,9 +249,9 @@ void Element::SetText(std::string_view text) {
         "the text refers to an entity that contains elements or is not known");
   if (std::string scratch; GetValue(scratch) == text) return;
   DocumentData& data = Data();
+  document->acceptedValues.clear();
   ElementChange& change = data.ChangeOf(number);
   change.text = text;
-  data.NoteSet(text);
   // The white space before the new children was text of this element.
   for (const std::uint32_t child : change.created) data.ChangeOf(child).lead.clear();
 }
@@ -244,6 +269,7 @@ void Element::SetAttribute(std::string_view attributeName, std::string_view valu
       AttributeValue(attributeName, raw.value, scratch, std::string::npos) == value)
     return;
 
+  document->acceptedValues.clear();
   std::string text(value);
   auto& attributes = data.ChangeOf(number).attributes;
   const std::size_t order = attributes.size();
@@ -251,8 +277,6 @@ void Element::SetAttribute(std::string_view attributeName, std::string_view valu
       attributes.try_emplace(std::string(attributeName), ElementChange::SetAttribute{{}, order})
           .first;
   set->second.value = std::move(text);
-  data.NoteSet(attributeName);
-  data.NoteSet(value);
   ++data.attributesSet;
 }
 
@@ -277,98 +301,43 @@ void Element::AddToIndex(std::uint32_t newChild) noexcept {
   }
 }
 
-// The n-th child for which matches(child, its name) holds. Scans the first children, then uses the
-// index, unless there is no memory for it.
-template <class Matches, class SearchIndex>
-Element Element::SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const {
-  if (n == 0 || IsNull()) return {};
-  const DocumentData& data = Data();
-  std::uint32_t untilIndex = IsIndexed() ? 0 : fewChildren;
-  for (std::uint32_t child = data.FirstChild(number); child != 0;) {
-    if (untilIndex-- == 0) {
-      try {
-        return searchIndex(Index());
-      } catch (const std::bad_alloc&) {
-      }
-    }
-    const ElementRecord& record = data.elements[child];
-    if (matches(child, data.names.Text(record.name)) && --n == 0) return {*document, child};
-    child = record.nextSibling;
+// Whether the element, as a child, is one that the query asks for, whatever its n.
+bool Element::Matches(const ChildQuery& query, std::string& scratch) const {
+  const std::string_view ownName = GetName();
+  if (!ownName.starts_with(query.name)) return false;
+  if (query.match == NameMatch::Exact && ownName.size() != query.name.size()) return false;
+  if (!query.Accepts(ownName)) return false;
+  if (!query.attribute) return true;
+  const Attribute found = GetAttribute(*query.attribute);
+  if (found.IsNull()) return false;
+  if (!query.valueBegin) return true;
+  if (!found.GetValue(scratch, query.valueBegin->size()).starts_with(*query.valueBegin))
+    return false;
+  return query.filter == nullptr || query.Accepts(found.GetValue(scratch));
+}
+
+// Nothing if only a scan can tell: there is no memory for the index, or no room for another list.
+std::optional<Element> Element::FindByIndex(const ChildQuery& query) const {
+  try {
+    return Index().Find(query);
+  } catch (const std::bad_alloc&) {
+    return std::nullopt;
   }
-  return {};
 }
 
-Element Element::NthChild(NameMatch match, std::string_view text, std::uint32_t n) const {
-  const bool isExact = match == NameMatch::Exact;
-  return SearchChildren(
-      n,
-      [text, isExact](std::uint32_t, std::string_view ownName) {
-        return ownName.starts_with(text) && (!isExact || ownName.size() == text.size());
-      },
-      [match, text, n](ChildIndex& index) { return index.Nth(match, text, n); });
-}
-
-Element Element::NthChildWithAttribute(std::string_view childName, std::string_view attributeName,
-                                       std::uint32_t n) const {
-  return SearchChildren(
-      n,
-      [&](std::uint32_t child, std::string_view ownName) {
-        return ownName == childName &&
-               !Element(*document, child).GetAttribute(attributeName).IsNull();
-      },
-      [&](ChildIndex& index) { return index.NthWithAttribute(childName, attributeName, n); });
-}
-
-Element Element::FirstChildWithValue(std::string_view nameBegin, std::string_view attributeName,
-                                     std::string_view valueBegin) const {
+Element Element::FindChild(const ChildQuery& query) const {
+  assert(!query.valueBegin || (query.attribute && query.n == 1));
+  if (IsNull() || query.n == 0) return {};
+  std::uint32_t untilIndex = fewChildren;
+  if (IsIndexed()) untilIndex = 0;
+  std::uint32_t matches = 0;
   std::string scratch;
-  return SearchChildren(
-      1,
-      [&](std::uint32_t child, std::string_view ownName) {
-        if (!ownName.starts_with(nameBegin)) return false;
-        const Attribute attribute = Element(*document, child).GetAttribute(attributeName);
-        return !attribute.IsNull() &&
-               attribute.GetValue(scratch, valueBegin.size()).starts_with(valueBegin);
-      },
-      [&](ChildIndex& index) {
-        return index.FirstWithValue(nameBegin, attributeName, valueBegin);
-      });
-}
-
-bool Element::DocumentIsAscii() const noexcept { return !IsNull() && Data().IsAsciiOnly(); }
-
-bool Element::HasManyChildren() const noexcept {
-  if (IsNull()) return false;
-  std::uint32_t passed = IsIndexed() ? fewChildren : 0;
-  for (auto child = Begin(); !(child == End()); ++child) {
-    if (passed++ == fewChildren) return true;
+  for (Element child = FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    if (untilIndex-- == 0) {
+      if (const std::optional<Element> found = FindByIndex(query)) return *found;
+    }
+    if (child.Matches(query, scratch) && ++matches == query.n) return child;
   }
-  return false;
-}
-
-// If there is no memory for the index, these answer conservatively.
-
-bool Element::ChildNamesAreAscii() const try {
-  if (DocumentIsAscii()) return true;
-  if (HasManyChildren()) return Index().NamesAreAscii();
-  for (auto child = Begin(); !(child == End()); ++child) {
-    if (!IsAscii(child->GetName())) return false;
-  }
-  return true;
-} catch (const std::bad_alloc&) {
-  return false;
-}
-
-bool Element::ChildValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) const
-    try {
-  return HasManyChildren() && Index().ValuesAreAscii(nameBegin, attributeName);
-} catch (const std::bad_alloc&) {
-  return false;
-}
-
-std::vector<std::string_view> Element::ChildNames() const try {
-  return HasManyChildren() ? Index().Names() : std::vector<std::string_view>();
-} catch (const std::bad_alloc&) {
   return {};
 }
 

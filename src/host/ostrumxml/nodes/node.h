@@ -4,9 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "host/ostrumxml/nodes/child_query.h"
 
 namespace Ostrum {
 
@@ -16,8 +18,6 @@ class IteratorRef;
 class Value;
 struct DocumentData;
 struct IndexedDocument;
-
-enum class NameMatch { Exact, Prefix };
 
 // A handle of an element: its document and its number there. Copies refer to the same element,
 // which lives as long as its document. A lookup that misses does not throw: it gives the null
@@ -41,6 +41,11 @@ class Element {
     return std::string(GetValue(scratch));
   }
 
+  // Whether the filter accepts the whole text. For a long one this is remembered until the document
+  // changes, so that reading its beginning again and again costs no more than that. Throws
+  // std::bad_alloc.
+  bool IsValueAccepted(const TextFilter& filter) const;
+
   // The child elements, in document order.
   IteratorRef Begin() const noexcept;
   IteratorRef End() const noexcept;
@@ -57,25 +62,13 @@ class Element {
   Element AddElementInto(std::string_view elementName);
   operator Value() const noexcept;
 
+  // The child that the query asks for, or null. Scans the first children, then uses the index.
+  // Throws std::bad_alloc.
+  Element FindChild(const ChildQuery& query) const;
   // The n-th child, from 1, whose name is or begins with the text.
-  Element NthChild(NameMatch match, std::string_view text, std::uint32_t n) const;
-  // The n-th child, from 1, that has that name and the attribute.
-  Element NthChildWithAttribute(std::string_view childName, std::string_view attributeName,
-                                std::uint32_t n) const;
-  // The first child whose name begins with the text and that has the attribute, with a value that
-  // begins with the other text.
-  Element FirstChildWithValue(std::string_view nameBegin, std::string_view attributeName,
-                              std::string_view valueBegin) const;
-  // Whether every child's name is plain ASCII.
-  bool ChildNamesAreAscii() const;
-  // Whether the values of that attribute of all children whose names begin with the text are. May
-  // be false if there are few children.
-  bool ChildValuesAreAscii(std::string_view nameBegin, std::string_view attributeName) const;
-  // The names that the children have, each once. Empty if there are few children or nearly each has
-  // a name of its own.
-  std::vector<std::string_view> ChildNames() const;
-  // Whether all names and values of the element's document are. False of the null element.
-  bool DocumentIsAscii() const noexcept;
+  Element NthChild(NameMatch match, std::string_view name, std::uint32_t n) const {
+    return FindChild({.match = match, .name = name, .n = n});
+  }
 
   // Whether the element was created since the document was parsed.
   bool IsCreated() const noexcept;
@@ -91,6 +84,8 @@ class Element {
   friend class Value;
 
   DocumentData& Data() const noexcept; // REQUIRES: not null
+  template <class Node>
+  bool IsAccepted(const Node& node, std::string_view attributeName, const TextFilter& filter) const;
   std::string_view AttributeValue(std::string_view attributeName, std::string_view raw,
                                   std::string& scratch, std::size_t limit) const;
   void SetText(std::string_view text);
@@ -100,9 +95,8 @@ class Element {
   bool IsIndexed() const noexcept;
   ChildIndex& Index() const; // built if there is none
   void AddToIndex(std::uint32_t newChild) noexcept;
-  bool HasManyChildren() const noexcept;
-  template <class Matches, class SearchIndex>
-  Element SearchChildren(std::uint32_t n, Matches matches, SearchIndex searchIndex) const;
+  std::optional<Element> FindByIndex(const ChildQuery& query) const;
+  bool Matches(const ChildQuery& query, std::string& scratch) const;
 
   IndexedDocument* document = nullptr;
   std::uint32_t number = 0;
@@ -138,6 +132,8 @@ class Attribute {
     std::string scratch;
     return std::string(GetValue(scratch));
   }
+  // As Element::IsValueAccepted.
+  bool IsValueAccepted(const TextFilter& filter) const;
   operator Value() const noexcept { return {owner, name}; }
 
  private:
