@@ -3,22 +3,42 @@
 #define TARVIK_PLATFORM_FILE_PARTS_H
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <stdexcept>
+#include <new>
+#include <system_error>
+#include <type_traits>
 
 #include "platform/files.h"
 #include "platform/platform.h"
 
 namespace platform {
 
-// A name for a temporary file, made unique by 64 random bits. Throws std::runtime_error.
-inline std::string TemporaryName() {
-  unsigned long long number = 0;
-  if (!FillRandom(&number, sizeof number))
-    throw std::runtime_error("no random name for a temporary file");
+// A hash that stays the same in all versions (FNV-1a).
+template <class Character>
+std::uint64_t HashName(std::basic_string_view<Character> name) noexcept {
+  std::uint64_t hash = 14'695'981'039'346'656'037U;
+  for (const Character character : name)
+    hash = (hash ^ static_cast<std::make_unsigned_t<Character>>(character)) * 1'099'511'628'211U;
+  return hash;
+}
+
+inline constexpr const char* temporaryPrefix = ".tarvik-";
+
+// A name for a temporary file, which ends in the number's 16 hexadecimal digits.
+inline std::string TemporaryName(std::uint64_t number) {
   char text[32];
-  std::snprintf(text, sizeof text, ".tarvik-%016llx", number);
+  std::snprintf(text, sizeof text, "%s%016llx", temporaryPrefix,
+                static_cast<unsigned long long>(number));
   return text;
+}
+
+// The same with 64 random bits. Throws std::system_error or std::bad_alloc.
+inline std::string TemporaryName() {
+  std::uint64_t number = 0;
+  if (FillRandom(&number, sizeof number)) return TemporaryName(number);
+  if (errno == ENOMEM) throw std::bad_alloc();
+  throw std::system_error(errno, std::generic_category(), "cannot generate a random name");
 }
 
 // Whether every later change of a file is sure to change its times. After a save, which sets the
@@ -42,8 +62,8 @@ inline bool IsYoung(const FileIdentity& identity, std::int64_t now, std::int64_t
 // resizing the string first would fill it with zeros and so touch all of its memory twice.
 template <class Read>
 ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::string& bytes) {
-  const std::size_t mostBytes = std::min(limit, bytes.max_size());
-  if (size > mostBytes) return ReadStatus::TooLong;
+  const std::size_t maxBytes = std::min(limit, bytes.max_size());
+  if (size > maxBytes) return ReadStatus::TooLong;
   char buffer[16'384];
   bytes.clear();
   bytes.reserve(static_cast<std::size_t>(size));
@@ -52,7 +72,7 @@ ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::stri
     const auto count = read(buffer, sizeof buffer);
     if (count < 0) return ReadStatus::Unreadable;
     if (count == 0) return ReadStatus::Done;
-    if (static_cast<std::size_t>(count) > mostBytes - bytes.size()) return ReadStatus::TooLong;
+    if (static_cast<std::size_t>(count) > maxBytes - bytes.size()) return ReadStatus::TooLong;
     bytes.append(buffer, static_cast<std::size_t>(count));
   }
 }

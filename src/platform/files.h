@@ -68,6 +68,8 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
 using Deadline = std::chrono::steady_clock::time_point;
 
 // How long a save may wait for other programs: for the lock, and for a file that is being written.
+// Also how long reading waits for a program that holds the file for itself, where a system knows
+// such leases.
 inline constexpr std::chrono::seconds maxSaveWait{10};
 
 // A file to be replaced, locked against all other LockedFile objects for it, in this process and in

@@ -35,7 +35,7 @@ auto Uninterrupted(Call call, Arguments... arguments) noexcept {
 
 // Returns the result of a system call that must succeed; throws if it fails.
 template <class Call, class... Arguments>
-auto Require(const char* step, Call call, Arguments... arguments) {
+auto CheckedCall(const char* step, Call call, Arguments... arguments) {
   const auto result = Uninterrupted(call, arguments...);
   if (result < 0) ThrowSystemFailure(step);
   return result;
@@ -67,17 +67,16 @@ inline FileDescriptor OpenAt(int folder, const char* name, int flags, mode_t mod
   return FileDescriptor(Uninterrupted(openat, folder, name, flags | O_CLOEXEC, mode));
 }
 
-inline constexpr mode_t accessBits = S_IRWXU | S_IRWXG | S_IRWXO;
+// Between attempts to get what another program holds.
+inline constexpr auto retryPause = std::chrono::milliseconds(1);
+
+// The same, but waits until the deadline while another program holds a lease on the file. Does not
+// wait for the other end of a pipe.
+FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) noexcept;
+
 inline constexpr std::int64_t second = 1'000'000'000; // all times here are nanoseconds since 1970
 
 std::int64_t CurrentTime() noexcept;
-
-struct Access {
-  mode_t mode = 0;
-};
-
-// Throws std::bad_alloc.
-std::shared_ptr<const Access> AccessOf(const FileStatus& status);
 
 // stampedAt: the modification time that was set, if any.
 FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,

@@ -1,9 +1,20 @@
+#include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include "platform/file_parts.h"
-#include "platform/linux/file_descriptor.h"
+#include "platform/linux/access.h"
 
 namespace platform {
+namespace {
+
+// Times too far from 1970 to be counted in nanoseconds become the farthest possible.
+std::int64_t Nanoseconds(const timespec& time) noexcept {
+  constexpr std::int64_t maxSeconds = INT64_MAX / second - 1;
+  return std::clamp<std::int64_t>(time.tv_sec, -maxSeconds, maxSeconds) * second + time.tv_nsec;
+}
+
+} // namespace
 
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   std::error_code noFolder;
@@ -15,16 +26,24 @@ std::int64_t CurrentTime() noexcept {
   return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-std::shared_ptr<const Access> AccessOf(const FileStatus& status) {
-  return std::make_shared<const Access>(Access{status.st_mode & accessBits});
+FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) noexcept {
+  for (;; std::this_thread::sleep_for(retryPause)) {
+    FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), flags | O_NONBLOCK);
+    if (file.IsOpen() || errno != EWOULDBLOCK) return file;
+    FileStatus status{};
+    const bool isFile =
+        Uninterrupted(fstatat, AT_FDCWD, name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
+    if (isFile && std::chrono::steady_clock::now() < deadline) continue;
+    errno = EWOULDBLOCK;
+    return file;
+  }
 }
 
 // The number changes if a rename replaces the file, size and times if it is edited in place.
 FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,
                   std::optional<std::int64_t> stampedAt) noexcept {
-  const auto nanoseconds = [](const timespec& time) { return time.tv_sec * second + time.tv_nsec; };
   FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-                   nanoseconds(status.st_mtim), nanoseconds(status.st_ctim)},
+                   Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
                   std::move(access)};
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   state.isYoung = IsYoung(state.identity, CurrentTime(), second);
@@ -42,15 +61,19 @@ ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, s
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
                          FileState& state) {
-  // O_NONBLOCK: opening a pipe must not wait for its writer.
-  const FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), O_RDONLY | O_NONBLOCK);
+  const FileDescriptor file =
+      OpenUnleased(name, O_RDONLY, std::chrono::steady_clock::now() + maxSaveWait);
   FileStatus status{};
   const bool isKnown = file.IsOpen() && Uninterrupted(fstat, file.Number(), &status) == 0;
   if (!isKnown && errno == ENOMEM) throw std::bad_alloc();
   if (!isKnown)
     return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   if (!S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
-  state = StateOf(status, AccessOf(status));
+  try {
+    state = StateOf(status, std::make_shared<const Access>(ReadAccess(file.Number(), status)));
+  } catch (const std::system_error&) {
+    return ReadStatus::Unreadable;
+  }
   return ReadOpenFile(file.Number(), status, limit, bytes);
 }
 

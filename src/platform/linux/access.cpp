@@ -1,0 +1,210 @@
+#include "platform/linux/access.h"
+
+#include <endian.h>
+#include <grp.h>
+#include <linux/limits.h>
+#include <linux/posix_acl.h>
+#include <pwd.h>
+#include <sys/xattr.h>
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+
+namespace platform {
+namespace {
+
+constexpr const char* accessList = "system.posix_acl_access";
+constexpr mode_t permissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr mode_t readWriteExecute = 7; // of owner, group or others, moved to the lowest bits
+
+bool IsUnsupportedOrMissing(int error) noexcept {
+  return error == ENODATA || error == EOPNOTSUPP || error == ENOSYS;
+}
+
+// The value of a file's extended attribute, or the names of all if no name is given; nothing if
+// there is none.
+std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
+  constexpr std::size_t maxBytes = XATTR_SIZE_MAX;
+  static_assert(XATTR_LIST_MAX <= maxBytes);
+  const auto bytes = std::make_unique_for_overwrite<char[]>(maxBytes);
+  const ssize_t size = name == nullptr
+                           ? Uninterrupted(flistxattr, file, bytes.get(), maxBytes)
+                           : Uninterrupted(fgetxattr, file, name, bytes.get(), maxBytes);
+  if (size >= 0) return std::string(bytes.get(), static_cast<std::size_t>(size));
+  if (!IsUnsupportedOrMissing(errno)) ThrowSystemFailure("cannot read the file's attributes");
+  return std::nullopt;
+}
+
+// Null if there is none.
+template <class List>
+auto FindEntry(List& list, int tag) noexcept {
+  const auto hasTag = [tag](const posix_acl_xattr_entry& entry) {
+    return le16toh(entry.e_tag) == tag;
+  };
+  const auto found = std::find_if(list.begin(), list.end(), hasTag);
+  return found == list.end() ? nullptr : &*found;
+}
+
+std::vector<posix_acl_xattr_entry> ReadAccessList(int file) {
+  std::vector<posix_acl_xattr_entry> list;
+  const std::string value = ReadAttribute(file, accessList).value_or("");
+  const std::size_t start = sizeof(posix_acl_xattr_header);
+  if (value.size() <= start) return list;
+  list.resize((value.size() - start) / sizeof list[0]);
+  std::memcpy(list.data(), value.data() + start, list.size() * sizeof list[0]);
+  if (FindEntry(list, ACL_MASK) == nullptr) list.clear(); // says no more than the mode
+  return list;
+}
+
+void SetAccessList(int file, const Access& access) {
+  if (access.list.empty()) {
+    // The new file may have inherited a list from the folder that allows more than the mode.
+    const bool isRemoved = Uninterrupted(fremovexattr, file, accessList) == 0;
+    if (!isRemoved && !IsUnsupportedOrMissing(errno))
+      ThrowSystemFailure("cannot remove the folder's access list");
+    return;
+  }
+  const posix_acl_xattr_header header{htole32(POSIX_ACL_XATTR_VERSION)};
+  std::string value(reinterpret_cast<const char*>(&header), sizeof header);
+  value.append(reinterpret_cast<const char*>(access.list.data()),
+               access.list.size() * sizeof access.list[0]);
+  CheckedCall("cannot copy the file's access list", fsetxattr, file, accessList, value.data(),
+              value.size(), 0);
+}
+
+// Makes the entries of owner, mask and others say what the mode says.
+void ApplyMode(Access& access) noexcept {
+  const auto set = [&](int tag, mode_t permissions) {
+    if (posix_acl_xattr_entry* const entry = FindEntry(access.list, tag))
+      entry->e_perm = htole16(static_cast<std::uint16_t>(permissions & readWriteExecute));
+  };
+  set(ACL_USER_OBJ, access.mode >> 6);
+  set(ACL_MASK, access.mode >> 3);
+  set(ACL_OTHER, access.mode);
+}
+
+// What the access becomes if the file gets that owner and group. The members of the old group then
+// count as others, and those of the new one have counted as others, so both get only what others
+// and group may.
+Access Restrict(Access access, uid_t owner, gid_t group) noexcept {
+  const bool isSameGroup = group == access.group;
+  if (!isSameGroup || owner != access.owner) access.mode &= permissionBits;
+  access.owner = owner;
+  access.group = group;
+  if (!isSameGroup) {
+    posix_acl_xattr_entry* const entry = FindEntry(access.list, ACL_GROUP_OBJ);
+    mode_t common = access.mode & access.mode >> 3 & readWriteExecute;
+    if (entry != nullptr) common &= le16toh(entry->e_perm);
+    if (entry != nullptr) entry->e_perm = htole16(static_cast<std::uint16_t>(common));
+    access.mode = (access.mode & ~mode_t{S_IRWXO}) | common;
+    if (entry == nullptr) access.mode = (access.mode & ~mode_t{S_IRWXG}) | common << 3;
+  }
+  ApplyMode(access);
+  return access;
+}
+
+// All groups of a user; none if the system does not know the user.
+std::vector<gid_t> GroupsOf(uid_t user) {
+  constexpr std::size_t maxBytes = std::size_t{1} << 20;
+  std::string buffer(1024, '\0');
+  passwd account{};
+  passwd* found = nullptr;
+  int error = EINTR;
+  while (error == EINTR || (error == ERANGE && buffer.size() < maxBytes)) {
+    if (error == ERANGE) buffer.resize(2 * buffer.size());
+    error = getpwuid_r(user, &account, buffer.data(), buffer.size(), &found);
+  }
+  if (error == ENOMEM) throw std::bad_alloc();
+  if (found == nullptr) return {};
+  int count = 64;
+  std::vector<gid_t> groups(static_cast<std::size_t>(count));
+  while (getgrouplist(account.pw_name, account.pw_gid, groups.data(), &count) < 0)
+    groups.resize(static_cast<std::size_t>(count));
+  groups.resize(static_cast<std::size_t>(count));
+  return groups;
+}
+
+bool IsGrantedByGroup(const Access& access, const std::vector<gid_t>& groups, mode_t wanted,
+                      bool& isMember) {
+  // The system looks for one entry that grants everything.
+  bool isGranted = false;
+  const auto judge = [&](gid_t group, mode_t permissions) {
+    if (std::find(groups.begin(), groups.end(), group) == groups.end()) return;
+    isMember = true;
+    isGranted = isGranted || (wanted & ~(permissions & access.mode >> 3)) == 0;
+  };
+  if (access.list.empty()) judge(access.group, readWriteExecute);
+  for (const posix_acl_xattr_entry& entry : access.list) {
+    if (le16toh(entry.e_tag) == ACL_GROUP_OBJ) judge(access.group, le16toh(entry.e_perm));
+    if (le16toh(entry.e_tag) == ACL_GROUP) judge(le32toh(entry.e_id), le16toh(entry.e_perm));
+  }
+  return isGranted;
+}
+
+// Whether a user who is not the owner may do all that is wanted, as the system judges it.
+bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
+  assert(user != access.owner);
+  if (user == 0) return true;
+  for (const posix_acl_xattr_entry& entry : access.list) {
+    if (le16toh(entry.e_tag) == ACL_USER && le32toh(entry.e_id) == user)
+      return (wanted & ~(le16toh(entry.e_perm) & access.mode >> 3)) == 0;
+  }
+  bool isMember = false;
+  const bool isGranted = IsGrantedByGroup(access, GroupsOf(user), wanted, isMember);
+  return isMember ? isGranted : (wanted & ~access.mode) == 0;
+}
+
+// Sets owner and group as far as possible. Returns the file's status afterwards.
+FileStatus ChangeOwner(int file, const Access& wanted) {
+  FileStatus status{};
+  const auto readStatus = [&] {
+    CheckedCall("cannot read the new file's status", fstat, file, &status);
+  };
+  const auto change = [&](uid_t owner) {
+    const bool isChanged = Uninterrupted(fchown, file, owner, wanted.group) == 0;
+    if (!isChanged && errno == ENOMEM) throw std::bad_alloc();
+    return isChanged;
+  };
+  readStatus();
+  const bool isSameGroup = status.st_gid == wanted.group;
+  if (isSameGroup && status.st_uid == wanted.owner) return status;
+  if (change(wanted.owner) || (!isSameGroup && change(status.st_uid))) readStatus();
+  return status;
+}
+
+} // namespace
+
+Access ReadAccess(int file, const FileStatus& status) {
+  return {status.st_uid, status.st_gid, status.st_mode & ~mode_t{S_IFMT}, ReadAccessList(file)};
+}
+
+Access GiveAccess(int file, const Access& wanted, bool ownerLosesNothing) {
+  // The owner comes first, because changing it clears the set-user-ID and set-group-ID bits.
+  const FileStatus status = ChangeOwner(file, wanted);
+  Access given = Restrict(wanted, status.st_uid, status.st_gid);
+  if (ownerLosesNothing && given.owner != wanted.owner &&
+      !IsGranted(given, wanted.owner, wanted.mode >> 6 & readWriteExecute))
+    ThrowSystemFailure("cannot keep the file's owner, who would lose access", EPERM);
+  SetAccessList(file, given);
+  CheckedCall("cannot set the new file's mode", fchmod, file, given.mode);
+  return given;
+}
+
+// All other attributes belong to the system or describe the file's content. Attributes that the
+// copy already has are not set again, since the process may lack the right to set them.
+void CopyAttributes(int original, int copy) {
+  const std::string names = ReadAttribute(original).value_or("");
+  for (std::size_t at = 0; at < names.size(); at = names.find('\0', at) + 1) {
+    const std::string_view name = names.data() + at;
+    const bool isCopied =
+        name == "security.selinux" || name == "security.SMACK64" || name.starts_with("user.");
+    if (!isCopied) continue;
+    const std::optional<std::string> value = ReadAttribute(original, name.data());
+    if (!value || ReadAttribute(copy, name.data()) == value) continue;
+    CheckedCall("cannot copy the file's attributes", fsetxattr, copy, name.data(), value->data(),
+                value->size(), 0);
+  }
+}
+
+} // namespace platform
