@@ -84,6 +84,7 @@ TEST_F(Opening, WaitsOnceForEachFreshOpening) {
     EndXMLList(&own);
     return taken.count();
   };
+  corekit::SetLogSink(nullptr, nullptr);    // the fixture's serves one thread
   std::vector<std::future<double>> waiting; // at the same time, since each takes a second
   for (const std::uint32_t encoding : {0U, 4U, 0x7FFFFFFFU, 0x80000001U, 0xC0000000U, 0xFFFFFFFFU})
     waiting.push_back(std::async(std::launch::async, secondsToOpen, name, encoding, 2));
