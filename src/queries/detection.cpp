@@ -1,6 +1,7 @@
 // The detection queries: what a catalog says of a product's detection entry paired with one of its
 // language packages.
 #include <algorithm>
+#include <optional>
 
 #include "platform/platform.h"
 #include "queries/open_document.h"
@@ -104,55 +105,56 @@ class DetectionWalk {
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
       : document(document), position(position), info(info) {}
 
-  // Finds the next pair and fills the record from it. XmlNotFound when no package is left; a
-  // failure inside a package moves on to the next one.
+  // Finds the next pair and fills the record from it. Returns the code of that, or the code of the
+  // call that found no further package. A failure inside a package moves on to the next one.
   std::uint32_t Next() {
-    std::uint32_t code = XmlSuccess;
-    TryGroups("ProductPackage", "", groups.package, Package, code,
-              [&] { return FindDetection(code); });
-    return code;
+    for (std::uint32_t n = position[Package];; ++n) {
+      const std::uint32_t code = document.EnumGroup("ProductPackage", n, "", groups.package);
+      if (code != XmlSuccess) return code;
+      if (const auto filled = FindInPackage()) {
+        position[Package] = std::max(n, 1U);
+        return *filled;
+      }
+      position[Detection] = 1;
+    }
   }
 
  private:
   enum Level { Package, Detection, Language };
 
-  // Tries the groups of a level until one matches. False when they ran out or, among language
-  // packages, one can't be read.
-  template <class Matches>
-  bool TryGroups(const char* path, const char* parent, QueryText& group, Level level,
-                 std::uint32_t& code, Matches matches) {
-    const bool isLast = level == Language;
-    for (std::uint32_t n = position[level]; code == XmlSuccess; ++n) {
-      code = document.EnumGroup(path, n, parent, group);
-      if (code != XmlSuccess) return false;
-      if (matches()) {
-        position[level] = std::max(isLast ? n + 1 : n, 1U);
-        return true;
+  // Nothing if no further detection entry of the package is part of a pair.
+  std::optional<std::uint32_t> FindInPackage() {
+    for (std::uint32_t n = position[Detection];; ++n) {
+      const std::uint32_t code =
+          document.EnumGroup("ProductDetection", n, groups.package.Text(), groups.detection);
+      if (code != XmlSuccess) return std::nullopt;
+      if (const auto filled = FindLanguage()) {
+        position[Detection] = std::max(n, 1U);
+        return filled;
       }
-      if (isLast) continue;
-      position[level + 1] = 1;
-      code = XmlSuccess;
+      position[Language] = 1;
     }
-    return false;
   }
 
-  bool FindDetection(std::uint32_t& code) {
-    return TryGroups("ProductDetection", groups.package.Text(), groups.detection, Detection, code,
-                     [&] { return FindLanguage(code); });
-  }
-
-  bool FindLanguage(std::uint32_t& code) {
+  // Nothing if no further language package is of the detection entry's branch.
+  std::optional<std::uint32_t> FindLanguage() {
     QueryText detectionBranch;
-    code = document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"),
-                         detectionBranch);
-    return TryGroups("LangPackage", groups.package.Text(), groups.language, Language, code, [&] {
+    if (document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"),
+                      detectionBranch) != XmlSuccess)
+      return std::nullopt;
+    for (std::uint32_t n = position[Language];; ++n) {
+      std::uint32_t code =
+          document.EnumGroup("LangPackage", n, groups.package.Text(), groups.language);
+      if (code != XmlSuccess) return std::nullopt;
       QueryText branch;
       code = document.Read(groups.language.Text(), AttributeOf("LangPackage", "Branch"), branch);
-      if (!(branch == detectionBranch))
-        return false; // whatever the read said: "Not Found" is a text like any other
-      code = Fill(document, groups, branch.Text(), nullptr, info);
-      return true;
-    });
+      // Whatever the code: "Not Found" is a branch like any other.
+      if (branch == detectionBranch) {
+        position[Language] = std::max(n + 1, 1U);
+        return Fill(document, groups, branch.Text(), nullptr, info);
+      }
+      if (code != XmlSuccess) return std::nullopt;
+    }
   }
 
   const OpenDocument& document;
