@@ -114,7 +114,7 @@ void CheckSession(const Parsed& parsed, FuzzedDataProvider choice) {
   }
   // Whatever was set, the file must have the document's content.
   Require(opened != XmlSuccess ||
-          Describe(ReadFile().At("")) == Describe(list->head->document->GetRoot()));
+          Describe(ReadFile().At("")) == Describe(list->files.front().document->GetRoot()));
   Require(EndXMLList(&list) == XmlSuccess && list == nullptr);
 }
 

@@ -158,7 +158,7 @@ class Session {
   // list attributes.
   Tree Describe(const Tree& other) const {
     Tree tree;
-    std::vector<Ostrum::Element> open{list->head->document->GetRoot()};
+    std::vector<Ostrum::Element> open{list->files.front().document->GetRoot()};
     while (!open.empty()) {
       const Ostrum::Element element = open.back();
       open.pop_back();

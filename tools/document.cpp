@@ -16,7 +16,7 @@ Document::Document(const Options& options) : file(options.shownFile) {
     Fail("can't be opened (result code " + std::to_string(code) +
          "); perhaps the locale's character set can't represent the root's name");
   }
-  record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  record = FindXmlFile(list, cookie);
   rootName = ToLocale(record->document->GetRoot().GetName()).value();
 }
 

@@ -193,7 +193,7 @@ std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
 std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie,
                              const ItemRequest& request) noexcept {
   const platform::CharsetScope charset;
-  const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   try {
     return Read(*record, request);

@@ -2,6 +2,7 @@
 #include <cassert>
 #include <cstdint>
 #include <exception>
+#include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -100,7 +101,7 @@ void SetAndSave(SetRequest request, XmlFileRecord& record) {
   StepElements found = FindSteps(request, *record.document);
   RequireAllowed(request, *record.document, found);
   Locate(request, found);
-  if (record.waitingSets == nullptr) record.waitingSets = new WaitingSets;
+  if (record.waitingSets == nullptr) record.waitingSets = std::make_unique<WaitingSets>();
   auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
   // Add first, so that running out of memory while the document is changed cannot lose a change.
   const SetRequest& added = waiting.Add(std::move(request));
@@ -115,7 +116,7 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
                                      const char* itemName, const char* itemType,
                                      const char* value) {
   const Trace trace(L"SetXMLItem");
-  XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) {
     LogError(L"Failed to get the xml representation for the xml with id ", cookie);
     return XmlNotFound;

@@ -99,7 +99,7 @@ std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const ch
                                std::uint32_t capacity) noexcept {
   const Trace trace(L"GenericOpenGroup");
   const platform::CharsetScope charset;
-  const XmlFileRecord* const record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  const XmlFileRecord* const record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   try {
     if (groupPath == nullptr || groupId == nullptr)

@@ -3,6 +3,7 @@
 #ifndef TARVIK_QUERIES_OPEN_DOCUMENT_H
 #define TARVIK_QUERIES_OPEN_DOCUMENT_H
 
+#include <algorithm>
 #include <cassert>
 #include <cstdint>
 #include <cstring>
@@ -88,9 +89,9 @@ class OpenDocument {
     return isRoot ? std::uint32_t{XmlNotFound} : code;
   }
   static const XmlFileRecord* FindRecord(const XmlFileList* list, std::uint32_t cookie) noexcept {
-    const XmlFileRecord* record = list == nullptr ? nullptr : list->head;
-    while (record != nullptr && record->cookie != cookie) record = record->next;
-    return record;
+    if (list == nullptr) return nullptr;
+    const auto found = std::ranges::find(list->files, cookie, &XmlFileRecord::cookie);
+    return found == list->files.end() ? nullptr : &*found;
   }
   static void SetParent(const char* parent, QueryText& group) noexcept {
     assert(std::strlen(parent) < QueryText::size); // a group's ID, read into such a buffer

@@ -77,7 +77,7 @@ std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* co
 
 std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_t cookie,
                                                  const char* fileName, std::uint32_t* matches) {
-  const XmlFileRecord* record = FindXmlFile(list, nullptr, &cookie, nullptr);
+  const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;
   *matches = platform::MbsCompareNoCase(LastComponent(record->fileName), fileName) == 0 ? 1 : 0;

@@ -1,6 +1,8 @@
 #include "registry/file_list.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <new>
+#include <utility>
 
 #include "platform/platform.h"
 #include "tarvik/tarvik.h"
@@ -8,103 +10,49 @@
 
 namespace {
 
-// Logs that a search by name or by cookie failed.
-void LogMiss(const char* fileName, std::uint32_t cookie, const wchar_t* nameEnding,
-             const wchar_t* cookieEnding) noexcept {
-  if (fileName != nullptr) {
-    LogDetail(L"Failed to find ", fileName, nameEnding);
-  } else {
-    LogDetail(L"Failed to find ", cookie, cookieEnding);
-  }
-}
-
-bool Matches(const XmlFileRecord& record, const char* fileName, std::uint32_t cookie) {
-  if (fileName == nullptr) return record.cookie == cookie;
-  return platform::MbsCompareNoCase(record.fileName, fileName) == 0;
+// Logs a line if there is one. Null if there is none.
+template <class Matches>
+XmlFileRecord* FindFirst(XmlFileList& list, Matches matches) noexcept {
+  const auto found = std::ranges::find_if(list.files, matches);
+  if (found == list.files.end()) return nullptr;
+  LogDetail(L"Found ", found->fileName, L" (", found->cookie, L") in the xml file list.");
+  return &*found;
 }
 
 } // namespace
 
-int AllocXmlFileList(XmlFileList** list) noexcept {
-  auto* const made = static_cast<XmlFileList*>(std::calloc(1, sizeof(XmlFileList)));
-  if (made == nullptr) return 0;
-  *list = made;
-  return 1;
-}
-
-void FreeXmlFileList(XmlFileList** list) noexcept {
-  std::free(*list);
-  *list = nullptr;
-}
-
-int AppendXmlFile(XmlFileList* list, XmlFileRecord* record) noexcept {
-  if (list == nullptr || record == nullptr) return 0;
-  record->prev = list->tail;
-  record->next = nullptr;
-  (list->tail != nullptr ? list->tail->next : list->head) = record;
-  list->tail = record;
-  ++list->count;
-  return 1;
-}
-
-XmlFileRecord* PopFirstXmlFile(XmlFileList* list) noexcept { return RemoveXmlFileAt(list, 0); }
-
-std::uint32_t CountXmlFiles(const XmlFileList* list) noexcept {
-  return list == nullptr ? 0 : list->count;
-}
-
-XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept {
-  if (index >= CountXmlFiles(list)) return nullptr;
-  XmlFileRecord* record = list->head;
-  for (std::uint32_t i = 0; i < index; ++i) record = record->next;
-  return record;
-}
-
-XmlFileRecord* RemoveXmlFileAt(XmlFileList* list, std::uint32_t index) noexcept {
-  XmlFileRecord* const record = XmlFileAt(list, index);
-  if (record == nullptr) return nullptr;
-  (record == list->head ? list->head : record->prev->next) = record->next;
-  (record == list->tail ? list->tail : record->next->prev) = record->prev;
-  record->prev = nullptr;
-  record->next = nullptr;
-  --list->count;
-  return record;
-}
-
-XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::uint32_t* cookie,
-                           std::uint32_t* index) noexcept {
+XmlFileRecord* FindXmlFile(XmlFileList* list, std::uint32_t cookie) noexcept {
   const Trace trace(L"FindXmlFile");
   if (list == nullptr) {
-    LogMiss(fileName, *cookie, L":  xml file list pointer is NULL.",
-            L" (cookie): xml file list pointer is NULL.");
+    LogDetail(L"Failed to find ", cookie, L" (cookie): xml file list pointer is NULL.");
     return nullptr;
   }
-
-  std::uint32_t position = 0;
-  for (XmlFileRecord* record = list->head; record != nullptr; record = record->next, ++position) {
-    if (!Matches(*record, fileName, *cookie)) continue;
-    LogDetail(L"Found ", record->fileName, L" (", record->cookie, L") in the xml file list.");
-    if (fileName != nullptr) *cookie = record->cookie;
-    if (index != nullptr) *index = position;
-    return record;
-  }
-  LogMiss(fileName, *cookie, L" in the xml file list.", L" (cookie) in the xml file list.");
-  return nullptr;
+  XmlFileRecord* const found =
+      FindFirst(*list, [cookie](const XmlFileRecord& record) { return record.cookie == cookie; });
+  if (found == nullptr) LogDetail(L"Failed to find ", cookie, L" (cookie) in the xml file list.");
+  return found;
 }
 
-// The map first, since its references point into the document.
+XmlFileRecord* FindXmlFileByName(XmlFileList& list, const char* fileName) noexcept {
+  const Trace trace(L"FindXmlFile");
+  XmlFileRecord* const found = FindFirst(list, [fileName](const XmlFileRecord& record) {
+    return platform::MbsCompareNoCase(record.fileName, fileName) == 0;
+  });
+  if (found == nullptr) LogDetail(L"Failed to find ", fileName, L" in the xml file list.");
+  return found;
+}
+
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   const Trace trace(L"ReleaseGlobalMapMemory");
-  delete record->elementMap;
-  delete record->document;
-  delete record->file;
-  delete record->waitingSets;
+  record->elementMap.reset(); // first, since it refers to elements of the document
+  record->document.reset();
+  record->file.reset();
+  record->waitingSets.reset();
 }
 
 void FreeXmlFile(XmlFileRecord* record) noexcept {
   const Trace trace(L"FreeXmlFile");
   ReleaseGlobalMapMemory(record);
-  std::free(record);
 }
 
 std::uint32_t TARVIK_CALL InitXMLList(XmlFileList** list) {
@@ -113,10 +61,12 @@ std::uint32_t TARVIK_CALL InitXMLList(XmlFileList** list) {
     LogDetail(L"Failed to initialize the xml file list:  NULL file list pointer.");
     return XmlInvalidArgument;
   }
-  if (AllocXmlFileList(list) == 0) {
+  auto* const created = new (std::nothrow) XmlFileList;
+  if (created == nullptr) {
     LogDetail(L"Failed to initialize the xml file list:  memory allocation failed.");
     return XmlOutOfMemory;
   }
+  *list = created;
   LogDetail(L"xml file list initialization successful.");
   return XmlSuccess;
 }
@@ -125,12 +75,9 @@ std::uint32_t TARVIK_CALL EndXMLList(XmlFileList** list) {
   const Trace trace(L"EndXMLList");
   if (list == nullptr) {
     LogDetail(L"xml file list deinitialization successful:  NULL file list pointer.");
-  } else {
-    while (XmlFileRecord* const record = PopFirstXmlFile(*list)) {
-      ReleaseGlobalMapMemory(record);
-      std::free(record);
-    }
-    FreeXmlFileList(list);
+  } else if (*list != nullptr) {
+    for (XmlFileRecord& record : (*list)->files) ReleaseGlobalMapMemory(&record);
+    delete std::exchange(*list, nullptr);
   }
   LogDetail(L"xml file list deinitialization successful.");
   return XmlSuccess;

@@ -1,4 +1,4 @@
-// The list of open records: adding, finding and releasing them.
+// The list of open records: finding and releasing them.
 #ifndef TARVIK_REGISTRY_FILE_LIST_H
 #define TARVIK_REGISTRY_FILE_LIST_H
 
@@ -6,26 +6,14 @@
 
 #include "registry/record.h"
 
-// List primitives. With a null list or record they do nothing and return 0 or null.
-int AllocXmlFileList(XmlFileList** list) noexcept;                    // 1, or 0 when out of memory
-void FreeXmlFileList(XmlFileList** list) noexcept;                    // sets *list to null
-int AppendXmlFile(XmlFileList* list, XmlFileRecord* record) noexcept; // 1, or 0
-XmlFileRecord* PopFirstXmlFile(XmlFileList* list) noexcept; // unlinked; the caller owns it
-std::uint32_t CountXmlFiles(const XmlFileList* list) noexcept;
-XmlFileRecord* XmlFileAt(const XmlFileList* list, std::uint32_t index) noexcept; // index from 0
-XmlFileRecord* RemoveXmlFileAt(XmlFileList* list,
-                               std::uint32_t index) noexcept; // unlinked; the caller owns it
+// The first record with the cookie. Logs a detail line, and returns null if there is none or no
+// list.
+XmlFileRecord* FindXmlFile(XmlFileList* list, std::uint32_t cookie) noexcept;
+// The same by file name, ignoring case.
+XmlFileRecord* FindXmlFileByName(XmlFileList& list, const char* fileName) noexcept;
 
-// Finds a record by file name, ignoring case, and stores its cookie in *cookie; if fileName is
-// null, finds it by *cookie. Stores the record's position, from 0, in *index if given. If there is
-// none, logs a detail line and returns null.
-XmlFileRecord* FindXmlFile(const XmlFileList* list, const char* fileName, std::uint32_t* cookie,
-                           std::uint32_t* index) noexcept;
-
-// Releases a record that is not in a list, and what it owns.
-void FreeXmlFile(XmlFileRecord* record) noexcept;
-
-// Releases what a record owns.
+// Releases what a record owns, as a part of closing the list or of releasing one record.
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept;
+void FreeXmlFile(XmlFileRecord* record) noexcept;
 
 #endif

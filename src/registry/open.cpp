@@ -1,5 +1,5 @@
 #include <chrono>
-#include <cstdlib>
+#include <list>
 #include <memory>
 #include <new>
 #include <thread>
@@ -80,7 +80,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string tex
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
   int line = 0;
   int column = 0;
-  record.document = Ostrum::ParseXML(std::move(text), length, error, line, column);
+  record.document.reset(Ostrum::ParseXML(std::move(text), length, error, line, column));
   if (record.document != nullptr) return XmlSuccess;
   LogReason(line, L":", column, L": ", Ostrum::ReasonOf(error));
   LogDetail(L"Failed to open ", name, L":  unable to parse ", name, L".");
@@ -88,7 +88,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string tex
 }
 
 std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
-  record.elementMap = new ElementMap;
+  record.elementMap = std::make_unique<ElementMap>();
   const Ostrum::Element root = record.document->GetRoot();
   const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
@@ -109,16 +109,16 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
   std::uint32_t code = ReadText(*file, name, text);
   if (code != XmlSuccess) return code;
 
-  using OwnedRecord = std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)>;
-  OwnedRecord record(static_cast<XmlFileRecord*>(std::calloc(1, sizeof(XmlFileRecord))),
-                     &FreeXmlFile);
-  if (record == nullptr) {
+  std::list<XmlFileRecord> opened;
+  try {
+    opened.emplace_back();
+  } catch (const std::bad_alloc&) {
     LogReason(noMemoryReason);
     LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
     return XmlOutOfMemory;
   }
-  record->file = file.release();
-  record->encrypted = encrypted;
+  std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)> record(&opened.front(), &FreeXmlFile);
+  record->file = std::move(file);
   code = ParseInto(*record, name, std::move(text));
   if (code == XmlSuccess) code = MakeElementMap(*record, name);
   if (code != XmlSuccess) return code;
@@ -126,7 +126,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
   platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
   if (encoding != XmlOpenAtOnce) std::this_thread::sleep_for(std::chrono::seconds(1));
-  AppendXmlFile(&list, record.get());
+  list.files.splice(list.files.end(), opened);
   cookie = record->cookie;
   LogOpened(*record.release());
   return XmlSuccess;
@@ -138,7 +138,8 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
                                   std::int32_t encrypted, std::uint32_t* cookie) {
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
-  if (const XmlFileRecord* const open = FindXmlFile(list, fileName, cookie, nullptr)) {
+  if (const XmlFileRecord* const open = FindXmlFileByName(*list, fileName)) {
+    *cookie = open->cookie;
     LogOpened(*open);
     return XmlSuccess;
   }
@@ -155,11 +156,11 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
 
 std::uint32_t TARVIK_CALL CloseXML(XmlFileList* list, std::uint32_t cookie) {
   const Trace trace(L"CloseXML");
-  std::uint32_t index = 0;
-  if (FindXmlFile(list, nullptr, &cookie, &index) == nullptr) return XmlSuccess;
+  XmlFileRecord* const record = FindXmlFile(list, cookie);
+  if (record == nullptr) return XmlSuccess;
 
-  XmlFileRecord* const record = RemoveXmlFileAt(list, index);
   LogDetail(L"Closing ", record->fileName, L" (", record->cookie, L")...");
   FreeXmlFile(record);
+  list->files.remove_if([record](const XmlFileRecord& it) { return &it == record; });
   return XmlSuccess;
 }

@@ -3,6 +3,8 @@
 #define TARVIK_REGISTRY_RECORD_H
 
 #include <cstdint>
+#include <list>
+#include <memory>
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
@@ -12,28 +14,21 @@
 // terminating zero.
 inline constexpr std::uint32_t bufferSize = 260;
 
-// Allocated zero-filled with calloc and released with free. Owns its document, the document's file
-// its element map
-// and the waiting sets.
 struct XmlFileRecord {
-  XmlFileRecord* prev;
-  XmlFileRecord* next;
-  char fileName[bufferSize]; // as given by the caller, cut to 259 bytes; only for matching and log
-                             // lines
-  std::uint32_t cookie;
-  Ostrum::Document* document;
-  Ostrum::DocumentFile* file;          // has the complete name
-  Ostrum::PendingChanges* waitingSets; // those that have not reached the file; null until the first
-  ElementMap* elementMap;              // has at least the root's entry once the record is in a list
-  std::int32_t encrypted;              // nonzero: the file is read and written through the cipher
+  char fileName[bufferSize] = {}; // as given by the caller, truncated to 259 bytes; only for
+                                  // matching and log lines
+  std::uint32_t cookie = 0;
+  std::unique_ptr<Ostrum::Document> document;
+  std::unique_ptr<Ostrum::DocumentFile> file; // has the complete name
+  // The sets that have not reached the file; null until the first.
+  std::unique_ptr<Ostrum::PendingChanges> waitingSets;
+  // Has at least the root's entry once the record is in a list.
+  std::unique_ptr<ElementMap> elementMap;
 };
 
-// One caller's open documents, oldest first. Allocated zero-filled with calloc and released with
-// free.
+// One caller's open documents, oldest first.
 struct XmlFileList {
-  XmlFileRecord* head;
-  XmlFileRecord* tail;
-  std::uint32_t count;
+  std::list<XmlFileRecord> files;
 };
 
 #endif

@@ -240,7 +240,7 @@ TEST(SetItem, EntersWhatItMakesIntoTheMap) {
   ASSERT_EQ(document.SetText("Root\\Found", "New", "n"), 0U);
   ASSERT_EQ(document.SetAttribute("Found\\Item&unit=ms", "kind", "x"), 0U);
   ASSERT_EQ(document.SetAttribute("Root", "k", "v"), 0U);
-  ElementMap& map = *document.list->head->elementMap;
+  ElementMap& map = *document.list->files.front().elementMap;
   for (const char* key :
        {"Found\\New", "Found\\Item", "Found\\Item&unit=ms", "Found\\Item&unit=ms&kind=x"}) {
     EXPECT_FALSE(map.Find(key).IsNull()) << key;

@@ -18,7 +18,7 @@ class ElementMapTest : public testing::Test {
   }
 
   const TestDocument document{"<r><e/><e/><e/><e/><e/></r>"};
-  const Ostrum::Element root = XmlFileAt(document.list, 0)->document->GetRoot();
+  const Ostrum::Element root = document.list->files.front().document->GetRoot();
   ElementMap map;
 };
 

@@ -28,7 +28,7 @@ class Groups : public testing::Test {
   }
   // The attribute "id" of the element under a key.
   std::string Element(const std::string& key) {
-    const Ostrum::Element element = list->head->elementMap->Find(key);
+    const Ostrum::Element element = list->files.front().elementMap->Find(key);
     return element.IsNull() ? "none" : element.GetAttribute("id").GetValue();
   }
 

@@ -201,7 +201,7 @@ TEST(MatchXmlListToFileName, ComparesTheLastComponent) {
        {Row("a/C.xml", "c.XML", 1), Row("a/C.xml", "/C.xml", 0), Row("a/C.xml", "C.xm", 0),
         Row("a/b\\c.xml", "b\\c.xml", 1), Row("a/b\\c.xml", "c.xml", 0),
         Row("b\\c.xml", "C.xml", 1) /* where no "/" is */, Row("c.xml", "c.xml", 1)}) {
-    std::strcpy(document.list->head->fileName, opened);
+    std::strcpy(document.list->files.front().fileName, opened);
     EXPECT_EQ(MatchXmlListToFileName(document.list, document.cookie, asked, &matches), 0U);
     EXPECT_EQ(matches, wanted) << opened << " " << asked;
   }
