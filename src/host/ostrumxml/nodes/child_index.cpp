@@ -142,9 +142,12 @@ Element ChildIndex::FirstWithValue(const List& list, const ChildQuery& query) co
     const Attribute attribute = At(number).GetAttribute(*query.attribute);
     return attribute.GetValue(scratch, wanted.size()).substr(0, wanted.size());
   };
-  const auto found = std::ranges::equal_range(list.numbers, wanted, {}, beginOf);
-  const auto begin = static_cast<std::size_t>(found.begin() - list.numbers.begin());
-  const std::uint32_t first = list.minima.Least(list.numbers, begin, begin + found.size());
+  const auto begin = std::ranges::lower_bound(list.numbers, wanted, {}, beginOf);
+  const auto end = std::ranges::upper_bound(begin, list.numbers.end(), wanted, {}, beginOf);
+  const auto indexOf = [&list](auto position) {
+    return static_cast<std::size_t>(position - list.numbers.begin());
+  };
+  const std::uint32_t first = list.minima.Least(list.numbers, indexOf(begin), indexOf(end));
   if (first == RangeMinimum::none) return {};
   return At(first);
 }
