@@ -27,10 +27,7 @@ Figures RunAlone(const std::string& work, const std::vector<std::string>& argume
 
 void WorkAlone(const std::string& work, const std::vector<std::string>& arguments) {
   const std::map<std::string, Figures (*)(const std::vector<std::string>&)> works = {
-      {"hold", &HoldCatalog},
-      {"open-first", &OpenFirst},
-      {"shape", &WorkOnShape},
-      {"save", &SaveOften}};
+      {"hold", &HoldCatalog}, {"open-first", &OpenFirst}, {"shape", &WorkOnShape}};
   const auto known = works.find(work);
   Require(known != works.end(), "no work " + work);
   for (const double figure : known->second(arguments)) std::printf("%.9g ", figure);

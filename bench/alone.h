@@ -23,8 +23,6 @@ Figures OpenFirst(
     const std::vector<std::string>& arguments); // library or "expat", file: elapsed seconds
 Figures WorkOnShape(const std::vector<std::string>&
                         arguments); // shape, file, count: seconds, bytes at most resident
-Figures SaveOften(
-    const std::vector<std::string>& arguments); // count: the same; for counting instructions
 
 // Of this process, in bytes: its pages in memory, and the most that they ever were.
 std::size_t Resident();

@@ -40,6 +40,16 @@ struct PugiCatalog {
   pugi::xml_document document;
 };
 
+// Keeps what Tarvik keeps: comments, white space, the declaration.
+struct FullPugiCatalog {
+  explicit FullPugiCatalog(const std::string& file) {
+    constexpr unsigned options = pugi::parse_full | pugi::parse_ws_pcdata;
+    Require(document.load_file(file.c_str(), options).status == pugi::status_ok,
+            "pugixml can't read " + file);
+  }
+  pugi::xml_document document;
+};
+
 struct TinyCatalog {
   explicit TinyCatalog(const std::string& file) {
     Require(document.LoadFile(file.c_str()) == tinyxml2::XML_SUCCESS,

@@ -7,7 +7,6 @@
 #include <pugixml.hpp>
 #include <string>
 
-#include "alone.h"
 #include "catalog.h"
 #include "open_catalog.h"
 #include "works.h"
@@ -68,15 +67,6 @@ void Measure(benchmark::State& state, Set set) {
 }
 
 } // namespace
-
-Figures SaveOften(const std::vector<std::string>& arguments) {
-  const WorkFolder folder(std::filesystem::temp_directory_path());
-  const TarvikCatalog catalog(folder.Write("save.xml", MakeCatalogOfSize(100'000)));
-  const unsigned long count = std::stoul(arguments.at(0));
-  for (unsigned long i = 0; i < count; ++i)
-    SetByTarvik(catalog, i % 2 == 0 ? "PRODUCT_A" : "PRODUCT_B");
-  return {static_cast<double>(count)};
-}
 
 void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place) {
   const std::string text =

@@ -19,16 +19,6 @@ scripts/quietly.sh build/bench.log \
   cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTARVIK_BUILD_BENCHMARKS=ON -DTARVIK_BUILD_TESTS=OFF
 scripts/quietly.sh build/bench.log cmake --build "$build" --target tarvik-bench
 
-# The same on every run. The difference of two counts leaves out the work before the first save.
-instructions_of_a_save() {
-  local count collected=()
-  for count in 10 110; do
-    collected+=("$(valgrind --tool=callgrind --callgrind-out-file=/dev/null "$build/bin/tarvik-bench" --alone save "$count" 2>&1 |
-      sed -n 's/.*Collected : //p')")
-  done
-  echo $(((collected[1] - collected[0]) / 100))
-}
-
 results="$build/results.json"
 options=(--benchmark_out="$results" --benchmark_out_format=json)
 if "$smoke"; then
@@ -38,5 +28,5 @@ else
   # In random order, so that other work on the machine disturbs all benchmarks alike.
   "$build/bin/tarvik-bench" "${options[@]}" --benchmark_min_time=0.2 --benchmark_repetitions=9 \
     --benchmark_enable_random_interleaving=true >/dev/null
-  python3 bench/report.py "$results" docs/performance.md docs/performance.svg "$(instructions_of_a_save)"
+  python3 bench/report.py "$results" docs/performance.md docs/performance.svg
 fi
