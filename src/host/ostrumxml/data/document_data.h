@@ -85,7 +85,7 @@ struct DocumentData {
     std::uint32_t start, length; // in source
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // general ones whose text is known
-  std::uint64_t attributesSet = 0; // calls that set an attribute
+  std::uint64_t attributesSet = 0;                          // calls that set an attribute
 };
 
 } // namespace Ostrum

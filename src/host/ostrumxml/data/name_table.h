@@ -2,8 +2,8 @@
 #define TARVIK_HOST_OSTRUMXML_DATA_NAME_TABLE_H
 
 #include <array>
+#include <cassert>
 #include <cstdint>
-#include <deque>
 #include <forward_list>
 #include <string>
 #include <string_view>
@@ -25,7 +25,10 @@ class NameTable {
   std::uint32_t Find(std::string_view text) const noexcept;
   // The name's number; a name that is not in the table is added. REQUIRES: text is not empty and
   // outlives the table.
-  std::uint32_t Intern(std::string_view text);
+  std::uint32_t Intern(std::string_view text) {
+    const std::uint32_t seen = recent[RecentSlot(text)];
+    return seen != 0 && Text(seen) == text ? seen : Add(text);
+  }
   // The same for a text that does not outlive the table.
   std::uint32_t InternCopy(std::string_view text);
 
@@ -36,6 +39,14 @@ class NameTable {
 
     std::string_view Key() const noexcept { return {text, length}; }
   };
+
+  static std::size_t RecentSlot(std::string_view text) noexcept {
+    assert(!text.empty());
+    const auto first = static_cast<unsigned char>(text.front());
+    const auto last = static_cast<unsigned char>(text.back());
+    return (first * 5U + last * 3U + text.size()) % 64U;
+  }
+  std::uint32_t Add(std::string_view text); // unless it is in the table
 
   KeyedHash hash;
   std::vector<Name> names;

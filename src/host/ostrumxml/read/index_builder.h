@@ -1,6 +1,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_READ_INDEX_BUILDER_H
 #define TARVIK_HOST_OSTRUMXML_READ_INDEX_BUILDER_H
 
+#include <cassert>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,7 @@ struct TagPlace {
 };
 
 // Builds the index of a document's elements, from the tags that a reader reports in document order.
+// Inline, since the plain reader spends little more on an element than its entry here.
 class IndexBuilder {
  public:
   // data: must outlive the builder.
@@ -47,6 +49,44 @@ class IndexBuilder {
   DocumentData& data;
   std::vector<OpenElement> open; // the innermost last
 };
+
+inline void IndexBuilder::StartElement(std::string_view name, TagPlace tag) {
+  assert(tag.start + name.size() < tag.end && tag.end <= data.source.size());
+  const std::uint32_t element = data.elements.Add();
+  ElementRecord& record = data.elements[element];
+  record.tagStart = tag.start;
+  record.contentStart = tag.end;
+  record.name = data.names.Intern(name);
+  Link(element);
+}
+
+inline void IndexBuilder::Link(std::uint32_t element) {
+  if (open.empty()) {
+    assert(!HasRoot());
+    data.root = element;
+  } else {
+    auto& [parent, lastChild] = open.back();
+    if (lastChild == 0) {
+      data.elements[parent].flags |= element_flags::hasParsedChildren;
+    } else {
+      data.elements[lastChild].nextSibling = element;
+    }
+    lastChild = element;
+  }
+  open.push_back({element, 0});
+}
+
+inline void IndexBuilder::EndElement(std::uint32_t contentEnd) noexcept {
+  assert(IsInside() && contentEnd >= InnermostTag().end);
+  data.elements[open.back().element].contentEnd = contentEnd;
+  open.pop_back();
+}
+
+inline TagPlace IndexBuilder::InnermostTag() const noexcept {
+  assert(IsInside());
+  const ElementRecord& record = data.elements[open.back().element];
+  return {record.tagStart, record.contentStart};
+}
 
 } // namespace Ostrum
 

@@ -1,7 +1,6 @@
 #include "host/ostrumxml/read/plain_reader.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cassert>
 #include <charconv>
@@ -25,16 +24,21 @@ using Bytes = unsigned char __attribute__((vector_size(16)));
 
 unsigned char ByteAt(const char* place) noexcept { return static_cast<unsigned char>(*place); }
 
-// The functions on bytes take vectors too, and then return a vector of zeros and ones in all bits.
+// These functions take a byte or a vector; the result for a vector has all bits of a byte set or
+// none.
 
-// A control character that XML forbids, or the first byte of U+F000 to U+FFFF, of which it forbids
-// the last two.
+constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
+
+// Whether it is a control character that XML forbids, or may start another forbidden character.
 auto IsSuspect(auto byte) noexcept {
-  return ((byte < 0x20) & (byte != '\t') & (byte != '\n') & (byte != '\r')) | (byte == 0xEF);
+  const auto isAllowed = (byte == '\t') | (byte == '\n') | (byte == '\r');
+  return ((byte < 0x20) & ~isAllowed) | (byte == leadOfLast);
 }
 
-bool IsForbiddenCharacter(const char* place) noexcept {
-  return ByteAt(place) < 0x20 || (ByteAt(place + 1) == 0xBF && ByteAt(place + 2) >= 0xBE);
+// Whether it is of U+F000 to U+FFFF and allowed.
+bool IsAllowedLast(const char* place) noexcept {
+  if (ByteAt(place) != leadOfLast) return false;
+  return ByteAt(place + 1) != 0xBF || ByteAt(place + 2) < 0xBE;
 }
 
 // The place in sixteen bytes of the first that is not zero, or 16.
@@ -50,40 +54,40 @@ std::size_t FirstSet(auto bytes) noexcept {
   return static_cast<std::size_t>(bits) / 8;
 }
 
-// The first place from the given one on where ends(byte, following byte) holds or a byte is
-// suspect. At the latest, that is the zero at the end.
+// Whether a name in ASCII ends before the byte.
+auto EndsName(auto byte) noexcept {
+  const auto letter = byte | 0x20;
+  return ((letter < 'a') | (letter > 'z')) & ((byte < '-') | (byte > ':') | (byte == '/')) &
+         (byte != '_');
+}
+
+bool StartsName(unsigned char byte) noexcept {
+  return !EndsName(byte) && (byte == ':' || byte > '9');
+}
+
+// The first place from the given one on where ends(byte, following byte) holds. The zero at the
+// end must be such a place.
 template <class Ends>
-const char* SkipUnsuspected(const char* place, const char* end, Ends ends) noexcept {
+const char* SkipUntil(const char* place, const char* end, Ends ends) noexcept {
   for (Bytes byte, following; end - place >= std::ptrdiff_t{sizeof byte}; place += sizeof byte) {
     std::memcpy(&byte, place, sizeof byte);
     std::memcpy(&following, place + 1, sizeof following);
-    const std::size_t first = FirstSet(IsSuspect(byte) | ends(byte, following));
+    const std::size_t first = FirstSet(ends(byte, following));
     if (first < sizeof byte) return place + first;
   }
-  while (!IsSuspect(ByteAt(place)) && !ends(ByteAt(place), ByteAt(place + 1))) ++place;
+  while (place != end && !ends(ByteAt(place), ByteAt(place + 1))) ++place;
   return place;
 }
 
-// The same, but skips suspects that are allowed.
+// The first place where ends(byte, following byte) holds or a character is forbidden.
 template <class Ends>
 const char* SkipCharacters(const char* place, const char* end, Ends ends) noexcept {
-  place = SkipUnsuspected(place, end, ends);
-  while (IsSuspect(ByteAt(place)) && !IsForbiddenCharacter(place))
-    place = SkipUnsuspected(place + 1, end, ends);
+  const auto endsOrIsSuspect = [ends](auto byte, auto following) {
+    return IsSuspect(byte) | ends(byte, following);
+  };
+  place = SkipUntil(place, end, endsOrIsSuspect);
+  while (IsAllowedLast(place)) place = SkipUntil(place + 1, end, endsOrIsSuspect);
   return place;
-}
-
-constexpr auto isInName = [] {
-  std::array<bool, 256> inName{};
-  for (const char character : nameStarts) inName[static_cast<unsigned char>(character)] = true;
-  for (const char character : otherNameCharacters)
-    inName[static_cast<unsigned char>(character)] = true;
-  return inName;
-}();
-
-bool StartsName(char character) noexcept {
-  return isInName[static_cast<unsigned char>(character)] &&
-         otherNameCharacters.find(character) == std::string_view::npos;
 }
 
 constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
@@ -126,6 +130,17 @@ class PlainReader {
     next += isThere ? text.size() : 0;
     return isThere;
   }
+  // name: before this place in the source. Most names fit a vector, which spares a call.
+  bool SkipName(std::string_view name) noexcept {
+    Bytes expected, actual;
+    if (name.size() > sizeof expected || end - next < std::ptrdiff_t{sizeof actual})
+      return Skip(name);
+    std::memcpy(&expected, name.data(), sizeof expected);
+    std::memcpy(&actual, next, sizeof actual);
+    const bool isThere = FirstSet(expected != actual) >= name.size();
+    next += isThere ? name.size() : 0;
+    return isThere;
+  }
   bool SkipBlanks() noexcept {
     const char* const start = next;
     while (IsBlank(*next)) ++next;
@@ -139,8 +154,8 @@ class PlainReader {
   // Empty if there is no name in ASCII.
   std::string_view ReadName() noexcept {
     const char* const start = next;
-    if (!StartsName(*start)) return {};
-    while (isInName[ByteAt(next)]) ++next;
+    if (StartsName(ByteAt(start)))
+      next = SkipUntil(start, end, [](auto byte, auto) { return EndsName(byte); });
     return {start, next};
   }
 
@@ -186,7 +201,7 @@ class PlainReader {
     const char* const start = next;
     if (!ReadValue()) return false;
     return std::all_of(start + 1, next - 1, [](char character) {
-      return isInName[static_cast<unsigned char>(character)] ||
+      return !EndsName(static_cast<unsigned char>(character)) ||
              punctuation.find(character) != std::string_view::npos;
     });
   }
@@ -253,7 +268,7 @@ class PlainReader {
   }
   bool ReadEndTag() noexcept {
     const char* const start = next - 2;
-    if (!Skip(builder.InnermostName())) return false;
+    if (!SkipName(builder.InnermostName())) return false;
     SkipBlanks();
     if (!Skip('>')) return false;
     builder.EndElement(OffsetOf(start));
