@@ -66,7 +66,7 @@ check_console() { # <block>: runs its commands and compares with the block
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
   tail -n +2 "$1" | grep '^\$ ' | while read -r line; do
     echo "$line"
-    (cd "$work/run" && bash -c "${line#\$ }" 2>&1 </dev/null) || true
+    (cd "$work/run" && sh -c "${line#\$ }" 2>&1 </dev/null) || true
   done >"$work/printed"
   tail -n +2 "$1" | diff - "$work/printed"
 }
