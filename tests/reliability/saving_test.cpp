@@ -2,6 +2,12 @@
 // programs' changes must stay.
 #include <gtest/gtest.h>
 
+#include <array>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
@@ -30,6 +36,8 @@ const struct {
     {"<R>\n  <!-- by hand -->\n  <A >9</A>\n  <B/>\n</R >\n", 0,
      "<R>\n  <!-- by hand -->\n  <A k=\"b c\" >new</A>\n  <B/>\n</R >\n", "merged"},
     {"<R><Ab/><A/></R>", 0, "<R><Ab/><A k=\"b c\">new</A></R>", "merged"},
+    {"<!DOCTYPE R><R><A>1</A></R><?more?>", 0, "<!DOCTYPE R><R><A k=\"b c\">new</A></R><?more?>",
+     "merged"}, // longer by what follows
     {"<R><A>1</A>", 0, own, damaged},
     {"", 0, own, damaged},
     {nullptr, 0, own, ""},
@@ -121,20 +129,41 @@ TEST(Saving, TellsElementsOfOneNameApart) {
       markup.replace(at, 1, "\u7E8A");
     return markup;
   };
-  for (const auto& [theirs, after] :
-       {std::pair("<R/>", "<R><n>3</n><n>2</n></R>"),
-        {"<R><n>x</n><B/></R>", "<R><n>3</n><B/><n>2</n></R>"},
-        {"<R><n>x</n><n>y</n><n>z</n></R>", "<R><n>3</n><n>2</n><n>z</n></R>"}}) {
-    const TestDocument document("<R/>");
-    const std::string others[] = {"<S/>", "<S/>", named(theirs)};
-    const struct { const char *item, *value; } sets[] = {{first, "1"}, {first, "2"}, {second, "3"}};
-    for (int i = 0; i < 3; ++i) {
-      document.Write(others[i]);
-      EXPECT_EQ(document.SetText("", sets[i].item, sets[i].value), i < 2 ? 34U : 0U);
-    }
+  using Row = std::array<const char*, 3>;
+  for (const auto& [own, theirs, after] :
+       {Row{"<R/>", "<R/>", "<R><n>3</n><n>2</n></R>"},
+        Row{"<R/>", "<R><n>x</n><B/></R>", "<R><n>3</n><B/><n>2</n></R>"},
+        Row{"<R/>", "<R><n>x</n><n>y</n><n>z</n></R>", "<R><n>3</n><n>2</n><n>z</n></R>"},
+        // The first was there, and is gone: what is set for the third must not be taken for it.
+        Row{"<R><n>0</n></R>", "<R/>", "<R><n>1</n><n>2</n><n>3</n></R>"}}) {
+    SCOPED_TRACE(theirs);
+    const TestDocument document(named(own));
+    document.Write("<S/>");
+    EXPECT_EQ(document.SetText("", first, "1"), 34U);
+    EXPECT_EQ(document.SetText("", first, "2"), 34U);
+    document.Write(named(theirs));
+    EXPECT_EQ(document.SetText("", second, "3"), 0U);
     EXPECT_EQ(document.Bytes(), named(after));
   }
 }
+
+#ifdef __GLIBC__
+// Setting an item again and again while the file cannot be written.
+TEST(Saving, KeepsTheFirstAndTheLastWaitingSetOfAnItem) {
+  const TestDocument document("<R/>");
+  document.Write("<S/>");
+  const std::size_t size = 1'000'000;
+  const auto inUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
+  EXPECT_EQ(document.SetText("A", "B", "first"), 34U);
+  const std::size_t before = inUse();
+  for (char digit = '0'; digit <= '9'; ++digit)
+    EXPECT_EQ(document.SetText("A", "B", std::string(size, digit)), 34U);
+  EXPECT_LT(inUse(), before + 5 * size);
+  document.Write("<R/>");
+  EXPECT_EQ(document.SetText("", "C", "c"), 0U);
+  EXPECT_EQ(document.Bytes(), "<R><A><B>" + std::string(size, '9') + "</B></A><C>c</C></R>");
+}
+#endif
 
 // What the file allows reaches it, whatever waits.
 TEST(Saving, SkipsWaitingSetsThatTheFileRefuses) {
