@@ -34,7 +34,14 @@ struct FileIdentity {
   std::int64_t changed =
       0; // time of the last change of content or metadata; 0 if the system has no such time
 
+  // Time of creation, since a new file can get the number of a removed one; 0 if unknown.
+  std::int64_t created = 0;
+
   bool operator==(const FileIdentity&) const = default;
+  // Whether it is the same file, though perhaps changed.
+  bool IsSameFile(const FileIdentity& other) const noexcept {
+    return device == other.device && number == other.number && created == other.created;
+  }
 };
 
 // A file's owner and who may do what with it, in the system's own form.

@@ -67,6 +67,8 @@ SYSTEM_CALL(openat, int, (int folder, const char* name, int flags, mode_t mode),
 SYSTEM_CALL(fstat, int, (int file, struct stat* status), (file, status))
 SYSTEM_CALL(fstatat, int, (int folder, const char* name, struct stat* s, int flags),
             (folder, name, s, flags))
+SYSTEM_CALL(statx, int, (int folder, const char* name, int flags, unsigned mask, struct statx* s),
+            (folder, name, flags, mask, s))
 SYSTEM_CALL(readlinkat, ssize_t, (int folder, const char* name, char* to, std::size_t size),
             (folder, name, to, size))
 SYSTEM_CALL(fcntl, int, (int file, int command, struct flock* lock), (file, command, lock))
@@ -155,6 +157,11 @@ std::uint32_t SetLong(Opened d) { return Set(d, "", longName.c_str()); }
 void OpenPackage(Opened d) { d.Group("ProductPackage"); }
 void RemoveFile(Opened d) { std::filesystem::remove(d.Name()); }
 void EditFile(Opened d) { d.Write("<W\xC3\xB6rt><B/></W\xC3\xB6rt>"); }
+// Later than 2262, which a count of nanoseconds does not reach.
+void DateFarAhead(Opened d) {
+  const timespec times[] = {{10'500'000'000, 0}, {10'500'000'000, 0}};
+  utimensat(AT_FDCWD, d.Name().c_str(), times, 0);
+}
 // Makes the file a link to another owner's file with attributes.
 void MoveBehindLink(Opened d) {
   const std::string target = d.Name() + ".target";
@@ -195,6 +202,7 @@ const struct Work {
      [](Opened d) { return Set(d, "W\xF6rt\\\xE4", "k", "ATTRIBUTE"); }},
     {"save another's file behind a link", Setting, words, SetLong, MoveBehindLink},
     {"merge", Setting, words, SetLong, EditFile},
+    {"save what is dated far ahead", Setting, words, SetLong, DateFarAhead},
     {"make the file anew", Setting, words, SetLong, RemoveFile},
     {"make the file anew", Setting, words, SetLong, RemoveFile, "linkat"},
     {"make the file anew", Setting, words, SetLong, RemoveFile, "renameat2"},

@@ -120,6 +120,10 @@ def sets_that_wait(folder):
     print("sets that wait carried out in their order")
 
 
+def temporary_files(folder):
+    return [file for file in os.listdir(folder) if file.startswith(".tarvik")]
+
+
 def killed_writers(folder):
     name, kills = folder + "/killed.xml", 200
     ends = ("<R><A>", "</A></R>")
@@ -130,6 +134,7 @@ def killed_writers(folder):
         while True:
             document.set("A", "y" * random.randrange(50000))
 
+    most_left = 0
     for _ in range(kills):
         process = in_process(set_always)
         time.sleep(random.uniform(0.001, 0.015))
@@ -137,9 +142,60 @@ def killed_writers(folder):
         os.waitpid(process, 0)
         text = read(name)
         check(text.startswith(ends[0]) and text.endswith(ends[1]), "a file that is not whole")
-    left = [file for file in os.listdir(folder) if file.startswith(".tarvik")]
-    check(len(left) <= kills // 10, f"{len(left)} temporary files left")
-    print(f"{kills} writers killed: the file whole, {len(left)} temporary files left")
+        most_left = max(most_left, len(temporary_files(folder)))
+    check(most_left <= 1, f"{most_left} temporary files at a time")
+    check(document.set("A", "z") == SUCCESS and not temporary_files(folder), "a leftover was not removed")
+    print(f"{kills} writers killed: the file whole, at most {most_left} temporary file at a time, none at the end")
+
+
+def leftovers(folder):
+    """Only a file that no saver holds is removed, and never what has another's name."""
+    long_name = "n" * 250
+    for name in ("a.xml", long_name):
+        path, left = f"{folder}/{name}", f"{folder}/.tarvik-{name}"
+        write(path, "<R/>")
+        document = Document(path)
+        if name == long_name:
+            check(document.set("A", 1) == SUCCESS, "a file with a long name was not saved")
+            continue
+        write(left, "left")
+        check(document.set("A", 1) == SUCCESS and not os.path.exists(left), "a leftover stayed")
+        write(left, "held")
+        with open(left, "r+", encoding="utf-8") as file:
+            fcntl.fcntl(file, OFD_SETLK, LOCK)
+            check(document.set("A", 2) == SUCCESS and read(left) == "held", "a temporary file in use was removed")
+        os.unlink(left)
+        for make in (os.mkdir, os.mkfifo, lambda left: os.symlink("a.xml", left)):
+            make(left)
+            check(document.set("A", 3) == SUCCESS and temporary_files(folder) == [".tarvik-a.xml"], "something else was removed")
+            (os.rmdir if os.path.isdir(left) and not os.path.islink(left) else os.unlink)(left)
+    check(not temporary_files(folder), "a temporary file stayed")
+    print("leftovers removed, other files left alone")
+
+
+def leases(folder):
+    name = folder + "/leased.xml"
+    write(name, "<R/>")
+
+    def hold():
+        file = os.open(name, os.O_RDWR)
+        signal.signal(signal.SIGIO, lambda *_: fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_UNLCK))
+        fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_WRLCK)
+        time.sleep(0.6)  # until the signal is handled
+
+    try:
+        with open(name, "r+", encoding="utf-8") as file:
+            fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_WRLCK)
+            fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_UNLCK)
+    except OSError:
+        print("no leases here")
+        return
+    for work in (lambda: Document(name), lambda document=Document(name): check(document.set("A", 1) == SUCCESS, "no save")):
+        holder = in_process(hold)
+        time.sleep(0.2)
+        work()
+        wait([holder])
+    print("leases waited for")
 
 
 def locks(folder):
@@ -303,7 +359,108 @@ def programs_that_write_slowly(folder):
     print("programs that write slowly were waited for")
 
 
-for test in (writers_and_an_editor, sets_that_wait, killed_writers, locks, names, rights,
+OWNER, USER, GROUP, NAMED_GROUP, MASK, OTHERS = 1, 2, 4, 8, 16, 32
+DAEMON, NOGROUP = 1, 65534  # users and groups of the same numbers; nobody belongs to nogroup
+
+
+def access_list(*entries):
+    return struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in entries)
+
+
+def private_but(user, allowed=6, mask=6):
+    """Only the owner and one user may read and write."""
+    return access_list((OWNER, 6, ANY), (USER, allowed, user), (GROUP, 0, ANY), (MASK, mask, ANY), (OTHERS, 0, ANY))
+
+
+def nothing(_):
+    pass
+
+
+def replaced(text, owner, mode):
+    def replace(name):
+        os.unlink(name)
+        write(name, text)
+        os.chmod(name, mode)
+        os.chown(name, owner, owner)
+    return replace
+
+
+# Owner, group, mode and access list of the file; the user who sets an item and his groups; what happens to the file between
+# opening and setting; the code, and owner, group, mode and access list afterwards (None: as before).
+SHARED, DAEMONS = private_but(DAEMON), (DAEMON, [DAEMON])
+BOTH = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (USER, 6, NOBODY), (GROUP, 0, ANY), (MASK, 6, ANY), (OTHERS, 0, ANY))
+BOTH_READ = BOTH.replace(struct.pack("<HHI", USER, 6, NOBODY), struct.pack("<HHI", USER, 4, NOBODY))
+GROUPS = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 0, ANY), (NAMED_GROUP, 6, NOGROUP), (MASK, 6, ANY), (OTHERS, 0, ANY))
+ACCESS = {
+    "a stranger's empty file": (0, 0, 0o600, None, (0, [0]), replaced("", NOBODY, 0o666), SUCCESS, (0, 0, 0o600, None)),
+    "a new file of the owner's": (0, 0, 0o640, None, (0, [0]), replaced("", 0, 0o604), SUCCESS, (0, 0, 0o600, None)),
+    "a stranger's document": (0, 0, 0o600, None, (0, [0]), replaced("<R/>", NOBODY, 0o644), SUCCESS, (NOBODY, NOBODY, 0o644, None)),
+    "gone, with a list": (NOBODY, 4321, 0o660, SHARED, (0, [0]), os.unlink, SUCCESS, None),
+    "gone, of another user": (NOBODY, DAEMON, 0o660, None, DAEMONS, os.unlink, SUCCESS, (DAEMON, DAEMON, 0o660, None)),
+    "gone, another's with a list": (NOBODY, NOGROUP, 0o660, SHARED, DAEMONS, os.unlink, SUCCESS, (DAEMON, DAEMON, 0o660, SHARED)),
+    "a list lets another user write": (NOBODY, NOGROUP, 0o660, SHARED, DAEMONS, nothing, FAILURE, None),
+    "the same, root's": (0, 0, 0o660, SHARED, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, SHARED)),
+    "the owner has an entry, too": (NOBODY, NOGROUP, 0o660, BOTH, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, BOTH)),
+    "an entry that allows less": (NOBODY, NOGROUP, 0o660, BOTH_READ, DAEMONS, nothing, FAILURE, None),
+    "the owner's group has an entry": (NOBODY, 4321, 0o660, GROUPS, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, GROUPS)),
+    "a common group": (NOBODY, NOGROUP, 0o664, None, (DAEMON, [DAEMON, NOGROUP]), nothing, SUCCESS, (DAEMON, NOGROUP, 0o664, None)),
+    "a group without the owner": (NOBODY, DAEMON, 0o664, None, DAEMONS, nothing, FAILURE, None),
+    "a file for all": (NOBODY, NOGROUP, 0o666, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o666, None)),
+    "for all but its group": (NOBODY, NOGROUP, 0o606, None, DAEMONS, nothing, FAILURE, None),
+    "a group that can't be given": (DAEMON, 4321, 0o664, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o644, None)),
+    "a secret group that can't be given": (DAEMON, 4321, 0o2660, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o600, None)),
+}
+
+
+def access_of(name):
+    status = os.stat(name)
+    has_list = "system.posix_acl_access" in os.listxattr(name)
+    return (status.st_uid, status.st_gid, stat.S_IMODE(status.st_mode),
+            os.getxattr(name, "system.posix_acl_access") if has_list else None)
+
+
+def access(folder):
+    if os.geteuid() != 0:
+        print("access of other users: only root can test it")
+        return
+    os.chmod(folder, 0o777)
+    os.umask(0)
+    for case, (owner, group, mode, entries, (user, groups), between, code, after) in ACCESS.items():
+        name = f"{folder}/{case.replace(' ', '-')}.xml"
+        write(name, "<R></R>")
+        os.chown(name, owner, group)
+        os.chmod(name, mode)
+        try:
+            if entries:
+                os.setxattr(name, "system.posix_acl_access", entries)
+        except OSError:
+            continue  # no access lists here
+        before = access_of(name)
+        check(before == (owner, group, mode, entries), f"{case}: prepared as {before}")
+
+        def set_as_user():
+            document = Document(name)
+            become_root = os.getresuid()
+            if user:
+                os.setgroups(groups)
+                os.setresgid(groups[0], groups[0], 0)
+                os.setresuid(user, user, 0)
+            if between is not nothing:
+                os.seteuid(0)  # somebody else does this
+                between(name)
+                os.seteuid(user)
+            got = document.set("A", 1)
+            check(got == code, f"{case}: {got}")
+            os.setresuid(*become_root)
+
+        wait([in_process(set_as_user)])
+        check(access_of(name) == (after or before), f"{case}: {access_of(name)}")
+        check(("<A>1</A>" in read(name)) == (code == SUCCESS), f"{case}: {read(name)}")
+        check(not temporary_files(folder), f"{case}: a temporary file stayed")
+    print(f"access kept and never widened in {len(ACCESS)} cases")
+
+
+for test in (writers_and_an_editor, sets_that_wait, killed_writers, leftovers, leases, locks, names, rights, access,
              programs_that_write_slowly):
     with tempfile.TemporaryDirectory() as temporary:
         test(temporary)

@@ -138,8 +138,7 @@ bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text,
 // Null if it is still there, since its access may have been changed on purpose.
 const platform::Access* DocumentFile::LastAccess(const platform::LockedFile& file) const {
   const std::optional<platform::FileState>& found = file.State();
-  const bool isSameFile = found && found->identity.device == lastSeen.identity.device &&
-                          found->identity.number == lastSeen.identity.number;
+  const bool isSameFile = found && found->identity.IsSameFile(lastSeen.identity);
   return isSameFile ? nullptr : lastSeen.access.get();
 }
 

@@ -78,8 +78,11 @@ inline constexpr std::int64_t second = 1'000'000'000; // all times here are nano
 
 std::int64_t CurrentTime() noexcept;
 
-// stampedAt: the modification time that was set, if any.
-FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,
+// The time of creation is left out.
+FileIdentity IdentityOf(const FileStatus& status) noexcept;
+
+// The state of an open file; stampedAt: the modification time that was set, if any.
+FileState StateOf(int file, const FileStatus& status, std::shared_ptr<const Access> access,
                   std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads from the current position to the end.

@@ -101,7 +101,7 @@ struct LockedFile::System {
     if (!entry.status || entry.status->st_dev != status.st_dev ||
         entry.status->st_ino != status.st_ino)
       return false;
-    state = StateOf(*entry.status,
+    state = StateOf(original.Number(), *entry.status,
                     std::make_shared<const Access>(ReadAccess(original.Number(), *entry.status)));
     return true;
   }
@@ -110,7 +110,7 @@ struct LockedFile::System {
   bool IsUnchanged() const noexcept {
     FileStatus now{};
     return entry.ReadStatus(now) == 0 && now.st_mode == entry.status->st_mode &&
-           StateOf(now, nullptr).identity == state->identity;
+           IdentityOf(now) == IdentityOf(*entry.status);
   }
 
   // What the new file gets; see Replace.

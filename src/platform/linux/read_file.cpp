@@ -9,9 +9,9 @@ namespace platform {
 namespace {
 
 // Times too far from 1970 to be counted in nanoseconds become the farthest possible.
-std::int64_t Nanoseconds(const timespec& time) noexcept {
+std::int64_t Nanoseconds(std::int64_t seconds, std::int64_t rest) noexcept {
   constexpr std::int64_t maxSeconds = INT64_MAX / second - 1;
-  return std::clamp<std::int64_t>(time.tv_sec, -maxSeconds, maxSeconds) * second + time.tv_nsec;
+  return std::clamp(seconds, -maxSeconds, maxSeconds) * second + rest;
 }
 
 } // namespace
@@ -40,11 +40,19 @@ FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) 
 }
 
 // The number changes if a rename replaces the file, size and times if it is edited in place.
-FileState StateOf(const FileStatus& status, std::shared_ptr<const Access> access,
+FileIdentity IdentityOf(const FileStatus& status) noexcept {
+  return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
+          Nanoseconds(status.st_mtim.tv_sec, status.st_mtim.tv_nsec),
+          Nanoseconds(status.st_ctim.tv_sec, status.st_ctim.tv_nsec)};
+}
+
+FileState StateOf(int file, const FileStatus& status, std::shared_ptr<const Access> access,
                   std::optional<std::int64_t> stampedAt) noexcept {
-  FileState state{{status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-                   Nanoseconds(status.st_mtim), Nanoseconds(status.st_ctim)},
-                  std::move(access)};
+  FileState state{IdentityOf(status), std::move(access)};
+  struct statx more {};
+  const int result = Uninterrupted(statx, file, "", AT_EMPTY_PATH, STATX_BTIME, &more);
+  if (result == 0 && (more.stx_mask & STATX_BTIME) != 0)
+    state.identity.created = Nanoseconds(more.stx_btime.tv_sec, more.stx_btime.tv_nsec);
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   state.isYoung = IsYoung(state.identity, CurrentTime(), second);
   return state;
@@ -70,7 +78,8 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
     return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
   if (!S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
   try {
-    state = StateOf(status, std::make_shared<const Access>(ReadAccess(file.Number(), status)));
+    state = StateOf(file.Number(), status,
+                    std::make_shared<const Access>(ReadAccess(file.Number(), status)));
   } catch (const std::system_error&) {
     return ReadStatus::Unreadable;
   }

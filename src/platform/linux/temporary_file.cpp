@@ -143,8 +143,9 @@ bool TemporaryFile::RenameToUnused(const std::string& target) {
 FileState TemporaryFile::State() const noexcept {
   assert(stampedAt != 0);
   FileStatus now{};
-  if (Uninterrupted(fstat, file.Number(), &now) == 0) return StateOf(now, access, stampedAt);
-  FileState state = StateOf(status, access);
+  if (Uninterrupted(fstat, file.Number(), &now) == 0)
+    return StateOf(file.Number(), now, access, stampedAt);
+  FileState state = StateOf(file.Number(), status, access);
   state.isSettled = false;
   return state;
 }
