@@ -45,15 +45,18 @@ inline std::string TemporaryName() {
 // modification time to stampedAt, that holds if the time was stored exactly. Other times come from
 // a clock that may advance only every two seconds. All arguments are in the same unit.
 inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt,
-                      std::int64_t now, std::int64_t second) noexcept {
+                      std::int64_t now, std::int64_t oneSecond) noexcept {
   if (stampedAt) return identity.modified == *stampedAt;
-  return std::max(identity.modified, identity.changed) <= now - 2 * second;
+  return std::max(identity.modified, identity.changed) <= now - 2 * oneSecond;
 }
 
 // Whether the last change, the later of the times that is not in the future, is less than two
 // seconds old. All arguments are in the same unit.
-inline bool IsYoung(const FileIdentity& identity, std::int64_t now, std::int64_t second) noexcept {
-  const auto isRecent = [&](std::int64_t time) { return time <= now && time > now - 2 * second; };
+inline bool IsYoung(const FileIdentity& identity, std::int64_t now,
+                    std::int64_t oneSecond) noexcept {
+  const auto isRecent = [&](std::int64_t time) {
+    return time <= now && time > now - 2 * oneSecond;
+  };
   return isRecent(identity.modified) || isRecent(identity.changed);
 }
 
