@@ -1,5 +1,5 @@
-// corekit: log, trace, string builder and file cipher. For C++17; the log sink and the cipher's key
-// also for C and every language that calls C functions.
+// corekit: log, trace, string builder and file cipher. For C++17; the log sink, the cipher's key
+// and the mode of text also for C and every language that calls C functions.
 //
 // A program that wants to see the log lines of the libraries in its process sets a sink; without
 // one, building a line and tracing cost next to nothing: no allocation, no conversion. No function
@@ -58,10 +58,21 @@ COREKIT_API void COREKIT_CALL CorekitSetLogSink(CorekitLogSink sink, void* conte
 // As corekit::SetCipherKey: key points to 32 bytes, which are copied. A null key changes nothing.
 COREKIT_API void COREKIT_CALL CorekitSetCipherKey(const uint8_t* key);
 
+// As corekit::SetUtf8: nonzero for UTF-8.
+COREKIT_API void COREKIT_CALL CorekitSetUtf8(int isOn);
+
 #ifdef __cplusplus
 } // extern "C"
 
 namespace corekit {
+
+// Sets, process-wide, the character set of all text that callers pass to libtarvik and corekit and
+// receive from them, names of files on Windows included: UTF-8, whatever the locale, or (the
+// default) that of the locale. For programs that cannot set the locale of the C runtime that the
+// libraries use. In UTF-8, letter case is ignored for ASCII letters alone. A call to libtarvik
+// works to its end in the mode in which it began. Bytes that an open document already remembers
+// (its name, IDs of opened groups) are not converted, so set the mode before the first call.
+COREKIT_API void COREKIT_CALL SetUtf8(bool isOn) noexcept;
 
 // The kinds of line, as in CorekitLogKind.
 enum class LogKind { TraceEnter, TraceLeave, Detail, Error };
@@ -86,8 +97,8 @@ COREKIT_API void COREKIT_CALL logDetail(const wchar_t* component, const wchar_t*
 COREKIT_API void COREKIT_CALL logError(const wchar_t* component, const wchar_t* line) noexcept;
 
 // Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing.
-// A piece for which there is no memory cuts the line there. Narrow text is in the locale's
-// character set; bytes that are none there show as U+FFFD.
+// A piece for which there is no memory cuts the line there. Narrow text is in UTF-8
+// after SetUtf8(true), else in the locale's character set; invalid bytes show as U+FFFD.
 class KString {
  public:
   explicit KString(const wchar_t* text) noexcept : live(LogIsOn()) { *this << text; }
@@ -108,6 +119,9 @@ class KString {
   operator const wchar_t*() const noexcept { return line != nullptr ? line : L""; }
 
  private:
+  // For libtarvik.
+  friend COREKIT_API void COREKIT_CALL AppendNarrow(KString& line, const char* text,
+                                                    bool isUtf8) noexcept;
   template <class Piece>
   KString& AppendIfLive(Piece piece) noexcept {
     if (live) Append(piece);

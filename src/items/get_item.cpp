@@ -6,11 +6,11 @@
 
 #include "paths/item_path.h"
 #include "paths/path_search.h"
-#include "platform/charset.h"
 #include "platform/platform.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/caller_buffer.h"
+#include "text/charset_scope.h"
 #include "text/convert.h"
 #include "text/log.h"
 
@@ -190,9 +190,10 @@ std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
 }
 
 // What GetXMLItem and EnumXMLItem do.
-std::uint32_t GenericGetItem(XmlFileList* list, std::uint32_t cookie,
+std::uint32_t GenericGetItem(const wchar_t* function, XmlFileList* list, std::uint32_t cookie,
                              const ItemRequest& request) noexcept {
-  const platform::CharsetScope charset;
+  const CharsetScope charset;
+  const Trace trace(function);
   const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   try {
@@ -209,8 +210,7 @@ std::uint32_t TARVIK_CALL GetXMLItem(XmlFileList* list, std::uint32_t cookie, co
                                      const char* itemName, const char* itemType,
                                      const char* attributeName, const char* valueType, char* value,
                                      std::uint32_t capacity) {
-  const Trace trace(L"GetXMLItem");
-  return GenericGetItem(list, cookie,
+  return GenericGetItem(L"GetXMLItem", list, cookie,
                         {path, itemName, itemType, 1, attributeName, valueType, {value, capacity}});
 }
 
@@ -218,7 +218,7 @@ std::uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, std::uint32_t cookie, c
                                       const char* itemName, const char* itemType,
                                       std::int32_t index, const char* attributeName,
                                       const char* valueType, char* value, std::uint32_t capacity) {
-  const Trace trace(L"EnumXMLItem");
   return GenericGetItem(
-      list, cookie, {path, itemName, itemType, index, attributeName, valueType, {value, capacity}});
+      L"EnumXMLItem", list, cookie,
+      {path, itemName, itemType, index, attributeName, valueType, {value, capacity}});
 }

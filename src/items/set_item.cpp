@@ -13,6 +13,7 @@
 #include "paths/path_search.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/charset_scope.h"
 #include "text/log.h"
 
 namespace {
@@ -115,6 +116,7 @@ void SetAndSave(SetRequest request, XmlFileRecord& record) {
 std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, const char* path,
                                      const char* itemName, const char* itemType,
                                      const char* value) {
+  const CharsetScope charset;
   const Trace trace(L"SetXMLItem");
   XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) {

@@ -9,10 +9,10 @@
 #include "paths/element_map.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
-#include "platform/charset.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/caller_buffer.h"
+#include "text/charset_scope.h"
 #include "text/convert.h"
 #include "text/log.h"
 
@@ -94,11 +94,12 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
 }
 
 // What OpenXMLGroup and EnumXMLGroup do.
-std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const char* groupPath,
-                               std::uint32_t occurrence, char* groupId,
+std::uint32_t GenericOpenGroup(const wchar_t* function, XmlFileList* list, std::uint32_t cookie,
+                               const char* groupPath, std::uint32_t occurrence, char* groupId,
                                std::uint32_t capacity) noexcept {
+  const CharsetScope charset;
+  const Trace exported(function);
   const Trace trace(L"GenericOpenGroup");
-  const platform::CharsetScope charset;
   const XmlFileRecord* const record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   try {
@@ -116,13 +117,11 @@ std::uint32_t GenericOpenGroup(XmlFileList* list, std::uint32_t cookie, const ch
 std::uint32_t TARVIK_CALL OpenXMLGroup(XmlFileList* list, std::uint32_t cookie,
                                        const char* groupPath, char* groupId,
                                        std::uint32_t capacity) {
-  const Trace trace(L"OpenXMLGroup");
-  return GenericOpenGroup(list, cookie, groupPath, 1, groupId, capacity);
+  return GenericOpenGroup(L"OpenXMLGroup", list, cookie, groupPath, 1, groupId, capacity);
 }
 
 std::uint32_t TARVIK_CALL EnumXMLGroup(XmlFileList* list, std::uint32_t cookie,
                                        const char* groupPath, std::uint32_t occurrence,
                                        char* groupId, std::uint32_t capacity) {
-  const Trace trace(L"EnumXMLGroup");
-  return GenericOpenGroup(list, cookie, groupPath, occurrence, groupId, capacity);
+  return GenericOpenGroup(L"EnumXMLGroup", list, cookie, groupPath, occurrence, groupId, capacity);
 }

@@ -8,7 +8,7 @@ namespace platform {
 
 thread_local constinit std::optional<Charset> charsetInScope;
 
-Charset LearnCharset(std::uint32_t id) noexcept {
+Charset ProbeCharset(std::uint32_t id) noexcept {
   const int errorBefore = errno;
   constexpr std::size_t size = 128; // the ASCII characters, the zero last
   char ascii[size];
@@ -20,7 +20,7 @@ Charset LearnCharset(std::uint32_t id) noexcept {
       std::wcstombs(back, wide, size) == size - 1 && std::equal(back, back + size, ascii);
   errno = errorBefore;
   const PlainText plain = isPlain ? PlainText::Ascii : PlainText::None;
-  return {id, plain, MB_CUR_MAX == 1};
+  return {id, plain, MB_CUR_MAX == 1, false};
 }
 
 } // namespace platform

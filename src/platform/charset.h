@@ -22,12 +22,20 @@ struct Charset {
   // Whether every byte is a character. If not, a second byte can look like another character,
   // except in UTF-8.
   bool isSingleByte;
+  // Whether text is UTF-8 although the locale may differ: the C library's functions must not see
+  // it.
+  bool isForcedUtf8;
 };
 
-// The character set of the calling thread's locale. Follows every change of the locale at once.
-Charset AskForCharset() noexcept;
+// The number of Windows' code page.
+inline constexpr std::uint32_t utf8Id = 65001;
+inline constexpr Charset forcedUtf8{utf8Id, PlainText::Utf8, false, true};
 
-// The character set that the outermost CharsetScope of this thread found. The GNU C library
+// The character set of the calling thread's locale. Follows every change of the locale at once.
+Charset QueryCharset() noexcept;
+
+// The character set of the library's call on this thread, if one is being executed: set by
+// CharsetScope (text/charset_scope.h). The GNU C library
 // reserves room in each thread for small variables of libraries that are loaded late; elsewhere
 // this faster access could fail.
 #ifdef __GLIBC__
@@ -36,30 +44,14 @@ Charset AskForCharset() noexcept;
 extern thread_local constinit std::optional<Charset>
     charsetInScope;
 
-// The same; determined only once while a CharsetScope lives.
+// The character set of the current call; outside of calls, the locale's.
 inline Charset CurrentCharset() noexcept {
-  return charsetInScope ? *charsetInScope : AskForCharset();
+  return charsetInScope ? *charsetInScope : QueryCharset();
 }
-
-// A call of the library works in one character set. Determining it for each text would take a sixth
-// of a search's time.
-class CharsetScope {
- public:
-  CharsetScope() noexcept : isOutermost(!charsetInScope) {
-    if (isOutermost) charsetInScope = AskForCharset();
-  }
-  ~CharsetScope() {
-    if (isOutermost) charsetInScope.reset();
-  }
-  CharsetScope(CharsetScope&&) = delete;
-
- private:
-  const bool isOutermost;
-};
 
 // Determines the character set of that id by test conversions. This takes microseconds, so the
 // caller should remember the result.
-Charset LearnCharset(std::uint32_t id) noexcept;
+Charset ProbeCharset(std::uint32_t id) noexcept;
 
 } // namespace platform
 

@@ -6,6 +6,7 @@
 
 #include "platform/charset.h"
 #include "platform/platform.h"
+#include "platform/utf8.h"
 
 namespace platform {
 namespace {
@@ -24,19 +25,28 @@ struct Character {
   CodePoint value;
 };
 
+Character FirstOfUtf8(std::string_view text) noexcept {
+  const auto [character, length] = DecodeUtf8(text);
+  return {length, character};
+}
+
+// The length is above longestCharacter if the text does not begin with a valid character.
+Character FirstOfLocale(std::string_view text) noexcept {
+  wchar_t wide = 0;
+  std::mbstate_t state{};
+  const std::size_t length =
+      std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
+  return {length, static_cast<CodePoint>(wide)};
+}
+
 // The first character of the text; a byte that does not begin a valid one counts as a character.
 Character FirstOf(std::string_view text, Charset charset) noexcept {
   assert(!text.empty());
   const auto byte = static_cast<unsigned char>(text.front());
   if (charset.plain != PlainText::None && byte < asciiEnd) return {1, byte};
-  wchar_t wide = 0;
-  std::mbstate_t state{};
-  const std::size_t length =
-      std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
-  const bool isCharacter =
-      length != 0 && length <= longestCharacter; // failures are the largest values of size_t
-  return isCharacter ? Character{length, static_cast<CodePoint>(wide)}
-                     : Character{1, beyondCharacters + byte};
+  const Character first = charset.isForcedUtf8 ? FirstOfUtf8(text) : FirstOfLocale(text);
+  if (first.length == 0 || first.length > longestCharacter) return {1, beyondCharacters + byte};
+  return first;
 }
 
 // How many of the text's first `count` bytes are whole characters. The bytes after them show
@@ -94,12 +104,13 @@ const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
 
 // ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a
 // Turkish locale.
-CodePoint Fold(CodePoint character) noexcept {
-  if (character < asciiEnd)
-    return character >= 'A' && character <= 'Z' ? character + ('a' - 'A') : character;
-  if (character >= beyondCharacters) return character;
+CodePoint Fold(CodePoint character, Charset charset) noexcept {
+  if (character >= 'A' && character <= 'Z') return character + ('a' - 'A');
+  if (character < asciiEnd || character >= beyondCharacters || charset.isForcedUtf8)
+    return character;
   const auto folded = static_cast<CodePoint>(std::towlower(static_cast<std::wint_t>(character)));
-  return folded < asciiEnd ? character : folded;
+  if (folded < asciiEnd) return character;
+  return folded;
 }
 
 // Removes the next character from the text and returns it folded; always 0 at the end.
@@ -107,7 +118,7 @@ CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
   if (text.empty()) return 0;
   const Character first = FirstOf(text, charset);
   text.remove_prefix(first.length);
-  return Fold(first.value);
+  return Fold(first.value, charset);
 }
 
 } // namespace

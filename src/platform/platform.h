@@ -13,9 +13,9 @@ namespace platform {
 
 // Multibyte strings
 //
-// All handle multibyte characters of the locale's character set: a search never matches in the
-// middle of a character, and a copy never splits one. A byte that does not begin a valid character
-// counts as a character.
+// All handle multibyte characters of the current character set (platform/charset.h): a search never
+// matches in the middle of a character, and a copy never splits one. A byte that does not begin a
+// valid character counts as a character. In forced UTF-8, letter case folds in ASCII alone.
 
 // Compares whole texts, case-sensitively. Returns a number less than, equal to or greater than 0.
 int MbsCompare(const char* left, const char* right) noexcept;
@@ -33,11 +33,11 @@ const char* MbsFind(const char* text, const char* wanted) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// Both convert between the locale's character set and wide text, as wcstombs and mbstowcs do, but
-// never replace a character by one that only looks like it. They return the length without the
-// terminating zero. With a null target and a capacity of 0 they only measure; otherwise target must
-// have room for the text and its zero. On failure they return conversionFailed and set errno, and
-// the content of target is unspecified.
+// Both convert between the locale's character set, also in a call in forced UTF-8, and wide text,
+// as wcstombs and mbstowcs do, but never replace a character by one that only looks like it. They
+// return the length without the terminating zero. With a null target and a capacity of 0 they only
+// measure; otherwise target must have room for the text and its zero. On failure they return
+// conversionFailed and set errno, and the content of target is unspecified.
 inline constexpr std::size_t conversionFailed = static_cast<std::size_t>(-1);
 std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) noexcept;
 std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) noexcept;

@@ -9,9 +9,9 @@
 #include <cstring>
 #include <string_view>
 
-#include "platform/charset.h"
 #include "registry/record.h"
 #include "tarvik/tarvik.h"
+#include "text/charset_scope.h"
 
 // A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind
 // the zero is not cleared.
@@ -98,7 +98,7 @@ class OpenDocument {
     std::memcpy(group.Buffer(), parent, std::strlen(parent) + 1);
   }
 
-  const platform::CharsetScope charset; // for all of the calls
+  const CharsetScope charset; // for all of the calls
   XmlFileList* list;
   std::uint32_t cookie;
   const XmlFileRecord* record; // null if there is none with the cookie: all calls then fail

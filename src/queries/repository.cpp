@@ -8,6 +8,7 @@
 #include "queries/open_document.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/charset_scope.h"
 
 namespace {
 
@@ -77,6 +78,7 @@ std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* co
 
 std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_t cookie,
                                                  const char* fileName, std::uint32_t* matches) {
+  const CharsetScope charset;
   const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;

@@ -10,6 +10,7 @@
 #include "platform/platform.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
+#include "text/charset_scope.h"
 #include "text/convert.h"
 #include "text/log.h"
 
@@ -136,6 +137,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
 
 std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::uint32_t encoding,
                                   std::int32_t encrypted, std::uint32_t* cookie) {
+  const CharsetScope charset;
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
   if (const XmlFileRecord* const open = FindXmlFileByName(*list, fileName)) {
@@ -155,6 +157,7 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
 }
 
 std::uint32_t TARVIK_CALL CloseXML(XmlFileList* list, std::uint32_t cookie) {
+  const CharsetScope charset;
   const Trace trace(L"CloseXML");
   XmlFileRecord* const record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlSuccess;

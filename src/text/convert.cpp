@@ -1,5 +1,6 @@
 #include "text/convert.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <cstring>
@@ -8,6 +9,29 @@
 #include "text/log.h"
 
 namespace {
+
+bool TextIsUtf8() noexcept { return platform::CurrentCharset().isForcedUtf8; }
+
+// As platform::MbsToWide and WideToMbs, for UTF-8 whatever the locale.
+std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity) {
+  if (!Ostrum::IsUtf8(source)) {
+    errno = EILSEQ;
+    return platform::conversionFailed;
+  }
+  const std::wstring wide = Ostrum::WideFromUtf8(source);
+  std::copy_n(wide.c_str(), std::min(wide.size() + 1, capacity), target);
+  return wide.size();
+}
+
+std::size_t WideToUtf8(char* target, const wchar_t* source, std::size_t capacity) {
+  std::string utf8;
+  if (!Ostrum::Utf8FromWide(source, utf8)) {
+    errno = EILSEQ;
+    return platform::conversionFailed;
+  }
+  std::copy_n(utf8.c_str(), std::min(utf8.size() + 1, capacity), target);
+  return utf8.size();
+}
 
 // Measures first, then converts.
 template <class To, class From>
@@ -30,21 +54,23 @@ To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* s
 } // namespace
 
 char* ConvertToMultiByte(const std::wstring& source) {
-  return Convert(platform::WideToMbs, source.c_str(), L"multi-byte");
+  const auto convert = TextIsUtf8() ? &WideToUtf8 : &platform::WideToMbs;
+  return Convert(convert, source.c_str(), L"multi-byte");
 }
 
 wchar_t* ConvertToUnicode(const char* source) {
-  return Convert(platform::MbsToWide, source, L"unicode");
+  const auto convert = TextIsUtf8() ? &Utf8ToWide : &platform::MbsToWide;
+  return Convert(convert, source, L"unicode");
 }
 
-bool HasLocaleForm(std::string_view utf8) {
-  return PassesAsItIs(utf8) || platform::WideToMbs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(),
-                                                   0) != platform::conversionFailed;
+bool IsRepresentable(std::string_view utf8) {
+  return NeedsNoConversion(utf8) || platform::WideToMbs(nullptr, Ostrum::WideFromUtf8(utf8).c_str(),
+                                                        0) != platform::conversionFailed;
 }
 
 LocaleFilters::LocaleFilters() noexcept
-    : withForm{platform::CurrentCharset().id, &HasLocaleForm},
-      withoutForm{~withForm.id, [](std::string_view text) { return !HasLocaleForm(text); }},
+    : withForm{platform::CurrentCharset().id, &IsRepresentable},
+      withoutForm{~withForm.id, [](std::string_view text) { return !IsRepresentable(text); }},
       isNeeded(platform::CurrentCharset().plain != platform::PlainText::Utf8) {
   assert(withForm.id != 0 && withoutForm.id != 0);
 }
@@ -60,7 +86,7 @@ const Ostrum::TextFilter& LocaleFilters::WithoutForm() const noexcept {
 }
 
 ComparableText::ComparableText(std::string_view localeText) {
-  if (PassesAsItIs(localeText)) {
+  if (NeedsNoConversion(localeText)) {
     text = localeText;
     return;
   }
@@ -82,7 +108,7 @@ void LocaleText::Convert(std::string_view utf8) {
 
 DocumentText::DocumentText(const char* localeText) {
   const std::string_view given(localeText);
-  if (PassesAsItIs(given) && Ostrum::IsUtf8(given)) {
+  if (NeedsNoConversion(given) && Ostrum::IsUtf8(given)) {
     text = given;
     return;
   }

@@ -26,14 +26,14 @@ wchar_t* ConvertToUnicode(const char* source);
 // Whether the text means the same on both sides, so that it needs no conversion: all valid text
 // where the locale is in UTF-8, plain ASCII in nearly every other. REQUIRES of a document's text:
 // it is valid UTF-8.
-inline bool PassesAsItIs(std::string_view documentText) noexcept {
+inline bool NeedsNoConversion(std::string_view documentText) noexcept {
   const platform::PlainText plain = platform::CurrentCharset().plain;
   return plain == platform::PlainText::Utf8 ||
          (plain == platform::PlainText::Ascii && Ostrum::IsAscii(documentText));
 }
 // Whether a document's text has a form in the locale's character set. Logs nothing. Throws
 // std::bad_alloc.
-bool HasLocaleForm(std::string_view utf8);
+bool IsRepresentable(std::string_view utf8);
 
 // Filters for searches in a document, in the current locale.
 class LocaleFilters {
@@ -74,7 +74,7 @@ class LocaleText {
   // Does what ConvertToMultiByte does, its log lines included. utf8 must outlive this object.
   // Throws std::bad_alloc.
   explicit LocaleText(std::string_view utf8) {
-    if (PassesAsItIs(utf8)) {
+    if (NeedsNoConversion(utf8)) {
       text = utf8;
     } else {
       Convert(utf8);

@@ -6,6 +6,8 @@
 #include <type_traits>
 
 #include "host/corekit/log_flag.h"
+#include "host/corekit/text_mode.h"
+#include "platform/charset.h"
 
 inline constexpr const wchar_t* logComponent = L"Tarvik";
 
@@ -28,17 +30,17 @@ class Trace {
 namespace log_detail {
 
 // Unsigned numbers of every width go through the builder's one unsigned append, signed ones through
-// its signed one.
+// its signed one. Narrow text is in the character set of the call.
 template <class Piece>
-auto Loggable(const Piece& piece) noexcept {
+void Append(corekit::KString& line, const Piece& piece) noexcept {
   if constexpr (std::is_integral_v<Piece> && std::is_unsigned_v<Piece>) {
-    return static_cast<unsigned long>(piece);
+    line << static_cast<unsigned long>(piece);
   } else if constexpr (std::is_integral_v<Piece>) {
-    return static_cast<long>(piece);
+    line << static_cast<long>(piece);
   } else if constexpr (std::is_convertible_v<const Piece&, const char*>) {
-    return static_cast<const char*>(piece);
+    corekit::AppendNarrow(line, piece, platform::CurrentCharset().isForcedUtf8);
   } else {
-    return static_cast<const wchar_t*>(piece);
+    line << static_cast<const wchar_t*>(piece);
   }
 }
 
@@ -47,7 +49,7 @@ template <class... Pieces>
 [[gnu::noinline, gnu::cold]] void Log(void (*log)(const wchar_t* component, const wchar_t* line),
                                       const wchar_t* component, const Pieces&... pieces) noexcept {
   corekit::KString line(L"");
-  (line << ... << Loggable(pieces));
+  (Append(line, pieces), ...);
   log(component, line);
 }
 

@@ -59,6 +59,10 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
     ASSERT_EQ(std::wstring(line), expected);
   }
 
+  corekit::SetUtf8(true);
+  KString utf8("\u00e9\U0001F600x\xC3");
+  corekit::SetUtf8(false);
+  EXPECT_STREQ(utf8 << L"y", L"\u00e9\U0001F600x\uFFFDy");
   const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : ".1252");
   KString narrow(hasUtf8 ? "\u00e9\U0001F600x\xC3" : "\xE9\x80");
   EXPECT_STREQ(narrow << "\xFF",

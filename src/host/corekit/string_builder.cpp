@@ -6,26 +6,45 @@
 #include <cwchar>
 #include <limits>
 
-#include "corekit/corekit.h"
+#include "host/corekit/text_mode.h"
+#include "platform/utf8.h"
 
 namespace corekit {
+
+constinit std::atomic<bool> utf8IsOn{false};
+
 namespace {
 
 constexpr wchar_t replacementCharacter = L'\xFFFD';
 
-// Converts the `size` bytes at text to at most `size` wide characters and returns their number.
-// Converts one character at a time, because mbstowcs stops at the first invalid byte.
-std::size_t Widen(const char* text, std::size_t size, wchar_t* target) noexcept {
+// Both convert the `size` bytes at text to at most `size` wide characters and return their number.
+// Each invalid byte becomes a replacement character, so mbstowcs does not serve.
+std::size_t WidenUtf8(const char* text, std::size_t size, wchar_t* target) noexcept {
+  std::size_t count = 0;
+  for (std::string_view rest(text, size); !rest.empty();) {
+    auto [character, length] = platform::DecodeUtf8(rest);
+    if (length == 0) {
+      character = replacementCharacter;
+      length = 1;
+    }
+    count += platform::StoreWide(character, target + count);
+    rest.remove_prefix(length);
+  }
+  return count;
+}
+
+std::size_t WidenLocale(const char* text, std::size_t size, wchar_t* target) noexcept {
   std::mbstate_t state{};
   std::size_t count = 0;
   for (std::size_t at = 0; at < size; ++count) {
     const std::size_t length = std::mbrtowc(target + count, text + at, size - at, &state);
-    const bool isCharacter = length != 0 && length <= size - at;
-    if (!isCharacter) {
-      target[count] = replacementCharacter;
-      state = std::mbstate_t{};
+    if (length != 0 && length <= size - at) {
+      at += length;
+      continue;
     }
-    at += isCharacter ? length : 1;
+    target[count] = replacementCharacter;
+    state = std::mbstate_t{};
+    ++at;
   }
   return count;
 }
@@ -72,12 +91,16 @@ void KString::Append(const wchar_t* text) noexcept {
   line[length] = L'\0';
 }
 
-void KString::Append(const char* text) noexcept {
-  if (text == nullptr) return;
+void KString::Append(const char* text) noexcept { AppendNarrow(*this, text, Utf8IsOn()); }
+
+void AppendNarrow(KString& line, const char* text, bool isUtf8) noexcept {
+  if (text == nullptr || !line.live) return;
   const std::size_t size = std::strlen(text);
-  if (size == 0 || !Reserve(size)) return;
-  length += Widen(text, size, line + length);
-  line[length] = L'\0';
+  if (size == 0 || !line.Reserve(size)) return;
+  const auto widen = isUtf8 ? &WidenUtf8 : &WidenLocale;
+  line.length += widen(text, size, line.line + line.length);
+  assert(line.length < line.capacity);
+  line.line[line.length] = L'\0';
 }
 
 void KString::Append(long number) noexcept { AppendDigits(*this, number); }
@@ -86,4 +109,12 @@ void KString::Append(unsigned long number) noexcept { AppendDigits(*this, number
 
 void KString::Release() noexcept { std::free(line); }
 
+void SetUtf8(bool isOn) noexcept { utf8IsOn.store(isOn, std::memory_order_relaxed); }
+
+#ifdef _WIN32
+bool Utf8IsOn() noexcept { return utf8IsOn.load(std::memory_order_relaxed); }
+#endif
+
 } // namespace corekit
+
+void CorekitSetUtf8(int isOn) { corekit::SetUtf8(isOn != 0); }

@@ -19,20 +19,20 @@ bool Equals(const char* text, const char (&name)[size]) noexcept {
   return true;
 }
 
-constexpr std::uint32_t utf8Id = 1;
 constexpr std::uint32_t asciiId = 2;
+static_assert((utf8Id & 4U) == 0);
 
 std::uint32_t HashName(const char* codeset) noexcept {
   std::uint32_t hash = 2'166'136'261U; // FNV-1a
   for (; *codeset != '\0'; ++codeset) {
     hash = (hash ^ static_cast<unsigned char>(*codeset)) * 16'777'619U;
   }
-  return hash | 4U; // differs from the ids above
+  return hash | 4U; // differs from the other ids
 }
 
 // Remembers the last one by its name: a locale's address says nothing, it can be freed and used
 // again. Inlined, it would cost the common charsets the saving of its registers.
-[[gnu::noinline]] Charset RecallCharset(const char* codeset) noexcept {
+[[gnu::noinline]] Charset CachedCharset(const char* codeset) noexcept {
   struct Memory {
     char codeset[64];
     Charset charset;
@@ -41,24 +41,25 @@ std::uint32_t HashName(const char* codeset) noexcept {
   // An empty name would match the memory's initial state.
   if (*codeset != '\0' && std::strcmp(memory.codeset, codeset) == 0) return memory.charset;
 
-  const Charset learnt = LearnCharset(HashName(codeset));
+  const Charset probed = ProbeCharset(HashName(codeset));
   const std::size_t length = std::strlen(codeset);
   if (length < sizeof memory.codeset) {
     std::memcpy(memory.codeset, codeset, length + 1);
-    memory.charset = learnt;
+    memory.charset = probed;
   }
-  return learnt;
+  return probed;
 }
 
 } // namespace
 
 // The C library has no cheaper question that a change of the locale on another thread reaches at
 // once.
-Charset AskForCharset() noexcept {
+Charset QueryCharset() noexcept {
   const char* const codeset = nl_langinfo(CODESET);
-  if (Equals(codeset, "UTF-8")) return {utf8Id, PlainText::Utf8, false};
-  if (Equals(codeset, "ANSI_X3.4-1968")) return {asciiId, PlainText::Ascii, true}; // the locale "C"
-  return RecallCharset(codeset);
+  if (Equals(codeset, "UTF-8")) return {utf8Id, PlainText::Utf8, false, false};
+  if (Equals(codeset, "ANSI_X3.4-1968"))
+    return {asciiId, PlainText::Ascii, true, false}; // the locale "C"
+  return CachedCharset(codeset);
 }
 
 // The C library's conversions are exact.

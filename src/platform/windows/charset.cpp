@@ -13,9 +13,9 @@
 namespace platform {
 namespace {
 
-// The last one learnt; its id is the code page. Threads need no lock.
+// The last one probed; its id is the code page. Threads need no lock.
 static_assert(std::atomic<Charset>::is_always_lock_free);
-constinit std::atomic<Charset> lastLearnt{};
+constinit std::atomic<Charset> lastProbed{};
 
 // Not the number of a code page.
 constexpr std::uint32_t asciiId = 1;
@@ -93,13 +93,13 @@ std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity)
   return CodePageToWide(codePage, target, source, capacity);
 }
 
-Charset AskForCharset() noexcept {
+Charset QueryCharset() noexcept {
   const std::uint32_t codePage = LocaleCodePage();
-  if (codePage == noCodePage) return {asciiId, PlainText::Ascii, true};
-  Charset known = lastLearnt.load(std::memory_order_relaxed);
+  if (codePage == noCodePage) return {asciiId, PlainText::Ascii, true, false};
+  Charset known = lastProbed.load(std::memory_order_relaxed);
   if (known.id != codePage) {
-    known = LearnCharset(codePage);
-    lastLearnt.store(known, std::memory_order_relaxed);
+    known = ProbeCharset(codePage);
+    lastProbed.store(known, std::memory_order_relaxed);
   }
   return known;
 }

@@ -5,36 +5,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/utf8.h"
+
 namespace Ostrum {
 namespace {
 
 constexpr bool wideIsUtf16 = sizeof(wchar_t) == 2;
-
-bool IsContinuation(char byte) noexcept {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
-struct Sequence {
-  char32_t character;
-  std::size_t length; // in bytes; 0 if the sequence is not valid
-};
-
-// The first sequence of a text that is not empty.
-Sequence DecodeSequence(std::string_view text) {
-  const auto lead = static_cast<unsigned char>(text.front());
-  if (lead < 0x80) return {lead, 1};
-  const std::size_t length = lead >= 0xF0U ? 4 : lead >= 0xE0U ? 3 : 2;
-  if (lead < 0xC2U || lead > 0xF4U || text.size() < length) return {0, 0};
-  char32_t character = lead & (0x7FU >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    if (!IsContinuation(text[i])) return {0, 0};
-    character = (character << 6) | (static_cast<unsigned char>(text[i]) & 0x3FU);
-  }
-  const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
-  const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-  if (overlong || surrogate || character > 0x10FFFF) return {0, 0};
-  return {character, length};
-}
 
 // Sixteen bytes, compared at once.
 using Bytes = unsigned char __attribute__((vector_size(16)));
@@ -83,9 +59,9 @@ std::size_t ValidUtf8Prefix(std::string_view text) noexcept {
       position += sizeof(Bytes);
     }
     // The last sequence may extend beyond the last block.
-    while (position > start && IsContinuation(text[--position])) {
+    while (position > start && platform::IsUtf8Continuation(text[--position])) {
     }
-    const std::size_t length = DecodeSequence(text.substr(position)).length;
+    const std::size_t length = platform::DecodeUtf8(text.substr(position)).length;
     if (length == 0) break;
     position += length;
     position += AsciiPrefix(text.substr(position));
@@ -97,15 +73,11 @@ std::wstring WideFromUtf8(std::string_view utf8) {
   std::wstring wide;
   wide.reserve(utf8.size());
   while (!utf8.empty()) {
-    const auto [character, length] = DecodeSequence(utf8);
+    const auto [character, length] = platform::DecodeUtf8(utf8);
     assert(length > 0);
     utf8.remove_prefix(length);
-    if (wideIsUtf16 && character > 0xFFFF) {
-      wide += static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10));
-      wide += static_cast<wchar_t>(0xDC00 + (character & 0x3FF));
-    } else {
-      wide += static_cast<wchar_t>(character);
-    }
+    wchar_t units[2];
+    wide.append(units, platform::StoreWide(character, units));
   }
   return wide;
 }

@@ -1,0 +1,52 @@
+// One character of UTF-8.
+#ifndef TARVIK_PLATFORM_UTF8_H
+#define TARVIK_PLATFORM_UTF8_H
+
+#include <cassert>
+#include <cstddef>
+#include <string_view>
+
+namespace platform {
+
+constexpr bool IsUtf8Continuation(char byte) noexcept {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+struct Utf8Sequence {
+  char32_t character;
+  std::size_t length; // in bytes; 0 if the sequence is not valid
+};
+
+// The first sequence of a text that is not empty.
+constexpr Utf8Sequence DecodeUtf8(std::string_view text) noexcept {
+  assert(!text.empty());
+  const auto lead = static_cast<unsigned char>(text.front());
+  if (lead < 0x80) return {lead, 1};
+  const std::size_t length = 2U + (lead >= 0xE0U) + (lead >= 0xF0U);
+  if (lead < 0xC2U || lead > 0xF4U || text.size() < length) return {0, 0};
+  char32_t character = lead & (0x7FU >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    if (!IsUtf8Continuation(text[i])) return {0, 0};
+    character = (character << 6) | (static_cast<unsigned char>(text[i]) & 0x3FU);
+  }
+  const bool overlong = (length == 3 && character < 0x800) || (length == 4 && character < 0x10000);
+  const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+  if (overlong || surrogate || character > 0x10FFFF) return {0, 0};
+  return {character, length};
+}
+
+// Appends a character to wide text: two units where those have 16 bits, else one. Returns their
+// number.
+constexpr std::size_t StoreWide(char32_t character, wchar_t* target) noexcept {
+  if (sizeof(wchar_t) > 2 || character <= 0xFFFF) {
+    *target = static_cast<wchar_t>(character);
+    return 1;
+  }
+  target[0] = static_cast<wchar_t>(0xD800 + ((character - 0x10000) >> 10));
+  target[1] = static_cast<wchar_t>(0xDC00 + (character & 0x3FF));
+  return 2;
+}
+
+} // namespace platform
+
+#endif

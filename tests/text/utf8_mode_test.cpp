@@ -1,0 +1,175 @@
+// corekit::SetUtf8: text is UTF-8 for every function, whatever the locale.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <thread>
+
+#include "support/locale_guard.h"
+#include "support/log_lines.h"
+#include "support/open_document.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// As bytes of Shift_JIS, the first name ends in a lead byte that would take the separator after it.
+constexpr const char* group = "\u0401\\\u65e5\u672c";
+constexpr const char* source =
+    "<\u0416\u0401><\u0401><\u65e5\u672c a=\"\u0141\u00f3d\u017a\"><b>\u00e9</b><b>\u4e2d</b>"
+    "</\u65e5\u672c></\u0401></\u0416\u0401>";
+
+// All that one program sees of a session: codes, texts and log lines, without what is random.
+class Session {
+ public:
+  Session(const char* locale, bool isUtf8) : locale(locale) {
+    corekit::SetUtf8(isUtf8);
+    std::ofstream(folder.Path() / std::filesystem::u8path(fileName)) << source;
+    InitXMLList(&list);
+    Note(OpenXML(list, (folder.Path().string() + "/" + fileName).c_str(), XmlOpenAtOnce, 0,
+                 &cookie));
+  }
+  ~Session() {
+    EndXMLList(&list);
+    corekit::SetUtf8(false);
+  }
+
+  Lines Run() {
+    char text[260] = "";
+    Note(EnumXMLGroup(list, cookie, group, 1, text, sizeof text), text);
+    const std::string id = text;
+    Note(GetXMLItem(list, cookie, id.c_str(), "\u65e5\u672c", "attribute", "a", "", text, 260),
+         text);
+    Note(EnumXMLItem(list, cookie, id.c_str(), "b", "ELEMENT", 2, "", "", text, 260), text);
+    Note(GetXMLItem(list, cookie, id.c_str(), "b", "ELEMENT", "", "", text, 2), text); // truncated
+    Note(SetXMLItem(list, cookie, group, "\u0142\\x", "ELEMENT", "\U0001F600"));
+    Note(SetXMLItem(list, cookie, group, "b", "ELEMENT", "cut \xE4\xB8"));
+    Note(SetXMLItem(list, cookie, "\xFF", "b", "ELEMENT", "v"));
+    text[0] = '\0';
+    Note(EnumXMLGroup(list, cookie, "\u0416\u0401\\\xC3", 1, text, sizeof text), text);
+    std::uint32_t matches = 7;
+    for (const char* name : {"\u65e5-\u00c9.XML", "\u65e5-\u00c9.xMl", "\u65e5.xml"}) {
+      Note(MatchXmlListToFileName(list, cookie, name, &matches));
+      Note(matches);
+    }
+    std::ifstream file(folder.Path() / std::filesystem::u8path(fileName), std::ios::binary);
+    std::getline(file, seen.emplace_back(), '\0');
+    Note(CloseXML(list, cookie));
+    return seen;
+  }
+
+ private:
+  static constexpr const char* fileName = "\u65e5-\u00c9.xml";
+
+  void Note(std::uint32_t code, const char* text = "") {
+    seen.push_back(std::to_string(code) + " " + text);
+    for (std::string line : log.Take()) {
+      for (const std::string& random : {folder.Path().string(), std::to_string(cookie)}) {
+        const std::size_t at = line.find(random);
+        if (at != std::string::npos) line.replace(at, random.size(), "#");
+      }
+      seen.push_back(line);
+    }
+  }
+
+  const LocaleGuard locale;
+  TempFolder folder;
+  LogLines log;
+  Lines seen;
+  XmlFileList* list = nullptr;
+  std::uint32_t cookie = 0;
+};
+
+bool Has(const Lines& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+TEST(Utf8Mode, GivesWhatAUtf8LocaleGivesInEveryLocale) {
+  const Lines narrow = Session(narrowLocale, true).Run();
+  EXPECT_EQ(Session(multibyteLocale, true).Run(), narrow);
+  if (hasUtf8) {
+    EXPECT_EQ(Session("C.UTF-8", false).Run(), narrow);
+  }
+  const std::string id = group, truncated = "0 \xC3";
+  for (const std::string& seen :
+       {"0 " + id, std::string("0 \u0141\u00f3d\u017a"), std::string("0 \u4e2d"), truncated,
+        "Inserted " + id + " into the element map.", std::string("1 "),
+        std::string("Failed to get the length of cut \uFFFD\uFFFD:  ") + std::strerror(EILSEQ)})
+    EXPECT_TRUE(Has(narrow, seen)) << seen << '\n' << testing::PrintToString(narrow);
+  EXPECT_NE(Session(narrowLocale, false).Run(), narrow);
+}
+
+TEST(Utf8Mode, FoldsAsciiLettersAlone) {
+  const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : narrowLocale);
+  const TempFolder folder;
+  XmlFileList* list = nullptr;
+  std::uint32_t cookie = 0, matches = 0;
+  InitXMLList(&list);
+  corekit::SetUtf8(true);
+  std::ofstream(folder.Path() / std::filesystem::u8path("a\u00e9.xml")) << "<R/>";
+  EXPECT_EQ(
+      OpenXML(list, (folder.Path().string() + "/a\u00e9.xml").c_str(), XmlOpenAtOnce, 0, &cookie),
+      0U);
+  MatchXmlListToFileName(list, cookie, "A\u00e9.XML", &matches);
+  EXPECT_EQ(matches, 1U);
+  MatchXmlListToFileName(list, cookie, "a\u00c9.xml", &matches);
+  EXPECT_EQ(matches, 0U);
+  corekit::SetUtf8(false);
+  MatchXmlListToFileName(list, cookie, "a\u00c9.xml", &matches);
+  EXPECT_EQ(matches, hasUtf8 ? 1U : 0U); // the locale's own letter case
+  EndXMLList(&list);
+}
+
+// A sink that switches to the other mode at the first line that it gets.
+struct Switch {
+  static void Receive(void* self, corekit::LogKind kind, const wchar_t*, const wchar_t* line) {
+    auto& own = *static_cast<Switch*>(self);
+    corekit::SetUtf8(own.next);
+    std::string utf8;
+    if (kind == corekit::LogKind::Detail && Ostrum::Utf8FromWide(line, utf8))
+      own.lines.push_back(utf8);
+  }
+  bool next;
+  Lines lines;
+};
+
+TEST(Utf8Mode, LastsToTheEndOfACall) {
+  const LocaleGuard locale(narrowLocale);
+  for (const bool isUtf8 : {true, false}) {
+    const TestDocument document("<R><\u0401>v</\u0401></R>");
+    Switch sink{!isUtf8, {}};
+    corekit::SetUtf8(isUtf8);
+    corekit::SetLogSink(&Switch::Receive, &sink);
+    const std::string id = document.Group("\u0401");
+    corekit::SetLogSink(nullptr, nullptr);
+    EXPECT_EQ(id, isUtf8 ? "\u0401" : "Not Found");
+    EXPECT_EQ(Has(sink.lines, "Inserted \u0401 into the element map."), isUtf8);
+    EXPECT_EQ(document.Text("R", "\u0401"), isUtf8 ? "Not Found" : "v"); // now switched
+    corekit::SetUtf8(false);
+  }
+}
+
+TEST(Utf8Mode, IsWholeForEachCallOnEveryThread) {
+  const LocaleGuard locale(narrowLocale);
+  const TestDocument document("<R><v>\u0401</v></R>");
+  std::atomic<bool> done = false;
+  std::thread changer([&] {
+    for (int i = 0; !done; ++i) corekit::SetUtf8(i % 2 == 0);
+  });
+  int counts[2] = {};
+  for (int i = 0; i < 20'000; ++i) {
+    char value[20] = "before";
+    const auto code = GetXMLItem(document.list, document.cookie, "R", "v", "ELEMENT", "", "", value,
+                                 sizeof value);
+    ASSERT_EQ(std::string(value), code == XmlSuccess ? "\u0401" : "before");
+    ++counts[code == XmlSuccess];
+  }
+  done = true;
+  changer.join();
+  corekit::SetUtf8(false);
+  EXPECT_EQ(counts[0] + counts[1], 20'000);
+}
+
+} // namespace
