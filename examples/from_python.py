@@ -3,18 +3,22 @@
 
     from_python.py configuration.xml
 
-If the libraries are in a folder that the loader does not search, set LD_LIBRARY_PATH.
+On Windows, tarvik.dll and corekit.dll are in this script's folder, or in that which TARVIK_LIBRARIES names, and have
+Python's architecture. Elsewhere, set LD_LIBRARY_PATH if the loader does not search the libraries' folder.
 """
 import ctypes
-import locale
+import os
 import sys
 from ctypes import POINTER, byref, c_char_p, c_int, c_int32, c_uint32, c_void_p, c_wchar_p
 
 SUCCESS, NOT_FOUND = 0, 3
+OPEN_AT_ONCE = 0x80000000  # OpenXML waits a second without it
 DETAIL, ERROR = 2, 3
 
-if sys.platform == "win32":
-    corekit, tarvik = ctypes.CDLL("corekit.dll"), ctypes.WinDLL("tarvik.dll")
+if sys.platform == "win32":  # by full names: Python leaves PATH and the working folder out
+    libraries = os.path.abspath(os.environ.get("TARVIK_LIBRARIES", os.path.dirname(__file__)))
+    corekit = ctypes.CDLL(os.path.join(libraries, "corekit.dll"))
+    tarvik = ctypes.WinDLL(os.path.join(libraries, "tarvik.dll"))  # __stdcall, where that differs
 else:
     corekit, tarvik = ctypes.CDLL("libcorekit.so.1"), ctypes.CDLL("libtarvik.so.1")
 
@@ -27,6 +31,7 @@ def declare(library, name, *arguments, result=c_uint32):
     return function
 
 
+set_utf8 = declare(corekit, "CorekitSetUtf8", c_int, result=None)
 set_log_sink = declare(corekit, "CorekitSetLogSink", LogSink, c_void_p, result=None)
 init_list = declare(tarvik, "InitXMLList", POINTER(c_void_p))
 end_list = declare(tarvik, "EndXMLList", POINTER(c_void_p))
@@ -41,19 +46,22 @@ class Failed(Exception):
     pass
 
 
+def encode(text):
+    return None if text is None else text.encode()
+
+
 def check(code, what):
     if code != SUCCESS:
         raise Failed(f"{what}: failed ({code})")
 
 
 class Document:
-    """One file in a list of its own. Text is in the character set of the locale, which Python has set."""
+    """One file in a list of its own."""
 
     def __init__(self, name):
-        self.encoding = locale.getpreferredencoding(False)
         self.list, self.cookie = c_void_p(), c_uint32()
         check(init_list(byref(self.list)), "list")
-        code = open_xml(self.list, self.encode(name), 0, 0, byref(self.cookie))
+        code = open_xml(self.list, encode(name), OPEN_AT_ONCE, 0, byref(self.cookie))
         if code != SUCCESS:
             self.close()
             check(code, name)
@@ -67,33 +75,30 @@ class Document:
     def __exit__(self, *exception):
         self.close()
 
-    def encode(self, text):
-        return None if text is None else text.encode(self.encoding)
-
     def open_group(self, path):
         group = ctypes.create_string_buffer(260)  # empty: below the root
-        check(open_group(self.list, self.cookie, self.encode(path), group, len(group)), path)
-        return group.value.decode(self.encoding)
+        check(open_group(self.list, self.cookie, encode(path), group, len(group)), path)
+        return group.value.decode()
 
     def get(self, group, item, attribute=None):
         value = ctypes.create_string_buffer(4096)
         kind = "ATTRIBUTE" if attribute else "ELEMENT"
-        arguments = [self.encode(text) for text in (group, item, kind, attribute, kind)]
+        arguments = [encode(text) for text in (group, item, kind, attribute, kind)]
         check(get_item(self.list, self.cookie, *arguments, value, len(value)), f"{group}\\{item}")
-        return value.value.decode(self.encoding)
+        return value.value.decode()
 
     def items(self, group, item):
         value, index = ctypes.create_string_buffer(4096), 1
-        names = self.encode(group), self.encode(item), b"ELEMENT"
+        names = encode(group), encode(item), b"ELEMENT"
         result = None, b"ELEMENT", value, len(value)
         while (code := enum_item(self.list, self.cookie, *names, index, *result)) == SUCCESS:
-            yield value.value.decode(self.encoding)
+            yield value.value.decode()
             index += 1
         if code != NOT_FOUND:
             check(code, f"{group}\\{item}")
 
     def set(self, path, item, value):
-        arguments = [self.encode(text) for text in (path, item, "ELEMENT", value)]
+        arguments = [encode(text) for text in (path, item, "ELEMENT", value)]
         check(set_item(self.list, self.cookie, *arguments), f"{path}\\{item}")
 
 
@@ -106,6 +111,7 @@ def print_line(_context, kind, component, text):
 def main():
     if len(sys.argv) != 2:
         sys.exit("usage: from_python.py FILE")
+    set_utf8(1)  # all strings are UTF-8, whatever the locale
     set_log_sink(print_line, None)  # a module-level function, so it stays alive while it is set
     try:
         with Document(sys.argv[1]) as document:

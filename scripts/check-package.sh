@@ -37,7 +37,6 @@ dpkg-deb --extract "$work"/libtarvik1-dbgsym_*.deb "$work/debug"
 scripts/check-abi.sh "/usr/lib/$(dpkg-architecture --query DEB_HOST_MULTIARCH)" "$work/debug/usr/lib/debug"
 
 # As autopkgtest runs them: in the source tree, on the installed packages.
-scripts/install-packages.sh build meson
 mapfile -t tests < <(sed -n 's/^Tests: //p' packaging/debian/tests/control)
 for name in "${tests[@]}"; do
   echo "Test of the packages: $name"

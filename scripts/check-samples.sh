@@ -4,6 +4,7 @@
 #   ```cpp FILE            statements on the open FILE; `list` and `cookie` are declared
 #   ```text after either   the output
 #   ```console             commands after "$ ", each followed by its output
+# Runs the example in C# where Mono is installed, and compiles the C# part of the one in PowerShell, which Debian lacks.
 #   scripts/check-samples.sh <build folder>
 set -euo pipefail
 build=$(realpath "$1")
@@ -71,10 +72,31 @@ check_console() { # <block>: runs its commands and compares with the block
   tail -n +2 "$1" | diff - "$work/printed"
 }
 
+check_csharp() {
+  mcs -warnaserror -out:"$work/from_csharp.exe" examples/from_csharp.cs || return 1
+  rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
+  (cd "$work/run" && LD_LIBRARY_PATH=$build/lib mono "$work/from_csharp.exe" configuration.xml) \
+    >"$work/printed" 2>"$work/logged" || return 1
+  printf '%s\n' 'folder: inbox' 'folder: outbox' 'folder: archive' 'timeout: 20 s' | diff - "$work/printed" || return 1
+  grep --quiet '^Tarvik: Opened configuration.xml' "$work/logged" || return 1
+  grep --quiet '>30</Timeout>' "$work/run/configuration.xml" || return 1
+}
+
+check_powershell() { # PowerShell 5.1 compiles C# 5
+  sed -n "/@'\$/,/^'@/p" examples/from_powershell.ps1 | sed '1d;$d' >"$work/powershell.cs"
+  mcs -warnaserror -langversion:5 -target:library "$work/powershell.cs"
+}
+
 for document in README.md docs/*.md; do split_blocks "$document"; done
 failed=0
 fail() { failed=1; echo "FAILED: $(basename "$1")"; } # <block>
 for block in "$work"/blocks/*.cpp; do check_program "$block" || fail "$block"; done
 for block in "$work"/blocks/*.python; do check_script "$block" || fail "$block"; done
 for block in "$work"/blocks/*.console; do check_console "$block" || fail "$block"; done
+if [[ -x $(command -v mcs) ]]; then
+  check_csharp || fail from_csharp.cs
+  check_powershell || fail from_powershell.ps1
+else
+  echo "Without mono-mcs and mono-runtime, the examples in C# and PowerShell are not checked."
+fi
 exit $failed

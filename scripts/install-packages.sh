@@ -1,16 +1,17 @@
 #!/bin/bash
 # Installs Debian packages, those that are missing, by name or by group:
-#   scripts/install-packages.sh build|test|check|windows|bench|docs|package|<Debian package>...
+#   scripts/install-packages.sh build|test|samples|check|windows|bench|docs|package|<Debian package>...
 set -euo pipefail
 
 declare -A groups=(
   [build]="g++ cmake ninja-build pkg-config libexpat1-dev libssl-dev libcli11-dev nlohmann-json3-dev"
   [test]="libgtest-dev locales binutils python3"
+  [samples]="mono-mcs mono-runtime"
   [check]="clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 llvm-14 shellcheck dpkg-dev file"
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine clang-14 lld-14"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
-  [package]="build-essential debhelper file lintian python3"
+  [package]="build-essential debhelper file lintian meson python3"
 )
 
 wanted=()
