@@ -21,6 +21,8 @@ std::string Document::GenerateXML(bool) const { return Generate().Joined(); }
 
 GeneratedText Document::Generate() const { return GeneratedText(indexed->data); }
 
+std::vector<Edit> Document::Edits() const { return EditsOf(indexed->data); }
+
 bool Document::CanHold(std::string_view elementName, std::string_view attributeName,
                        std::string_view value) const {
   return indexed->data.CanHold(elementName, attributeName, value);

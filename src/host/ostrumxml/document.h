@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/ostrumxml/nodes/node.h"
 #include "host/ostrumxml/read/parse_failure.h"
@@ -11,6 +12,7 @@
 namespace Ostrum {
 
 class GeneratedText;
+struct Edit;
 
 // An XML document, made by ParseXML. It consists of its source text and an index of the elements in
 // it.
@@ -28,6 +30,9 @@ class Document {
   std::string GenerateXML(bool layout) const;
   // The same text in pieces.
   GeneratedText Generate() const;
+
+  // What has to be replaced in the source to get that text; nothing if nothing was changed.
+  std::vector<Edit> Edits() const;
 
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName,

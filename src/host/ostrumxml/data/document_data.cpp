@@ -11,9 +11,10 @@ std::optional<std::string_view> DocumentData::EntityText(std::string_view name) 
 }
 
 std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
+  const ElementChange* const change = FindChange(element);
+  if (change != nullptr && change->firstChild) return *change->firstChild;
   const std::uint32_t flags = elements[element].flags;
   if ((flags & element_flags::hasParsedChildren) != 0) return element + 1;
-  const ElementChange* const change = FindChange(element);
   return change == nullptr || change->created.empty() ? 0 : change->created.front();
 }
 

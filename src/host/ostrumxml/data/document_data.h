@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,16 +17,20 @@
 
 namespace Ostrum {
 
-// What was set on an element since the document was opened.
+// What was changed on an element since the document was opened.
 struct ElementChange {
   struct SetAttribute {
     std::string value;
-    std::size_t order; // of creation; new attributes are written in this order
+    std::uint64_t order; // of creation; new attributes are written in this order
   };
 
   std::map<std::string, SetAttribute, std::less<>> attributes;
+  std::set<std::string, std::less<>> removedAttributes; // of its tag
   std::optional<std::string> text;
   std::vector<std::uint32_t> created; // new children, which come after those that were parsed
+  // Where the children were that were removed: start and end in the source. None adjoin each other.
+  std::map<std::uint32_t, std::uint32_t> gaps;
+  std::optional<std::uint32_t> firstChild; // 0 for none; known once a child was removed
   std::string lead; // of a created element: the white space that puts it on a line of its own
 };
 
@@ -56,8 +61,16 @@ struct DocumentData {
   std::string_view NameOf(std::uint32_t element) const noexcept {
     return names.Text(elements[element].name);
   }
-  // 0 if it has no child elements.
+  // 0 if there is none. Both pass removed elements by.
   std::uint32_t FirstChild(std::uint32_t element) const noexcept;
+  std::uint32_t NextSibling(std::uint32_t element) const noexcept {
+    std::uint32_t next = elements[element].nextSibling;
+    while (hasRemoved && next != 0 && IsRemoved(next)) next = elements[next].nextSibling;
+    return next;
+  }
+  bool IsRemoved(std::uint32_t element) const noexcept {
+    return (elements[element].flags & element_flags::removed) != 0;
+  }
 
   ElementChange& ChangeOf(std::uint32_t element); // added if there is none
   const ElementChange* FindChange(std::uint32_t element) const;
@@ -85,7 +98,8 @@ struct DocumentData {
     std::uint32_t start, length; // in source
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // general ones whose text is known
-  std::uint64_t attributesSet = 0;                          // calls that set an attribute
+  std::uint64_t attributesSet = 0; // calls that set or removed an attribute
+  bool hasRemoved = false;         // whether an element was ever removed
 };
 
 } // namespace Ostrum

@@ -2,11 +2,18 @@
 #define TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 
 #include <cstdint>
+#include <map>
+#include <string>
 #include <string_view>
 
 #include "host/ostrumxml/data/document_data.h"
 
 namespace Ostrum {
+
+// Offsets into the source.
+struct SourceRange {
+  std::uint32_t start, end;
+};
 
 // Where the parts of an element are in the source. A created element is not there: all its parts
 // are empty.
@@ -35,27 +42,49 @@ class ElementLayout {
 
   // The offset after its last tag.
   std::uint32_t End() const noexcept;
-  // The white space between the last other content and the end tag.
-  std::string_view TrailingSpace() const noexcept;
+
+  // What follows takes account of removed children, as if the document had been read again.
+
+  // The white space between the last other content and the end tag, and where it begins.
+  struct Space {
+    std::uint32_t start;
+    std::string text;
+  };
+  Space TrailingSpace() const;
   // The line break and indentation before the element; empty if it does not begin a line of its
   // parent's content, or if the indentation is implausibly long.
-  std::string_view Lead(std::uint32_t parent) const noexcept;
+  std::string Lead(std::uint32_t parent) const;
+  // What goes when the element is removed: its lines, if it stands alone on them, else itself.
+  SourceRange Removal(std::uint32_t parent) const noexcept;
 
   // Calls visit with each stretch of the element's content, excluding child elements.
   template <class Visit>
   void ForEachStretch(Visit visit) const {
+    const GapMap& gaps = GapsOf(data, element);
+    auto gap = gaps.begin();
     std::uint32_t from = record.contentStart;
-    for (auto child = data.FirstChild(element); child != 0;
-         child = data.elements[child].nextSibling) {
+    const auto pass = [&](std::uint32_t start, std::uint32_t end) {
+      visit(data.Between(from, start));
+      from = end;
+    };
+    for (auto child = data.FirstChild(element); child != 0; child = data.NextSibling(child)) {
       const ElementLayout layout(data, child);
       if (!layout.IsInside(record)) continue; // is in an entity's text, or created
-      visit(data.Between(from, layout.record.tagStart));
-      from = layout.End();
+      for (; gap != gaps.end() && gap->first < layout.record.tagStart; ++gap)
+        pass(gap->first, gap->second);
+      pass(layout.record.tagStart, layout.End());
     }
+    for (; gap != gaps.end(); ++gap) pass(gap->first, gap->second);
     visit(data.Between(from, record.contentEnd));
   }
 
  private:
+  using GapMap = std::map<std::uint32_t, std::uint32_t>;
+  static const GapMap& GapsOf(const DocumentData& data, std::uint32_t parent);
+  // The offset, or the other end of a gap that ends or starts there.
+  static std::uint32_t BeforeGap(const GapMap& gaps, std::uint32_t offset) noexcept;
+  static std::uint32_t AfterGap(const GapMap& gaps, std::uint32_t offset) noexcept;
+
   bool IsInside(const ElementRecord& parent) const noexcept {
     return record.contentStart != 0 && record.tagStart >= parent.contentStart &&
            record.tagStart < parent.contentEnd;

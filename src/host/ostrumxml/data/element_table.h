@@ -16,6 +16,7 @@ inline constexpr std::uint32_t hasParsedChildren = 1; // the first of them has t
 inline constexpr std::uint32_t created = 2;           // is not in the source
 inline constexpr std::uint32_t changed = 4;           // DocumentData::changes has an entry
 inline constexpr std::uint32_t childrenIndexed = 8;   // IndexedDocument has a child index
+inline constexpr std::uint32_t removed = 16;          // searches and walks pass it by
 } // namespace element_flags
 
 // What a document knows of one element. Positions are byte offsets into the source; all are 0 for

@@ -77,7 +77,7 @@ bool ChildIndex::List::IsFor(const ChildQuery& query) const noexcept {
 
 ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
     : document(document), data(document.data) {
-  for (auto child = data.FirstChild(parent); child != 0; child = data.elements[child].nextSibling) {
+  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child)) {
     byName.push_back(child);
   }
   const auto isBefore = [this](std::uint32_t left, std::uint32_t right) {

@@ -30,6 +30,11 @@ class ChildIndex {
   // caller must then look at the children one by one.
   std::optional<Element> Find(const ChildQuery& query);
 
+  // The number of children of that name.
+  std::uint32_t Count(std::string_view name) const {
+    return static_cast<std::uint32_t>(Named(NameMatch::Exact, name).size());
+  }
+
   // Adds a child that was just created as the last one. Throws std::bad_alloc; the index must then
   // be discarded.
   void Append(std::uint32_t child);

@@ -1,6 +1,8 @@
 #include "host/ostrumxml/nodes/node.h"
 
 #include <cassert>
+#include <iterator>
+#include <map>
 #include <new>
 #include <stdexcept>
 
@@ -27,9 +29,11 @@ RawAttribute ScanTag(std::string_view tag, std::string_view name) noexcept {
   return {};
 }
 
-// The attribute in the element's tag, or one of null data.
+// The attribute in the element's tag, or one of null data if it is not there or was removed.
 RawAttribute FindInTag(IndexedDocument& document, std::uint32_t element,
                        std::string_view name) noexcept {
+  const ElementChange* const change = document.data.FindChange(element);
+  if (change != nullptr && change->removedAttributes.contains(name)) return {};
   const std::string_view tag = ElementLayout(document.data, element).Attributes();
   if (tag.size() <= longTag) return ScanTag(tag, name);
   try {
@@ -48,8 +52,19 @@ void InsertLeads(const DocumentData& data, const ElementLayout& layout, const El
     AppendCharacters(data.changes.at(child).lead, leads);
   if (leads.empty()) return;
   std::string trailing;
-  AppendCharacters(layout.TrailingSpace(), trailing);
+  AppendCharacters(layout.TrailingSpace().text, trailing);
   text.insert(text.size() - trailing.size(), leads);
+}
+
+// Adds where a child was, joined with gaps in it and next to it.
+void AddGap(SourceRange range, std::map<std::uint32_t, std::uint32_t>& gaps) {
+  const auto next = gaps.lower_bound(range.start);
+  if (next != gaps.begin() && std::prev(next)->second == range.start)
+    range.start = std::prev(next)->first;
+  const auto after = gaps.find(range.end);
+  if (after != gaps.end()) range.end = after->second;
+  gaps[range.start] = range.end;
+  gaps.erase(gaps.upper_bound(range.start), gaps.lower_bound(range.end));
 }
 
 } // namespace
@@ -71,7 +86,10 @@ Element Element::FirstChild() const noexcept {
 }
 
 Element Element::NextSibling() const noexcept {
-  const std::uint32_t next = Data().elements[number].nextSibling;
+  DocumentData& data = Data();
+  const std::uint32_t next = data.NextSibling(number);
+  // So that removed siblings are passed by only once.
+  if (data.hasRemoved) data.elements[number].nextSibling = next;
   return next == 0 ? Element() : Element(*document, next);
 }
 
@@ -182,9 +200,33 @@ Element Element::AddElementInto(std::string_view elementName) {
   change.created.reserve(change.created.size() + 1);
   AddToIndex(child);
 
-  if (const std::uint32_t last = LastChild()) data.elements[last].nextSibling = child;
+  if (const std::uint32_t last = LastChild()) {
+    data.elements[last].nextSibling = child;
+  } else if (change.firstChild) {
+    change.firstChild = child;
+  }
   change.created.push_back(child);
   return {*document, child};
+}
+
+void Element::RemoveChild(Element child) {
+  assert(document == child.document && number != child.number);
+  if (!CanBeChanged() || !child.CanBeChanged())
+    throw std::invalid_argument("the element comes from an entity");
+  DocumentData& data = Data();
+  if (data.IsRemoved(child.number)) return;
+  ElementChange& change = data.ChangeOf(number);
+  if (child.IsCreated()) {
+    std::erase(change.created, child.number);
+  } else {
+    AddGap(ElementLayout(data, child.number).Removal(number), change.gaps);
+  }
+  const std::uint32_t first = data.FirstChild(number);
+  data.hasRemoved = true;
+  data.elements[child.number].flags |= element_flags::removed;
+  change.firstChild = first == child.number ? data.NextSibling(first) : first;
+  document->acceptedValues.clear(); // the white space around it was text of this element
+  DropIndex();
 }
 
 std::uint32_t Element::LastChild() const noexcept {
@@ -192,7 +234,7 @@ std::uint32_t Element::LastChild() const noexcept {
   const ElementChange* const change = data.FindChange(number);
   if (change != nullptr && !change->created.empty()) return change->created.back();
   std::uint32_t last = 0;
-  for (auto child = data.FirstChild(number); child != 0; child = data.elements[child].nextSibling)
+  for (auto child = data.FirstChild(number); child != 0; child = data.NextSibling(child))
     last = child;
   return last;
 }
@@ -204,7 +246,7 @@ std::string Element::LeadOfNextChild() const {
   const std::uint32_t last = LastChild();
   if (last == 0 || (change != nullptr && change->text)) return {};
   if (Element(*document, last).IsCreated()) return data.changes.at(last).lead;
-  return std::string(ElementLayout(data, last).Lead(number));
+  return ElementLayout(data, last).Lead(number);
 }
 
 bool Element::IsCreated() const noexcept {
@@ -272,12 +314,55 @@ void Element::SetAttribute(std::string_view attributeName, std::string_view valu
   document->acceptedValues.clear();
   std::string text(value);
   auto& attributes = data.ChangeOf(number).attributes;
-  const std::size_t order = attributes.size();
+  const std::uint64_t order = data.attributesSet;
   const auto set =
       attributes.try_emplace(std::string(attributeName), ElementChange::SetAttribute{{}, order})
           .first;
   set->second.value = std::move(text);
   ++data.attributesSet;
+}
+
+void Element::RemoveAttribute(std::string_view attributeName) {
+  if (!CanBeChanged()) throw std::invalid_argument("the element comes from an entity");
+  if (GetAttribute(attributeName).IsNull()) throw std::invalid_argument("no such attribute");
+  DocumentData& data = Data();
+  const bool isInTag = FindInTag(*document, number, attributeName).name.data() != nullptr;
+  ElementChange& change = data.ChangeOf(number);
+  const auto set = change.attributes.find(attributeName);
+  if (!isInTag && set == change.attributes.end())
+    throw std::invalid_argument("only the document type declares the attribute");
+  if (isInTag) change.removedAttributes.emplace(attributeName);
+  if (set != change.attributes.end()) change.attributes.erase(set);
+  document->acceptedValues.clear();
+  ++data.attributesSet;
+}
+
+std::vector<std::string_view> Element::AttributeNames() const {
+  if (IsNull()) return {};
+  const DocumentData& data = Data();
+  const ElementChange* const change = data.FindChange(number);
+  std::vector<std::string_view> names;
+  TagScanner scanner(ElementLayout(data, number).Attributes());
+  for (RawAttribute raw{}; scanner.Next(raw);) {
+    if (change == nullptr || !change->removedAttributes.contains(raw.name))
+      names.push_back(raw.name);
+  }
+  const auto isInTag = [&](std::string_view name) {
+    return FindInTag(*document, number, name).name.data() != nullptr;
+  };
+  std::map<std::uint64_t, std::string_view> added; // by order
+  if (change != nullptr) {
+    for (const auto& [name, set] : change->attributes)
+      if (!isInTag(name)) added.emplace(set.order, name);
+  }
+  for (const auto& [order, name] : added) names.push_back(name);
+  const AttributeDeclarations* const declared = data.FindDeclarations(GetName());
+  if (declared == nullptr) return names;
+  for (const auto& [name, declaration] : *declared) {
+    const bool isSet = change != nullptr && change->attributes.contains(name);
+    if (declaration.value && !isSet && !isInTag(name)) names.push_back(name);
+  }
+  return names;
 }
 
 bool Element::IsIndexed() const noexcept {
@@ -296,9 +381,13 @@ void Element::AddToIndex(std::uint32_t newChild) noexcept {
   try {
     Index().Append(newChild);
   } catch (const std::bad_alloc&) {
-    document->childIndexes.erase(number);
-    Data().elements[number].flags &= ~element_flags::childrenIndexed;
+    DropIndex();
   }
+}
+
+void Element::DropIndex() noexcept {
+  document->childIndexes.erase(number);
+  Data().elements[number].flags &= ~element_flags::childrenIndexed;
 }
 
 // Whether the element, as a child, is one that the query asks for, whatever its n.
@@ -323,6 +412,16 @@ std::optional<Element> Element::FindByIndex(const ChildQuery& query) const {
   } catch (const std::bad_alloc&) {
     return std::nullopt;
   }
+}
+
+std::uint32_t Element::CountChildren(std::string_view name) const {
+  std::uint32_t count = 0;
+  std::uint32_t scanned = 0;
+  for (Element child = FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    if (IsIndexed() || ++scanned > fewChildren) return Index().Count(name);
+    if (child.GetName() == name) ++count;
+  }
+  return count;
 }
 
 Element Element::FindChild(const ChildQuery& query) const {

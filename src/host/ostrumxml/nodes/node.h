@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/ostrumxml/nodes/child_query.h"
 
@@ -28,7 +29,8 @@ class Element {
   // REQUIRES: the document has an element of that number.
   Element(IndexedDocument& document, std::uint32_t number) noexcept
       : document(&document), number(number) {}
-  bool operator==(const Element&) const = default;
+  // Siblings are in document order.
+  auto operator<=>(const Element&) const = default;
 
   bool IsNull() const noexcept { return number == 0; }
   // Lives as long as the document.
@@ -61,6 +63,20 @@ class Element {
   // name is not an XML name or this element is in an entity's text. Throws std::bad_alloc.
   Element AddElementInto(std::string_view elementName);
   operator Value() const noexcept;
+
+  // Removes a child with all that it contains; nothing if that was done before. A child alone on
+  // its lines takes them with it. REQUIRES: it is or was a child of this element. Throws
+  // std::invalid_argument, and changes nothing, if it is in an entity's text, and std::bad_alloc.
+  void RemoveChild(Element child);
+  // Removes an attribute with the white space before it. Throws std::invalid_argument, and changes
+  // nothing, if there is none, if only the document type declares it, or if the element is in an
+  // entity's text, and std::bad_alloc.
+  void RemoveAttribute(std::string_view attributeName);
+
+  // The names of all attributes: those in the tag, those that were added, and those that only the
+  // document type declares. Valid until the document is changed.
+  std::vector<std::string_view> AttributeNames() const;
+  std::uint32_t CountChildren(std::string_view name) const;
 
   // The child that the query asks for, or null. Scans the first children, then uses the index.
   // Throws std::bad_alloc.
@@ -95,6 +111,7 @@ class Element {
   bool IsIndexed() const noexcept;
   ChildIndex& Index() const; // built if there is none
   void AddToIndex(std::uint32_t newChild) noexcept;
+  void DropIndex() noexcept;
   std::optional<Element> FindByIndex(const ChildQuery& query) const;
   bool Matches(const ChildQuery& query, std::string& scratch) const;
 

@@ -24,7 +24,7 @@ constexpr std::size_t longestGathered = 4096;
 // The attributes that were set, except those that the tag already has, in order of creation.
 std::string AttributeMarkup(const ElementChange& change,
                             const std::set<std::string_view>& written = {}) {
-  std::map<std::size_t, std::string> inOrder;
+  std::map<std::uint64_t, std::string> inOrder;
   for (const auto& [name, attribute] : change.attributes) {
     if (!written.contains(name))
       inOrder[attribute.order] = name + "=\"" + EscapeAttribute(attribute.value, '"') + '"';
@@ -40,26 +40,30 @@ class Generator {
  public:
   explicit Generator(const DocumentData& data) noexcept : data(data) {}
 
-  // A replacement of `length` bytes of the source from offset `from` on.
-  struct Edit {
-    std::uint32_t from;
-    std::uint32_t length;
-    std::string replacement;
-  };
-
-  // Sorted by position in the source; edits at the same position in the order in which they were
-  // added.
   std::vector<Edit> Edits() {
     for (const auto& [element, change] : data.changes) {
       if ((data.elements[element].flags & element_flags::created) == 0) Collect(element, change);
     }
-    std::ranges::stable_sort(edits, {}, &Edit::from);
+    // What is inserted before a part comes before what replaces it.
+    std::ranges::stable_sort(
+        edits, {}, [](const Edit& edit) { return std::pair(edit.from, edit.length > 0); });
+    if (data.hasRemoved) DropInsideGaps();
     return std::move(edits);
   }
 
  private:
+  // Drops the changes in elements that were removed later.
+  void DropInsideGaps() {
+    std::uint32_t end = 0; // of the last edit that is kept
+    std::erase_if(edits, [&end](const Edit& edit) {
+      const bool isInside = edit.from < end;
+      if (!isInside) end = edit.from + edit.length;
+      return isInside;
+    });
+  }
+
   void AddEdit(std::string_view part, std::string replacement) {
-    if (part.empty() && replacement.empty()) return; // sorting them would cost a quarter more
+    if (part == replacement) return; // sorting them would cost a quarter more
     edits.push_back(
         {data.OffsetOf(part), static_cast<std::uint32_t>(part.size()), std::move(replacement)});
   }
@@ -67,6 +71,7 @@ class Generator {
   void Collect(std::uint32_t element, const ElementChange& change) {
     const ElementLayout layout(data, element);
     const std::string_view tagEnd = CollectAttributes(layout, change);
+    for (const auto& [start, end] : change.gaps) AddEdit(data.Between(start, end), {});
     if (layout.IsEmptyTag()) {
       // When it gets content, "<name/>" becomes a start tag and an end tag.
       const std::string inside = EscapeText(change.text.value_or("")) + CreatedChildren(change);
@@ -77,8 +82,9 @@ class Generator {
     if (change.text) CollectText(layout, change);
     if (change.created.empty()) return;
     const bool onLines = !data.changes.at(change.created.front()).lead.empty();
-    const std::string_view end = layout.Inside().substr(layout.Inside().size());
-    AddEdit(onLines ? layout.TrailingSpace().substr(0, 0) : end, CreatedChildren(change));
+    std::uint32_t place = data.elements[element].contentEnd;
+    if (onLines) place = layout.TrailingSpace().start;
+    AddEdit(data.Between(place, place), CreatedChildren(change));
   }
 
   // Returns the rest of the tag after the last attribute.
@@ -86,7 +92,11 @@ class Generator {
     TagScanner scanner(layout.Attributes());
     RawAttribute raw{};
     std::set<std::string_view> written;
-    while (scanner.Next(raw)) {
+    for (std::string_view before = scanner.Rest(); scanner.Next(raw); before = scanner.Rest()) {
+      if (change.removedAttributes.contains(raw.name)) {
+        AddEdit(before.substr(0, before.size() - scanner.Rest().size()), {});
+        continue;
+      }
       const auto set = change.attributes.find(raw.name);
       if (set == change.attributes.end()) continue;
       AddEdit(raw.value, EscapeAttribute(set->second.value, raw.value.data()[-1]));
@@ -152,10 +162,12 @@ class Generator {
   std::vector<Edit> edits;
 };
 
+std::vector<Edit> EditsOf(const DocumentData& data) { return Generator(data).Edits(); }
+
 GeneratedText::GeneratedText(const DocumentData& data) {
   std::size_t size = data.fileSize;
   std::uint32_t copied = 0;
-  for (Generator::Edit& edit : Generator(data).Edits()) {
+  for (Edit& edit : EditsOf(data)) {
     size = size + edit.replacement.size() - edit.length;
     Add(data.Between(copied, edit.from));
     Add(edit.replacement.size() > longestGathered ? own.emplace_front(std::move(edit.replacement))

@@ -1,6 +1,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
 #define TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
 
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -9,6 +10,17 @@
 #include "host/ostrumxml/data/document_data.h"
 
 namespace Ostrum {
+
+// A replacement of `length` bytes of a document's source from offset `from` on.
+struct Edit {
+  std::uint32_t from;
+  std::uint32_t length;
+  std::string replacement;
+};
+
+// The edits that make the changes. Sorted by position; none overlap; those at one position are to
+// be made in their order. Throws std::bad_alloc.
+std::vector<Edit> EditsOf(const DocumentData& data);
 
 // A document's text with all changes, as pieces that refer to the source or to strings kept here.
 // So a save copies only what was set. Valid until the document is changed.
