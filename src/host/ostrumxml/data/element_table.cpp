@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "platform/platform.h"
 
@@ -25,11 +26,10 @@ void ElementTable::AddBlock() {
 
 void ElementTable::AddChunk() {
   const bool isLarge = std::max(blocks.size() * sizeof(Block), expectedSize) >= largeSize;
-  if (isLarge) {
-    chunks.emplace_back(platform::AllocateLargeBlock(), platform::ReleaseLargeBlock);
-  } else {
-    chunks.emplace_back(::operator new(sizeof(Block)), Release);
-  }
+  // Owned before the list grows, which can fail.
+  Chunk chunk = isLarge ? Chunk(platform::AllocateLargeBlock(), platform::ReleaseLargeBlock)
+                        : Chunk(::operator new(sizeof(Block)), Release);
+  chunks.push_back(std::move(chunk));
   unused = static_cast<Block*>(chunks.back().get());
   unusedCount = isLarge ? platform::largeBlockSize / sizeof(Block) : 1;
 }
