@@ -187,10 +187,10 @@ class PlainReader {
   // A document type that declares nothing itself.
   bool ReadDocumentType() noexcept {
     if (!SkipBlanks() || ReadName().empty()) return false;
-    const bool mayHaveId = SkipBlanks();
-    if (mayHaveId && Skip("PUBLIC")) {
+    SkipBlanks();
+    if (Skip("PUBLIC")) {
       if (!SkipBlanks() || !ReadPublicId() || !SkipBlanks() || !ReadValue()) return false;
-    } else if (mayHaveId && Skip("SYSTEM")) {
+    } else if (Skip("SYSTEM")) {
       if (!SkipBlanks() || !ReadValue()) return false;
     }
     SkipBlanks();
@@ -278,10 +278,9 @@ class PlainReader {
   bool ReadReference() noexcept {
     if (!Skip('#')) return IsPredefined(ReadName()) && Skip(';');
     const int base = Skip('x') ? 16 : 10;
-    std::uint32_t character = 0;
-    const auto [digitsEnd, error] = std::from_chars(next, end, character, base);
-    next = digitsEnd;
-    return error == std::errc() && IsXmlCharacter(character) && Skip(';');
+    std::uint32_t character = 0; // stays 0, which is not allowed, if the digits form no number
+    next = std::from_chars(next, end, character, base).ptr;
+    return IsXmlCharacter(character) && Skip(';');
   }
   bool ReadComment() noexcept {
     SkipTo([](auto byte, auto following) { return (byte == '-') & (following == '-'); });
