@@ -132,6 +132,8 @@ ROWS: list[Row] = [
     row_of_saving("0.1MB", "disk", "on disk", 1.0),
     row_of_saving("0.1MB", "memory", "files in memory", 0.3),
     row_of_saving("10MB", "memory", "files in memory", 0.35),
+    Row("set one item and save 10MB that another program changed, files in memory", "merge/10MB/memory/tarvik",
+        ["merge/10MB/memory/pugixml"], 1.0),
     *(row_of_log(call) for call in ("OpenXML and CloseXML", "OpenXMLGroup", "GetXMLItem", "GetFileList")),
 ]
 

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <pugixml.hpp>
 #include <string>
 
@@ -66,6 +67,32 @@ void Measure(benchmark::State& state, Set set) {
   }
 }
 
+// Setting an item of an open document whose file another program has written since.
+template <class Set>
+void MeasureMerge(const std::string& name, const std::string& text, const std::string& file,
+                  Set set) {
+  const auto measure = [text, file, set](benchmark::State& state) {
+    const TarvikCatalog catalog(file);
+    for (auto _ : state) {
+      state.PauseTiming();
+      std::ofstream(file, std::ios::binary | std::ios::trunc) << text; // the other program
+      state.ResumeTiming();
+      set(catalog);
+    }
+  };
+  benchmark::RegisterBenchmark(name.c_str(), measure)->UseRealTime()->Unit(benchmark::kMicrosecond);
+}
+
+void RegisterMerge(const std::string& work, const std::string& text, const std::string& tarvikFile,
+                   const std::string& pugiFile) {
+  MeasureMerge(work + "/tarvik", text, tarvikFile,
+               [](const TarvikCatalog& catalog) { SetByTarvik(catalog, "PRODUCT_A"); });
+  MeasureMerge(work + "/pugixml", text, pugiFile, [pugiFile](const TarvikCatalog&) {
+    PugiCatalog again(pugiFile);
+    SetByHand(again, pugiFile, "PRODUCT_A");
+  });
+}
+
 } // namespace
 
 void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* place) {
@@ -96,4 +123,5 @@ void RegisterSetAndSave(const WorkFolder& folder, const char* size, const char* 
       })
       ->UseRealTime()
       ->Unit(benchmark::kMicrosecond);
+  RegisterMerge(std::string("merge/") + size + "/" + place, text, tarvikFile, pugiFile);
 }
