@@ -130,14 +130,14 @@ TEST(Saving, TellsElementsOfOneNameApart) {
     return markup;
   };
   using Row = std::array<const char*, 3>;
-  for (const auto& [own, theirs, after] :
+  for (const auto& [ours, theirs, after] :
        {Row{"<R/>", "<R/>", "<R><n>3</n><n>2</n></R>"},
         Row{"<R/>", "<R><n>x</n><B/></R>", "<R><n>3</n><B/><n>2</n></R>"},
         Row{"<R/>", "<R><n>x</n><n>y</n><n>z</n></R>", "<R><n>3</n><n>2</n><n>z</n></R>"},
         // The first was there, and is gone: what is set for the third must not be taken for it.
         Row{"<R><n>0</n></R>", "<R/>", "<R><n>1</n><n>2</n><n>3</n></R>"}}) {
     SCOPED_TRACE(theirs);
-    const TestDocument document(named(own));
+    const TestDocument document(named(ours));
     document.Write("<S/>");
     EXPECT_EQ(document.SetText("", first, "1"), 34U);
     EXPECT_EQ(document.SetText("", first, "2"), 34U);
@@ -155,10 +155,10 @@ TEST(Saving, KeepsTheFirstAndTheLastWaitingSetOfAnItem) {
   const std::size_t size = 1'000'000;
   const auto inUse = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
   EXPECT_EQ(document.SetText("A", "B", "first"), 34U);
-  const std::size_t before = inUse();
+  const std::size_t bytesBefore = inUse();
   for (char digit = '0'; digit <= '9'; ++digit)
     EXPECT_EQ(document.SetText("A", "B", std::string(size, digit)), 34U);
-  EXPECT_LT(inUse(), before + 5 * size);
+  EXPECT_LT(inUse(), bytesBefore + 5 * size);
   document.Write("<R/>");
   EXPECT_EQ(document.SetText("", "C", "c"), 0U);
   EXPECT_EQ(document.Bytes(), "<R><A><B>" + std::string(size, '9') + "</B></A><C>c</C></R>");
