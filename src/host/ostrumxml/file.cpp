@@ -75,7 +75,9 @@ FileText DecodeBytes(std::string bytes, ByteFilter decrypt) {
   FileText text;
   if (const auto failure = DecodeFile(std::move(bytes), text.utf8, text.encoding)) {
     if (!failure->offset) throw ReadFailure(ReadBadEncoding, failure->reason);
-    const std::string_view before = std::string_view(bytes).substr(0, *failure->offset);
+    // DecodeFile takes the bytes only if it succeeds.
+    const std::string_view all = bytes; // NOLINT(bugprone-use-after-move)
+    const std::string_view before = all.substr(0, *failure->offset);
     const std::size_t lineStart = before.rfind('\n') + 1; // 0 in the first line
     throw ReadFailure(ReadBadEncoding, failure->reason,
                       static_cast<int>(std::ranges::count(before, '\n')) + 1,
