@@ -62,7 +62,7 @@ auto EndsName(auto byte) noexcept {
 }
 
 bool StartsName(unsigned char byte) noexcept {
-  return !EndsName(byte) && (byte == ':' || byte > '9');
+  return !EndsName(byte) && (byte == ':' || byte > '9'); // NOLINT(misc-redundant-expression)
 }
 
 // The first place from the given one on where ends(byte, following byte) holds. The zero at the
