@@ -45,7 +45,7 @@
 
 // The version of this header, the one place where it stands.
 #define TARVIK_VERSION_MAJOR 1
-#define TARVIK_VERSION_MINOR 1
+#define TARVIK_VERSION_MINOR 2
 #define TARVIK_VERSION_PATCH 0
 
 // What the functions return. New codes may be added.
