@@ -5,13 +5,11 @@
 
 ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
-  if (seen != 0 && entries[seen - 1].Key() == key)
-    return {entries[seen - 1].reference.element, entries[seen - 1].hash};
+  if (seen != 0 && entries[seen - 1].Key() == key) return {seen, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
   const std::uint32_t number = index.Find(entries, key, hashed);
-  if (number == 0) return {{}, hashed};
-  seen = number;
-  return {entries[number - 1].reference.element, hashed};
+  if (number != 0) seen = number;
+  return {number, hashed};
 }
 
 void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element element) {

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/ostrumxml/data/key_index.h"
 #include "host/ostrumxml/data/keyed_hash.h"
 #include "host/ostrumxml/nodes/node.h"
 
@@ -31,14 +32,18 @@ class ElementMap {
 
   std::size_t Size() const noexcept { return entries.size(); }
 
-  // What a search ended with: the element, or null and what inserting the key needs.
+  // The result of a search: the entry found, and what inserting the key needs.
   struct Place {
-    Ostrum::Element element;
+    std::uint32_t entry; // its number, or 0
     std::uint32_t hash;
   };
   Place Search(std::string_view key) noexcept;
   // The null element if there is no entry.
-  Ostrum::Element Find(std::string_view key) noexcept { return Search(key).element; }
+  Ostrum::Element Find(std::string_view key) noexcept {
+    const std::uint32_t entry = Search(key).entry;
+    if (entry == 0) return {};
+    return entries[entry - 1].reference.element;
+  }
   // Enters a new reference to the element where a search for the key found none. Throws
   // std::bad_alloc, the map then being as it was.
   void Insert(const Place& place, std::string_view key, Ostrum::Element element);

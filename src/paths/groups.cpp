@@ -76,7 +76,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
   char idText[bufferSize];
   const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
   const ElementMap::Place place = record.elementMap->Search(id);
-  if (!place.element.IsNull()) {
+  if (place.entry != 0) {
     buffer.Store(id);
     if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;

@@ -7,8 +7,8 @@
 namespace Ostrum {
 namespace {
 
-// Line ends are normalized only in the file's own text: a carriage return in an entity's text comes
-// from a character reference.
+// Line endings are normalized only in the file's own text: a carriage return in an entity's text
+// comes from a character reference.
 void AppendFrom(const DocumentData& data, std::string_view characters, std::string& text,
                 std::size_t limit) {
   if (data.IsInFile(data.OffsetOf(characters))) return AppendCharacters(characters, text, limit);
@@ -72,7 +72,7 @@ void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::s
     } else {
       const auto start = static_cast<std::ptrdiff_t>(value.size());
       AppendFrom(data, piece.text, value, limit);
-      std::replace_if(value.begin() + start, value.end(), IsBlank, ' ');
+      std::replace_if(value.begin() + start, value.end(), IsWhiteSpace, ' ');
     }
   }
 }

@@ -24,8 +24,7 @@ class ContentWalker {
  private:
   const DocumentData& data;
   PieceScanner current;
-  std::vector<PieceScanner>
-      outer; // to be continued when the current entity ends, the innermost last
+  std::vector<PieceScanner> outer; // continued when the current entity ends; the innermost last
 };
 
 // Whether a piece from a ContentWalker is a reference to an entity whose text is not known: one
@@ -39,8 +38,8 @@ bool HasUnknownReference(const DocumentData& data, std::string_view part);
 void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit);
 
-// Appends the value of an attribute, normalized but not folded (each line end or tab becomes a
-// blank), until value has `limit` bytes.
+// Appends the value of an attribute, normalized but not folded (each line ending or tab
+// becomes a space), until value has `limit` bytes.
 void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::string& value,
                           std::size_t limit);
 

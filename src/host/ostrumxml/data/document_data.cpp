@@ -40,7 +40,7 @@ const AttributeDeclaration* DocumentData::FindDeclaration(std::string_view eleme
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,
                            std::string_view value) const {
   const AttributeDeclaration* const declaration = FindDeclaration(elementName, attributeName);
-  return declaration == nullptr || !declaration->tokenized || FoldBlanks(value) == value;
+  return declaration == nullptr || !declaration->tokenized || FoldSpaces(value) == value;
 }
 
 } // namespace Ostrum

@@ -11,7 +11,7 @@ namespace {
 bool IsIndentation(char character) noexcept { return character == ' ' || character == '\t'; }
 
 bool IsLineBreak(char character) noexcept {
-  return IsBlank(character) && !IsIndentation(character);
+  return IsWhiteSpace(character) && !IsIndentation(character);
 }
 
 } // namespace
@@ -43,7 +43,7 @@ ElementLayout::Space ElementLayout::TrailingSpace() const {
   Space space{record.contentEnd, {}};
   for (;;) {
     const std::uint32_t start = BeforeGap(gaps, space.start);
-    if (start == record.contentStart || !IsBlank(source[start - 1])) break;
+    if (start == record.contentStart || !IsWhiteSpace(source[start - 1])) break;
     space.start = start - 1;
     space.text += source[space.start];
   }
@@ -60,7 +60,7 @@ std::string ElementLayout::Lead(std::uint32_t parent) const {
   std::uint32_t start = record.tagStart;
   for (bool isComplete = false; !isComplete;) {
     start = BeforeGap(gaps, start);
-    if (start == outer.contentStart || !IsBlank(source[start - 1])) return {};
+    if (start == outer.contentStart || !IsWhiteSpace(source[start - 1])) return {};
     lead += source[--start];
     isComplete = IsLineBreak(lead.back());
     if (!isComplete && lead.size() > maxIndentation) return {};

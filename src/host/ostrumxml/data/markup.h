@@ -1,5 +1,5 @@
-// Scanning the source of a well-formed document. The text has been checked by the parser, so
-// nothing here checks for errors.
+// Scanning the source of a well-formed document. A reader has checked the text, so nothing here
+// checks for errors.
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_MARKUP_H
 #define TARVIK_HOST_OSTRUMXML_DATA_MARKUP_H
 
@@ -11,7 +11,7 @@
 namespace Ostrum {
 
 // White space as XML defines it.
-constexpr bool IsBlank(char character) noexcept {
+constexpr bool IsWhiteSpace(char character) noexcept {
   return character == ' ' || character == '\t' || character == '\n' || character == '\r';
 }
 

@@ -1,16 +1,6 @@
 #include "host/ostrumxml/data/name_table.h"
 
-#include "platform/platform.h"
-
 namespace Ostrum {
-
-KeyedHash::KeyedHash() noexcept {
-  std::uint64_t drawn[2] = {};
-  // Addresses are random too, but less so.
-  key0 =
-      platform::FillRandom(drawn, sizeof drawn) ? drawn[0] : reinterpret_cast<std::uintptr_t>(this);
-  key1 = drawn[1];
-}
 
 std::uint32_t NameTable::Find(std::string_view text) const noexcept {
   return index.Find(names, text, static_cast<std::uint32_t>(hash(text)));

@@ -9,27 +9,31 @@
 #include <string_view>
 #include <vector>
 
+#include "host/ostrumxml/data/key_index.h"
 #include "host/ostrumxml/data/keyed_hash.h"
 
 namespace Ostrum {
 
-// The names of a document's elements, each held once and known by a number from 1 on.
+// The names of a document's elements, each held once and numbered from 1. Adding and finding take
+// time in proportion to the name's length, whatever names are in the table.
 class NameTable {
  public:
-  // The text of a name; empty for 0, which is no name's number.
+  // REQUIRES: number is that of a name.
   std::string_view Text(std::uint32_t number) const noexcept {
-    return number == 0 ? std::string_view() : names[number - 1].Key();
+    assert(number != 0 && number <= names.size());
+    return names[number - 1].Key();
   }
 
-  // The name's number, or 0. Takes time by the text's length, whatever names are in the table.
+  // The name's number, or 0.
   std::uint32_t Find(std::string_view text) const noexcept;
-  // The name's number; a name that is not in the table is added. REQUIRES: text is not empty and
-  // outlives the table.
+  // The name's number; adds the name if it is not in the table. REQUIRES: text is not empty and
+  // outlives the table. Throws std::bad_alloc; the table is then unchanged.
   std::uint32_t Intern(std::string_view text) {
     const std::uint32_t seen = recent[RecentSlot(text)];
-    return seen != 0 && Text(seen) == text ? seen : Add(text);
+    if (seen != 0 && Text(seen) == text) return seen;
+    return Add(text);
   }
-  // The same for a text that does not outlive the table.
+  // The same for text that does not outlive the table.
   std::uint32_t InternCopy(std::string_view text);
 
  private:

@@ -29,10 +29,13 @@ std::string Escape(std::string_view text, std::string_view special) {
     if (plain == std::string_view::npos) return escaped;
     const char character = text[plain];
     const auto* const entity = std::ranges::find(predefined, character, &Entity::character);
-    const bool isNamed = entity != std::end(predefined);
-    escaped.append("&")
-        .append(isNamed ? std::string(entity->name) : "#" + std::to_string(character))
-        .append(";");
+    escaped += '&';
+    if (entity != std::end(predefined)) {
+      escaped += entity->name;
+    } else {
+      escaped.append("#").append(std::to_string(character));
+    }
+    escaped += ';';
     text.remove_prefix(plain + 1);
   }
 }
@@ -50,10 +53,13 @@ std::string_view ReferenceName(std::string_view reference) noexcept {
 
 char32_t CharacterOf(std::string_view reference) noexcept {
   std::string_view digits = ReferenceName(reference).substr(1);
-  const bool hexadecimal = digits.starts_with('x');
-  if (hexadecimal) digits.remove_prefix(1);
+  int base = 10;
+  if (digits.starts_with('x')) {
+    base = 16;
+    digits.remove_prefix(1);
+  }
   std::uint32_t character = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), character, hexadecimal ? 16 : 10);
+  std::from_chars(digits.data(), digits.data() + digits.size(), character, base);
   return character;
 }
 
@@ -79,7 +85,7 @@ void AppendReference(std::string_view reference, std::string& text) {
   }
 }
 
-std::string FoldBlanks(std::string_view value) {
+std::string FoldSpaces(std::string_view value) {
   std::string folded;
   folded.reserve(value.size());
   for (const char character : value) {

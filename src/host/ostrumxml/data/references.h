@@ -1,5 +1,4 @@
-// Conversion between text in the source and its meaning: references, entities, line ends, and
-// escaping.
+// Conversion between raw text in the source and its meaning: references, line endings, escaping.
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_REFERENCES_H
 #define TARVIK_HOST_OSTRUMXML_DATA_REFERENCES_H
 
@@ -18,19 +17,20 @@ std::string_view ReferenceName(std::string_view reference) noexcept;
 // The character of a character reference, "&#...;".
 char32_t CharacterOf(std::string_view reference) noexcept;
 
-// Appends character data without references, with normalized line ends, until text has `limit`
-// bytes.
+// Appends character data without references, with normalized line endings, until text has
+// `limit` bytes.
 void AppendCharacters(std::string_view raw, std::string& text,
                       std::size_t limit = std::string::npos);
 
 // Appends the character for a reference; nothing for an entity that XML does not predefine.
 void AppendReference(std::string_view reference, std::string& text);
 
-// Removes blanks at the ends and folds those inside, as XML does for tokenized attribute values.
-std::string FoldBlanks(std::string_view value);
+// Removes spaces at the ends and reduces others to one each, as XML does for tokenized attribute
+// values.
+std::string FoldSpaces(std::string_view value);
 
-// Escapes a value for the source so that it is read back unchanged: in an element, or in an
-// attribute between such quotes.
+// Escapes text so that it is read back unchanged: in an element, or in an attribute value between
+// quotes of that kind.
 std::string EscapeText(std::string_view text);
 std::string EscapeAttribute(std::string_view value, char quote);
 

@@ -79,10 +79,10 @@ inline DocumentData& Element::Data() const noexcept {
   return document->data;
 }
 
-Element Element::FirstChild() const noexcept {
-  if (IsNull()) return {};
-  const std::uint32_t child = Data().FirstChild(number);
-  return child == 0 ? Element() : Element(*document, child);
+// An element of the same document; null for 0.
+inline Element Element::Other(std::uint32_t element) const noexcept {
+  if (element == 0) return {};
+  return {*document, element};
 }
 
 Element Element::NextSibling() const noexcept {
@@ -90,7 +90,12 @@ Element Element::NextSibling() const noexcept {
   const std::uint32_t next = data.NextSibling(number);
   // So that removed siblings are passed by only once.
   if (data.hasRemoved) data.elements[number].nextSibling = next;
-  return next == 0 ? Element() : Element(*document, next);
+  return Other(next);
+}
+
+Element Element::FirstChild() const noexcept {
+  if (IsNull()) return {};
+  return Other(Data().FirstChild(number));
 }
 
 std::string_view Element::GetName() const noexcept {
@@ -174,7 +179,7 @@ std::string_view Element::AttributeValue(std::string_view attributeName, std::st
   if (isTokenized) limit = std::string::npos;
   scratch.clear();
   AppendAttributeValue(data, raw, scratch, limit);
-  if (isTokenized) scratch = FoldBlanks(scratch);
+  if (isTokenized) scratch = FoldSpaces(scratch);
   return scratch;
 }
 
@@ -245,7 +250,7 @@ std::string Element::LeadOfNextChild() const {
   const ElementChange* const change = data.FindChange(number);
   const std::uint32_t last = LastChild();
   if (last == 0 || (change != nullptr && change->text)) return {};
-  if (Element(*document, last).IsCreated()) return data.changes.at(last).lead;
+  if (Other(last).IsCreated()) return data.changes.at(last).lead;
   return ElementLayout(data, last).Lead(number);
 }
 

@@ -102,6 +102,7 @@ class Element {
   DocumentData& Data() const noexcept; // REQUIRES: not null
   template <class Node>
   bool IsAccepted(const Node& node, std::string_view attributeName, const TextFilter& filter) const;
+  Element Other(std::uint32_t element) const noexcept;
   std::string_view AttributeValue(std::string_view attributeName, std::string_view raw,
                                   std::string& scratch, std::size_t limit) const;
   void SetText(std::string_view text);

@@ -149,7 +149,8 @@ std::string_view DeclaredEncoding(std::string_view text) {
   constexpr std::string_view allowed =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
   constexpr std::size_t letters = 52;
-  if (!text.starts_with(opening) || text.size() == opening.size() || !IsBlank(text[opening.size()]))
+  if (!text.starts_with(opening) || text.size() == opening.size() ||
+      !IsWhiteSpace(text[opening.size()]))
     return {};
   const std::string_view declaration = text.substr(0, text.find("?>"));
   const std::size_t quote = declaration.find_first_of("\"'", declaration.find(key));

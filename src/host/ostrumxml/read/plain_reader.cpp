@@ -91,7 +91,7 @@ const char* SkipCharacters(const char* place, const char* end, Ends ends) noexce
 }
 
 constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
-  if (character < 0x20) return IsBlank(static_cast<char>(character));
+  if (character < 0x20) return IsWhiteSpace(static_cast<char>(character));
   const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
   return !isSurrogate && character != 0xFFFE && character != 0xFFFF && character <= 0x10FFFF;
 }
@@ -143,7 +143,7 @@ class PlainReader {
   }
   bool SkipBlanks() noexcept {
     const char* const start = next;
-    while (IsBlank(*next)) ++next;
+    while (IsWhiteSpace(*next)) ++next;
     return next != start;
   }
   template <class Ends>
@@ -161,7 +161,7 @@ class PlainReader {
 
   // The XML declaration, if there is one.
   bool ReadDeclaration() noexcept {
-    if (!std::string_view(next, end).starts_with("<?xml") || !IsBlank(next[5])) return true;
+    if (!std::string_view(next, end).starts_with("<?xml") || !IsWhiteSpace(next[5])) return true;
     next += 5;
     if (!SkipSetting("version", {"1.0"})) return false;
     SkipSetting("encoding", {"UTF-8", "utf-8"});

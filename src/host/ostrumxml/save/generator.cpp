@@ -19,7 +19,7 @@ namespace {
 
 // Parts of at most this length are joined, so that a document with many changes is not written in
 // many small pieces.
-constexpr std::size_t longestGathered = 4096;
+constexpr std::size_t maxGathered = 4096;
 
 // The attributes that were set, except those that the tag already has, in order of creation.
 std::string AttributeMarkup(const ElementChange& change,
@@ -130,7 +130,7 @@ class Generator {
     for (auto part = old.begin() + 1; part != old.end(); ++part) AddEdit(*part, {});
   }
 
-  // The markup of what was made in an element, to any depth.
+  // The markup of the new elements in an element, to any depth.
   std::string CreatedChildren(const ElementChange& parent) const {
     struct Level {
       const ElementChange* change;
@@ -152,8 +152,12 @@ class Generator {
       const std::string inside = EscapeText(change.text.value_or(""));
       const bool isEmpty = change.created.empty() && inside.empty();
       text.append(change.lead).append("<").append(name).append(AttributeMarkup(change));
-      text.append(isEmpty ? "/>" : ">").append(inside);
-      if (!isEmpty) levels.push_back({&change, name, 0});
+      if (isEmpty) {
+        text += "/>";
+        continue;
+      }
+      text.append(">").append(inside);
+      levels.push_back({&change, name, 0});
     }
     return text;
   }
@@ -170,8 +174,10 @@ GeneratedText::GeneratedText(const DocumentData& data) {
   for (Edit& edit : EditsOf(data)) {
     size = size + edit.replacement.size() - edit.length;
     Add(data.Between(copied, edit.from));
-    Add(edit.replacement.size() > longestGathered ? own.emplace_front(std::move(edit.replacement))
-                                                  : edit.replacement);
+    std::string_view replacement = edit.replacement;
+    if (replacement.size() > maxGathered)
+      replacement = own.emplace_front(std::move(edit.replacement));
+    Add(replacement);
     copied = edit.from + edit.length;
   }
   Add(data.Between(copied, static_cast<std::uint32_t>(data.fileSize)));
@@ -179,13 +185,15 @@ GeneratedText::GeneratedText(const DocumentData& data) {
 }
 
 void GeneratedText::Add(std::string_view part) {
-  const bool isShort = part.size() <= longestGathered;
-  if (isShort && lastIsGathered) {
+  const bool isLong = part.size() > maxGathered;
+  if (isLong) {
+    pieces.push_back(part);
+  } else if (lastIsGathered) {
     pieces.back() = own.back().append(part);
   } else {
-    pieces.push_back(isShort ? own.emplace_back(part) : part);
+    pieces.push_back(own.emplace_back(part));
   }
-  lastIsGathered = isShort;
+  lastIsGathered = !isLong;
 }
 
 std::string GeneratedText::Joined() const {
