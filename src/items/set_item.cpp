@@ -4,7 +4,6 @@
 #include <exception>
 #include <memory>
 #include <new>
-#include <string_view>
 #include <utility>
 
 #include "items/set_request.h"
@@ -56,43 +55,19 @@ StepElements FindSteps(const SetRequest& request, Ostrum::Document& document) {
   return found;
 }
 
-// The number of children of that name, found by doubling and halving, since a caller may add one
-// after another.
-std::uint32_t CountChildren(const Element& parent, std::string_view name) {
-  const auto isThere = [&](std::uint32_t n) {
-    return !parent.NthChild(Ostrum::NameMatch::Exact, name, n).IsNull();
-  };
-  std::uint32_t present = 0;
-  std::uint32_t missing = 1;
-  while (isThere(missing)) {
-    present = missing;
-    missing *= 2;
-  }
-  while (missing - present > 1) {
-    const std::uint32_t middle = present + (missing - present) / 2;
-    if (isThere(middle)) {
-      present = middle;
-    } else {
-      missing = middle;
-    }
-  }
-  return present;
-}
-
 // Gives each step its element's whole name and its number among its siblings of that name, so that
 // the request means the same in another document, whatever the locale is then.
 void Locate(SetRequest& request, const StepElements& found) {
   for (std::size_t i = 1; i < request.steps.size(); ++i) {
     SetStep& step = request.steps[i];
+    step.number = 1;
     if (i < found.size()) {
-      // The search took the first child that matches, so it is the first of its own name.
       step.name.utf8 = found[i].GetName();
-      step.number = 1;
+      // The search took the first child that matches, so it is the first of its own name.
       assert(found[i - 1].NthChild(Ostrum::NameMatch::Exact, step.name.utf8, 1) == found[i]);
     } else if (i == found.size()) {
-      step.number = CountChildren(found[i - 1], step.name.utf8) + 1;
-    } else {
-      step.number = 1;
+      // In some character sets, elements of that name have another spelling, and are not found.
+      step.number += found[i - 1].CountChildren(step.name.utf8);
     }
   }
 }

@@ -63,13 +63,15 @@ SetText ElementName(std::string given) {
 std::string Cut(const char*& rest, char separator) {
   const char* const start = rest;
   rest = platform::MbsFindChar(start, separator);
-  return rest == nullptr ? std::string(start) : std::string(start, rest++);
+  if (rest == nullptr) return start;
+  return {start, rest++};
 }
 
 SetStep Step(std::string component) {
   const char* rest = component.c_str();
   SetStep step{{}, ElementName(Cut(rest, '&')), {}};
-  std::string attributeName = rest == nullptr ? std::string() : Cut(rest, '=');
+  std::string attributeName;
+  if (rest != nullptr) attributeName = Cut(rest, '=');
   // An attribute part without a name or without a value is ignored.
   if (!attributeName.empty() && rest != nullptr && *rest != '\0') {
     step.attributes.push_back(Attribute(std::move(attributeName), rest));
@@ -99,9 +101,9 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
   }
   request.longestKey = rest.size();
   request.steps.emplace_back();
-  for (const char* next = rest.empty() ? nullptr : rest.c_str(); next != nullptr;) {
-    request.steps.push_back(Step(Cut(next, '\\')));
-  }
+  const char* next = rest.c_str();
+  if (rest.empty()) next = nullptr;
+  while (next != nullptr) request.steps.push_back(Step(Cut(next, '\\')));
   if (std::string_view(itemType) == "ATTRIBUTE" && *itemName != '\0' && *value != '\0') {
     request.steps.back().attributes.push_back(Attribute(itemName, value));
     request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");

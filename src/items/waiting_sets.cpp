@@ -98,7 +98,8 @@ class Replay {
 
   static Element Find(const Element& parent, const SetStep& step, const Place& place) {
     const Element found = parent.NthChild(Ostrum::NameMatch::Exact, step.name.utf8, step.number);
-    return found.IsNull() || found.IsCreated() ? place.created : found;
+    if (found.IsNull() || found.IsCreated()) return place.created;
+    return found;
   }
 
   Ostrum::Document& document;
@@ -113,11 +114,10 @@ void RequireAllowed(const SetRequest& request, const Ostrum::Document& document,
   const std::vector<SetStep>& steps = request.steps;
   assert(!found.empty() && found.size() <= steps.size());
   for (std::size_t i = 0; i < steps.size(); ++i) {
-    const Element element = i < found.size() ? found[i] : Element();
-    if (!element.IsNull() && !steps[i].attributes.empty()) RequirePlace(element);
+    std::string_view elementName = steps[i].name.utf8;
+    if (i < found.size()) elementName = found[i].GetName();
+    if (i < found.size() && !steps[i].attributes.empty()) RequirePlace(found[i]);
     for (const SetAttribute& each : steps[i].attributes) {
-      const std::string_view elementName =
-          element.IsNull() ? steps[i].name.utf8 : element.GetName();
       Require(document.CanHold(elementName, each.name.utf8, each.value.utf8),
               "the attribute's declared type would change the value's white space");
     }

@@ -32,6 +32,9 @@ void ExpectTheSame(const Element& parent, const std::string& text, const std::st
     return begins(child) && has(child) && child.GetAttribute("k").GetValue().starts_with(value);
   };
   EXPECT_EQ(parent.NthChild(NameMatch::Exact, text, n), Walk(parent, n, is));
+  const std::uint32_t count = parent.CountChildren(text);
+  EXPECT_TRUE(count == 0 || !Walk(parent, count, is).IsNull());
+  EXPECT_TRUE(Walk(parent, count + 1, is).IsNull());
   EXPECT_EQ(parent.NthChild(NameMatch::Prefix, text, n), Walk(parent, n, begins));
   EXPECT_EQ(parent.FindChild({.match = NameMatch::Exact, .name = text, .n = n, .attribute = "k"}),
             Walk(parent, n, isWith));

@@ -30,7 +30,8 @@ std::string WhyUnreadable(const platform::FileName& name) {
   if (!failure && is_directory(status)) return "is a directory";
   if (!failure && !is_regular_file(status)) return "is not a regular file";
   if (!failure && !std::ifstream(name)) failure.assign(errno, std::generic_category());
-  return failure ? "cannot be read: " + failure.message() : "cannot be read";
+  if (!failure) return "cannot be read";
+  return "cannot be read: " + failure.message();
 }
 
 void RequireDone(platform::ReadStatus status, const platform::FileName& name) {
@@ -141,7 +142,8 @@ bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text,
 const platform::Access* DocumentFile::LastAccess(const platform::LockedFile& file) const {
   const std::optional<platform::FileState>& found = file.State();
   const bool isSameFile = found && found->identity.IsSameFile(lastSeen.identity);
-  return isSameFile ? nullptr : lastSeen.access.get();
+  if (isSameFile) return nullptr;
+  return lastSeen.access.get();
 }
 
 // Also true if the file is gone, since then writing the document's own text loses nothing.
