@@ -70,7 +70,10 @@ class DocumentWriter {
   bool OneOf(std::uint64_t times) { return Below(times) == 0; }
   std::string_view Choose(const Words& words) { return words[Below(words.size())]; }
   // Fills up to 40 bytes, so that what follows stands at any place of a vector.
-  void Pad() { text.append(Below(40), "x \n\t-]?."[Below(8)]); }
+  void Pad() {
+    const std::size_t count = Below(40);
+    text.append(count, "x \n\t-]?."[Below(8)]);
+  }
 
   void WriteProlog() {
     static const Words starts = {"\xEF\xBB\xBF", "<?xml version='1.0'?>",
@@ -208,7 +211,7 @@ class DocumentWriter {
                                 "xml",
                                 ":",
                                 "."};
-    const std::size_t place = Below(text.size() + 1);
+    const std::size_t place = Below(text.size() + 1), other = Below(text.size() + 1);
     switch (Below(6)) {
       case 0:
         return void(text.erase(place, 1 + Below(3)));
@@ -217,7 +220,7 @@ class DocumentWriter {
       case 2:
         return text.resize(place);
       case 3:
-        return void(text.insert(place, text.substr(Below(text.size() + 1), Below(40))));
+        return void(text.insert(place, text.substr(other, Below(40))));
       default:
         text.insert(place, Choose(parts));
     }
