@@ -4,7 +4,8 @@ include(CMakePackageConfigHelpers)
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/tarvik)
 install(TARGETS tarvik corekit EXPORT tarvikTargets)
 install(EXPORT tarvikTargets NAMESPACE tarvik:: DESTINATION ${packageFolder})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 # Programs that link static libraries must link their dependencies too, with CMake or with plain `pkg-config --libs`.
 set(pcRequires "")
