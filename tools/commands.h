@@ -1,17 +1,17 @@
-// The options of the command line and the commands. Each command prints its data and returns
-// whether there was any.
+// The options of the command line and the commands.
 #ifndef TARVIK_TOOLS_COMMANDS_H
 #define TARVIK_TOOLS_COMMANDS_H
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
-// The line for standard error, without the command's name and the line end. It names the file
-// concerned.
+// Ends the command. The text is a line for standard error, to which the name of FILE is added.
 class CommandError : public std::runtime_error {
  public:
   explicit CommandError(const std::string& line, ExitStatus exitStatus = ExitStatus::Failed)
@@ -19,21 +19,27 @@ class CommandError : public std::runtime_error {
   const ExitStatus status;
 };
 
-struct Options {
-  std::string file, shownFile;        // the name to open, and the name for messages
-  std::vector<std::string> arguments; // those after the file
-  std::string attribute;
-  bool encrypted = false, json = false, all = false, withIds = false, withValues = false;
-  bool itemIsAttribute = false, existing = false, dryRun = false;
-  std::uint32_t index = 1, occurrence = 1, depth = 0; // depth 0: no limit
+// Wrong usage. The text is a line to which a hint at the help is added.
+class UsageError : public std::runtime_error {
+  using std::runtime_error::runtime_error;
 };
 
-class Document;
+// All text is UTF-8, except that files are named as given, in user text.
+struct Options {
+  std::string file;                                       // "-" is standard input
+  std::string shownFile;                                  // for messages
+  std::vector<std::pair<std::string, std::string>> files; // all, for check: given and shown
+  std::vector<std::string> arguments;                     // those after the file
+  std::optional<std::string> defaultText;
+  std::string from;        // a file; empty if not given
+  std::uint32_t depth = 0; // 0: no limit
+  bool encrypted = false, json = false, all = false, endsWithZero = false;
+  bool attributes = false, values = false;
+  bool existing = false, create = false, fromInput = false, dryRun = false;
+};
 
-using Command = ExitStatus(const Document& document, const Options& options);
-Command Get, List, Set, Status, Detect, Files, Match;
-
-// Reads the file itself, because the library does not open a file that is not well-formed.
-ExitStatus Check(const Options& options);
+// Each prints its data and returns whether there was any.
+using Command = ExitStatus(const Options& options);
+Command Get, List, Set, Remove, Check, Encrypt, Decrypt, Status, Detect, Files, Match;
 
 #endif

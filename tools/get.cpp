@@ -1,59 +1,75 @@
-#include <algorithm>
+// The command `get`.
+#include <unordered_set>
 
-#include "document.h"
-#include "text.h"
+#include "commands.h"
+#include "input.h"
+#include "json.h"
+#include "matches.h"
+#include "missing.h"
+#include "output.h"
 
 namespace {
 
-// The components of the path and the item. With --attribute, only elements that have the attribute
-// count.
-std::vector<PathComponent> Components(const Options& options, const std::string& item) {
-  std::vector<PathComponent> components = SplitPath(options.arguments.front(), options.occurrence);
-  std::ranges::copy(SplitPath(item), std::back_inserter(components));
-  if (components.empty()) return components;
-  PathComponent& last = components.back();
-  if (options.index > 1) last.occurrence = options.index;
-  if (last.attribute.empty()) last.attribute = options.attribute;
-  return components;
-}
+// Collects the values of paths for printing.
+class Answers {
+ public:
+  Answers(Element root, const Options& given) : options(given), matcher(root) {}
 
-// The values of one item. If there are none, appends the reason to `missing`.
-std::vector<std::string> ReadItem(const Document& document, const Options& options,
-                                  const std::string& item, std::string& missing) {
-  const std::vector<PathComponent> components = Components(options, item);
-  auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
-  const bool isThere = followed == components.size();
-  if (!options.all) matches = {place.back()};
-  std::vector<std::string> values;
-  for (std::size_t i = 0; isThere && i < matches.size(); ++i) {
-    place.back() = matches[i];
-    if (const auto value = document.Read(place, options.attribute)) values.push_back(*value);
+  void Add(const Path& path) {
+    const Matches matches = Find(path);
+    if (matches.places.empty()) return AddDefault(path, matches.followed);
+    const bool isOne = matches.places.size() == 1;
+    for (const Place& place : matches.places) {
+      AddValue(isOne ? path.text : KeyOf(place, path.attribute), ValueAt(place, path.attribute));
+      if (!options.all) return;
+    }
   }
-  if (!values.empty()) return values;
-  if (!missing.empty()) missing += ", ";
-  missing += isThere ? "no attribute " + options.attribute + " in " + PathOf(place)
-                     : WhyMissing(place, components[followed]);
-  return values;
-}
+
+  std::vector<std::string> values;  // or members of a JSON object
+  std::vector<std::string> missing; // why paths name nothing
+
+ private:
+  Matches Find(const Path& path) {
+    const bool isAttribute = !path.attribute.empty();
+    // The second one tells whether a path is a key of its own.
+    Matches matches = matcher.Find(path.steps, options.all || isAttribute ? SIZE_MAX : 2);
+    if (isAttribute) KeepWithAttribute(path.attribute, matches.places);
+    return matches;
+  }
+
+  std::string KeyOf(const Place& place, const std::string& attribute) const {
+    return options.json ? PathOf(place, attribute) : "";
+  }
+
+  void AddDefault(const Path& path, std::size_t followed) {
+    if (options.defaultText) return AddValue(path.text, *options.defaultText);
+    missing.push_back(WhyMissing(path, followed, matcher));
+  }
+
+  void AddValue(const std::string& key, const std::string& value) {
+    if (!options.json) return values.push_back(value);
+    if (keys.insert(key).second) values.push_back(JsonMember(key, value));
+  }
+
+  const Options& options;
+  Matcher matcher;
+  std::unordered_set<std::string> keys; // of the object
+};
 
 } // namespace
 
-ExitStatus Get(const Document& document, const Options& options) {
-  std::vector<std::string> items(options.arguments.begin() + 1, options.arguments.end());
-  if (items.empty()) items.emplace_back(); // the path itself names the item
-  const bool isOne = items.size() == 1;
-  std::string missing;
-  Json json;
-  for (const std::string& item : items) {
-    const std::vector<std::string> values = ReadItem(document, options, item, missing);
-    Json& found = isOne ? json[options.all ? "values" : "value"] : json["values"].emplace_back();
-    if (options.all || !values.empty()) found = options.all ? Json(values) : Json(values.front());
-    if (options.json) continue;
-    for (const std::string& value : values) PrintValue(value);
-    if (values.empty() && !isOne && !options.all) PrintValue(""); // one line for each item
+ExitStatus Get(const Options& options) {
+  const std::vector<Path> paths = ParsePaths(options.arguments);
+  const auto document = ReadDocument(options);
+  Answers answers(document->GetRoot(), options);
+  for (const Path& path : paths) answers.Add(path);
+  if (!answers.missing.empty())
+    throw CommandError(Listed(answers.missing), ExitStatus::NothingFound);
+  if (options.json) {
+    PrintJson(answers.values);
+  } else {
+    const std::string_view end("\0\n" + (options.endsWithZero ? 0 : 1), 1);
+    for (const std::string& value : answers.values) Print(value, end);
   }
-  if (options.json) PrintJson(json);
-  if (missing.empty()) return ExitStatus::Found;
-  document.Note(missing);
-  return ExitStatus::NothingFound;
+  return ExitStatus::Found;
 }

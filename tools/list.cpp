@@ -1,141 +1,104 @@
-#include <map>
+// The command `list`.
+#include <optional>
+#include <unordered_map>
 
-#include "document.h"
-#include "text.h"
+#include "commands.h"
+#include "input.h"
+#include "json.h"
+#include "matches.h"
+#include "missing.h"
+#include "output.h"
 
 namespace {
 
-// The children of one element that share a name.
-struct SameName {
-  std::uint32_t total = 0, visited = 0;
-  std::uint32_t begun =
-      0; // visited children whose names begin with this name; group IDs count these
-  SameName* beginning = nullptr; // the longest other name that this one begins with
-  std::string_view name;
-};
-
-// Walks down to a place, then lists the elements below it in document order.
-class TreeWalk {
+// Lists what is below a place, in document order.
+class Listing {
  public:
-  TreeWalk(const Document& openDocument, const Options& wanted, const Place& top, Table& output)
-      : document(openDocument), options(wanted), topPlace(top), table(output) {}
+  explicit Listing(const Options& given) : options(given) {}
 
-  void Walk() {
-    place = {topPlace.front()};
-    levels.emplace_back(place.front().element, 0, "");
-    while (!levels.empty())
-      levels.back().next != levels.back().end ? Visit(levels.back()) : levels.pop_back();
+  void Add(const Place& top) {
+    path = top.size() > 1 ? PathOf(top) : "";
+    AddAttributes(top.back());
+    std::vector<Level> levels;
+    levels.emplace_back(top.back(), path.size());
+    while (!levels.empty()) {
+      Level& level = levels.back();
+      if (level.next == level.end) {
+        levels.pop_back();
+        continue;
+      }
+      const Element element = *level.next;
+      ++level.next;
+      AddElement(level, element);
+      const bool isDeepest = levels.size() == options.depth;
+      if (!isDeepest && element.Begin() != element.End()) levels.emplace_back(element, path.size());
+    }
   }
 
-  std::size_t count = 0;
-  // For each remark, the number of elements that it applies to and the path of the first.
-  std::map<std::string_view, std::pair<std::size_t, std::string>> remarks;
+  std::vector<std::string> lines; // or members of a JSON object or array
 
  private:
+  // The children of one element.
   struct Level {
-    Level(const Element& parent, std::size_t parentPathSize, Document::GroupId parentId)
-        : next(parent.Begin()),
-          end(parent.End()),
-          pathSize(parentPathSize),
-          id(std::move(parentId)) {
+    Level(const Element& parent, std::size_t parentPathSize)
+        : next(parent.Begin()), end(parent.End()), pathSize(parentPathSize) {
       for (auto child = next; child != end; ++child) ++names[child->GetName()].total;
-      SameName* before = nullptr;
-      for (auto& [name, same] : names) { // in order, so each name follows those that it begins with
-        while (before != nullptr && !name.starts_with(before->name)) before = before->beginning;
-        same.name = name;
-        same.beginning = std::exchange(before, &same);
-      }
     }
 
+    struct SameName {
+      std::uint32_t total = 0, visited = 0;
+    };
     Ostrum::IteratorRef next, end;
     std::size_t pathSize; // of the parent's path
-    Document::GroupId id; // of the parent
-    std::uint32_t position = 0;
-    std::map<std::string_view, SameName> names;
+    std::unordered_map<std::string_view, SameName> names;
   };
 
-  void Visit(Level& level) {
-    const Element element = *level.next;
-    ++level.next;
-    SameName& same = level.names.at(element.GetName());
-    const bool hasForm = HasForm(same.name);
-    const Step step{element, std::string(same.name), ++same.visited,
-                    level.position += hasForm ? 1 : 0};
-    for (SameName* each = &same; hasForm && each != nullptr; each = each->beginning) ++each->begun;
-    const bool isAbove = levels.size() < topPlace.size();
-    if (isAbove && topPlace[levels.size()].element != element) return;
-
-    const std::string text = step.Text();
+  void AddElement(Level& level, const Element& element) {
+    auto& [total, visited] = level.names[element.GetName()];
     path.resize(level.pathSize);
-    path += (path.empty() ? "" : "\\") + text;
-    place.resize(levels.size());
-    const bool isAmbiguous =
-        isAbove ? Children(place.back().element, {text, text, "", ""}).front().element != element
-                : Hides(same, text);
-    place.push_back(step);
-    if (!hasForm) Remark(": the locale's character set can't represent it");
-    const Document::GroupId id =
-        options.withIds && hasForm ? document.OpenChild(level.id, step, same.begun) : std::nullopt;
-    const bool isLeaf = element.FirstChild().IsNull();
-    if (!isAbove) ListOne(id, isLeaf);
-    if (isAmbiguous) Remark(": stands for two elements, and leads to the one with the longer name");
-    const bool isDeepest = isLeaf || place.size() - topPlace.size() == options.depth;
-    if (isAbove || !isDeepest) levels.emplace_back(element, path.size(), id);
+    if (!path.empty()) path += '/';
+    path += NumberedName(element.GetName(), ++visited, total);
+    const bool hasValue = options.values && element.Begin() == element.End();
+    AddLine(path, hasValue ? std::optional(element.GetValue()) : std::nullopt);
+    AddAttributes(element);
   }
 
-  void ListOne(const Document::GroupId& id, bool isLeaf) {
-    ++count;
-    Table::Row row(1, path);
-    if (options.withIds) row.push_back(id ? FromLocale(*id) : std::nullopt);
-    if (options.withIds && !id) Remark(": has no group ID of its own");
-    if (options.withValues) row.push_back(isLeaf ? document.Read(place, "") : std::nullopt);
-    table.Add(row);
-  }
-
-  void Remark(std::string_view what) {
-    auto& [number, first] = remarks[what];
-    if (number++ == 0) first = path;
-  }
-
-  // Whether a shorter name with a number gives the same text.
-  static bool Hides(const SameName& same, std::string_view text) {
-    for (const SameName* base = same.beginning; base != nullptr; base = base->beginning) {
-      const std::uint32_t number = NumberIn(text.substr(base->name.size()));
-      if (number > 1 && number <= base->total) return true;
+  void AddAttributes(const Element& element) {
+    if (!options.attributes) return;
+    for (const std::string_view name : element.AttributeNames()) {
+      const std::string line = path + (path.empty() ? "@" : "/@") + std::string(name);
+      AddLine(line,
+              options.values ? std::optional(element.GetAttribute(name).GetValue()) : std::nullopt);
     }
-    return false;
   }
 
-  const Document& document;
+  void AddLine(const std::string& name, const std::optional<std::string>& value) {
+    if (!options.json) return lines.push_back(value ? RowText({name, *value}) : name);
+    if (!options.values) return lines.push_back(JsonText(name));
+    if (value) lines.push_back(JsonMember(name, *value));
+  }
+
   const Options& options;
-  const Place& topPlace;
-  Table& table;
-  std::vector<Level> levels;
-  Place place;      // of the current element
-  std::string path; // of the current element
+  std::string path; // of the current element; empty for the root
 };
 
 } // namespace
 
-ExitStatus List(const Document& document, const Options& options) {
-  const std::string path = options.arguments.empty() ? "" : options.arguments.front();
-  const std::vector<PathComponent> components = SplitPath(path, options.occurrence);
-  const auto [place, matches, followed] = Follow(document.Tree().GetRoot(), components);
-  Table::Row names{"path"};
-  if (options.withIds) names.emplace_back("id");
-  if (options.withValues) names.emplace_back("value");
-  Table table(options.json, names);
-  TreeWalk walk(document, options, place, table);
-  const bool isThere = followed == components.size();
-  if (isThere) walk.Walk();
-  table.Finish();
-  std::string note = isThere ? "" : WhyMissing(place, components[followed]);
-  if (isThere && walk.count == 0) note = "no elements in it";
-  for (const auto& [what, remark] : walk.remarks) {
-    const std::string more =
-        remark.first > 1 ? " and " + std::to_string(remark.first - 1) + " more" : "";
-    note.append(note.empty() ? "" : "; ").append(remark.second + more).append(what);
+ExitStatus List(const Options& options) {
+  const Path path = ParsePath(options.arguments.empty() ? "." : options.arguments.front());
+  if (!path.attribute.empty()) throw UsageError(path.text + ": list takes the path of elements");
+  const auto document = ReadDocument(options);
+  Matcher matcher(document->GetRoot());
+  const Matches matches = matcher.Find(path.steps);
+  if (matches.places.empty())
+    throw CommandError(WhyMissing(path, matches.followed, matcher), ExitStatus::NothingFound);
+  Listing listing(options);
+  for (const Place& place : matches.places) listing.Add(place);
+  if (options.json) {
+    PrintJson(listing.lines, options.values ? "{}" : "[]");
+  } else {
+    for (const std::string& line : listing.lines) Print(line);
   }
-  if (!note.empty()) document.Note(note);
-  return walk.count > 0 ? ExitStatus::Found : ExitStatus::NothingFound;
+  if (!listing.lines.empty()) return ExitStatus::Found;
+  throw CommandError(path.text + " holds no elements", ExitStatus::NothingFound);
 }

@@ -14,24 +14,28 @@ expect() {
   _tarvik tarvik "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
   [[ ${COMPREPLY[*]:-} == "$wanted" && ( -n $wanted || ${#COMPREPLY[@]} == 0 ) ]] || { echo "tarvik $*: ${COMPREPLY[*]:-}"; exit 1; }
 }
-expect 'get list set check status detect files match help' ''
+tarvik() { [[ $1 == list ]] && printf '%s\n' Network Network/Timeout 'Folders/Folder[2]'; }
+expect 'get list set remove check encrypt decrypt status detect files match help' ''
 expect 'set status' s
 expect 'get' help g
 expect catalog.xml files --key-file key cat
 expect catalog.xml list --depth 2 --values cat
-expect catalog.xml get --attribute Branch cat
-expect catalog.xml set --attribute --dry-run cat
+expect catalog.xml set --create --dry-run cat
 expect catalog.xml set -- cat
-expect '' get catalog.xml Prod
+expect catalog.xml check site-status.xml cat
+expect catalog.xml set a.xml --from cat
+expect 'Network Network/Timeout' get catalog.xml Net
+expect 'Folders/Folder[2]' set catalog.xml Network 5 Fol
+expect '' set catalog.xml Network Net
 expect '' list --depth ''
-expect '' get --attribute ''
-expect '--attribute --all' get catalog.xml --a
+expect '' get --default ''
+expect '--all' get catalog.xml --a
 expect '--encrypted --existing' set --e
-expect '--dry-run' set catalog.xml Network Timeout 5 --d
+expect '--dry-run' set catalog.xml Network/Timeout 5 --d
 expect '' status --dep
 
 # Every option that the help names is offered, and no other.
-for name in get list set check status detect files match; do
+for name in get list set remove check encrypt decrypt status detect files match; do
   COMP_WORDS=(tarvik "$name" -) COMP_CWORD=2
   _tarvik tarvik - $name
   wanted=$(grep --no-filename '^  -' "../tools/help/$name.txt" ../tools/help/options.in | sed -E 's/^  (-[a-z], )?(--?[a-z-]+).*/\2/' | sort)

@@ -12,7 +12,7 @@ write() { # <writer> <command>...
   local writer=$1 number
   shift
   for ((number = 10; number < 10 + sets; ++number)); do
-    "$@" set met.xml R "w$writer.$number" "$number" 2>>errors || { echo "writer $writer could not set $number: $?"; return 1; }
+    "$@" set met.xml "w$writer.$number" "$number" 2>>errors || { echo "writer $writer could not set $number: $?"; return 1; }
   done
 }
 pids=()

@@ -1,0 +1,45 @@
+// Reading FILE: a file, a pipe, or standard input.
+#ifndef TARVIK_TOOLS_INPUT_H
+#define TARVIK_TOOLS_INPUT_H
+
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "host/ostrumxml/document.h"
+#include "host/ostrumxml/file.h"
+
+// A text that is not well-formed, or not valid in its encoding. what() continues the file's name,
+// for example ":2:6: mismatched tag".
+class Damage : public CommandError {
+ public:
+  Damage(int atLine, int atColumn, const std::string& why);
+  const int line, column; // from 1; 0: unknown
+  const std::string reason;
+};
+
+// What converts a file's bytes when they are read or written; null unless FILE is encrypted.
+Ostrum::ByteFilter DecryptionFor(const Options& options);
+Ostrum::ByteFilter EncryptionFor(const Options& options);
+
+// Whether the bytes are those of an encrypted file, by their beginning.
+bool IsEncrypted(const std::string& bytes);
+
+// Whether the file, named in user text, is standard input, a pipe or a character device: it can be
+// read once, and not replaced.
+bool IsStream(const std::string& file);
+
+// All bytes of a file of any kind, as they are. Throws CommandError or Ostrum::ReadFailure.
+std::string ReadBytes(const std::string& file);
+
+// Decrypts and decodes bytes as they are in FILE. Throws Damage, and CommandError for bytes that
+// cannot be decrypted.
+Ostrum::FileText Decode(std::string bytes, const Options& options);
+
+// Throws Damage.
+std::unique_ptr<Ostrum::Document> Parse(std::string utf8);
+
+// The document in FILE, of any kind. Throws as the above do.
+std::unique_ptr<Ostrum::Document> ReadDocument(const Options& options);
+
+#endif
