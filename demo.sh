@@ -26,13 +26,13 @@ show tarvik status site-status.xml
 
 title 'What is in the catalog?'
 show tarvik list catalog.xml --depth 1
-show tarvik list catalog.xml ProductPackage2/LangPackage2 --values
+show tarvik list catalog.xml "'ProductPackage[2]/LangPackage[2]'" --values --attributes
 
-title 'Items, by path, by number, by an attribute filter'
-show tarvik get catalog.xml ProductPackage ProductID
-show tarvik get catalog.xml ProductPackage2/LangPackage2 LangID PackageType
-show tarvik get catalog.xml ProductPackage/LangPackage/ExtraSettings "'Setting&Name=EngineFile'"
-show tarvik get catalog.xml ProductPackage ProductDetection --attribute Branch --all
+title 'Values, by path, by number, by the value of an attribute'
+show tarvik get catalog.xml ProductPackage/ProductID
+show tarvik get catalog.xml "'ProductPackage[2]/LangPackage[last()]/LangID'"
+show tarvik get catalog.xml '"ProductPackage/LangPackage/ExtraSettings/Setting[@Name='"'EngineFile'"']"'
+show tarvik get catalog.xml ProductPackage/ProductDetection/@Branch --all
 
 title 'Ready-made queries: detection entries with their packages, files, the name of a file'
 show tarvik detect catalog.xml
@@ -42,13 +42,17 @@ show tarvik match catalog.xml CATALOG.XML
 
 title 'Setting a value changes one line; quotes, blanks and comments stay'
 cp configuration.xml before.xml
-show tarvik set configuration.xml Network Timeout 30 Proxy/Port 8080
+show tarvik set configuration.xml Network/Timeout 30 "'Folders/Folder[last()+1]'" sent
 show diff before.xml configuration.xml
-show tarvik set configuration.xml Network Time 40 --dry-run
+show tarvik remove configuration.xml Network/Proxy --dry-run
+
+title 'Settings from one file to another, through a pipe'
+show 'tarvik list --json --values configuration.xml Folders | tarvik set --create new.xml /New/@from demo --from -'
+show cat new.xml
 
 title 'The same in an encrypted file'
 show 'head --bytes 4 site-status.encrypted.xml; echo'
-show tarvik set --encrypted site-status.encrypted.xml SiteStatus Status Disabled --attribute
+show tarvik set --encrypted site-status.encrypted.xml @Status Disabled
 show tarvik status --encrypted site-status.encrypted.xml
 
 title 'An error is one line'

@@ -138,7 +138,9 @@ std::vector<Item> ItemsOf(const Options& options) {
 ExitStatus Set(const Options& options) {
   const std::vector<Item> items = ItemsOf(options);
   SetChanges changes(options, items);
-  const Path& first = items.front().path;
-  const bool namesRoot = first.IsAbsolute() && !first.steps.front().HasAnyName();
-  return Apply(changes, options, namesRoot ? first.steps.front().name : "");
+  const auto namesRoot = [](const Item& item) {
+    return item.path.IsAbsolute() && !item.path.steps.front().HasAnyName();
+  };
+  const auto named = std::ranges::find_if(items, namesRoot);
+  return Apply(changes, options, named == items.end() ? "" : named->path.steps.front().name);
 }

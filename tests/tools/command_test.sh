@@ -189,6 +189,7 @@ refused 2 '*exclude each other*' set list.xml --from - --stdin a
 "${command[@]}" list --json --values --attributes configuration.xml Network >input
 expect 0 '' '*new.xml: created Net, Net/Port, Net/@p' set --create new.xml /Config/Net/Port '80 & 90' Net/@p '"'
 expect 0 '' '*new.xml: created *' set --create new.xml --from - /Config/Net/Port 70
+expect 0 '' '*other.xml: created *' set --create other.xml --from - /Config/Net/Port 70
 printf '%s\n' '<?xml version="1.0" encoding="UTF-8"?>' '<Config>' '  <Net p="&quot;">' '    <Port>70</Port>' '  </Net>' \
   "  <Network mode=\"active\" retries=\"3\"><Timeout unit=\"s\">20</Timeout><Proxy><Host>relay.example</Host><Port>3128</Port></Proxy></Network>" \
   '</Config>' | cmp - new.xml || fail "new.xml: $(<new.xml)"
@@ -247,7 +248,7 @@ else
   cmp -s broken.xml secret.xml || fail 'decrypt gives another file'
   refused 2 '*secret.xml: is not encrypted' decrypt secret.xml
 fi
-expect 2 '' '*encrypted.xml: is encrypted; -e opens it' get site-status.encrypted.xml .
+expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' get site-status.encrypted.xml .
 expect 2 '' '*none.key: does not exist' status -e --key-file none.key site-status.encrypted.xml
 expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml site-status.encrypted.xml
 
