@@ -109,7 +109,8 @@ class LockedFile {
   // system's most precise clock.
   //
   // If `access` is null, the new file gets the access of the file found, as far as this process may
-  // give it; if there was none, its owner alone may read and write it. Otherwise it gets `access`,
+  // give it; if there was none, its owner alone may read and write it (on Windows, whoever the
+  // folder names). Otherwise it gets `access`,
   // and of the mode bits only those that the file found has, too. No access is wider than that.
   // Throws if the old owner cannot be kept and would lose access.
   //

@@ -22,25 +22,26 @@ struct HandleCloser {
 using Handle = std::unique_ptr<void, HandleCloser>;
 
 // Calls that fail return either null or INVALID_HANDLE_VALUE.
-inline Handle Own(HANDLE opened) noexcept {
+inline Handle MakeHandle(HANDLE opened) noexcept {
   return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
 }
 
-// Repeats a call that fails because another program is using the file, for up to about a second and
-// a half. Virus scanners, indexers and other writers hold files briefly. False on failure, and
-// GetLastError tells why.
-template <class Call>
-bool OnceItIsFree(Call call) noexcept {
-  constexpr int mostAttempts = 13;
-  constexpr DWORD longestPause = 200; // milliseconds
+// Whether the last call on a file failed because another program is using the file. Access is also
+// denied while a file is being deleted; only the system's inner error tells that from a denial that
+// stays.
+bool IsInUse() noexcept;
+
+// Repeats a call while another program is using the file, for up to about a second and a half.
+// Virus scanners, indexers and other writers hold files briefly. False on failure, and GetLastError
+// tells why.
+template <class Call, class Test>
+bool RetryWhileInUse(Call call, Test isInUse) noexcept {
+  constexpr int maxAttempts = 13;
+  constexpr DWORD maxPause = 200; // milliseconds
   DWORD pause = 5;
-  for (int left = mostAttempts - 1;; --left, pause = std::min(pause * 2, longestPause)) {
+  for (int left = maxAttempts - 1;; --left, pause = std::min(pause * 2, maxPause)) {
     if (call()) return true;
-    const DWORD error = GetLastError();
-    // Access is also denied while a file is being deleted or replaced.
-    const bool isHeld = error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
-                        error == ERROR_ACCESS_DENIED;
-    if (!isHeld || left == 0) return false;
+    if (left == 0 || !isInUse()) return false;
     ::Sleep(pause);
   }
 }
@@ -51,14 +52,14 @@ inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
 }
 
-// Opens a file, or a folder if the flags allow it, without excluding other programs. Null on
-// failure, and GetLastError tells why.
+// Open a file, or a folder if the flags allow it, without excluding other programs. The first tries
+// once, the second waits for programs that hold the file. Null on failure, and GetLastError tells
+// why.
+Handle TryOpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noexcept;
 
-// What a new file gets from the one that it replaces, or from one that has vanished.
-struct Access {
-  DWORD attributes = 0;
-};
+// What an opening that failed with this error means.
+ReadStatus OpeningStatus(DWORD error) noexcept;
 
 struct FileStatus {
   BY_HANDLE_FILE_INFORMATION file{};
@@ -66,14 +67,17 @@ struct FileStatus {
 };
 
 // False if it is not a disk file or the status cannot be read, and GetLastError tells why.
-bool AskStatus(const Handle& file, FileStatus& status) noexcept;
+bool QueryStatus(const Handle& file, FileStatus& status) noexcept;
 
 // In units of 100 nanoseconds since 1601, as in file times, from the system's most precise clock.
 std::int64_t CurrentTime() noexcept;
 
-// stampedAt: the modification time that was set, if any.
-// Throws std::bad_alloc.
-FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt = std::nullopt);
+FileIdentity IdentityOf(const FileStatus& status) noexcept;
+
+// `file` must be open with the right to read its access list. stampedAt: the modification time that
+// was set, if any. Throws std::bad_alloc.
+FileState StateOf(const Handle& file, const FileStatus& status,
+                  std::optional<std::int64_t> stampedAt = std::nullopt);
 
 // Reads from the current position to the end.
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,

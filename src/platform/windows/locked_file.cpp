@@ -4,10 +4,9 @@
 
 #include <cassert>
 #include <cwchar>
-#include <vector>
 
 #include "platform/file_parts.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/temporary_file.h"
 
 namespace platform {
 namespace {
@@ -47,18 +46,16 @@ std::wstring FollowLinks(const std::wstring& name) {
 }
 
 // Ignores case, as file names do.
-std::uint64_t HashName(std::wstring name) noexcept {
+std::uint64_t HashFolded(std::wstring name) noexcept {
   const auto size = static_cast<int>(name.size());
   LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), size, name.data(), size,
                 nullptr, nullptr, 0);
-  std::uint64_t hash = 14'695'981'039'346'656'037U; // FNV-1a
-  for (const wchar_t character : name) hash = (hash ^ character) * 1'099'511'628'211U;
-  return hash;
+  return HashName(std::wstring_view(name));
 }
 
 // A mutex for all sessions and users, who may wait for it and release it, even at low integrity. A
 // sandboxed process may not use global names and gets a mutex for its session.
-Handle OpenMutexOf(const std::wstring& fileName) {
+Handle OpenMutexOf(std::uint64_t hash) {
   constexpr DWORD access = SYNCHRONIZE | MUTEX_MODIFY_STATE;
   static_assert(access == 0x100001, "as in the descriptor below");
   SECURITY_ATTRIBUTES forAll{sizeof forAll, nullptr, FALSE};
@@ -70,7 +67,7 @@ Handle OpenMutexOf(const std::wstring& fileName) {
   const std::unique_ptr<void, decltype(&LocalFree)> descriptor(forAll.lpSecurityDescriptor,
                                                                &LocalFree);
   wchar_t name[48];
-  std::swprintf(name, std::size(name), L"Global\\tarvik-%016llx", HashName(fileName));
+  std::swprintf(name, std::size(name), L"Global\\tarvik-%016llx", hash);
   Handle mutex(CreateMutexExW(&forAll, name, 0, access));
   if (!mutex && GetLastError() == ERROR_ACCESS_DENIED) {
     mutex.reset(CreateMutexExW(&forAll, std::wcschr(name, L't'), 0, access));
@@ -88,8 +85,8 @@ struct MutexReleaser {
 using HeldMutex = std::unique_ptr<void, MutexReleaser>;
 
 // Locks the file against others that do the same.
-HeldMutex LockOut(const std::wstring& fileName, Deadline deadline) {
-  Handle mutex = OpenMutexOf(fileName);
+HeldMutex AcquireLock(std::uint64_t hash, Deadline deadline) {
+  Handle mutex = OpenMutexOf(hash);
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
   const DWORD result =
@@ -102,114 +99,23 @@ HeldMutex LockOut(const std::wstring& fileName, Deadline deadline) {
   return HeldMutex(mutex.release());
 }
 
-bool VanishWhenClosed(const Handle& file, bool vanish) noexcept {
-  FILE_DISPOSITION_INFO disposition{vanish};
-  return SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition,
-                                    sizeof disposition);
-}
-
-// A file that gets its final name when it is complete, and is removed otherwise. Every operation
-// throws std::system_error or std::bad_alloc.
-class TemporaryFile {
- public:
-  // Creates a file in the folder, whose name ends in a separator, with those attributes that must
-  // be set at creation.
-  TemporaryFile(std::wstring_view folder, DWORD attributes) {
-    const std::string own = TemporaryName();
-    name.append(folder).append(own.begin(), own.end());
-    constexpr DWORD access = GENERIC_WRITE | DELETE | WRITE_DAC;
-    const DWORD known = FILE_ATTRIBUTE_NORMAL | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
-    file = Own(CreateFileW(name.c_str(), access, 0, nullptr, CREATE_NEW, known, nullptr));
-    if (!file) ThrowSystemFailure("cannot create a temporary file in the folder");
-    VanishWhenClosed(file, true); // even if the process is killed
-  }
-  ~TemporaryFile() {
-    if (name.empty()) return;
-    file.reset();
-    DeleteFileW(name.c_str()); // in case closing did not remove it
-  }
-  TemporaryFile(TemporaryFile&&) = delete;
-
-  void TakeOverAccessList(const Handle& original) {
-    constexpr SECURITY_INFORMATION accessList = DACL_SECURITY_INFORMATION;
-    DWORD size = 0;
-    GetKernelObjectSecurity(original.get(), accessList, nullptr, 0, &size);
-    if (size == 0) return; // the file system has no access lists
-    std::vector<unsigned char> descriptor(size);
-    bool isTaken =
-        GetKernelObjectSecurity(original.get(), accessList, descriptor.data(), size, &size);
-    // Inherited entries keep following the folder.
-    SetSecurityDescriptorControl(descriptor.data(), SE_DACL_AUTO_INHERIT_REQ,
-                                 SE_DACL_AUTO_INHERIT_REQ);
-    isTaken = isTaken && SetKernelObjectSecurity(file.get(), accessList, descriptor.data());
-    if (!isTaken) ThrowSystemFailure("cannot take over the file's access list");
-  }
-
-  void Write(std::string_view bytes) {
-    constexpr std::size_t longestPiece = std::size_t{1} << 30;
-    while (!bytes.empty()) {
-      const auto piece = static_cast<DWORD>(std::min(bytes.size(), longestPiece));
-      DWORD count = 0;
-      if (!WriteFile(file.get(), bytes.data(), piece, &count, nullptr))
-        ThrowSystemFailure("cannot write");
-      if (count == 0) ThrowSystemFailure("cannot write", ERROR_DISK_FULL);
-      bytes.remove_prefix(count);
-    }
-  }
-
-  // Sets the file's times and attributes, flushes it, and gives it the name `target`. Returns the
-  // file's state, or nothing if the name is in use and `replaces` is false. creationTime 0: now.
-  //
-  // ReplaceFile is not used, because it removes the old file before the new one has its name: a
-  // crash in between leaves none.
-  std::optional<FileState> Name(const std::wstring& target, bool replaces,
-                                LARGE_INTEGER creationTime, DWORD attributes) {
-    constexpr DWORD settable = FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_HIDDEN |
-                               FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
-    FILE_BASIC_INFO basic{};
-    basic.CreationTime = creationTime;
-    basic.LastWriteTime.QuadPart = CurrentTime();
-    basic.FileAttributes = attributes & settable;
-    if (basic.FileAttributes == 0) basic.FileAttributes = FILE_ATTRIBUTE_NORMAL;
-    if (!SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic)) {
-      ThrowSystemFailure("cannot take over the file's attributes");
-    }
-    if (!FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
-
-    VanishWhenClosed(file, false);
-    // A second handle for the state, which does not exclude other programs.
-    const Handle named = OpenExisting(name, FILE_READ_ATTRIBUTES);
-    FileStatus status;
-    AskStatus(named, status);
-    const DWORD volume =
-        status.file.dwVolumeSerialNumber; // Wine forgets it when the file is renamed
-    file.reset();
-    const DWORD flags = MOVEFILE_WRITE_THROUGH | (replaces ? MOVEFILE_REPLACE_EXISTING : 0);
-    if (!OnceItIsFree([&] { return MoveFileExW(name.c_str(), target.c_str(), flags); })) {
-      if (!replaces &&
-          (GetLastError() == ERROR_ALREADY_EXISTS || GetLastError() == ERROR_FILE_EXISTS))
-        return {};
-      ThrowSystemFailure("cannot replace the file");
-    }
-    name.clear();
-    if (!AskStatus(named, status)) return FileState();
-    status.file.dwVolumeSerialNumber = volume;
-    return StateOf(status, basic.LastWriteTime.QuadPart);
-  }
-
- private:
-  std::wstring name; // empty once it is the final one
-  Handle file;       // while it is open, closing it removes the file
-};
-
 } // namespace
 
 struct LockedFile::System {
-  std::wstring name; // with all links resolved
+  std::wstring name;      // with all links resolved
+  std::uint64_t hash = 0; // of the name
   HeldMutex mutex;
   Handle original; // null if there is no file
   FileStatus status;
   std::optional<FileState> state;
+
+  // Whether the name still leads to the file as it was found, or still to none.
+  bool IsUnchanged() const {
+    const Handle now = OpenExisting(name, FILE_READ_ATTRIBUTES);
+    if (!now) return !state && GetLastError() == ERROR_FILE_NOT_FOUND;
+    FileStatus found;
+    return state && QueryStatus(now, found) && IdentityOf(found) == state->identity;
+  }
 };
 
 LockedFile::LockedFile(const FileName& name, Deadline deadline)
@@ -218,21 +124,21 @@ LockedFile::LockedFile(const FileName& name, Deadline deadline)
   do {
     system->mutex.reset();
     system->name = FollowLinks(name.native());
-    system->mutex = LockOut(system->name, deadline);
+    system->hash = HashFolded(system->name);
+    system->mutex = AcquireLock(system->hash, deadline);
   } while (FollowLinks(name.native()) != system->name);
 
   Handle& file = system->original;
   file = OpenExisting(system->name, GENERIC_READ);
   if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) return;
   if (!file) ThrowSystemFailure("cannot read the file");
-  if (!AskStatus(file, system->status))
-    ThrowSystemFailure("cannot replace what is no regular file");
+  if (!QueryStatus(file, system->status)) ThrowSystemFailure("the file is not a regular file");
   if ((system->status.basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
     ThrowSystemFailure("the file is read-only", ERROR_ACCESS_DENIED);
   }
   // A rename would check only the right to delete the file.
   if (!OpenExisting(system->name, GENERIC_WRITE)) ThrowSystemFailure("cannot write the file");
-  system->state = StateOf(system->status);
+  system->state = StateOf(file, system->status);
 }
 
 LockedFile::~LockedFile() = default;
@@ -245,23 +151,27 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
 }
 
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access* access) {
-  Handle& original = system->original;
-  const FILE_BASIC_INFO& old = system->status.basic;
-  const bool replaces = original != nullptr;
-  DWORD attributes = old.FileAttributes;
-  if (!replaces && access != nullptr) attributes = access->attributes;
-  TemporaryFile made(FolderPart(system->name), attributes);
+  const bool replaces = system->original != nullptr;
+  if (access == nullptr && replaces) access = system->state->access.get();
+  const Access wanted = access != nullptr ? *access : Access();
+  TemporaryFile made(FolderPart(system->name), system->hash, wanted.attributes);
   // First, so that only those who could read the old content can read the new.
-  if (replaces) made.TakeOverAccessList(original);
+  made.SetAccessList(wanted.accessList);
   for (const std::string_view piece : pieces) made.Write(piece);
-  original.reset(); // an open file could not be replaced
-  const std::optional<FileState> named =
-      made.Name(system->name, replaces, old.CreationTime, attributes);
-  if (named) system->state = named;
-  return named.has_value();
+  made.Finish(system->status.basic.CreationTime);
+  // While the flush ran, a program that takes no lock may have changed the file.
+  if (!system->IsUnchanged() || !made.RenameTo(system->name, replaces, system->original))
+    return false;
+  system->original.reset();
+  system->state = made.State();
+  return true;
 }
 
-// MOVEFILE_WRITE_THROUGH makes the rename return when it is on the disk.
-void LockedFile::FlushFolder() const {}
+// Flushing a file also flushes the record of its name, and there is no call for folders. Another
+// program may hold the new file already.
+void LockedFile::FlushFolder() const {
+  const Handle file = TryOpenExisting(system->name, GENERIC_WRITE);
+  if (file && !FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
+}
 
 } // namespace platform

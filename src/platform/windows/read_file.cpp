@@ -1,21 +1,40 @@
+#include <windows.h>
+// After windows.h, which it needs.
+#include <winternl.h>
+
 #include <chrono>
 
 #include "platform/file_parts.h"
-#include "platform/windows/handle.h"
+#include "platform/windows/access.h"
+
+// Missing in the compiler's headers.
+extern "C" NTSYSAPI NTSTATUS NTAPI RtlGetLastNtStatus();
 
 namespace platform {
 namespace {
 
 constexpr std::int64_t second = 10'000'000;
-constexpr DWORD directoryNotSupported = 336; // missing in the compiler's headers
 
-ReadStatus StatusOf(DWORD error) noexcept {
-  const bool isMissing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
-                         error == ERROR_INVALID_DRIVE || error == ERROR_INVALID_NAME;
+// Folder, drive, server, share and names that cannot exist included.
+constexpr DWORD missingErrors[] = {
+    ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_DRIVE, ERROR_BAD_NETPATH,
+    ERROR_BAD_NET_NAME,   ERROR_INVALID_NAME,   ERROR_BAD_PATHNAME,  ERROR_FILENAME_EXCED_RANGE};
+
+constexpr auto deletePending = static_cast<NTSTATUS>(0xC0000056); // STATUS_DELETE_PENDING
+
+} // namespace
+
+ReadStatus OpeningStatus(DWORD error) noexcept {
+  const bool isMissing = std::find(std::begin(missingErrors), std::end(missingErrors), error) !=
+                         std::end(missingErrors);
   return isMissing ? ReadStatus::Missing : ReadStatus::Unreadable;
 }
 
-} // namespace
+bool IsInUse() noexcept {
+  const DWORD error = GetLastError();
+  return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+         (error == ERROR_ACCESS_DENIED && RtlGetLastNtStatus() == deletePending);
+}
 
 // Adds the prefix that lifts the limit of 260 characters, which absolute names only can have.
 // Device names have another one.
@@ -30,22 +49,25 @@ FileName AbsoluteFileName(const char*, const wchar_t* wide) {
   return L"\\\\?\\" + full;
 }
 
-Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcept {
+Handle TryOpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcept {
   constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return MakeHandle(
+      CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
+}
+
+Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcept {
   Handle file;
-  OnceItIsFree([&] {
-    file = Own(CreateFileW(name.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
-    if (file || GetLastError() != ERROR_ACCESS_DENIED) return file != nullptr;
-    // Retrying is pointless for a folder.
-    SetLastError(HasAttribute(name, FILE_ATTRIBUTE_DIRECTORY) ? directoryNotSupported
-                                                              : ERROR_ACCESS_DENIED);
-    return false;
-  });
+  RetryWhileInUse(
+      [&] {
+        file = TryOpenExisting(name, access, flags);
+        return file != nullptr;
+      },
+      IsInUse);
   return file;
 }
 
 // A pipe or a console has no identity, and reading it could block forever.
-bool AskStatus(const Handle& file, FileStatus& status) noexcept {
+bool QueryStatus(const Handle& file, FileStatus& status) noexcept {
   if (GetFileType(file.get()) != FILE_TYPE_DISK) {
     SetLastError(ERROR_NOT_SUPPORTED);
     return false;
@@ -64,15 +86,26 @@ std::int64_t CurrentTime() noexcept {
 }
 
 // On ReFS two files can have the same 64-bit number, but hardly the same size and times as well.
-FileState StateOf(const FileStatus& status, std::optional<std::int64_t> stampedAt) {
+FileIdentity IdentityOf(const FileStatus& status) noexcept {
   const auto join = [](DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
   };
   const BY_HANDLE_FILE_INFORMATION& file = status.file;
-  FileState state{{file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
-                   join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
-                   status.basic.ChangeTime.QuadPart},
-                  std::make_shared<const Access>(Access{file.dwFileAttributes})};
+  FileIdentity identity;
+  identity.device = file.dwVolumeSerialNumber;
+  identity.number = join(file.nFileIndexHigh, file.nFileIndexLow);
+  identity.size = join(file.nFileSizeHigh, file.nFileSizeLow);
+  identity.modified = status.basic.LastWriteTime.QuadPart;
+  identity.changed = status.basic.ChangeTime.QuadPart;
+  return identity;
+}
+
+FileState StateOf(const Handle& file, const FileStatus& status,
+                  std::optional<std::int64_t> stampedAt) {
+  FileState state;
+  state.identity = IdentityOf(status);
+  state.access =
+      std::make_shared<const Access>(Access{status.file.dwFileAttributes, ReadAccessList(file)});
   state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
   state.isYoung = IsYoung(state.identity, CurrentTime(), second);
   return state;
@@ -83,20 +116,20 @@ ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_
   const auto readSome = [&file](char* buffer, DWORD size) {
     DWORD count = 0;
     // Part of a file may be locked.
-    const bool isRead =
-        OnceItIsFree([&] { return ReadFile(file.get(), buffer, size, &count, nullptr); });
+    const bool isRead = RetryWhileInUse(
+        [&] { return ReadFile(file.get(), buffer, size, &count, nullptr); }, IsInUse);
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
-  return ReadToEnd(readSome, StateOf(status).identity.size, limit, bytes);
+  return ReadToEnd(readSome, IdentityOf(status).size, limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
                          FileState& state) {
   const Handle file = OpenExisting(name.native(), GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
-  if (!file) return StatusOf(GetLastError());
+  if (!file) return OpeningStatus(GetLastError());
   FileStatus status;
-  if (!AskStatus(file, status)) return ReadStatus::Unreadable;
-  state = StateOf(status);
+  if (!QueryStatus(file, status)) return ReadStatus::Unreadable;
+  state = StateOf(file, status);
   return ReadOpenFile(file, status, limit, bytes);
 }
 
