@@ -46,7 +46,7 @@ constexpr Unsupported unsupportedNames[] = {
 
 std::string WithoutBlanks(std::string_view text) {
   std::string result(text);
-  std::erase_if(result, Ostrum::IsBlank);
+  std::erase_if(result, Ostrum::IsWhiteSpace);
   return result;
 }
 
@@ -170,8 +170,8 @@ class PathParser {
       Refuse('[' + std::string(predicate) + "] is not supported; a filter is [@name='value']");
     }
     std::string_view value = predicate.substr(equals + 1);
-    while (!value.empty() && Ostrum::IsBlank(value.front())) value.remove_prefix(1);
-    while (!value.empty() && Ostrum::IsBlank(value.back())) value.remove_suffix(1);
+    while (!value.empty() && Ostrum::IsWhiteSpace(value.front())) value.remove_prefix(1);
+    while (!value.empty() && Ostrum::IsWhiteSpace(value.back())) value.remove_suffix(1);
     const bool isQuoted = value.size() >= 2 && (value[0] == '\'' || value[0] == '"') &&
                           value.find(value[0], 1) == value.size() - 1;
     if (!isQuoted) Refuse("the value must be quoted, and nothing follow it: [@" + name + "='...']");
