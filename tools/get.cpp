@@ -68,7 +68,8 @@ ExitStatus Get(const Options& options) {
   if (options.json) {
     PrintJson(answers.values);
   } else {
-    const std::string_view end("\0\n" + (options.endsWithZero ? 0 : 1), 1);
+    std::string_view end("\n");
+    if (options.endsWithZero) end = std::string_view("\0", 1);
     for (const std::string& value : answers.values) Print(value, end);
   }
   return ExitStatus::Found;

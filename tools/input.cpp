@@ -43,7 +43,8 @@ std::string ReadBytes(const std::string& file) {
 }
 
 Ostrum::FileText Decode(std::string bytes, const Options& options) {
-  if (!options.encrypted && IsEncrypted(bytes)) throw CommandError("is encrypted; --encrypted opens it");
+  if (!options.encrypted && IsEncrypted(bytes))
+    throw CommandError("is encrypted; --encrypted opens it");
   try {
     return Ostrum::DecodeBytes(std::move(bytes), DecryptionFor(options));
   } catch (const Ostrum::ReadFailure& failure) {

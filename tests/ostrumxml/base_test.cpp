@@ -85,7 +85,7 @@ TEST(Markup, PiecesOfContent) {
 
 // Eight bytes are checked at a time, so every position is tried.
 TEST(Markup, TextThatNeedsNoDecoding) {
-  for (const std::size_t size : {1, 7, 8, 9, 20}) {
+  for (const std::size_t size : {1U, 7U, 8U, 9U, 20U}) {
     for (std::size_t place = 0; place < size; ++place) {
       for (const char character : "&<\x1F\n %=\x7F\x80\xFF"s) {
         std::string text(size, 'a');
