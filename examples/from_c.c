@@ -48,7 +48,7 @@ int main(int argumentCount, char** arguments) {
   CorekitSetLogSink(PrintLine, stderr);
 
   uint32_t code = InitXMLList(&list);
-  if (code == XmlSuccess) code = OpenXML(list, arguments[1], 0, 0, &cookie);
+  if (code == XmlSuccess) code = OpenXML(list, arguments[1], XmlOpenAtOnce, 0, &cookie);
   if (code == XmlSuccess) code = PrintFolders(list, cookie);
   if (code == XmlSuccess) code = PrintTimeout(list, cookie);
   if (code == XmlSuccess) code = SetXMLItem(list, cookie, "Network", "Timeout", "ELEMENT", "30"); // saves the file

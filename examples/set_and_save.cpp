@@ -42,7 +42,8 @@ int main(int argumentCount, char** arguments) {
 
   const FileList files;
   std::uint32_t cookie = 0;
-  if (const auto code = OpenXML(files.list, arguments[1], 0, 0, &cookie); code != XmlSuccess) {
+  if (const auto code = OpenXML(files.list, arguments[1], XmlOpenAtOnce, 0, &cookie);
+      code != XmlSuccess) {
     std::fprintf(stderr, "%s: not opened (%u)\n", arguments[1], code);
     return 2;
   }

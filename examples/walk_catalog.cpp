@@ -37,7 +37,7 @@ int main(int argumentCount, char** arguments) {
   XmlFileList* list = nullptr;
   std::uint32_t cookie = 0;
   if (InitXMLList(&list) != XmlSuccess) return 2;
-  const auto code = OpenXML(list, arguments[1], 0, 0, &cookie);
+  const auto code = OpenXML(list, arguments[1], XmlOpenAtOnce, 0, &cookie);
   if (code == XmlSuccess) {
     PrintPairs(list, cookie);
     PrintFiles(list, cookie);

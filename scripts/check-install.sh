@@ -26,7 +26,8 @@ run_examples() ( # <folder with the built examples>
   ./read_configuration configuration.xml >printed
   expect printed <<'END'
 name: Pier 7 & yard
-timeout: 20 s
+timeout: 20
+unit: s
 folder: inbox
 folder: outbox
 folder: archive

@@ -72,6 +72,16 @@ check_console() { # <block>: runs its commands and compares with the block
   tail -n +2 "$1" | diff - "$work/printed"
 }
 
+# What it prints, then its errors, is standard input.
+check_example() { # <program in examples/> <argument>...
+  c++ -std=c++17 -Wall -Wextra -Werror -I"$source/include" "examples/$1" -o "$work/example" \
+    -L"$build/lib" -ltarvik -lcorekit -Wl,-rpath,"$build/lib" || return 1
+  rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
+  (cd "$work/run" && "$work/example" "${@:2}" >"$work/printed" 2>"$work/errors" </dev/null) || true
+  cat >"$work/expected"
+  cat "$work/printed" "$work/errors" | diff "$work/expected" -
+}
+
 check_csharp() {
   mcs -warnaserror -out:"$work/from_csharp.exe" examples/from_csharp.cs || return 1
   rm -rf "$work/run" && cp -r "$source/examples" "$work/run"
@@ -93,6 +103,24 @@ fail() { failed=1; echo "FAILED: $(basename "$1")"; } # <block>
 for block in "$work"/blocks/*.cpp; do check_program "$block" || fail "$block"; done
 for block in "$work"/blocks/*.python; do check_script "$block" || fail "$block"; done
 for block in "$work"/blocks/*.console; do check_console "$block" || fail "$block"; done
+check_example first_program.cpp <<'END' || fail first_program.cpp
+HARBOR-SCAN 8.4.1.207
+HARBOR-GATE 3.2.0.88
+HARBOR-DESK 1.7.3.5
+published 20240918.1
+END
+check_example merge_settings.cpp configuration.xml berth.xml none.xml <<'END' || fail merge_settings.cpp
+Network\Timeout = 35 (berth.xml)
+Network\Proxy\Port = 8443 (berth.xml)
+log: none.xml: does not exist
+none.xml: no such file
+END
+check_example functions_demo.cpp configuration.xml <<<'0 Pier 7 & yard' || fail functions_demo.cpp
+check_example read_configuration.cpp berth.xml <<'END' || fail read_configuration.cpp
+name is not set
+timeout: 35
+unit: s
+END
 if [[ -x $(command -v mcs) ]]; then
   check_csharp || fail from_csharp.cs
   check_powershell || fail from_powershell.ps1
