@@ -15,17 +15,19 @@ std::string JsonOf(const std::string& file, int line, int column, const std::str
 }
 
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const Options& options, std::vector<std::string>& results) try {
-  ReadDocument(options);
-  results.push_back(JsonOf(options.shownFile, 0, 0, ""));
-  return ExitStatus::Found;
-} catch (const Damage& damage) {
-  results.push_back(JsonOf(options.shownFile, damage.line, damage.column, damage.reason));
-  PrintMessage(AfterFile(options.shownFile, damage.what()));
-  return ExitStatus::NothingFound;
-} catch (const std::exception& failure) {
-  PrintMessage(AfterFile(options.shownFile, failure.what()));
-  return ExitStatus::Failed;
+ExitStatus CheckOne(const Options& options, std::vector<std::string>& results) {
+  try {
+    ReadDocument(options);
+    results.push_back(JsonOf(options.shownFile, 0, 0, ""));
+    return ExitStatus::Found;
+  } catch (const Damage& damage) {
+    results.push_back(JsonOf(options.shownFile, damage.line, damage.column, damage.reason));
+    PrintMessage(AfterFile(options.shownFile, damage.what()));
+    return ExitStatus::NothingFound;
+  } catch (const std::exception& failure) {
+    PrintMessage(AfterFile(options.shownFile, failure.what()));
+    return ExitStatus::Failed;
+  }
 }
 
 } // namespace

@@ -19,6 +19,11 @@ bool PassesFilter(const Element& element, const Step& step) {
   return !attribute.IsNull() && attribute.GetValue() == step.value;
 }
 
+std::size_t HashOf(const Ostrum::Attribute& attribute) {
+  std::string scratch;
+  return std::hash<std::string_view>()(attribute.GetValue(scratch));
+}
+
 void SetDirectly(Element element, std::string_view name, std::string_view value) {
   Ostrum::Attribute attribute = element.GetAttribute(name);
   if (attribute.IsNull()) attribute = element.CreateAttribute(name);
@@ -75,7 +80,7 @@ Element Matcher::RootFor(const Step& step) const {
 // The n-th child with the step's name and filter, whatever its position says.
 Element Matcher::Nth(Element parent, const Step& step, std::uint32_t n) {
   if (!step.key.empty()) {
-    const std::span<const Element> matching = WithKey(parent, step);
+    const std::vector<Element>& matching = WithKey(parent, step);
     return n >= 1 && n <= matching.size() ? matching[n - 1] : Element();
   }
   if (step.HasAnyName()) return parent.NthChild(NameMatch::Prefix, "", n);
@@ -90,21 +95,30 @@ std::uint32_t Matcher::Count(Element parent, const Step& step) {
   return count;
 }
 
-void Matcher::Index::Add(const Ostrum::Attribute& attribute, Element element) {
-  std::string scratch;
-  if (!attribute.IsNull())
-    elements[std::pmr::string(attribute.GetValue(scratch))].push_back(element);
-}
-
-std::span<const Element> Matcher::WithKey(Element parent, const Step& step) {
+Matcher::Index& Matcher::IndexFor(Element parent, const Step& step) {
   const auto [entry, isNew] = indexes.try_emplace({parent, step.name, step.key});
   Index& index = entry->second;
-  for (auto child = parent.Begin(); isNew && !(child == parent.End()); ++child) {
-    if (HasName(*child, step)) index.Add(child->GetAttribute(step.key), *child);
+  if (!isNew) return index;
+  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
+    const Ostrum::Attribute attribute = child->GetAttribute(step.key);
+    if (HasName(*child, step) && !attribute.IsNull()) index.emplace_back(HashOf(attribute), *child);
   }
-  const auto found = index.elements.find(std::pmr::string(step.value));
-  if (found == index.elements.end()) return {};
-  return found->second;
+  std::ranges::sort(index);
+  return index;
+}
+
+const std::vector<Element>& Matcher::WithKey(Element parent, const Step& step) {
+  Key key{parent, step.name, step.key};
+  if (key == lastKey && step.value == lastValue) return lastMatching;
+  const std::size_t hash = std::hash<std::string_view>()(step.value);
+  lastMatching.clear();
+  for (const auto& [same, element] :
+       std::ranges::equal_range(IndexFor(parent, step), hash, {}, &Index::value_type::first)) {
+    if (PassesFilter(element, step)) lastMatching.push_back(element);
+  }
+  lastKey = std::move(key);
+  lastValue = step.value;
+  return lastMatching;
 }
 
 Element Matcher::Add(Element parent, const Step& step) {
@@ -113,13 +127,18 @@ Element Matcher::Add(Element parent, const Step& step) {
   if (!step.key.empty()) SetDirectly(child, step.key, step.value);
   for (auto entry = indexes.lower_bound({parent, {}, {}});
        entry != indexes.end() && entry->first.parent == parent; ++entry) {
-    const auto& [indexed, name, key] = entry->first;
-    if (name == "*" || name == step.name) entry->second.Add(child.GetAttribute(key), child);
+    const Ostrum::Attribute attribute = child.GetAttribute(entry->first.attribute);
+    const bool isWanted = entry->first.name == "*" || entry->first.name == step.name;
+    if (!isWanted || attribute.IsNull()) continue;
+    const Index::value_type added(HashOf(attribute), child);
+    entry->second.insert(std::ranges::upper_bound(entry->second, added), added);
   }
+  lastKey = {};
   return child;
 }
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   SetDirectly(element, name, value);
+  lastKey = {};
   std::erase_if(indexes, [name](const auto& entry) { return entry.first.attribute == name; });
 }

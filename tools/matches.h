@@ -3,7 +3,6 @@
 #define TARVIK_TOOLS_MATCHES_H
 
 #include <map>
-#include <memory_resource>
 #include <span>
 #include <string>
 #include <unordered_map>
@@ -49,20 +48,22 @@ class Matcher {
     std::string name, attribute;
     auto operator<=>(const Key&) const = default;
   };
-  // Elements by their attributes' values, in memory that is released as a whole.
-  struct Index {
-    std::pmr::monotonic_buffer_resource memory;
-    std::pmr::unordered_map<std::pmr::string, std::pmr::vector<Element>> elements{&memory};
-    void Add(const Ostrum::Attribute& attribute, Element element);
-  };
+  // The elements that have the attribute, sorted by the hashes of their values, those of one hash
+  // in document order.
+  using Index = std::vector<std::pair<std::size_t, Element>>;
 
-  std::span<const Element> WithKey(Element parent, const Step& step);
+  Index& IndexFor(Element parent, const Step& step);
+  const std::vector<Element>& WithKey(Element parent, const Step& step);
   Element Nth(Element parent, const Step& step, std::uint32_t n);
   Element RootFor(const Step& step) const;
   Element Next(const Place& place, const Step& step, std::uint32_t n, Matches& matches);
 
   Element root;
   std::map<Key, Index> indexes;
+  // The last search by key.
+  Key lastKey;
+  std::string lastValue;
+  std::vector<Element> lastMatching;
 };
 
 #endif

@@ -148,6 +148,7 @@ std::string Listed(const std::vector<std::string>& items) {
 }
 
 std::string AfterFile(std::string_view shownFile, std::string_view text) {
+  if (shownFile.empty()) return std::string(text);
   return std::string(shownFile).append(text.starts_with(':') ? "" : ": ").append(text);
 }
 

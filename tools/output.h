@@ -34,7 +34,8 @@ void PrintHeader(const Row& names);
 inline constexpr std::size_t maxListed = 10;
 std::string Listed(const std::vector<std::string>& items);
 
-// A line about a file: its name and the text, which may begin with a place such as ":2:6".
+// A line about a file: its name, if there is one, and the text, which may begin with a place such
+// as ":2:6".
 std::string AfterFile(std::string_view shownFile, std::string_view text);
 
 // Prints a line on standard error, with the command's name in front.

@@ -108,12 +108,14 @@ std::string ValueFromInput() {
   return *std::move(utf8);
 }
 
-void AppendFromJson(const std::string& file, std::vector<Item>& items) try {
-  for (const auto& [path, value] : ParseJsonObject(ReadBytes(file))) Append(items, path, value);
-} catch (const UsageError&) {
-  throw;
-} catch (const std::exception& reason) {
-  throw UsageError("--from: " + std::string(reason.what()));
+void AppendFromJson(const std::string& file, std::vector<Item>& items) {
+  try {
+    for (const auto& [path, value] : ParseJsonObject(ReadBytes(file))) Append(items, path, value);
+  } catch (const UsageError&) {
+    throw;
+  } catch (const std::exception& reason) {
+    throw UsageError("--from: " + std::string(reason.what()));
+  }
 }
 
 // Paths and values, those of --from first.

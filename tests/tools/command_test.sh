@@ -290,7 +290,7 @@ expect 2 '' 'tarvik: --depth: a value is required (see tarvik list --help)' list
 expect 2 '' '*-x: no such option; use -- before a value that begins with - (see tarvik set --help)' set none.xml a -x
 expect 2 '' '*--key-file requires -e*' get none.xml a --key-file key
 expect 2 '' '*standard input has no name (see tarvik match --help)' match - a
-expect 2 '' '*: no such command (see tarvik help)' help nothing
+expect 2 '' '*: no such command (see tarvik help --help)' help nothing
 expect 0 '' '' set list.xml a -- -x
 expect 0 -x '' get list.xml a
 
