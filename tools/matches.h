@@ -46,7 +46,7 @@ class Matcher {
   struct Key {
     Element parent;
     std::string name, attribute;
-    auto operator<=>(const Key&) const = default;
+    auto operator<=>(const Key&) const = default; // NOLINT(modernize-use-nullptr): misread
   };
   // The elements that have the attribute, sorted by the hashes of their values, those of one hash
   // in document order.

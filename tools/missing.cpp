@@ -27,7 +27,7 @@ std::string WhyNoChild(const Element& parent, const Step& step, const std::strin
                        Matcher& matcher) {
   const std::uint32_t count = matcher.Count(parent, step);
   if (count > 0) return in + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
-  const std::string why = "no element " + step.text + " in " + in;
+  std::string why = "no element " + step.text + " in " + in;
   if (step.HasAnyName() || parent.CountChildren(step.name) > 0) return why;
   if (in == step.name) return why + "; the root itself is /" + step.name;
   const std::string number = MisreadNumber(parent, step.name);

@@ -161,6 +161,7 @@ ExitStatus Files(const Options& options) {
   std::vector<FileListEntry> files;
   const bool isWhole = Succeeded(GetFileList(file.List(), file.Cookie(), &files));
   std::vector<Row> rows;
+  rows.reserve(files.size());
   for (const auto& [name, hash] : files) rows.push_back({WithoutPart(name), WithoutPart(hash)});
   if (rows.empty()) Note(options, "no file with Name and Hash in the first language package");
   const ExitStatus status = PrintRows(options, {"name", "hash"}, rows);

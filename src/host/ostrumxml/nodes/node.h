@@ -30,7 +30,7 @@ class Element {
   Element(IndexedDocument& document, std::uint32_t number) noexcept
       : document(&document), number(number) {}
   // Siblings are in document order.
-  auto operator<=>(const Element&) const = default;
+  auto operator<=>(const Element&) const = default; // NOLINT(modernize-use-nullptr): misread
 
   bool IsNull() const noexcept { return number == 0; }
   // Lives as long as the document.
