@@ -204,7 +204,7 @@ TEST_F(Objects, WriteWhatTheyReadBack) {
   document.Set("", "string", std::string("s"));
   document.Set("New", "double", 0.1);
   document.Set("New", "least", std::numeric_limits<std::int64_t>::min());
-  document.Set("New", "huge", std::numeric_limits<long double>::max());
+  document.Set("New", "huge", std::numeric_limits<double>::max());
   document.Set("New", "flag", true);
   document.Set("R", "empty", "");
   document.SetAttribute("New\\flag", "since", 2024U);
@@ -216,7 +216,7 @@ TEST_F(Objects, WriteWhatTheyReadBack) {
             "pa<bwhs");
   EXPECT_EQ(made.Get<double>("double"), 0.1);
   EXPECT_EQ(made.Get<std::int64_t>("least"), std::numeric_limits<std::int64_t>::min());
-  EXPECT_EQ(made.Get<long double>("huge"), std::numeric_limits<long double>::max());
+  EXPECT_EQ(made.Get<double>("huge"), std::numeric_limits<double>::max());
   EXPECT_EQ(made.Get<bool>("flag"), true);
   EXPECT_EQ(made.Get<int>("flag", "since"), 2024);
   EXPECT_EQ(read.Get<bool>("R", "own"), false);
