@@ -1,0 +1,192 @@
+// A search asks the document wherever it can; what it finds must be what a walk finds that converts
+// each name and value.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <random>
+
+#include "host/ostrumxml/data/utf8.h"
+#include "ostrumxml/parsed_document.h"
+#include "paths/path_search.h"
+#include "support/locale_guard.h"
+#include "support/log_lines.h"
+#include "text/convert.h"
+
+namespace {
+
+using Ostrum::Element;
+using Ostrum::NameMatch;
+using Texts = std::vector<std::string>;
+
+// In UTF-8. Latin-1 lacks the Cyrillic and the Chinese character; windows-31j has a second form of
+// the latter, and one whose second byte is a backslash.
+const Texts names = {"\u7E8A", "a", "ab", "abc", "\u00E4", "a\u0416", "a\u7E8A", "\u8868", "z"};
+const Texts values = {"", "1", "12", "1\u0416", "\u00E4", "\u00E4b", "\u8868", "\u7E8A", "2\u7E8A"};
+
+std::optional<std::string> InLocale(std::string_view utf8) {
+  const MultiByteText converted(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
+  if (converted == nullptr) return std::nullopt;
+  return converted.get();
+}
+
+struct Question {
+  NameMatch match;
+  std::string name, value;
+  std::uint32_t n;
+};
+
+// The n-th child that matches, by converting everything.
+template <class IsWanted>
+Element Walk(const Element& parent, const Question& question, IsWanted isWanted) {
+  std::uint32_t n = question.n;
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    const auto name = InLocale(child.GetName());
+    if (!name || !name->starts_with(question.name)) continue;
+    if (question.match == NameMatch::Exact && name->size() != question.name.size()) continue;
+    if (isWanted(child) && n-- == 1) return child;
+  }
+  return {};
+}
+
+void ExpectTheSame(const Element& parent, Question question) {
+  SCOPED_TRACE(testing::Message() << question.name << '&' << question.value << ' ' << question.n);
+  const auto any = [](const Element&) { return true; };
+  const auto has = [](const Element& child) { return !child.GetAttribute("k").IsNull(); };
+  EXPECT_EQ(FindNthChild(parent, question.match, question.name, question.n),
+            Walk(parent, question, any));
+  const std::string_view attribute = "k";
+  question.match = NameMatch::Exact;
+  EXPECT_EQ(FindNthChildWithAttribute(parent, question.name, &attribute, question.n),
+            Walk(parent, question, has));
+  question.match = NameMatch::Prefix;
+  question.n = 1;
+  EXPECT_EQ(FindFirstChildWithValue(parent, question.name, "k", question.value),
+            Walk(parent, question, [&](const Element& child) {
+              const auto value = InLocale(child.GetAttribute("k").GetValue());
+              return has(child) && value && value->starts_with(question.value);
+            }));
+}
+
+class Random {
+ public:
+  std::uint32_t Below(std::size_t end) { return static_cast<std::uint32_t>(engine() % end); }
+  const std::string& Any(const Texts& texts) { return texts[Below(texts.size())]; }
+
+ private:
+  std::mt19937 engine{11};
+};
+
+std::string Children(Random& random, std::size_t count) {
+  std::string markup;
+  for (std::size_t i = 0; i < count; ++i) {
+    markup += "<" + random.Any(names);
+    std::string value = random.Any(values);
+    if (value.starts_with('1')) value.replace(0, 1, "&#49;"); // has to be decoded
+    if (random.Below(2) != 0) markup += " k='" + value + "'";
+    markup += "/>";
+  }
+  return markup;
+}
+
+// What callers can ask in the current locale: all that has a form there, parts of characters, a
+// second form of a character, and bytes that are none.
+Texts Asked(const Texts& utf8) {
+  Texts asked = {"", "\xED\x40", "\xE3", "\xFF"};
+  for (const std::string& text : utf8) {
+    if (auto form = InLocale(text)) asked.push_back(*std::move(form));
+  }
+  return asked;
+}
+
+TEST(Search, FindsWhatAWalkFindsInEveryCharacterSet) {
+  Random random;
+  for (const char* const name : {"C.UTF-8", "C", "ISO-8859-1", "WINDOWS-31J"}) {
+    if (!hasUtf8) GTEST_SKIP() << "the names of these locales are the GNU C library's";
+    const LocaleGuard locale(name);
+    const Texts askedNames = Asked(names);
+    const Texts askedValues = Asked(values);
+    for (const std::size_t count : {0U, 10U, 25U, 150U, 151U}) {
+      SCOPED_TRACE(testing::Message() << name << ", " << count << " children");
+      const Parsed parsed("<r>" + Children(random, count) + "</r>");
+      Element parent = parsed.At("");
+      for (int step = 0; step < 300; ++step) {
+        const auto match = random.Below(2) == 0 ? NameMatch::Exact : NameMatch::Prefix;
+        ExpectTheSame(parent, {match, random.Any(askedNames), random.Any(askedValues),
+                               random.Below(step % 3 == 0 ? 4 : 60)});
+        if (step % 40 == 39) parent.AddElementInto(random.Any(names));
+      }
+    }
+  }
+}
+
+TEST(Search, FindsNoNameWithoutAForm) {
+  std::string markup;
+  for (int i = 0; i < 40; ++i) markup += "<\u0416 k='1'/>";
+  const Parsed parsed("<r>" + markup + "</r>");
+  for (const char* const name : {"C", hasUtf8 ? "C.UTF-8" : "C"}) {
+    const LocaleGuard locale(name);
+    const Question any{NameMatch::Prefix, "", "", 30};
+    ExpectTheSame(parsed.At(""), any);
+  }
+}
+
+// Lines are due for names without a form up to the child that is found, whatever the index knows.
+TEST(Search, LogsEachNameWithoutAFormOnTheWay) {
+  if (!hasUtf8) GTEST_SKIP() << "the locale \"C\" has all bytes there";
+  std::string markup;
+  for (int i = 0; i < 40; ++i) markup += "<a/>";
+  const Parsed parsed("<r>" + markup + "<\u0416/><a/><\u0416/></r>");
+  const Element parent = parsed.At("");
+  LogLines log;
+  const std::pair<std::uint32_t, std::size_t> expected[] = {{40, 0}, {41, 1}, {42, 2}};
+  for (const auto& [n, lines] : expected) {
+    log.Take();
+    EXPECT_EQ(FindNthChild(parent, NameMatch::Exact, "a", n).IsNull(), n == 42);
+    EXPECT_EQ(log.Take().size(), lines) << n;
+  }
+}
+
+// A default stands for the value of every element, and only its beginning matters for a filter.
+TEST(Search, TakesTimeInProportionWhateverDefaultsAndFiltersThereAre) {
+  std::string markup =
+      "<!DOCTYPE r [<!ENTITY e '" + std::string(8'000, 'x') + "'><!ATTLIST a k CDATA '";
+  for (int i = 0; i < 900; ++i) markup += "&e;";
+  markup += "'>]><r>";
+  for (int i = 0; i < 8'000; ++i) markup += "<a/>";
+  const Parsed parsed(markup + "</r>");
+  const Element parent = parsed.At("");
+  const auto start = std::chrono::steady_clock::now();
+  for (const char* const value : {"zz", "x", "y"}) {
+    for (const char* const locale : {"C", hasUtf8 ? "C.UTF-8" : "C"}) {
+      const LocaleGuard guard(locale);
+      EXPECT_EQ(FindFirstChildWithValue(parent, "a", "k", value).IsNull(), *value != 'x');
+    }
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+}
+
+// Twelve attributes in turn, each of which one child lacks.
+TEST(Search, KeepsTheListsOfTwelveAttributesInTurn) {
+  const auto seconds = [](std::uint32_t count) {
+    std::string markup = "<r>";
+    for (std::uint32_t i = 0; i < count; ++i) {
+      markup += "<a";
+      for (char key = 'a'; i != 0 && key < 'm'; ++key) markup += std::string(" ") + key + "='v'";
+      markup += "/><b/>";
+    }
+    const Parsed parsed(markup + "</r>");
+    const Element parent = parsed.At("");
+    const std::clock_t start = std::clock();
+    for (std::uint32_t n = 1; n < count; ++n) {
+      for (char key = 'a'; key < 'm'; ++key) {
+        const std::string_view attribute(&key, 1);
+        EXPECT_FALSE(FindNthChildWithAttribute(parent, "a", &attribute, n).IsNull());
+      }
+    }
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+  };
+  const double less = seconds(1'000);
+  EXPECT_LT(seconds(4'000), 8 * less + 0.1);
+}
+
+} // namespace
