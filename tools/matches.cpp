@@ -112,9 +112,10 @@ const std::vector<Element>& Matcher::WithKey(Element parent, const Step& step) {
   if (key == lastKey && step.value == lastValue) return lastMatching;
   const std::size_t hash = std::hash<std::string_view>()(step.value);
   lastMatching.clear();
-  for (const auto& [same, element] :
-       std::ranges::equal_range(IndexFor(parent, step), hash, {}, &Index::value_type::first)) {
-    if (PassesFilter(element, step)) lastMatching.push_back(element);
+  Index& index = IndexFor(parent, step);
+  auto entry = std::ranges::lower_bound(index, hash, {}, &Index::value_type::first);
+  for (; entry != index.end() && entry->first == hash; ++entry) {
+    if (PassesFilter(entry->second, step)) lastMatching.push_back(entry->second);
   }
   lastKey = std::move(key);
   lastValue = step.value;
