@@ -110,7 +110,8 @@ bool IsUtf8() { return true; }
 std::string CharsetName() { return "UTF-8"; }
 
 platform::FileName FileNameOf(const std::string& userText) {
-  return Ostrum::IsUtf8(userText) ? Ostrum::WideFromUtf8(userText) : L"";
+  if (!Ostrum::IsUtf8(userText)) return {};
+  return platform::AbsoluteFileName(userText.c_str(), Ostrum::WideFromUtf8(userText).c_str());
 }
 
 bool IsTerminal(Stream stream) { return IsConsole(HandleOf(stream)); }

@@ -20,8 +20,7 @@ constinit std::atomic<Charset> lastProbed{};
 // Not the number of a code page.
 constexpr std::uint32_t asciiId = 1;
 
-// In the locale "C" each byte is the character of the same number, and the runtime's conversions
-// are exact.
+// In the locale "C" each byte is the character of the same number.
 constexpr UINT noCodePage = 0;
 
 // The locale's own code page: the runtime's _mbs functions follow another one, which setlocale
@@ -56,6 +55,20 @@ std::size_t LengthOf(int size) noexcept {
   return conversionFailed;
 }
 
+// The runtime's wcstombs does not notice a character beyond a byte while it only measures.
+std::size_t WideToBytes(char* target, const wchar_t* source, std::size_t capacity) noexcept {
+  const std::wstring_view text(source);
+  if (std::ranges::any_of(text, [](wchar_t character) { return character > 0xFF; })) {
+    errno = EILSEQ;
+    return conversionFailed;
+  }
+  if (target == nullptr) return text.size();
+  const std::size_t count = std::min(text.size() + 1, capacity); // the zero, too
+  std::transform(source, source + count, target,
+                 [](wchar_t character) { return static_cast<char>(character); });
+  return text.size();
+}
+
 } // namespace
 
 // Without the flag, Windows replaces characters by similar ones, and so does the runtime's
@@ -83,7 +96,7 @@ std::size_t CodePageToWide(UINT codePage, wchar_t* target, const char* source,
 
 std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) noexcept {
   const UINT codePage = LocaleCodePage();
-  if (codePage == noCodePage) return std::wcstombs(target, source, capacity);
+  if (codePage == noCodePage) return WideToBytes(target, source, capacity);
   return WideToCodePage(codePage, target, source, capacity);
 }
 
