@@ -71,11 +71,11 @@ class ItemValue {
     constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
     const LocaleFilters filters;
     if (filters.WithForm() == nullptr) return node.GetValue(scratch, limit);
-    if (limit > std::string::npos / maxGrowth || corekit::SinkIsSet() ||
-        !node.IsValueAccepted(*filters.WithForm())) {
-      return node.GetValue(scratch);
-    }
+    if (limit > std::string::npos / maxGrowth) return node.GetValue(scratch);
     const std::string_view begin = node.GetValue(scratch, limit * maxGrowth);
+    if (begin.size() < limit * maxGrowth) return begin; // the whole value
+    if (corekit::SinkIsSet() || !node.IsValueAccepted(*filters.WithForm()))
+      return node.GetValue(scratch);
     return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
   }
 

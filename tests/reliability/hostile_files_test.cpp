@@ -152,7 +152,7 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
     EXPECT_LT(seconds[0], 5.0);
     EXPECT_LT(seconds[1], 3 * times * seconds[0] + 0.3);
     EXPECT_TRUE(IS_SANITIZED ||
-                most < 48e6 + 64.0 * static_cast<double>(size)); // a sanitizer needs more
+                most < 48e6 + 40.0 * static_cast<double>(size)); // a sanitizer needs more
   }
 }
 

@@ -47,18 +47,22 @@ bool HasUnknownReference(const DocumentData& data, std::string_view part) {
   return isFound;
 }
 
+bool OwnTextReader::AppendNext(std::string& text, std::size_t limit) {
+  Piece piece{};
+  if (!walker.Next(piece)) return false;
+  if (piece.kind == PieceKind::StartTag) ++depth;
+  if (piece.kind == PieceKind::EndTag) --depth;
+  if (depth > 0) return true;
+  if (piece.kind == PieceKind::Text) AppendFrom(data, piece.text, text, limit);
+  if (piece.kind == PieceKind::CData) AppendFrom(data, InsideCData(piece.text), text, limit);
+  if (piece.kind == PieceKind::Reference) AppendReference(piece.text, text);
+  return true;
+}
+
 void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit) {
-  ContentWalker walker(data, stretch);
-  Piece piece{};
-  std::size_t depth = 0;
-  while (text.size() < limit && walker.Next(piece)) {
-    if (piece.kind == PieceKind::StartTag) ++depth;
-    if (piece.kind == PieceKind::EndTag) --depth;
-    if (depth > 0) continue;
-    if (piece.kind == PieceKind::Text) AppendFrom(data, piece.text, text, limit);
-    if (piece.kind == PieceKind::CData) AppendFrom(data, InsideCData(piece.text), text, limit);
-    if (piece.kind == PieceKind::Reference) AppendReference(piece.text, text);
+  OwnTextReader reader(data, stretch);
+  while (text.size() < limit && reader.AppendNext(text, limit)) {
   }
 }
 

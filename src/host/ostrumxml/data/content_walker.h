@@ -33,8 +33,21 @@ bool IsUnknownReference(const Piece& piece) noexcept;
 // Whether there is one in a part of content or an attribute's value.
 bool HasUnknownReference(const DocumentData& data, std::string_view part);
 
-// Appends the character data of a part of content, without that of elements in it, until text has
-// `limit` bytes.
+// Reads the character data of a part of content, without that of elements in it.
+class OwnTextReader {
+ public:
+  OwnTextReader(const DocumentData& data, std::string_view stretch) noexcept
+      : data(data), walker(data, stretch) {}
+  // Appends what the next piece says, until text has `limit` bytes. False at the end.
+  bool AppendNext(std::string& text, std::size_t limit);
+
+ private:
+  const DocumentData& data;
+  ContentWalker walker;
+  std::size_t depth = 0; // of elements that an entity opened
+};
+
+// Appends all that the reader gives, until text has `limit` bytes.
 void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
                    std::size_t limit);
 

@@ -23,7 +23,9 @@ struct ChildQuery {
   std::uint32_t n = 1;                          // which of the matches is wanted, from 1
   std::optional<std::string_view> attribute{};  // the child has this attribute
   std::optional<std::string_view> valueBegin{}; // and its value begins with this; n is then 1
-  const TextFilter* filter = nullptr;           // for names and these values; null accepts all
+  // For these values and for names that only begin with `name`, which it must accept itself; null
+  // accepts all.
+  const TextFilter* filter = nullptr;
 
   bool Accepts(std::string_view text) const { return filter == nullptr || filter->accepts(text); }
 };

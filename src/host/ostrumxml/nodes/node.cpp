@@ -123,29 +123,53 @@ std::string_view Element::GetValue(std::string& scratch, std::size_t limit) cons
   return scratch;
 }
 
-// node: this element or its attribute of that name.
-template <class Node>
-bool Element::IsAccepted(const Node& node, std::string_view attributeName,
-                         const TextFilter& filter) const {
-  constexpr std::size_t longValue = 4096;
-  auto& known = document->acceptedValues;
-  if (!known.empty()) {
-    const auto entry = known.find({number, std::string(attributeName)});
-    if (entry != known.end() && entry->second == filter.id) return true;
-  }
-  std::string scratch;
-  const std::string_view value = node.GetValue(scratch);
-  if (!filter.accepts(value)) return false;
-  if (value.size() >= longValue) known[{number, std::string(attributeName)}] = filter.id;
-  return true;
+bool Element::IsKnownAccepted(std::string_view attributeName, const TextFilter& filter) const {
+  const auto& known = document->acceptedValues;
+  if (known.empty()) return false;
+  const auto entry = known.find({number, std::string(attributeName)});
+  return entry != known.end() && entry->second == filter.id;
 }
 
+// Short values are judged again as quickly as they are looked up.
+void Element::RememberAccepted(std::string_view attributeName, std::size_t size,
+                               const TextFilter& filter) const {
+  constexpr std::size_t longValue = 4096;
+  if (size < longValue) return;
+  document->acceptedValues[{number, std::string(attributeName)}] = filter.id;
+}
+
+// Judges the text in parts, so that a long one from entities is not put together for that.
 bool Element::IsValueAccepted(const TextFilter& filter) const {
-  return IsNull() || IsAccepted(*this, {}, filter);
+  if (IsNull() || IsKnownAccepted({}, filter)) return true;
+  if (Data().FindChange(number) != nullptr) return filter.accepts(GetValue());
+  constexpr std::size_t partSize = 65'536;
+  std::string part;
+  std::size_t size = 0;
+  bool isAccepted = true;
+  const auto judge = [&](std::size_t length) {
+    isAccepted = isAccepted && filter.accepts(std::string_view(part).substr(0, length));
+    part.erase(0, length);
+    size += length;
+  };
+  ElementLayout(Data(), number).ForEachStretch([&](std::string_view stretch) {
+    OwnTextReader reader(Data(), stretch);
+    while (isAccepted && reader.AppendNext(part, std::string::npos)) {
+      // A piece can end inside a character.
+      if (part.size() >= partSize) judge(ValidUtf8Prefix(part));
+    }
+  });
+  judge(part.size());
+  if (isAccepted) RememberAccepted({}, size, filter);
+  return isAccepted;
 }
 
 bool Attribute::IsValueAccepted(const TextFilter& filter) const {
-  return IsNull() || owner.IsAccepted(*this, name, filter);
+  if (IsNull() || owner.IsKnownAccepted(name, filter)) return true;
+  std::string scratch;
+  const std::string_view value = GetValue(scratch);
+  if (!filter.accepts(value)) return false;
+  owner.RememberAccepted(name, value.size(), filter);
+  return true;
 }
 
 Attribute Element::GetAttribute(std::string_view attributeName) const {
@@ -400,7 +424,7 @@ bool Element::Matches(const ChildQuery& query, std::string& scratch) const {
   const std::string_view ownName = GetName();
   if (!ownName.starts_with(query.name)) return false;
   if (query.match == NameMatch::Exact && ownName.size() != query.name.size()) return false;
-  if (!query.Accepts(ownName)) return false;
+  if (query.match == NameMatch::Prefix && !query.Accepts(ownName)) return false;
   if (!query.attribute) return true;
   const Attribute found = GetAttribute(*query.attribute);
   if (found.IsNull()) return false;

@@ -100,8 +100,9 @@ class Element {
   friend class Value;
 
   DocumentData& Data() const noexcept; // REQUIRES: not null
-  template <class Node>
-  bool IsAccepted(const Node& node, std::string_view attributeName, const TextFilter& filter) const;
+  bool IsKnownAccepted(std::string_view attributeName, const TextFilter& filter) const;
+  void RememberAccepted(std::string_view attributeName, std::size_t size,
+                        const TextFilter& filter) const;
   Element Other(std::uint32_t element) const noexcept;
   std::string_view AttributeValue(std::string_view attributeName, std::string_view raw,
                                   std::string& scratch, std::size_t limit) const;
