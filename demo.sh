@@ -10,7 +10,7 @@ tarvik=$PWD libraries=$PWD/build/release/lib
 PATH=$PWD/build/release/bin:$PATH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-cp examples/*.xml examples/walk_catalog.cpp "$work"
+cp examples/*.xml examples/functions_demo.cpp "$work"
 cd "$work"
 
 bold='' dim='' plain=''
@@ -59,11 +59,14 @@ title 'An error is one line'
 printf '<Catalog>\n  <ProductPackage></Catalog>\n' >broken.xml
 show 'tarvik check broken.xml; echo "exit status $?"'
 
-title 'A program that uses the functions: examples/walk_catalog.cpp, built with the libraries in build/release/lib'
+title 'The same by the functions of the library, in a program of ten lines: examples/functions_demo.cpp'
 # shellcheck disable=SC2034  # the shown command expands it
 flags="-std=c++17 -I$tarvik/include -L$libraries -Wl,-rpath,$libraries"
+cp configuration.xml before.xml
+show sed -n "'/^int main/,\$p'" functions_demo.cpp
 # shellcheck disable=SC2016
-show 'c++ $flags walk_catalog.cpp -o walk_catalog -ltarvik -lcorekit'
-show ./walk_catalog catalog.xml
+show 'c++ $flags functions_demo.cpp -o functions_demo -ltarvik'
+show ./functions_demo configuration.xml
+show diff before.xml configuration.xml
 
 title "The command is $tarvik/build/release/bin/tarvik; README.md says how to install it."

@@ -2,8 +2,8 @@
 // and the mode of text also for C and every language that calls C functions.
 //
 // A program that wants to see the log lines of the libraries in its process sets a sink; without
-// one, building a line and tracing cost next to nothing: no allocation, no conversion. No function
-// here throws, but KCryptWrap's: std::bad_alloc when memory runs out.
+// one, building a line and tracing cost next to nothing: no allocation, no conversion. Only
+// KCryptWrap's functions may throw: std::bad_alloc when memory runs out.
 #ifndef COREKIT_COREKIT_H
 #define COREKIT_COREKIT_H
 
@@ -96,9 +96,9 @@ COREKIT_API void COREKIT_CALL logDetail(const wchar_t* component, const wchar_t*
 // Hands one line to the sink, as an error.
 COREKIT_API void COREKIT_CALL logError(const wchar_t* component, const wchar_t* line) noexcept;
 
-// Builds one log line piece by piece. Made while no sink is set, it stays empty and costs nothing.
-// A piece for which there is no memory cuts the line there. Narrow text is in UTF-8
-// after SetUtf8(true), else in the locale's character set; invalid bytes show as U+FFFD.
+// Builds one log line piece by piece. One that is created while no sink is set stays empty and
+// costs nothing. If there is no memory for a piece, the line ends before it. Narrow text is in
+// UTF-8 after SetUtf8(true), else in the locale's character set; invalid bytes show as U+FFFD.
 class KString {
  public:
   explicit KString(const wchar_t* text) noexcept : live(LogIsOn()) { *this << text; }
@@ -140,7 +140,7 @@ class KString {
   bool live;
 };
 
-// Traces a function for the length of its scope: TraceEnter when made, TraceLeave when it ends.
+// Traces a function: logs TraceEnter when constructed and TraceLeave when destroyed.
 // Both texts must outlive it.
 class KDetailTrace {
  public:
@@ -163,21 +163,22 @@ class KDetailTrace {
   bool live;
 };
 
-// Sets the process-wide key of the file cipher, 32 bytes, which are copied; without it the key
-// built in serves. A file written under one key is refused under another.
+// Sets the process-wide key of the file cipher, 32 bytes, which are copied. The default is a
+// built-in key. A file that was encrypted with one key can't be decrypted with another.
 COREKIT_API void COREKIT_CALL SetCipherKey(const std::uint8_t (&key)[32]) noexcept;
 
 // The file cipher. Layout of an encrypted file: 4 bytes "TVK1", a random nonce of 12 bytes, the
 // AES-256-GCM ciphertext and its 16-byte tag; the 4 bytes are authenticated too. Input and output
-// may be any bytes, zero bytes included, and the same string. Both functions throw std::bad_alloc,
-// output then being as it was.
+// may be any bytes, zero bytes included, and the same string. Both functions may throw
+// std::bad_alloc; output is then unchanged.
 class KCryptWrap {
  public:
-  // Encrypts input into output. False, with output empty, when the system gives no random nonce.
+  // Encrypts input into output. Returns false, with output empty, if the system gives no random
+  // nonce.
   COREKIT_API static bool encrypt_data(const std::string& input, std::string& output);
 
-  // Decrypts input into output. False, with output empty, when input is not whole and unchanged,
-  // was made with another key, or is not an encrypted file.
+  // Decrypts input into output. Returns false, with output empty, if input is not an encrypted
+  // file, was changed or truncated, or was encrypted with another key.
   COREKIT_API static bool decrypt_data(const std::string& input, std::string& output);
 };
 

@@ -4,19 +4,17 @@
 //
 // What holds for every function here:
 //
-//  1. Each returns a result code: one of XmlResult, 0 for success. Check it before you use a
-//  buffer.
-//  2. All text is multibyte `char` text, terminated by a zero, in the character set of the
-//  process's
-//     current locale, or in UTF-8 after corekit::SetUtf8(true). The library never sets a locale: a
-//     program that works with text beyond ASCII calls setlocale or SetUtf8 first. A call uses what
-//     was set when it began.
+//  1. Each returns a result code: one of XmlResult, 0 for success. Check it before using a buffer.
+//  2. All text is `char` text, terminated by a zero, in the character set of the process's current
+//     locale, or in UTF-8 after corekit::SetUtf8(true). The library never sets a locale: a program
+//     that works with text beyond ASCII calls setlocale or SetUtf8 first. A call uses what was set
+//     when it began.
 //  3. Sizes and capacities are in bytes, including the terminating zero. Positions and occurrence
 //     numbers count from 1.
 //  4. Text that is returned is truncated to capacity - 1 bytes, even inside a character, and
-//     terminated. That is no failure: the code is XmlSuccess. If the text's length is capacity - 1,
-//     read again into a larger buffer. The bytes after the text stay as they were. With a null
-//     buffer or a capacity of 0, no text is stored.
+//     terminated; the code is still XmlSuccess. If the length of the text is capacity - 1, read
+//     again into a larger buffer. The bytes after the text are not changed. With a null buffer or
+//     a capacity of 0, no text is stored.
 //  5. A read that finds nothing returns XmlNotFound and stores the text "Not Found", even over a
 //     default that the caller put into the buffer. If no document has the cookie, the buffer is not
 //     changed.
@@ -37,8 +35,7 @@
 #include <vector>
 #endif
 
-// 32-bit Windows has several calling conventions. Callers with another default still match through
-// this.
+// 32-bit Windows has several calling conventions; callers with another default match through this.
 #if defined(_WIN32) && !defined(_WIN64)
 #define TARVIK_CALL __stdcall
 #else
@@ -159,8 +156,7 @@ uint32_t TARVIK_CALL CloseXML(XmlFileList* list, uint32_t cookie);
 //              root's name is dropped: put the root's name before such a name. Truncated to 259
 //              bytes.
 //   groupId    must not be null, and must hold a string. 260 bytes are enough: an ID is truncated
-//   to
-//              259 bytes.
+//              to 259 bytes.
 // Returns XmlSuccess; XmlNotFound, also for an unknown parent, groupId then holding "Not Found";
 // XmlFailure, groupId then unchanged.
 uint32_t TARVIK_CALL OpenXMLGroup(XmlFileList* list, uint32_t cookie, const char* groupPath,
@@ -178,10 +174,9 @@ uint32_t TARVIK_CALL EnumXMLGroup(XmlFileList* list, uint32_t cookie, const char
 // "&attribute=value"). The path may begin with the root's name, as groupPath may. The document is
 // not searched for path.
 //   itemName       the exact name of a child element; for an attribute also the element's own name.
-//   itemType       begins with "ELEMENT", ignoring case: the text of the child. With "ATTRIBUTE":
-//   an
-//                  attribute of the element itself if itemName is its name, else of the first child
-//                  named itemName that has the attribute.
+//   itemType       begins with "ELEMENT", ignoring case: the text of the child. Begins with
+//                  "ATTRIBUTE": an attribute of the element itself if itemName is its name, else
+//                  of the first child named itemName that has the attribute.
 //   attributeName  the attribute; ignored for "ELEMENT".
 //   valueType      for an attribute of a child: "ATTRIBUTE" gives its value, anything else the
 //                  child's text. Ignored for "ELEMENT".
@@ -209,12 +204,11 @@ uint32_t TARVIK_CALL EnumXMLItem(XmlFileList* list, uint32_t cookie, const char*
 // document keeps its own content. A file that is gone, empty or no longer well-formed is written
 // anew from the document.
 //   path      as groupPath, but of any length, and never a group ID: it always takes the first
-//   match
-//             of each name. So "Time" writes to Timeout if that comes first, and "Package3", the ID
-//             of an enumerated group, creates an element of that name: both return XmlSuccess. To
-//             see which it was, read the item by GetXMLItem, whose names are exact.
-//             "&attribute=value" after a name writes that attribute; it does not choose. An
-//             attribute without name or value is ignored. An empty path is the root.
+//             match of each name. So "Time" writes to Timeout if that comes first, and "Package3",
+//             the ID of an enumerated group, creates an element of that name: both return
+//             XmlSuccess. To see which element it was, read the item by GetXMLItem, whose names
+//             are exact. "&attribute=value" after a name writes that attribute; it does not choose.
+//             An attribute without name or value is ignored. An empty path is the root.
 //   itemName  for "ELEMENT", appended to path; for "ATTRIBUTE", the attribute's name.
 //   itemType  in capitals. "ELEMENT": the text of the element at path and itemName. "ATTRIBUTE": an
 //             attribute of the element at path. Anything else: only missing elements of path are

@@ -13,11 +13,10 @@
 //     begins with it. A document's path may begin with the root's name, whole and followed by "\";
 //     a group's path never does. An empty path is the element itself.
 //  3. Names of items are exact.
-//  4. A group, a range and its iterators hold all that they need but the document, which must
-//  outlive
-//     them; moving the document does not matter.
+//  4. A group, a range and its iterators hold everything they need except the document, which must
+//     outlive them. The document may be moved.
 //  5. Text is in the locale's character set, or UTF-8 after corekit::SetUtf8(true).
-//  6. Threads: as in tarvik.h, a document and what was read from it is for one thread at a time.
+//  6. A document and its groups may be used by one thread at a time.
 #ifndef TARVIK_TARVIK_HPP
 #define TARVIK_TARVIK_HPP
 
