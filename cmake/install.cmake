@@ -44,7 +44,8 @@ install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR
 
 if(TARVIK_BUILD_TOOLS)
   install(TARGETS tarvik-cli)
-  install(FILES ${PROJECT_SOURCE_DIR}/docs/tarvik.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  configure_file(${PROJECT_SOURCE_DIR}/docs/tarvik.1.in ${PROJECT_BINARY_DIR}/tarvik.1 @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/tarvik.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.bash-completion
           DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME tarvik)
   install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.zsh-completion
