@@ -2,12 +2,36 @@
 #ifndef TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 #define TARVIK_TESTS_SUPPORT_OPEN_DOCUMENT_H
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 
 #include "corekit/corekit.h"
 #include "support/temp_folder.h"
 #include "tarvik/tarvik.h"
+
+// What a call answers: its code and what it stores in a buffer, as "0 text", or "0 untouched". A
+// byte changed after the stored text adds "!".
+template <class Call>
+std::string Answer(const std::string& before, Call call) {
+  std::string buffer = before + '\0' + std::string(1000, '#');
+  const std::string untouched = buffer;
+  const std::string code = std::to_string(call(buffer.data())) + " ";
+  if (buffer == untouched) return code + "untouched";
+  const std::string stored = buffer.c_str();
+  const std::size_t end = std::max(stored.size(), before.size()) + 1;
+  return code + stored + (untouched.compare(end, end, buffer, end, end) == 0 ? "" : "!");
+}
+
+// The arguments of a read, in the order in which they differ most.
+struct ItemCall {
+  const char *path, *item;
+  const char* attribute = nullptr; // null for an element's text
+  std::int32_t index = 1;
+  const char* valueType = "ATTRIBUTE";
+  const char* type = attribute == nullptr ? "ELEMENT" : "ATTRIBUTE";
+  std::uint32_t capacity = 16;
+};
 
 class TestDocument {
  public:
@@ -33,6 +57,8 @@ class TestDocument {
   }
 
   const std::string& Name() const { return name; }
+  // The name and cookie, as log lines show them.
+  std::string Opened() const { return name + " (" + std::to_string(cookie) + ")"; }
   std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
   // The file's text, or why there is none.
   std::string Bytes() const {
@@ -47,6 +73,12 @@ class TestDocument {
     folder.Write(fileName, text);
   }
 
+  std::string Read(const ItemCall& c) const {
+    return Answer("#", [&](char* value) {
+      return EnumXMLItem(list, cookie, c.path, c.item, c.type, c.index, c.attribute, c.valueType,
+                         value, c.capacity);
+    });
+  }
   // The group's ID, or "Not Found".
   std::string Group(const char* path, std::uint32_t occurrence = 1) const {
     char id[260] = "";
