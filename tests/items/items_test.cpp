@@ -9,7 +9,7 @@
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
-#include "support/split.h"
+#include "support/text.h"
 #include "text/convert.h"
 
 namespace {

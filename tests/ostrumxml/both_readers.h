@@ -12,7 +12,7 @@
 #include "host/ostrumxml/data/utf8.h"
 #include "host/ostrumxml/read/indexer.h"
 #include "host/ostrumxml/read/plain_reader.h"
-#include "support/split.h"
+#include "support/text.h"
 
 // The records and names of all elements, in document order.
 inline std::string Index(const Ostrum::DocumentData& data) {

@@ -15,9 +15,7 @@ struct Set {
     const std::string name = path.filename().string();
     if (element.IsNull()) element = parsed.At(path.parent_path()).AddElementInto(name);
     if (attribute == nullptr) return static_cast<Ostrum::Value>(element).Set(value);
-    Ostrum::Attribute found = element.GetAttribute(attribute);
-    if (found.IsNull()) found = element.CreateAttribute(attribute);
-    static_cast<Ostrum::Value>(found).Set(value);
+    SetAttribute(element, attribute, value);
   }
 };
 

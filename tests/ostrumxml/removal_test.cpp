@@ -111,11 +111,8 @@ class RandomEdits {
       case 1:
         if (!element.GetAttribute(name).IsNull()) element.RemoveAttribute(name);
         return;
-      case 2: {
-        Ostrum::Attribute attribute = element.GetAttribute(name);
-        if (attribute.IsNull()) attribute = element.CreateAttribute(name);
-        return static_cast<Ostrum::Value>(attribute).Set(name);
-      }
+      case 2:
+        return SetAttribute(element, name.c_str(), name);
       case 3:
       case 4:
         element.AddElementInto("q");

@@ -23,32 +23,28 @@ class ElementMapTest : public testing::Test {
 };
 
 TEST_F(ElementMapTest, FindsEachKeyByAllItsBytes) {
-  std::vector<std::string> keys{""};
-  for (std::size_t i = 0; i < 500; ++i) keys.push_back("Group\\Item" + std::to_string(i * 7919));
-  for (std::size_t i = 0; i < keys.size(); ++i) Insert(std::string(keys[i]), Element(i));
-  EXPECT_EQ(map.Size(), keys.size());
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(keys[found]), Element(found));
-    EXPECT_EQ(map.Find(keys[i] + "x"), Ostrum::Element());
+  const auto key = [](std::size_t i) { return i == 0 ? "" : "Item" + std::to_string(i * 7919); };
+  for (std::size_t i = 0; i < 500; ++i) Insert(key(i), Element(i));
+  for (std::size_t i = 0; i < 500; ++i) {
+    for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(key(found)), Element(found));
+    EXPECT_TRUE(map.Find(key(i) + "x").IsNull());
   }
 }
 
 TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   for (const char* present : {"a\\b", "a\\b\\c"}) Insert(present, Element(0));
-  {
-    ElementMap::KeyChain keys(map, 20);
-    std::size_t number = 0;
-    for (const auto& [part, isEntered] :
-         {std::pair("a", false), {"\\b", true}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
-      keys.Append(part);
-      EXPECT_EQ(keys.IsEntered(), isEntered) << part;
-      keys.Prepare();
-      keys.Prepare(); // an entry that is not entered leaves nothing
-      keys.Enter(Element(++number));
-    }
-    keys.Append("f");
+  std::size_t number = 0;
+  ElementMap::KeyChain keys(map, 20);
+  for (const auto& [part, isEntered] :
+       {std::pair("a", false), {"\\b", true}, {"\\c", true}, {"\\d=eeeeeeee", false}}) {
+    keys.Append(part);
+    EXPECT_EQ(keys.IsEntered(), isEntered) << part;
     keys.Prepare();
+    keys.Prepare(); // an entry that is not entered leaves nothing
+    keys.Enter(Element(++number));
   }
+  keys.Append("f");
+  { ElementMap::KeyChain(map, 9).Prepare(); }
   Insert("last", Element(4));
   EXPECT_EQ(map.Size(), 5U);
   using Row = std::pair<const char*, Ostrum::Element>;

@@ -1,141 +1,133 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "registry/record.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
+#include "support/text.h"
 
 using Lines = std::vector<std::string>;
 
-std::string Missing(const std::string& path) { return path + " not found in the element map."; }
-std::string Selected(const std::string& part) { return Missing(part + " (element)"); }
-std::string Entered(const std::string& part) {
-  return "Found " + part + " (element) in the element map.";
-}
-std::string Filtered(const std::string& value) {
-  return "Found " + value + " (attribute) in the element map.";
-}
-std::string Inserted(const std::string& id) { return "Inserted " + id + " into the element map."; }
-std::string Removed(const std::string& path) { return "Removed Catalog from " + path + "."; }
-
 class Groups : public testing::Test {
  protected:
-  // The code and the buffer's text, for example "0 P2".
+  // The answer, for example "0 P2".
   std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
                    std::uint32_t capacity = 400) {
-    std::string buffer = parent + '\0' + std::string(1000, '#');
-    const auto code = EnumXMLGroup(list, cookie, path.c_str(), occurrence, buffer.data(), capacity);
-    return std::to_string(code) + " " + buffer.c_str();
+    return Answer(parent, [&](char* buffer) {
+      return EnumXMLGroup(document.list, document.cookie, path.c_str(), occurrence, buffer,
+                          capacity);
+    });
   }
   // The attribute "id" of the element under a key.
   std::string Element(const std::string& key) {
-    const Ostrum::Element element = list->files.front().elementMap->Find(key);
+    const auto element = document.list->files.front().elementMap->Find(key);
     return element.IsNull() ? "none" : element.GetAttribute("id").GetValue();
-  }
-
-  std::string Known(const std::string& id) const {
-    return "Found " + id + " in " + document.Name() + ".";
   }
   std::string NotIn(const std::string& path) const {
     return path + " not found in " + document.Name() + ".";
   }
 
   TestDocument document{
-      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c --><P "
-      "id='5'><L id='6'/></P>"
-      "<Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/><S id='11' Name='EngineFileOld'><T "
-      "id='12'/></S>"
+      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c -->"
+      "<P id='5'><L id='6'/></P><Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/>"
+      "<S id='11' Name='EngineFileOld'><T id='12'/></S>"
       "<S id='13' Name='EngineFile' b='x=y'/></Catalog>"};
-  XmlFileList* const& list = document.list;
-  const std::uint32_t& cookie = document.cookie;
   LogLines log;
 };
 
+const struct {
+  std::string parent, path;
+  std::uint32_t occurrence;
+  std::string answer; // and the attribute "id" of the element that is then known by the ID
+  std::string steps;  // the lines after those about the list and the path's root, by their verbs
+  std::uint32_t capacity = 400;
+} searches[] = {
+    // The root's name is removed, also below a parent, with everything up to the separator.
+    {"", "Catalog\\P", 1, "0 P = 1", "removed Catalog|selected P|inserted"},
+    {"", "CatalogX\\P", 1, "0 P = 1", "removed CatalogX|known"},
+    {"P", "Catalog\\L", 2, "0 P\\L2 = 3", "removed Catalog|selected L2|inserted"},
+    {"", "catalog\\P", 1, "3 Not Found = none", "missing catalog\\P|absent"},
+    {"", "Catalog", 1, "0 Catalog = ", "removed Catalog|root"},
+    {"P", "Catalog\\", 1, "0 Catalog\\ = none", "removed Catalog|root"},
+    {"P", "", 1, "0  = none", "root"},
+    // Elements are counted by prefix, whether those of one name are adjacent or not.
+    {"", "P", 2, "0 P2 = 5", "selected P2|inserted"},
+    {"", "P", 3, "3 Not Found = none", "missing P|absent"},
+    {"", "Item", 0, "3 Not Found = none", "missing Item|absent"},
+    {"", "Item", 2, "0 Item2 = 8", "selected Item2|inserted"},
+    {"", "Item", 3, "0 Item3 = 9", "selected Item3|inserted"},
+    {"", "Item3", 1, "0 Item3 = 9", "known"}, // no element has this name
+    {"", "\\", 1, "0 \\ = 2", "entered |empty|selected |inserted"},
+    // Only children of the first match are searched. A leaf matches itself.
+    {"P2", "L", 1, "0 P2\\L = 6", "selected L|inserted"},
+    {"P9", "L", 1, "3 Not Found = none", "no parent"},
+    {"", "P\\L\\S", 1, "3 Not Found = none", "entered P|entered L|absent"},
+    {"", "P\\L", 1, "0 P\\L = 2", "entered P|selected L|inserted"},
+    {"", "P\\L\\L", 7, "0 P\\L\\L7 = 2", "entered P|entered L|inserted"},
+    {"P", "P\\L", 1, "3 Not Found = none", "missing P\\L|absent"},
+    {"", "P\\L", 3, "3 Not Found = none", "entered P|missing L|absent"},
+    {"", "P\\X\\Y", 1, "3 Not Found = none", "entered P|missing X\\Y|absent"},
+    // An attribute filter selects the first match, whatever the number.
+    {"P\\L2", "S&Name=E", 3, "0 P\\L2\\S&Name=E3 = 4", "filtered E|inserted"},
+    {"", "S&Name=", 4294967295U, "0 S&Name=-1 = 11", "filtered |inserted"},
+    {"", "S&Name=E\\T", 1, "0 S&Name=E\\T = 12", "filtered E|selected T|inserted"},
+    {"", "S&Name", 3, "0 S&Name3 = 13", "selected S3|inserted"},
+    {"", "&b=x=y", 1, "0 &b=x=y = 13", "filtered x=y|inserted"},
+    {"", "S&Name=e", 1, "3 Not Found = none", "missing S&Name=e|absent"},
+    // Answers are cut to the capacity. With none, nothing is written, but the group is open.
+    {"", "P", 2, "0 untouched = none", "known P2", 1},
+    {"P2", "L&id=6", 1, "0 untouched = none", "filtered 6", 0},
+    {"P2", "L&id=6", 1, "0 P2\\L&id=6 = 6", "known"},
+};
+
+// The line of a step: "@" stands for what follows its verb, "ID", "PATH", "PARENT" and "FILE" for
+// those of the search.
+std::string Line(std::string_view step, std::map<std::string, std::string> words) {
+  static const std::map<std::string_view, std::string> lines = {
+      {"removed", "Removed @ from PATH."},
+      {"root", "Only the root was given as a group path."},
+      {"empty", "Source token is NULL or empty"},
+      {"entered", "Found @ (element) in the element map."},
+      {"filtered", "Found @ (attribute) in the element map."},
+      {"selected", "@ (element) not found in the element map."},
+      {"missing", "@ not found in the element map."},
+      {"inserted", "Inserted ID into the element map."},
+      {"known", "Found ID in FILE."},
+      {"absent", "PATH not found in FILE."},
+      {"no", "PARENT not found in FILE."}};
+  const auto parts = Split(step, ' ');
+  std::string line = lines.at(parts[0]);
+  if (parts.size() > 1) words["@"] = parts[1];
+  if (parts[0] == "known" && parts.size() > 1) words["ID"] = parts[1];
+  for (const auto& [word, text] : words) {
+    if (const auto at = line.find(word); at != line.npos) line.replace(at, word.size(), text);
+  }
+  return line;
+}
+
 TEST_F(Groups, AreOpenedBelowOneAnother) {
-  const std::string emptyToken = "Source token is NULL or empty";
-  const std::string onlyRoot = "Only the root was given as a group path.";
-  const struct {
-    std::string parent, path;
-    std::uint32_t occurrence;
-    std::string answer, element;
-    Lines lines; // after the lines about the list and the path's root
-    std::uint32_t capacity = 400;
-  } steps[] = {
-      // The root's name is removed, also below a parent, with everything up to the separator.
-      {"", "Catalog\\P", 1, "0 P", "1", {Removed("Catalog\\P"), Selected("P"), Inserted("P")}},
-      {"", "CatalogX\\P", 1, "0 P", "1", {"Removed CatalogX from CatalogX\\P.", Known("P")}},
-      {"P",
-       "Catalog\\L",
-       2,
-       "0 P\\L2",
-       "3",
-       {Removed("Catalog\\L"), Selected("L2"), Inserted("P\\L2")}},
-      {"", "catalog\\P", 1, "3 Not Found", "none", {Missing("catalog\\P"), NotIn("catalog\\P")}},
-      {"", "Catalog", 1, "0 Catalog", "", {Removed("Catalog"), onlyRoot}},
-      {"P", "Catalog\\", 1, "0 Catalog\\", "none", {Removed("Catalog\\"), onlyRoot}},
-      {"P", "", 1, "0 ", "none", {onlyRoot}},
-      // Elements are counted by prefix, whether those of one name are adjacent or not.
-      {"", "P", 2, "0 P2", "5", {Selected("P2"), Inserted("P2")}},
-      {"", "P", 3, "3 Not Found", "none", {Missing("P"), NotIn("P")}},
-      {"", "Item", 0, "3 Not Found", "none", {Missing("Item"), NotIn("Item")}},
-      {"", "Item", 2, "0 Item2", "8", {Selected("Item2"), Inserted("Item2")}},
-      {"", "Item", 3, "0 Item3", "9", {Selected("Item3"), Inserted("Item3")}},
-      {"", "Item3", 1, "0 Item3", "9", {Known("Item3")}}, // no element has this name
-      {"", "\\", 1, "0 \\", "2", {Entered(""), emptyToken, Selected(""), Inserted("\\")}},
-      // Only children of the first match are searched. A leaf matches itself.
-      {"P2", "L", 1, "0 P2\\L", "6", {Selected("L"), Inserted("P2\\L")}},
-      {"P9", "L", 1, "3 Not Found", "none", {NotIn("P9")}},
-      {"", "P\\L\\S", 1, "3 Not Found", "none", {Entered("P"), Entered("L"), NotIn("P\\L\\S")}},
-      {"", "P\\L", 1, "0 P\\L", "2", {Entered("P"), Selected("L"), Inserted("P\\L")}},
-      {"", "P\\L\\L", 7, "0 P\\L\\L7", "2", {Entered("P"), Entered("L"), Inserted("P\\L\\L7")}},
-      {"P", "P\\L", 1, "3 Not Found", "none", {Missing("P\\L"), NotIn("P\\L")}},
-      {"", "P\\L", 3, "3 Not Found", "none", {Entered("P"), Missing("L"), NotIn("P\\L")}},
-      {"", "P\\X\\Y", 1, "3 Not Found", "none", {Entered("P"), Missing("X\\Y"), NotIn("P\\X\\Y")}},
-      // An attribute filter selects the first match, whatever the number.
-      {"P\\L2",
-       "S&Name=E",
-       3,
-       "0 P\\L2\\S&Name=E3",
-       "4",
-       {Filtered("E"), Inserted("P\\L2\\S&Name=E3")}},
-      {"", "S&Name=", 4294967295U, "0 S&Name=-1", "11", {Filtered(""), Inserted("S&Name=-1")}},
-      {"",
-       "S&Name=E\\T",
-       1,
-       "0 S&Name=E\\T",
-       "12",
-       {Filtered("E"), Selected("T"), Inserted("S&Name=E\\T")}},
-      {"", "S&Name", 3, "0 S&Name3", "13", {Selected("S3"), Inserted("S&Name3")}},
-      {"", "&b=x=y", 1, "0 &b=x=y", "13", {Filtered("x=y"), Inserted("&b=x=y")}},
-      {"", "S&Name=e", 1, "3 Not Found", "none", {Missing("S&Name=e"), NotIn("S&Name=e")}},
-      // Answers are cut to the capacity. With none, nothing is written, but the group is open.
-      {"", "P", 2, "0 ", "none", {Known("P2")}, 1},
-      {"P2", "L&id=6", 1, "0 P2", "5", {Filtered("6")}, 0},
-      {"P2", "L&id=6", 1, "0 P2\\L&id=6", "6", {Known("P2\\L&id=6")}},
-  };
-  for (const bool isLogged :
-       {true, false}) { // without log lines, a search may start where the last one ended
-    if (!isLogged) corekit::SetLogSink(nullptr, nullptr);
-    document.Reopen();
-    log.Take();
-    for (const auto& step : steps) {
-      SCOPED_TRACE(testing::Message()
-                   << step.parent << " : " << step.path << ' ' << step.occurrence << isLogged);
-      EXPECT_EQ(Open(step.parent, step.path, step.occurrence, step.capacity), step.answer);
-      EXPECT_EQ(Element(step.answer.substr(2)), step.element);
-      Lines lines = log.Take();
-      if (!isLogged) continue;
-      EXPECT_EQ(lines.at(1),
-                step.path + (step.path.starts_with("Catalog") ? " is a group" : " is a group ID"));
-      EXPECT_EQ(Lines(lines.begin() + 2, lines.end()), step.lines);
-    }
+  for (const auto& [parent, path, occurrence, answer, steps, capacity] : searches) {
+    SCOPED_TRACE(parent + " : " + path + " " + std::to_string(occurrence));
+    const std::string opened = Open(parent, path, occurrence, capacity), id = opened.substr(2);
+    EXPECT_EQ(opened + " = " + Element(id), answer);
+    const bool hasRoot = path.starts_with("Catalog");
+    Lines wanted{"Found " + document.Opened() + " in the xml file list.",
+                 path + (hasRoot ? " is a group" : " is a group ID")};
+    for (const std::string_view step : Split(steps))
+      wanted.push_back(
+          Line(step, {{"ID", id}, {"PARENT", parent}, {"PATH", path}, {"FILE", document.Name()}}));
+    EXPECT_EQ(log.Take(), wanted);
   }
 }
 
 TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
   for (const std::size_t length : {258U, 259U, 260U, 500U}) {
     const std::string path = "P&id=" + std::string(length - 5, '1');
-    EXPECT_EQ(Open("", "Catalog\\" + path, 2), "3 Not Found");
-    EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
+    for (const char* root : {"", "Catalog\\"}) {
+      EXPECT_EQ(Open("", root + path, 2), "3 Not Found");
+      EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
+    }
   }
   EXPECT_EQ(Open("", "Catalog" + std::string(600, 'X') + "\\P", 1), "0 P");
   // The first L is a leaf, which matches itself, so IDs can grow up to the limit, of odd and even
@@ -145,23 +137,21 @@ TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
       below = (id + "\\L").substr(0, 259);
       ASSERT_EQ(Open(id, "L", 1), "0 " + below);
     }
-    EXPECT_EQ(Open(id, "L", 1), "0 " + id); // nothing more fits, so the ID is the parent's
+    EXPECT_EQ(Open(id, "L", 1), "0 untouched"); // nothing more fits, so the ID is the parent's
   }
 }
 
 TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
-  char groupId[] = "P";
-  EXPECT_EQ(OpenXMLGroup(list, cookie + 1, "L", groupId, sizeof groupId), XmlNotFound);
-  EXPECT_EQ(OpenXMLGroup(nullptr, cookie, "L", groupId, sizeof groupId), XmlNotFound);
-  EXPECT_EQ(GetXMLItem(list, cookie + 1, "P", "L", "ELEMENT", nullptr, nullptr, groupId, 2),
-            XmlNotFound);
-  EXPECT_STREQ(groupId, "P");
-  EXPECT_EQ(OpenXMLGroup(list, cookie, nullptr, groupId, sizeof groupId), XmlFailure);
+  const auto open = [&](XmlFileList* list, std::uint32_t cookie, const char* path) {
+    return Answer("", [&](char* id) { return OpenXMLGroup(list, cookie, path, id, 400); });
+  };
+  EXPECT_EQ(open(document.list, document.cookie + 1, "L"), "3 untouched");
+  EXPECT_EQ(open(nullptr, document.cookie, "L"), "3 untouched");
+  EXPECT_EQ(open(document.list, document.cookie, nullptr), "34 untouched");
   EXPECT_EQ(log.Take().back(), "Unknown exception thrown while searching for the group name.");
-  EXPECT_EQ(OpenXMLGroup(list, cookie, "L", nullptr, 0), XmlFailure);
+  EXPECT_EQ(OpenXMLGroup(document.list, document.cookie, "L", nullptr, 0), XmlFailure);
   log.TakeTraces();
-  groupId[0] = '\0';
-  EXPECT_EQ(OpenXMLGroup(list, cookie, "P", groupId, sizeof groupId), XmlSuccess);
+  EXPECT_EQ(open(document.list, document.cookie, "P"), "0 P");
   EXPECT_EQ(log.TakeTraces(),
             (Lines{">OpenXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile",
                    ">IsRootInPath", "<IsRootInPath", ">ReturnTokenFromString",

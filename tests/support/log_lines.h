@@ -44,11 +44,6 @@ class LogLines {
   std::vector<std::string> traces;
 };
 
-// For EXPECT_PRED2, which shows both.
-inline bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 // The line that tells why a call was refused, which must be the only one of its kind.
 inline std::string Reason(const std::vector<std::string>& lines) {
   const std::string start = "error: ostrumxml: ";
