@@ -50,9 +50,7 @@ struct Entry {
 // Also while every hash is the same, and while probing wraps around at the last slot.
 TEST(KeyIndex, FindsEachKeyWhateverItsHash) {
   for (const std::uint32_t mask : {0U, 1U, 0x80000007U, ~0U}) {
-    const auto hashOf = [mask](std::size_t i) {
-      return ~(static_cast<std::uint32_t>(i * 2654435761U) & mask);
-    };
+    const auto hashOf = [mask](std::uint32_t i) { return ~(i * 2654435761U & mask); };
     std::vector<Entry> entries;
     Ostrum::KeyIndex index;
     EXPECT_EQ(index.Find(entries, "", hashOf(0)), 0U);
@@ -75,28 +73,26 @@ TEST(NameTable, GivesEachNameOneNumber) {
   std::vector<std::string> names;
   for (std::size_t i = 0; i < 1000; ++i) names.push_back("n" + std::to_string(i * 7919));
   for (std::uint32_t i = 0; i < 2000; ++i) {
-    const std::string& name = names[i % 1000];
+    const std::string &name = names[i % 1000], &older = names[i / 2]; // not a recent one
     EXPECT_EQ(i % 3 == 0 ? table.InternCopy(std::string(name)) : table.Intern(name), i % 1000 + 1);
-    EXPECT_EQ(table.Intern(names[i / 2]), i / 2 + 1) << "not a recent one";
-    EXPECT_EQ(table.Find(names[i / 2]), i / 2 + 1);
-    EXPECT_EQ(table.Text(i / 2 + 1), names[i / 2]);
+    EXPECT_EQ(table.Intern(older), i / 2 + 1);
+    EXPECT_EQ(table.Find(older), i / 2 + 1);
+    EXPECT_EQ(table.Text(i / 2 + 1), older);
     EXPECT_EQ(table.Find(name + "x"), 0U);
   }
 }
 
 // In small blocks, in large ones, and where a table grows from one kind to the other.
 TEST(ElementTable, RecordsStayInPlaceAndStartWithZeros) {
-  for (const std::size_t expectedSize : {std::size_t{0}, std::size_t{5'000'000}}) {
+  for (const std::size_t expectedSize : {0U, 5'000'000U}) {
     Ostrum::ElementTable table(expectedSize);
     std::vector<Ostrum::ElementRecord*> records;
     for (std::uint32_t number = 1; number <= 150'000; ++number) {
       ASSERT_EQ(table.Add(), number);
-      Ostrum::ElementRecord& record = table[number];
-      ASSERT_EQ(record.name + record.tagStart + record.contentStart + record.contentEnd +
-                    record.nextSibling + record.flags,
-                0U);
-      record = {number, number, number, number, number, number};
-      records.push_back(&record);
+      auto& [name, tagStart, contentStart, contentEnd, next, flags] = table[number];
+      ASSERT_EQ(name + tagStart + contentStart + contentEnd + next + flags, 0U);
+      name = tagStart = contentStart = contentEnd = next = flags = number;
+      records.push_back(&table[number]);
     }
     for (std::uint32_t number = 1; number <= records.size(); ++number) {
       ASSERT_EQ(&table[number], records[number - 1]);
