@@ -248,13 +248,17 @@ TEST(WindowsErrorsTest, NamesThatCannotExistAreMissingFiles) {
     EXPECT_EQ(platform::OpeningStatus(static_cast<DWORD>(error)), ReadStatus::Unreadable) << error;
 }
 
-// Opens the file, as another program would, and closes it after a while.
-std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds) {
-  const HANDLE held =
-      CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr);
+// Opens the file, as another program would, and after a while writes to it and closes it.
+std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds,
+                  const std::string& bytes = "") {
+  const DWORD access = bytes.empty() ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
+  const HANDLE held = CreateFileW(name.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr);
   EXPECT_NE(held, INVALID_HANDLE_VALUE);
   return std::jthread([=] {
     Sleep(milliseconds);
+    DWORD count = 0;
+    const auto size = static_cast<DWORD>(bytes.size());
+    EXPECT_TRUE(bytes.empty() || WriteFile(held, bytes.data(), size, &count, nullptr));
     CloseHandle(held);
   });
 }
@@ -271,6 +275,14 @@ TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
   }
   EXPECT_EQ(folder.Read("file"), "new");
   EXPECT_EQ(folder.FileCount(), 1) << "the temporary file stayed";
+}
+
+TEST_F(WindowsFilesTest, AnEditByTheProgramThatIsWaitedForStays) {
+  LockedFile file(name, Soon());
+  const std::jthread editor = Hold(name, FILE_SHARE_READ, 300, "edited");
+  EXPECT_FALSE(file.Replace({"new"}, nullptr));
+  EXPECT_EQ(folder.Read("file"), "edited");
+  EXPECT_EQ(folder.FileCount(), 1);
 }
 
 TEST_F(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {

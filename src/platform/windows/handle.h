@@ -46,10 +46,15 @@ bool RetryWhileInUse(Call call, Test isInUse) noexcept {
   }
 }
 
-// Also false if the attributes cannot be read.
-inline bool HasAttribute(const std::wstring& name, DWORD attribute) noexcept {
-  const DWORD attributes = GetFileAttributesW(name.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & attribute) != 0;
+// The text that read(buffer, capacity) stores. As such calls do, it returns the length without the
+// terminating zero, or the size required with it; 0 on failure, the result is then empty.
+template <class Read>
+std::wstring ReadText(Read read) {
+  std::wstring text(read(nullptr, DWORD{0}), L'\0');
+  const std::size_t length = read(text.data(), static_cast<DWORD>(text.size()));
+  if (length >= text.size()) return {}; // it grew meanwhile
+  text.resize(length);
+  return text;
 }
 
 // Open a file, or a folder if the flags allow it, without excluding other programs. The first tries

@@ -16,17 +16,17 @@ std::wstring_view FolderPart(std::wstring_view name) noexcept {
 }
 
 bool IsLink(const std::wstring& name) noexcept {
-  return HasAttribute(name, FILE_ATTRIBUTE_REPARSE_POINT);
+  const DWORD attributes = GetFileAttributesW(name.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
 // The file's name with all symbolic links resolved, the same for every path to it. If the volume
 // does not supply one, the given name, unless that is a link.
 std::wstring FinalName(const Handle& file, const std::wstring& given) {
-  std::wstring name(GetFinalPathNameByHandleW(file.get(), nullptr, 0, FILE_NAME_NORMALIZED), L'\0');
-  const auto size = static_cast<DWORD>(name.size());
-  const DWORD length =
-      GetFinalPathNameByHandleW(file.get(), name.data(), size, FILE_NAME_NORMALIZED);
-  if (length != 0 && length < size) return std::wstring(name, 0, length);
+  std::wstring name = ReadText([&file](wchar_t* buffer, DWORD capacity) {
+    return GetFinalPathNameByHandleW(file.get(), buffer, capacity, FILE_NAME_NORMALIZED);
+  });
+  if (!name.empty()) return name;
   if (IsLink(given)) ThrowSystemFailure("cannot follow the symbolic link");
   return given;
 }
@@ -110,7 +110,7 @@ struct LockedFile::System {
   std::optional<FileState> state;
 
   // Whether the name still leads to the file as it was found, or still to none.
-  bool IsUnchanged() const {
+  bool IsUnchanged() const noexcept {
     const Handle now = OpenExisting(name, FILE_READ_ATTRIBUTES);
     if (!now) return !state && GetLastError() == ERROR_FILE_NOT_FOUND;
     FileStatus found;
@@ -159,9 +159,10 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   made.SetAccessList(wanted.accessList);
   for (const std::string_view piece : pieces) made.Write(piece);
   made.Finish(system->status.basic.CreationTime);
-  // While the flush ran, a program that takes no lock may have changed the file.
-  if (!system->IsUnchanged() || !made.RenameTo(system->name, replaces, system->original))
-    return false;
+  // While the flush ran or another program held the file, one that takes no lock may have changed
+  // it.
+  const auto isUnchanged = [this] { return system->IsUnchanged(); };
+  if (!made.RenameTo(system->name, replaces, system->original, isUnchanged)) return false;
   system->original.reset();
   system->state = made.State();
   return true;

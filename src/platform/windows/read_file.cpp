@@ -39,11 +39,10 @@ bool IsInUse() noexcept {
 // Adds the prefix that lifts the limit of 260 characters, which absolute names only can have.
 // Device names have another one.
 FileName AbsoluteFileName(const char*, const wchar_t* wide) {
-  std::wstring full(GetFullPathNameW(wide, 0, nullptr, nullptr), L'\0');
-  const DWORD length =
-      GetFullPathNameW(wide, static_cast<DWORD>(full.size()), full.data(), nullptr);
-  if (length == 0 || length >= full.size()) return wide;
-  full.resize(length);
+  const std::wstring full = ReadText([wide](wchar_t* buffer, DWORD capacity) {
+    return GetFullPathNameW(wide, capacity, buffer, nullptr);
+  });
+  if (full.empty()) return wide;
   if (full.starts_with(L"\\\\?\\") || full.starts_with(L"\\\\.\\")) return full;
   if (full.starts_with(L"\\\\")) return L"\\\\?\\UNC" + full.substr(1);
   return L"\\\\?\\" + full;

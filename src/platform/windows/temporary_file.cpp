@@ -22,30 +22,28 @@ constexpr auto fileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
 constexpr DWORD replaceIfExists = 1;
 constexpr DWORD posixSemantics = 2;
 
+// What the system takes for a rename, without the flags.
+std::vector<char> RenameRequest(const std::wstring& target) {
+  FILE_RENAME_INFO info{};
+  info.FileNameLength = static_cast<DWORD>(target.size() * sizeof(wchar_t));
+  std::vector<char> request(sizeof info + info.FileNameLength);
+  std::memcpy(request.data(), &info, sizeof info);
+  std::memcpy(request.data() + offsetof(FILE_RENAME_INFO, FileName), target.data(),
+              info.FileNameLength);
+  return request;
+}
+
 // False on failure, and GetLastError tells why. Unlike a rename by name, it cannot meet another
 // file. ReplaceFile is not used, because it removes the old file before the new one has its name: a
 // crash in between leaves none.
-class Renaming {
- public:
-  explicit Renaming(const std::wstring& target)
-      : request(sizeof(FILE_RENAME_INFO) + target.size() * sizeof(wchar_t)) {
-    FILE_RENAME_INFO info{};
-    info.FileNameLength = static_cast<DWORD>(target.size() * sizeof(wchar_t));
-    std::memcpy(request.data(), &info, sizeof info);
-    std::memcpy(request.data() + offsetof(FILE_RENAME_INFO, FileName), target.data(),
-                info.FileNameLength);
-  }
-
-  bool Rename(const Handle& file, FILE_INFO_BY_HANDLE_CLASS way, DWORD flags) noexcept {
-    static_assert(offsetof(FILE_RENAME_INFO, ReplaceIfExists) == 0, "the flags' place");
-    std::memcpy(request.data(), &flags, sizeof flags);
-    return SetFileInformationByHandle(file.get(), way, request.data(),
-                                      static_cast<DWORD>(request.size()));
-  }
-
- private:
-  std::vector<char> request;
-};
+bool Rename(const Handle& file, std::vector<char>& request, FILE_INFO_BY_HANDLE_CLASS way,
+            DWORD flags) noexcept {
+  static_assert(offsetof(FILE_RENAME_INFO, ReplaceIfExists) == 0, "the flags' place");
+  assert(request.size() > sizeof(FILE_RENAME_INFO));
+  std::memcpy(request.data(), &flags, sizeof flags);
+  return SetFileInformationByHandle(file.get(), way, request.data(),
+                                    static_cast<DWORD>(request.size()));
+}
 
 // Whether a file that could not be replaced may be replaceable later. Access is denied both if
 // another program has it open, and if this one may not delete it, which opening it shows.
@@ -81,9 +79,7 @@ TemporaryFile::TemporaryFile(std::wstring_view folder, std::uint64_t number, DWO
 }
 
 TemporaryFile::~TemporaryFile() {
-  if (name.empty()) return;
-  file.reset();
-  DeleteFileW(name.c_str()); // in case closing did not remove it
+  if (!name.empty()) SetDeleteOnClose(file, true);
 }
 
 void TemporaryFile::SetAccessList(const std::vector<unsigned char>& list) {
@@ -132,28 +128,31 @@ void TemporaryFile::Finish(LARGE_INTEGER creationTime) {
   volume = status.file.dwVolumeSerialNumber; // Wine forgets it when the file is renamed
 }
 
-bool TemporaryFile::RenameTo(const std::wstring& target, bool replaces, Handle& original) {
+bool TemporaryFile::RenameTo(const std::wstring& target, bool replaces, Handle& original,
+                             const std::function<bool()>& isUnchanged) {
   assert(named);
-  Renaming renaming(target);
+  std::vector<char> request = RenameRequest(target);
   const DWORD flags = replaces ? replaceIfExists : 0;
   if ((finalAttributes & FILE_ATTRIBUTE_HIDDEN) == 0) {
     FILE_BASIC_INFO shown{};
     shown.FileAttributes = (finalAttributes & settableAttributes) | FILE_ATTRIBUTE_ARCHIVE;
     SetAttributes(shown);
   }
+  bool isChanged = false;
   const auto rename = [&]() noexcept {
-    if (renaming.Rename(file, fileRenameInfoEx, flags | posixSemantics)) return true;
+    isChanged = !isUnchanged();
+    if (isChanged || Rename(file, request, fileRenameInfoEx, flags | posixSemantics)) return true;
     if (!IsUnsupported(GetLastError())) return false;
     original.reset();
-    return renaming.Rename(file, FileRenameInfo, flags);
+    return Rename(file, request, FileRenameInfo, flags);
   };
   if (!RetryWhileInUse(rename, [&] { return IsReplaceableLater(target); })) {
     const DWORD error = GetLastError();
     if (!replaces && (error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS)) return false;
     ThrowSystemFailure("cannot replace the file", error);
   }
-  name.clear();
-  return true;
+  if (!isChanged) name.clear();
+  return !isChanged;
 }
 
 FileState TemporaryFile::State() {

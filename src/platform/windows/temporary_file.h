@@ -2,6 +2,8 @@
 #ifndef TARVIK_PLATFORM_WINDOWS_TEMPORARY_FILE_H
 #define TARVIK_PLATFORM_WINDOWS_TEMPORARY_FILE_H
 
+#include <functional>
+
 #include "platform/windows/access.h"
 
 namespace platform {
@@ -28,8 +30,10 @@ class TemporaryFile {
 
   // Gives the file its final name, and shows it unless it is to be hidden. Closes `original`, the
   // file that is to be replaced, on systems that cannot replace an open file. False if
-  // `replaces` is false and a file has that name. REQUIRES: Finish was called.
-  bool RenameTo(const std::wstring& target, bool replaces, Handle& original);
+  // `replaces` is false and a file has that name, or if isUnchanged(), which is called directly
+  // before each attempt, is false. REQUIRES: Finish was called.
+  bool RenameTo(const std::wstring& target, bool replaces, Handle& original,
+                const std::function<bool()>& isUnchanged);
 
   // Closes the file. REQUIRES: it has its final name.
   FileState State();
