@@ -10,8 +10,8 @@ set(exportTable ${PROJECT_SOURCE_DIR}/src/exports/exports.txt)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${exportTable})
 file(STRINGS ${exportTable} exportLines REGEX "^[A-Za-z]")
 
-# Also two lists for cmake/windows_library.cmake: the exported names in names-<architecture>, their symbols in
-# symbols-<architecture>.
+# Also two lists of the functions for all compilers, for cmake/windows_library.cmake: the exported names in
+# names-<architecture>, their symbols in symbols-<architecture>.
 
 set(elfNames "")
 foreach(architecture x86 x64)
@@ -30,6 +30,9 @@ foreach(line ${exportLines})
   string(APPEND links-x64 "  \"${exportedName}\" = \"${function}\"\n")
   string(APPEND imports-x86 "  \"${function}@${bytes}\" == \"${exportedName}\"\n")
   string(APPEND imports-x64 "  \"${function}\" == \"${exportedName}\"\n")
+  if(line MATCHES "C\\+\\+$")
+    continue()
+  endif()
   list(APPEND names-x86 ${exportedName})
   list(APPEND symbols-x86 _${function}@${bytes})
   list(APPEND names-x64 ${exportedName})

@@ -26,7 +26,7 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/tarvikConfig.cmake.in ${PROJECT_BINARY_DIR}/tarvikConfig.cmake
-                              INSTALL_DESTINATION ${packageFolder})
+                              INSTALL_DESTINATION ${packageFolder} PATH_VARS CMAKE_INSTALL_LIBDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tarvikConfig.cmake ${PROJECT_BINARY_DIR}/tarvikConfigVersion.cmake
         DESTINATION ${packageFolder})
@@ -44,6 +44,8 @@ install(FILES ${PROJECT_BINARY_DIR}/tarvik.pc DESTINATION ${CMAKE_INSTALL_LIBDIR
 
 if(TARVIK_BUILD_TOOLS)
   install(TARGETS tarvik-cli)
+endif()
+if(TARVIK_BUILD_TOOLS AND NOT WIN32)
   configure_file(${PROJECT_SOURCE_DIR}/docs/tarvik.1.in ${PROJECT_BINARY_DIR}/tarvik.1 @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/tarvik.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
   install(FILES ${PROJECT_SOURCE_DIR}/scripts/tarvik.bash-completion

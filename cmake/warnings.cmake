@@ -5,9 +5,7 @@ add_library(tarvik-warnings INTERFACE)
 if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()
-if(MSVC)
-  target_compile_options(tarvik-warnings INTERFACE /W4 $<$<BOOL:${TARVIK_WERROR}>:/WX>)
-elseif(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
   target_compile_options(
     tarvik-warnings
     INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor

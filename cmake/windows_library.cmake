@@ -1,21 +1,6 @@
-# Adds a version resource and protection marks to the two DLLs, and makes tarvik.lib and corekit.lib for other compilers.
-enable_language(RC)
-set(description-tarvik "${PROJECT_DESCRIPTION}")
-set(description-corekit "Log, trace, string builder and file cipher of Tarvik")
-foreach(library tarvik corekit)
-  set(description "${description-${library}}")
-  configure_file(${PROJECT_SOURCE_DIR}/src/exports/version.rc.in ${exportFolder}/${library}.rc @ONLY)
-  target_sources(${library} PRIVATE ${exportFolder}/${library}.rc)
-endforeach()
-if(NOT MINGW) # other linkers do this by default
-  return()
-endif()
-
-# --no-seh: no exception handlers are on the stack. ld can't make a table of safe ones.
-set(protection --nxcompat --dynamicbase $<IF:$<EQUAL:${pointerBits},32>,--no-seh,--high-entropy-va>)
-foreach(library tarvik corekit)
-  target_link_options(${library} PRIVATE "LINKER:$<JOIN:${protection},$<COMMA>>")
-endforeach()
+# Parts of the two DLLs: see windows_program.cmake. Also tarvik.lib and corekit.lib, for other compilers.
+add_windows_parts(tarvik tarvik.dll VFT_DLL "${PROJECT_DESCRIPTION}")
+add_windows_parts(corekit corekit.dll VFT_DLL "Log, trace, string builder and file cipher of Tarvik")
 
 find_program(TARVIK_LLD_LINK NAMES lld-link lld-link-14 DOC "lld's linker for Windows, which makes tarvik.lib and corekit.lib")
 if(NOT TARVIK_LLD_LINK)
@@ -40,11 +25,10 @@ function(add_import_library library names symbols)
     install(FILES ${importLibrary} DESTINATION ${CMAKE_INSTALL_LIBDIR})
   endif()
 endfunction()
-set(corekitNames CorekitSetLogSink CorekitSetCipherKey) # the C functions
-if(pointerBits EQUAL 32)
-  add_import_library(tarvik "${names-x86}" "${symbols-x86}")
-  add_import_library(corekit "${corekitNames}" "_CorekitSetLogSink;_CorekitSetCipherKey")
-else()
-  add_import_library(tarvik "${names-x64}" "${symbols-x64}")
-  add_import_library(corekit "${corekitNames}" "${corekitNames}")
+file(STRINGS ${PROJECT_SOURCE_DIR}/src/exports/corekit_names.txt corekitNames REGEX "^Corekit") # the C functions
+set(corekitSymbols ${corekitNames})
+if(architecture STREQUAL x86)
+  list(TRANSFORM corekitSymbols PREPEND _)
 endif()
+add_import_library(tarvik "${names-${architecture}}" "${symbols-${architecture}}")
+add_import_library(corekit "${corekitNames}" "${corekitSymbols}")

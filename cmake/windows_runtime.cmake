@@ -1,4 +1,5 @@
-# Libraries and programs must share one C++ runtime, so it is not linked into them. Copies its DLLs beside ours and installs them.
+# Libraries and programs must share one C++ runtime, so it is not linked into them. Copies its DLLs beside ours, without
+# their debug symbols, and installs them.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(libgcc libgcc_s_dw2-1.dll)
 else()
@@ -11,8 +12,11 @@ foreach(name libstdc++-6.dll ${libgcc} libwinpthread-1.dll)
     message(WARNING "Can't find the compiler's runtime file ${name}: copy the runtime DLLs beside the programs by hand")
     continue()
   endif()
-  file(COPY ${runtimeFile} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  file(MAKE_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  set(stripped ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name})
+  execute_process(COMMAND ${CMAKE_STRIP} --preserve-dates --strip-all -o ${stripped} ${runtimeFile}
+                  COMMAND_ERROR_IS_FATAL ANY)
   if(TARVIK_INSTALL)
-    install(FILES ${runtimeFile} DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES ${stripped} DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()

@@ -2,8 +2,9 @@
 # Compares what a built library exports with the table of exported functions:
 #   scripts/check-exports.sh <table> <library> elf|x86|x64 [import library]
 # Fails on a missing or surplus name and on a wrong machine type. For a DLL, the names must be sorted, because Windows finds
-# them by binary search; the import library must lead every function to its exported name; and the DLL and corekit.dll must be
-# marked for every protection that the linker supports, and name the product and the version.
+# them by binary search; the import library must lead every function to its exported name. The DLL, corekit.dll and the command
+# must be marked for every protection that the linker supports (32 bits: and for all memory), and name the product and the
+# version; the command must have its manifest; and neither they nor the runtime's DLLs may contain debug symbols.
 # shellcheck disable=SC2016  # awk expands what is in single quotes
 set -euo pipefail
 export LC_ALL=C
@@ -40,9 +41,21 @@ compare "symbols of $importLibrary" "$(rows "$symbol" | sort)" \
 
 declare -A protections=([x86]="DYNAMIC_BASE NX_COMPAT NO_SEH" [x64]="HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT")
 version=$("$(dirname "$0")/version.sh")
-for dll in "$library" "$(dirname "$library")/corekit.dll"; do
-  compare "protections of $dll" "${protections[$kind]}" \
-    "$(objdump --private-headers "$dll" | sed -n '/^DllCharacteristics/,/^SizeOf/s/^\t\+//p' | xargs)"
-  compare "product and version of $dll" "ProductName Tarvik ProductVersion $version" \
-    "$(strings --encoding=l "$dll" | grep -A1 '^Product' | xargs)"
+folder=$(dirname "$library")
+programs=("$library" "$folder/corekit.dll")
+if [[ -e $folder/tarvik.exe ]]; then
+  programs+=("$folder/tarvik.exe")
+  compare "manifest of tarvik.exe" "asInvoker longPathAware" \
+    "$(strings "$folder/tarvik.exe" | grep -o '"asInvoker"\|<longPathAware' | tr -d '"<' | xargs)"
+fi
+for program in "${programs[@]}"; do
+  headers=$(objdump --private-headers "$program")
+  compare "protections of $program" "${protections[$kind]}" \
+    "$(sed -n '/^DllCharacteristics/,/^SizeOf/s/^\t\+//p' <<<"$headers" | xargs)"
+  [[ $headers == *'large address aware'* ]] || { echo "$program: not for all memory" >&2; exit 1; }
+  compare "product and version of $program" "ProductName Tarvik ProductVersion $version" \
+    "$(strings --encoding=l "$program" | grep -A1 '^Product' | xargs)"
+done
+for program in "${programs[@]}" "$folder"/lib*.dll; do
+  [[ $(objdump --section-headers "$program") != *.debug_* ]] || { echo "$program: contains debug symbols" >&2; exit 1; }
 done
