@@ -1,6 +1,6 @@
 #!/bin/bash
 # Installs Debian packages, those that are missing, by name or by group:
-#   scripts/install-packages.sh build|test|samples|check|windows|bench|docs|package|<Debian package>...
+#   scripts/install-packages.sh build|test|samples|check|windows|archives|bench|docs|package|<Debian package>...
 set -euo pipefail
 
 declare -A groups=(
@@ -9,6 +9,7 @@ declare -A groups=(
   [samples]="mono-mcs mono-runtime"
   [check]="clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 llvm-14 shellcheck dpkg-dev file"
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine clang-14 lld-14"
+  [archives]="zip unzip"
   [bench]="libbenchmark-dev libpugixml-dev libtinyxml2-dev libxml2-dev python3 valgrind"
   [docs]="doxygen"
   [package]="build-essential debhelper file lintian meson python3"
