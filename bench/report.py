@@ -84,7 +84,7 @@ def row_of_saving(size: str, place: str, shown: str, goal: float) -> Row:
 
 HELD = "held_memory/10MB/tarvik"
 ENTITY = "shape/an own entity referred to often, 15 bytes read/4n"
-BLANKS = "shape/20 children made behind blanks/4n"
+BLANKS = "shape/20 children created after white space/4n"
 
 ROWS: list[Row] = [
     *rows_of_open("0.1MB", 1.0),
@@ -112,7 +112,7 @@ ROWS: list[Row] = [
     Row("bytes held for each of a million distinct names", "distinct_names#more", ["distinct_names#names"], 60, "count"),
     Row("most memory for an own entity referred to often, against the file", f"{ENTITY}#most", [f"{ENTITY}#file"], 4.0,
         "bytes"),
-    Row("the file after 20 children made behind 1MB of blanks, against before", f"{BLANKS}#after", [f"{BLANKS}#file"],
+    Row("the file after 20 children were created after 1MB of white space, against before", f"{BLANKS}#after", [f"{BLANKS}#file"],
         1.1, "bytes"),
     Row("GetXMLItem of a known group, XPath from the root", "read_item/tarvik",
         ["read_item/pugixml-xpath-from-root"], 0.2),
@@ -122,11 +122,11 @@ ROWS: list[Row] = [
         1.2),
     *rows_of_calls("GetFileList of 1000 files, {call} call, XPath item by item", "file_list/1000",
                    ["pugixml-xpath", "libxml2-xpath"], 0.1, 0.1),
-    *rows_of_calls("GetFileList of 1000 files, {call} call, loop by hand", "file_list/1000", ["pugixml-hand"], 5.0, 5.0),
+    *rows_of_calls("GetFileList of 1000 files, {call} call, hand-written loop", "file_list/1000", ["pugixml-hand"], 5.0, 5.0),
     *rows_of_growth("GetFileList of 10000 files against 1000, {call} call", "file_list"),
-    *rows_of_calls("EnumDetectionInfo over 1000 packages, {call} walk, by hand", "detection_walk/1000",
+    *rows_of_calls("EnumDetectionInfo over 1000 packages, {call} walk, hand-written loop", "detection_walk/1000",
                    ["pugixml-hand"], 8.0, 8.0),
-    *rows_of_calls("EnumDetectionInfo over 10000 packages, {call} walk, by hand", "detection_walk/10000",
+    *rows_of_calls("EnumDetectionInfo over 10000 packages, {call} walk, hand-written loop", "detection_walk/10000",
                    ["pugixml-hand"], 8.0, 8.0),
     *rows_of_growth("EnumDetectionInfo over 10000 packages against 1000, {call} walk", "detection_walk"),
     row_of_saving("0.1MB", "disk", "on disk", 1.0),

@@ -237,7 +237,7 @@ const Shape shapes[] = {
      &ReadBeginning},
     {"distinct names", 250'000,
      [](std::uint32_t count) { return Document("<r>", count, "<e@/>", "</r>"); }, &ReadLast},
-    {"20 children made behind blanks", 250'000,
+    {"20 children created after white space", 250'000,
      [](std::uint32_t count) { return "<r>\n" + std::string(count, ' ') + "<c/>\n</r>\n"; },
      &MakeTwentyChildren},
     {"elements from entities", 10'000,
