@@ -33,6 +33,12 @@
 #include <cstdint>
 #include <string>
 #include <vector>
+
+// On Windows, the library is built with the GNU C++ runtime. The strings and vectors of others are
+// laid out differently, so the library would crash on the records of such a caller.
+#if defined(_MSC_VER) || (defined(_WIN32) && !defined(__GLIBCXX__))
+#define TARVIK_RECORDS_DIFFER
+#endif
 #endif
 
 // 32-bit Windows has several calling conventions; callers with another default match through this.
@@ -255,7 +261,7 @@ uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const uint32_t* cook
 uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, uint32_t cookie,
                                             const char* fileName, uint32_t* matches);
 
-#if defined(__cplusplus) && (!defined(_MSC_VER) || defined(TARVIK_SAME_RUNTIME))
+#if defined(__cplusplus) && !defined(TARVIK_RECORDS_DIFFER)
 // Fills *info from the next detection entry and language package of the same branch, starting at
 // position (a DetectionPosition), and moves position past them. No pointer may be null. Returns the
 // code of the last read: XmlSuccess; XmlNotFound at the end of the catalog (all fields are empty
@@ -285,10 +291,8 @@ uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const uint32_t* cookie,
 } // extern "C"
 #endif
 
-// On Windows, the library is built with the GNU C++ runtime. Other compilers' strings and vectors
-// are laid out differently, so calling the three functions from there would crash in the library.
-// Whoever builds the library itself with such a compiler defines TARVIK_SAME_RUNTIME.
-#if defined(__cplusplus) && defined(_MSC_VER) && !defined(TARVIK_SAME_RUNTIME)
+// A call of the three functions is then a compile error that says why.
+#ifdef TARVIK_RECORDS_DIFFER
 #define TARVIK_OTHER_RUNTIME(name)                                                       \
   template <class... Arguments>                                                          \
   uint32_t name(Arguments...) {                                                          \

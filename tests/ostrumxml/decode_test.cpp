@@ -41,9 +41,8 @@ TEST(Decode, ConvertsWhatTheDeclarationNames) {
       {"Windows-1252", "\x80\xE9", "\u20AC\u00E9"},
       {"windows-1255", "\xF9\xC8\xED", "\u05E9\u05B8\u05DD"}, // glibc would join the first two
       {"KOI8-R", "\xF0\xD2", "\u041F\u0440"},
-      {"Shift_JIS|shift-jis|SJIS|x-sjis|MS_Kanji|csShiftJIS|Windows-31J|csWindows31J|MS932|sjis-"
-       "win|"
-       "sjis-open",
+      {"Shift_JIS|shift-jis|SJIS|x-sjis|MS_Kanji|csShiftJIS|Windows-31J|csWindows31J|MS932|"
+       "sjis-win|sjis-open",
        "\x83\\ \\~\xB1\xED\x40", "\u30BD \\~\uFF71\u7E8A"},
       {"EUC-JP", "\xA5\xBD\x8E\xB1\x8F\xB0\xA1", "\u30BD\uFF71\u4E02"},
       {"GB2312|csGB2312|CN-GB|EUC-CN|EUCCN", "\x81\x40\xC4\xE3", "\u4E02\u4F60"},

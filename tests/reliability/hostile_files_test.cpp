@@ -7,19 +7,9 @@
 #include <unistd.h>
 
 #include "support/open_document.h"
+#include "support/text.h"
 
 namespace {
-
-// The text, repeated, with "@" replaced by 0, 1, 2, ...
-std::string Repeat(const std::string& text, std::size_t count) {
-  const std::size_t place = text.find('@');
-  std::string all;
-  for (std::size_t i = 0; i < count; ++i) {
-    all += text;
-    if (place != text.npos) all.replace(all.size() - text.size() + place, 1, std::to_string(i));
-  }
-  return all;
-}
 
 using Document = const TestDocument&;
 using Call = bool (*)(Document document,

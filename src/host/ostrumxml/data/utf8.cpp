@@ -101,7 +101,9 @@ bool AppendUtf8(char32_t character, std::string& utf8) {
     return true;
   }
   if ((character >= 0xD800 && character <= 0xDFFF) || character > 0x10FFFF) return false;
-  int shift = character < 0x800 ? 6 : character < 0x10000 ? 12 : 18;
+  int shift = 6;
+  if (character >= 0x800) shift = 12;
+  if (character >= 0x10000) shift = 18;
   utf8 += static_cast<char>((0xFF80U >> (shift / 6)) | (character >> shift));
   while ((shift -= 6) >= 0) utf8 += static_cast<char>(0x80 | ((character >> shift) & 0x3F));
   return true;
