@@ -41,9 +41,9 @@ across=$(awk '
 
 circles=$(tsort <<<"$includes" 2>&1 >/dev/null || true)
 
-# The command may include the document library, what it needs of the system, and the public headers.
+# The command may include the document library, conversions, what it needs of the system, and the public headers.
 inside=$(grep --recursive --line-number '^#include ".*/' tools |
-  grep -Ev '"(tarvik/tarvik|corekit/corekit|platform/(files|platform)|host/ostrumxml/[a-z0-9_/]+)\.h"' || true)
+  grep -Ev '"(tarvik/tarvik|corekit/corekit|platform/(files|platform)|(host/ostrumxml|text)/[a-z0-9_/]+)\.h"' || true)
 
 if [[ -n $upward$across$circles$inside ]]; then
   printf '%s\n' "$upward" "$across" "$circles" "$inside" | sed '/^$/d' >&2

@@ -1,149 +1,162 @@
-#include "changes.h"
+#include <algorithm>
+#include <stdexcept>
 
-#include "diff.h"
-#include "indented.h"
-#include "input.h"
-#include "output.h"
-#include "system.h"
-
-void Changes::ApplyTo(Ostrum::Document& document) {
-  created.clear();
-  members.clear();
-  searches = 0;
-  Matcher matcher(document.GetRoot());
-  Run(matcher);
-  wasApplied = true;
-}
-
-Matches Changes::Find(Matcher& matcher, const Path& path, std::span<const Step> steps) {
-  Matches matches = matcher.Find(steps);
-  Seen now{matches.places.size(), matches.siblings};
-  if (!wasApplied) {
-    seen.push_back(std::move(now));
-  } else if (searches >= seen.size() || seen[searches] != now) {
-    throw CommandError("not saved: another program changed the file meanwhile, and " + path.text +
-                       " may now name something else");
-  }
-  ++searches;
-  return matches;
-}
-
-void Changes::NoteCreated(const Place& place, std::string_view attribute) {
-  // Only the first ones are shown.
-  created.push_back(created.size() < maxListed ? PathOf(place, attribute) : "");
-}
-
-void Changes::RequireOne(const Path& path, std::size_t count, const std::string& what) const {
-  if (count <= 1 || options.all) return;
-  throw CommandError(path.text + " names " + std::to_string(count) + ' ' + what +
-                     "; --all takes all of them, a number such as [1] one");
-}
+#include "edit.h"
+#include "matches.h"
 
 namespace {
 
-// The changes as a save applies them again.
-class Pending : public Ostrum::PendingChanges {
+// Applies changes to one document.
+class Application {
  public:
-  explicit Pending(Changes& which) : changes(which) {}
-  void ApplyTo(Ostrum::Document& other) const override { changes.ApplyTo(other); }
+  Application(Element root, const Options& given, const Outcome* expected)
+      : options(given), before(expected), matcher(root) {}
 
- private:
-  Changes& changes;
-};
+  void Set(const Change& change) {
+    const Path& path = change.path;
+    std::vector<Place> places = Find(path, path.steps);
+    RequireOne(path, places, "elements");
+    if (places.empty()) places = Create(path);
+    for (const Place& place : places) {
+      if (path.attribute.empty()) {
+        static_cast<Ostrum::Value>(place.back()).Set(*change.value);
+      } else {
+        SetAttribute(change, place);
+      }
+    }
+    AddEntries(path, places);
+  }
 
-// FILE while it is changed.
-class Target {
- public:
-  Target(const Options& given, const std::string& newRoot)
-      : options(given),
-        isInput(given.file == "-"),
-        name(console::FileNameOf(given.file)),
-        file(name, DecryptionFor(given), EncryptionFor(given)),
-        isNew(options.create && !isInput && !exists(name)) {
-    if (isNew) {
-      Begin(newRoot);
-    } else {
-      Read();
+  // The removals are applied at the end, after all paths were found.
+  void Collect(const Change& change) {
+    const Path& path = change.path;
+    std::vector<Place> places = Find(path, path.steps, path.attribute);
+    if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
+    RequireOne(path, places, path.attribute.empty() ? "elements" : "attributes");
+    AddEntries(path, places);
+    for (Place& place : places) removals.emplace_back(&path, std::move(place));
+  }
+
+  void Remove() {
+    for (const auto& [path, place] : removals) {
+      Element element = place.back();
+      Explain(*path, "not removed", [&] {
+        if (!path->attribute.empty()) return element.RemoveAttribute(path->attribute);
+        if (place.size() == 1) throw std::invalid_argument("a document needs its root");
+        Element(place[place.size() - 2]).RemoveChild(element);
+      });
     }
   }
 
-  void Change(Changes& changes) {
-    changes.ApplyTo(*document);
-    if (isNew) document = Parse(WriteIndented(document->GetRoot()));
-    isChanged = isNew || !document->Edits().empty();
-    if (options.dryRun) return PrintDiff();
-    if (isInput) return PrintResult();
-    if (!isChanged) return;
-    const console::HeldSignals held;
-    Pending pending(changes);
-    file.Save(*document, pending);
+  // Calls what may throw the document's refusal of a change.
+  template <class Call>
+  static void Explain(const Path& path, const char* refusal, Call call) {
+    try {
+      call();
+    } catch (const std::invalid_argument& reason) {
+      throw CommandError(path.text + ": " + refusal + ": " + reason.what());
+    }
   }
 
-  bool HasNewEncoding() const { return isChanged && encoding != Ostrum::UTF_8; }
+  Outcome outcome;
 
  private:
-  void Begin(const std::string& root) {
-    if (root.empty())
-      throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
-    document = Parse("<" + root + "/>");
-  }
-
-  void Read() {
-    if (!isInput && IsStream(options.file)) throw CommandError("is a pipe, which cannot be saved");
-    std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
-    if (isInput) original = bytes;
-    Ostrum::FileText text = Decode(std::move(bytes), options);
-    encoding = text.encoding;
-    if (options.dryRun) {
-      if (encoding != Ostrum::UTF_8) throw CommandError("is not in UTF-8, which -n requires");
-      original = text.utf8;
+  std::vector<Place> Find(const Path& path, std::span<const Step> steps,
+                          std::string_view attribute = {}) {
+    std::vector<std::size_t> found;
+    std::vector<Place> places = matcher.Find(steps, attribute, &found);
+    found.push_back(places.size());
+    for (const std::size_t count : found) {
+      const std::size_t i = outcome.found.size();
+      outcome.found.push_back(count);
+      const bool isAsBefore =
+          before == nullptr || (i < before->found.size() && before->found[i] == count);
+      if (isAsBefore) continue;
+      throw CommandError("not saved: another program changed the file meanwhile, and " + path.text +
+                         " may now name something else");
     }
-    document = Parse(std::move(text.utf8));
+    return places;
   }
 
-  void PrintDiff() const {
-    std::vector<Ostrum::Edit> edits = document->Edits();
-    if (isNew) edits.push_back({0, 0, document->GenerateXML(false)});
-    PrintBytes(UnifiedDiff(isInput ? "-" : options.shownFile, original, edits, isNew));
+  void RequireOne(const Path& path, const std::vector<Place>& places, const char* what) const {
+    if (places.size() <= 1 || options.all) return;
+    throw CommandError(path.text + " names " + std::to_string(places.size()) + ' ' + what +
+                       "; --all takes all of them, a number such as [1] one");
   }
 
-  // An unchanged input comes out as it was, in its encoding.
-  void PrintResult() const {
-    if (!isChanged) return PrintBytes(original);
-    std::string result = document->GenerateXML(false);
-    const Ostrum::ByteFilter encrypt = EncryptionFor(options);
-    if (encrypt != nullptr && !encrypt(result, result)) throw CommandError("cannot be encrypted");
-    PrintBytes(result);
+  void SetAttribute(const Change& change, const Place& place) {
+    const std::string& name = change.path.attribute;
+    const bool isNew = place.back().GetAttribute(name).IsNull();
+    if (isNew && options.existing)
+      throw CommandError("no attribute " + name + " in " + PathOf(place), ExitStatus::NothingFound);
+    matcher.SetAttribute(place.back(), name, *change.value);
+    if (isNew) NoteCreated(place, name);
+  }
+
+  // Creates what follows the longest part of the path that names something.
+  std::vector<Place> Create(const Path& path) {
+    const std::size_t followed = matcher.Followed(path);
+    const std::span missing = std::span(path.steps).subspan(followed);
+    const bool canCreate = std::ranges::none_of(missing, &Step::HasAnyName) && !options.existing;
+    if (!canCreate) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
+    if (followed == 0) throw CommandError(matcher.WhyMissing(path));
+    std::vector<Place> places = Find(path, std::span(path.steps).first(followed));
+    RequireOne(path, places, "places for a new element");
+    for (Place& place : places) {
+      for (const Step& step : missing) {
+        RequireNext(path, place, step);
+        const Element parent = place.back();
+        place.push_back(matcher.Add(parent, step));
+        NoteCreated(place);
+        const std::string misread = MisreadNumber(parent, step.name);
+        if (!misread.empty())
+          outcome.created.back() += " (" + misread + " is the one of that number)";
+      }
+    }
+    return places;
+  }
+
+  // An element can be created only with the number that it will have.
+  void RequireNext(const Path& path, const Place& place, const Step& step) {
+    if (step.position == Position::All || step.position == Position::Next) return;
+    const std::uint32_t count = matcher.Count(place.back(), step);
+    const std::string next = std::to_string(count + 1);
+    if (step.position == Position::Number && step.number == count + 1) return;
+    throw CommandError(path.text + ": " + PathOf(place) + " has " + std::to_string(count) + ' ' +
+                       step.WithoutPosition() + "; the next is number " + next + ", or last()+1");
+  }
+
+  void NoteCreated(const Place& place, std::string_view attribute = {}) {
+    const bool isShown = outcome.created.size() < maxListed;
+    outcome.created.push_back(isShown ? PathOf(place, attribute) : "");
+  }
+
+  void AddEntries(const Path& path, const std::vector<Place>& places) {
+    if (!options.json) return;
+    for (const Place& place : places) {
+      const std::string key = places.size() == 1 ? path.text : PathOf(place, path.attribute);
+      outcome.entries.emplace_back(key, ValueAt(place, path.attribute));
+    }
   }
 
   const Options& options;
-  const bool isInput;
-  const platform::FileName name;
-  Ostrum::DocumentFile file;
-  const bool isNew;
-  bool isChanged = false;
-  Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
-  std::string original; // of standard input the bytes, for a dry run the text
-  std::unique_ptr<Ostrum::Document> document;
+  const Outcome* const before; // null the first time
+  Matcher matcher;
+  std::vector<std::pair<const Path*, Place>> removals;
 };
-
-void RequireNoConflict(const Options& options) {
-  if (options.dryRun && options.encrypted) throw UsageError("-n shows no encrypted file");
-  const bool printsText = options.dryRun || options.file == "-";
-  if (printsText && options.json) throw UsageError("--json excludes -n and FILE -");
-}
 
 } // namespace
 
-ExitStatus Apply(Changes& changes, const Options& options, const std::string& newRoot) {
-  RequireNoConflict(options);
-  Target target(options, newRoot);
-  target.Change(changes);
-  if (options.json) PrintJson(changes.members);
-  std::string note;
-  if (!changes.created.empty())
-    note = (options.dryRun ? "would create " : "created ") + Listed(changes.created);
-  if (target.HasNewEncoding()) note += (note.empty() ? "" : "; ") + std::string("is now in UTF-8");
-  if (!note.empty()) PrintMessage(AfterFile(options.shownFile, note));
-  return ExitStatus::Found;
+Outcome ApplyChanges(const std::vector<Change>& changes, const Options& options,
+                     Ostrum::Document& document, const Outcome* before) {
+  Application application(document.GetRoot(), options, before);
+  for (const Change& change : changes) {
+    if (!change.value) {
+      application.Collect(change);
+    } else {
+      Application::Explain(change.path, "not set", [&] { application.Set(change); });
+    }
+  }
+  application.Remove();
+  return std::move(application.outcome);
 }

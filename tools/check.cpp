@@ -3,29 +3,26 @@
 
 #include "commands.h"
 #include "input.h"
-#include "json.h"
 #include "output.h"
 
 namespace {
 
-std::string JsonOf(const std::string& file, int line, int column, const std::string& reason) {
-  return JsonText(file) + ": {\"wellFormed\": " + (reason.empty() ? "true" : "false") +
-         ", \"line\": " + std::to_string(line) + ", \"column\": " + std::to_string(column) +
-         ", \"reason\": " + JsonText(reason) + '}';
+Json Result(bool isWellFormed, int line, int column, const std::string& reason) {
+  return {{"wellFormed", isWellFormed}, {"line", line}, {"column", column}, {"reason", reason}};
 }
 
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const Options& options, std::vector<std::string>& results) {
+ExitStatus CheckOne(const Options& options, Json& results) {
   try {
     ReadDocument(options);
-    results.push_back(JsonOf(options.shownFile, 0, 0, ""));
+    results[Shown(options.file)] = Result(true, 0, 0, "");
     return ExitStatus::Found;
   } catch (const Damage& damage) {
-    results.push_back(JsonOf(options.shownFile, damage.line, damage.column, damage.reason));
-    PrintMessage(AfterFile(options.shownFile, damage.what()));
+    results[Shown(options.file)] = Result(false, damage.line, damage.column, damage.reason);
+    PrintMessage(options.file, damage.what());
     return ExitStatus::NothingFound;
   } catch (const std::exception& failure) {
-    PrintMessage(AfterFile(options.shownFile, failure.what()));
+    PrintMessage(options.file, failure.what());
     return ExitStatus::Failed;
   }
 }
@@ -33,14 +30,15 @@ ExitStatus CheckOne(const Options& options, std::vector<std::string>& results) {
 } // namespace
 
 ExitStatus Check(const Options& options) {
-  std::vector<std::string> results;
+  Json results = Json::object();
   auto status = ExitStatus::Found;
-  for (const auto& [file, shownFile] : options.files) {
-    Options one = options;
+  Options one = options;
+  const auto check = [&](const std::string& file) {
     one.file = file;
-    one.shownFile = shownFile;
     status = std::max(status, CheckOne(one, results));
-  }
+  };
+  check(options.file);
+  std::ranges::for_each(options.arguments, check);
   if (options.json) PrintJson(results);
   return status;
 }

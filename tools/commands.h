@@ -6,7 +6,6 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
@@ -26,13 +25,11 @@ class UsageError : public std::runtime_error {
 
 // All text is UTF-8, except that files are named as given, in user text.
 struct Options {
-  std::string file;                                       // "-" is standard input
-  std::string shownFile;                                  // for messages
-  std::vector<std::pair<std::string, std::string>> files; // all, for check: given and shown
-  std::vector<std::string> arguments;                     // those after the file
-  std::optional<std::string> defaultText;
-  std::string from;        // a file; empty if not given
-  std::uint32_t depth = 0; // 0: no limit
+  std::string file;                   // "-" is standard input
+  std::vector<std::string> arguments; // those after the file; of check, more files
+  std::optional<std::string> defaultText, from, keyFile; // the last two are files
+  std::uint32_t depth = 0;                               // 0: no limit
+  int verbosity = 0; // 1: the library's log lines, 2: its traces too
   bool encrypted = false, json = false, all = false, endsWithZero = false;
   bool attributes = false, values = false;
   bool existing = false, create = false, fromInput = false, dryRun = false;

@@ -3,9 +3,7 @@
 
 #include "commands.h"
 #include "input.h"
-#include "json.h"
 #include "matches.h"
-#include "missing.h"
 #include "output.h"
 
 namespace {
@@ -16,61 +14,44 @@ class Answers {
   Answers(Element root, const Options& given) : options(given), matcher(root) {}
 
   void Add(const Path& path) {
-    const Matches matches = Find(path);
-    if (matches.places.empty()) return AddDefault(path, matches.followed);
-    const bool isOne = matches.places.size() == 1;
-    for (const Place& place : matches.places) {
-      AddValue(isOne ? path.text : KeyOf(place, path.attribute), ValueAt(place, path.attribute));
+    const std::vector<Place> places = matcher.Find(path.steps, path.attribute);
+    if (places.empty() && !options.defaultText) return missing.push_back(matcher.WhyMissing(path));
+    if (places.empty()) return AddEntry(path.text, *options.defaultText);
+    const bool isKey = places.size() == 1 || !options.json;
+    for (const Place& place : places) {
+      AddEntry(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
       if (!options.all) return;
     }
   }
 
-  std::vector<std::string> values;  // or members of a JSON object
+  std::vector<Entry> entries;
   std::vector<std::string> missing; // why paths name nothing
 
  private:
-  Matches Find(const Path& path) {
-    const bool isAttribute = !path.attribute.empty();
-    // The second one tells whether a path is a key of its own.
-    Matches matches = matcher.Find(path.steps, options.all || isAttribute ? SIZE_MAX : 2);
-    if (isAttribute) KeepWithAttribute(path.attribute, matches.places);
-    return matches;
-  }
-
-  std::string KeyOf(const Place& place, const std::string& attribute) const {
-    return options.json ? PathOf(place, attribute) : "";
-  }
-
-  void AddDefault(const Path& path, std::size_t followed) {
-    if (options.defaultText) return AddValue(path.text, *options.defaultText);
-    missing.push_back(WhyMissing(path, followed, matcher));
-  }
-
-  void AddValue(const std::string& key, const std::string& value) {
-    if (!options.json) return values.push_back(value);
-    if (keys.insert(key).second) values.push_back(JsonMember(key, value));
+  void AddEntry(const std::string& key, std::string value) {
+    if (!options.json || keys.insert(key).second) entries.emplace_back(key, std::move(value));
   }
 
   const Options& options;
   Matcher matcher;
-  std::unordered_set<std::string> keys; // of the object
+  std::unordered_set<std::string> keys; // of the JSON object
 };
 
 } // namespace
 
 ExitStatus Get(const Options& options) {
-  const std::vector<Path> paths = ParsePaths(options.arguments);
+  std::vector<Path> paths;
+  for (const std::string& text : options.arguments) paths.push_back(ParsePath(text));
   const auto document = ReadDocument(options);
   Answers answers(document->GetRoot(), options);
   for (const Path& path : paths) answers.Add(path);
   if (!answers.missing.empty())
     throw CommandError(Listed(answers.missing), ExitStatus::NothingFound);
   if (options.json) {
-    PrintJson(answers.values);
-  } else {
-    std::string_view end("\n");
-    if (options.endsWithZero) end = std::string_view("\0", 1);
-    for (const std::string& value : answers.values) Print(value, end);
+    PrintJson(answers.entries);
+    return ExitStatus::Found;
   }
+  const std::string end(1, options.endsWithZero ? '\0' : '\n');
+  for (const auto& [path, value] : answers.entries) Print(value, end);
   return ExitStatus::Found;
 }

@@ -19,14 +19,6 @@ Damage::Damage(int atLine, int atColumn, const std::string& why)
       column(atColumn),
       reason(why) {}
 
-Ostrum::ByteFilter DecryptionFor(const Options& options) {
-  return options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr;
-}
-
-Ostrum::ByteFilter EncryptionFor(const Options& options) {
-  return options.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr;
-}
-
 bool IsEncrypted(const std::string& bytes) { return bytes.starts_with("TVK1"); }
 
 bool IsStream(const std::string& file) {
@@ -46,7 +38,8 @@ Ostrum::FileText Decode(std::string bytes, const Options& options) {
   if (!options.encrypted && IsEncrypted(bytes))
     throw CommandError("is encrypted; --encrypted opens it");
   try {
-    return Ostrum::DecodeBytes(std::move(bytes), DecryptionFor(options));
+    const auto decrypt = options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr;
+    return Ostrum::DecodeBytes(std::move(bytes), decrypt);
   } catch (const Ostrum::ReadFailure& failure) {
     if (failure.result != Ostrum::ReadBadEncoding) throw;
     throw Damage(failure.line, failure.column, failure.what());

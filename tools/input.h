@@ -18,10 +18,6 @@ class Damage : public CommandError {
   const std::string reason;
 };
 
-// What converts a file's bytes when they are read or written; null unless FILE is encrypted.
-Ostrum::ByteFilter DecryptionFor(const Options& options);
-Ostrum::ByteFilter EncryptionFor(const Options& options);
-
 // Whether the bytes are those of an encrypted file, by their beginning.
 bool IsEncrypted(const std::string& bytes);
 

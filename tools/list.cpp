@@ -1,12 +1,7 @@
 // The command `list`.
-#include <optional>
-#include <unordered_map>
-
 #include "commands.h"
 #include "input.h"
-#include "json.h"
 #include "matches.h"
-#include "missing.h"
 #include "output.h"
 
 namespace {
@@ -16,70 +11,54 @@ class Listing {
  public:
   explicit Listing(const Options& given) : options(given) {}
 
-  void Add(const Place& top) {
-    path = top.size() > 1 ? PathOf(top) : "";
-    AddAttributes(top.back());
-    std::vector<Level> levels;
-    levels.emplace_back(top.back(), path.size());
-    while (!levels.empty()) {
-      Level& level = levels.back();
-      if (level.next == level.end) {
-        levels.pop_back();
-        continue;
+  void AddBelow(Place place) {
+    AddAttributes(place);
+    const std::size_t top = place.size();
+    for (Element next = place.back().FirstChild();;) {
+      const bool isDeepest = options.depth > 0 && place.size() - top == options.depth;
+      if (!next.IsNull() && !isDeepest) {
+        place.push_back(next);
+        AddElement(place);
+        next = next.FirstChild();
+      } else if (place.size() > top) {
+        next = place.back().NextSibling();
+        place.pop_back();
+      } else {
+        return;
       }
-      const Element element = *level.next;
-      ++level.next;
-      AddElement(level, element);
-      const bool isDeepest = levels.size() == options.depth;
-      if (!isDeepest && element.Begin() != element.End()) levels.emplace_back(element, path.size());
     }
   }
 
-  std::vector<std::string> lines; // or members of a JSON object or array
+  bool HasFound() const { return hasFound; }
+  const std::vector<std::string>& Paths() const { return paths; }
+  const std::vector<Entry>& Entries() const { return entries; }
 
  private:
-  // The children of one element.
-  struct Level {
-    Level(const Element& parent, std::size_t parentPathSize)
-        : next(parent.Begin()), end(parent.End()), pathSize(parentPathSize) {
-      for (auto child = next; child != end; ++child) ++names[child->GetName()].total;
-    }
-
-    struct SameName {
-      std::uint32_t total = 0, visited = 0;
-    };
-    Ostrum::IteratorRef next, end;
-    std::size_t pathSize; // of the parent's path
-    std::unordered_map<std::string_view, SameName> names;
-  };
-
-  void AddElement(Level& level, const Element& element) {
-    auto& [total, visited] = level.names[element.GetName()];
-    path.resize(level.pathSize);
-    if (!path.empty()) path += '/';
-    path += NumberedName(element.GetName(), ++visited, total);
-    const bool hasValue = options.values && element.Begin() == element.End();
-    AddLine(path, hasValue ? std::optional(element.GetValue()) : std::nullopt);
-    AddAttributes(element);
+  void AddElement(const Place& place) {
+    const Element& element = place.back();
+    const bool hasValue = options.values && element.FirstChild().IsNull();
+    AddLine(PathOf(place), hasValue, hasValue ? element.GetValue() : "");
+    AddAttributes(place);
   }
 
-  void AddAttributes(const Element& element) {
+  void AddAttributes(const Place& place) {
     if (!options.attributes) return;
-    for (const std::string_view name : element.AttributeNames()) {
-      const std::string line = path + (path.empty() ? "@" : "/@") + std::string(name);
-      AddLine(line,
-              options.values ? std::optional(element.GetAttribute(name).GetValue()) : std::nullopt);
-    }
+    for (const std::string_view name : place.back().AttributeNames())
+      AddLine(PathOf(place, name), options.values, options.values ? ValueAt(place, name) : "");
   }
 
-  void AddLine(const std::string& name, const std::optional<std::string>& value) {
-    if (!options.json) return lines.push_back(value ? RowText({name, *value}) : name);
-    if (!options.values) return lines.push_back(JsonText(name));
-    if (value) lines.push_back(JsonMember(name, *value));
+  // In JSON, what has no value has no entry beside those that have one.
+  void AddLine(const std::string& line, bool hasValue, const std::string& value) {
+    hasFound = true;
+    if (!options.json) return Print(hasValue ? RowText({line, value}) : line);
+    if (!options.values) return paths.push_back(line);
+    if (hasValue) entries.emplace_back(line, value);
   }
 
   const Options& options;
-  std::string path; // of the current element; empty for the root
+  bool hasFound = false;
+  std::vector<std::string> paths;
+  std::vector<Entry> entries;
 };
 
 } // namespace
@@ -89,16 +68,12 @@ ExitStatus List(const Options& options) {
   if (!path.attribute.empty()) throw UsageError(path.text + ": list takes the path of elements");
   const auto document = ReadDocument(options);
   Matcher matcher(document->GetRoot());
-  const Matches matches = matcher.Find(path.steps);
-  if (matches.places.empty())
-    throw CommandError(WhyMissing(path, matches.followed, matcher), ExitStatus::NothingFound);
+  const std::vector<Place> places = matcher.Find(path.steps);
+  if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
   Listing listing(options);
-  for (const Place& place : matches.places) listing.Add(place);
-  if (options.json) {
-    PrintJson(listing.lines, options.values ? "{}" : "[]");
-  } else {
-    for (const std::string& line : listing.lines) Print(line);
-  }
-  if (!listing.lines.empty()) return ExitStatus::Found;
+  for (const Place& place : places) listing.AddBelow(place);
+  if (options.json && options.values) PrintJson(listing.Entries());
+  if (options.json && !options.values) PrintJson(Json(listing.Paths()));
+  if (listing.HasFound()) return ExitStatus::Found;
   throw CommandError(path.text + " holds no elements", ExitStatus::NothingFound);
 }

@@ -1,27 +1,82 @@
 #include "matches.h"
 
 #include <algorithm>
+#include <cassert>
+#include <cctype>
 #include <stdexcept>
-
-#include "commands.h"
 
 namespace {
 
 using Ostrum::NameMatch;
 
-bool HasName(const Element& element, const Step& step) {
-  return step.HasAnyName() || element.GetName() == step.name;
+// The number of an element among the siblings that have its name, from 1.
+std::uint32_t NumberOf(const Element& child, const Element& parent) {
+  std::uint32_t low = 1;
+  for (std::uint32_t high = parent.CountChildren(child.GetName()); low < high;) {
+    const std::uint32_t middle = low + (high - low) / 2;
+    if (parent.NthChild(NameMatch::Exact, child.GetName(), middle) < child) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  assert(parent.NthChild(NameMatch::Exact, child.GetName(), low) == child);
+  return low;
 }
 
-bool PassesFilter(const Element& element, const Step& step) {
-  if (step.key.empty()) return true;
-  const Ostrum::Attribute attribute = element.GetAttribute(step.key);
-  return !attribute.IsNull() && attribute.GetValue() == step.value;
+// A child's name, with its number if there are several of that name, for example Folder[2].
+std::string NumberedName(const Element& parent, const Element& child) {
+  std::string text(child.GetName());
+  if (parent.CountChildren(text) == 1) return text;
+  return text + '[' + std::to_string(NumberOf(child, parent)) + ']';
 }
 
-std::size_t HashOf(const Ostrum::Attribute& attribute) {
-  std::string scratch;
-  return std::hash<std::string_view>()(attribute.GetValue(scratch));
+// The child's name that has the most letters at its beginning in common with the name, ignoring
+// case; empty if none has half of them.
+std::string_view NearestName(const Element& parent, std::string_view name) {
+  const auto areEqual = [](unsigned char a, unsigned char b) {
+    return std::tolower(a) == std::tolower(b);
+  };
+  std::string_view nearest;
+  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2;
+  for (auto child = parent.Begin(); child != parent.End(); ++child) {
+    const std::string_view other = child->GetName();
+    const auto common = std::ranges::mismatch(name, other, areEqual).in1 - name.begin();
+    if (common > most) nearest = other;
+    most = std::max(most, common);
+  }
+  return nearest;
+}
+
+// What may have been meant by a step for which the parent has no element. shown: the parent.
+std::string Hint(const Element& parent, const Step& step, const std::string& shown) {
+  if (step.HasAnyName() || parent.CountChildren(step.name) > 0) return {};
+  if (shown == step.name) return "; the root itself is /" + step.name;
+  const std::string number = MisreadNumber(parent, step.name);
+  if (!number.empty()) return "; a number is written in brackets: " + number;
+  const std::string_view nearest = NearestName(parent, step.name);
+  if (nearest.empty()) return {};
+  const bool isJoined = step.name.size() > nearest.size() + 1 && step.name.starts_with(nearest);
+  return "; there is " + std::string(nearest) + (isJoined ? ", and / separates names" : "");
+}
+
+bool HasName(const Element& element, std::string_view name) {
+  return name == "*" || element.GetName() == name;
+}
+
+std::vector<Element> AllChildren(const Element& parent, std::string_view name) {
+  std::vector<Element> children;
+  for (auto child = parent.Begin(); child != parent.End(); ++child) {
+    if (HasName(*child, name)) children.push_back(*child);
+  }
+  return children;
+}
+
+bool IsRootOf(const Step& step, const Element& root) {
+  const bool isFirst = step.position != Position::Next && step.number == 1;
+  const Ostrum::Attribute key = root.GetAttribute(step.key);
+  const bool hasKey = step.key.empty() || (!key.IsNull() && key.GetValue() == step.value);
+  return isFirst && hasKey && HasName(root, step.name);
 }
 
 void SetDirectly(Element element, std::string_view name, std::string_view value) {
@@ -33,56 +88,85 @@ void SetDirectly(Element element, std::string_view name, std::string_view value)
 
 } // namespace
 
-void KeepWithAttribute(std::string_view attribute, std::vector<Place>& places) {
-  std::erase_if(places, [attribute](const Place& place) {
-    return place.back().GetAttribute(attribute).IsNull();
-  });
+std::string ValueAt(const Place& place, std::string_view attribute) {
+  const Element& element = place.back();
+  return attribute.empty() ? element.GetValue() : element.GetAttribute(attribute).GetValue();
 }
 
-// Goes through the document in order, depth first.
-Matches Matcher::Find(std::span<const Step> steps, std::size_t limit) {
-  Matches matches;
-  Place place;
-  std::vector<std::uint32_t> tried{0}; // for each step, how many of its elements
-  while (!tried.empty() && matches.places.size() < limit) {
-    Element next;
-    if (place.size() < steps.size())
-      next = Next(place, steps[place.size()], ++tried.back(), matches);
-    if (place.size() == steps.size()) matches.places.push_back(place);
-    if (!next.IsNull()) {
-      place.push_back(next);
-      tried.push_back(0);
-      matches.followed = std::max(matches.followed, place.size());
-      continue;
-    }
-    tried.pop_back();
-    if (!place.empty()) place.pop_back();
+std::string PathOf(const Place& place, std::string_view attribute) {
+  std::string path;
+  for (std::size_t i = 1; i < place.size(); ++i) {
+    if (i > 1) path += '/';
+    path += NumberedName(place[i - 1], place[i]);
   }
-  return matches;
+  if (attribute.empty()) return path.empty() ? "." : path;
+  return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
 
-// The n-th element that the step stands for after the place.
-Element Matcher::Next(const Place& place, const Step& step, std::uint32_t n, Matches& matches) {
-  if (place.empty()) return n == 1 ? RootFor(step) : Element();
-  const Element parent = place.back();
-  if (step.position == Position::All) return Nth(parent, step, n);
-  if (step.position == Position::Next || n > 1) return {};
-  if (step.position == Position::Last) return Nth(parent, step, Count(parent, step));
-  matches.siblings.push_back(Count(parent, step));
-  return Nth(parent, step, step.number);
+std::vector<Place> Matcher::Find(std::span<const Step> steps, std::string_view attribute,
+                                 std::vector<std::size_t>* siblings) {
+  assert(!steps.empty());
+  std::vector<Place> places;
+  if (IsRootOf(steps.front(), root)) places.push_back({root});
+  for (const Step& step : steps.subspan(1)) {
+    std::vector<Place> next;
+    for (const Place& place : places) {
+      for (const Element child : Children(place.back(), step, siblings)) {
+        next.push_back(place);
+        next.back().push_back(child);
+      }
+    }
+    places = std::move(next);
+  }
+  std::erase_if(places, [attribute](const Place& place) {
+    return !attribute.empty() && place.back().GetAttribute(attribute).IsNull();
+  });
+  return places;
 }
 
-Element Matcher::RootFor(const Step& step) const {
-  const bool isFirst = step.position != Position::Next && step.number == 1;
-  return isFirst && HasName(root, step) && PassesFilter(root, step) ? root : Element();
+std::string MisreadNumber(const Element& parent, std::string_view name) {
+  const std::string base(name.substr(0, name.find_last_not_of("0123456789") + 1));
+  const std::string number(name.substr(base.size()));
+  if (number.empty() || parent.CountChildren(base) == 0) return {};
+  return base + '[' + number + ']';
+}
+
+std::size_t Matcher::Followed(const Path& path) {
+  std::size_t followed = path.steps.size();
+  while (followed > 0 && Find(std::span(path.steps).first(followed)).empty()) --followed;
+  return followed;
+}
+
+std::string Matcher::WhyMissing(const Path& path) {
+  const std::size_t followed = Followed(path);
+  const std::string rootName(root.GetName());
+  if (followed == 0) return "no root " + path.steps.front().text + "; the root is /" + rootName;
+  const Place place = Find(std::span(path.steps).first(followed)).front();
+  const Element& parent = place.back();
+  const std::string shown = followed == 1 ? rootName : PathOf(place);
+  if (followed == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
+  const Step& step = path.steps[followed];
+  const std::uint32_t count = Count(parent, step);
+  if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
+  return "no element " + step.text + " in " + shown + Hint(parent, step, shown);
+}
+
+std::vector<Element> Matcher::Children(Element parent, const Step& step,
+                                       std::vector<std::size_t>* siblings) {
+  if (step.position == Position::All) {
+    if (!step.key.empty()) return WithKey(parent, step);
+    return AllChildren(parent, step.name);
+  }
+  const std::uint32_t count = Count(parent, step);
+  if (step.position == Position::Number && siblings != nullptr) siblings->push_back(count);
+  const std::uint32_t n = step.position == Position::Number ? step.number : count;
+  if (step.position == Position::Next || n == 0 || n > count) return {};
+  return {Nth(parent, step, n)};
 }
 
 // The n-th child with the step's name and filter, whatever its position says.
 Element Matcher::Nth(Element parent, const Step& step, std::uint32_t n) {
-  if (!step.key.empty()) {
-    const std::vector<Element>& matching = WithKey(parent, step);
-    return n >= 1 && n <= matching.size() ? matching[n - 1] : Element();
-  }
+  if (!step.key.empty()) return WithKey(parent, step)[n - 1];
   if (step.HasAnyName()) return parent.NthChild(NameMatch::Prefix, "", n);
   return parent.NthChild(NameMatch::Exact, step.name, n);
 }
@@ -90,56 +174,31 @@ Element Matcher::Nth(Element parent, const Step& step, std::uint32_t n) {
 std::uint32_t Matcher::Count(Element parent, const Step& step) {
   if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
   if (!step.HasAnyName()) return parent.CountChildren(step.name);
-  std::uint32_t count = 0;
-  for (auto child = parent.Begin(); !(child == parent.End()); ++child) ++count;
-  return count;
-}
-
-Matcher::Index& Matcher::IndexFor(Element parent, const Step& step) {
-  const auto [entry, isNew] = indexes.try_emplace({parent, step.name, step.key});
-  Index& index = entry->second;
-  if (!isNew) return index;
-  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    const Ostrum::Attribute attribute = child->GetAttribute(step.key);
-    if (HasName(*child, step) && !attribute.IsNull()) index.emplace_back(HashOf(attribute), *child);
-  }
-  std::ranges::sort(index);
-  return index;
+  return static_cast<std::uint32_t>(AllChildren(parent, step.name).size());
 }
 
 const std::vector<Element>& Matcher::WithKey(Element parent, const Step& step) {
-  Key key{parent, step.name, step.key};
-  if (key == lastKey && step.value == lastValue) return lastMatching;
-  const std::size_t hash = std::hash<std::string_view>()(step.value);
-  lastMatching.clear();
-  Index& index = IndexFor(parent, step);
-  auto entry = std::ranges::lower_bound(index, hash, {}, &Index::value_type::first);
-  for (; entry != index.end() && entry->first == hash; ++entry) {
-    if (PassesFilter(entry->second, step)) lastMatching.push_back(entry->second);
+  auto& [byValue, last] = indexes[{parent, step.name, step.key}];
+  Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
+  for (; !child.IsNull(); child = child.NextSibling()) {
+    last = child;
+    const Ostrum::Attribute attribute = child.GetAttribute(step.key);
+    if (HasName(child, step.name) && !attribute.IsNull())
+      byValue[attribute.GetValue()].push_back(child);
   }
-  lastKey = std::move(key);
-  lastValue = step.value;
-  return lastMatching;
+  static const std::vector<Element> none;
+  const auto found = byValue.find(step.value);
+  return found == byValue.end() ? none : found->second;
 }
 
 Element Matcher::Add(Element parent, const Step& step) {
   const Element child = parent.AddElementInto(step.name);
   if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
   if (!step.key.empty()) SetDirectly(child, step.key, step.value);
-  for (auto entry = indexes.lower_bound({parent, {}, {}});
-       entry != indexes.end() && entry->first.parent == parent; ++entry) {
-    const Ostrum::Attribute attribute = child.GetAttribute(entry->first.attribute);
-    const bool isWanted = entry->first.name == "*" || entry->first.name == step.name;
-    if (!isWanted || attribute.IsNull()) continue;
-    const Index::value_type added(HashOf(attribute), child);
-    entry->second.insert(std::ranges::upper_bound(entry->second, added), added);
-  }
-  lastKey = {};
   return child;
 }
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   SetDirectly(element, name, value);
-  lastKey = {};
-  std::erase_if(indexes, [name](const auto& entry) { return entry.first.attribute == name; });
+  std::erase_if(indexes, [name](const auto& entry) { return std::get<2>(entry.first) == name; });
 }

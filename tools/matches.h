@@ -5,21 +5,29 @@
 #include <map>
 #include <span>
 #include <string>
+#include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <vector>
 
+#include "host/ostrumxml/nodes/node.h"
 #include "path.h"
-#include "place.h"
 
-// What a search found. The members for siblings serve to notice that a document has changed.
-struct Matches {
-  std::vector<Place> places;           // in document order
-  std::size_t followed = 0;            // the most steps for which there is an element
-  std::vector<std::uint32_t> siblings; // among which each [2] was counted, in order of the search
-};
+using Ostrum::Element;
 
-// Removes the places whose elements lack the attribute.
-void KeepWithAttribute(std::string_view attribute, std::vector<Place>& places);
+// Where an element is in its document: the elements from the root to it, both included.
+using Place = std::vector<Element>;
+
+// The text of the place's element, or the value of its attribute if one is named.
+std::string ValueAt(const Place& place, std::string_view attribute);
+
+// The path of a place, or of an attribute there if one is named, with a number wherever there are
+// several of a name. The root's path is ".".
+std::string PathOf(const Place& place, std::string_view attribute = {});
+
+// For a name such as Server3, which the library's functions take for a number: Server[3], if the
+// parent has children called Server. Otherwise empty.
+std::string MisreadNumber(const Element& parent, std::string_view name);
 
 // Finds elements in one document, also while elements are added through it. It takes time in
 // proportion to what it finds: elements with a filter are found by an index over its attribute.
@@ -27,43 +35,41 @@ class Matcher {
  public:
   explicit Matcher(Element documentRoot) : root(documentRoot) {}
 
-  const Element& Root() const { return root; }
+  // Finds elements; if an attribute is named, those that have it. In document order. Appends to
+  // siblings, unless it is null, among how many each number was counted.
+  std::vector<Place> Find(std::span<const Step> steps, std::string_view attribute = {},
+                          std::vector<std::size_t>* siblings = nullptr);
 
-  // Finds at most `limit` elements.
-  Matches Find(std::span<const Step> steps, std::size_t limit = SIZE_MAX);
+  // The number of steps for which there is an element. REQUIRES, as WhyMissing does: the path names
+  // nothing.
+  std::size_t Followed(const Path& path);
+  // What is there instead, for example "no element Time in Network; there is Timeout".
+  std::string WhyMissing(const Path& path);
 
   // The number of children of parent among which the step's position counts.
   std::uint32_t Count(Element parent, const Step& step);
 
-  // Adds a child as the step describes it, its key included. Throws CommandError if the parent
-  // comes from an entity, and std::invalid_argument if the document does not allow the value.
+  // Adds a child as the step describes it, its key included. Throws std::invalid_argument if the
+  // parent comes from an entity or the document does not allow the value.
   Element Add(Element parent, const Step& step);
 
   // Sets an attribute, which may be missing. Throws as Add.
   void SetAttribute(Element element, std::string_view name, std::string_view value);
 
  private:
-  struct Key {
-    Element parent;
-    std::string name, attribute;
-    auto operator<=>(const Key&) const = default; // NOLINT(modernize-use-nullptr): misread
+  struct Index {
+    std::unordered_map<std::string, std::vector<Element>> byValue; // in document order
+    Element last; // the last child that was looked at; new ones follow it
   };
-  // The elements that have the attribute, sorted by the hashes of their values, those of one hash
-  // in document order.
-  using Index = std::vector<std::pair<std::size_t, Element>>;
 
-  Index& IndexFor(Element parent, const Step& step);
   const std::vector<Element>& WithKey(Element parent, const Step& step);
+  std::vector<Element> Children(Element parent, const Step& step,
+                                std::vector<std::size_t>* siblings);
   Element Nth(Element parent, const Step& step, std::uint32_t n);
-  Element RootFor(const Step& step) const;
-  Element Next(const Place& place, const Step& step, std::uint32_t n, Matches& matches);
 
   Element root;
-  std::map<Key, Index> indexes;
-  // The last search by key.
-  Key lastKey;
-  std::string lastValue;
-  std::vector<Element> lastMatching;
+  // By the parent, the children's name and that of the attribute.
+  std::map<std::tuple<Element, std::string, std::string>, Index> indexes;
 };
 
 #endif

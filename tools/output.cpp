@@ -4,17 +4,15 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 
 #include "commands.h"
 #include "host/ostrumxml/data/utf8.h"
 #include "system.h"
+#include "text/convert.h"
 
 namespace {
 
 using console::Stream;
-
-constexpr const char *red = "\033[1;31m", *green = "\033[32m", *dim = "\033[2m", *bold = "\033[1m";
 
 std::string buffered; // for standard output
 int logLevel = 0;
@@ -24,44 +22,40 @@ bool OutputIsTerminal() {
   return isTerminal;
 }
 
-// Adds the colour if the stream is a terminal with colours and NO_COLOR is not set.
-std::string Coloured(Stream stream, const char* colour, const std::string& text) {
-  const char* const noColour = std::getenv("NO_COLOR");
-  const char* const terminal = std::getenv("TERM");
-  const bool isRefused = noColour != nullptr && *noColour != '\0';
-  const bool isPlain = terminal == nullptr || std::string_view(terminal) == "dumb";
-  if (isRefused || isPlain || !console::IsTerminal(stream)) return text;
-  return colour + text + "\033[0m";
-}
-
 void Append(std::string_view bytes) {
   constexpr std::size_t enough = 65536;
   buffered += bytes;
   if (buffered.size() >= enough) FlushOutput();
 }
 
-void PrintError(const std::string& line) { console::Write(Stream::Error, line + '\n'); }
-
-// The bytes of a character of UTF-8, by its first byte.
-std::size_t CharacterLength(char first) {
-  const auto byte = static_cast<unsigned char>(first);
-  if (byte < 0xC0) return 1;
-  if (byte < 0xE0) return 2;
-  return byte < 0xF0 ? 3 : 4;
-}
-
-void AppendEscapes(std::string_view character, std::string& text) {
-  for (const wchar_t unit : Ostrum::WideFromUtf8(character)) {
+void AppendEscapes(std::wstring_view wide, std::string& text) {
+  for (const wchar_t unit : wide) {
     char escape[sizeof "\\u0010ffff"];
     std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(unit));
     text += escape;
   }
 }
 
-bool IsControl(std::string_view character) {
-  const auto first = static_cast<unsigned char>(character.front());
-  const bool isC1 = character.size() == 2 && first == 0xC2 && character[1] < '\xA0';
-  return first < 0x20 || first == 0x7F || isC1;
+// Text for people: control characters, except those in `kept`, and characters that the user's
+// character set lacks are written as escapes, such as "\u001b".
+std::string Printable(std::string_view utf8, std::string_view kept = {}) {
+  const auto isContinued = [](char byte) { return (static_cast<unsigned char>(byte) >> 6) == 2; };
+  std::string result;
+  for (std::size_t at = 0, end = 0; at < utf8.size(); at = end) {
+    do ++end;
+    while (end < utf8.size() && isContinued(utf8[end]));
+    const std::string_view character = utf8.substr(at, end - at);
+    const std::wstring wide = Ostrum::WideFromUtf8(character);
+    const bool isControl = wide[0] < 0x20 || (wide[0] >= 0x7F && wide[0] < 0xA0);
+    const bool isPrinted = !isControl || kept.find(character) != std::string_view::npos;
+    const auto userText = isPrinted ? FromUtf8(character) : std::nullopt;
+    if (userText) {
+      result += *userText;
+    } else {
+      AppendEscapes(wide, result);
+    }
+  }
+  return result;
 }
 
 void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
@@ -72,88 +66,87 @@ void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const w
   line.append(component).append(L": ").append(text);
   std::string utf8;
   Ostrum::Utf8FromWide(line, utf8);
-  const char* const colour = kind == corekit::LogKind::Error ? red : dim;
-  PrintError(Coloured(Stream::Error, colour, Printable(utf8)));
+  console::Write(Stream::Error, Printable(utf8) + '\n');
 } catch (const std::exception&) { // a sink must not throw; without memory the line is lost
 }
 
 } // namespace
 
-std::string Printable(std::string_view utf8, std::string_view kept) {
-  std::string result;
-  while (!utf8.empty()) {
-    const std::string_view character = utf8.substr(0, CharacterLength(utf8.front()));
-    const bool isKept = !IsControl(character) || kept.find(character) != std::string_view::npos;
-    const auto userText = isKept ? console::FromUtf8(character) : std::nullopt;
-    if (userText) {
-      result += *userText;
-    } else {
-      AppendEscapes(character, result);
-    }
-    utf8.remove_prefix(character.size());
-  }
-  return result;
+std::optional<std::string> ToUtf8(const std::string& userText) {
+  if (userText.find('\0') != std::string::npos) return std::nullopt;
+  const DocumentText converted(userText.c_str());
+  if (!converted.Text()) return std::nullopt;
+  return std::string(*converted.Text());
 }
 
+std::optional<std::string> FromUtf8(std::string_view utf8) {
+  const LocaleText converted(utf8);
+  if (!converted.Text()) return std::nullopt;
+  return std::string(*converted.Text());
+}
+
+bool UserTextIsUtf8() { return platform::CurrentCharset().plain == platform::PlainText::Utf8; }
+
 void Print(std::string_view utf8, std::string_view end) {
-  const auto userText = console::FromUtf8(utf8);
-  if (!userText) {
-    throw CommandError("the locale's character set (" + console::CharsetName() +
-                       ") can't represent " + Printable(utf8));
-  }
+  const auto userText = FromUtf8(utf8);
+  if (!userText)
+    throw CommandError("the locale's character set can't represent " + Printable(utf8));
   Append(OutputIsTerminal() ? Printable(utf8, "\t\n") : *userText);
   Append(end);
 }
 
-void PrintGood(std::string_view utf8, bool isGood) {
-  Append(Coloured(Stream::Output, isGood ? green : red, std::string(utf8)) + '\n');
-}
-
 void PrintBytes(std::string_view bytes) {
-  Append(OutputIsTerminal() ? Printable(bytes, "\t\n") : bytes);
+  if (!OutputIsTerminal()) return Append(bytes);
+  if (!Ostrum::IsUtf8(bytes)) throw CommandError("the result is not text for a terminal");
+  Append(Printable(bytes, "\t\n"));
 }
 
-void PrintJson(const std::vector<std::string>& members, std::string_view brackets) {
-  std::string separator = std::string(brackets.substr(0, 1)) + "\n  ";
-  for (const std::string& member : members) {
-    Print(std::exchange(separator, ",\n  ") + member, "");
-  }
-  Print(members.empty() ? brackets : "\n" + std::string(brackets.substr(1)));
+void PrintJson(const Json& json) {
+  constexpr int indentation = 2;
+  Print(json.dump(indentation, ' ', !UserTextIsUtf8()));
 }
 
-std::string RowText(const Row& row) {
+void PrintJson(const std::vector<Entry>& entries) {
+  Json json = Json::object();
+  auto& members = json.get_ref<Json::object_t&>();
+  // The object's own functions would look for each path among those before it.
+  for (const auto& [path, value] : entries) members.emplace_back(path, value);
+  PrintJson(json);
+}
+
+std::string RowText(const std::vector<std::string>& fields) {
+  const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
   std::string line;
-  for (const std::string& field : row) {
-    if (&field != &row.front()) line += '\t';
-    const auto start = static_cast<std::ptrdiff_t>(line.size());
-    line += field;
-    const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
-    std::replace_if(line.begin() + start, line.end(), isSeparator, ' ');
+  for (std::string field : fields) {
+    std::ranges::replace_if(field, isSeparator, ' ');
+    line.append(field).append("\t");
   }
+  line.pop_back();
   return line;
-}
-
-void PrintHeader(const Row& names) {
-  if (OutputIsTerminal()) Append(Coloured(Stream::Output, bold, RowText(names)) + '\n');
 }
 
 std::string Listed(const std::vector<std::string>& items) {
   std::string line;
-  for (std::size_t i = 0; i < std::min(items.size(), maxListed); ++i) {
+  for (std::size_t i = 0; i < std::min(items.size(), maxListed); ++i)
     line.append(i > 0 ? ", " : "").append(items[i]);
-  }
   if (items.size() > maxListed)
     line += " and " + std::to_string(items.size() - maxListed) + " more";
   return line;
 }
 
-std::string AfterFile(std::string_view shownFile, std::string_view text) {
-  if (shownFile.empty()) return std::string(text);
-  return std::string(shownFile).append(text.starts_with(':') ? "" : ": ").append(text);
+std::string Shown(std::string userText) {
+  if (auto utf8 = ToUtf8(userText)) return *utf8;
+  for (char& byte : userText) byte = static_cast<unsigned char>(byte) > 0x7F ? '?' : byte;
+  return userText;
 }
 
 void PrintMessage(std::string_view line) {
-  PrintError(Coloured(Stream::Error, red, "tarvik:") + ' ' + Printable(line));
+  console::Write(Stream::Error, "tarvik: " + Printable(line) + '\n');
+}
+
+void PrintMessage(const std::string& file, const std::string& text) {
+  const std::string shown = file == "-" ? "standard input" : Shown(file);
+  PrintMessage(shown + (file.empty() || text.starts_with(':') ? "" : ": ") + text);
 }
 
 void ShowLog(int level) {

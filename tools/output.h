@@ -3,43 +3,49 @@
 #ifndef TARVIK_TOOLS_OUTPUT_H
 #define TARVIK_TOOLS_OUTPUT_H
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-// Text for people: control characters, except those in `kept`, and characters that the user's
-// character set lacks are written as escapes, such as "\u001b".
-std::string Printable(std::string_view utf8, std::string_view kept = {});
+// User text, as system.h defines it, from and to UTF-8. Nothing if the text is not valid in its
+// character set or cannot be represented in the other.
+std::optional<std::string> ToUtf8(const std::string& userText);
+std::optional<std::string> FromUtf8(std::string_view utf8);
+bool UserTextIsUtf8();
 
 // Prints data and an end, by default a line ending. On a terminal, control characters are escaped.
 // Throws CommandError for text that the user's character set lacks.
 void Print(std::string_view utf8, std::string_view end = "\n");
-void PrintGood(std::string_view utf8, bool isGood); // green if it is good, else red
 
 // Prints the bytes of a file as they are.
 void PrintBytes(std::string_view bytes);
 
-// Prints the members, which are JSON, a line each, between the brackets. In a character set other
-// than UTF-8, characters beyond ASCII are escaped.
-void PrintJson(const std::vector<std::string>& members, std::string_view brackets = "{}");
+using Json = nlohmann::ordered_json;
+void PrintJson(const Json& json);
+
+// A path and a value, or a member of a JSON object.
+using Entry = std::pair<std::string, std::string>;
+// Prints an object. REQUIRES: no path comes twice.
+void PrintJson(const std::vector<Entry>& entries);
 
 // A line of tab-separated fields, for cut and awk: tabs and line endings in a field become blanks.
-using Row = std::vector<std::string>;
-std::string RowText(const Row& row);
-// Prints the names of the fields, if output is a terminal.
-void PrintHeader(const Row& names);
+std::string RowText(const std::vector<std::string>& fields);
 
 // The first of the items, at most that many, separated by commas, and the number of the others.
 inline constexpr std::size_t maxListed = 10;
 std::string Listed(const std::vector<std::string>& items);
 
-// A line about a file: its name, if there is one, and the text, which may begin with a place such
-// as ":2:6".
-std::string AfterFile(std::string_view shownFile, std::string_view text);
+// An argument as UTF-8. If it is not valid text, "?" stands for each byte beyond ASCII.
+std::string Shown(std::string userText);
 
 // Prints a line on standard error, with the command's name in front.
 void PrintMessage(std::string_view line);
+// The same about a file, which may be standard input. The text may begin with a place such as
+// ":2:6".
+void PrintMessage(const std::string& file, const std::string& text);
 
 // Prints the library's log lines on standard error from now on; at level 2 also its traces.
 void ShowLog(int level);

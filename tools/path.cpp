@@ -186,10 +186,3 @@ class PathParser {
 } // namespace
 
 Path ParsePath(const std::string& text) { return PathParser(text).Parse(); }
-
-std::vector<Path> ParsePaths(const std::vector<std::string>& texts) {
-  std::vector<Path> paths;
-  paths.reserve(texts.size());
-  for (const std::string& text : texts) paths.push_back(ParsePath(text));
-  return paths;
-}

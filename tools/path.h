@@ -26,7 +26,8 @@ struct Step {
   bool HasAnyName() const { return name == "*"; }
   // The step as written, but for its position.
   std::string WithoutPosition() const {
-    return position == Position::All ? text : text.substr(0, text.rfind('['));
+    if (position == Position::All) return text;
+    return text.substr(0, text.rfind('['));
   }
 };
 
@@ -34,12 +35,9 @@ struct Path {
   std::string text;        // the path as written
   std::vector<Step> steps; // the first stands for the root; at least that one
   std::string attribute;   // empty if the path stands for elements
-
-  bool IsAbsolute() const { return text.starts_with('/'); }
 };
 
 // Throws UsageError with the reason for whatever is not a path.
 Path ParsePath(const std::string& text);
-std::vector<Path> ParsePaths(const std::vector<std::string>& texts);
 
 #endif

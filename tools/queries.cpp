@@ -3,16 +3,16 @@
 #include <tarvik/tarvik.h>
 
 #include <memory>
-#include <optional>
 
 #include "commands.h"
 #include "host/ostrumxml/data/utf8.h"
 #include "input.h"
-#include "json.h"
 #include "output.h"
 #include "system.h"
 
 namespace {
+
+using Row = std::vector<std::string>;
 
 // True for success, false for "not found"; throws for any other code.
 bool Succeeded(std::uint32_t code) {
@@ -25,23 +25,18 @@ bool Succeeded(std::uint32_t code) {
 // FILE, opened by the library.
 class OpenFile {
  public:
-  // byName: even if the name is not UTF-8, or if it is a pipe's, which the library refuses.
-  explicit OpenFile(const Options& options, bool byName = false) {
+  // nameCounts: the library must know the file's name, so that a pipe can't be read.
+  explicit OpenFile(const Options& options, bool nameCounts = false) {
+    std::string name = options.file;
+    std::string bytes = ReadBytes(name);
+    if (!nameCounts && (IsStream(name) || !Ostrum::IsUtf8(name)))
+      name = console::MakeMemoryFile(bytes);
+    Parse(
+        Decode(std::move(bytes), options).utf8); // throws the reason why the library can't open it
     XmlFileList* created = nullptr;
     Succeeded(InitXMLList(&created));
     list.reset(created);
-    const bool hasUtf8Name = options.file == options.shownFile;
-    const bool opensByName = byName || (hasUtf8Name && !IsStream(options.file));
-    std::string bytes;
-    if (!opensByName) bytes = ReadBytes(options.file);
-    if (!opensByName) copy.emplace(bytes);
-    const std::string& name = opensByName ? options.file : copy->Name();
-    const std::uint32_t code =
-        OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted ? 1 : 0, &cookie);
-    if (code == XmlSuccess) return;
-    if (opensByName) bytes = ReadBytes(options.file);
-    Parse(Decode(std::move(bytes), options).utf8); // throws the reason
-    throw CommandError("cannot be opened (result code " + std::to_string(code) + ")");
+    Succeeded(OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted ? 1 : 0, &cookie));
   }
 
   XmlFileList* List() const { return list.get(); }
@@ -51,7 +46,6 @@ class OpenFile {
   struct End {
     void operator()(XmlFileList* ended) const { EndXMLList(&ended); }
   };
-  std::optional<console::MemoryFile> copy;
   std::unique_ptr<XmlFileList, End> list;
   std::uint32_t cookie = 0;
 };
@@ -76,37 +70,27 @@ std::vector<DetectionInfo> FindOne(const OpenFile& file, const std::vector<std::
   return {info};
 }
 
-// The queries cut texts to 259 bytes, which can split a character.
-std::string WithoutPart(std::string text) {
-  text.resize(Ostrum::ValidUtf8Prefix(text));
-  return text;
-}
-
-// Prints the rows, and a note if the queries may have cut a text.
-ExitStatus PrintRows(const Options& options, const Row& names, const std::vector<Row>& rows) {
+// Prints the rows, or a note if there are none.
+ExitStatus PrintRows(const Options& options, const Row& names, std::vector<Row>& rows,
+                     const char* whyNone) {
   constexpr std::size_t certainlyWhole = 255;
   bool isCut = false;
-  std::vector<std::string> objects;
-  if (!options.json && !rows.empty()) PrintHeader(names);
-  for (const Row& row : rows) {
-    std::string members;
+  Json objects = Json::array();
+  for (Row& row : rows) {
+    Json object;
     for (std::size_t i = 0; i < row.size(); ++i) {
       isCut = isCut || row[i].size() > certainlyWhole;
-      if (options.json) members += (i > 0 ? ", " : "") + JsonMember(names[i], row[i]);
+      row[i].resize(Ostrum::ValidUtf8Prefix(row[i])); // the cut can split a character
+      object[names[i]] = row[i];
     }
-    if (options.json) objects.push_back('{' + members + '}');
+    objects.push_back(std::move(object));
     if (!options.json) Print(RowText(row));
   }
-  if (options.json) PrintJson(objects, "[]");
-  if (isCut) {
-    PrintMessage(
-        AfterFile(options.shownFile, "a text may be cut: the queries read 259 bytes of each"));
-  }
-  return rows.empty() ? ExitStatus::NothingFound : ExitStatus::Found;
-}
-
-void Note(const Options& options, const std::string& line) {
-  PrintMessage(AfterFile(options.shownFile, line));
+  if (options.json) PrintJson(objects);
+  if (isCut) PrintMessage(options.file, "a text may be cut: the queries read 259 bytes of each");
+  if (!rows.empty()) return ExitStatus::Found;
+  PrintMessage(options.file, whyNone);
+  return ExitStatus::NothingFound;
 }
 
 } // namespace
@@ -115,24 +99,26 @@ ExitStatus Status(const Options& options) {
   corekit::SetUtf8(true);
   const OpenFile file(options);
   std::uint8_t enabled = 0;
-  if (!Succeeded(IsRepositoryEnabled(file.List(), file.Cookie(), &enabled, nullptr, nullptr))) {
-    if (options.json) PrintJson({"\"enabled\": null", "\"catalogVersion\": null"});
-    Note(options, "the root is not a SiteStatus element with the attribute Status");
-    return ExitStatus::NothingFound;
-  }
   std::string version(65536, '\0');
   const auto capacity = static_cast<std::uint32_t>(version.size());
-  const bool hasVersion = Succeeded(
-      IsRepositoryEnabled(file.List(), file.Cookie(), &enabled, version.data(), &capacity));
+  const auto ask = [&](char* buffer, const std::uint32_t* size) {
+    return Succeeded(IsRepositoryEnabled(file.List(), file.Cookie(), &enabled, buffer, size));
+  };
+  const bool isKnown = ask(nullptr, nullptr);
+  const bool hasVersion = isKnown && ask(version.data(), &capacity);
   version.resize(hasVersion ? version.find('\0') : 0);
+  Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
+  if (isKnown) json["enabled"] = enabled == 1;
+  if (hasVersion) json["catalogVersion"] = version;
   if (options.json) {
-    PrintJson({std::string("\"enabled\": ") + (enabled == 1 ? "true" : "false"),
-               "\"catalogVersion\": " + (hasVersion ? JsonText(version) : "null")});
-    return ExitStatus::Found;
+    PrintJson(json);
+  } else if (isKnown) {
+    Print(enabled == 1 ? "enabled" : "disabled");
+    if (hasVersion) Print(version);
   }
-  PrintGood(enabled == 1 ? "enabled" : "disabled", enabled == 1);
-  if (hasVersion) Print(version);
-  return ExitStatus::Found;
+  if (isKnown) return ExitStatus::Found;
+  PrintMessage(options.file, "the root is not a SiteStatus element with the attribute Status");
+  return ExitStatus::NothingFound;
 }
 
 ExitStatus Detect(const Options& options) {
@@ -141,18 +127,14 @@ ExitStatus Detect(const Options& options) {
   corekit::SetUtf8(true);
   const OpenFile file(options);
   std::vector<Row> rows;
-  for (const auto& info : key.empty() ? WalkCatalog(file) : FindOne(file, key)) {
-    Row& row = rows.emplace_back();
-    for (const auto* field :
-         {&info.ProductID, &info.Branch, &info.PackageType, &info.LangID, &info.Version,
-          &info.ProductVersion, &info.PlatformID, &info.MinimumDATVersion, &info.EngineFile}) {
-      row.push_back(WithoutPart(*field));
-    }
+  for (const DetectionInfo& info : key.empty() ? WalkCatalog(file) : FindOne(file, key)) {
+    rows.push_back({info.ProductID, info.Branch, info.PackageType, info.LangID, info.Version,
+                    info.ProductVersion, info.PlatformID, info.MinimumDATVersion, info.EngineFile});
   }
-  const Row names{"ProductID",      "Branch",     "PackageType",       "LangID",    "Version",
-                  "ProductVersion", "PlatformID", "MinimumDATVersion", "EngineFile"};
-  if (rows.empty()) Note(options, "no such detection entry with a language package of its branch");
-  return PrintRows(options, names, rows);
+  return PrintRows(options,
+                   {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
+                    "PlatformID", "MinimumDATVersion", "EngineFile"},
+                   rows, "no such detection entry with a language package of its branch");
 }
 
 ExitStatus Files(const Options& options) {
@@ -161,10 +143,9 @@ ExitStatus Files(const Options& options) {
   std::vector<FileListEntry> files;
   const bool isWhole = Succeeded(GetFileList(file.List(), file.Cookie(), &files));
   std::vector<Row> rows;
-  rows.reserve(files.size());
-  for (const auto& [name, hash] : files) rows.push_back({WithoutPart(name), WithoutPart(hash)});
-  if (rows.empty()) Note(options, "no file with Name and Hash in the first language package");
-  const ExitStatus status = PrintRows(options, {"name", "hash"}, rows);
+  for (const auto& [name, hash] : files) rows.push_back({name, hash});
+  const ExitStatus status = PrintRows(options, {"name", "hash"}, rows,
+                                      "no file with Name and Hash in the first language package");
   if (isWhole || rows.empty()) return status;
   FlushOutput();
   throw CommandError("the entry after " + rows.back().front() + " lacks its Name or Hash");
@@ -173,13 +154,13 @@ ExitStatus Files(const Options& options) {
 ExitStatus Match(const Options& options) {
   if (options.file == "-") throw UsageError("FILE: standard input has no name");
   // The name that the library compares is the one by which it opens, in user text.
-  corekit::SetUtf8(console::IsUtf8());
+  corekit::SetUtf8(UserTextIsUtf8());
   const OpenFile file(options, true);
-  const std::string name = console::FromUtf8(options.arguments.front()).value();
+  const std::string name = FromUtf8(options.arguments.front()).value();
   std::uint32_t matches = 0;
   Succeeded(MatchXmlListToFileName(file.List(), *file.Cookie(), name.c_str(), &matches));
   if (options.json) {
-    PrintJson({std::string("\"matches\": ") + (matches == 1 ? "true" : "false")});
+    PrintJson(Json{{"matches", matches == 1}});
   } else {
     Print(matches == 1 ? "yes" : "no");
   }

@@ -10,16 +10,14 @@ namespace {
 
 bool EncryptBytes(const std::string& plain, std::string& encrypted) {
   if (IsEncrypted(plain)) throw CommandError("is encrypted already");
-  if (!corekit::KCryptWrap::encrypt_data(plain, encrypted))
-    throw CommandError("cannot be encrypted");
-  return true;
+  if (corekit::KCryptWrap::encrypt_data(plain, encrypted)) return true;
+  throw CommandError("cannot be encrypted");
 }
 
 bool DecryptBytes(const std::string& encrypted, std::string& plain) {
   if (!IsEncrypted(encrypted)) throw CommandError("is not encrypted");
-  if (!corekit::KCryptWrap::decrypt_data(encrypted, plain))
-    throw CommandError("is damaged or encrypted with another key");
-  return true;
+  if (corekit::KCryptWrap::decrypt_data(encrypted, plain)) return true;
+  throw CommandError("is damaged or encrypted with another key");
 }
 
 ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {

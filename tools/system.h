@@ -1,11 +1,8 @@
-// What the command needs of the system and every system does in its own way: the character set of
-// arguments and streams, the streams themselves, files without a name. system_linux.cpp and
+// What the command needs of the system and every system does in its own way. system_linux.cpp and
 // system_windows.cpp implement it; the build selects one.
 #ifndef TARVIK_TOOLS_SYSTEM_H
 #define TARVIK_TOOLS_SYSTEM_H
 
-#include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,18 +15,12 @@ namespace console {
 
 enum class Stream { Output, Error };
 
-// Selects the locale, and keeps closed standard streams from being opened as other files. Call it
-// first.
+// Selects the character set, and keeps closed standard streams from being opened as other files.
+// Call it first.
 void Prepare();
 
 // The arguments of the program as user text, without its name. May contain invalid bytes.
 std::vector<std::string> Arguments(int count, char** arguments);
-
-// Nothing if the text is not valid in its character set or cannot be represented in the other.
-std::optional<std::string> ToUtf8(const std::string& userText);
-std::optional<std::string> FromUtf8(std::string_view utf8);
-bool IsUtf8(); // whether user text is UTF-8
-std::string CharsetName();
 
 platform::FileName FileNameOf(const std::string& userText);
 
@@ -44,28 +35,19 @@ bool IsPipe(const platform::FileName& name);
 // Reads a pipe, or standard input without a name, to its end. False on failure.
 bool ReadPipe(const platform::FileName* name, std::string& bytes);
 
-// A copy of bytes that programs can open by name while this object lives. It cannot stay behind,
-// whatever ends the process. Throws std::system_error.
-class MemoryFile {
- public:
-  explicit MemoryFile(std::string_view bytes);
-  ~MemoryFile();
-  MemoryFile(MemoryFile&&) = delete;
-
-  const std::string& Name() const { return name; } // user text
-
- private:
-  struct System;
-  std::unique_ptr<System> system;
-  std::string name;
-};
+// Makes a copy of bytes that can be opened by name, and returns the name. Whatever ends the process
+// also removes the copy. Throws std::system_error.
+std::string MakeMemoryFile(std::string_view bytes);
 
 // Holds back the signals by which users and the system end a program, so that a save completes.
 class HeldSignals {
  public:
-  HeldSignals();
-  ~HeldSignals();
+  HeldSignals() { Hold(true); }
+  ~HeldSignals() { Hold(false); }
   HeldSignals(HeldSignals&&) = delete;
+
+ private:
+  static void Hold(bool isHeld);
 };
 
 } // namespace console

@@ -1,3 +1,4 @@
+#include <corekit/corekit.h>
 #include <windows.h>
 // After windows.h, on which it depends.
 #include <shellapi.h>
@@ -10,6 +11,7 @@
 #include "host/ostrumxml/data/utf8.h"
 #include "platform/platform.h"
 #include "system.h"
+#include "text/charset_scope.h"
 
 namespace console {
 namespace {
@@ -23,15 +25,10 @@ bool IsConsole(HANDLE handle) {
   return GetConsoleMode(handle, &mode) != 0;
 }
 
-bool WriteAll(HANDLE handle, std::string_view bytes) {
-  constexpr std::size_t maxPart = 1U << 20;
-  while (!bytes.empty()) {
-    DWORD written = 0;
-    const auto part = static_cast<DWORD>(std::min(bytes.size(), maxPart));
-    if (!WriteFile(handle, bytes.data(), part, &written, nullptr)) return false;
-    bytes.remove_prefix(written);
-  }
-  return true;
+bool WriteBytes(HANDLE handle, std::string_view bytes) {
+  const auto size = static_cast<DWORD>(bytes.size());
+  DWORD written = 0;
+  return WriteFile(handle, bytes.data(), size, &written, nullptr) && written == size;
 }
 
 bool WriteToConsole(HANDLE handle, std::string_view utf8) {
@@ -82,7 +79,10 @@ std::wstring TemporaryName() {
 
 } // namespace
 
-void Prepare() {}
+void Prepare() {
+  corekit::SetUtf8(true);
+  static const CharsetScope scope; // for conversions outside of the library's functions, too
+}
 
 std::vector<std::string> Arguments(int, char**) {
   int count = 0;
@@ -98,17 +98,6 @@ std::vector<std::string> Arguments(int, char**) {
   return arguments;
 }
 
-std::optional<std::string> ToUtf8(const std::string& userText) {
-  const bool isText = userText.find('\0') == std::string::npos && Ostrum::IsUtf8(userText);
-  return isText ? std::optional(userText) : std::nullopt;
-}
-
-std::optional<std::string> FromUtf8(std::string_view utf8) { return std::string(utf8); }
-
-bool IsUtf8() { return true; }
-
-std::string CharsetName() { return "UTF-8"; }
-
 platform::FileName FileNameOf(const std::string& userText) {
   if (!Ostrum::IsUtf8(userText)) return {};
   return platform::AbsoluteFileName(userText.c_str(), Ostrum::WideFromUtf8(userText).c_str());
@@ -118,7 +107,7 @@ bool IsTerminal(Stream stream) { return IsConsole(HandleOf(stream)); }
 
 bool Write(Stream stream, std::string_view bytes) {
   const HANDLE handle = HandleOf(stream);
-  return IsConsole(handle) ? WriteToConsole(handle, bytes) : WriteAll(handle, bytes);
+  return IsConsole(handle) ? WriteToConsole(handle, bytes) : WriteBytes(handle, bytes);
 }
 
 // Opening a pipe to find out would take its only connection.
@@ -135,31 +124,22 @@ bool ReadPipe(const platform::FileName* name, std::string& bytes) {
   return isRead;
 }
 
-struct MemoryFile::System {
-  explicit System(HANDLE created) : handle(created) {}
-  ~System() { CloseHandle(handle); }
-  System(System&&) = delete;
-  const HANDLE handle;
-};
-
-// The system deletes the file when the handle is closed, even of a process that is killed, and
-// writes it to the disk only if memory runs short.
-MemoryFile::MemoryFile(std::string_view bytes) {
+// The system deletes the file when the process ends and closes the handle, even of a process that
+// is killed, and writes it to the disk only if memory runs short.
+std::string MakeMemoryFile(std::string_view bytes) {
   const std::wstring wideName = TemporaryName();
   const HANDLE handle =
       CreateFileW(wideName.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-  if (handle != INVALID_HANDLE_VALUE) system = std::make_unique<System>(handle);
-  if (!system || !WriteAll(handle, bytes) || !Ostrum::Utf8FromWide(wideName, name))
+  std::string name;
+  if (handle == INVALID_HANDLE_VALUE || !WriteBytes(handle, bytes) ||
+      !Ostrum::Utf8FromWide(wideName, name))
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
                             "cannot keep the input");
+  return name;
 }
 
-MemoryFile::~MemoryFile() = default;
-
-HeldSignals::HeldSignals() { SetConsoleCtrlHandler(nullptr, TRUE); }
-
-HeldSignals::~HeldSignals() { SetConsoleCtrlHandler(nullptr, FALSE); }
+void HeldSignals::Hold(bool isHeld) { SetConsoleCtrlHandler(nullptr, isHeld ? TRUE : FALSE); }
 
 } // namespace console

@@ -175,9 +175,9 @@ while IFS='|' read -r json reason; do
   printf %s "$json" >input
   refused 2 "tarvik: --from: $reason (see tarvik set --help)" set list.xml --from -
 done <<'END'
-{"a": null}|the value of a is null
-{"a": {"b": 1}}|the value of a is an object
-{"a": [1]}|the value of a is an array
+{"a": null}|a: a value must be a string, a number, true or false
+{"a": {"b": 1}}|a: a value must be a string*
+{"a": [1]}|a: a value must be a string*
 {"a": 1, "a": 2}|a comes twice
 [1]|the JSON must be*
 "a"|the JSON must be*
@@ -381,7 +381,7 @@ if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1
   printf '<r><v\303\244>\303\274</v\303\244><w a="\342\202\254">\342\202\254</w><\316\251>o</\316\251></r>' >letters.xml
   latin() { LC_ALL=latin1 "${command[@]}" "$@" 2>err; }
   [[ $(latin get letters.xml $'v\344') == $'\374' ]] || fail 'a text in the character set of the locale'
-  latin get letters.xml w && fail 'a text without a form' || [[ $? == 2 && $(<err) == *'character set (ISO-8859-1) can'?'t represent \u20ac' ]] || fail "$(<err)"
+  latin get letters.xml w && fail 'a text without a form' || [[ $? == 2 && $(<err) == *'character set can'?'t represent \u20ac' ]] || fail "$(<err)"
   latin list letters.xml >/dev/null && fail 'a name without a form' || [[ $? == 2 ]] || fail 'a name without a form'
   [[ $(latin get -j letters.xml $'v\344' w) == *'"v\u00e4": "\u00fc"'*'"w": "\u20ac"'* ]] || fail 'JSON is ASCII then'
   latin list -j --values letters.xml | latin set letters.xml --from - || fail "JSON into another: $(<err)"
@@ -397,11 +397,8 @@ fi
 printf '<r><v>a\tb\nc</v><w at="x&#x9b;y">\302\233</w></r>' >controls.xml
 onTerminal() { TERM=xterm script --quiet --return --command "${command[0]} $*" /dev/null </dev/null 2>&1; }
 if onTerminal status site-status.xml >/dev/null; then # a system without pseudo-terminals has none to show anything on
-  [[ $(NO_COLOR='' onTerminal status site-status.xml) == *$'\033['* ]] || fail 'no colour on a terminal'
-  [[ $(NO_COLOR=1 onTerminal status site-status.xml) == *enabled* && $(NO_COLOR=1 onTerminal status site-status.xml) != *$'\033['* ]] ||
-    fail 'colour against NO_COLOR'
   [[ $(onTerminal get controls.xml w/@at) == *'x\u009by'* && $(onTerminal get -j controls.xml w) == *'"\u009b'* &&
-    $(NO_COLOR=1 onTerminal list controls.xml --values) == *'\u009b'* && $(onTerminal set -n controls.xml v x) == *'\u009b'* ]] ||
+    $(onTerminal list controls.xml --values) == *'\u009b'* && $(onTerminal set -n controls.xml v x) == *'\u009b'* ]] ||
     fail 'a control character on a terminal'
 fi
 

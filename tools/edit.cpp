@@ -1,0 +1,168 @@
+// The commands `set` and `remove`.
+#include <corekit/corekit.h>
+
+#include <algorithm>
+
+#include "edit.h"
+#include "input.h"
+#include "system.h"
+
+namespace {
+
+// The changes, as a save repeats them if it must.
+class Pending final : public Ostrum::PendingChanges {
+ public:
+  Pending(const std::vector<Change>& wanted, const Options& given, Outcome& first)
+      : changes(wanted), options(given), outcome(first) {}
+  void ApplyTo(Ostrum::Document& other) const override {
+    outcome = ApplyChanges(changes, options, other, &outcome);
+  }
+
+ private:
+  const std::vector<Change>& changes;
+  const Options& options;
+  Outcome& outcome;
+};
+
+// FILE while it is changed.
+class Target {
+ public:
+  Target(const Options& given, const std::string& newRoot)
+      : options(given),
+        isInput(given.file == "-"),
+        name(console::FileNameOf(given.file)),
+        encrypt(given.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr),
+        file(name, given.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr, encrypt),
+        isNew(given.create && !isInput && !exists(name)) {
+    if (isNew) {
+      Begin(newRoot);
+    } else {
+      Read();
+    }
+  }
+
+  Outcome Apply(const std::vector<Change>& changes) {
+    Outcome outcome = ApplyChanges(changes, options, *document, nullptr);
+    if (isNew) document = Parse(Indented(document->GenerateXML(false)));
+    isChanged = isNew || !document->Edits().empty();
+    if (options.dryRun) {
+      PrintDiff();
+    } else if (isInput) {
+      PrintResult();
+    } else if (isChanged) {
+      const console::HeldSignals held;
+      Pending pending(changes, options, outcome);
+      file.Save(*document, pending);
+    }
+    return outcome;
+  }
+
+  bool HasNewEncoding() const { return isChanged && encoding != Ostrum::UTF_8; }
+
+ private:
+  void Begin(const std::string& root) {
+    if (root.empty())
+      throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
+    document = Parse("<" + root + "/>");
+  }
+
+  void Read() {
+    if (!isInput && IsStream(options.file)) throw CommandError("is a pipe, which cannot be saved");
+    std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
+    if (isInput) original = bytes;
+    Ostrum::FileText text = Decode(std::move(bytes), options);
+    encoding = text.encoding;
+    if (options.dryRun && encoding != Ostrum::UTF_8)
+      throw CommandError("is not in UTF-8, which -n requires");
+    if (options.dryRun) original = text.utf8;
+    document = Parse(std::move(text.utf8));
+  }
+
+  void PrintDiff() const {
+    std::vector<Ostrum::Edit> edits = document->Edits();
+    if (isNew) edits.push_back({0, 0, document->GenerateXML(false)});
+    PrintBytes(UnifiedDiff(Shown(options.file), original, edits, isNew));
+  }
+
+  // An unchanged input comes out as it was, in its encoding.
+  void PrintResult() const {
+    if (!isChanged) return PrintBytes(original);
+    std::string result = document->GenerateXML(false);
+    if (encrypt != nullptr && !encrypt(result, result)) throw CommandError("cannot be encrypted");
+    PrintBytes(result);
+  }
+
+  const Options& options;
+  const bool isInput;
+  const platform::FileName name;
+  const Ostrum::ByteFilter encrypt;
+  Ostrum::DocumentFile file;
+  const bool isNew;
+  bool isChanged = false;
+  Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
+  std::string original; // of standard input the bytes, for a dry run the text
+  std::unique_ptr<Ostrum::Document> document;
+};
+
+// The root's name for a new file: that with which a path begins; empty if none does.
+std::string RootOf(const std::vector<Change>& changes) {
+  const auto namesRoot = [](const Change& change) {
+    return change.path.text.starts_with('/') && !change.path.steps.front().HasAnyName();
+  };
+  const auto named = std::ranges::find_if(changes, namesRoot);
+  return named == changes.end() ? "" : named->path.steps.front().name;
+}
+
+ExitStatus Apply(const Options& options, const std::vector<Change>& changes) {
+  if (options.dryRun && options.encrypted) throw UsageError("-n shows no encrypted file");
+  if (options.json && (options.dryRun || options.file == "-"))
+    throw UsageError("--json excludes -n and FILE -");
+  Target target(options, RootOf(changes));
+  const auto [found, created, entries] = target.Apply(changes);
+  if (options.json) PrintJson(entries);
+  std::string note;
+  if (!created.empty()) note = (options.dryRun ? "would create " : "created ") + Listed(created);
+  if (target.HasNewEncoding()) note.append(note.empty() ? "" : "; ").append("is now in UTF-8");
+  if (!note.empty()) PrintMessage(options.file, note);
+  return ExitStatus::Found;
+}
+
+// A value from standard input, without the line ending that a program put at its end.
+std::string ValueFromInput() {
+  std::string value = ReadBytes("-");
+  if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
+  auto utf8 = ToUtf8(value);
+  if (!utf8) throw UsageError("--stdin: not text in the locale's character set");
+  return *std::move(utf8);
+}
+
+// What is to be set, that of --from first.
+std::vector<Change> Settings(const Options& options) {
+  const std::vector<std::string>& words = options.arguments;
+  const bool lacksValue = words.size() % 2 != 0;
+  if (lacksValue && !options.fromInput) throw UsageError(words.back() + ": a PATH without a VALUE");
+  if (!lacksValue && options.fromInput) throw UsageError("--stdin: the last PATH has a VALUE");
+  const int readers = (options.file == "-") + (options.from == "-") + options.fromInput;
+  if (readers > 1) throw UsageError("FILE -, --stdin and --from - exclude each other");
+  if (words.empty() && !options.from) throw UsageError("nothing to set: give PATH VALUE or --from");
+  std::vector<Change> changes, given;
+  for (std::size_t i = 0; i < words.size(); i += 2)
+    given.push_back({ParsePath(words[i]), i + 1 < words.size() ? words[i + 1] : ""});
+  if (lacksValue) given.back().value = ValueFromInput();
+  if (options.from) {
+    for (auto& [path, value] : ReadSettings(*options.from))
+      changes.push_back({ParsePath(path), std::move(value)});
+  }
+  std::ranges::move(given, std::back_inserter(changes));
+  return changes;
+}
+
+} // namespace
+
+ExitStatus Set(const Options& options) { return Apply(options, Settings(options)); }
+
+ExitStatus Remove(const Options& options) {
+  std::vector<Change> removals;
+  for (const std::string& path : options.arguments) removals.push_back({ParsePath(path), {}});
+  return Apply(options, removals);
+}
