@@ -1,5 +1,7 @@
 // The exported functions that read items.
+#include <algorithm>
 #include <cstring>
+#include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -31,54 +33,48 @@ struct ItemRequest {
 
 enum class ItemKind { Element, Attribute, Other };
 
-// An item type or value type names a keyword by any text that begins with it, letter case apart.
-// Nearly every caller writes one of the two in capitals, and comparing bytes costs far less than
-// folding characters.
-ItemKind KindOf(const char* type) noexcept {
-  constexpr const char* element = "ELEMENT";
-  constexpr const char* attribute = "ATTRIBUTE";
-  if (std::strcmp(type, element) == 0) return ItemKind::Element;
-  if (std::strcmp(type, attribute) == 0) return ItemKind::Attribute;
-  if (platform::MbsCompareBytesNoCase(type, element, std::strlen(element)) == 0)
-    return ItemKind::Element;
-  if (platform::MbsCompareBytesNoCase(type, attribute, std::strlen(attribute)) == 0)
-    return ItemKind::Attribute;
-  return ItemKind::Other;
+// An item type or value type names a keyword by any text that begins with it, ignoring case. Nearly
+// every caller writes it in capitals, and comparing bytes is much faster than folding characters.
+bool BeginsWithKeyword(const char* type, const char* keyword) noexcept {
+  return std::strcmp(type, keyword) == 0 ||
+         platform::MbsCompareBytesNoCase(type, keyword, std::strlen(keyword)) == 0;
 }
+bool IsElementType(const char* type) noexcept { return BeginsWithKeyword(type, "ELEMENT"); }
+bool IsAttributeType(const char* type) noexcept { return BeginsWithKeyword(type, "ATTRIBUTE"); }
 
 // A null pointer from the caller must not crash the caller's process.
-template <class... Texts>
-void RequireGiven(Texts... texts) {
-  if (((texts == nullptr) || ...)) throw std::invalid_argument("a text that is needed is null");
+void RequireGiven(std::initializer_list<const char*> texts) {
+  if (std::ranges::count(texts, nullptr) > 0)
+    throw std::invalid_argument("a text that is needed is null");
+}
+
+// The part of a value that gives at least its first `limit` bytes in the caller's character set;
+// all of it if a line is due because that cannot represent it. No part of such a value must be
+// answered.
+template <class Node>
+std::string_view ReadForConversion(const Node& node, std::size_t limit, std::string& scratch) {
+  constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
+  const Ostrum::TextFilter filter = RepresentableTexts();
+  if (filter.AcceptsAll()) return node.GetValue(scratch, limit);
+  if (limit > std::string::npos / maxGrowth) return node.GetValue(scratch);
+  const std::string_view begin = node.GetValue(scratch, limit * maxGrowth);
+  if (begin.size() < limit * maxGrowth) return begin; // the whole value
+  if (corekit::SinkIsSet() || !node.IsValueAccepted(filter)) return node.GetValue(scratch);
+  return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
 }
 
 // The value of an element or attribute in the caller's character set: at least its first `limit`
-// bytes. A value that has no form there must not come back as an empty one, wherever in it the
-// character stands.
+// bytes. Throws std::range_error if it cannot be represented there.
 class ItemValue {
  public:
   template <class Node>
-  ItemValue(const Node& node, std::size_t limit) : converted(Read(node, limit, scratch)) {
-    if (!converted.Text())
-      throw std::range_error("a value has no form in the locale's character set");
+  ItemValue(const Node& node, std::size_t limit)
+      : converted(ReadForConversion(node, limit, scratch)) {
+    if (!converted.Text()) throw std::range_error("a value has no form in the character set");
   }
   std::string_view Text() const noexcept { return *converted.Text(); }
 
  private:
-  // The part of the value to be converted; all of it if a line is due for one without a form.
-  template <class Node>
-  static std::string_view Read(const Node& node, std::size_t limit, std::string& scratch) {
-    constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
-    const LocaleFilters filters;
-    if (filters.WithForm() == nullptr) return node.GetValue(scratch, limit);
-    if (limit > std::string::npos / maxGrowth) return node.GetValue(scratch);
-    const std::string_view begin = node.GetValue(scratch, limit * maxGrowth);
-    if (begin.size() < limit * maxGrowth) return begin; // the whole value
-    if (corekit::SinkIsSet() || !node.IsValueAccepted(*filters.WithForm()))
-      return node.GetValue(scratch);
-    return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
-  }
-
   std::string scratch;
   LocaleText converted;
 };
@@ -103,23 +99,25 @@ std::uint32_t AttributeMissing(const ItemRequest& request) {
 Element FindKnownElement(const XmlFileRecord& record, const char* path) {
   char buffer[bufferSize];
   std::string_view key = PathBelowRoot(record, path, buffer);
-  if (key.empty()) key = CutToBufferSize(path, buffer); // the root alone, whose key is its name
+  if (key.empty()) key = TruncateToBuffer(path, buffer); // the root alone, whose key is its name
   return record.elementMap->Find(key);
 }
 
-// Children count from 1: 0, which stands for every negative index, finds none.
-std::uint32_t CountedIndex(const ItemRequest& request) noexcept {
-  return request.index < 0 ? 0 : static_cast<std::uint32_t>(request.index);
-}
-
-// Index 0 takes the first child, whatever its name.
-Element FindChild(const Element& parent, const ItemRequest& request) {
+// Index 0 takes the first child, whatever its name; a negative one takes none. attributeName: of
+// the child; null if none is asked for.
+Element FindItem(const Element& parent, const ItemRequest& request,
+                 const DocumentText* attributeName) {
   if (request.index == 0) return parent.FirstChild();
-  return FindNthChild(parent, Ostrum::NameMatch::Exact, request.itemName, CountedIndex(request));
+  ChildSearch search{Ostrum::NameMatch::Exact, request.itemName};
+  search.n = static_cast<std::uint32_t>(std::max(request.index, 0));
+  if (attributeName != nullptr && attributeName->Text()) search.attribute = request.attributeName;
+  // No child has an attribute whose name cannot be converted.
+  if (attributeName != nullptr && !attributeName->Text()) search.n = 0;
+  return FindChild(parent, search);
 }
 
 std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) {
-  const Element child = FindChild(element, request);
+  const Element child = FindItem(element, request, nullptr);
   if (child.IsNull()) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
@@ -148,44 +146,39 @@ std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attri
                                const ItemRequest& request) {
   if (!attributeName.Text()) return AttributeMissing(request);
   const Attribute attribute = element.GetAttribute(*attributeName.Text());
-  return attribute.IsNull() ? AttributeMissing(request)
-                            : FoundAttribute(attribute, request, L" (attribute).");
+  if (attribute.IsNull()) return AttributeMissing(request);
+  return FoundAttribute(attribute, request, L" (attribute).");
 }
 
 std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
                                  const ItemRequest& request) {
-  const std::string_view* const name = attributeName.Text() ? &*attributeName.Text() : nullptr;
-  const Element child = request.index == 0 ? element.FirstChild()
-                                           : FindNthChildWithAttribute(element, request.itemName,
-                                                                       name, CountedIndex(request));
+  const Element child = FindItem(element, request, &attributeName);
   if (child.IsNull()) return ElementMissing(request);
-  if (name == nullptr) return AttributeMissing(request);
-  const Attribute attribute = child.GetAttribute(*name);
+  if (!attributeName.Text()) return AttributeMissing(request);
+  const Attribute attribute = child.GetAttribute(*attributeName.Text());
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
-  if (KindOf(request.valueType) == ItemKind::Attribute) {
+  if (IsAttributeType(request.valueType))
     return FoundAttribute(attribute, request, L" (attribute).");
-  }
   return FoundAttribute(child, request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
-  RequireGiven(request.attributeName, request.valueType);
+  RequireGiven({request.attributeName, request.valueType});
   const DocumentText attributeName(request.attributeName);
   const LocaleText ownName(element.GetName());
   const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
-  return isOwn ? ReadOwnAttribute(element, attributeName, request)
-               : ReadChildAttribute(element, attributeName, request);
+  if (isOwn) return ReadOwnAttribute(element, attributeName, request);
+  return ReadChildAttribute(element, attributeName, request);
 }
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
-  RequireGiven(request.path, request.itemName, request.itemType);
+  RequireGiven({request.path, request.itemName, request.itemType});
   const Element element = FindKnownElement(record, request.path);
   if (element.IsNull()) {
     return Missing(request, request.path, L" not found in the element map.");
   }
-  const ItemKind kind = KindOf(request.itemType);
-  if (kind == ItemKind::Element) return ReadChildText(element, request);
-  if (kind == ItemKind::Attribute) return ReadAttribute(element, request);
+  if (IsElementType(request.itemType)) return ReadChildText(element, request);
+  if (IsAttributeType(request.itemType)) return ReadAttribute(element, request);
   return XmlSuccess;
 }
 

@@ -23,21 +23,18 @@ using Ostrum::Element;
 // walk reaches it.
 void TraceCuts(const SetStep& step) {
   if (!corekit::SinkIsSet()) return;
-  ReturnTokenFromString(step.component.c_str(), nullptr, 0, "\\");
-  const char* const attributePart = ReturnTokenFromString(step.component.c_str(), nullptr, 0, "&");
-  if (attributePart != nullptr) ReturnTokenFromString(attributePart, nullptr, 0, "=");
+  ReturnTokenFromString(step.component.c_str(), '\\');
+  const char* const attributePart = ReturnTokenFromString(step.component.c_str(), '&');
+  if (attributePart != nullptr) ReturnTokenFromString(attributePart, '=');
 }
 
-// Finds a child with the log lines of a path search. If the search fails, throws, since otherwise
-// an existing child could be created again.
+// Finds a child with the log lines of a path search. Throws if the search does, since otherwise an
+// existing child could be created again.
 Element FindLogged(const Element& parent, const SetStep& step) {
   TraceCuts(step);
   // In an element without children, the search would return the element itself.
   if (parent.FirstChild().IsNull()) return {};
-  std::exception_ptr failure;
-  const Element child = FindElementByPath(parent, step.name.given.c_str(), 1, &failure);
-  if (failure) std::rethrow_exception(failure);
-  return child;
+  return FindElementByPath(parent, step.name.given.c_str(), 1);
 }
 
 // The existing elements of the request's first steps. At each step, takes the first child whose

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -13,16 +12,11 @@
 
 namespace {
 
+// If it cannot be told whether the path begins with the root, throws: otherwise a second root could
+// be created below the root.
 std::string WithoutRoot(const XmlFileRecord& record, const char* path) {
-  std::string rest(path);
-  std::exception_ptr failure;
-  const bool hasRoot = IsRootInPath(record, path, &failure) == 1;
-  if (failure)
-    std::rethrow_exception(failure); // otherwise a second root could be created below the root
-  if (!hasRoot) return rest;
-  RemoveRootFromBeginningOfPath(path, rest.data(), static_cast<std::uint32_t>(rest.size() + 1));
-  rest.resize(std::strlen(rest.c_str()));
-  return rest;
+  if (IsRootInPath(record, path)) path = RemoveRootFromBeginningOfPath(path);
+  return path;
 }
 
 SetText Converted(std::string given) {

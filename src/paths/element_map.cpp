@@ -1,9 +1,8 @@
 #include "paths/element_map.h"
 
 #include <cassert>
-#include <cstring>
 
-ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
+ElementMap::SearchResult ElementMap::Search(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
   if (seen != 0 && entries[seen - 1].Key() == key) return {seen, entries[seen - 1].hash};
   const auto hashed = static_cast<std::uint32_t>(hash(key));
@@ -12,20 +11,25 @@ ElementMap::Place ElementMap::Search(std::string_view key) noexcept {
   return {number, hashed};
 }
 
-void ElementMap::Insert(const Place& place, std::string_view key, Ostrum::Element element) {
-  index.MakeRoom(entries.size());
+void ElementMap::Insert(const SearchResult& missed, std::string_view key, Ostrum::Element element) {
+  assert(missed.entry == 0);
+  MakeRoom();
   char* const text = NewText(key.size());
-  std::memcpy(text, key.data(), key.size());
-  entries.push_back(
-      {text, static_cast<std::uint32_t>(key.size()), place.hash, CElementRef(element)});
-  Publish();
+  key.copy(text, key.size());
+  Add({text, key.size()}, missed.hash, element);
 }
 
-// Enters the last entry under its key, which no other has.
-void ElementMap::Publish() noexcept {
-  const Entry& entry = entries.back();
+void ElementMap::MakeRoom() {
+  index.MakeRoom(entries.size());
+  if (entries.size() == entries.capacity()) entries.reserve(2 * entries.size() + 8);
+}
+
+void ElementMap::Add(std::string_view key, std::uint32_t hashed, Ostrum::Element element) noexcept {
+  assert(entries.size() < entries.capacity());
+  entries.push_back(
+      {key.data(), static_cast<std::uint32_t>(key.size()), hashed, CElementRef(element)});
   const auto number = static_cast<std::uint32_t>(entries.size());
-  RecentSlot(entry.Key()) = index.Enter(entries, entry.Key(), entry.hash, number);
+  RecentSlot(key) = index.Enter(entries, key, hashed, number);
 }
 
 std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
@@ -36,32 +40,20 @@ std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
 }
 
 void ElementMap::KeyChain::Prepare() {
-  Abandon();
-  assert(key.size() <= mostLength);
-  map.index.MakeRoom(map.entries.size());
-  if (stored == nullptr) stored = map.NewText(mostLength);
-  std::memcpy(stored + storedLength, key.data() + storedLength, key.size() - storedLength);
+  assert(key.size() <= maxLength);
+  map.MakeRoom();
+  if (stored == nullptr) stored = map.NewText(maxLength);
+  key.copy(stored + storedLength, key.size() - storedLength, storedLength);
   storedLength = key.size();
-  map.entries.push_back({stored, static_cast<std::uint32_t>(storedLength), HashOfKey(),
-                         CElementRef(Ostrum::Element())});
-  isPrepared = true;
 }
 
 void ElementMap::KeyChain::Enter(Ostrum::Element element) noexcept {
-  assert(isPrepared);
-  Entry& entry = map.entries.back();
-  const std::uint32_t present = map.index.Find(map.entries, entry.Key(), entry.hash);
+  assert(stored != nullptr && key.size() == storedLength);
+  const std::string_view text(stored, storedLength);
+  const std::uint32_t present = map.index.Find(map.entries, text, HashOfKey());
   if (present == 0) {
-    entry.reference.element = element;
-    map.Publish();
-    isPrepared = false;
-    return;
+    map.Add(text, HashOfKey(), element);
+  } else {
+    map.entries[present - 1].reference = CElementRef(element);
   }
-  map.entries[present - 1].reference = CElementRef(element);
-  Abandon();
-}
-
-void ElementMap::KeyChain::Abandon() noexcept {
-  if (isPrepared) map.entries.pop_back();
-  isPrepared = false;
 }

@@ -33,20 +33,20 @@ class ElementMap {
   std::size_t Size() const noexcept { return entries.size(); }
 
   // The result of a search: the entry found, and what inserting the key needs.
-  struct Place {
+  struct SearchResult {
     std::uint32_t entry; // its number, or 0
     std::uint32_t hash;
   };
-  Place Search(std::string_view key) noexcept;
+  SearchResult Search(std::string_view key) noexcept;
   // The null element if there is no entry.
   Ostrum::Element Find(std::string_view key) noexcept {
     const std::uint32_t entry = Search(key).entry;
     if (entry == 0) return {};
     return entries[entry - 1].reference.element;
   }
-  // Enters a new reference to the element where a search for the key found none. Throws
-  // std::bad_alloc, the map then being as it was.
-  void Insert(const Place& place, std::string_view key, Ostrum::Element element);
+  // Adds an entry for a key that a search did not find. Throws std::bad_alloc; the map is then
+  // unchanged.
+  void Insert(const SearchResult& missed, std::string_view key, Ostrum::Element element);
 
   class KeyChain;
 
@@ -61,7 +61,10 @@ class ElementMap {
   };
 
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
-  void Publish() noexcept;
+  // For one more entry. Throws std::bad_alloc.
+  void MakeRoom();
+  // key is among the texts. REQUIRES: there is room, and no entry with the key.
+  void Add(std::string_view key, std::uint32_t hashed, Ostrum::Element element) noexcept;
   char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
 
   Ostrum::KeyedHash hash;
@@ -73,40 +76,38 @@ class ElementMap {
   std::array<std::uint32_t, 64> recent{};
 };
 
-// The keys of one set, each of which begins with the one before. They share one text, and each
-// costs what it adds to the last.
+// The keys that one call adds, each of which begins with the one before. They share one text, and
+// each costs what it adds to the last.
 class ElementMap::KeyChain {
  public:
-  // mostLength: of the longest key.
-  KeyChain(ElementMap& map, std::size_t mostLength)
-      : map(map), mostLength(mostLength), hashed(map.hash.Start()) {}
+  // maxLength: of the longest key.
+  KeyChain(ElementMap& map, std::size_t maxLength)
+      : map(map), maxLength(maxLength), hashed(map.hash.Start()) {}
   KeyChain(KeyChain&&) = delete;
-  ~KeyChain() { Abandon(); }
 
   void Append(std::string_view part) { key += part; }
   bool IsEmpty() const noexcept { return key.empty(); }
   // Whether there is an entry under the key as it is now.
   bool IsEntered() noexcept { return map.index.Find(map.entries, key, HashOfKey()) != 0; }
 
-  // Prepares an entry under the key as it is now, so that Enter can't fail. Throws std::bad_alloc.
+  // Allocates what an entry under the key as it is now needs, so that Enter cannot fail. Throws
+  // std::bad_alloc.
   void Prepare();
-  // Enters a reference to the element, in the place of an entry with that key if there is one.
-  // REQUIRES: Prepare was the last call.
+  // Enters the element under the key, in place of one that is there. REQUIRES: Prepare was the last
+  // call.
   void Enter(Ostrum::Element element) noexcept;
 
  private:
   std::uint32_t HashOfKey() noexcept {
     return static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
   }
-  void Abandon() noexcept;
 
   ElementMap& map;
-  std::size_t mostLength;
+  std::size_t maxLength;
   std::string key;
-  char* stored = nullptr; // room for mostLength bytes among the map's texts, once there is an entry
+  char* stored = nullptr; // room for maxLength bytes among the map's texts, once one was prepared
   std::size_t storedLength = 0;
   Ostrum::KeyedHash::State hashed;
-  bool isPrepared = false; // the map's last entry is not published yet
 };
 
 #endif

@@ -1,6 +1,7 @@
 // The exported functions that open groups. The caller's buffer holds the parent's group ID on
 // entry, the answer on return.
 #include <charconv>
+#include <exception>
 #include <iterator>
 #include <stdexcept>
 #include <string_view>
@@ -57,7 +58,11 @@ Element SearchDocument(const XmlFileRecord& record, const char* path, std::uint3
                        const CallerBuffer& buffer) {
   const Element start = FindStart(record, buffer);
   if (start.IsNull()) return {};
-  const Element found = FindElementByPath(start, path, occurrence);
+  Element found;
+  try {
+    found = FindElementByPath(start, path, occurrence);
+  } catch (const std::exception&) { // logged; the group then counts as not found
+  }
   if (!found.IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
   return {};
@@ -75,8 +80,8 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
 
   char idText[bufferSize];
   const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
-  const ElementMap::Place place = record.elementMap->Search(id);
-  if (place.entry != 0) {
+  const ElementMap::SearchResult known = record.elementMap->Search(id);
+  if (known.entry != 0) {
     buffer.Store(id);
     if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;
@@ -87,7 +92,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
     buffer.Store("Not Found");
     return XmlNotFound;
   }
-  record.elementMap->Insert(place, id, element);
+  record.elementMap->Insert(known, id, element);
   buffer.Store(id);
   if (buffer.IsWanted()) LogDetail(L"Inserted ", idText, L" into the element map.");
   return XmlSuccess;

@@ -20,7 +20,8 @@ using Ostrum::NameMatch;
 // them is converted once.
 class NameComparison {
  public:
-  NameComparison(NameMatch match, std::string_view text) noexcept : match(match), text(text) {}
+  explicit NameComparison(const ChildSearch& search) noexcept
+      : match(search.match), text(search.name) {}
 
   bool Matches(std::string_view name) {
     const bool isKnown = name.data() == lastName && (lastConverted || !corekit::SinkIsSet());
@@ -45,147 +46,105 @@ class NameComparison {
   bool lastMatched = false;
 };
 
-// The first child whose name matches and for which isWanted holds.
-template <class IsWanted>
-Element Walk(const Element& parent, NameMatch match, std::string_view text, IsWanted isWanted) {
-  NameComparison names(match, text);
-  for (auto child = parent.Begin(); !(child == parent.End()); ++child) {
-    if (names.Matches(child->GetName()) && isWanted(*child)) return *child;
+// Whether the child has the attribute and, if valueBegin is not null, a value that begins so.
+bool HasValue(const Element& child, const DocumentText& attribute, const char* valueBegin) {
+  if (!attribute.Text()) return false;
+  const Ostrum::Attribute found = child.GetAttribute(*attribute.Text());
+  if (found.IsNull() || valueBegin == nullptr) return !found.IsNull();
+  std::string scratch;
+  const LocaleText value(found.GetValue(scratch));
+  return value.Text() && value.Text()->starts_with(valueBegin);
+}
+
+// Compares in the caller's character set. An attribute's name that cannot be converted logs its
+// line for each child whose name matches.
+Element Walk(const Element& parent, const ChildSearch& search) {
+  NameComparison names(search);
+  std::optional<DocumentText> attribute;
+  std::uint32_t matches = 0;
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    if (!names.Matches(child.GetName())) continue;
+    if (search.attribute != nullptr) {
+      if (!attribute || !attribute->Text()) attribute.emplace(search.attribute);
+      if (!HasValue(child, *attribute, search.valueBegin)) continue;
+    }
+    if (++matches == search.n) return child;
   }
   return {};
 }
 
-// Whether converting the names of all children logs nothing.
-bool NamesConvertSilently(const Element& parent, const LocaleFilters& filters) {
-  if (!corekit::SinkIsSet() || filters.WithForm() == nullptr) return true;
-  const Ostrum::TextFilter& withoutForm = filters.WithoutForm();
-  return parent.FindChild({.match = NameMatch::Prefix, .name = "", .filter = &withoutForm})
+// Whether a walk logs nothing about the children.
+bool IsWalkSilent(const Element& parent, const ChildSearch& search) {
+  if (!corekit::SinkIsSet() || RepresentableTexts().AcceptsAll()) return true;
+  if (search.valueBegin != nullptr) return false; // each value would have to be converted to tell
+  return parent.FindChild({.match = NameMatch::Prefix, .name = "", .filter = OtherTexts()})
       .IsNull();
 }
 
 } // namespace
 
-Element FindNthChild(const Element& parent, NameMatch match, std::string_view text,
-                     std::uint32_t n) {
-  const LocaleFilters filters;
-  const ComparableText name(text);
-  if (name.Text() && NamesConvertSilently(parent, filters)) {
-    return parent.FindChild(
-        {.match = match, .name = *name.Text(), .n = n, .filter = filters.WithForm()});
-  }
-  return Walk(parent, match, text, [&n](const Element&) { return n-- == 1; });
-}
-
-Element FindNthChildWithAttribute(const Element& parent, std::string_view text,
-                                  const std::string_view* attributeName, std::uint32_t n) {
-  if (attributeName == nullptr) n = 0;
-  const LocaleFilters filters;
-  const ComparableText name(text);
-  if (name.Text() && NamesConvertSilently(parent, filters)) {
-    if (n == 0) return {};
-    return parent.FindChild({.match = NameMatch::Exact,
-                             .name = *name.Text(),
-                             .n = n,
-                             .attribute = *attributeName,
-                             .filter = filters.WithForm()});
-  }
-  return Walk(parent, NameMatch::Exact, text, [&](const Element& child) {
-    return n > 0 && !child.GetAttribute(*attributeName).IsNull() && n-- == 1;
-  });
-}
-
-Element FindFirstChildWithValue(const Element& parent, std::string_view nameBegin,
-                                const char* attributeName, std::string_view valueBegin) {
-  const LocaleFilters filters;
-  const ComparableText name(nameBegin);
-  const ComparableText attribute(attributeName);
-  const ComparableText value(valueBegin);
-  const bool isComparable = name.Text() && attribute.Text() && value.Text();
-  // Otherwise a line is due for each name or value without a form, or for the attribute's name.
-  const bool isSilent = filters.WithForm() == nullptr || !corekit::SinkIsSet();
-  if (isComparable && isSilent && Ostrum::IsUtf8(*attribute.Text())) {
-    return parent.FindChild({.match = NameMatch::Prefix,
-                             .name = *name.Text(),
-                             .attribute = *attribute.Text(),
-                             .valueBegin = *value.Text(),
-                             .filter = filters.WithForm()});
-  }
-  std::optional<DocumentText> converted;
-  std::string scratch;
-  return Walk(parent, NameMatch::Prefix, nameBegin, [&](const Element& child) {
-    if (!converted || !converted->Text()) converted.emplace(attributeName);
-    if (!converted->Text()) return false;
-    const Ostrum::Attribute found = child.GetAttribute(*converted->Text());
-    if (found.IsNull()) return false;
-    const LocaleText childValue(found.GetValue(scratch));
-    return childValue.Text() && childValue.Text()->starts_with(valueBegin);
-  });
+Element FindChild(const Element& parent, const ChildSearch& search) {
+  assert(search.valueBegin == nullptr || (search.attribute != nullptr && search.n == 1));
+  const ComparableText name(search.name);
+  const ComparableText attribute(search.attribute);
+  const ComparableText value(search.valueBegin);
+  const bool isComparable =
+      name.IsComparable() && attribute.IsComparable() && value.IsComparable() &&
+      (!attribute.Text() || Ostrum::IsUtf8(*attribute.Text())); // otherwise it has no meaning
+  if (!isComparable || !IsWalkSilent(parent, search)) return Walk(parent, search);
+  return parent.FindChild({.match = search.match,
+                           .name = *name.Text(),
+                           .n = search.n,
+                           .attribute = attribute.Text(),
+                           .valueBegin = value.Text(),
+                           .filter = RepresentableTexts()});
 }
 
 namespace {
 
-// Ends the text at its first separator, one character, and gives the rest behind it; null where
-// there is none.
-char* CutToken(char* text, const char* separator) {
-  char* const rest = ReturnTokenFromString(text, nullptr, 0, separator);
+// Terminates the text at its first separator. Returns the rest, or null if there is no separator.
+char* Cut(char* text, char separator) {
+  const char* const rest = ReturnTokenFromString(text, separator);
   if (rest == nullptr) return nullptr;
-  assert(rest[-1] == *separator && separator[1] == '\0');
-  rest[-1] = '\0';
-  return rest;
+  char* const cut = text + (rest - text);
+  assert(cut[-1] == separator);
+  cut[-1] = '\0';
+  return cut;
 }
 
-// "Name&attribute=value" taken apart. Only the first 259 bytes of a component with "&" count.
-class PathComponent {
- public:
-  // component must outlive this object.
-  explicit PathComponent(const char* component) : name(component) {
-    if (platform::MbsFindChar(component, '&') == nullptr) return;
-    platform::MbsCopyBytes(cut, component, bufferSize - 1);
-    cut[bufferSize - 1] = '\0';
-    name = cut;
-    char* const filter = CutToken(cut, "&");
-    if (filter == nullptr || platform::MbsFindChar(filter, '=') == nullptr) return;
-    attributeName = filter;
-    filterValue = CutToken(filter, "=");
-  }
-  PathComponent(PathComponent&&) = delete;
-
-  const char* NamePart() const noexcept { return name; }
-  bool HasFilter() const noexcept { return filterValue != nullptr; }
-  // Of the filter; null without one.
-  const char* AttributeName() const noexcept { return attributeName; }
-  const char* FilterValue() const noexcept { return filterValue; }
-
- private:
-  const char* name;
-  const char* attributeName = nullptr;
-  const char* filterValue = nullptr;
-  char cut[bufferSize];
-};
-
-Element SelectByFilter(const Element& parent, const PathComponent& component) {
-  const Element child = FindFirstChildWithValue(parent, component.NamePart(),
-                                                component.AttributeName(), component.FilterValue());
-  if (!child.IsNull())
-    LogDetail(L"Found ", component.FilterValue(), L" (attribute) in the element map.");
-  return child;
+// Splits "Name&attribute=value". Only the first 259 bytes count. Without a "=", the name alone.
+void SplitFilter(char (&component)[bufferSize], ChildSearch& search) {
+  search.name = component;
+  char* const filter = Cut(component, '&');
+  if (filter == nullptr || platform::MbsFindChar(filter, '=') == nullptr) return;
+  search.attribute = filter;
+  search.valueBegin = Cut(filter, '=');
 }
 
-// Null where no child matches; only names that can't be converted are then logged.
-Element SelectChild(const Element& parent, const PathComponent& component, bool isLast,
-                    std::uint32_t occurrence) {
-  if (component.HasFilter()) return SelectByFilter(parent, component);
-  const char* const name = component.NamePart();
-  const std::uint32_t n = isLast ? occurrence : 1;
-  const Element child = FindNthChild(parent, Ostrum::NameMatch::Prefix, name, n);
-  if (child.IsNull()) return {};
-  if (!isLast) {
-    LogDetail(L"Found ", name, L" (element) in the element map.");
-  } else if (n > 1) {
-    LogDetail(name, n, L" (element) not found in the element map.");
+void LogSelected(const ChildSearch& search, bool isLast) {
+  if (search.valueBegin != nullptr) {
+    LogDetail(L"Found ", search.valueBegin, L" (attribute) in the element map.");
+  } else if (!isLast) {
+    LogDetail(L"Found ", search.name, L" (element) in the element map.");
+  } else if (search.n > 1) {
+    LogDetail(search.name, search.n, L" (element) not found in the element map.");
   } else {
-    LogDetail(name, L" (element) not found in the element map.");
+    LogDetail(search.name, L" (element) not found in the element map.");
   }
+}
+
+Element SelectChild(const Element& parent, const char* component, bool isLast,
+                    std::uint32_t occurrence) {
+  ChildSearch search{NameMatch::Prefix, component};
+  char split[bufferSize];
+  if (platform::MbsFindChar(component, '&') != nullptr) {
+    platform::MbsCopyBytes(split, component, bufferSize - 1);
+    split[bufferSize - 1] = '\0';
+    SplitFilter(split, search);
+  }
+  if (isLast && search.valueBegin == nullptr) search.n = occurrence;
+  const Element child = FindChild(parent, search);
+  if (!child.IsNull()) LogSelected(search, isLast);
   return child;
 }
 
@@ -195,8 +154,8 @@ bool NameBeginsWith(const Element& element, const char* path) {
 }
 
 // Goes down level by level. path moves along: after a failure it is what the failing level had to
-// resolve.
-Element Resolve(Element start, const char*& path, std::uint32_t occurrence) {
+// find.
+Element Follow(Element start, const char*& path, std::uint32_t occurrence) {
   // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the
   // search.
   char shortPath[bufferSize];
@@ -206,9 +165,8 @@ Element Resolve(Element start, const char*& path, std::uint32_t occurrence) {
   char* component = longPath.empty() ? shortPath : longPath.data();
   std::memcpy(component, path, size);
   while (!start.FirstChild().IsNull()) {
-    char* const rest = CutToken(component, "\\");
-    const Element selected =
-        SelectChild(start, PathComponent(component), rest == nullptr, occurrence);
+    char* const rest = Cut(component, '\\');
+    const Element selected = SelectChild(start, component, rest == nullptr, occurrence);
     if (selected.IsNull()) {
       LogDetail(path, L" not found in the element map.");
       return {};
@@ -224,11 +182,11 @@ Element Resolve(Element start, const char*& path, std::uint32_t occurrence) {
 
 } // namespace
 
-Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
-                          std::exception_ptr* failure) noexcept try {
-  return Resolve(start, path, occurrence);
-} catch (...) {
-  LogError(L"Unknown exception occurred while searching for ", path);
-  if (failure != nullptr) *failure = std::current_exception();
-  return {};
+Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence) {
+  try {
+    return Follow(start, path, occurrence);
+  } catch (...) {
+    LogError(L"Unknown exception occurred while searching for ", path);
+    throw;
+  }
 }

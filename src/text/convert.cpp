@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 
 #include "platform/platform.h"
 #include "text/log.h"
@@ -68,42 +69,20 @@ bool IsRepresentable(std::string_view utf8) {
                                                         0) != platform::conversionFailed;
 }
 
-LocaleFilters::LocaleFilters() noexcept
-    : withForm{platform::CurrentCharset().id, &IsRepresentable},
-      withoutForm{~withForm.id, [](std::string_view text) { return !IsRepresentable(text); }},
-      isNeeded(platform::CurrentCharset().plain != platform::PlainText::Utf8) {
-  assert(withForm.id != 0 && withoutForm.id != 0);
+Ostrum::TextFilter RepresentableTexts() noexcept {
+  const platform::Charset charset = platform::CurrentCharset();
+  if (charset.plain == platform::PlainText::Utf8) return {};
+  return {charset.id, &IsRepresentable};
 }
 
-const Ostrum::TextFilter* LocaleFilters::WithForm() const noexcept {
-  if (!isNeeded) return nullptr;
-  return &withForm;
-}
-
-const Ostrum::TextFilter& LocaleFilters::WithoutForm() const noexcept {
-  assert(isNeeded);
-  return withoutForm;
-}
-
-ComparableText::ComparableText(std::string_view localeText) {
-  if (NeedsNoConversion(localeText)) {
-    text = localeText;
-    return;
-  }
-  const std::string given(localeText);
-  std::wstring wide(given.size() + 1, L'\0');
-  const std::size_t wideLength = platform::MbsToWide(wide.data(), given.c_str(), wide.size());
-  if (wideLength == platform::conversionFailed) return;
-  wide.resize(wideLength);
-  std::string back(given.size() + 1, '\0');
-  const std::size_t length = platform::WideToMbs(back.data(), wide.c_str(), back.size());
-  if (length != given.size() || !back.starts_with(given)) return;
-  if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
+Ostrum::TextFilter OtherTexts() noexcept {
+  const std::uint32_t id = ~platform::CurrentCharset().id;
+  return {id, [](std::string_view text) { return !IsRepresentable(text); }};
 }
 
 void LocaleText::Convert(std::string_view utf8) {
-  converted.reset(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
-  if (converted != nullptr) text = converted.get();
+  const MultiByteText result(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
+  if (result != nullptr) text = converted = result.get();
 }
 
 DocumentText::DocumentText(const char* localeText) {
@@ -114,4 +93,20 @@ DocumentText::DocumentText(const char* localeText) {
   }
   const WideText wide(ConvertToUnicode(localeText));
   if (wide != nullptr && Ostrum::Utf8FromWide(wide.get(), converted)) text = converted;
+}
+
+void ComparableText::Convert(const char* localeText) {
+  const std::string_view given(localeText);
+  if (NeedsNoConversion(given)) {
+    text = given;
+    return;
+  }
+  std::wstring wide(given.size() + 1, L'\0');
+  const std::size_t wideLength = platform::MbsToWide(wide.data(), localeText, wide.size());
+  if (wideLength == platform::conversionFailed) return;
+  wide.resize(wideLength);
+  std::string back(given.size() + 1, '\0');
+  const std::size_t length = platform::WideToMbs(back.data(), wide.c_str(), back.size());
+  if (length != given.size() || !back.starts_with(given)) return;
+  if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
 }

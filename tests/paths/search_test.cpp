@@ -57,16 +57,15 @@ void ExpectTheSame(const Element& parent, Question question) {
     const auto value = InLocale(child.GetAttribute("k").GetValue());
     return has(child) && value && value->starts_with(question.value);
   };
-  EXPECT_EQ(FindNthChild(parent, question.match, question.name, question.n),
-            Walk(parent, question, any));
-  const std::string_view attribute = "k";
-  question.match = NameMatch::Exact;
-  EXPECT_EQ(FindNthChildWithAttribute(parent, question.name, &attribute, question.n),
-            Walk(parent, question, has));
-  question.match = NameMatch::Prefix;
-  question.n = 1;
-  EXPECT_EQ(FindFirstChildWithValue(parent, question.name, "k", question.value),
-            Walk(parent, question, beginsWithValue));
+  ChildSearch search{question.match, question.name.c_str(), question.n};
+  EXPECT_EQ(FindChild(parent, search), Walk(parent, question, any));
+  search.match = question.match = NameMatch::Exact;
+  search.attribute = "k";
+  EXPECT_EQ(FindChild(parent, search), Walk(parent, question, has));
+  search.match = question.match = NameMatch::Prefix;
+  search.n = question.n = 1;
+  search.valueBegin = question.value.c_str();
+  EXPECT_EQ(FindChild(parent, search), Walk(parent, question, beginsWithValue));
 }
 
 void ExpectCount(const Element& parent, std::string_view name) {
@@ -148,7 +147,7 @@ TEST(Search, LogsEachNameWithoutAFormOnTheWay) {
   const std::pair<std::uint32_t, std::size_t> expected[] = {{40, 0}, {41, 1}, {42, 2}};
   for (const auto& [n, lines] : expected) {
     log.Take();
-    EXPECT_EQ(FindNthChild(parsed.At(""), NameMatch::Exact, "a", n).IsNull(), n == 42);
+    EXPECT_EQ(FindChild(parsed.At(""), {NameMatch::Exact, "a", n}).IsNull(), n == 42);
     EXPECT_EQ(log.Take().size(), lines) << n;
   }
 }
@@ -162,7 +161,8 @@ TEST(Search, TakesTimeInProportionWhateverDefaultsAndFiltersThereAre) {
   for (const char* const value : {"zz", "x", "y"}) {
     for (const char* const locale : {"C", hasUtf8 ? "C.UTF-8" : "C"}) {
       const LocaleGuard guard(locale);
-      EXPECT_EQ(FindFirstChildWithValue(parsed.At(""), "a", "k", value).IsNull(), *value != 'x');
+      EXPECT_EQ(FindChild(parsed.At(""), {NameMatch::Prefix, "a", 1, "k", value}).IsNull(),
+                *value != 'x');
     }
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
@@ -177,9 +177,9 @@ TEST(Search, KeepsTheListsOfTwelveAttributesInTurn) {
     const Parsed parsed("<r><a/>" + Repeat(tag + "/><b/>", count) + "</r>");
     const std::clock_t start = std::clock();
     for (std::uint32_t n = 1; n <= count; ++n) {
-      for (const char& key : attributes) {
-        const std::string_view attribute(&key, 1);
-        EXPECT_FALSE(FindNthChildWithAttribute(parsed.At(""), "a", &attribute, n).IsNull());
+      for (const char key : attributes) {
+        const char attribute[] = {key, '\0'};
+        EXPECT_FALSE(FindChild(parsed.At(""), {NameMatch::Exact, "a", n, attribute}).IsNull());
       }
     }
     return std::clock() - start;

@@ -23,7 +23,7 @@ class ValueTable {
  public:
   // Throws std::bad_alloc.
   void Add(const Attribute& attribute, std::uint32_t child, const ChildQuery& query) {
-    if (query.filter != nullptr && !Accepts(attribute.GetValue(scratch), query)) return;
+    if (!query.filter.AcceptsAll() && !Accepts(attribute.GetValue(scratch), query.filter)) return;
     std::string_view begin = attribute.GetValue(scratch, maxValueBegin).substr(0, maxValueBegin);
     if (begin.data() == scratch.data()) begin = Copy(begin);
     entries.emplace_back(begin, child);
@@ -39,9 +39,9 @@ class ValueTable {
 
  private:
   // A declared default is one text for many elements, and can be long: it is judged once.
-  bool Accepts(std::string_view value, const ChildQuery& query) {
+  bool Accepts(std::string_view value, const TextFilter& filter) {
     const bool isKnown = value.data() == lastValue && value.data() != scratch.data();
-    if (!isKnown) lastAccepted = query.Accepts(value);
+    if (!isKnown) lastAccepted = filter.Accepts(value);
     lastValue = value.data();
     return lastAccepted;
   }
@@ -64,15 +64,12 @@ ChildIndex::List::List(const ChildQuery& query, std::uint64_t attributesSet)
       name(query.name),
       attribute(query.attribute),
       isByValue(query.valueBegin.has_value()),
-      attributesSet(attributesSet) {
-  if (query.filter != nullptr) filter = query.filter->id;
-}
+      filter(query.filter.id),
+      attributesSet(attributesSet) {}
 
 bool ChildIndex::List::IsFor(const ChildQuery& query) const noexcept {
-  std::uint32_t queryFilter = 0;
-  if (query.filter != nullptr) queryFilter = query.filter->id;
   return match == query.match && name == query.name && attribute == query.attribute &&
-         isByValue == query.valueBegin.has_value() && filter == queryFilter;
+         isByValue == query.valueBegin.has_value() && filter == query.filter.id;
 }
 
 ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)

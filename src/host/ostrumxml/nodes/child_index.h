@@ -53,7 +53,7 @@ class ChildIndex {
     std::string name;
     std::optional<std::string> attribute;
     bool isByValue;
-    std::uint32_t filter = 0;    // its id; 0 for none
+    std::uint32_t filter;        // its id
     std::uint64_t attributesSet; // the document's counter when the list was made
     std::uint64_t lastUse = 0;
     Numbers numbers;     // in document order, or sorted by the beginnings of their values

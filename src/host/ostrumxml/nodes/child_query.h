@@ -11,9 +11,13 @@ namespace Ostrum {
 enum class NameMatch { Exact, Prefix };
 
 // The texts that count in a search, for example those that a caller's character set can represent.
+// A filter from the default constructor accepts all.
 struct TextFilter {
-  std::uint32_t id; // not 0; differs between filters that accept different texts
-  bool (*accepts)(std::string_view text);
+  std::uint32_t id = 0; // differs between filters that accept different texts; 0 if it accepts all
+  bool (*accepts)(std::string_view text) = nullptr; // null if id is 0
+
+  bool AcceptsAll() const noexcept { return id == 0; }
+  bool Accepts(std::string_view text) const { return AcceptsAll() || accepts(text); }
 };
 
 // All text is UTF-8 and must outlive the query.
@@ -23,11 +27,12 @@ struct ChildQuery {
   std::uint32_t n = 1;                          // which of the matches is wanted, from 1
   std::optional<std::string_view> attribute{};  // the child has this attribute
   std::optional<std::string_view> valueBegin{}; // and its value begins with this; n is then 1
-  // For these values and for names that only begin with `name`, which it must accept itself; null
-  // accepts all.
-  const TextFilter* filter = nullptr;
+  // For names and values. It must accept `name` and `valueBegin` if they are whole names or values.
+  TextFilter filter{};
 
-  bool Accepts(std::string_view text) const { return filter == nullptr || filter->accepts(text); }
+  bool Accepts(std::string_view childName) const {
+    return childName.size() == name.size() || filter.Accepts(childName);
+  }
 };
 
 } // namespace Ostrum

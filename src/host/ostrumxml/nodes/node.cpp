@@ -424,14 +424,14 @@ bool Element::Matches(const ChildQuery& query, std::string& scratch) const {
   const std::string_view ownName = GetName();
   if (!ownName.starts_with(query.name)) return false;
   if (query.match == NameMatch::Exact && ownName.size() != query.name.size()) return false;
-  if (query.match == NameMatch::Prefix && !query.Accepts(ownName)) return false;
+  if (!query.Accepts(ownName)) return false;
   if (!query.attribute) return true;
   const Attribute found = GetAttribute(*query.attribute);
   if (found.IsNull()) return false;
   if (!query.valueBegin) return true;
   if (!found.GetValue(scratch, query.valueBegin->size()).starts_with(*query.valueBegin))
     return false;
-  return query.filter == nullptr || query.Accepts(found.GetValue(scratch));
+  return query.filter.AcceptsAll() || query.filter.Accepts(found.GetValue(scratch));
 }
 
 // Nothing if only a scan can tell: there is no memory for the index, or no room for another list.
