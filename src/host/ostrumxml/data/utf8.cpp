@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "host/ostrumxml/data/byte_scan.h"
 #include "platform/utf8.h"
 
 namespace Ostrum {
@@ -12,8 +13,6 @@ namespace {
 
 constexpr bool wideIsUtf16 = sizeof(wchar_t) == 2;
 
-// Sixteen bytes, compared at once.
-using Bytes = unsigned char __attribute__((vector_size(16)));
 constexpr std::size_t reach = 3; // a byte's validity depends on this many bytes before it
 
 // Checks the sixteen bytes at `block`, each against the three before it.
@@ -28,26 +27,13 @@ bool IsValidBlock(const char* block) noexcept {
   const auto overlong = ((before == 0xE0) & (byte < 0xA0)) | ((before == 0xF0) & (byte < 0x90));
   const auto beyond = ((before == 0xED) & (byte >= 0xA0)) | ((before == 0xF4) & (byte >= 0x90));
   const auto faults = (((byte & 0xC0) == 0x80) ^ isDue) | never | overlong | beyond;
-  std::uint64_t words[2];
-  std::memcpy(words, &faults, sizeof words);
-  return (words[0] | words[1]) == 0;
+  return FirstSet(faults) == sizeof byte;
 }
 
 } // namespace
 
 std::size_t AsciiPrefix(std::string_view text) noexcept {
-  constexpr std::uint64_t highBits = 0x8080808080808080U;
-  std::size_t length = 0;
-  for (std::uint64_t words[4]; text.size() - length >= sizeof words; length += sizeof words) {
-    std::memcpy(words, text.data() + length, sizeof words);
-    if (((words[0] | words[1] | words[2] | words[3]) & highBits) != 0) break;
-  }
-  for (std::uint64_t word; text.size() - length >= sizeof word; length += sizeof word) {
-    std::memcpy(&word, text.data() + length, sizeof word);
-    if ((word & highBits) != 0) break;
-  }
-  while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80U) ++length;
-  return length;
+  return LengthBefore(text, [](auto byte) { return byte >= 0x80; });
 }
 
 std::size_t ValidUtf8Prefix(std::string_view text) noexcept {

@@ -1,7 +1,6 @@
 #include "host/ostrumxml/read/plain_reader.h"
 
 #include <algorithm>
-#include <bit>
 #include <cassert>
 #include <charconv>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/ostrumxml/data/byte_scan.h"
 #include "host/ostrumxml/data/markup.h"
 #include "host/ostrumxml/data/references.h"
 #include "host/ostrumxml/data/utf8.h"
@@ -18,9 +18,6 @@
 
 namespace Ostrum {
 namespace {
-
-// Sixteen bytes, compared at once.
-using Bytes = unsigned char __attribute__((vector_size(16)));
 
 unsigned char ByteAt(const char* place) noexcept { return static_cast<unsigned char>(*place); }
 
@@ -39,19 +36,6 @@ auto IsSuspect(auto byte) noexcept {
 bool IsAllowedLast(const char* place) noexcept {
   if (ByteAt(place) != leadOfLast) return false;
   return ByteAt(place + 1) != 0xBF || ByteAt(place + 2) < 0xBE;
-}
-
-// The place in sixteen bytes of the first that is not zero, or 16.
-std::size_t FirstSet(auto bytes) noexcept {
-  std::uint64_t words[2];
-  static_assert(sizeof words == sizeof bytes);
-  std::memcpy(words, &bytes, sizeof words);
-  const auto zeros = [](std::uint64_t word) {
-    return std::endian::native == std::endian::little ? std::countr_zero(word)
-                                                      : std::countl_zero(word);
-  };
-  const int bits = words[0] != 0 ? zeros(words[0]) : 64 + zeros(words[1]);
-  return static_cast<std::size_t>(bits) / 8;
 }
 
 // Whether a name in ASCII ends before the byte.

@@ -1,0 +1,45 @@
+// Comparing many bytes at a step.
+#ifndef TARVIK_HOST_OSTRUMXML_DATA_BYTE_SCAN_H
+#define TARVIK_HOST_OSTRUMXML_DATA_BYTE_SCAN_H
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+namespace Ostrum {
+
+// Sixteen bytes, compared at once. The result of a comparison has all bits of a byte set or none.
+using Bytes = unsigned char __attribute__((vector_size(16)));
+
+// The place in sixteen bytes of the first that is not zero, or 16.
+std::size_t FirstSet(auto bytes) noexcept {
+  std::uint64_t words[2];
+  static_assert(sizeof words == sizeof bytes);
+  std::memcpy(words, &bytes, sizeof words);
+  const auto zeros = [](std::uint64_t word) {
+    if (std::endian::native == std::endian::little) return std::countr_zero(word);
+    return std::countl_zero(word);
+  };
+  if (words[0] != 0) return static_cast<std::size_t>(zeros(words[0])) / 8;
+  return sizeof words[0] + static_cast<std::size_t>(zeros(words[1])) / 8;
+}
+
+// The number of bytes before the first for which isWanted holds, or all. isWanted takes a byte or
+// Bytes.
+template <class Wanted>
+std::size_t LengthBefore(std::string_view text, Wanted isWanted) noexcept {
+  std::size_t length = 0;
+  for (Bytes bytes; text.size() - length >= sizeof bytes; length += sizeof bytes) {
+    std::memcpy(&bytes, text.data() + length, sizeof bytes);
+    const std::size_t first = FirstSet(isWanted(bytes));
+    if (first < sizeof bytes) return length + first;
+  }
+  while (length < text.size() && !isWanted(static_cast<unsigned char>(text[length]))) ++length;
+  return length;
+}
+
+} // namespace Ostrum
+
+#endif
