@@ -17,9 +17,9 @@ class Application {
     std::vector<Place> places = Find(path, path.steps);
     RequireOne(path, places, "elements");
     if (places.empty()) places = Create(path);
-    for (const Place& place : places) {
+    for (Place& place : places) {
       if (path.attribute.empty()) {
-        static_cast<Ostrum::Value>(place.back()).Set(*change.value);
+        place.back().SetText(*change.value);
       } else {
         SetAttribute(change, place);
       }

@@ -39,8 +39,8 @@ std::string_view NearestName(const Element& parent, std::string_view name) {
   };
   std::string_view nearest;
   auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2;
-  for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    const std::string_view other = child->GetName();
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    const std::string_view other = child.GetName();
     const auto common = std::ranges::mismatch(name, other, areEqual).in1 - name.begin();
     if (common > most) nearest = other;
     most = std::max(most, common);
@@ -66,8 +66,8 @@ bool HasName(const Element& element, std::string_view name) {
 
 std::vector<Element> AllChildren(const Element& parent, std::string_view name) {
   std::vector<Element> children;
-  for (auto child = parent.Begin(); child != parent.End(); ++child) {
-    if (HasName(*child, name)) children.push_back(*child);
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    if (HasName(child, name)) children.push_back(child);
   }
   return children;
 }
@@ -77,13 +77,6 @@ bool IsRootOf(const Step& step, const Element& root) {
   const Ostrum::Attribute key = root.GetAttribute(step.key);
   const bool hasKey = step.key.empty() || (!key.IsNull() && key.GetValue() == step.value);
   return isFirst && hasKey && HasName(root, step.name);
-}
-
-void SetDirectly(Element element, std::string_view name, std::string_view value) {
-  Ostrum::Attribute attribute = element.GetAttribute(name);
-  if (attribute.IsNull()) attribute = element.CreateAttribute(name);
-  if (attribute.IsNull()) throw std::invalid_argument("the element comes from an entity");
-  static_cast<Ostrum::Value>(attribute).Set(value);
 }
 
 } // namespace
@@ -192,13 +185,13 @@ const std::vector<Element>& Matcher::WithKey(Element parent, const Step& step) {
 }
 
 Element Matcher::Add(Element parent, const Step& step) {
-  const Element child = parent.AddElementInto(step.name);
+  Element child = parent.AddElementInto(step.name);
   if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
-  if (!step.key.empty()) SetDirectly(child, step.key, step.value);
+  if (!step.key.empty()) child.SetAttribute(step.key, step.value);
   return child;
 }
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
-  SetDirectly(element, name, value);
+  element.SetAttribute(name, value);
   std::erase_if(indexes, [name](const auto& entry) { return std::get<2>(entry.first) == name; });
 }

@@ -20,12 +20,6 @@ void RequirePlace(const Element& element) {
           "the element comes from an entity, so it cannot be changed in the file");
 }
 
-void Set(Element element, const SetAttribute& attribute) {
-  Ostrum::Attribute target = element.GetAttribute(attribute.name.utf8);
-  if (target.IsNull()) target = element.CreateAttribute(attribute.name.utf8);
-  static_cast<Ostrum::Value>(target).Set(attribute.value.utf8);
-}
-
 Element Add(Element parent, const SetStep& step, ElementMap::KeyChain* key) {
   // Prepare first: if entering the key could fail later, the next set would find the new element
   // and never enter its key.
@@ -140,11 +134,11 @@ StepElements ApplyRequest(const SetRequest& request, StepElements found,
     if (hasKey) key->Append(step.name.given);
     if (i == found.size()) found.push_back(Add(found.back(), step, key));
     for (const SetAttribute& attribute : step.attributes) {
-      Set(found[i], attribute);
+      found[i].SetAttribute(attribute.name.utf8, attribute.value.utf8);
       if (hasKey) EnterAttribute(attribute, found[i], *key);
     }
   }
-  if (request.text) static_cast<Ostrum::Value>(found.back()).Set(*request.text);
+  if (request.text) found.back().SetText(*request.text);
   return found;
 }
 

@@ -27,8 +27,8 @@ struct Edit {
       return;
     }
     if (element.IsNull()) element = parent.AddElementInto(path.filename().string());
-    if (attribute != nullptr) return SetAttribute(element, attribute, value);
-    static_cast<Ostrum::Value>(element).Set(value);
+    if (attribute != nullptr) return element.SetAttribute(attribute, value);
+    element.SetText(value);
   }
 };
 
@@ -102,7 +102,8 @@ std::string Answers(const Element& element) {
     text += ' ' + std::to_string(element.CountChildren(name));
   for (const std::string_view name : element.AttributeNames())
     text.append(" ").append(name).append("=").append(element.GetAttribute(name).GetValue());
-  for (auto child = element.Begin(); !(child == element.End()); ++child) text += Answers(*child);
+  for (Element child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
+    text += Answers(child);
   return text;
 }
 
@@ -154,9 +155,9 @@ class RandomEdits {
     }
     const std::string name(1, "abc"[Below(3)]);
     const std::uint32_t kind = Below(7);
-    if (kind == 0) static_cast<Ostrum::Value>(element).Set(Below(2) ? "t\n" : "");
+    if (kind == 0) element.SetText(Below(2) ? "t\n" : "");
     if (kind == 1 && !element.GetAttribute(name).IsNull()) element.RemoveAttribute(name);
-    if (kind == 2) SetAttribute(element, name.c_str(), name);
+    if (kind == 2) element.SetAttribute(name, name);
     if (kind == 3 || kind == 4) element.AddElementInto("q");
     if (kind > 4 && element != root) parent.RemoveChild(element);
   }
@@ -190,7 +191,8 @@ TEST(Edits, RemoveInProportionToTheNumberOfSiblings) {
   Element root = parsed.At("");
   ASSERT_EQ(root.CountChildren("a"), 200'000u); // from here on by an index
   std::vector<Element> removed;
-  for (auto child = root.Begin(); removed.size() < 10'000; ++child) removed.push_back(*child);
+  for (Element child = root.FirstChild(); removed.size() < 10'000; child = child.NextSibling())
+    removed.push_back(child);
   const auto start = std::chrono::steady_clock::now();
   for (const Element& element : removed) root.RemoveChild(element);
   for (int n = 1; n < 10'000; ++n)

@@ -38,20 +38,14 @@ struct Parsed {
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
 };
 
-// Adds the attribute if it is missing.
-inline void SetAttribute(Ostrum::Element element, const char* name, std::string_view value) {
-  Ostrum::Attribute attribute = element.GetAttribute(name);
-  if (attribute.IsNull()) attribute = element.CreateAttribute(name);
-  static_cast<Ostrum::Value>(attribute).Set(value);
-}
-
 // The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
 // for deep nesting.
 inline std::string Describe(const Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
   std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
                      attribute.GetValue() + ">";
-  for (auto child = element.Begin(); !(child == element.End()); ++child) text += Describe(*child);
+  for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
+    text += Describe(child);
   return text + "</>" + element.GetValue();
 }
 

@@ -70,8 +70,8 @@ void ExpectTheSame(const Element& parent, Question question) {
 
 void ExpectCount(const Element& parent, std::string_view name) {
   std::uint32_t count = 0;
-  for (auto child = parent.Begin(); !(child == parent.End()); ++child)
-    count += child->GetName() == name;
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling())
+    count += child.GetName() == name;
   EXPECT_EQ(parent.CountChildren(name), count) << name;
 }
 
@@ -125,7 +125,7 @@ TEST(Search, FindsWhatAWalkFindsInEveryCharacterSet) {
         ExpectCount(parent, random.Any(names));
         if (step % 20 == 0) parent.AddElementInto(random.Any(names));
         Element changed = parent.NthChild(NameMatch::Prefix, "", 1 + random.Below(20));
-        if (step % 30 == 0 && !changed.IsNull()) SetAttribute(changed, "k", random.Any(values));
+        if (step % 30 == 0 && !changed.IsNull()) changed.SetAttribute("k", random.Any(values));
       }
     }
   }

@@ -1,21 +1,11 @@
 #include "host/ostrumxml/data/content_walker.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "host/ostrumxml/data/references.h"
 
 namespace Ostrum {
-namespace {
-
-// Line endings are normalized only in the file's own text: a carriage return in an entity's text
-// comes from a character reference.
-void AppendFrom(const DocumentData& data, std::string_view characters, std::string& text,
-                std::size_t limit) {
-  if (data.IsInFile(data.OffsetOf(characters))) return AppendCharacters(characters, text, limit);
-  text += characters.substr(0, limit - text.size());
-}
-
-} // namespace
 
 bool ContentWalker::Next(Piece& piece) {
   for (;;) {
@@ -25,60 +15,54 @@ bool ContentWalker::Next(Piece& piece) {
       outer.pop_back();
     }
     if (piece.kind != PieceKind::Reference) return true;
-    const auto replacement = data.EntityText(ReferenceName(piece.text));
+    const auto replacement = data.EntityText(piece.inside);
     if (!replacement) return true;
     outer.push_back(current);
     current = PieceScanner(*replacement);
   }
 }
 
-bool IsUnknownReference(const Piece& piece) noexcept {
-  if (piece.kind != PieceKind::Reference) return false;
-  const std::string_view name = ReferenceName(piece.text);
-  return !name.starts_with('#') && !IsPredefined(name);
-}
-
-bool HasUnknownReference(const DocumentData& data, std::string_view part) {
-  if (part.find('&') == std::string_view::npos) return false;
+bool HasTagOrUnknownEntity(const DocumentData& data, std::string_view part) {
+  if (part.find('&') == std::string_view::npos) return false; // a tag here is an entity's
   ContentWalker walker(data, part);
-  Piece piece{};
-  bool isFound = false;
-  while (!isFound && walker.Next(piece)) isFound = IsUnknownReference(piece);
-  return isFound;
+  for (Piece piece{}; walker.Next(piece);) {
+    if (piece.kind >= PieceKind::StartTag) return true;
+    const bool isEntity = piece.kind == PieceKind::Reference && !piece.inside.starts_with('#');
+    if (isEntity && !IsPredefined(piece.inside)) return true;
+  }
+  return false;
 }
 
-bool OwnTextReader::AppendNext(std::string& text, std::size_t limit) {
+bool TextReader::AppendNext(std::string& text, std::size_t limit) {
+  assert(text.size() < limit);
   Piece piece{};
   if (!walker.Next(piece)) return false;
   if (piece.kind == PieceKind::StartTag) ++depth;
   if (piece.kind == PieceKind::EndTag) --depth;
   if (depth > 0) return true;
-  if (piece.kind == PieceKind::Text) AppendFrom(data, piece.text, text, limit);
-  if (piece.kind == PieceKind::CData) AppendFrom(data, InsideCData(piece.text), text, limit);
-  if (piece.kind == PieceKind::Reference) AppendReference(piece.text, text);
+  if (piece.kind == PieceKind::Reference) AppendReference(piece.inside, text);
+  if (piece.kind == PieceKind::Text || piece.kind == PieceKind::CData)
+    AppendLiteral(piece.inside, text, limit);
   return true;
 }
 
-void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
-                   std::size_t limit) {
-  OwnTextReader reader(data, stretch);
-  while (text.size() < limit && reader.AppendNext(text, limit)) {
+void TextReader::AppendRest(std::string& text, std::size_t limit) {
+  while (text.size() < limit && AppendNext(text, limit)) {
   }
 }
 
-void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::string& value,
-                          std::size_t limit) {
-  ContentWalker walker(data, raw);
-  Piece piece{};
-  while (value.size() < limit && walker.Next(piece)) {
-    if (piece.kind == PieceKind::Reference) {
-      AppendReference(piece.text, value);
-    } else {
-      const auto start = static_cast<std::ptrdiff_t>(value.size());
-      AppendFrom(data, piece.text, value, limit);
-      std::replace_if(value.begin() + start, value.end(), IsWhiteSpace, ' ');
-    }
+// Line endings are normalized only in the file's own text: a carriage return in an entity's text
+// comes from a character reference.
+void TextReader::AppendLiteral(std::string_view characters, std::string& text,
+                               std::size_t limit) const {
+  const auto start = static_cast<std::ptrdiff_t>(text.size());
+  if (data.IsInFile(data.OffsetOf(characters))) {
+    AppendCharacters(characters, text, limit);
+  } else {
+    text += characters.substr(0, limit - text.size());
   }
+  if (source == Source::AttributeValue)
+    std::replace_if(text.begin() + start, text.end(), IsWhiteSpace, ' ');
 }
 
 } // namespace Ostrum

@@ -16,8 +16,8 @@ namespace Ostrum {
 // entity of the document, it walks the entity's replacement text, without recursion.
 class ContentWalker {
  public:
-  ContentWalker(const DocumentData& data, std::string_view stretch) noexcept
-      : data(data), current(stretch) {}
+  ContentWalker(const DocumentData& data, std::string_view part) noexcept
+      : data(data), current(part) {}
   // Never returns a reference to an entity whose text is known.
   bool Next(Piece& piece);
 
@@ -27,34 +27,32 @@ class ContentWalker {
   std::vector<PieceScanner> outer; // continued when the current entity ends; the innermost last
 };
 
-// Whether a piece from a ContentWalker is a reference to an entity whose text is not known: one
-// that is declared outside the document.
-bool IsUnknownReference(const Piece& piece) noexcept;
-// Whether there is one in a part of content or an attribute's value.
-bool HasUnknownReference(const DocumentData& data, std::string_view part);
+// Whether a part of content, or an attribute's value, has a tag or a reference to an entity whose
+// text is not known because it is declared outside the document.
+bool HasTagOrUnknownEntity(const DocumentData& data, std::string_view part);
 
-// Reads the character data of a part of content, without that of elements in it.
-class OwnTextReader {
+// Reads the text of a part of content, excluding elements in it, or of an attribute's value. The
+// latter is normalized (each line ending or tab becomes a space) but not folded.
+class TextReader {
  public:
-  OwnTextReader(const DocumentData& data, std::string_view stretch) noexcept
-      : data(data), walker(data, stretch) {}
-  // Appends what the next piece says, until text has `limit` bytes. False at the end.
+  enum class Source { Content, AttributeValue };
+
+  TextReader(const DocumentData& data, std::string_view part, Source source) noexcept
+      : data(data), walker(data, part), source(source) {}
+  // Appends the text of the next piece, or its beginning if text then has `limit` bytes. False at
+  // the end.
   bool AppendNext(std::string& text, std::size_t limit);
+  // Appends all that is left, until text has `limit` bytes.
+  void AppendRest(std::string& text, std::size_t limit);
 
  private:
+  void AppendLiteral(std::string_view characters, std::string& text, std::size_t limit) const;
+
   const DocumentData& data;
   ContentWalker walker;
+  Source source;
   std::size_t depth = 0; // of elements that an entity opened
 };
-
-// Appends all that the reader gives, until text has `limit` bytes.
-void AppendOwnText(const DocumentData& data, std::string_view stretch, std::string& text,
-                   std::size_t limit);
-
-// Appends the value of an attribute, normalized but not folded (each line ending or tab
-// becomes a space), until value has `limit` bytes.
-void AppendAttributeValue(const DocumentData& data, std::string_view raw, std::string& value,
-                          std::size_t limit);
 
 } // namespace Ostrum
 

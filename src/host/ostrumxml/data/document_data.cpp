@@ -11,11 +11,15 @@ std::optional<std::string_view> DocumentData::EntityText(std::string_view name) 
 }
 
 std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
-  const ElementChange* const change = FindChange(element);
-  if (change != nullptr && change->firstChild) return *change->firstChild;
   const std::uint32_t flags = elements[element].flags;
-  if ((flags & element_flags::hasParsedChildren) != 0) return element + 1;
-  return change == nullptr || change->created.empty() ? 0 : change->created.front();
+  if ((flags & element_flags::hasParsedChildren) != 0) {
+    std::uint32_t first = element + 1;
+    if (IsRemoved(first)) first = NextSibling(first);
+    if (first != 0) return first;
+  }
+  const ElementChange* const change = FindChange(element);
+  if (change == nullptr || change->created.empty()) return 0;
+  return change->created.front();
 }
 
 ElementChange& DocumentData::ChangeOf(std::uint32_t element) {
@@ -34,7 +38,8 @@ const AttributeDeclaration* DocumentData::FindDeclaration(std::string_view eleme
   const AttributeDeclarations* const declared = FindDeclarations(elementName);
   if (declared == nullptr) return nullptr;
   const auto entry = declared->find(attributeName);
-  return entry == declared->end() ? nullptr : &entry->second;
+  if (entry == declared->end()) return nullptr;
+  return &entry->second;
 }
 
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,

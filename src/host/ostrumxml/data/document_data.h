@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/ostrumxml/data/element_table.h"
+#include "host/ostrumxml/data/gaps.h"
 #include "host/ostrumxml/data/name_table.h"
 
 namespace Ostrum {
@@ -28,9 +29,7 @@ struct ElementChange {
   std::set<std::string, std::less<>> removedAttributes; // of its tag
   std::optional<std::string> text;
   std::vector<std::uint32_t> created; // new children, which come after those that were parsed
-  // Where the children were that were removed: start and end in the source. None adjoin each other.
-  std::map<std::uint32_t, std::uint32_t> gaps;
-  std::optional<std::uint32_t> firstChild; // 0 for none; known once a child was removed
+  Gaps gaps;
   std::string lead; // of a created element: the white space that puts it on a line of its own
 };
 
@@ -65,7 +64,7 @@ struct DocumentData {
   std::uint32_t FirstChild(std::uint32_t element) const noexcept;
   std::uint32_t NextSibling(std::uint32_t element) const noexcept {
     std::uint32_t next = elements[element].nextSibling;
-    while (hasRemoved && next != 0 && IsRemoved(next)) next = elements[next].nextSibling;
+    while (next != 0 && IsRemoved(next)) next = elements[next].nextSibling;
     return next;
   }
   bool IsRemoved(std::uint32_t element) const noexcept {
@@ -77,7 +76,8 @@ struct DocumentData {
   const AttributeDeclarations* FindDeclarations(std::string_view elementName) const {
     if (declarations.empty()) return nullptr; // in nearly all documents
     const auto entry = declarations.find(elementName);
-    return entry == declarations.end() ? nullptr : &entry->second;
+    if (entry == declarations.end()) return nullptr;
+    return &entry->second;
   }
   const AttributeDeclaration* FindDeclaration(std::string_view elementName,
                                               std::string_view attributeName) const;
@@ -99,7 +99,6 @@ struct DocumentData {
   };
   std::map<std::string, EntityPlace, std::less<>> entities; // general ones whose text is known
   std::uint64_t attributesSet = 0; // calls that set or removed an attribute
-  bool hasRemoved = false;         // whether an element was ever removed
 };
 
 } // namespace Ostrum

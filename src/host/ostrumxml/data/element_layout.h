@@ -1,19 +1,14 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 #define TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 
+#include <cassert>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <string_view>
 
 #include "host/ostrumxml/data/document_data.h"
 
 namespace Ostrum {
-
-// Offsets into the source.
-struct SourceRange {
-  std::uint32_t start, end;
-};
 
 // Where the parts of an element are in the source. A created element is not there: all its parts
 // are empty.
@@ -45,25 +40,26 @@ class ElementLayout {
 
   // What follows takes account of removed children, as if the document had been read again.
 
-  // The white space between the last other content and the end tag, and where it begins.
   struct Space {
     std::uint32_t start;
     std::string text;
   };
-  Space TrailingSpace() const;
-  // The line break and indentation before the element; empty if it does not begin a line of its
-  // parent's content, or if the indentation is implausibly long.
-  std::string Lead(std::uint32_t parent) const;
-  // What goes when the element is removed: its lines, if it stands alone on them, else itself.
-  SourceRange Removal(std::uint32_t parent) const noexcept;
+  // The white space between the last other content and the end tag, and where it begins.
+  Space TrailingSpace() const { return SpaceBefore(record.contentEnd); }
+  // The line break and indentation before a child; empty if it does not begin a line of the
+  // content, or if the indentation is implausibly long.
+  std::string LeadOf(std::uint32_t child) const;
+  // What goes when a child is removed: its lines, if it stands alone on them, else itself.
+  SourceRange RemovalOf(std::uint32_t child) const noexcept;
 
   // Calls visit with each stretch of the element's content, excluding child elements.
   template <class Visit>
   void ForEachStretch(Visit visit) const {
-    const GapMap& gaps = GapsOf(data, element);
+    const Gaps& gaps = RemovedChildren();
     auto gap = gaps.begin();
     std::uint32_t from = record.contentStart;
     const auto pass = [&](std::uint32_t start, std::uint32_t end) {
+      assert(from <= start && start <= end && end <= record.contentEnd);
       visit(data.Between(from, start));
       from = end;
     };
@@ -79,11 +75,8 @@ class ElementLayout {
   }
 
  private:
-  using GapMap = std::map<std::uint32_t, std::uint32_t>;
-  static const GapMap& GapsOf(const DocumentData& data, std::uint32_t parent);
-  // The offset, or the other end of a gap that ends or starts there.
-  static std::uint32_t BeforeGap(const GapMap& gaps, std::uint32_t offset) noexcept;
-  static std::uint32_t AfterGap(const GapMap& gaps, std::uint32_t offset) noexcept;
+  const Gaps& RemovedChildren() const;
+  Space SpaceBefore(std::uint32_t offset) const;
 
   bool IsInside(const ElementRecord& parent) const noexcept {
     return record.contentStart != 0 && record.tagStart >= parent.contentStart &&

@@ -2,25 +2,13 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
+#include <cstddef>
+#include <iterator>
+
+#include "host/ostrumxml/data/byte_scan.h"
 
 namespace Ostrum {
 namespace {
-
-constexpr std::uint64_t eachByte = 0x0101010101010101U;
-constexpr std::uint64_t highBits = 0x80 * eachByte;
-
-// Nonzero if one of the eight bytes is a control character, "&" or "<"; bytes beyond ASCII need no
-// decoding. Every value read is checked here: with a loop over bytes, listing files takes a third
-// longer.
-std::uint64_t BytesToDecode(std::uint64_t bytes) noexcept {
-  const auto hasZero = [](std::uint64_t word) { return (word - eachByte) & ~word; };
-  const std::uint64_t control = (bytes - 0x20 * eachByte) & ~bytes;
-  return (control | hasZero(bytes ^ '&' * eachByte) | hasZero(bytes ^ '<' * eachByte)) & highBits;
-}
-
-constexpr std::string_view cdataOpening = "<![CDATA[";
-constexpr std::string_view cdataClosing = "]]>";
 
 // The pieces that are recognized by their first characters and end with a fixed string.
 struct Delimited {
@@ -28,7 +16,7 @@ struct Delimited {
   std::string_view opening, closing;
 };
 constexpr Delimited delimitedPieces[] = {{PieceKind::Reference, "&", ";"},
-                                         {PieceKind::CData, cdataOpening, cdataClosing},
+                                         {PieceKind::CData, "<![CDATA[", "]]>"},
                                          {PieceKind::Other, "<!--", "-->"},
                                          {PieceKind::Other, "<?", "?>"},
                                          {PieceKind::EndTag, "</", ">"}};
@@ -53,8 +41,7 @@ std::size_t TextLength(std::string_view rest) noexcept {
 
 // The length of the tag at the start of the text, from "<" to ">".
 std::size_t TagLength(std::string_view text) noexcept {
-  const std::size_t name = TagName(text).size();
-  TagScanner scanner(text.substr(1 + name));
+  TagScanner scanner(text.substr(text.find_first_of(" \t\r\n/>")));
   RawAttribute attribute{};
   while (scanner.Next(attribute)) {
   }
@@ -63,19 +50,10 @@ std::size_t TagLength(std::string_view text) noexcept {
 
 } // namespace
 
+// Every value read is checked here: one byte at a step, listing files would take a third longer.
 bool NeedsNoDecoding(std::string_view raw) noexcept {
-  std::uint64_t word = 0;
-  if (raw.size() < sizeof word) {
-    return std::all_of(raw.begin(), raw.end(), [](char character) {
-      return static_cast<unsigned char>(character) >= ' ' && character != '&' && character != '<';
-    });
-  }
-  const char* const last = raw.data() + raw.size() - sizeof word;
-  for (const char* next = raw.data();; next = std::min(next + sizeof word, last)) {
-    std::memcpy(&word, next, sizeof word);
-    if (BytesToDecode(word) != 0) return false;
-    if (next == last) return true;
-  }
+  const auto needsDecoding = [](auto byte) { return (byte < ' ') | (byte == '&') | (byte == '<'); };
+  return LengthBefore(raw, needsDecoding) == raw.size();
 }
 
 bool TagScanner::Next(RawAttribute& attribute) noexcept {
@@ -99,57 +77,28 @@ bool TagScanner::Next(RawAttribute& attribute) noexcept {
   return true;
 }
 
-TagIndex::TagIndex(std::string_view tag) : tag(tag) {
-  TagScanner scanner(tag);
-  RawAttribute attribute{};
-  while (scanner.Next(attribute))
-    offsets.push_back(static_cast<std::uint32_t>(attribute.name.data() - tag.data()));
-  std::ranges::sort(offsets, {}, [this](std::uint32_t offset) { return At(offset).name; });
-}
-
-RawAttribute TagIndex::Find(std::string_view name) const noexcept {
-  const auto nameAt = [this](std::uint32_t offset) { return At(offset).name; };
-  const auto place = std::ranges::lower_bound(offsets, name, {}, nameAt);
-  if (place == offsets.end() || nameAt(*place) != name) return {};
-  return At(*place);
-}
-
-RawAttribute TagIndex::At(std::uint32_t offset) const noexcept {
-  RawAttribute attribute{};
-  TagScanner(tag.substr(offset)).Next(attribute);
-  return attribute;
-}
-
 bool PieceScanner::Next(Piece& piece) noexcept {
   if (rest.empty()) return false;
+  Delimited form{PieceKind::Text, "", ""};
   std::size_t length = 0;
   const auto isNext = [this](const Delimited& each) { return rest.starts_with(each.opening); };
   if (rest.front() != '&' && rest.front() != '<') {
-    piece.kind = PieceKind::Text;
     length = TextLength(rest);
-  } else if (const auto* form = std::ranges::find_if(delimitedPieces, isNext);
-             form != std::end(delimitedPieces)) {
-    piece.kind = form->kind;
-    length = rest.find(form->closing, form->opening.size()) + form->closing.size();
+  } else if (const auto* const found = std::ranges::find_if(delimitedPieces, isNext);
+             found != std::end(delimitedPieces)) {
+    form = *found;
+    length = rest.find(form.closing, form.opening.size()) + form.closing.size();
   } else {
     length = TagLength(rest);
-    piece.kind = PieceKind::StartTag;
-    if (rest[length - 2] == '/') piece.kind = PieceKind::EmptyTag;
+    form.kind = PieceKind::StartTag;
+    if (rest[length - 2] == '/') form.kind = PieceKind::EmptyTag;
   }
-  assert(length > 0 && length <= rest.size());
-  piece.text = rest.substr(0, length);
+  const std::size_t delimiters = form.opening.size() + form.closing.size();
+  assert(length > 0 && length >= delimiters && length <= rest.size());
+  piece = {form.kind, rest.substr(0, length),
+           rest.substr(form.opening.size(), length - delimiters)};
   rest.remove_prefix(length);
   return true;
-}
-
-std::string_view TagName(std::string_view tag) noexcept {
-  return tag.substr(1, tag.find_first_of(" \t\r\n/>") - 1);
-}
-
-std::string_view InsideCData(std::string_view section) noexcept {
-  assert(section.size() >= cdataOpening.size() + cdataClosing.size());
-  return section.substr(cdataOpening.size(),
-                        section.size() - cdataOpening.size() - cdataClosing.size());
 }
 
 } // namespace Ostrum

@@ -3,10 +3,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_MARKUP_H
 #define TARVIK_HOST_OSTRUMXML_DATA_MARKUP_H
 
-#include <cstddef>
-#include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace Ostrum {
 
@@ -40,22 +37,6 @@ class TagScanner {
   std::string_view rest;
 };
 
-// An index by name of the attributes of a start tag that has very many.
-class TagIndex {
- public:
-  // tag: as for TagScanner; must outlive the index. Throws std::bad_alloc.
-  explicit TagIndex(std::string_view tag);
-
-  // The attribute; one with an empty name if there is none.
-  RawAttribute Find(std::string_view name) const noexcept;
-
- private:
-  RawAttribute At(std::uint32_t offset) const noexcept;
-
-  std::string_view tag;
-  std::vector<std::uint32_t> offsets; // of the attributes, sorted by their names
-};
-
 enum class PieceKind {
   Text,      // character data without references; long text comes in several pieces
   Reference, // "&...;"
@@ -66,9 +47,11 @@ enum class PieceKind {
   EndTag,
 };
 
+// The views refer to the source.
 struct Piece {
   PieceKind kind;
-  std::string_view text; // in the source
+  std::string_view text;   // the whole piece
+  std::string_view inside; // between its delimiters: a reference's name, a CDATA section's text
 };
 
 // Walks the pieces of a part of an element's content.
@@ -80,12 +63,6 @@ class PieceScanner {
  private:
   std::string_view rest;
 };
-
-// The name in a start tag.
-std::string_view TagName(std::string_view tag) noexcept;
-
-// The text inside a whole CDATA section.
-std::string_view InsideCData(std::string_view section) noexcept;
 
 } // namespace Ostrum
 

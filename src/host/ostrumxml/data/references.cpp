@@ -46,23 +46,6 @@ bool IsPredefined(std::string_view entityName) noexcept {
   return std::ranges::find(predefined, entityName, &Entity::name) != std::end(predefined);
 }
 
-std::string_view ReferenceName(std::string_view reference) noexcept {
-  assert(reference.size() > 2 && reference.front() == '&' && reference.back() == ';');
-  return reference.substr(1, reference.size() - 2);
-}
-
-char32_t CharacterOf(std::string_view reference) noexcept {
-  std::string_view digits = ReferenceName(reference).substr(1);
-  int base = 10;
-  if (digits.starts_with('x')) {
-    base = 16;
-    digits.remove_prefix(1);
-  }
-  std::uint32_t character = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), character, base);
-  return character;
-}
-
 void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit) {
   while (!raw.empty() && text.size() < limit) {
     const std::string_view part = raw.substr(0, limit - text.size());
@@ -75,14 +58,22 @@ void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit
   }
 }
 
-void AppendReference(std::string_view reference, std::string& text) {
-  const std::string_view name = ReferenceName(reference);
-  const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
-  if (name.front() == '#') {
-    AppendUtf8(CharacterOf(reference), text);
-  } else if (entity != std::end(predefined)) {
-    text += entity->character;
+void AppendReference(std::string_view name, std::string& text) {
+  assert(!name.empty());
+  if (name.front() != '#') {
+    const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
+    if (entity != std::end(predefined)) text += entity->character;
+    return;
   }
+  name.remove_prefix(1);
+  int base = 10;
+  if (name.starts_with('x')) {
+    base = 16;
+    name.remove_prefix(1);
+  }
+  std::uint32_t character = 0;
+  std::from_chars(name.data(), name.data() + name.size(), character, base);
+  AppendUtf8(character, text);
 }
 
 std::string FoldSpaces(std::string_view value) {

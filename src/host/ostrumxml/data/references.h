@@ -11,19 +11,14 @@ namespace Ostrum {
 // Whether XML itself defines an entity of that name.
 bool IsPredefined(std::string_view entityName) noexcept;
 
-// The name in a reference, "&...;".
-std::string_view ReferenceName(std::string_view reference) noexcept;
-
-// The character of a character reference, "&#...;".
-char32_t CharacterOf(std::string_view reference) noexcept;
-
 // Appends character data without references, with normalized line endings, until text has
 // `limit` bytes.
 void AppendCharacters(std::string_view raw, std::string& text,
                       std::size_t limit = std::string::npos);
 
-// Appends the character for a reference; nothing for an entity that XML does not predefine.
-void AppendReference(std::string_view reference, std::string& text);
+// Appends the character for a reference, of which the name is given: "#..." for a character
+// reference. Appends nothing for an entity that XML does not predefine.
+void AppendReference(std::string_view name, std::string& text);
 
 // Removes spaces at the ends and reduces others to one each, as XML does for tokenized attribute
 // values.

@@ -6,6 +6,7 @@
 #include <memory_resource>
 #include <utility>
 
+#include "host/ostrumxml/nodes/child_matcher.h"
 #include "host/ostrumxml/nodes/indexed_document.h"
 
 namespace Ostrum {
@@ -22,8 +23,7 @@ constexpr std::size_t maxValueBegin = 259;
 class ValueTable {
  public:
   // Throws std::bad_alloc.
-  void Add(const Attribute& attribute, std::uint32_t child, const ChildQuery& query) {
-    if (!query.filter.AcceptsAll() && !Accepts(attribute.GetValue(scratch), query.filter)) return;
+  void Add(const Attribute& attribute, std::uint32_t child) {
     std::string_view begin = attribute.GetValue(scratch, maxValueBegin).substr(0, maxValueBegin);
     if (begin.data() == scratch.data()) begin = Copy(begin);
     entries.emplace_back(begin, child);
@@ -38,13 +38,6 @@ class ValueTable {
   }
 
  private:
-  // A declared default is one text for many elements, and can be long: it is judged once.
-  bool Accepts(std::string_view value, const TextFilter& filter) {
-    const bool isKnown = value.data() == lastValue && value.data() != scratch.data();
-    if (!isKnown) lastAccepted = filter.Accepts(value);
-    lastValue = value.data();
-    return lastAccepted;
-  }
   std::string_view Copy(std::string_view text) {
     auto* const copy = static_cast<char*>(copies.allocate(text.size() + 1, 1));
     return {copy, text.copy(copy, text.size())};
@@ -53,8 +46,6 @@ class ValueTable {
   std::vector<std::pair<std::string_view, std::uint32_t>> entries;
   std::pmr::monotonic_buffer_resource copies;
   std::string scratch;
-  const char* lastValue = nullptr;
-  bool lastAccepted = false;
 };
 
 } // namespace
@@ -183,22 +174,20 @@ bool ChildIndex::MakeRoom(std::size_t added) {
 
 void ChildIndex::Fill(List& list, const ChildQuery& query, Range named) const {
   if (list.isByValue) return FillByValue(list, query, named);
-  const auto matches = [&](std::uint32_t number) {
-    if (!query.Accepts(data.NameOf(number))) return false;
-    return !query.attribute || !At(number).GetAttribute(*query.attribute).IsNull();
-  };
-  std::ranges::copy_if(named, std::back_inserter(list.numbers), matches);
+  ChildMatcher matcher(query);
+  std::ranges::copy_if(named, std::back_inserter(list.numbers),
+                       [&](std::uint32_t number) { return matcher.Matches(At(number)); });
   list.isWholeRange = list.match == NameMatch::Exact && list.numbers.size() == named.size();
   if (list.isWholeRange) list.numbers = {};
   std::ranges::sort(list.numbers);
 }
 
-void ChildIndex::FillByValue(List& list, const ChildQuery& query, Range named) const {
+void ChildIndex::FillByValue(List& list, ChildQuery query, Range named) const {
+  query.valueBegin = ""; // whatever the value, if the filter accepts it
+  ChildMatcher matcher(query);
   ValueTable values;
   for (const std::uint32_t number : named) {
-    if (!query.Accepts(data.NameOf(number))) continue;
-    const Attribute attribute = At(number).GetAttribute(*query.attribute);
-    if (!attribute.IsNull()) values.Add(attribute, number, query);
+    if (matcher.Matches(At(number))) values.Add(matcher.MatchedAttribute(), number);
   }
   list.numbers = values.SortedChildren();
   list.minima = RangeMinimum(list.numbers);

@@ -72,7 +72,7 @@ class ChildIndex {
   const List* ListFor(const ChildQuery& query, Range named);
   bool MakeRoom(std::size_t added);
   void Fill(List& list, const ChildQuery& query, Range named) const;
-  void FillByValue(List& list, const ChildQuery& query, Range named) const;
+  void FillByValue(List& list, ChildQuery query, Range named) const;
 
   IndexedDocument& document;
   const DocumentData& data;

@@ -47,7 +47,7 @@ class Generator {
     // What is inserted before a part comes before what replaces it.
     std::ranges::stable_sort(
         edits, {}, [](const Edit& edit) { return std::pair(edit.from, edit.length > 0); });
-    if (data.hasRemoved) DropInsideGaps();
+    DropInsideGaps();
     return std::move(edits);
   }
 
@@ -112,7 +112,7 @@ class Generator {
     if (piece.kind != PieceKind::Reference)
       return piece.kind == PieceKind::Text || piece.kind == PieceKind::CData;
     std::string beginning;
-    AppendOwnText(data, piece.text, beginning, 1);
+    TextReader(data, piece.text, TextReader::Source::Content).AppendRest(beginning, 1);
     return !beginning.empty();
   }
 

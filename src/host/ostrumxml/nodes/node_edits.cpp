@@ -1,0 +1,160 @@
+// Changing elements and attributes.
+#include <stdexcept>
+
+#include "host/ostrumxml/data/content_walker.h"
+#include "host/ostrumxml/data/element_layout.h"
+#include "host/ostrumxml/data/xml_text.h"
+#include "host/ostrumxml/nodes/indexed_document.h"
+#include "host/ostrumxml/nodes/node.h"
+
+namespace Ostrum {
+namespace {
+
+void RequireXmlText(std::string_view text) {
+  if (!IsXmlText(text)) throw std::invalid_argument("XML can't carry this text");
+}
+
+} // namespace
+
+bool Element::IsCreated() const noexcept {
+  return !IsNull() && (Data().elements[number].flags & element_flags::created) != 0;
+}
+
+bool Element::CanBeChanged() const noexcept {
+  return !IsNull() && Data().IsInFile(Data().elements[number].tagStart);
+}
+
+void Element::RequireChangeable() const {
+  if (!CanBeChanged()) throw std::invalid_argument("the element comes from an entity");
+}
+
+bool Element::TextCanBeReplaced() const {
+  if (!CanBeChanged()) return false;
+  const DocumentData& data = Data();
+  const ElementChange* const change = data.FindChange(number);
+  if (change != nullptr && change->text) return true; // it has been replaced already
+  bool isReplaceable = true;
+  ElementLayout(data, number).ForEachStretch([&](std::string_view stretch) {
+    isReplaceable = isReplaceable && !HasTagOrUnknownEntity(data, stretch);
+  });
+  return isReplaceable;
+}
+
+// Setting the present value changes nothing, so that it keeps the form in which it was written.
+void Element::SetText(std::string_view text) {
+  RequireXmlText(text);
+  if (!TextCanBeReplaced())
+    throw std::invalid_argument(
+        "the text refers to an entity that contains elements or is not known");
+  if (std::string scratch; GetValue(scratch) == text) return;
+  DocumentData& data = Data();
+  document->acceptedValues.clear();
+  ElementChange& change = data.ChangeOf(number);
+  change.text = text;
+  // The white space before the new children was text of this element.
+  for (const std::uint32_t child : change.created) data.ChangeOf(child).lead.clear();
+}
+
+void Element::SetAttribute(std::string_view name, std::string_view value) {
+  RequireXmlText(value);
+  RequireChangeable();
+  DocumentData& data = Data();
+  if (!data.CanHold(GetName(), name, value))
+    throw std::invalid_argument("the attribute's type can't carry these blanks");
+  if (GetAttribute(name).IsNull() && !IsXmlName(name))
+    throw std::invalid_argument("not an XML name");
+  const RawAttribute raw = FindInTag(name);
+  const bool isInTag = raw.name.data() != nullptr;
+  std::string scratch;
+  // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
+  if (isInTag && !HasTagOrUnknownEntity(data, raw.value) &&
+      AttributeValue(name, raw.value, scratch, std::string::npos) == value)
+    return;
+
+  document->acceptedValues.clear();
+  std::string text(value);
+  auto& attributes = data.ChangeOf(number).attributes;
+  const std::uint64_t order = data.attributesSet;
+  const auto set =
+      attributes.try_emplace(std::string(name), ElementChange::SetAttribute{{}, order}).first;
+  set->second.value = std::move(text);
+  ++data.attributesSet;
+}
+
+void Element::RemoveAttribute(std::string_view name) {
+  RequireChangeable();
+  if (GetAttribute(name).IsNull()) throw std::invalid_argument("no such attribute");
+  DocumentData& data = Data();
+  const bool isInTag = FindInTag(name).name.data() != nullptr;
+  ElementChange& change = data.ChangeOf(number);
+  const auto set = change.attributes.find(name);
+  if (!isInTag && set == change.attributes.end())
+    throw std::invalid_argument("only the document type declares the attribute");
+  if (isInTag) change.removedAttributes.emplace(name);
+  if (set != change.attributes.end()) change.attributes.erase(set);
+  document->acceptedValues.clear();
+  ++data.attributesSet;
+}
+
+Element Element::AddElementInto(std::string_view name) {
+  if (!CanBeChanged() || !IsXmlName(name)) return {};
+
+  // Everything that can fail comes first, so that a failure leaves the document unchanged.
+  DocumentData& data = Data();
+  const std::uint32_t nameNumber = data.names.InternCopy(name);
+  std::string lead = LeadOfNextChild();
+  document->acceptedValues.clear(); // the lead is text of this element
+  const std::uint32_t child = data.elements.Add();
+  data.ChangeOf(child).lead = std::move(lead);
+  data.elements[child].name = nameNumber;
+  data.elements[child].flags |= element_flags::created;
+  ElementChange& change = data.ChangeOf(number);
+  change.created.reserve(change.created.size() + 1);
+  AddToIndex(child);
+
+  if (const std::uint32_t last = LastChild()) data.elements[last].nextSibling = child;
+  change.created.push_back(child);
+  return Other(child);
+}
+
+void Element::RemoveChild(Element child) {
+  assert(document == child.document && number != child.number);
+  RequireChangeable();
+  child.RequireChangeable();
+  DocumentData& data = Data();
+  if (data.IsRemoved(child.number)) return;
+  ElementChange& change = data.ChangeOf(number);
+  if (child.IsCreated()) {
+    std::erase(change.created, child.number);
+  } else {
+    change.gaps.Add(ElementLayout(data, number).RemovalOf(child.number));
+  }
+  data.elements[child.number].flags |= element_flags::removed;
+  // So that FirstChild passes removed children by in one step.
+  if ((data.elements[number].flags & element_flags::hasParsedChildren) != 0)
+    data.elements[number + 1].nextSibling = data.NextSibling(number + 1);
+  document->acceptedValues.clear(); // the white space around it was text of this element
+  DropIndex();
+}
+
+std::uint32_t Element::LastChild() const noexcept {
+  const DocumentData& data = Data();
+  const ElementChange* const change = data.FindChange(number);
+  if (change != nullptr && !change->created.empty()) return change->created.back();
+  std::uint32_t last = 0;
+  for (auto child = data.FirstChild(number); child != 0; child = data.NextSibling(child))
+    last = child;
+  return last;
+}
+
+// A new child begins a line of its own if its last sibling does.
+std::string Element::LeadOfNextChild() const {
+  const DocumentData& data = Data();
+  const ElementChange* const change = data.FindChange(number);
+  const std::uint32_t last = LastChild();
+  if (last == 0 || (change != nullptr && change->text)) return {};
+  if (Other(last).IsCreated()) return data.changes.at(last).lead;
+  return ElementLayout(data, number).LeadOf(last);
+}
+
+} // namespace Ostrum
