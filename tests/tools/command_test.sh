@@ -193,6 +193,7 @@ expect 0 '' '*other.xml: created *' set --create other.xml --from - /Config/Net/
 printf '%s\n' '<?xml version="1.0" encoding="UTF-8"?>' '<Config>' '  <Net p="&quot;">' '    <Port>70</Port>' '  </Net>' \
   "  <Network mode=\"active\" retries=\"3\"><Timeout unit=\"s\">20</Timeout><Proxy><Host>relay.example</Host><Port>3128</Port></Proxy></Network>" \
   '</Config>' | cmp - new.xml || fail "new.xml: $(<new.xml)"
+if ((isNative)); then [[ $(stat --format=%a new.xml other.xml) == $(printf '%o\n%o' $((0666 & ~$(umask))){,}) ]] || fail "access to a new file: $(stat --format=%a new.xml)"; fi
 : >input
 expect 2 '' '*none.xml: does not exist; a path must name its root*' set --create none.xml a x
 expect 2 '' '*none.xml: does not exist' set none.xml a x

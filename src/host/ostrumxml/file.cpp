@@ -95,14 +95,11 @@ std::string DocumentFile::ReadBytes() {
   return bytes;
 }
 
-SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) try {
+SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) {
   auto outcome = SaveOutcome::WroteOwnText;
   RetryUntilDone(
       name, [&](platform::LockedFile& file) { return TrySave(file, document, changes, outcome); });
   return outcome;
-} catch (const std::exception& reason) {
-  whyNotSaved = reason.what();
-  throw;
 }
 
 SaveAttempt DocumentFile::TrySave(platform::LockedFile& file, Document& document,

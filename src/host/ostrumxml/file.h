@@ -96,9 +96,6 @@ class DocumentFile {
   // threw. The file is then complete, the old or the new one.
   SaveOutcome Save(Document& document, PendingChanges& changes);
 
-  // The message of the exception that the last failed save threw; empty if none has failed.
-  const std::string& WhyNotSaved() const { return whyNotSaved; }
-
  private:
   SaveAttempt TrySave(platform::LockedFile& file, Document& document, PendingChanges& changes,
                       SaveOutcome& outcome);
@@ -113,7 +110,6 @@ class DocumentFile {
   ByteFilter encrypt;
   platform::FileState lastSeen;
   bool holdsOwnText = true; // whether the file, when last seen, held the document's text
-  std::string whyNotSaved;
 };
 
 // Replaces the file's bytes, whatever they are, by what the filter makes of them, in one atomic

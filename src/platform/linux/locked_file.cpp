@@ -144,10 +144,12 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   const Entry& entry = system->entry;
   const std::optional<Access> wanted = system->WantedAccess(access);
   const int attributesFrom = access == nullptr ? system->original.Number() : -1;
+  // What is to get another access must not be open to others before.
+  const mode_t mode = wanted ? S_IRUSR | S_IWUSR : DEFFILEMODE;
   const std::string preferredName = system->isLocked ? TemporaryNameFor(entry.name) : "";
   // If the system cannot name an unnamed file, the second attempt uses a named one.
   for (bool isNamed = false;; isNamed = true) {
-    TemporaryFile temporary(entry.folder.Number(), preferredName, isNamed);
+    TemporaryFile temporary(entry.folder.Number(), preferredName, isNamed, mode);
     for (const std::string_view piece : pieces) temporary.Write(piece);
     temporary.Stamp();
     temporary.SetAccess(wanted, system->state.has_value(), attributesFrom);

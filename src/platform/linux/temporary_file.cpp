@@ -8,8 +8,6 @@
 namespace platform {
 namespace {
 
-constexpr mode_t initialMode = S_IRUSR | S_IWUSR;
-
 // Removes what a killed process left. False if it is in use, is something else, or cannot be
 // removed.
 bool RemoveLeftover(int folder, const std::string& name) noexcept {
@@ -29,11 +27,11 @@ bool LeadsTo(int folder, const std::string& name, const FileStatus& file) noexce
          found.st_dev == file.st_dev && found.st_ino == file.st_ino;
 }
 
-TemporaryFile::TemporaryFile(int inFolder, std::string wantedName, bool isNamed)
+TemporaryFile::TemporaryFile(int inFolder, std::string wantedName, bool isNamed, mode_t mode)
     : folder(inFolder), preferredName(std::move(wantedName)) {
-  if (!isNamed) file = OpenAt(folder, ".", O_TMPFILE | O_WRONLY, initialMode);
-  const auto create = [this](const std::string& unused) {
-    file = OpenAt(folder, unused.c_str(), O_WRONLY | O_CREAT | O_EXCL, initialMode);
+  if (!isNamed) file = OpenAt(folder, ".", O_TMPFILE | O_WRONLY, mode);
+  const auto create = [this, mode](const std::string& unused) {
+    file = OpenAt(folder, unused.c_str(), O_WRONLY | O_CREAT | O_EXCL, mode);
     return file.IsOpen();
   };
   if (!file.IsOpen() && !CreateName(create))
@@ -95,9 +93,9 @@ void TemporaryFile::Stamp() noexcept {
 void TemporaryFile::SetAccess(const std::optional<Access>& wanted, bool ownerLosesNothing,
                               int attributesFrom) {
   if (attributesFrom >= 0) CopyAttributes(attributesFrom, file.Number());
-  const Access own{status.st_uid, status.st_gid, initialMode, {}};
-  access = std::make_shared<const Access>(
-      GiveAccess(file.Number(), wanted.value_or(own), ownerLosesNothing));
+  Access given = ReadAccess(file.Number(), status);
+  if (wanted) given = GiveAccess(file.Number(), *wanted, ownerLosesNothing);
+  access = std::make_shared<const Access>(std::move(given));
 }
 
 // Linking by descriptor needs a privilege or a recent kernel; the other way needs /proc.

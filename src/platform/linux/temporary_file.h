@@ -14,13 +14,13 @@ bool LeadsTo(int folder, const std::string& name, const FileStatus& file) noexce
 // otherwise.
 class TemporaryFile {
  public:
-  // Creates the file in the open folder, which must outlive it, accessible to this process's user
-  // alone. Without a name if possible, unless `isNamed`: such a file disappears even if its process
-  // is killed, but not every system can name it later.
+  // Creates the file in the open folder, which must outlive it, with the mode, from which the
+  // process's umask is taken. Without a name if possible, unless `isNamed`: such a file disappears
+  // even if its process is killed, but not every system can name it later.
   //
   // preferredName is the name to give it, from which what a killed process left is removed first;
   // to be used by one process at a time. If it is empty or cannot be had, the name is random.
-  TemporaryFile(int inFolder, std::string wantedName, bool isNamed);
+  TemporaryFile(int inFolder, std::string wantedName, bool isNamed, mode_t mode);
   ~TemporaryFile();
   TemporaryFile(TemporaryFile&&) = delete;
 
@@ -29,8 +29,8 @@ class TemporaryFile {
   // Sets the modification time, once all is written.
   void Stamp() noexcept;
 
-  // See GiveAccess; without `wanted`, only the owner may read and write the file. Also copies label
-  // and attributes of an open file, if one is given.
+  // See GiveAccess; without `wanted`, the file keeps the access with which it was created. Also
+  // copies label and attributes of an open file, if one is given.
   void SetAccess(const std::optional<Access>& wanted, bool ownerLosesNothing, int attributesFrom);
 
   // Gives the file a name if it has none. False on failure, and errno tells why.
