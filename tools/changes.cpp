@@ -24,7 +24,7 @@ class Application {
         SetAttribute(change, place);
       }
     }
-    AddEntries(path, places);
+    AddValues(path, places);
   }
 
   // The removals are applied at the end, after all paths were found.
@@ -33,7 +33,7 @@ class Application {
     std::vector<Place> places = Find(path, path.steps, path.attribute);
     if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
     RequireOne(path, places, path.attribute.empty() ? "elements" : "attributes");
-    AddEntries(path, places);
+    AddValues(path, places);
     for (Place& place : places) removals.emplace_back(&path, std::move(place));
   }
 
@@ -119,7 +119,7 @@ class Application {
   // An element can be created only with the number that it will have.
   void RequireNext(const Path& path, const Place& place, const Step& step) {
     if (step.position == Position::All || step.position == Position::Next) return;
-    const std::uint32_t count = matcher.Count(place.back(), step);
+    const std::size_t count = matcher.Candidates(place.back(), step).size();
     const std::string next = std::to_string(count + 1);
     if (step.position == Position::Number && step.number == count + 1) return;
     throw CommandError(path.text + ": " + PathOf(place) + " has " + std::to_string(count) + ' ' +
@@ -131,11 +131,11 @@ class Application {
     outcome.created.push_back(isShown ? PathOf(place, attribute) : "");
   }
 
-  void AddEntries(const Path& path, const std::vector<Place>& places) {
+  void AddValues(const Path& path, const std::vector<Place>& places) {
     if (!options.json) return;
     for (const Place& place : places) {
       const std::string key = places.size() == 1 ? path.text : PathOf(place, path.attribute);
-      outcome.entries.emplace_back(key, ValueAt(place, path.attribute));
+      outcome.values.emplace_back(key, ValueAt(place, path.attribute));
     }
   }
 

@@ -7,30 +7,30 @@
 
 namespace {
 
-Json Result(bool isWellFormed, int line, int column, const std::string& reason) {
-  return {{"wellFormed", isWellFormed}, {"line", line}, {"column", column}, {"reason", reason}};
-}
-
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const Options& options, Json& results) {
+ExitStatus CheckOne(const Options& options, JsonObject& results) {
+  const auto add = [&](bool isWellFormed, int line, int column, const char* reason) {
+    results.emplace(
+        Shown(options.file),
+        Json{{"wellFormed", isWellFormed}, {"line", line}, {"column", column}, {"reason", reason}});
+  };
   try {
     ReadDocument(options);
-    results[Shown(options.file)] = Result(true, 0, 0, "");
-    return ExitStatus::Found;
-  } catch (const Damage& damage) {
-    results[Shown(options.file)] = Result(false, damage.line, damage.column, damage.reason);
-    PrintMessage(options.file, damage.what());
-    return ExitStatus::NothingFound;
   } catch (const std::exception& failure) {
-    PrintMessage(options.file, failure.what());
-    return ExitStatus::Failed;
+    PrintMessage(options.file, failure);
+    const auto* const damage = dynamic_cast<const Ostrum::ReadFailure*>(&failure);
+    if (damage == nullptr || damage->result != Ostrum::ReadBadEncoding) return ExitStatus::Failed;
+    add(false, damage->line, damage->column, damage->what());
+    return ExitStatus::NothingFound;
   }
+  add(true, 0, 0, "");
+  return ExitStatus::Found;
 }
 
 } // namespace
 
 ExitStatus Check(const Options& options) {
-  Json results = Json::object();
+  JsonObject results;
   auto status = ExitStatus::Found;
   Options one = options;
   const auto check = [&](const std::string& file) {

@@ -1,136 +1,124 @@
-#include "edit.h"
-
 #include <algorithm>
+#include <cassert>
+#include <deque>
 #include <span>
+
+#include "edit.h"
 
 namespace {
 
-using Ostrum::Edit;
+struct Line {
+  char sign;             // as in the diff: ' ' kept, '-' removed, '+' added
+  std::string_view text; // with its line ending, if it has one
+};
 
-// A text by lines, each with its line ending, if it has one.
-class Lines {
+// The offset after the line that contains the offset.
+std::size_t LineEnd(std::string_view text, std::size_t offset) {
+  return std::min(text.find('\n', offset), text.size() - 1) + 1;
+}
+
+std::vector<std::string_view> LinesOf(std::string_view text) {
+  std::vector<std::string_view> lines;
+  for (std::size_t end = 0; !text.empty(); text.remove_prefix(end)) {
+    end = LineEnd(text, 0);
+    lines.push_back(text.substr(0, end));
+  }
+  return lines;
+}
+
+// The lines of a text and of what the edits turn it into.
+class MarkedLines {
  public:
-  explicit Lines(std::string_view all) : text(all) {
-    for (std::size_t end = 0; end < text.size();
-         end = std::min(text.find('\n', end), text.size() - 1) + 1)
-      starts.push_back(end);
+  MarkedLines(std::string_view text, const std::vector<Ostrum::Edit>& edits) {
+    std::size_t done = 0; // of the text
+    for (auto edit = edits.begin(); edit != edits.end();) {
+      const std::size_t start = text.substr(0, edit->from).rfind('\n') + 1; // 0 in the first line
+      assert(start >= done);
+      std::string& changed = replacements.emplace_back();
+      std::size_t at = start, end = start;
+      do { // the edits that share a line with the one before
+        changed.append(text, at, edit->from - at).append(edit->replacement);
+        at = edit->from + edit->length;
+        end = LineEnd(text, at);
+        ++edit;
+      } while (edit != edits.end() && edit->from < end);
+      changed.append(text, at, end - at);
+      Add(' ', LinesOf(text.substr(done, start - done)));
+      AddChange(LinesOf(text.substr(start, end - start)), LinesOf(changed));
+      done = end;
+    }
+    Add(' ', LinesOf(text.substr(done)));
   }
-  std::size_t Count() const { return starts.size(); }
-  // Also for the number after the last line.
-  std::size_t StartOf(std::size_t line) const {
-    return line < starts.size() ? starts[line] : text.size();
-  }
-  std::size_t LineAt(std::size_t offset) const {
-    if (offset == text.size()) return starts.size();
-    return static_cast<std::size_t>(std::ranges::upper_bound(starts, offset) - starts.begin()) - 1;
-  }
-  std::string_view Part(std::size_t from, std::size_t to) const {
-    return text.substr(from, to - from);
-  }
-  std::string_view operator[](std::size_t line) const {
-    return Part(starts[line], StartOf(line + 1));
-  }
+
+  std::vector<Line> lines;
 
  private:
-  std::string_view text;
-  std::vector<std::size_t> starts;
+  using Part = std::span<const std::string_view>;
+
+  void Add(char sign, Part part) {
+    for (const std::string_view text : part) lines.push_back({sign, text});
+  }
+
+  // Keeps the lines that both have at the beginning and at the end.
+  void AddChange(Part before, Part after) {
+    const auto common = std::ranges::mismatch(before, after).in1 - before.begin();
+    const auto head = static_cast<std::size_t>(common);
+    Add(' ', before.first(head));
+    std::size_t removed = before.size(), added = after.size();
+    while (removed > head && added > head && before[removed - 1] == after[added - 1])
+      --removed, --added;
+    Add('-', before.subspan(head, removed - head));
+    Add('+', after.subspan(head, added - head));
+    Add(' ', before.subspan(removed));
+  }
+
+  std::deque<std::string> replacements; // referred to by lines
 };
 
-// Lines that differ: from `first` up to `end` in the old text.
-struct Difference {
-  std::size_t first, end;
-  std::string added;
-};
-
-// Removes the lines at the beginning and the end that are the same in both.
-void Trim(const Lines& old, Difference& difference) {
-  const Lines added(difference.added);
-  std::size_t first = 0, end = added.Count();
-  while (difference.first < difference.end && first < end && old[difference.first] == added[first])
-    ++difference.first, ++first;
-  while (difference.first < difference.end && first < end &&
-         old[difference.end - 1] == added[end - 1])
-    --difference.end, --end;
-  difference.added = added.Part(added.StartOf(first), added.StartOf(end));
-}
-
-std::vector<Difference> DifferencesOf(const Lines& old, const std::vector<Edit>& edits) {
-  std::vector<Difference> differences;
-  for (auto edit = edits.begin(); edit != edits.end();) {
-    const std::size_t first = old.LineAt(edit->from);
-    Difference difference{first, first, std::string(old.Part(old.StartOf(first), edit->from))};
-    std::size_t lineEnd = 0;
-    do {
-      const std::size_t done = edit->from + edit->length;
-      difference.added += edit->replacement;
-      difference.end = std::min(old.LineAt(done) + 1, old.Count());
-      lineEnd = old.StartOf(difference.end);
-      ++edit;
-      const bool isNear = edit != edits.end() && edit->from < lineEnd;
-      difference.added += old.Part(done, isNear ? edit->from : lineEnd);
-    } while (edit != edits.end() && edit->from < lineEnd);
-    Trim(old, difference);
-    if (difference.first < difference.end || !difference.added.empty())
-      differences.push_back(std::move(difference));
+// Lines as one part of the diff. first: how many lines of the old and the new text precede them;
+// they are counted on.
+std::string Hunk(std::span<const Line> lines, std::size_t (&first)[2]) {
+  std::string ranges, body;
+  for (const auto& [sign, text] : lines) {
+    body.append(1, sign).append(text);
+    if (!text.ends_with('\n')) body += "\n\\ No newline at end of file\n";
   }
-  return differences;
-}
-
-constexpr std::size_t context = 3; // lines around a change
-
-void AppendLines(std::string& body, char sign, const Lines& lines, std::size_t from,
-                 std::size_t to) {
-  for (; from < to; ++from) {
-    body.append(1, sign).append(lines[from]);
-    if (!lines[from].ends_with('\n')) body += "\n\\ No newline at end of file\n";
+  for (const char side : {'-', '+'}) {
+    std::size_t& start = first[side == '+'];
+    const auto isOnSide = [side](const Line& line) {
+      return line.sign == ' ' || line.sign == side;
+    };
+    const auto count = static_cast<std::size_t>(std::ranges::count_if(lines, isOnSide));
+    // An empty range is named by the line before it.
+    const std::size_t number = start + std::min<std::size_t>(count, 1);
+    ranges += std::string(" ") + side + std::to_string(number) + ',' + std::to_string(count);
+    start += count;
   }
-}
-
-// An empty range is named by the line before it.
-std::string Range(std::size_t start, std::size_t count) {
-  return std::to_string(count == 0 ? start : start + 1) + ',' + std::to_string(count);
-}
-
-// Changes with the lines around them as one part of the diff. shift: how many lines the new text
-// has more so far; wraps if negative.
-std::string Hunk(const Lines& old, std::span<const Difference> differences, std::size_t& shift) {
-  const std::size_t start =
-      differences.front().first - std::min(differences.front().first, context);
-  const std::size_t end = std::min(differences.back().end + context, old.Count());
-  const std::size_t newStart = start + shift;
-  std::string body;
-  std::size_t next = start;
-  for (const auto& [first, changeEnd, text] : differences) {
-    const Lines added(text);
-    AppendLines(body, ' ', old, next, first);
-    AppendLines(body, '-', old, first, changeEnd);
-    AppendLines(body, '+', added, 0, added.Count());
-    next = changeEnd;
-    shift += added.Count() - (changeEnd - first);
-  }
-  AppendLines(body, ' ', old, next, end);
-  return "@@ -" + Range(start, end - start) + " +" + Range(newStart, end + shift - newStart) +
-         " @@\n" + body;
+  return "@@" + ranges + " @@\n" + body;
 }
 
 } // namespace
 
 std::string UnifiedDiff(const std::string& fileName, std::string_view text,
-                        const std::vector<Edit>& edits, bool isNewFile) {
-  const Lines old(text);
-  const std::vector<Difference> differences = DifferencesOf(old, edits);
-  if (differences.empty()) return {};
+                        const std::vector<Ostrum::Edit>& edits, bool isNewFile) {
+  constexpr std::ptrdiff_t context = 3; // kept lines around a change
+  const MarkedLines marked(text, edits);
+  const auto isChanged = [](const Line& line) { return line.sign != ' '; };
   std::string diff =
       "--- " + std::string(isNewFile ? "/dev/null" : fileName) + "\t\n+++ " + fileName + "\t\n";
-  const auto isFarBefore = [](const Difference& left, const Difference& right) {
-    return right.first > left.end + 2 * context;
-  };
-  std::size_t shift = 0;
-  for (auto first = differences.begin(); first != differences.end();) {
-    const auto last = std::adjacent_find(first, differences.end(), isFarBefore);
-    const auto end = last == differences.end() ? last : last + 1;
-    diff += Hunk(old, {first, end}, shift);
-    first = end;
+  std::size_t first[2] = {0, 0};
+  const auto end = marked.lines.end();
+  auto change = std::ranges::find_if(marked.lines, isChanged);
+  if (change == end) return {};
+  for (auto done = marked.lines.begin(); change != end;) {
+    const auto start = change - std::min(change - done, context);
+    for (std::size_t& number : first) number += static_cast<std::size_t>(start - done);
+    do {
+      done = std::find_if_not(change, end, isChanged);
+      change = std::find_if(done, end, isChanged);
+    } while (change != end && change - done <= 2 * context);
+    done += std::min(end - done, context);
+    diff += Hunk({start, done}, first);
   }
   return diff;
 }

@@ -9,40 +9,35 @@
 
 namespace {
 
-// The changes, as a save repeats them if it must.
-class Pending final : public Ostrum::PendingChanges {
- public:
-  Pending(const std::vector<Change>& wanted, const Options& given, Outcome& first)
-      : changes(wanted), options(given), outcome(first) {}
-  void ApplyTo(Ostrum::Document& other) const override {
-    outcome = ApplyChanges(changes, options, other, &outcome);
-  }
-
- private:
-  const std::vector<Change>& changes;
-  const Options& options;
-  Outcome& outcome;
-};
+// The root's name for a new file: that with which a path begins; empty if none does.
+std::string RootOf(const std::vector<Change>& changes) {
+  const auto namesRoot = [](const Change& change) {
+    return change.path.text.starts_with('/') && !change.path.steps.front().HasAnyName();
+  };
+  const auto named = std::ranges::find_if(changes, namesRoot);
+  return named == changes.end() ? "" : named->path.steps.front().name;
+}
 
 // FILE while it is changed.
-class Target {
+class Target final : public Ostrum::PendingChanges {
  public:
-  Target(const Options& given, const std::string& newRoot)
+  Target(const Options& given, const std::vector<Change>& wanted)
       : options(given),
+        changes(wanted),
         isInput(given.file == "-"),
         name(console::FileNameOf(given.file)),
         encrypt(given.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr),
         file(name, given.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr, encrypt),
         isNew(given.create && !isInput && !exists(name)) {
     if (isNew) {
-      Begin(newRoot);
+      Begin();
     } else {
       Read();
     }
   }
 
-  Outcome Apply(const std::vector<Change>& changes) {
-    Outcome outcome = ApplyChanges(changes, options, *document, nullptr);
+  void Apply() {
+    outcome = ApplyChanges(changes, options, *document, nullptr);
     if (isNew) document = Parse(Indented(document->GenerateXML(false)));
     isChanged = isNew || !document->Edits().empty();
     if (options.dryRun) {
@@ -50,17 +45,29 @@ class Target {
     } else if (isInput) {
       PrintResult();
     } else if (isChanged) {
-      const console::HeldSignals held;
-      Pending pending(changes, options, outcome);
-      file.Save(*document, pending);
+      console::HoldSignals(true);
+      file.Save(*document, *this);
     }
-    return outcome;
   }
 
-  bool HasNewEncoding() const { return isChanged && encoding != Ostrum::UTF_8; }
+  // For a save that must repeat the changes.
+  void ApplyTo(Ostrum::Document& other) const override {
+    outcome = ApplyChanges(changes, options, other, &outcome);
+  }
+
+  void Report() const {
+    if (options.json) PrintJson(outcome.values);
+    const std::string created = Listed(outcome.created);
+    std::string note;
+    if (!created.empty()) note = (options.dryRun ? "would create " : "created ") + created;
+    if (isChanged && encoding != Ostrum::UTF_8)
+      note.append(note.empty() ? "" : "; ").append("is now in UTF-8");
+    if (!note.empty()) PrintMessage(options.file, note);
+  }
 
  private:
-  void Begin(const std::string& root) {
+  void Begin() {
+    const std::string root = RootOf(changes);
     if (root.empty())
       throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
     document = Parse("<" + root + "/>");
@@ -93,6 +100,7 @@ class Target {
   }
 
   const Options& options;
+  const std::vector<Change>& changes;
   const bool isInput;
   const platform::FileName name;
   const Ostrum::ByteFilter encrypt;
@@ -102,28 +110,16 @@ class Target {
   Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   std::string original; // of standard input the bytes, for a dry run the text
   std::unique_ptr<Ostrum::Document> document;
+  mutable Outcome outcome; // of the last time that the changes were applied
 };
-
-// The root's name for a new file: that with which a path begins; empty if none does.
-std::string RootOf(const std::vector<Change>& changes) {
-  const auto namesRoot = [](const Change& change) {
-    return change.path.text.starts_with('/') && !change.path.steps.front().HasAnyName();
-  };
-  const auto named = std::ranges::find_if(changes, namesRoot);
-  return named == changes.end() ? "" : named->path.steps.front().name;
-}
 
 ExitStatus Apply(const Options& options, const std::vector<Change>& changes) {
   if (options.dryRun && options.encrypted) throw UsageError("-n shows no encrypted file");
   if (options.json && (options.dryRun || options.file == "-"))
     throw UsageError("--json excludes -n and FILE -");
-  Target target(options, RootOf(changes));
-  const auto [found, created, entries] = target.Apply(changes);
-  if (options.json) PrintJson(entries);
-  std::string note;
-  if (!created.empty()) note = (options.dryRun ? "would create " : "created ") + Listed(created);
-  if (target.HasNewEncoding()) note.append(note.empty() ? "" : "; ").append("is now in UTF-8");
-  if (!note.empty()) PrintMessage(options.file, note);
+  Target target(options, changes);
+  target.Apply();
+  target.Report();
   return ExitStatus::Found;
 }
 
@@ -131,9 +127,7 @@ ExitStatus Apply(const Options& options, const std::vector<Change>& changes) {
 std::string ValueFromInput() {
   std::string value = ReadBytes("-");
   if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
-  auto utf8 = ToUtf8(value);
-  if (!utf8) throw UsageError("--stdin: not text in the locale's character set");
-  return *std::move(utf8);
+  return RequireUtf8(value, "--stdin");
 }
 
 // What is to be set, that of --from first.
@@ -145,15 +139,11 @@ std::vector<Change> Settings(const Options& options) {
   const int readers = (options.file == "-") + (options.from == "-") + options.fromInput;
   if (readers > 1) throw UsageError("FILE -, --stdin and --from - exclude each other");
   if (words.empty() && !options.from) throw UsageError("nothing to set: give PATH VALUE or --from");
-  std::vector<Change> changes, given;
+  std::vector<Change> changes;
+  if (options.from) changes = ReadSettings(*options.from);
   for (std::size_t i = 0; i < words.size(); i += 2)
-    given.push_back({ParsePath(words[i]), i + 1 < words.size() ? words[i + 1] : ""});
-  if (lacksValue) given.back().value = ValueFromInput();
-  if (options.from) {
-    for (auto& [path, value] : ReadSettings(*options.from))
-      changes.push_back({ParsePath(path), std::move(value)});
-  }
-  std::ranges::move(given, std::back_inserter(changes));
+    changes.push_back({ParsePath(words[i]), i + 1 < words.size() ? words[i + 1] : ""});
+  if (lacksValue) changes.back().value = ValueFromInput();
   return changes;
 }
 

@@ -22,7 +22,7 @@ struct Change {
 struct Outcome {
   std::vector<std::size_t> found;   // how many elements, and siblings to count a number among
   std::vector<std::string> created; // paths; only the first ones are known
-  std::vector<Entry> entries;       // what was set or removed, if JSON is wanted
+  JsonObject values;                // what was set or removed, if JSON is wanted
 };
 
 // Sets and creates in the order given, then removes. If the changes were applied before, to what
@@ -31,10 +31,10 @@ struct Outcome {
 Outcome ApplyChanges(const std::vector<Change>& changes, const Options& options,
                      Ostrum::Document& document, const Outcome* before);
 
-// Paths and values from a JSON file, or from standard input if it is "-": an object whose values
-// are strings, numbers, true or false, in the order and the form in which they are written. Throws
-// UsageError with the reason for anything else.
-std::vector<Entry> ReadSettings(const std::string& file);
+// What to set, from a JSON file, or from standard input if it is "-": an object of paths and values
+// that are strings, numbers, true or false, in the order and the form in which they are written.
+// Throws UsageError with the reason for anything else.
+std::vector<Change> ReadSettings(const std::string& file);
 
 // A new file's text: a declaration, then each element on a line of its own, indented by two blanks
 // for each level, except within an element that has text before its child elements. xml: an

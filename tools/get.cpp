@@ -16,20 +16,20 @@ class Answers {
   void Add(const Path& path) {
     const std::vector<Place> places = matcher.Find(path.steps, path.attribute);
     if (places.empty() && !options.defaultText) return missing.push_back(matcher.WhyMissing(path));
-    if (places.empty()) return AddEntry(path.text, *options.defaultText);
+    if (places.empty()) return AddMember(path.text, *options.defaultText);
     const bool isKey = places.size() == 1 || !options.json;
     for (const Place& place : places) {
-      AddEntry(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
+      AddMember(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
       if (!options.all) return;
     }
   }
 
-  std::vector<Entry> entries;
+  JsonObject members;
   std::vector<std::string> missing; // why paths name nothing
 
  private:
-  void AddEntry(const std::string& key, std::string value) {
-    if (!options.json || keys.insert(key).second) entries.emplace_back(key, std::move(value));
+  void AddMember(const std::string& key, const std::string& value) {
+    if (!options.json || keys.insert(key).second) members.emplace_back(key, value);
   }
 
   const Options& options;
@@ -48,10 +48,10 @@ ExitStatus Get(const Options& options) {
   if (!answers.missing.empty())
     throw CommandError(Listed(answers.missing), ExitStatus::NothingFound);
   if (options.json) {
-    PrintJson(answers.entries);
+    PrintJson(answers.members);
     return ExitStatus::Found;
   }
   const std::string end(1, options.endsWithZero ? '\0' : '\n');
-  for (const auto& [path, value] : answers.entries) Print(value, end);
+  for (const auto& [path, value] : answers.members) Print(value.get_ref<const std::string&>(), end);
   return ExitStatus::Found;
 }

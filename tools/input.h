@@ -9,15 +9,6 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
 
-// A text that is not well-formed, or not valid in its encoding. what() continues the file's name,
-// for example ":2:6: mismatched tag".
-class Damage : public CommandError {
- public:
-  Damage(int atLine, int atColumn, const std::string& why);
-  const int line, column; // from 1; 0: unknown
-  const std::string reason;
-};
-
 // Whether the bytes are those of an encrypted file, by their beginning.
 bool IsEncrypted(const std::string& bytes);
 
@@ -28,11 +19,11 @@ bool IsStream(const std::string& file);
 // All bytes of a file of any kind, as they are. Throws CommandError or Ostrum::ReadFailure.
 std::string ReadBytes(const std::string& file);
 
-// Decrypts and decodes bytes as they are in FILE. Throws Damage, and CommandError for bytes that
-// cannot be decrypted.
+// Decrypts and decodes bytes as they are in FILE. Throws Ostrum::ReadFailure, and CommandError for
+// bytes that are encrypted without a word of it in the options.
 Ostrum::FileText Decode(std::string bytes, const Options& options);
 
-// Throws Damage.
+// Throws Ostrum::ReadFailure with ReadBadEncoding, as for bytes that are not text, and the place.
 std::unique_ptr<Ostrum::Document> Parse(std::string utf8);
 
 // The document in FILE, of any kind. Throws as the above do.

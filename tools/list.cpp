@@ -29,9 +29,8 @@ class Listing {
     }
   }
 
-  bool HasFound() const { return hasFound; }
-  const std::vector<std::string>& Paths() const { return paths; }
-  const std::vector<Entry>& Entries() const { return entries; }
+  bool hasFound = false;
+  JsonObject members; // paths; without --values each value is null
 
  private:
   void AddElement(const Place& place) {
@@ -51,14 +50,11 @@ class Listing {
   void AddLine(const std::string& line, bool hasValue, const std::string& value) {
     hasFound = true;
     if (!options.json) return Print(hasValue ? RowText({line, value}) : line);
-    if (!options.values) return paths.push_back(line);
-    if (hasValue) entries.emplace_back(line, value);
+    if (hasValue) members.emplace_back(line, value);
+    if (!options.values) members.emplace_back(line, nullptr);
   }
 
   const Options& options;
-  bool hasFound = false;
-  std::vector<std::string> paths;
-  std::vector<Entry> entries;
 };
 
 } // namespace
@@ -72,8 +68,13 @@ ExitStatus List(const Options& options) {
   if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
   Listing listing(options);
   for (const Place& place : places) listing.AddBelow(place);
-  if (options.json && options.values) PrintJson(listing.Entries());
-  if (options.json && !options.values) PrintJson(Json(listing.Paths()));
-  if (listing.HasFound()) return ExitStatus::Found;
+  if (options.json && options.values) {
+    PrintJson(listing.members);
+  } else if (options.json) {
+    Json paths = Json::array();
+    for (const auto& [line, value] : listing.members) paths.push_back(line);
+    PrintJson(paths);
+  }
+  if (listing.hasFound) return ExitStatus::Found;
   throw CommandError(path.text + " holds no elements", ExitStatus::NothingFound);
 }

@@ -33,12 +33,6 @@ std::string Unmarked(std::string argument) {
   return argument;
 }
 
-std::string RequireText(const std::string& userText, const std::string& name) {
-  auto utf8 = ToUtf8(userText);
-  if (!utf8) throw UsageError(name + ": is not text in the locale's character set");
-  return *std::move(utf8);
-}
-
 struct CommandEntry {
   std::string_view name;
   Command* run;            // null for help
@@ -111,8 +105,7 @@ class CommandLine {
       const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
       PrintMessage(std::string(error.what()) + " (see tarvik " + name + "--help)");
     } else {
-      const bool lacksMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
-      PrintMessage(options.file, lacksMemory ? "out of memory" : error.what());
+      PrintMessage(options.file, error);
     }
   }
 
@@ -165,9 +158,9 @@ class CommandLine {
     options.arguments.assign(words.begin() + 1, words.end());
     if (command->run != Check) {
       for (std::string& argument : options.arguments)
-        argument = RequireText(argument, Shown(argument));
+        argument = RequireUtf8(argument, Shown(argument));
     }
-    if (options.defaultText) options.defaultText = RequireText(*options.defaultText, "--default");
+    if (options.defaultText) options.defaultText = RequireUtf8(*options.defaultText, "--default");
     if (options.keyFile) UseKey();
     options.file = words[0];
     ShowLog(options.verbosity);
@@ -208,5 +201,6 @@ int main(int argumentCount, char** arguments) {
     if (known != nullptr) status = known->status;
     commandLine.Explain(error);
   }
+  console::HoldSignals(false);
   return static_cast<int>(status);
 }

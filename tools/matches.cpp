@@ -7,28 +7,21 @@
 
 namespace {
 
-using Ostrum::NameMatch;
-
-// The number of an element among the siblings that have its name, from 1.
-std::uint32_t NumberOf(const Element& child, const Element& parent) {
+// A child's name, with its number if there are several of that name, for example Folder[2].
+std::string NumberedName(const Element& parent, const Element& child) {
+  std::string text(child.GetName());
+  const std::uint32_t count = parent.CountChildren(text);
+  if (count == 1) return text;
   std::uint32_t low = 1;
-  for (std::uint32_t high = parent.CountChildren(child.GetName()); low < high;) {
+  for (std::uint32_t high = count; low < high;) {
     const std::uint32_t middle = low + (high - low) / 2;
-    if (parent.NthChild(NameMatch::Exact, child.GetName(), middle) < child) {
+    if (parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child) {
       low = middle + 1;
     } else {
       high = middle;
     }
   }
-  assert(parent.NthChild(NameMatch::Exact, child.GetName(), low) == child);
-  return low;
-}
-
-// A child's name, with its number if there are several of that name, for example Folder[2].
-std::string NumberedName(const Element& parent, const Element& child) {
-  std::string text(child.GetName());
-  if (parent.CountChildren(text) == 1) return text;
-  return text + '[' + std::to_string(NumberOf(child, parent)) + ']';
+  return text + '[' + std::to_string(low) + ']';
 }
 
 // The child's name that has the most letters at its beginning in common with the name, ignoring
@@ -64,19 +57,11 @@ bool HasName(const Element& element, std::string_view name) {
   return name == "*" || element.GetName() == name;
 }
 
-std::vector<Element> AllChildren(const Element& parent, std::string_view name) {
-  std::vector<Element> children;
-  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    if (HasName(child, name)) children.push_back(child);
-  }
-  return children;
-}
-
-bool IsRootOf(const Step& step, const Element& root) {
-  const bool isFirst = step.position != Position::Next && step.number == 1;
-  const Ostrum::Attribute key = root.GetAttribute(step.key);
+// Whether an element has the step's name and filter.
+bool Matches(const Element& element, const Step& step) {
+  const Ostrum::Attribute key = element.GetAttribute(step.key);
   const bool hasKey = step.key.empty() || (!key.IsNull() && key.GetValue() == step.value);
-  return isFirst && hasKey && HasName(root, step.name);
+  return hasKey && HasName(element, step.name);
 }
 
 } // namespace
@@ -88,10 +73,8 @@ std::string ValueAt(const Place& place, std::string_view attribute) {
 
 std::string PathOf(const Place& place, std::string_view attribute) {
   std::string path;
-  for (std::size_t i = 1; i < place.size(); ++i) {
-    if (i > 1) path += '/';
-    path += NumberedName(place[i - 1], place[i]);
-  }
+  for (std::size_t i = 1; i < place.size(); ++i)
+    path.append(i > 1 ? "/" : "").append(NumberedName(place[i - 1], place[i]));
   if (attribute.empty()) return path.empty() ? "." : path;
   return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
@@ -100,11 +83,13 @@ std::vector<Place> Matcher::Find(std::span<const Step> steps, std::string_view a
                                  std::vector<std::size_t>* siblings) {
   assert(!steps.empty());
   std::vector<Place> places;
-  if (IsRootOf(steps.front(), root)) places.push_back({root});
+  const Step& first = steps.front();
+  const bool isFirst = first.position != Position::Next && first.number == 1;
+  if (isFirst && Matches(root, first)) places.push_back({root});
   for (const Step& step : steps.subspan(1)) {
     std::vector<Place> next;
     for (const Place& place : places) {
-      for (const Element child : Children(place.back(), step, siblings)) {
+      for (const Element& child : Children(place.back(), step, siblings)) {
         next.push_back(place);
         next.back().push_back(child);
       }
@@ -139,49 +124,39 @@ std::string Matcher::WhyMissing(const Path& path) {
   const std::string shown = followed == 1 ? rootName : PathOf(place);
   if (followed == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
   const Step& step = path.steps[followed];
-  const std::uint32_t count = Count(parent, step);
+  const std::size_t count = Candidates(parent, step).size();
   if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
   return "no element " + step.text + " in " + shown + Hint(parent, step, shown);
 }
 
-std::vector<Element> Matcher::Children(Element parent, const Step& step,
+std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
                                        std::vector<std::size_t>* siblings) {
-  if (step.position == Position::All) {
-    if (!step.key.empty()) return WithKey(parent, step);
-    return AllChildren(parent, step.name);
+  std::vector<Element> found;
+  if (step.position == Position::All && step.key.empty()) { // an index would serve once
+    for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+      if (HasName(child, step.name)) found.push_back(child);
+    }
+    return found;
   }
-  const std::uint32_t count = Count(parent, step);
-  if (step.position == Position::Number && siblings != nullptr) siblings->push_back(count);
-  const std::uint32_t n = step.position == Position::Number ? step.number : count;
-  if (step.position == Position::Next || n == 0 || n > count) return {};
-  return {Nth(parent, step, n)};
+  const std::vector<Element>& all = Candidates(parent, step);
+  if (step.position == Position::All) return all;
+  const bool isNumber = step.position == Position::Number;
+  if (isNumber && siblings != nullptr) siblings->push_back(all.size());
+  const std::size_t n = isNumber ? step.number : all.size();
+  if (step.position == Position::Next || n == 0 || n > all.size()) return {};
+  return {all[n - 1]};
 }
 
-// The n-th child with the step's name and filter, whatever its position says.
-Element Matcher::Nth(Element parent, const Step& step, std::uint32_t n) {
-  if (!step.key.empty()) return WithKey(parent, step)[n - 1];
-  if (step.HasAnyName()) return parent.NthChild(NameMatch::Prefix, "", n);
-  return parent.NthChild(NameMatch::Exact, step.name, n);
-}
-
-std::uint32_t Matcher::Count(Element parent, const Step& step) {
-  if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
-  if (!step.HasAnyName()) return parent.CountChildren(step.name);
-  return static_cast<std::uint32_t>(AllChildren(parent, step.name).size());
-}
-
-const std::vector<Element>& Matcher::WithKey(Element parent, const Step& step) {
+const std::vector<Element>& Matcher::Candidates(const Element& parent, const Step& step) {
   auto& [byValue, last] = indexes[{parent, step.name, step.key}];
   Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
     last = child;
-    const Ostrum::Attribute attribute = child.GetAttribute(step.key);
-    if (HasName(child, step.name) && !attribute.IsNull())
-      byValue[attribute.GetValue()].push_back(child);
+    const Ostrum::Attribute key = child.GetAttribute(step.key);
+    const bool hasKey = step.key.empty() || !key.IsNull();
+    if (hasKey && HasName(child, step.name)) byValue[key.GetValue()].push_back(child);
   }
-  static const std::vector<Element> none;
-  const auto found = byValue.find(step.value);
-  return found == byValue.end() ? none : found->second;
+  return byValue[step.value];
 }
 
 Element Matcher::Add(Element parent, const Step& step) {

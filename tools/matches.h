@@ -30,7 +30,7 @@ std::string PathOf(const Place& place, std::string_view attribute = {});
 std::string MisreadNumber(const Element& parent, std::string_view name);
 
 // Finds elements in one document, also while elements are added through it. It takes time in
-// proportion to what it finds: elements with a filter are found by an index over its attribute.
+// proportion to what it finds: children that match a step are found by an index.
 class Matcher {
  public:
   explicit Matcher(Element documentRoot) : root(documentRoot) {}
@@ -46,8 +46,9 @@ class Matcher {
   // What is there instead, for example "no element Time in Network; there is Timeout".
   std::string WhyMissing(const Path& path);
 
-  // The number of children of parent among which the step's position counts.
-  std::uint32_t Count(Element parent, const Step& step);
+  // The children of parent among which the step's position counts: those with its name and filter,
+  // in document order. Valid until an attribute is set.
+  const std::vector<Element>& Candidates(const Element& parent, const Step& step);
 
   // Adds a child as the step describes it, its key included. Throws std::invalid_argument if the
   // parent comes from an entity or the document does not allow the value.
@@ -58,17 +59,15 @@ class Matcher {
 
  private:
   struct Index {
-    std::unordered_map<std::string, std::vector<Element>> byValue; // in document order
+    std::unordered_map<std::string, std::vector<Element>> byValue; // of the filter; "" without one
     Element last; // the last child that was looked at; new ones follow it
   };
 
-  const std::vector<Element>& WithKey(Element parent, const Step& step);
-  std::vector<Element> Children(Element parent, const Step& step,
+  std::vector<Element> Children(const Element& parent, const Step& step,
                                 std::vector<std::size_t>* siblings);
-  Element Nth(Element parent, const Step& step, std::uint32_t n);
 
   Element root;
-  // By the parent, the children's name and that of the attribute.
+  // By the parent, the children's name and that of the filter's attribute.
   std::map<std::tuple<Element, std::string, std::string>, Index> indexes;
 };
 

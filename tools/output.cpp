@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/file.h"
 #include "system.h"
 #include "text/convert.h"
 
@@ -79,6 +80,12 @@ std::optional<std::string> ToUtf8(const std::string& userText) {
   return std::string(*converted.Text());
 }
 
+std::string RequireUtf8(const std::string& userText, const std::string& name) {
+  auto utf8 = ToUtf8(userText);
+  if (!utf8) throw UsageError(name + ": is not text in the locale's character set");
+  return *std::move(utf8);
+}
+
 std::optional<std::string> FromUtf8(std::string_view utf8) {
   const LocaleText converted(utf8);
   if (!converted.Text()) return std::nullopt;
@@ -104,14 +111,6 @@ void PrintBytes(std::string_view bytes) {
 void PrintJson(const Json& json) {
   constexpr int indentation = 2;
   Print(json.dump(indentation, ' ', !UserTextIsUtf8()));
-}
-
-void PrintJson(const std::vector<Entry>& entries) {
-  Json json = Json::object();
-  auto& members = json.get_ref<Json::object_t&>();
-  // The object's own functions would look for each path among those before it.
-  for (const auto& [path, value] : entries) members.emplace_back(path, value);
-  PrintJson(json);
 }
 
 std::string RowText(const std::vector<std::string>& fields) {
@@ -147,6 +146,16 @@ void PrintMessage(std::string_view line) {
 void PrintMessage(const std::string& file, const std::string& text) {
   const std::string shown = file == "-" ? "standard input" : Shown(file);
   PrintMessage(shown + (file.empty() || text.starts_with(':') ? "" : ": ") + text);
+}
+
+void PrintMessage(const std::string& file, const std::exception& why) {
+  std::string text = why.what();
+  if (dynamic_cast<const std::bad_alloc*>(&why) != nullptr) text = "out of memory";
+  const auto* const failure = dynamic_cast<const Ostrum::ReadFailure*>(&why);
+  if (failure != nullptr && failure->line > 0)
+    text.insert(0,
+                ":" + std::to_string(failure->line) + ':' + std::to_string(failure->column) + ": ");
+  PrintMessage(file, text);
 }
 
 void ShowLog(int level) {

@@ -7,12 +7,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 // User text, as system.h defines it, from and to UTF-8. Nothing if the text is not valid in its
 // character set or cannot be represented in the other.
 std::optional<std::string> ToUtf8(const std::string& userText);
+// As ToUtf8, or throws UsageError about what has the name.
+std::string RequireUtf8(const std::string& userText, const std::string& name);
 std::optional<std::string> FromUtf8(std::string_view utf8);
 bool UserTextIsUtf8();
 
@@ -24,12 +25,9 @@ void Print(std::string_view utf8, std::string_view end = "\n");
 void PrintBytes(std::string_view bytes);
 
 using Json = nlohmann::ordered_json;
+// Add members to it by emplace_back: all else looks for each among those before it.
+using JsonObject = Json::object_t;
 void PrintJson(const Json& json);
-
-// A path and a value, or a member of a JSON object.
-using Entry = std::pair<std::string, std::string>;
-// Prints an object. REQUIRES: no path comes twice.
-void PrintJson(const std::vector<Entry>& entries);
 
 // A line of tab-separated fields, for cut and awk: tabs and line endings in a field become blanks.
 std::string RowText(const std::vector<std::string>& fields);
@@ -46,6 +44,7 @@ void PrintMessage(std::string_view line);
 // The same about a file, which may be standard input. The text may begin with a place such as
 // ":2:6".
 void PrintMessage(const std::string& file, const std::string& text);
+void PrintMessage(const std::string& file, const std::exception& why);
 
 // Prints the library's log lines on standard error from now on; at level 2 also its traces.
 void ShowLog(int level);

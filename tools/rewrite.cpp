@@ -28,7 +28,7 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
     return ExitStatus::Found;
   }
   if (IsStream(options.file)) throw CommandError("is a pipe, which cannot be rewritten");
-  const console::HeldSignals held;
+  console::HoldSignals(true);
   Ostrum::RewriteFile(console::FileNameOf(options.file), convert);
   return ExitStatus::Found;
 }

@@ -13,7 +13,7 @@ namespace {
 // written, nor that a name comes twice.
 class SettingsReader : public nlohmann::json_sax<Json> {
  public:
-  std::vector<Entry> settings;
+  std::vector<Change> settings;
 
   bool null() override { RefuseValue(); }
   bool boolean(bool value) override { return Add(value ? "true" : "false"); }
@@ -25,13 +25,12 @@ class SettingsReader : public nlohmann::json_sax<Json> {
   bool string(string_t& value) override { return Add(std::move(value)); }
   bool binary(binary_t&) override { return false; }
   bool start_object(std::size_t) override {
-    if (isInside) RefuseValue();
-    isInside = true;
+    if (!settings.empty()) RefuseValue();
     return true;
   }
   bool key(string_t& name) override {
     if (!names.insert(name).second) Refuse(name + " comes twice");
-    settings.emplace_back(name, "");
+    settings.push_back({ParsePath(name), ""});
     return true;
   }
   bool end_object() override { return true; }
@@ -44,21 +43,20 @@ class SettingsReader : public nlohmann::json_sax<Json> {
  private:
   [[noreturn]] void RefuseValue() const {
     if (settings.empty()) Refuse("the JSON must be an object of paths and values");
-    Refuse(settings.back().first + ": a value must be a string, a number, true or false");
+    Refuse(settings.back().path.text + ": a value must be a string, a number, true or false");
   }
   bool Add(std::string value) {
     if (settings.empty()) RefuseValue();
-    settings.back().second = std::move(value);
+    settings.back().value = std::move(value);
     return true;
   }
 
-  bool isInside = false;
   std::unordered_set<std::string> names;
 };
 
 } // namespace
 
-std::vector<Entry> ReadSettings(const std::string& file) try {
+std::vector<Change> ReadSettings(const std::string& file) try {
   SettingsReader reader;
   Json::sax_parse(ReadBytes(file), &reader);
   return std::move(reader.settings);

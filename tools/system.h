@@ -15,8 +15,8 @@ namespace console {
 
 enum class Stream { Output, Error };
 
-// Selects the character set, and keeps closed standard streams from being opened as other files.
-// Call it first.
+// Selects the character set, makes the standard streams binary, and keeps closed ones from being
+// opened as other files. Call it first.
 void Prepare();
 
 // The arguments of the program as user text, without its name. May contain invalid bytes.
@@ -32,23 +32,17 @@ bool Write(Stream stream, std::string_view bytes);
 // Whether the file can be read from beginning to end only: a pipe or a character device.
 bool IsPipe(const platform::FileName& name);
 
-// Reads a pipe, or standard input without a name, to its end. False on failure.
-bool ReadPipe(const platform::FileName* name, std::string& bytes);
+// Reads what the user types, up to the end of input. False if standard input is a stream of bytes
+// like any other.
+bool ReadTyped(std::string& userText);
 
-// Makes a copy of bytes that can be opened by name, and returns the name. Whatever ends the process
-// also removes the copy. Throws std::system_error.
+// Creates a copy of bytes that can be opened by name, and returns the name. Whatever ends the
+// process also removes the copy. Throws std::system_error.
 std::string MakeMemoryFile(std::string_view bytes);
 
-// Holds back the signals by which users and the system end a program, so that a save completes.
-class HeldSignals {
- public:
-  HeldSignals() { Hold(true); }
-  ~HeldSignals() { Hold(false); }
-  HeldSignals(HeldSignals&&) = delete;
-
- private:
-  static void Hold(bool isHeld);
-};
+// Holds back the signals by which users end a program, so that a save completes, or lets them take
+// effect.
+void HoldSignals(bool areHeld);
 
 } // namespace console
 

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <iostream>
 #include <system_error>
 
 #include "system.h"
@@ -21,6 +22,7 @@ void Prepare() {
   while (descriptor >= STDIN_FILENO && descriptor <= STDERR_FILENO);
   if (descriptor > STDERR_FILENO) close(descriptor);
 
+  std::ios::sync_with_stdio(false); // so that std::cin notices errors
   const char* const locale = std::setlocale(LC_CTYPE, "");
   const std::string_view name = locale == nullptr ? "C" : locale;
   if (name == "C" || name == "POSIX") std::setlocale(LC_CTYPE, "C.UTF-8");
@@ -46,16 +48,7 @@ bool IsPipe(const platform::FileName& name) {
   return is_fifo(name, failure) || is_character_file(name, failure);
 }
 
-bool ReadPipe(const platform::FileName* name, std::string& bytes) {
-  std::FILE* const pipe = name == nullptr ? stdin : std::fopen(name->c_str(), "rbe");
-  if (pipe == nullptr) return false;
-  char part[65536];
-  while (std::feof(pipe) == 0 && std::ferror(pipe) == 0)
-    bytes.append(part, std::fread(part, 1, sizeof part, pipe));
-  const bool isRead = std::ferror(pipe) == 0;
-  if (name != nullptr) std::fclose(pipe);
-  return isRead;
-}
+bool ReadTyped(std::string&) { return false; }
 
 std::string MakeMemoryFile(std::string_view bytes) {
   const int descriptor = memfd_create("tarvik", MFD_CLOEXEC);
@@ -66,11 +59,11 @@ std::string MakeMemoryFile(std::string_view bytes) {
   return name;
 }
 
-void HeldSignals::Hold(bool isHeld) {
+void HoldSignals(bool areHeld) {
   sigset_t signals;
   sigemptyset(&signals);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, signal);
-  sigprocmask(isHeld ? SIG_BLOCK : SIG_UNBLOCK, &signals, nullptr);
+  sigprocmask(areHeld ? SIG_BLOCK : SIG_UNBLOCK, &signals, nullptr);
 }
 
 } // namespace console

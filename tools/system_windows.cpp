@@ -1,10 +1,13 @@
 #include <corekit/corekit.h>
+#include <fcntl.h>
+#include <io.h>
 #include <windows.h>
 // After windows.h, on which it depends.
 #include <shellapi.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <iostream>
 #include <new>
 #include <system_error>
 
@@ -43,43 +46,11 @@ bool WriteToConsole(HANDLE handle, std::string_view utf8) {
   return true;
 }
 
-// Reads what is typed, until a line begins with Ctrl+Z.
-bool ReadConsole(HANDLE handle, std::string& bytes) {
-  constexpr wchar_t endOfInput = 0x1A;
-  std::wstring text;
-  wchar_t part[1024];
-  for (DWORD count = 0; ReadConsoleW(handle, part, std::size(part), &count, nullptr);) {
-    if (count == 0 || part[0] == endOfInput) return Ostrum::Utf8FromWide(text, bytes);
-    text.append(part, count);
-  }
-  return false;
-}
-
-bool ReadAll(HANDLE handle, std::string& bytes) {
-  char part[65536];
-  for (;;) {
-    DWORD count = 0;
-    if (!ReadFile(handle, part, sizeof part, &count, nullptr))
-      return GetLastError() == ERROR_BROKEN_PIPE; // the writer is done
-    if (count == 0) return true;
-    bytes.append(part, count);
-  }
-}
-
-// A name in the folder for temporary files that no other program uses.
-std::wstring TemporaryName() {
-  wchar_t folder[MAX_PATH + 1];
-  const DWORD length = GetTempPathW(std::size(folder), folder);
-  std::uint64_t random = 0;
-  if (length == 0 || length > MAX_PATH || !platform::FillRandom(&random, sizeof random))
-    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
-                            "no folder for temporary files");
-  return std::wstring(folder, length) + L"tarvik-" + std::to_wstring(random) + L".tmp";
-}
-
 } // namespace
 
 void Prepare() {
+  std::ios::sync_with_stdio(false); // so that std::cin notices errors
+  _setmode(_fileno(stdin), _O_BINARY);
   corekit::SetUtf8(true);
   static const CharsetScope scope; // for conversions outside of the library's functions, too
 }
@@ -113,33 +84,38 @@ bool Write(Stream stream, std::string_view bytes) {
 // Opening a pipe to find out would take its only connection.
 bool IsPipe(const platform::FileName& name) { return name.native().starts_with(L"\\\\.\\"); }
 
-bool ReadPipe(const platform::FileName* name, std::string& bytes) {
+// Until a line begins with Ctrl+Z.
+bool ReadTyped(std::string& userText) {
+  constexpr wchar_t endOfInput = 0x1A;
   const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  if (name == nullptr) return IsConsole(input) ? ReadConsole(input, bytes) : ReadAll(input, bytes);
-  const HANDLE pipe =
-      CreateFileW(name->c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-  if (pipe == INVALID_HANDLE_VALUE) return false;
-  const bool isRead = ReadAll(pipe, bytes);
-  CloseHandle(pipe);
-  return isRead;
+  std::wstring text;
+  wchar_t part[1024];
+  for (DWORD count = 0; ReadConsoleW(input, part, std::size(part), &count, nullptr);) {
+    if (count == 0 || part[0] == endOfInput) return Ostrum::Utf8FromWide(text, userText);
+    text.append(part, count);
+  }
+  return false; // not a console
 }
 
 // The system deletes the file when the process ends and closes the handle, even of a process that
 // is killed, and writes it to the disk only if memory runs short.
 std::string MakeMemoryFile(std::string_view bytes) {
-  const std::wstring wideName = TemporaryName();
+  std::uint64_t random = 0;
+  const bool isRandom = platform::FillRandom(&random, sizeof random);
+  const platform::FileName wideName =
+      std::filesystem::temp_directory_path() / ("tarvik-" + std::to_string(random) + ".tmp");
   const HANDLE handle =
       CreateFileW(wideName.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
                   FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   std::string name;
-  if (handle == INVALID_HANDLE_VALUE || !WriteBytes(handle, bytes) ||
-      !Ostrum::Utf8FromWide(wideName, name))
+  if (!isRandom || handle == INVALID_HANDLE_VALUE || !WriteBytes(handle, bytes) ||
+      !Ostrum::Utf8FromWide(wideName.native(), name))
     throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
                             "cannot keep the input");
   return name;
 }
 
-void HeldSignals::Hold(bool isHeld) { SetConsoleCtrlHandler(nullptr, isHeld ? TRUE : FALSE); }
+void HoldSignals(bool areHeld) { SetConsoleCtrlHandler(nullptr, areHeld ? TRUE : FALSE); }
 
 } // namespace console
