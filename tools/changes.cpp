@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <span>
 #include <stdexcept>
 
 #include "edit.h"
@@ -12,61 +13,64 @@ class Application {
   Application(Element root, const Options& given, const Outcome* expected)
       : options(given), before(expected), matcher(root) {}
 
+  Outcome Apply(const std::vector<Change>& changes) {
+    for (const Change& change : changes) {
+      try {
+        if (change.value) {
+          Set(change);
+        } else {
+          Collect(change.path);
+        }
+      } catch (const std::invalid_argument& reason) {
+        throw CommandError(change.path.text + ": not set: " + reason.what());
+      }
+    }
+    for (const auto& [path, place] : removals) {
+      try {
+        Remove(place, path->attribute);
+      } catch (const std::invalid_argument& reason) {
+        throw CommandError(path->text + ": not removed: " + reason.what());
+      }
+    }
+    return std::move(outcome);
+  }
+
+ private:
   void Set(const Change& change) {
     const Path& path = change.path;
-    std::vector<Place> places = Find(path, path.steps);
-    RequireOne(path, places, "elements");
-    if (places.empty()) places = Create(path);
-    for (Place& place : places) {
+    Found found = Find(path, true);
+    if (!found.isAll) Create(path, found);
+    RequireOne(path, found, "elements");
+    for (Place& place : found.places) {
       if (path.attribute.empty()) {
         place.back().SetText(*change.value);
       } else {
         SetAttribute(change, place);
       }
     }
-    AddValues(path, places);
+    AddValues(path, found.places);
   }
 
   // The removals are applied at the end, after all paths were found.
-  void Collect(const Change& change) {
-    const Path& path = change.path;
-    std::vector<Place> places = Find(path, path.steps, path.attribute);
-    if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
-    RequireOne(path, places, path.attribute.empty() ? "elements" : "attributes");
-    AddValues(path, places);
-    for (Place& place : places) removals.emplace_back(&path, std::move(place));
+  void Collect(const Path& path) {
+    Found found = Find(path, false);
+    if (!found.isAll) throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
+    RequireOne(path, found, path.attribute.empty() ? "elements" : "attributes");
+    AddValues(path, found.places);
+    for (Place& place : found.places) removals.emplace_back(&path, std::move(place));
   }
 
-  void Remove() {
-    for (const auto& [path, place] : removals) {
-      Element element = place.back();
-      Explain(*path, "not removed", [&] {
-        if (!path->attribute.empty()) return element.RemoveAttribute(path->attribute);
-        if (place.size() == 1) throw std::invalid_argument("a document needs its root");
-        Element(place[place.size() - 2]).RemoveChild(element);
-      });
-    }
+  static void Remove(const Place& place, const std::string& attribute) {
+    Element element = place.back();
+    if (!attribute.empty()) return element.RemoveAttribute(attribute);
+    if (place.size() == 1) throw std::invalid_argument("a document needs its root");
+    Element(place[place.size() - 2]).RemoveChild(element);
   }
 
-  // Calls what may throw the document's refusal of a change.
-  template <class Call>
-  static void Explain(const Path& path, const char* refusal, Call call) {
-    try {
-      call();
-    } catch (const std::invalid_argument& reason) {
-      throw CommandError(path.text + ": " + refusal + ": " + reason.what());
-    }
-  }
-
-  Outcome outcome;
-
- private:
-  std::vector<Place> Find(const Path& path, std::span<const Step> steps,
-                          std::string_view attribute = {}) {
-    std::vector<std::size_t> found;
-    std::vector<Place> places = matcher.Find(steps, attribute, &found);
-    found.push_back(places.size());
-    for (const std::size_t count : found) {
+  Found Find(const Path& path, bool isAttributeOptional) {
+    Found found = matcher.Find(path, isAttributeOptional);
+    found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
+    for (const std::size_t count : found.counted) {
       const std::size_t i = outcome.found.size();
       outcome.found.push_back(count);
       const bool isAsBefore =
@@ -75,12 +79,12 @@ class Application {
       throw CommandError("not saved: another program changed the file meanwhile, and " + path.text +
                          " may now name something else");
     }
-    return places;
+    return found;
   }
 
-  void RequireOne(const Path& path, const std::vector<Place>& places, const char* what) const {
-    if (places.size() <= 1 || options.all) return;
-    throw CommandError(path.text + " names " + std::to_string(places.size()) + ' ' + what +
+  void RequireOne(const Path& path, const Found& found, const char* what) const {
+    if (found.places.size() <= 1 || options.all) return;
+    throw CommandError(path.text + " names " + std::to_string(found.places.size()) + ' ' + what +
                        "; --all takes all of them, a number such as [1] one");
   }
 
@@ -93,16 +97,14 @@ class Application {
     if (isNew) NoteCreated(place, name);
   }
 
-  // Creates what follows the longest part of the path that names something.
-  std::vector<Place> Create(const Path& path) {
-    const std::size_t followed = matcher.Followed(path);
-    const std::span missing = std::span(path.steps).subspan(followed);
+  // Creates what is missing of the path in each place that was found, and makes it the place.
+  void Create(const Path& path, Found& found) {
+    const std::span missing = std::span(path.steps).subspan(found.steps);
     const bool canCreate = std::ranges::none_of(missing, &Step::HasAnyName) && !options.existing;
-    if (!canCreate) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
-    if (followed == 0) throw CommandError(matcher.WhyMissing(path));
-    std::vector<Place> places = Find(path, std::span(path.steps).first(followed));
-    RequireOne(path, places, "places for a new element");
-    for (Place& place : places) {
+    if (!canCreate) throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
+    if (found.steps == 0) throw CommandError(matcher.WhyMissing(path, found));
+    RequireOne(path, found, "places for a new element");
+    for (Place& place : found.places) {
       for (const Step& step : missing) {
         RequireNext(path, place, step);
         const Element parent = place.back();
@@ -113,7 +115,6 @@ class Application {
           outcome.created.back() += " (" + misread + " is the one of that number)";
       }
     }
-    return places;
   }
 
   // An element can be created only with the number that it will have.
@@ -142,6 +143,7 @@ class Application {
   const Options& options;
   const Outcome* const before; // null the first time
   Matcher matcher;
+  Outcome outcome;
   std::vector<std::pair<const Path*, Place>> removals;
 };
 
@@ -149,14 +151,5 @@ class Application {
 
 Outcome ApplyChanges(const std::vector<Change>& changes, const Options& options,
                      Ostrum::Document& document, const Outcome* before) {
-  Application application(document.GetRoot(), options, before);
-  for (const Change& change : changes) {
-    if (!change.value) {
-      application.Collect(change);
-    } else {
-      Application::Explain(change.path, "not set", [&] { application.Set(change); });
-    }
-  }
-  application.Remove();
-  return std::move(application.outcome);
+  return Application(document.GetRoot(), options, before).Apply(changes);
 }

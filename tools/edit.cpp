@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "edit.h"
+#include "host/ostrumxml/data/markup.h"
 #include "input.h"
 #include "system.h"
 
@@ -16,6 +17,34 @@ std::string RootOf(const std::vector<Change>& changes) {
   };
   const auto named = std::ranges::find_if(changes, namesRoot);
   return named == changes.end() ? "" : named->path.steps.front().name;
+}
+
+// A new file's text: a declaration, then each element on a line of its own, indented by two blanks
+// for each level, except within an element that has text before its child elements. xml: an
+// element without white space between tags, comments or the like.
+std::string Indented(std::string_view xml) {
+  using Ostrum::PieceKind;
+  std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
+  std::size_t depth = 0;
+  // From this depth on, white space would become part of a text.
+  std::size_t inlineDepth = SIZE_MAX;
+  auto before = PieceKind::Other;
+  Ostrum::PieceScanner scanner(xml);
+  for (Ostrum::Piece piece{}; scanner.Next(piece); before = piece.kind) {
+    const bool isEnd = piece.kind == PieceKind::EndTag;
+    const bool isStart = piece.kind == PieceKind::StartTag || piece.kind == PieceKind::EmptyTag;
+    const bool followsText = before == PieceKind::Text || before == PieceKind::Reference;
+    const bool followsChild = before == PieceKind::EndTag || before == PieceKind::EmptyTag;
+    if (isEnd) --depth;
+    if (isStart && followsText) inlineDepth = std::min(inlineDepth, depth);
+    const bool startsLine =
+        (isStart && depth < inlineDepth) || (isEnd && followsChild && depth + 1 < inlineDepth);
+    if (startsLine) text.append("\n").append(2 * depth, ' ');
+    if (isEnd && inlineDepth == depth + 1) inlineDepth = SIZE_MAX;
+    if (piece.kind == PieceKind::StartTag) ++depth;
+    text += piece.text;
+  }
+  return text + '\n';
 }
 
 // FILE while it is changed.

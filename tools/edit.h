@@ -36,11 +36,6 @@ Outcome ApplyChanges(const std::vector<Change>& changes, const Options& options,
 // Throws UsageError with the reason for anything else.
 std::vector<Change> ReadSettings(const std::string& file);
 
-// A new file's text: a declaration, then each element on a line of its own, indented by two blanks
-// for each level, except within an element that has text before its child elements. xml: an
-// element without white space between tags, comments or the like.
-std::string Indented(std::string_view xml);
-
 // The unified diff that turns a file's text into the text with the edits, as the program `patch`
 // reads it. Empty if they change nothing. edits: sorted, and none within another.
 std::string UnifiedDiff(const std::string& fileName, std::string_view text,

@@ -17,7 +17,6 @@ std::string ReadBytes(const std::string& file) {
   const platform::FileName name = console::FileNameOf(file);
   if (!IsStream(file)) return Ostrum::DocumentFile(name, nullptr, nullptr).ReadBytes();
   std::string bytes;
-  if (file == "-" && console::ReadTyped(bytes)) return bytes;
   std::filebuf pipe;
   std::streambuf* source = std::cin.rdbuf();
   if (file != "-") source = pipe.open(name, std::ios::in | std::ios::binary);

@@ -71,10 +71,8 @@ class CommandLine {
     app.add_flag("-z,--null", options.endsWithZero)->group("get");
     app.add_flag("--attributes", options.attributes)->group("list");
     app.add_flag("--values", options.values)->group("list");
-    app.add_option("--depth", options.depth)
-        ->check(CLI::PositiveNumber)
-        ->group("list")
-        ->transform(Unmarked);
+    CLI::Option* const depth = app.add_option("--depth", options.depth);
+    depth->check(CLI::PositiveNumber)->transform(Unmarked)->group("list");
     app.add_flag("--existing", options.existing)->group("set");
     app.add_flag("--create", options.create)->group("set");
     app.add_flag("--stdin", options.fromInput)->group("set");
@@ -83,12 +81,28 @@ class CommandLine {
     app.add_option("ARGUMENT", words)->transform(Unmarked);
   }
 
+  // Prints a line that says why if the result is not Found.
   ExitStatus Run(const std::vector<std::string>& arguments) {
-    Parse(arguments);
-    if (wantsVersion) {
-      Print(versionText);
-      return ExitStatus::Found;
+    try {
+      const ExitStatus status = RunParsed(arguments);
+      FlushOutput();
+      return status;
+    } catch (const UsageError& error) {
+      const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
+      PrintMessage(std::string(error.what()) + " (see tarvik " + name + "--help)");
+    } catch (const CommandError& error) {
+      PrintMessage(options.file, error);
+      return error.status;
+    } catch (const std::exception& error) {
+      PrintMessage(options.file, error);
     }
+    return ExitStatus::Failed;
+  }
+
+ private:
+  ExitStatus RunParsed(const std::vector<std::string>& arguments) {
+    Parse(arguments);
+    if (wantsVersion) return PrintHelp("--version");
     if (wantsHelp) return PrintHelp(command == nullptr ? "" : command->name);
     if (words.empty()) throw UsageError("a command is required");
     if (command == nullptr) throw UsageError(Shown(words[0]) + ": no such command");
@@ -99,43 +113,32 @@ class CommandLine {
     return command->run(options);
   }
 
-  // Prints a line that says why Run threw this.
-  void Explain(const std::exception& error) const {
-    if (dynamic_cast<const UsageError*>(&error) != nullptr) {
-      const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
-      PrintMessage(std::string(error.what()) + " (see tarvik " + name + "--help)");
-    } else {
-      PrintMessage(options.file, error);
-    }
-  }
-
- private:
   void Parse(const std::vector<std::string>& arguments) {
     std::vector<std::string> marked = MarkData(arguments);
     std::ranges::reverse(marked); // as CLI11 expects them
-    std::string complaint;
     try {
       app.parse(std::move(marked));
-    } catch (const CLI::ExtrasError&) {
-      complaint =
-          app.remaining().front() + ": no such option; use -- before a value that begins with -";
-    } catch (const CLI::ArgumentMismatch& error) {
-      const std::string_view what = error.what();
-      complaint = std::string(what.substr(0, what.find(':'))) + ": a value is required";
+      if (!words.empty()) Select(words[0]);
     } catch (const CLI::ParseError& error) {
-      complaint = error.what();
+      for (auto word = arguments.begin(); word != arguments.end() && command == nullptr; ++word)
+        Select(*word);
+      throw UsageError(Complaint(error));
     }
-    FindCommand(words.empty() ? arguments : std::vector{words.front()});
-    std::erase(complaint, dataMark);
-    if (!complaint.empty()) throw UsageError(Shown(complaint));
   }
 
-  void FindCommand(const std::vector<std::string>& among) {
-    const auto isName = [](const CommandEntry& entry, const std::string& word) {
-      return entry.name == word;
-    };
-    const auto* const found = std::ranges::find_first_of(commands, among, isName);
+  void Select(std::string_view name) {
+    const auto* const found = std::ranges::find(commands, name, &CommandEntry::name);
     if (found != std::end(commands)) command = found;
+  }
+
+  std::string Complaint(const CLI::ParseError& error) const {
+    std::string text = error.what();
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
+      text = app.remaining()[0] + ": no such option; use -- before a value that begins with -";
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
+      text = text.substr(0, text.find(':')) + ": a value is required";
+    std::erase(text, dataMark);
+    return Shown(text);
   }
 
   void RequireUsage() const {
@@ -161,22 +164,20 @@ class CommandLine {
         argument = RequireUtf8(argument, Shown(argument));
     }
     if (options.defaultText) options.defaultText = RequireUtf8(*options.defaultText, "--default");
-    if (options.keyFile) UseKey();
+    if (options.keyFile) {
+      options.file = *options.keyFile; // for errors
+      const std::string bytes = ReadBytes(options.file);
+      if (bytes.size() != 32) throw CommandError("not a 32-byte key");
+      CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
+    }
     options.file = words[0];
     ShowLog(options.verbosity);
   }
 
-  void UseKey() {
-    options.file = *options.keyFile; // for errors
-    const std::string bytes = ReadBytes(options.file);
-    if (bytes.size() != 32) throw CommandError("not a 32-byte key");
-    CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
-  }
-
   static ExitStatus PrintHelp(std::string_view topic) {
-    const auto* const text = std::ranges::find(helpTexts, topic, &HelpText::topic);
-    if (text == std::end(helpTexts)) throw UsageError(std::string(topic) + ": no such command");
-    Print(text->text);
+    const auto* const help = std::ranges::find(helpTexts, topic, &HelpText::topic);
+    if (help == std::end(helpTexts)) throw UsageError(std::string(topic) + ": no such command");
+    Print(help->text);
     return ExitStatus::Found;
   }
 
@@ -191,16 +192,7 @@ class CommandLine {
 
 int main(int argumentCount, char** arguments) {
   console::Prepare();
-  CommandLine commandLine;
-  auto status = ExitStatus::Failed;
-  try {
-    status = commandLine.Run(console::Arguments(argumentCount, arguments));
-    FlushOutput();
-  } catch (const std::exception& error) {
-    const auto* const known = dynamic_cast<const CommandError*>(&error);
-    if (known != nullptr) status = known->status;
-    commandLine.Explain(error);
-  }
+  const auto status = CommandLine().Run(console::Arguments(argumentCount, arguments));
   console::HoldSignals(false);
   return static_cast<int>(status);
 }

@@ -79,27 +79,31 @@ std::string PathOf(const Place& place, std::string_view attribute) {
   return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
 
-std::vector<Place> Matcher::Find(std::span<const Step> steps, std::string_view attribute,
-                                 std::vector<std::size_t>* siblings) {
-  assert(!steps.empty());
-  std::vector<Place> places;
-  const Step& first = steps.front();
+Found Matcher::Find(const Path& path, bool isAttributeOptional) {
+  Found found;
+  const Step& first = path.steps.front();
   const bool isFirst = first.position != Position::Next && first.number == 1;
+  std::vector<Place> places;
   if (isFirst && Matches(root, first)) places.push_back({root});
-  for (const Step& step : steps.subspan(1)) {
-    std::vector<Place> next;
-    for (const Place& place : places) {
-      for (const Element& child : Children(place.back(), step, siblings)) {
-        next.push_back(place);
-        next.back().push_back(child);
+  while (!places.empty()) {
+    found.places = std::move(places);
+    places.clear();
+    if (++found.steps == path.steps.size()) break;
+    for (const Place& place : found.places) {
+      for (const Element& child : Children(place.back(), path.steps[found.steps], found.counted)) {
+        places.push_back(place);
+        places.back().push_back(child);
       }
     }
-    places = std::move(next);
   }
-  std::erase_if(places, [attribute](const Place& place) {
-    return !attribute.empty() && place.back().GetAttribute(attribute).IsNull();
-  });
-  return places;
+  const auto lacksAttribute = [&](const Place& place) {
+    return place.back().GetAttribute(path.attribute).IsNull();
+  };
+  const bool mustHaveIt = !path.attribute.empty() && !isAttributeOptional;
+  found.isAll = found.steps == path.steps.size() &&
+                !(mustHaveIt && std::ranges::all_of(found.places, lacksAttribute));
+  if (found.isAll && mustHaveIt) std::erase_if(found.places, lacksAttribute);
+  return found;
 }
 
 std::string MisreadNumber(const Element& parent, std::string_view name) {
@@ -109,28 +113,22 @@ std::string MisreadNumber(const Element& parent, std::string_view name) {
   return base + '[' + number + ']';
 }
 
-std::size_t Matcher::Followed(const Path& path) {
-  std::size_t followed = path.steps.size();
-  while (followed > 0 && Find(std::span(path.steps).first(followed)).empty()) --followed;
-  return followed;
-}
-
-std::string Matcher::WhyMissing(const Path& path) {
-  const std::size_t followed = Followed(path);
+std::string Matcher::WhyMissing(const Path& path, const Found& found) {
+  assert(!found.isAll);
   const std::string rootName(root.GetName());
-  if (followed == 0) return "no root " + path.steps.front().text + "; the root is /" + rootName;
-  const Place place = Find(std::span(path.steps).first(followed)).front();
+  if (found.steps == 0) return "no root " + path.steps.front().text + "; the root is /" + rootName;
+  const Place& place = found.places.front();
   const Element& parent = place.back();
-  const std::string shown = followed == 1 ? rootName : PathOf(place);
-  if (followed == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
-  const Step& step = path.steps[followed];
+  const std::string shown = found.steps == 1 ? rootName : PathOf(place);
+  if (found.steps == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
+  const Step& step = path.steps[found.steps];
   const std::size_t count = Candidates(parent, step).size();
   if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
   return "no element " + step.text + " in " + shown + Hint(parent, step, shown);
 }
 
 std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
-                                       std::vector<std::size_t>* siblings) {
+                                       std::vector<std::size_t>& counted) {
   std::vector<Element> found;
   if (step.position == Position::All && step.key.empty()) { // an index would serve once
     for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
@@ -141,7 +139,7 @@ std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
   const std::vector<Element>& all = Candidates(parent, step);
   if (step.position == Position::All) return all;
   const bool isNumber = step.position == Position::Number;
-  if (isNumber && siblings != nullptr) siblings->push_back(all.size());
+  if (isNumber) counted.push_back(all.size());
   const std::size_t n = isNumber ? step.number : all.size();
   if (step.position == Position::Next || n == 0 || n > all.size()) return {};
   return {all[n - 1]};

@@ -3,7 +3,6 @@
 #define TARVIK_TOOLS_MATCHES_H
 
 #include <map>
-#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -29,22 +28,27 @@ std::string PathOf(const Place& place, std::string_view attribute = {});
 // parent has children called Server. Otherwise empty.
 std::string MisreadNumber(const Element& parent, std::string_view name);
 
+// What is in a document of what a path names.
+struct Found {
+  bool isAll = false; // whether the path names something
+  std::vector<Place>
+      places;            // of the longest part of the path that names something, in document order
+  std::size_t steps = 0; // of that part
+  std::vector<std::size_t> counted; // among how many siblings each number was counted
+};
+
 // Finds elements in one document, also while elements are added through it. It takes time in
 // proportion to what it finds: children that match a step are found by an index.
 class Matcher {
  public:
   explicit Matcher(Element documentRoot) : root(documentRoot) {}
 
-  // Finds elements; if an attribute is named, those that have it. In document order. Appends to
-  // siblings, unless it is null, among how many each number was counted.
-  std::vector<Place> Find(std::span<const Step> steps, std::string_view attribute = {},
-                          std::vector<std::size_t>* siblings = nullptr);
+  // What a path names; elements without the path's attribute only if it is optional.
+  Found Find(const Path& path, bool isAttributeOptional = false);
 
-  // The number of steps for which there is an element. REQUIRES, as WhyMissing does: the path names
-  // nothing.
-  std::size_t Followed(const Path& path);
-  // What is there instead, for example "no element Time in Network; there is Timeout".
-  std::string WhyMissing(const Path& path);
+  // What is there instead of what the path names, for example "no element Time in Network; there is
+  // Timeout". found: what was found of it. REQUIRES: not the whole path.
+  std::string WhyMissing(const Path& path, const Found& found);
 
   // The children of parent among which the step's position counts: those with its name and filter,
   // in document order. Valid until an attribute is set.
@@ -64,7 +68,7 @@ class Matcher {
   };
 
   std::vector<Element> Children(const Element& parent, const Step& step,
-                                std::vector<std::size_t>* siblings);
+                                std::vector<std::size_t>& counted);
 
   Element root;
   // By the parent, the children's name and that of the filter's attribute.

@@ -15,27 +15,8 @@ namespace {
 
 using console::Stream;
 
-std::string buffered; // for standard output
 int logLevel = 0;
-
-bool OutputIsTerminal() {
-  static const bool isTerminal = console::IsTerminal(Stream::Output);
-  return isTerminal;
-}
-
-void Append(std::string_view bytes) {
-  constexpr std::size_t enough = 65536;
-  buffered += bytes;
-  if (buffered.size() >= enough) FlushOutput();
-}
-
-void AppendEscapes(std::wstring_view wide, std::string& text) {
-  for (const wchar_t unit : wide) {
-    char escape[sizeof "\\u0010ffff"];
-    std::snprintf(escape, sizeof escape, "\\u%04lx", static_cast<unsigned long>(unit));
-    text += escape;
-  }
-}
+const bool outputIsTerminal = console::IsTerminal(Stream::Output);
 
 // Text for people: control characters, except those in `kept`, and characters that the user's
 // character set lacks are written as escapes, such as "\u001b".
@@ -49,12 +30,12 @@ std::string Printable(std::string_view utf8, std::string_view kept = {}) {
     const std::wstring wide = Ostrum::WideFromUtf8(character);
     const bool isControl = wide[0] < 0x20 || (wide[0] >= 0x7F && wide[0] < 0xA0);
     const bool isPrinted = !isControl || kept.find(character) != std::string_view::npos;
-    const auto userText = isPrinted ? FromUtf8(character) : std::nullopt;
-    if (userText) {
-      result += *userText;
-    } else {
-      AppendEscapes(wide, result);
+    if (isPrinted && IsRepresentable(character)) {
+      result += FromUtf8(character).value();
+      continue;
     }
+    const std::string quoted = Json(character).dump(-1, ' ', true);
+    result.append(quoted, 1, quoted.size() - 2);
   }
   return result;
 }
@@ -98,14 +79,14 @@ void Print(std::string_view utf8, std::string_view end) {
   const auto userText = FromUtf8(utf8);
   if (!userText)
     throw CommandError("the locale's character set can't represent " + Printable(utf8));
-  Append(OutputIsTerminal() ? Printable(utf8, "\t\n") : *userText);
-  Append(end);
+  console::Write(Stream::Output, outputIsTerminal ? Printable(utf8, "\t\n") : *userText);
+  console::Write(Stream::Output, end);
 }
 
 void PrintBytes(std::string_view bytes) {
-  if (!OutputIsTerminal()) return Append(bytes);
+  if (!outputIsTerminal) return console::Write(Stream::Output, bytes);
   if (!Ostrum::IsUtf8(bytes)) throw CommandError("the result is not text for a terminal");
-  Append(Printable(bytes, "\t\n"));
+  console::Write(Stream::Output, Printable(bytes, "\t\n"));
 }
 
 void PrintJson(const Json& json) {
@@ -164,7 +145,6 @@ void ShowLog(int level) {
 }
 
 void FlushOutput() {
-  const std::string bytes = std::exchange(buffered, {});
-  if (!console::Write(Stream::Output, bytes))
-    throw CommandError("standard output cannot be written");
+  const bool hasFailed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
+  if (hasFailed) throw CommandError("standard output cannot be written");
 }

@@ -14,19 +14,18 @@ namespace {
 // How a path of the library's functions, such as Net\Server&name=a, is written here.
 std::string Translated(std::string_view text) {
   std::string path;
-  while (!text.empty()) {
-    const bool hasFilter = text.find('&') < text.find_first_of("\\/");
-    const std::string_view part = text.substr(0, text.find_first_of(hasFilter ? "\\" : "\\/"));
+  for (std::size_t at = 0, end = 0; at < text.size(); at = end + 1) {
+    end = std::min(text.find('\\', at), text.size());
+    const std::string_view part = text.substr(at, end - at);
     const std::string_view name = part.substr(0, part.find('&'));
     const std::string_view filter = part.substr(std::min(name.size() + 1, part.size()));
+    path.append(at > 0 ? "/" : "").append(name);
     const std::size_t equals = filter.find('=');
-    path.append(path.empty() ? "" : "/").append(name);
-    if (equals != std::string_view::npos) {
-      const char quote = filter.find('\'') == std::string_view::npos ? '\'' : '"';
-      path.append("[@").append(filter.substr(0, equals)).append("=") += quote;
-      path.append(filter.substr(equals + 1)).append({quote, ']'});
-    }
-    text.remove_prefix(std::min(part.size() + 1, text.size()));
+    if (equals == std::string_view::npos) continue;
+    const std::string_view value = filter.substr(equals + 1);
+    const char quote = value.find('\'') == std::string_view::npos ? '\'' : '"';
+    path.append("[@").append(filter.substr(0, equals + 1)).append(1, quote);
+    path.append(value).append({quote, ']'});
   }
   return path;
 }
@@ -118,21 +117,16 @@ class PathParser {
 
   // What is in brackets, up to the closing one, which may also be part of a quoted value.
   std::string_view TakePredicate() {
-    char quote = '\0';
-    for (std::size_t i = 0; i < rest.size(); ++i) {
-      const bool isQuote = rest[i] == '\'' || rest[i] == '"';
-      if (quote == '\0' && rest[i] == ']') {
-        const std::string_view predicate = rest.substr(0, i);
-        rest.remove_prefix(i + 1);
-        return predicate;
-      }
-      if (quote == '\0' && isQuote) {
-        quote = rest[i];
-      } else if (rest[i] == quote) {
-        quote = '\0';
-      }
+    constexpr const char* signs = "]'\"";
+    std::size_t end = rest.find_first_of(signs);
+    while (end < rest.size() && rest[end] != ']') {
+      end = rest.find(rest[end], end + 1);
+      if (end < rest.size()) end = rest.find_first_of(signs, end + 1);
     }
-    Refuse("a [ is not closed");
+    if (end >= rest.size()) Refuse("a [ is not closed");
+    const std::string_view predicate = rest.substr(0, end);
+    rest.remove_prefix(end + 1);
+    return predicate;
   }
 
   void ParsePredicate(Step& step) {
@@ -140,25 +134,16 @@ class PathParser {
     const std::string sign = WithoutBlanks(predicate);
     if (sign.starts_with('@')) return ParseFilter(step, predicate);
     if (step.position != Position::All) Refuse("a second position in brackets is not supported");
-    if (sign == "last()") {
-      step.position = Position::Last;
-    } else if (sign == "last()+1") {
-      step.position = Position::Next;
-    } else {
-      step.position = Position::Number;
-      step.number = ParseNumber(sign);
+    if (sign == "last()" || sign == "last()+1") {
+      step.position = sign.ends_with('1') ? Position::Next : Position::Last;
+      return;
     }
-  }
-
-  std::uint32_t ParseNumber(const std::string& digits) const {
-    const bool isNumber = digits.find_first_not_of("0123456789") == std::string::npos;
-    if (digits.empty() || !isNumber) {
-      Refuse("brackets hold a number, last(), last()+1 or @name='value', and not " + digits);
-    }
-    std::uint32_t number = UINT32_MAX; // stays if the number is too large for any element
-    std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (number == 0) Refuse("elements are counted from 1");
-    return number;
+    if (sign.empty() || sign.find_first_not_of("0123456789") != std::string::npos)
+      Refuse("brackets hold a number, last(), last()+1 or @name='value', and not " + sign);
+    step.position = Position::Number;
+    step.number = UINT32_MAX; // stays if the number is too large for any element
+    std::from_chars(sign.data(), sign.data() + sign.size(), step.number);
+    if (step.number == 0) Refuse("elements are counted from 1");
   }
 
   void ParseFilter(Step& step, std::string_view predicate) const {
@@ -169,14 +154,15 @@ class PathParser {
     if (equals == std::string_view::npos || !Ostrum::IsXmlName(name)) {
       Refuse('[' + std::string(predicate) + "] is not supported; a filter is [@name='value']");
     }
-    std::string_view value = predicate.substr(equals + 1);
-    while (!value.empty() && Ostrum::IsWhiteSpace(value.front())) value.remove_prefix(1);
-    while (!value.empty() && Ostrum::IsWhiteSpace(value.back())) value.remove_suffix(1);
-    const bool isQuoted = value.size() >= 2 && (value[0] == '\'' || value[0] == '"') &&
-                          value.find(value[0], 1) == value.size() - 1;
+    const std::size_t open = predicate.find_first_of("'\"", equals);
+    const std::size_t close =
+        open > predicate.size() ? open : predicate.find(predicate[open], open + 1);
+    const bool isQuoted = close < predicate.size() &&
+                          WithoutBlanks(predicate.substr(equals + 1, open - equals - 1)).empty() &&
+                          WithoutBlanks(predicate.substr(close + 1)).empty();
     if (!isQuoted) Refuse("the value must be quoted, and nothing follow it: [@" + name + "='...']");
     step.key = name;
-    step.value = value.substr(1, value.size() - 2);
+    step.value = predicate.substr(open + 1, close - open - 1);
   }
 
   Path path;

@@ -12,8 +12,6 @@
 
 namespace {
 
-using Row = std::vector<std::string>;
-
 // True for success, false for "not found"; throws for any other code.
 bool Succeeded(std::uint32_t code) {
   if (code == XmlOutOfMemory) throw std::bad_alloc();
@@ -23,30 +21,21 @@ bool Succeeded(std::uint32_t code) {
 }
 
 // FILE, opened by the library.
-class OpenFile {
- public:
+struct OpenFile {
   // nameCounts: the library must know the file's name, so that a pipe can't be read.
   explicit OpenFile(const Options& options, bool nameCounts = false) {
     std::string name = options.file;
     std::string bytes = ReadBytes(name);
     if (!nameCounts && (IsStream(name) || !Ostrum::IsUtf8(name)))
       name = console::MakeMemoryFile(bytes);
-    Parse(
-        Decode(std::move(bytes), options).utf8); // throws the reason why the library can't open it
+    Parse(Decode(std::move(bytes), options).utf8); // throws why the library can't open it
     XmlFileList* created = nullptr;
     Succeeded(InitXMLList(&created));
-    list.reset(created);
+    list.reset(created, [](XmlFileList* ended) { EndXMLList(&ended); });
     Succeeded(OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted ? 1 : 0, &cookie));
   }
 
-  XmlFileList* List() const { return list.get(); }
-  const std::uint32_t* Cookie() const { return &cookie; }
-
- private:
-  struct End {
-    void operator()(XmlFileList* ended) const { EndXMLList(&ended); }
-  };
-  std::unique_ptr<XmlFileList, End> list;
+  std::shared_ptr<XmlFileList> list;
   std::uint32_t cookie = 0;
 };
 
@@ -54,7 +43,7 @@ std::vector<DetectionInfo> WalkCatalog(const OpenFile& file) {
   std::vector<DetectionInfo> pairs;
   DetectionPosition position = {1, 1, 1};
   for (DetectionInfo info;; pairs.push_back(info)) {
-    const auto code = EnumDetectionInfo(file.List(), file.Cookie(), position, &info);
+    const auto code = EnumDetectionInfo(file.list.get(), &file.cookie, position, &info);
     // Both a pair without Version and the end give "not found", but only the end leaves the last
     // position at 1.
     if (!Succeeded(code) && position[2] == 1) return pairs;
@@ -63,32 +52,30 @@ std::vector<DetectionInfo> WalkCatalog(const OpenFile& file) {
 
 std::vector<DetectionInfo> FindOne(const OpenFile& file, const std::vector<std::string>& key) {
   DetectionInfo info;
-  const auto code = GetDetectionInfo(file.List(), file.Cookie(), key[1].c_str(), key[0].c_str(),
+  const auto code = GetDetectionInfo(file.list.get(), &file.cookie, key[1].c_str(), key[0].c_str(),
                                      key[2].c_str(), &info);
   // A match without Version also gives "not found", but with the other fields filled.
   if (!Succeeded(code) && info.ProductID.empty()) return {};
   return {info};
 }
 
-// Prints the rows, or a note if there are none.
-ExitStatus PrintRows(const Options& options, const Row& names, std::vector<Row>& rows,
-                     const char* whyNone) {
+// Prints objects, or a note if there are none.
+ExitStatus PrintRows(const Options& options, Json objects, const char* whyNone) {
   constexpr std::size_t certainlyWhole = 255;
   bool isCut = false;
-  Json objects = Json::array();
-  for (Row& row : rows) {
-    Json object;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      isCut = isCut || row[i].size() > certainlyWhole;
-      row[i].resize(Ostrum::ValidUtf8Prefix(row[i])); // the cut can split a character
-      object[names[i]] = row[i];
+  for (Json& object : objects) {
+    std::vector<std::string> row;
+    for (Json& field : object) {
+      auto& text = field.get_ref<std::string&>();
+      isCut = isCut || text.size() > certainlyWhole;
+      text.resize(Ostrum::ValidUtf8Prefix(text)); // the cut can split a character
+      row.push_back(text);
     }
-    objects.push_back(std::move(object));
     if (!options.json) Print(RowText(row));
   }
   if (options.json) PrintJson(objects);
   if (isCut) PrintMessage(options.file, "a text may be cut: the queries read 259 bytes of each");
-  if (!rows.empty()) return ExitStatus::Found;
+  if (!objects.empty()) return ExitStatus::Found;
   PrintMessage(options.file, whyNone);
   return ExitStatus::NothingFound;
 }
@@ -102,11 +89,11 @@ ExitStatus Status(const Options& options) {
   std::string version(65536, '\0');
   const auto capacity = static_cast<std::uint32_t>(version.size());
   const auto ask = [&](char* buffer, const std::uint32_t* size) {
-    return Succeeded(IsRepositoryEnabled(file.List(), file.Cookie(), &enabled, buffer, size));
+    return Succeeded(IsRepositoryEnabled(file.list.get(), &file.cookie, &enabled, buffer, size));
   };
   const bool isKnown = ask(nullptr, nullptr);
   const bool hasVersion = isKnown && ask(version.data(), &capacity);
-  version.resize(hasVersion ? version.find('\0') : 0);
+  version = version.c_str();
   Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
   if (isKnown) json["enabled"] = enabled == 1;
   if (hasVersion) json["catalogVersion"] = version;
@@ -126,29 +113,34 @@ ExitStatus Detect(const Options& options) {
   if (key.size() % 3 != 0) throw UsageError("PRODUCT, BRANCH and TYPE go together");
   corekit::SetUtf8(true);
   const OpenFile file(options);
-  std::vector<Row> rows;
+  Json objects = Json::array();
   for (const DetectionInfo& info : key.empty() ? WalkCatalog(file) : FindOne(file, key)) {
-    rows.push_back({info.ProductID, info.Branch, info.PackageType, info.LangID, info.Version,
-                    info.ProductVersion, info.PlatformID, info.MinimumDATVersion, info.EngineFile});
+    objects.push_back({{"ProductID", info.ProductID},
+                       {"Branch", info.Branch},
+                       {"PackageType", info.PackageType},
+                       {"LangID", info.LangID},
+                       {"Version", info.Version},
+                       {"ProductVersion", info.ProductVersion},
+                       {"PlatformID", info.PlatformID},
+                       {"MinimumDATVersion", info.MinimumDATVersion},
+                       {"EngineFile", info.EngineFile}});
   }
-  return PrintRows(options,
-                   {"ProductID", "Branch", "PackageType", "LangID", "Version", "ProductVersion",
-                    "PlatformID", "MinimumDATVersion", "EngineFile"},
-                   rows, "no such detection entry with a language package of its branch");
+  return PrintRows(options, std::move(objects),
+                   "no such detection entry with a language package of its branch");
 }
 
 ExitStatus Files(const Options& options) {
   corekit::SetUtf8(true);
   const OpenFile file(options);
   std::vector<FileListEntry> files;
-  const bool isWhole = Succeeded(GetFileList(file.List(), file.Cookie(), &files));
-  std::vector<Row> rows;
-  for (const auto& [name, hash] : files) rows.push_back({name, hash});
-  const ExitStatus status = PrintRows(options, {"name", "hash"}, rows,
+  const bool isWhole = Succeeded(GetFileList(file.list.get(), &file.cookie, &files));
+  Json objects = Json::array();
+  for (const auto& [name, hash] : files) objects.push_back({{"name", name}, {"hash", hash}});
+  const ExitStatus status = PrintRows(options, std::move(objects),
                                       "no file with Name and Hash in the first language package");
-  if (isWhole || rows.empty()) return status;
+  if (isWhole || files.empty()) return status;
   FlushOutput();
-  throw CommandError("the entry after " + rows.back().front() + " lacks its Name or Hash");
+  throw CommandError("the entry after " + files.back().Name + " lacks its Name or Hash");
 }
 
 ExitStatus Match(const Options& options) {
@@ -158,7 +150,7 @@ ExitStatus Match(const Options& options) {
   const OpenFile file(options, true);
   const std::string name = FromUtf8(options.arguments.front()).value();
   std::uint32_t matches = 0;
-  Succeeded(MatchXmlListToFileName(file.List(), *file.Cookie(), name.c_str(), &matches));
+  Succeeded(MatchXmlListToFileName(file.list.get(), file.cookie, name.c_str(), &matches));
   if (options.json) {
     PrintJson(Json{{"matches", matches == 1}});
   } else {

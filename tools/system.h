@@ -24,17 +24,13 @@ std::vector<std::string> Arguments(int count, char** arguments);
 
 platform::FileName FileNameOf(const std::string& userText);
 
-bool IsTerminal(Stream stream);
+bool IsTerminal(Stream stream) noexcept;
 
-// Writes bytes as they are or, to a terminal, user text. False on failure.
-bool Write(Stream stream, std::string_view bytes);
+// Writes bytes as they are or, to a terminal, user text. A failure shows in std::ferror.
+void Write(Stream stream, std::string_view bytes);
 
 // Whether the file can be read from beginning to end only: a pipe or a character device.
 bool IsPipe(const platform::FileName& name);
-
-// Reads what the user types, up to the end of input. False if standard input is a stream of bytes
-// like any other.
-bool ReadTyped(std::string& userText);
 
 // Creates a copy of bytes that can be opened by name, and returns the name. Whatever ends the
 // process also removes the copy. Throws std::system_error.

@@ -34,21 +34,18 @@ std::vector<std::string> Arguments(int count, char** arguments) {
 
 platform::FileName FileNameOf(const std::string& userText) { return userText; }
 
-bool IsTerminal(Stream stream) {
+bool IsTerminal(Stream stream) noexcept {
   return isatty(stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO) != 0;
 }
 
-bool Write(Stream stream, std::string_view bytes) {
-  std::FILE* const file = stream == Stream::Output ? stdout : stderr;
-  return std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() && std::fflush(file) == 0;
+void Write(Stream stream, std::string_view bytes) {
+  std::fwrite(bytes.data(), 1, bytes.size(), stream == Stream::Output ? stdout : stderr);
 }
 
 bool IsPipe(const platform::FileName& name) {
   std::error_code failure;
   return is_fifo(name, failure) || is_character_file(name, failure);
 }
-
-bool ReadTyped(std::string&) { return false; }
 
 std::string MakeMemoryFile(std::string_view bytes) {
   const int descriptor = memfd_create("tarvik", MFD_CLOEXEC);

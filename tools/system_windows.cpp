@@ -6,7 +6,9 @@
 #include <shellapi.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <iostream>
 #include <new>
 #include <system_error>
@@ -19,7 +21,7 @@
 namespace console {
 namespace {
 
-HANDLE HandleOf(Stream stream) {
+HANDLE HandleOf(Stream stream) noexcept {
   return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
 }
 
@@ -28,29 +30,11 @@ bool IsConsole(HANDLE handle) {
   return GetConsoleMode(handle, &mode) != 0;
 }
 
-bool WriteBytes(HANDLE handle, std::string_view bytes) {
-  const auto size = static_cast<DWORD>(bytes.size());
-  DWORD written = 0;
-  return WriteFile(handle, bytes.data(), size, &written, nullptr) && written == size;
-}
-
-bool WriteToConsole(HANDLE handle, std::string_view utf8) {
-  constexpr std::size_t maxPart = 8192; // in units of UTF-16
-  const std::wstring text = Ostrum::WideFromUtf8(utf8);
-  for (std::size_t done = 0; done < text.size();) {
-    DWORD written = 0;
-    const auto part = static_cast<DWORD>(std::min(text.size() - done, maxPart));
-    if (!WriteConsoleW(handle, text.data() + done, part, &written, nullptr)) return false;
-    done += written;
-  }
-  return true;
-}
-
 } // namespace
 
 void Prepare() {
   std::ios::sync_with_stdio(false); // so that std::cin notices errors
-  _setmode(_fileno(stdin), _O_BINARY);
+  for (std::FILE* const stream : {stdin, stdout, stderr}) _setmode(_fileno(stream), _O_BINARY);
   corekit::SetUtf8(true);
   static const CharsetScope scope; // for conversions outside of the library's functions, too
 }
@@ -74,28 +58,27 @@ platform::FileName FileNameOf(const std::string& userText) {
   return platform::AbsoluteFileName(userText.c_str(), Ostrum::WideFromUtf8(userText).c_str());
 }
 
-bool IsTerminal(Stream stream) { return IsConsole(HandleOf(stream)); }
+bool IsTerminal(Stream stream) noexcept {
+  DWORD mode = 0;
+  return GetConsoleMode(HandleOf(stream), &mode) != 0;
+}
 
-bool Write(Stream stream, std::string_view bytes) {
-  const HANDLE handle = HandleOf(stream);
-  return IsConsole(handle) ? WriteToConsole(handle, bytes) : WriteBytes(handle, bytes);
+void Write(Stream stream, std::string_view bytes) {
+  if (!IsTerminal(stream)) {
+    std::fwrite(bytes.data(), 1, bytes.size(), stream == Stream::Output ? stdout : stderr);
+    return;
+  }
+  constexpr std::size_t maxPart = 8192; // in units of UTF-16
+  const std::wstring text = Ostrum::WideFromUtf8(bytes);
+  DWORD written = 1;
+  for (std::size_t done = 0; done < text.size() && written > 0; done += written) {
+    const auto part = static_cast<DWORD>(std::min(text.size() - done, maxPart));
+    if (!WriteConsoleW(HandleOf(stream), text.data() + done, part, &written, nullptr)) return;
+  }
 }
 
 // Opening a pipe to find out would take its only connection.
 bool IsPipe(const platform::FileName& name) { return name.native().starts_with(L"\\\\.\\"); }
-
-// Until a line begins with Ctrl+Z.
-bool ReadTyped(std::string& userText) {
-  constexpr wchar_t endOfInput = 0x1A;
-  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
-  std::wstring text;
-  wchar_t part[1024];
-  for (DWORD count = 0; ReadConsoleW(input, part, std::size(part), &count, nullptr);) {
-    if (count == 0 || part[0] == endOfInput) return Ostrum::Utf8FromWide(text, userText);
-    text.append(part, count);
-  }
-  return false; // not a console
-}
 
 // The system deletes the file when the process ends and closes the handle, even of a process that
 // is killed, and writes it to the disk only if memory runs short.
@@ -104,15 +87,12 @@ std::string MakeMemoryFile(std::string_view bytes) {
   const bool isRandom = platform::FillRandom(&random, sizeof random);
   const platform::FileName wideName =
       std::filesystem::temp_directory_path() / ("tarvik-" + std::to_string(random) + ".tmp");
-  const HANDLE handle =
-      CreateFileW(wideName.c_str(), GENERIC_READ | GENERIC_WRITE | DELETE,
-                  FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, CREATE_NEW,
-                  FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  std::FILE* const file = _wfopen(wideName.c_str(), L"wbTD");
   std::string name;
-  if (!isRandom || handle == INVALID_HANDLE_VALUE || !WriteBytes(handle, bytes) ||
+  if (!isRandom || file == nullptr ||
+      std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() || std::fflush(file) != 0 ||
       !Ostrum::Utf8FromWide(wideName.native(), name))
-    throw std::system_error(static_cast<int>(GetLastError()), std::system_category(),
-                            "cannot keep the input");
+    throw std::system_error(errno, std::generic_category(), "cannot keep the input");
   return name;
 }
 

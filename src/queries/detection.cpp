@@ -67,7 +67,7 @@ std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& l
                                 DetectionInfo& info) {
   QueryText settings;
   std::uint32_t code = document.OpenGroup("ExtraSettings", language.Text(), settings);
-  if (code == XmlNotFound) return XmlSuccess;
+  if (code != XmlSuccess) return code == XmlNotFound ? std::uint32_t{XmlSuccess} : code;
 
   QueryText setting;
   for (std::uint32_t n = 1; code == XmlSuccess; ++n) {
@@ -232,6 +232,5 @@ std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_
   const DetectionKey key{branch, productId, packageType};
   DetectionGroups groups;
   const std::uint32_t code = FindGroups(document, key, groups);
-  if (code != XmlSuccess) return code;
-  return Fill(document, groups, branch, &key, *info);
+  return code == XmlSuccess ? Fill(document, groups, branch, &key, *info) : code;
 }

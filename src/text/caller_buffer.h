@@ -25,8 +25,7 @@ inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
     isCut = isCut || fitting < piece.size();
   }
   buffer[length] = '\0';
-  if (isCut) return -1;
-  return static_cast<int>(std::min<std::size_t>(length, INT_MAX));
+  return isCut ? -1 : static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }
 
 // A caller's buffer for a text: none at all when it is null or has no capacity.

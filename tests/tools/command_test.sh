@@ -158,6 +158,7 @@ refused 2 '*b?last()]: . has 0 b; the next is number 1*' set list.xml 'b[last()]
 refused 2 '*no root Other; the root is /r' set list.xml /Other/a x
 refused 1 '*no element ? in a?1]' set list.xml 'a[1]/*' x
 refused 1 '*no element b in r*' set list.xml --existing 'a[1]' y b x
+refused 1 '*no element b in a?1]' set list.xml --existing a/b x
 refused 1 '*no attribute z in a?1]' set list.xml --existing 'a[1]/@z' x
 refused 2 '*a?1]: not set: XML can?t carry this text' set list.xml 'a[2]' y 'a[1]' $'a\001b'
 refused 2 '*a/c/d: not set: the element comes from an entity' set entity.xml a/c/d x

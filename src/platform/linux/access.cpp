@@ -43,8 +43,7 @@ auto FindEntry(List& list, int tag) noexcept {
     return le16toh(entry.e_tag) == tag;
   };
   const auto found = std::find_if(list.begin(), list.end(), hasTag);
-  if (found == list.end()) return decltype(&*found){};
-  return &*found;
+  return found == list.end() ? nullptr : &*found;
 }
 
 std::vector<posix_acl_xattr_entry> ReadAccessList(int file) {
@@ -153,8 +152,7 @@ bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
   }
   bool isMember = false;
   const bool isGranted = IsGrantedByGroup(access, GroupsOf(user), wanted, isMember);
-  if (isMember) return isGranted;
-  return (wanted & ~access.mode) == 0;
+  return isMember ? isGranted : (wanted & ~access.mode) == 0;
 }
 
 // Sets owner and group as far as possible. Returns the file's status afterwards.

@@ -32,8 +32,7 @@ inline LockResult TryLock(int file) noexcept {
       lock.l_pid != getpid())
     return LockResult::HeldByOthers;
   const bool isHeld = Uninterrupted(flock, file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-  if (isHeld) return LockResult::HeldByOthers;
-  return LockResult::Locked;
+  return isHeld ? LockResult::HeldByOthers : LockResult::Locked;
 }
 
 // Closing alone does not unlock if another thread has forked, because the new process also has the

@@ -115,8 +115,7 @@ struct LockedFile::System {
 
   // What the new file gets; see Replace.
   std::optional<Access> WantedAccess(const Access* access) const {
-    if (access == nullptr && !state) return std::nullopt;
-    if (access == nullptr) return *state->access;
+    if (access == nullptr) return state ? std::optional(*state->access) : std::nullopt;
     Access wanted = *access;
     if (state) wanted.mode &= entry.status->st_mode;
     return wanted;

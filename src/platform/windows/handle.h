@@ -23,8 +23,7 @@ using Handle = std::unique_ptr<void, HandleCloser>;
 
 // Calls that fail return either null or INVALID_HANDLE_VALUE.
 inline Handle MakeHandle(HANDLE opened) noexcept {
-  if (opened == INVALID_HANDLE_VALUE) return nullptr;
-  return Handle(opened);
+  return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
 }
 
 // Whether the last call on a file failed because another program is using the file. Access is also

@@ -221,8 +221,7 @@ Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::s
     converted += declared.size();
     converted += table.Convert(bytes.substr(converted), utf8);
   }
-  if (converted == bytes.size()) return {};
-  return Refuse(invalid, declared, converted);
+  return converted == bytes.size() ? Failure() : Refuse(invalid, declared, converted);
 }
 
 } // namespace
@@ -243,8 +242,7 @@ std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8,
   encoding = name == "US-ASCII" ? US_ASCII : NO_ENCODING;
   if (!name.empty() && name != "UTF-8" && name != "UTF8") {
     const bool contradicts = marked || name == "UTF-16" || name == "UTF-16BE" || name == "UTF-16LE";
-    if (contradicts) return Refuse(contradiction, declared);
-    return DecodeDeclared(view, declared, utf8);
+    return contradicts ? Refuse(contradiction, declared) : DecodeDeclared(view, declared, utf8);
   }
   encoding = UTF_8;
   if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));

@@ -1,10 +1,41 @@
-// The command `list`.
+// The commands `get` and `list`.
+#include <unordered_set>
+
 #include "commands.h"
 #include "input.h"
 #include "matches.h"
 #include "output.h"
 
 namespace {
+
+// Collects the values of paths for printing.
+class Answers {
+ public:
+  Answers(Element root, const Options& given) : options(given), matcher(root) {}
+
+  void Add(const Path& path) {
+    const Found found = matcher.Find(path);
+    if (!found.isAll && options.defaultText) return AddMember(path.text, *options.defaultText);
+    if (!found.isAll) return missing.push_back(matcher.WhyMissing(path, found));
+    const bool isKey = found.places.size() == 1 || !options.json;
+    for (const Place& place : found.places) {
+      AddMember(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
+      if (!options.all) return;
+    }
+  }
+
+  JsonObject members;
+  std::vector<std::string> missing; // why paths name nothing
+
+ private:
+  void AddMember(const std::string& key, const std::string& value) {
+    if (!options.json || keys.insert(key).second) members.emplace_back(key, value);
+  }
+
+  const Options& options;
+  Matcher matcher;
+  std::unordered_set<std::string> keys; // of the JSON object
+};
 
 // Lists what is below a place, in document order.
 class Listing {
@@ -59,15 +90,32 @@ class Listing {
 
 } // namespace
 
+ExitStatus Get(const Options& options) {
+  std::vector<Path> paths;
+  for (const std::string& text : options.arguments) paths.push_back(ParsePath(text));
+  const auto document = ReadDocument(options);
+  Answers answers(document->GetRoot(), options);
+  for (const Path& path : paths) answers.Add(path);
+  if (!answers.missing.empty())
+    throw CommandError(Listed(answers.missing), ExitStatus::NothingFound);
+  if (options.json) {
+    PrintJson(answers.members);
+    return ExitStatus::Found;
+  }
+  const std::string end(1, options.endsWithZero ? '\0' : '\n');
+  for (const auto& [path, value] : answers.members) Print(value.get_ref<const std::string&>(), end);
+  return ExitStatus::Found;
+}
+
 ExitStatus List(const Options& options) {
   const Path path = ParsePath(options.arguments.empty() ? "." : options.arguments.front());
   if (!path.attribute.empty()) throw UsageError(path.text + ": list takes the path of elements");
   const auto document = ReadDocument(options);
   Matcher matcher(document->GetRoot());
-  const std::vector<Place> places = matcher.Find(path.steps);
-  if (places.empty()) throw CommandError(matcher.WhyMissing(path), ExitStatus::NothingFound);
+  const Found found = matcher.Find(path);
+  if (!found.isAll) throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
   Listing listing(options);
-  for (const Place& place : places) listing.AddBelow(place);
+  for (const Place& place : found.places) listing.AddBelow(place);
   if (options.json && options.values) {
     PrintJson(listing.members);
   } else if (options.json) {
