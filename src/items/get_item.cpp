@@ -1,5 +1,6 @@
 // The exported functions that read items.
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <initializer_list>
 #include <stdexcept>
@@ -97,6 +98,7 @@ std::uint32_t AttributeMissing(const ItemRequest& request) {
 
 // The element that the path is a key of; the null element if there is none.
 Element FindKnownElement(const XmlFileRecord& record, const char* path) {
+  assert(path != nullptr && record.elementMap->Size() > 0);
   char buffer[bufferSize];
   std::string_view key = PathBelowRoot(record, path, buffer);
   if (key.empty()) key = TruncateToBuffer(path, buffer); // the root alone, whose key is its name

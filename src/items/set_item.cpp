@@ -55,6 +55,7 @@ StepElements FindSteps(const SetRequest& request, Ostrum::Document& document) {
 // Gives each step its element's whole name and its number among its siblings of that name, so that
 // the request means the same in another document, whatever the locale is then.
 void Locate(SetRequest& request, const StepElements& found) {
+  assert(!found.empty() && found.size() <= request.steps.size());
   for (std::size_t i = 1; i < request.steps.size(); ++i) {
     SetStep& step = request.steps[i];
     step.number = 1;
@@ -71,6 +72,7 @@ void Locate(SetRequest& request, const StepElements& found) {
 
 // Changes the document, either by the whole request or not at all, and then the file.
 void SetAndSave(SetRequest request, XmlFileRecord& record) {
+  assert(record.file != nullptr && !request.steps.empty());
   StepElements found = FindSteps(request, *record.document);
   RequireAllowed(request, *record.document, found);
   Locate(request, found);

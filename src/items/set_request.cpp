@@ -1,5 +1,6 @@
 #include "items/set_request.h"
 
+#include <cassert>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -55,6 +56,7 @@ SetText ElementName(std::string given) {
 // Returns the text before the first separator and moves rest behind it; if there is none, returns
 // all and sets rest to null.
 std::string Cut(const char*& rest, char separator) {
+  assert(rest != nullptr);
   const char* const start = rest;
   rest = platform::MbsFindChar(start, separator);
   if (rest == nullptr) return start;

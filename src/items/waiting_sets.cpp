@@ -21,6 +21,7 @@ void RequirePlace(const Element& element) {
 }
 
 Element Add(Element parent, const SetStep& step, ElementMap::KeyChain* key) {
+  assert(parent.CanBeChanged());
   // Prepare first: if entering the key could fail later, the next set would find the new element
   // and never enter its key.
   if (key != nullptr) key->Prepare();
@@ -91,6 +92,7 @@ class Replay {
   }
 
   static Element Find(const Element& parent, const SetStep& step, const Place& place) {
+    assert(step.number > 0); // it was located in the own document
     const Element found = parent.NthChild(Ostrum::NameMatch::Exact, step.name.utf8, step.number);
     if (found.IsNull() || found.IsCreated()) return place.created;
     return found;
@@ -143,6 +145,7 @@ StepElements ApplyRequest(const SetRequest& request, StepElements found,
 }
 
 const SetRequest& WaitingSets::Add(SetRequest request) {
+  assert(!request.steps.empty() && request.steps.front().component.empty());
   const Range none{requests.end(), requests.end()};
   Range& range = ranges.try_emplace(TargetOf(request), none).first->second;
   requests.push_back(std::move(request));

@@ -1,5 +1,6 @@
 #include "paths/item_path.h"
 
+#include <cassert>
 #include <cstring>
 #include <exception>
 #include <string>
@@ -9,6 +10,7 @@
 #include "text/log.h"
 
 const char* ReturnTokenFromString(const char* text, char separator) {
+  assert(text != nullptr);
   const Trace trace(L"ReturnTokenFromString");
   if (*text == '\0') {
     LogDetail(L"Source token is NULL or empty");
@@ -20,6 +22,7 @@ const char* ReturnTokenFromString(const char* text, char separator) {
 }
 
 bool IsRootInPath(const XmlFileRecord& record, const char* path) {
+  assert(path != nullptr && record.document != nullptr);
   const Trace trace(L"IsRootInPath");
   try {
     const LocaleText rootName(record.document->GetRoot().GetName());

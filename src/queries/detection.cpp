@@ -1,6 +1,7 @@
 // The detection queries: what a catalog says of a product's detection entry paired with one of its
 // language packages.
 #include <algorithm>
+#include <cassert>
 #include <optional>
 
 #include "platform/platform.h"
@@ -103,7 +104,9 @@ std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, 
 class DetectionWalk {
  public:
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
-      : document(document), position(position), info(info) {}
+      : document(document), position(position), info(info) {
+    assert(position != nullptr);
+  }
 
   // Finds the next pair and fills the record from it. Returns the code of that, or the code of the
   // call that found no further package. A failure inside a package moves on to the next one.
@@ -171,6 +174,7 @@ class DetectionWalk {
 std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* path, QueryText& group,
                                    const char* wanted, const QueryItem& item,
                                    std::uint32_t& position) {
+  assert(path != nullptr && item.name != nullptr);
   const QueryText parent = group;
   QueryText value;
   position = std::max(position, 1U);

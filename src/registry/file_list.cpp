@@ -1,6 +1,7 @@
 #include "registry/file_list.h"
 
 #include <algorithm>
+#include <cassert>
 #include <new>
 #include <utility>
 
@@ -43,6 +44,7 @@ XmlFileRecord* FindXmlFileByName(XmlFileList& list, const char* fileName) noexce
 }
 
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
+  assert(record != nullptr);
   const Trace trace(L"ReleaseGlobalMapMemory");
   record->elementMap.reset(); // first, since it refers to elements of the document
   record->document.reset();

@@ -1,3 +1,4 @@
+#include <cassert>
 #include <chrono>
 #include <list>
 #include <memory>
@@ -89,6 +90,7 @@ std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string tex
 }
 
 std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
+  assert(record.document != nullptr && record.elementMap == nullptr);
   record.elementMap = std::make_unique<ElementMap>();
   const Ostrum::Element root = record.document->GetRoot();
   const LocaleText rootName(root.GetName());
@@ -128,6 +130,7 @@ std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encodi
   platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
   if (encoding != XmlOpenAtOnce) std::this_thread::sleep_for(std::chrono::seconds(1));
   list.files.splice(list.files.end(), opened);
+  assert(record->document && record->file && record->elementMap);
   cookie = record->cookie;
   LogOpened(*record.release());
   return XmlSuccess;

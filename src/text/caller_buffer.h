@@ -3,6 +3,7 @@
 #define TARVIK_TEXT_CALLER_BUFFER_H
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstddef>
 #include <cstdint>
@@ -16,6 +17,7 @@
 inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
                           std::initializer_list<std::string_view> pieces) noexcept {
   if (capacity == 0) return -1;
+  assert(buffer != nullptr);
   std::size_t length = 0;
   bool isCut = false;
   for (const std::string_view piece : pieces) {
@@ -24,6 +26,7 @@ inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
     length += fitting;
     isCut = isCut || fitting < piece.size();
   }
+  assert(length < capacity);
   buffer[length] = '\0';
   return isCut ? -1 : static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cassert>
 #include <mutex>
 #include <string_view>
 
@@ -41,6 +42,7 @@ void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
 // Both change output only at the end, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
   std::string file(input.size() + addedSize, '\0');
+  assert(file.size() >= addedSize);
   header.copy(file.data(), header.size());
   char* const nonce = file.data() + nonceAt;
   char* const cipher = file.data() + cipherAt;

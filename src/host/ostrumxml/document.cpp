@@ -1,6 +1,7 @@
 #include "host/ostrumxml/document.h"
 
 #include <algorithm>
+#include <cassert>
 #include <memory>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
@@ -10,8 +11,9 @@
 
 namespace Ostrum {
 
-Document::Document(std::unique_ptr<IndexedDocument> indexed) noexcept
-    : indexed(std::move(indexed)) {}
+Document::Document(std::unique_ptr<IndexedDocument> parsed) noexcept : indexed(std::move(parsed)) {
+  assert(indexed != nullptr && indexed->data.root != 0);
+}
 
 Document::~Document() = default;
 

@@ -18,7 +18,7 @@ struct Edit;
 // it.
 class Document {
  public:
-  explicit Document(std::unique_ptr<IndexedDocument> indexed) noexcept;
+  explicit Document(std::unique_ptr<IndexedDocument> parsed) noexcept;
   virtual ~Document();
   Document(Document&&) = delete;
 

@@ -1,6 +1,7 @@
 #include "host/ostrumxml/file.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <chrono>
 #include <climits>
@@ -78,6 +79,7 @@ FileText DecodeBytes(std::string bytes, ByteFilter decrypt) {
     if (!failure->offset) throw ReadFailure(ReadBadEncoding, failure->reason);
     // DecodeFile takes the bytes only if it succeeds.
     const std::string_view all = bytes; // NOLINT(bugprone-use-after-move)
+    assert(*failure->offset <= all.size());
     const std::string_view before = all.substr(0, *failure->offset);
     const std::size_t lineStart = before.rfind('\n') + 1; // 0 in the first line
     throw ReadFailure(ReadBadEncoding, failure->reason,
@@ -104,6 +106,7 @@ SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) {
 
 SaveAttempt DocumentFile::TrySave(platform::LockedFile& file, Document& document,
                                   PendingChanges& changes, SaveOutcome& outcome) {
+  assert(!document.GetRoot().IsNull());
   const bool isAsLeft = IsAsLeft(file);
   const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
   if (!isAsLeft && !theirs && file.State()->isYoung) return SaveAttempt::FileIsBeingWritten;

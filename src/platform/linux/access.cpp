@@ -180,6 +180,7 @@ Access ReadAccess(int file, const FileStatus& status) {
 }
 
 Access GiveAccess(int file, const Access& wanted, bool ownerLosesNothing) {
+  assert((wanted.mode & S_IFMT) == 0);
   // The owner comes first, because changing it clears the set-user-ID and set-group-ID bits.
   const FileStatus status = ChangeOwner(file, wanted);
   Access given = Restrict(wanted, status.st_uid, status.st_gid);

@@ -108,6 +108,7 @@ struct LockedFile::System {
 
   // Whether the name still leads to the file as it was found.
   bool IsUnchanged() const noexcept {
+    assert(entry.status);
     FileStatus now{};
     return entry.ReadStatus(now) == 0 && now.st_mode == entry.status->st_mode &&
            IdentityOf(now) == IdentityOf(*entry.status);

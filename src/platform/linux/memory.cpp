@@ -1,5 +1,6 @@
 #include <sys/mman.h>
 
+#include <cassert>
 #include <cstdint>
 #include <new>
 
@@ -17,6 +18,7 @@ void* AllocateLargeBlock() {
   const std::size_t before =
       (largeBlockSize - reinterpret_cast<std::uintptr_t>(start) % largeBlockSize) % largeBlockSize;
   char* const block = start + before;
+  assert(before <= reserved - largeBlockSize);
   if (before != 0) munmap(start, before);
   munmap(block + largeBlockSize, reserved - before - largeBlockSize);
   madvise(block, largeBlockSize, MADV_HUGEPAGE);

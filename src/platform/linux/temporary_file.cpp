@@ -70,6 +70,7 @@ bool TemporaryFile::CreateName(Create create) {
 }
 
 void TemporaryFile::Write(std::string_view bytes) {
+  assert(stampedAt == 0); // a later write would change the time
   while (!bytes.empty()) {
     const ssize_t count = Uninterrupted(write, file.Number(), bytes.data(), bytes.size());
     if (count <= 0) ThrowSystemFailure("cannot write");
@@ -118,11 +119,13 @@ bool TemporaryFile::KeepsName() const noexcept {
 }
 
 void TemporaryFile::RenameOver(const std::string& target) {
+  assert(!name.empty() && access != nullptr);
   CheckedCall("cannot replace the file", renameat, folder, name.c_str(), folder, target.c_str());
   name.clear();
 }
 
 bool TemporaryFile::RenameToUnused(const std::string& target) {
+  assert(!name.empty() && access != nullptr);
   constexpr unsigned flags = RENAME_NOREPLACE;
   if (Uninterrupted(renameat2, folder, name.c_str(), folder, target.c_str(), flags) == 0) {
     name.clear();

@@ -94,6 +94,7 @@ void TemporaryFile::SetAccessList(const std::vector<unsigned char>& list) {
 }
 
 void TemporaryFile::Write(std::string_view bytes) {
+  assert(file && stampedAt == 0); // a later write would change the time
   constexpr std::size_t maxPiece = std::size_t{1} << 30;
   while (!bytes.empty()) {
     const auto piece = static_cast<DWORD>(std::min(bytes.size(), maxPiece));

@@ -1,5 +1,7 @@
 #include "host/ostrumxml/expat/expat_parser.h"
 
+#include <cassert>
+#include <climits>
 #include <cstring>
 #include <new>
 
@@ -14,6 +16,7 @@ ExpatParser::ExpatParser() {
 }
 
 XML_Status ExpatParser::Feed(std::string_view bytes, bool last) noexcept {
+  assert(bytes.size() <= INT_MAX);
   if (bytes.empty())
     return XML_Parse(Get(), "", 0,
                      last ? XML_TRUE : XML_FALSE); // a buffer of no size need not be there

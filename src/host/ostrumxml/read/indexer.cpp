@@ -138,6 +138,7 @@ class Indexer {
   void StartElement(const XML_Char* name) {
     if (!builder.HasRoot()) AppendEntityTexts();
     const std::uint32_t start = Offset();
+    assert(start < data.fileSize);
     const bool isInFile = data.source[start] == '<';
     const TagPlace tag = isInFile ? TagPlace{start, start + TagSize()} : PlaceInEntity(start);
     const std::string_view text =
@@ -158,6 +159,7 @@ class Indexer {
   TagPlace PlaceInEntity(std::uint32_t reference) {
     if (!entityWalk || walkedReference != reference) {
       const std::string_view source = data.source;
+      assert(source[reference] == '&');
       entityWalk.emplace(data,
                          source.substr(reference, source.find(';', reference) + 1 - reference));
       walkedReference = reference;

@@ -85,7 +85,9 @@ constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
 class PlainReader {
  public:
   explicit PlainReader(DocumentData& data) noexcept
-      : builder(data), begin(data.source.data()), end(begin + data.source.size()), next(begin) {}
+      : builder(data), begin(data.source.data()), end(begin + data.source.size()), next(begin) {
+    assert(*end == '\0' && IsUtf8(data.source));
+  }
 
   bool ReadDocument() {
     Skip(utf8ByteOrderMark);
@@ -251,6 +253,7 @@ class PlainReader {
     }
   }
   bool ReadEndTag() noexcept {
+    assert(builder.IsInside());
     const char* const start = next - 2;
     if (!SkipName(builder.InnermostName())) return false;
     SkipBlanks();

@@ -1,6 +1,7 @@
 #include "host/ostrumxml/save/generator.h"
 
 #include <algorithm>
+#include <cassert>
 #include <climits>
 #include <cstdint>
 #include <map>
@@ -57,6 +58,7 @@ class Generator {
     std::uint32_t end = 0; // of the last edit that is kept
     std::erase_if(edits, [&end](const Edit& edit) {
       const bool isInside = edit.from < end;
+      assert(!isInside || edit.from + edit.length <= end); // a gap holds whole elements
       if (!isInside) end = edit.from + edit.length;
       return isInside;
     });
@@ -172,6 +174,7 @@ GeneratedText::GeneratedText(const DocumentData& data) {
   std::size_t size = data.fileSize;
   std::uint32_t copied = 0;
   for (Edit& edit : EditsOf(data)) {
+    assert(edit.from >= copied && edit.from + edit.length <= data.fileSize);
     size = size + edit.replacement.size() - edit.length;
     Add(data.Between(copied, edit.from));
     std::string_view replacement = edit.replacement;
