@@ -65,6 +65,7 @@ const struct {
     {declared + "<r a='1'\n\tb = '2'  c='3' d='4' />",
      {{"", nullptr, "b"}, {"", nullptr, "d"}, {"", "2", "b"}, {"", "5", "e"}, {"", nullptr, "e"}},
      declared + "<r a='1'  c='3' b=\"2\" />"},
+    {declared + "<r/>", {{"", "x", "d"}}, declared + "<r d=\"x\"/>"},
     // New elements
     {"<r />",
      {{"", "3", "a"}, {"", "4", "b"}, {"", "t"}, {"n", ""}},

@@ -2,12 +2,14 @@
 
 #include "host/ostrumxml/data/markup.h"
 #include "host/ostrumxml/data/references.h"
+#include "host/ostrumxml/data/utf8.h"
 #include "ostrumxml/parsed_document.h"
 #include "support/text.h"
 
 namespace {
 
 using namespace std::string_literals;
+using Ostrum::Element;
 
 // Eight bytes are checked at a time, so every position is tried.
 TEST(Markup, TextThatNeedsNoDecoding) {
@@ -47,7 +49,7 @@ TEST(Parse, ReadsWhatExpatReads) {
       "\xEF\xBB\xBF<!DOCTYPE r [<!ENTITY % p \"<!ENTITY e 'told'>\">%p;]><r>&e;</r>",
       "<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'><!ATTLIST s a NMTOKENS "
       "#IMPLIED>]>"
-      "<r><s a='  b \n c '/><s/></r>",
+      "<r><s a='  b \n c '/><s a=' b  c '/><s/></r>",
       "<!DOCTYPE r [<!ENTITY in \"<i a='&#38;v;'>&#38;v;</i>\"><!ENTITY v 'w'><!ENTITY e "
       "'1<a/>2<b a=\"1\">&in;3</b >4'>]><r>A&e;<c/>&in;&in;B<d>&v;&e;</d></r>"};
   for (const std::string& bytes : documents) {
@@ -58,19 +60,43 @@ TEST(Parse, ReadsWhatExpatReads) {
   }
 }
 
-// The beginning of a value is read correctly, whatever its form in the source.
-TEST(Parse, ReadsNoMoreThanIsAsked) {
-  const Parsed parsed(
-      "<!DOCTYPE r [<!ENTITY e 'x&#38;#13;\ny'>]><r "
-      "a='&e;\tb&#9;c'>&e;\r\n<![CDATA[1\r2]]>&e;<b/>&e;</r>");
-  const std::string text = "x\r\ny\n1\n2x\r\nyx\r\ny", value = "x\r y b\tc";
-  std::string scratch;
-  for (std::size_t limit = 0; limit <= text.size(); ++limit) {
-    EXPECT_EQ(parsed.At("").GetValue(scratch, limit).substr(0, limit), text.substr(0, limit))
-        << limit;
-    EXPECT_EQ(parsed.At("").GetAttribute("a").GetValue(scratch, limit).substr(0, limit),
-              value.substr(0, limit));
+// By their names, also in a tag that is long enough to be indexed.
+TEST(Parse, FindsEachAttribute) {
+  for (const int count : {3, 300}) {
+    std::string tag = "<r";
+    for (int i = 0; i < count; ++i)
+      tag += " n" + std::to_string(i) + "='" + std::to_string(i) + "'";
+    const Parsed parsed(tag + "/>");
+    for (int i = 0; i < count; ++i)
+      EXPECT_EQ(parsed.At("").GetAttribute("n" + std::to_string(i)).GetValue(), std::to_string(i));
+    for (const char* const none : {"n", "m", "n00", "n1x", "z"})
+      EXPECT_TRUE(parsed.At("").GetAttribute(none).IsNull()) << none;
   }
+}
+
+// Long values are remembered as accepted, and their pieces end inside characters.
+TEST(Parse, JudgesWholeValuesAsTheyAre) {
+  const Ostrum::TextFilter valid{1, [](std::string_view text) { return Ostrum::IsUtf8(text); }};
+  const Ostrum::TextFilter noY{2,
+                               [](std::string_view text) { return text.find('y') == text.npos; }};
+  const std::string value = "x" + Repeat("\u20ac", 2000);
+  const Parsed parsed("<!DOCTYPE r [<!ATTLIST r d CDATA 'y'>]><r a='" + value + "' d='" + value +
+                      "'>" + value + "<b/></r>");
+  Element root = parsed.At("");
+  const auto judge = [&](const Ostrum::TextFilter& filter) {
+    return std::string{root.IsValueAccepted(filter) ? 't' : '-',
+                       root.GetAttribute("a").IsValueAccepted(filter) ? 'a' : '-',
+                       root.GetAttribute("d").IsValueAccepted(filter) ? 'd' : '-'};
+  };
+  for (int times = 0; times < 2; ++times) EXPECT_EQ(judge(valid) + judge(noY), "tadtad");
+  root.RemoveAttribute("d");
+  EXPECT_EQ(judge(noY), "ta-");
+  root.SetText(value + "y");
+  EXPECT_EQ(judge(noY), "-a-");
+  root.SetAttribute("a", value + "y");
+  EXPECT_EQ(judge(noY) + judge(valid), "---tad");
+  root.SetText("x");
+  EXPECT_EQ(judge(noY), "t--");
 }
 
 // The bound on entities that refer to others does not count references that expand nothing.

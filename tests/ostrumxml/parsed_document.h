@@ -3,7 +3,9 @@
 #define TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 
 #include <expat.h>
+#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -38,15 +40,25 @@ struct Parsed {
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
 };
 
+// The whole value, of which every beginning reads the same.
+template <class Node>
+std::string ValueOf(const Node& node) {
+  const std::string value = node.GetValue();
+  std::string scratch;
+  for (std::size_t limit = 0; limit <= std::min<std::size_t>(value.size(), 20); ++limit)
+    EXPECT_EQ(node.GetValue(scratch, limit).substr(0, limit), value.substr(0, limit)) << value;
+  return value;
+}
+
 // The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
 // for deep nesting.
 inline std::string Describe(const Ostrum::Element& element) {
   const Ostrum::Attribute attribute = element.GetAttribute("a");
   std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
-                     attribute.GetValue() + ">";
+                     ValueOf(attribute) + ">";
   for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
     text += Describe(child);
-  return text + "</>" + element.GetValue();
+  return text + "</>" + ValueOf(element);
 }
 
 // The same for what Expat reports about the text; empty if it rejects the text.

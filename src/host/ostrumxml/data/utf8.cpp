@@ -72,11 +72,13 @@ bool Utf8FromWide(std::wstring_view wide, std::string& utf8) {
   utf8.clear();
   utf8.reserve(wide.size());
   for (std::size_t i = 0; i < wide.size(); ++i) {
-    const auto unit = static_cast<char32_t>(wide[i]);
-    const bool maybePair = wideIsUtf16 && i + 1 < wide.size();
-    const char32_t pair = maybePair ? FromSurrogates(unit, static_cast<char32_t>(wide[i + 1])) : 0;
-    if (pair != 0) ++i;
-    if (!AppendUtf8(pair != 0 ? pair : unit, utf8)) return false;
+    auto character = static_cast<char32_t>(wide[i]);
+    if (wideIsUtf16 && i + 1 < wide.size()) {
+      const char32_t pair = FromSurrogates(character, static_cast<char32_t>(wide[i + 1]));
+      if (pair != 0) ++i;
+      if (pair != 0) character = pair;
+    }
+    if (!AppendUtf8(character, utf8)) return false;
   }
   return true;
 }

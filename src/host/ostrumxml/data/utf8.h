@@ -33,7 +33,8 @@ bool AppendUtf8(char32_t character, std::string& utf8);
 // The character encoded by two units of UTF-16; 0 if they are not a surrogate pair.
 constexpr char32_t FromSurrogates(char32_t high, char32_t low) noexcept {
   const bool isPair = high >= 0xD800 && high <= 0xDBFF && low >= 0xDC00 && low <= 0xDFFF;
-  return isPair ? 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00) : 0;
+  if (!isPair) return 0;
+  return 0x10000 + ((high - 0xD800) << 10) + (low - 0xDC00);
 }
 
 } // namespace Ostrum

@@ -10,8 +10,9 @@ namespace Ostrum {
 
 enum class NameMatch { Exact, Prefix };
 
-// The texts that count in a search, for example those that a caller's character set can represent.
-// A filter from the default constructor accepts all.
+// The texts that count in a search, for example those that a caller's character set can represent:
+// a filter accepts a text if it accepts each character. One from the default constructor accepts
+// all.
 struct TextFilter {
   std::uint32_t id = 0; // differs between filters that accept different texts; 0 if it accepts all
   bool (*accepts)(std::string_view text) = nullptr; // null if id is 0

@@ -24,6 +24,7 @@ struct IndexedDocument {
   // The attributes in tags that have very many, sorted by name.
   std::unordered_map<std::uint32_t, std::vector<RawAttribute>> tagIndexes;
   // The filters that accepted long values, by element and attribute; "" is the element's own text.
+  // Forgotten when a text is set, but not when white space or nothing is added.
   std::map<std::pair<std::uint32_t, std::string>, std::uint32_t> acceptedValues;
 };
 

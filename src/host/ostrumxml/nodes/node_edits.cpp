@@ -103,7 +103,6 @@ Element Element::AddElementInto(std::string_view name) {
   DocumentData& data = Data();
   const std::uint32_t nameNumber = data.names.InternCopy(name);
   std::string lead = LeadOfNextChild();
-  document->acceptedValues.clear(); // the lead is text of this element
   const std::uint32_t child = data.elements.Add();
   data.ChangeOf(child).lead = std::move(lead);
   data.elements[child].name = nameNumber;
@@ -133,7 +132,6 @@ void Element::RemoveChild(Element child) {
   // So that FirstChild passes removed children by in one step.
   if ((data.elements[number].flags & element_flags::hasParsedChildren) != 0)
     data.elements[number + 1].nextSibling = data.NextSibling(number + 1);
-  document->acceptedValues.clear(); // the white space around it was text of this element
   DropIndex();
 }
 
