@@ -51,13 +51,7 @@ std::string Indented(std::string_view xml) {
 class Target final : public Ostrum::PendingChanges {
  public:
   Target(const Options& given, const std::vector<Change>& wanted)
-      : options(given),
-        changes(wanted),
-        isInput(given.file == "-"),
-        name(console::FileNameOf(given.file)),
-        encrypt(given.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr),
-        file(name, given.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr, encrypt),
-        isNew(given.create && !isInput && !exists(name)) {
+      : options(given), changes(wanted) {
     if (isNew) {
       Begin();
     } else {
@@ -130,11 +124,14 @@ class Target final : public Ostrum::PendingChanges {
 
   const Options& options;
   const std::vector<Change>& changes;
-  const bool isInput;
-  const platform::FileName name;
-  const Ostrum::ByteFilter encrypt;
-  Ostrum::DocumentFile file;
-  const bool isNew;
+  const bool isInput = options.file == "-";
+  const platform::FileName name = console::FileNameOf(options.file);
+  const bool isNew = options.create && !isInput && !exists(name);
+  const Ostrum::ByteFilter decrypt =
+      options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr;
+  const Ostrum::ByteFilter encrypt =
+      options.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr;
+  Ostrum::DocumentFile file{name, decrypt, encrypt};
   bool isChanged = false;
   Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   std::string original; // of standard input the bytes, for a dry run the text

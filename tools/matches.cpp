@@ -129,13 +129,6 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
 
 std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
                                        std::vector<std::size_t>& counted) {
-  std::vector<Element> found;
-  if (step.position == Position::All && step.key.empty()) { // an index would serve once
-    for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-      if (HasName(child, step.name)) found.push_back(child);
-    }
-    return found;
-  }
   const std::vector<Element>& all = Candidates(parent, step);
   if (step.position == Position::All) return all;
   const bool isNumber = step.position == Position::Number;
@@ -146,7 +139,7 @@ std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
 }
 
 const std::vector<Element>& Matcher::Candidates(const Element& parent, const Step& step) {
-  auto& [byValue, last] = indexes[{parent, step.name, step.key}];
+  auto& [byValue, last] = indexes[{step.key, parent, step.name}];
   Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
     last = child;
@@ -166,5 +159,6 @@ Element Matcher::Add(Element parent, const Step& step) {
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   element.SetAttribute(name, value);
-  std::erase_if(indexes, [name](const auto& entry) { return std::get<2>(entry.first) == name; });
+  auto index = indexes.lower_bound({std::string(name), {}, {}});
+  while (index != indexes.end() && std::get<0>(index->first) == name) index = indexes.erase(index);
 }

@@ -71,8 +71,8 @@ class Matcher {
                                 std::vector<std::size_t>& counted);
 
   Element root;
-  // By the parent, the children's name and that of the filter's attribute.
-  std::map<std::tuple<Element, std::string, std::string>, Index> indexes;
+  // By the name of the filter's attribute, the parent and the children's name.
+  std::map<std::tuple<std::string, Element, std::string>, Index> indexes;
 };
 
 #endif

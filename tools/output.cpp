@@ -13,10 +13,8 @@
 
 namespace {
 
-using console::Stream;
-
 int logLevel = 0;
-const bool outputIsTerminal = console::IsTerminal(Stream::Output);
+const bool outputIsTerminal = console::IsTerminal(stdout);
 
 // Text for people: control characters, except those in `kept`, and characters that the user's
 // character set lacks are written as escapes, such as "\u001b".
@@ -48,7 +46,7 @@ void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const w
   line.append(component).append(L": ").append(text);
   std::string utf8;
   Ostrum::Utf8FromWide(line, utf8);
-  console::Write(Stream::Error, Printable(utf8) + '\n');
+  console::Write(stderr, Printable(utf8) + '\n');
 } catch (const std::exception&) { // a sink must not throw; without memory the line is lost
 }
 
@@ -79,14 +77,14 @@ void Print(std::string_view utf8, std::string_view end) {
   const auto userText = FromUtf8(utf8);
   if (!userText)
     throw CommandError("the locale's character set can't represent " + Printable(utf8));
-  console::Write(Stream::Output, outputIsTerminal ? Printable(utf8, "\t\n") : *userText);
-  console::Write(Stream::Output, end);
+  console::Write(stdout, outputIsTerminal ? Printable(utf8, "\t\n") : *userText);
+  console::Write(stdout, end);
 }
 
 void PrintBytes(std::string_view bytes) {
-  if (!outputIsTerminal) return console::Write(Stream::Output, bytes);
+  if (!outputIsTerminal) return console::Write(stdout, bytes);
   if (!Ostrum::IsUtf8(bytes)) throw CommandError("the result is not text for a terminal");
-  console::Write(Stream::Output, Printable(bytes, "\t\n"));
+  console::Write(stdout, Printable(bytes, "\t\n"));
 }
 
 void PrintJson(const Json& json) {
@@ -94,15 +92,10 @@ void PrintJson(const Json& json) {
   Print(json.dump(indentation, ' ', !UserTextIsUtf8()));
 }
 
-std::string RowText(const std::vector<std::string>& fields) {
+std::string Field(std::string text) {
   const auto isSeparator = [](char c) { return c == '\t' || c == '\n' || c == '\r'; };
-  std::string line;
-  for (std::string field : fields) {
-    std::ranges::replace_if(field, isSeparator, ' ');
-    line.append(field).append("\t");
-  }
-  line.pop_back();
-  return line;
+  std::ranges::replace_if(text, isSeparator, ' ');
+  return text;
 }
 
 std::string Listed(const std::vector<std::string>& items) {
@@ -121,7 +114,7 @@ std::string Shown(std::string userText) {
 }
 
 void PrintMessage(std::string_view line) {
-  console::Write(Stream::Error, "tarvik: " + Printable(line) + '\n');
+  console::Write(stderr, "tarvik: " + Printable(line) + '\n');
 }
 
 void PrintMessage(const std::string& file, const std::string& text) {

@@ -29,8 +29,8 @@ using Json = nlohmann::ordered_json;
 using JsonObject = Json::object_t;
 void PrintJson(const Json& json);
 
-// A line of tab-separated fields, for cut and awk: tabs and line endings in a field become blanks.
-std::string RowText(const std::vector<std::string>& fields);
+// A field for a line of tab-separated ones: tabs and line endings in it become blanks.
+std::string Field(std::string text);
 
 // The first of the items, at most that many, separated by commas, and the number of the others.
 inline constexpr std::size_t maxListed = 10;

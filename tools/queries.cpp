@@ -64,14 +64,15 @@ ExitStatus PrintRows(const Options& options, Json objects, const char* whyNone) 
   constexpr std::size_t certainlyWhole = 255;
   bool isCut = false;
   for (Json& object : objects) {
-    std::vector<std::string> row;
+    std::string row;
     for (Json& field : object) {
       auto& text = field.get_ref<std::string&>();
       isCut = isCut || text.size() > certainlyWhole;
       text.resize(Ostrum::ValidUtf8Prefix(text)); // the cut can split a character
-      row.push_back(text);
+      row += Field(text) + '\t';
     }
-    if (!options.json) Print(RowText(row));
+    row.pop_back();
+    if (!options.json) Print(row);
   }
   if (options.json) PrintJson(objects);
   if (isCut) PrintMessage(options.file, "a text may be cut: the queries read 259 bytes of each");

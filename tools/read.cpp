@@ -80,7 +80,7 @@ class Listing {
   // In JSON, what has no value has no entry beside those that have one.
   void AddLine(const std::string& line, bool hasValue, const std::string& value) {
     hasFound = true;
-    if (!options.json) return Print(hasValue ? RowText({line, value}) : line);
+    if (!options.json) return Print(hasValue ? line + '\t' + Field(value) : line);
     if (hasValue) members.emplace_back(line, value);
     if (!options.values) members.emplace_back(line, nullptr);
   }

@@ -3,6 +3,7 @@
 #ifndef TARVIK_TOOLS_SYSTEM_H
 #define TARVIK_TOOLS_SYSTEM_H
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,8 +14,6 @@
 // UTF-8 if there is no locale or it is "C"; on Windows UTF-8, into which arguments are converted.
 namespace console {
 
-enum class Stream { Output, Error };
-
 // Selects the character set, makes the standard streams binary, and keeps closed ones from being
 // opened as other files. Call it first.
 void Prepare();
@@ -24,10 +23,10 @@ std::vector<std::string> Arguments(int count, char** arguments);
 
 platform::FileName FileNameOf(const std::string& userText);
 
-bool IsTerminal(Stream stream) noexcept;
+bool IsTerminal(std::FILE* stream) noexcept;
 
 // Writes bytes as they are or, to a terminal, user text. A failure shows in std::ferror.
-void Write(Stream stream, std::string_view bytes);
+void Write(std::FILE* stream, std::string_view bytes);
 
 // Whether the file can be read from beginning to end only: a pipe or a character device.
 bool IsPipe(const platform::FileName& name);

@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <clocale>
 #include <csignal>
-#include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <system_error>
@@ -34,12 +33,10 @@ std::vector<std::string> Arguments(int count, char** arguments) {
 
 platform::FileName FileNameOf(const std::string& userText) { return userText; }
 
-bool IsTerminal(Stream stream) noexcept {
-  return isatty(stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO) != 0;
-}
+bool IsTerminal(std::FILE* stream) noexcept { return isatty(fileno(stream)) != 0; }
 
-void Write(Stream stream, std::string_view bytes) {
-  std::fwrite(bytes.data(), 1, bytes.size(), stream == Stream::Output ? stdout : stderr);
+void Write(std::FILE* stream, std::string_view bytes) {
+  std::fwrite(bytes.data(), 1, bytes.size(), stream);
 }
 
 bool IsPipe(const platform::FileName& name) {

@@ -21,13 +21,12 @@
 namespace console {
 namespace {
 
-HANDLE HandleOf(Stream stream) noexcept {
-  return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
-}
-
-bool IsConsole(HANDLE handle) {
+// Null if the stream leads elsewhere.
+HANDLE ConsoleOf(std::FILE* stream) noexcept {
+  const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stream)));
   DWORD mode = 0;
-  return GetConsoleMode(handle, &mode) != 0;
+  if (!GetConsoleMode(handle, &mode)) return nullptr;
+  return handle;
 }
 
 } // namespace
@@ -58,14 +57,12 @@ platform::FileName FileNameOf(const std::string& userText) {
   return platform::AbsoluteFileName(userText.c_str(), Ostrum::WideFromUtf8(userText).c_str());
 }
 
-bool IsTerminal(Stream stream) noexcept {
-  DWORD mode = 0;
-  return GetConsoleMode(HandleOf(stream), &mode) != 0;
-}
+bool IsTerminal(std::FILE* stream) noexcept { return ConsoleOf(stream) != nullptr; }
 
-void Write(Stream stream, std::string_view bytes) {
-  if (!IsTerminal(stream)) {
-    std::fwrite(bytes.data(), 1, bytes.size(), stream == Stream::Output ? stdout : stderr);
+void Write(std::FILE* stream, std::string_view bytes) {
+  const HANDLE console = ConsoleOf(stream);
+  if (console == nullptr) {
+    std::fwrite(bytes.data(), 1, bytes.size(), stream);
     return;
   }
   constexpr std::size_t maxPart = 8192; // in units of UTF-16
@@ -73,7 +70,7 @@ void Write(Stream stream, std::string_view bytes) {
   DWORD written = 1;
   for (std::size_t done = 0; done < text.size() && written > 0; done += written) {
     const auto part = static_cast<DWORD>(std::min(text.size() - done, maxPart));
-    if (!WriteConsoleW(HandleOf(stream), text.data() + done, part, &written, nullptr)) return;
+    WriteConsoleW(console, text.data() + done, part, &written, nullptr);
   }
 }
 

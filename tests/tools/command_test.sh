@@ -410,8 +410,10 @@ sets=() gets=()
 for i in {1..200}; do sets+=("item[@k='v$((i * 450))']/x" "$i" "item[$((i * 450 + 1))]/x" "$i"); done
 for i in {1..10000}; do gets+=("item[$i]/x"); done
 TIMEFORMAT='%U'
-for job in sets gets; do
+{ printf '{'; printf '"item[%d]/x/@k": 1, ' {1..30000}; echo '"@n": 1}'; } >many.json
+for job in attributes sets gets; do
   case $job in
+    attributes) seconds=$( { time "${command[@]}" set items.xml --from many.json 2>err; } 2>&1) ;;
     sets) seconds=$( { time "${command[@]}" set items.xml "${sets[@]}"; } 2>&1) ;;
     gets) seconds=$( { time "${command[@]}" get items.xml "${gets[@]}" >out; } 2>&1) ;;
   esac
