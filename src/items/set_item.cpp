@@ -80,7 +80,7 @@ void SetAndSave(SetRequest request, XmlFileRecord& record) {
   auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
   // Add first, so that running out of memory while the document is changed cannot lose a change.
   const SetRequest& added = waiting.Add(std::move(request));
-  ElementMap::KeyChain key(*record.elementMap, added.longestKey);
+  ElementMap::KeyChain key(*record.elementMap, added.maxKeyLength);
   ApplyRequest(added, std::move(found), &key);
   record.file->Save(*record.document, waiting);
 }

@@ -53,7 +53,7 @@ SetText ElementName(std::string given) {
   throw InvalidElementName("an element's name is empty or not a valid XML name");
 }
 
-// Returns the text before the first separator and moves rest behind it; if there is none, returns
+// Returns the text before the first separator and moves rest after it; if there is none, returns
 // all and sets rest to null.
 std::string Cut(const char*& rest, char separator) {
   assert(rest != nullptr);
@@ -95,14 +95,14 @@ SetRequest ParseSetRequest(const XmlFileRecord& record, const char* path, const 
     if (rest.empty()) throw std::invalid_argument("the item has no name");
     request.text = Value(value).utf8;
   }
-  request.longestKey = rest.size();
+  request.maxKeyLength = rest.size();
   request.steps.emplace_back();
   const char* next = rest.c_str();
   if (rest.empty()) next = nullptr;
   while (next != nullptr) request.steps.push_back(Step(Cut(next, '\\')));
   if (std::string_view(itemType) == "ATTRIBUTE" && *itemName != '\0' && *value != '\0') {
     request.steps.back().attributes.push_back(Attribute(itemName, value));
-    request.longestKey += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");
+    request.maxKeyLength += std::strlen(itemName) + std::strlen(value) + std::strlen("&=");
   }
   return request;
 }

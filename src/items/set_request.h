@@ -33,7 +33,7 @@ struct SetStep {
 struct SetRequest {
   std::vector<SetStep> steps;      // from the root, which is always there
   std::optional<std::string> text; // for the last step's element, in UTF-8
-  std::size_t longestKey = 0;      // the length of the longest key that can be added to the map
+  std::size_t maxKeyLength = 0;      // the length of the longest key that can be added to the map
 };
 
 class InvalidElementName : public std::invalid_argument {

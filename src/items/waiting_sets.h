@@ -19,7 +19,7 @@ void RequireAllowed(const SetRequest& request, const Ostrum::Document& document,
                     const StepElements& found);
 
 // Makes the changes and returns the elements of all steps. If a key is given, which must be empty
-// and have room for request.longestKey bytes, enters created elements and elements whose attributes
+// and have room for request.maxKeyLength bytes, enters created elements and elements whose attributes
 // are set into the key's map under their paths. Throws std::bad_alloc; changes made until then
 // remain. REQUIRES: the request is allowed.
 StepElements ApplyRequest(const SetRequest& request, StepElements found, ElementMap::KeyChain* key);

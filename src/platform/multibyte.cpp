@@ -14,7 +14,7 @@ namespace {
 using CodePoint = std::uint32_t;
 
 // In bytes. Some C libraries also accept five or six, which are not valid UTF-8.
-constexpr std::size_t longestCharacter = 4;
+constexpr std::size_t maxCharacterLength = 4;
 
 constexpr CodePoint asciiEnd = 0x80;
 // Invalid bytes get values above all characters, so that each is equal to itself only.
@@ -30,12 +30,12 @@ Character FirstOfUtf8(std::string_view text) noexcept {
   return {length, character};
 }
 
-// The length is above longestCharacter if the text does not begin with a valid character.
+// The length is above maxCharacterLength if the text does not begin with a valid character.
 Character FirstOfLocale(std::string_view text) noexcept {
   wchar_t wide = 0;
   std::mbstate_t state{};
   const std::size_t length =
-      std::mbrtowc(&wide, text.data(), std::min(text.size(), longestCharacter), &state);
+      std::mbrtowc(&wide, text.data(), std::min(text.size(), maxCharacterLength), &state);
   return {length, static_cast<CodePoint>(wide)};
 }
 
@@ -45,7 +45,7 @@ Character FirstOf(std::string_view text, Charset charset) noexcept {
   const auto byte = static_cast<unsigned char>(text.front());
   if (charset.plain != PlainText::None && byte < asciiEnd) return {1, byte};
   const Character first = charset.isForcedUtf8 ? FirstOfUtf8(text) : FirstOfLocale(text);
-  if (first.length == 0 || first.length > longestCharacter) return {1, beyondCharacters + byte};
+  if (first.length == 0 || first.length > maxCharacterLength) return {1, beyondCharacters + byte};
   return first;
 }
 
@@ -65,9 +65,9 @@ std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset ch
 
 // The length in bytes of the whole characters that fit into `count` bytes.
 std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
-  // One more character shows whether the last one that fits is whole. Most texts fit, so the
+  // One more character shows whether the last one that fits is whole. Most strings fit, so the
   // charset is not needed.
-  const std::size_t length = strnlen(source, count + longestCharacter);
+  const std::size_t length = strnlen(source, count + maxCharacterLength);
   return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
 }
 

@@ -15,9 +15,9 @@ namespace platform {
 //
 // All handle multibyte characters of the current character set (platform/charset.h): a search never
 // matches in the middle of a character, and a copy never splits one. A byte that does not begin a
-// valid character counts as a character. In forced UTF-8, letter case folds in ASCII alone.
+// valid character counts as a character. In forced UTF-8, case folds in ASCII alone.
 
-// Compares whole texts, case-sensitively. Returns a number less than, equal to or greater than 0.
+// Compares whole strings, case-sensitively. Returns a number less than, equal to or greater than 0.
 int MbsCompare(const char* left, const char* right) noexcept;
 // The same, ignoring case; the second compares at most `count` bytes of each.
 int MbsCompareNoCase(const char* left, const char* right) noexcept;

@@ -100,7 +100,7 @@ std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, 
 
 // The walk over all pairs of equal branch, one pair a call. Each level's place in the position is
 // where the next call's look begins: the package and detection entry of the pair found, and the
-// language package behind it.
+// language package after it.
 class DetectionWalk {
  public:
   DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
@@ -168,7 +168,7 @@ class DetectionWalk {
 
 // Looks through the groups of a path for the first, from position on (counted from 1), whose item
 // is the wanted text; a null text matches none. On entry group holds the parent's ID, on return the
-// ID of the group found, or what the search that ended gave. position moves behind the last group
+// ID of the group found, or what the search that ended gave. position moves past the last group
 // tried. Gives XmlSuccess when found, else the code of the call that ended the search: XmlNotFound
 // when the groups ran out or one lacks the item.
 std::uint32_t FindGroupByItemValue(const OpenDocument& document, const char* path, QueryText& group,

@@ -1,5 +1,5 @@
 // How the queries reach an open document: by the exported functions, as any caller would, with
-// texts of fixed size.
+// buffers of fixed size.
 #ifndef TARVIK_QUERIES_OPEN_DOCUMENT_H
 #define TARVIK_QUERIES_OPEN_DOCUMENT_H
 
@@ -13,8 +13,8 @@
 #include "tarvik/tarvik.h"
 #include "text/charset_scope.h"
 
-// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; what stands behind
-// the zero is not cleared.
+// A value or a group ID: at most 259 bytes and a terminating zero. Starts empty; bytes after
+// the zero are not cleared.
 class QueryText {
  public:
   static constexpr std::uint32_t size = 260;

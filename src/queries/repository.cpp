@@ -12,8 +12,7 @@
 
 namespace {
 
-// Appends an entry of these two texts. False, files being as it was, when a standard exception
-// prevents it.
+// Appends an entry. False, with files unchanged, if a standard exception prevents it.
 bool AddFileListEntry(std::vector<FileListEntry>& files, const char* name, const char* hash) try {
   files.push_back({name, hash});
   return true;

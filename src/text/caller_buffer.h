@@ -1,4 +1,4 @@
-// Storing texts in buffers of fixed capacity, cut to fit.
+// Storing strings in buffers of fixed capacity, truncated to fit.
 #ifndef TARVIK_TEXT_CALLER_BUFFER_H
 #define TARVIK_TEXT_CALLER_BUFFER_H
 
@@ -12,8 +12,8 @@
 #include <string_view>
 
 // Joins the pieces in buffer, never beyond capacity, always terminated (nothing is written when
-// capacity is 0); what stands behind the terminating zero stays. A single piece may lie in the
-// buffer itself. Returns the number of bytes stored, negative when the text was cut.
+// capacity is 0); bytes after the terminating zero stay. A single piece may lie in the
+// buffer itself. Returns the number of bytes stored, negative if the text was truncated.
 inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
                           std::initializer_list<std::string_view> pieces) noexcept {
   if (capacity == 0) return -1;
@@ -38,7 +38,7 @@ class CallerBuffer {
 
   bool IsWanted() const noexcept { return text != nullptr && capacity > 0; }
   std::uint32_t Capacity() const noexcept { return capacity; }
-  // Stores the answer, cut to capacity - 1 bytes. Without a buffer, nothing. An argument may lie in
+  // Stores the answer, truncated to capacity - 1 bytes. Without a buffer, nothing. An argument may lie in
   // the buffer.
   void Store(std::string_view answer) const noexcept {
     if (IsWanted()) FormatToBuffer(text, capacity, {answer});

@@ -40,7 +40,7 @@ static_assert(Plain(LogKind::Detail) == CorekitDetail && Plain(LogKind::Error) =
 
 const wchar_t* OrEmpty(const wchar_t* text) noexcept { return text != nullptr ? text : L""; }
 
-// Null texts reach the sink as empty ones.
+// Null strings reach the sink as empty ones.
 void HandToSink(LogKind kind, const wchar_t* component, const wchar_t* text) noexcept {
   if (!LogIsOn()) return;
   const Receiver current = CurrentReceiver();

@@ -64,13 +64,13 @@ void AppendDigits(KString& line, Number number) noexcept {
 // Makes room for `more` characters and the terminating zero. On failure returns false and ends the
 // line, since nothing may be appended after a gap.
 bool KString::Reserve(std::size_t more) noexcept {
-  constexpr std::size_t mostCharacters =
+  constexpr std::size_t maxCharacters =
       std::numeric_limits<std::size_t>::max() / 4 / sizeof(wchar_t);
   constexpr std::size_t firstCapacity = 128;
   if (more < capacity - length) return true;
 
   live = false;
-  if (more >= mostCharacters - length) return false;
+  if (more >= maxCharacters - length) return false;
   // Doubled, so that a line of many pieces is copied only a few times.
   const std::size_t newCapacity = std::max({firstCapacity, capacity * 2, length + more + 1});
   auto* const grown = static_cast<wchar_t*>(std::realloc(line, newCapacity * sizeof(wchar_t)));

@@ -50,9 +50,9 @@ const unsigned char* Bytes(const char* bytes) noexcept {
 // Passes source through the cipher in pieces, since lengths are of type int there. With a null
 // target, only authenticates it.
 void Update(EVP_CIPHER_CTX* context, char* target, std::string_view source) {
-  constexpr std::size_t longestPiece = std::size_t{1} << 30;
+  constexpr std::size_t maxPieceSize = std::size_t{1} << 30;
   while (!source.empty()) {
-    const std::size_t piece = std::min(source.size(), longestPiece);
+    const std::size_t piece = std::min(source.size(), maxPieceSize);
     int written = 0;
     Require(EVP_CipherUpdate(context, Bytes(target), &written, Bytes(source.data()),
                              static_cast<int>(piece)) == 1);

@@ -135,7 +135,7 @@ std::size_t EncodingTable::Convert(std::string_view bytes, std::string& utf8) {
   return position;
 }
 
-// The name in upper case, cut to a length that no encoding's name exceeds.
+// The name in upper case, truncated to a length that no encoding's name exceeds.
 std::string Folded(std::string_view name) {
   std::string folded(name.substr(0, 40));
   for (char& it : folded) it = it >= 'a' && it <= 'z' ? static_cast<char>(it - 'a' + 'A') : it;

@@ -24,18 +24,18 @@ constexpr std::size_t maxChunk = std::size_t{1} << 29;
 
 // The parser expands entities within entities by recursion, parameter entities too. A document with
 // more of them than this could nest them so deep that the stack overflows.
-constexpr std::size_t mostNestedEntities = 1'000;
+constexpr std::size_t maxNestedEntities = 1'000;
 
 // The parser looks at each attribute declared for an element whenever such an element begins, and
 // whenever another is declared for it. How many times it may do so for each byte of the source,
 // beyond a first million.
-constexpr std::uint64_t mostLooksPerByte = 32;
-constexpr std::uint64_t looksForFree = 1'000'000;
+constexpr std::uint64_t maxLooksPerByte = 32;
+constexpr std::uint64_t freeLooks = 1'000'000;
 
 // What entities and declared defaults may add to the index: so many bytes, or so many times the
 // source.
-constexpr std::uint64_t expansionForFree = 8'000'000;
-constexpr std::uint64_t mostExpansion = 20;
+constexpr std::uint64_t freeExpansion = 8'000'000;
+constexpr std::uint64_t maxExpansion = 20;
 
 // Whether an entity's text refers to another entity. sign: '&', or '%' for parameter entities. A
 // reference to a character or to a predefined entity expands nothing.
@@ -190,7 +190,7 @@ class Indexer {
   }
 
   void CountIfNested(std::string_view text, char reference) noexcept {
-    if (RefersToEntity(text, reference) && ++nestedEntities > mostNestedEntities)
+    if (RefersToEntity(text, reference) && ++nestedEntities > maxNestedEntities)
       Refuse(TOO_MANY_ENTITIES);
   }
 
@@ -216,7 +216,7 @@ class Indexer {
 
   void CountLooks(std::size_t looks) noexcept {
     declarationsMet += looks;
-    if (declarationsMet > looksForFree + mostLooksPerByte * data.fileSize)
+    if (declarationsMet > freeLooks + maxLooksPerByte * data.fileSize)
       Refuse(TOO_MANY_DECLARATIONS);
   }
 
@@ -224,7 +224,7 @@ class Indexer {
     const std::uint64_t addressable = UINT32_MAX - data.fileSize; // by offsets into the source
     expansion += bytes;
     if (expansion >
-        std::min(std::max(expansionForFree, mostExpansion * data.fileSize), addressable))
+        std::min(std::max(freeExpansion, maxExpansion * data.fileSize), addressable))
       Refuse(TOO_MUCH_EXPANSION);
   }
 
