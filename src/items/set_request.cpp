@@ -1,3 +1,5 @@
+// Parsing a call of SetXMLItem. All that can be refused without a document is refused here, before
+// anything is changed.
 #include "items/set_request.h"
 
 #include <cassert>

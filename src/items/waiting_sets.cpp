@@ -1,3 +1,6 @@
+// Applying requests. The own document and another program's version of the file go through the same
+// functions; only finding the elements differs: by the caller's path in the former, by whole name
+// and number in the latter.
 #include "items/waiting_sets.h"
 
 #include <cassert>

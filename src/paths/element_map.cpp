@@ -1,3 +1,5 @@
+// The map holds a few thousand short keys that are asked for in small groups again and again. So
+// the last hits are tried first, and a search that misses gives its hash to the insertion.
 #include "paths/element_map.h"
 
 #include <cassert>

@@ -1,3 +1,5 @@
+// Taking paths apart. The functions here and their log lines are called in a fixed order, which
+// callers can see in the trace.
 #include "paths/item_path.h"
 
 #include <cassert>

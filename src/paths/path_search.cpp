@@ -1,3 +1,5 @@
+// The question is converted, not the document. Whether that gives the same answer as converting
+// every child depends on the question alone; only log lines that are due can demand a walk.
 #include "paths/path_search.h"
 
 #include <cassert>

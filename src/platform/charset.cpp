@@ -1,3 +1,4 @@
+// What a character set can do is found out by trying, since its name says nothing reliable.
 #include "platform/charset.h"
 
 #include <algorithm>

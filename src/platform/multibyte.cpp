@@ -1,3 +1,5 @@
+// Strings in the character set of the current call. Single bytes decide wherever they can; only in
+// character sets whose second bytes look like ASCII are characters walked one by one.
 #include <algorithm>
 #include <cassert>
 #include <cstring>

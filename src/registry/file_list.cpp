@@ -1,3 +1,5 @@
+// The list of records. It is short, and new records stand last, so a search is a walk from the
+// front; of two records with one cookie the older is meant.
 #include "registry/file_list.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Opening and closing. A record enters the list when nothing can fail any more; until then its
+// owner here reclaims it, whatever goes wrong.
 #include <cassert>
 #include <chrono>
 #include <list>

@@ -1,3 +1,5 @@
+// Conversions by the platform's functions, or in a call in UTF-8 by the document library's. Both
+// measure first, because the results are arrays of exactly the converted length.
 #include "text/convert.h"
 
 #include <algorithm>

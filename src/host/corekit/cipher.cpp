@@ -1,3 +1,5 @@
+// The file cipher: only the layout of an encrypted file stands here. The encryption itself is the
+// system's, and whatever it cannot do is a refusal, never a weaker way.
 #include <algorithm>
 #include <array>
 #include <cassert>

@@ -1,3 +1,5 @@
+// Building log lines. Nothing here may throw: a line that cannot grow ends where the memory ended,
+// since a handler of another failure may be what logs it.
 #include <algorithm>
 #include <cassert>
 #include <charconv>

@@ -1,3 +1,5 @@
+// Parsing: the plain reader first, then Expat for whatever that does not know. The source moves
+// from one to the other, so that the text is held once.
 #include "host/ostrumxml/document.h"
 
 #include <algorithm>

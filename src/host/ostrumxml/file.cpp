@@ -1,3 +1,6 @@
+// Reading a document's file and saving it. A save decides under the file's lock, and only from what
+// it finds there: whether to write its own text, to merge, or to wait for another program. The lock
+// is given back for every wait, because the other program may need it to finish.
 #include "host/ostrumxml/file.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// Access lists as the kernel stores them, in the extended attribute. Access is only ever reduced
+// when it cannot be given exactly: whatever this process may not set, nobody gets.
 #include "platform/linux/access.h"
 
 #include <endian.h>

@@ -1,3 +1,5 @@
+// The locale's character set, asked for at every call: programs change their locale at any time,
+// also on other threads.
 #include "platform/charset.h"
 
 #include <langinfo.h>

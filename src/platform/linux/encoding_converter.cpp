@@ -1,3 +1,5 @@
+// Encodings by iconv, one character at a time. Its state is reset before and flushed after each, so
+// that a character never depends on the one before.
 #include "platform/encoding_converter.h"
 
 #include <iconv.h>

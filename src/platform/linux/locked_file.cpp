@@ -1,3 +1,5 @@
+// Replacing a file under a lock. The lock belongs to the file, not to its name, and every save puts
+// another file in its place. So once the lock is held the name is looked up again.
 #include <linux/limits.h>
 
 #include <cassert>

@@ -1,3 +1,5 @@
+// Reading files, and what identifies a version of one. Opening never blocks on a pipe or a device,
+// which could take forever.
 #include <algorithm>
 #include <chrono>
 #include <thread>

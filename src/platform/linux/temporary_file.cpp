@@ -1,3 +1,6 @@
+// The new file of a save. It has no name while it is written, where the system allows that, so a
+// process that is killed leaves nothing behind. Every removal and rename by name first checks that
+// the name still leads to this file.
 #include "platform/linux/temporary_file.h"
 
 #include <cassert>

@@ -1,3 +1,5 @@
+// Access lists in the system's own form. They are read, compared and written whole; what their
+// entries mean is the system's business.
 #include "platform/windows/access.h"
 
 #include <cassert>

@@ -1,3 +1,4 @@
+// AES-256-GCM by the system's CNG, in the same layout as on Linux.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <bcrypt.h>

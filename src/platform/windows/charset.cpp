@@ -1,3 +1,5 @@
+// The character set of the C runtime's locale, by the system's conversions instead of the runtime's
+// own, which replace characters by similar ones.
 #include "platform/charset.h"
 
 #include <locale.h>

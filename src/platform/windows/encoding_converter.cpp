@@ -1,3 +1,4 @@
+// Encodings by code pages, one character at a time, independently of the locale.
 #include "platform/encoding_converter.h"
 
 #include <windows.h>

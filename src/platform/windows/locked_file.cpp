@@ -1,3 +1,5 @@
+// Replacing a file under a lock. The lock is a mutex named after the file's final path, since a
+// lock on the file itself would keep other programs from reading it.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <sddl.h>

@@ -1,3 +1,5 @@
+// Reading files, and what identifies a version of one. Another program may hold a file for a
+// moment, so opening and reading are tried again for a while.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <winternl.h>

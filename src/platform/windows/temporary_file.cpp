@@ -1,3 +1,5 @@
+// The new file of a save. Until its content is on the disk it is marked to be deleted when it is
+// closed, so a process that is killed leaves nothing behind.
 #include "platform/windows/temporary_file.h"
 
 #include <cassert>

@@ -1,3 +1,5 @@
+// From a file's bytes to UTF-8. The byte-order mark decides, then the declaration. Where both speak
+// they must agree: a guess would turn into wrong text that nobody notices.
 #include "host/ostrumxml/read/decode.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// The index from Expat's events. Expat judges, and this adds only what it cannot know: bounds on
+// the work that a small document may cause, and the places of elements whose tags stand in an
+// entity's text, for which Expat reports no more than the reference.
 #include "host/ostrumxml/read/indexer.h"
 
 #include <algorithm>

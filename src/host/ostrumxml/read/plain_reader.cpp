@@ -1,3 +1,6 @@
+// The plain reader. It accepts less than XML allows, and nothing else: whenever a rule is not
+// checked completely here, the answer must be "unknown". The zero after the source ends every loop,
+// so single bytes need no test against the end.
 #include "host/ostrumxml/read/plain_reader.h"
 
 #include <algorithm>

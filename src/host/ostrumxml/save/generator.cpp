@@ -1,3 +1,5 @@
+// From the changes of a document to its new text. Every change becomes an edit of the source, and
+// what no edit touches is copied, so an untouched byte cannot come out different.
 #include "host/ostrumxml/save/generator.h"
 
 #include <algorithm>
