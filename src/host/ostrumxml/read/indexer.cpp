@@ -226,8 +226,7 @@ class Indexer {
   void CountExpansion(std::size_t bytes) noexcept {
     const std::uint64_t addressable = UINT32_MAX - data.fileSize; // by offsets into the source
     expansion += bytes;
-    if (expansion >
-        std::min(std::max(freeExpansion, maxExpansion * data.fileSize), addressable))
+    if (expansion > std::min(std::max(freeExpansion, maxExpansion * data.fileSize), addressable))
       Refuse(TOO_MUCH_EXPANSION);
   }
 
