@@ -113,6 +113,21 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
     EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
 }
 
+// Into a small buffer, without a sink, only the beginning of a value is converted.
+TEST(ReadItem, JudgesTheWholeValueButConvertsItsBeginning) {
+  const std::string umlauts = Repeat("\u00e4", 40);
+  const TestDocument document("<R k='" + umlauts + "' l='" + umlauts + "\u4e2d'><A>" + umlauts +
+                              "</A><B>" + umlauts + "\u4e2d</B></R>");
+  const LocaleGuard locale(hasUtf8 ? "ISO-8859-1" : ".1252");
+  const std::string answer = "0 " + std::string(15, '\xe4');
+  for (int round = 0; round < 2; ++round) { // that the first was accepted is remembered
+    EXPECT_EQ(document.Read({"R", "A"}), answer);
+    EXPECT_EQ(document.Read({"R", "R", "k"}), answer);
+    EXPECT_EQ(document.Read({"R", "B"}), "34 untouched");
+    EXPECT_EQ(document.Read({"R", "R", "l"}), "34 untouched");
+  }
+}
+
 // What a set does to a file. Whole files are compared, so everything else must be unchanged.
 const struct {
   const char *before, *path, *item, *type, *value, *after;
