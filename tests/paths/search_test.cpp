@@ -126,6 +126,7 @@ TEST(Search, FindsWhatAWalkFindsInEveryCharacterSet) {
         if (step % 20 == 0) parent.AddElementInto(random.Any(names));
         Element changed = parent.NthChild(NameMatch::Prefix, "", 1 + random.Below(20));
         if (step % 30 == 0 && !changed.IsNull()) changed.SetAttribute("k", random.Any(values));
+        if (step % 30 == 15 && !changed.GetAttribute("k").IsNull()) changed.RemoveAttribute("k");
       }
     }
   }

@@ -1,0 +1,103 @@
+// Finding children by their index, as a walk over all of them would.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <span>
+
+#include "ostrumxml/parsed_document.h"
+#include "support/text.h"
+
+namespace {
+
+using Ostrum::ChildQuery;
+using Ostrum::Element;
+using Ostrum::NameMatch;
+
+bool IsAskedFor(const Element& child, const ChildQuery& query) {
+  const std::string_view name = child.GetName();
+  const bool isWhole = name == query.name;
+  if (!name.starts_with(query.name) || (query.match == NameMatch::Exact && !isWhole)) return false;
+  if (!isWhole && !query.filter.Accepts(name)) return false;
+  if (!query.attribute) return true;
+  const Ostrum::Attribute attribute = child.GetAttribute(*query.attribute);
+  if (attribute.IsNull() || !query.valueBegin) return !attribute.IsNull();
+  const std::string value = attribute.GetValue();
+  return value.starts_with(*query.valueBegin) && query.filter.Accepts(value);
+}
+
+Element Walk(const Element& parent, ChildQuery query) {
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    if (IsAskedFor(child, query) && --query.n == 0) return child;
+  }
+  return {};
+}
+
+TEST(Children, AreThoseThatAWalkFinds) {
+  const Ostrum::TextFilter filters[] = {
+      {}, {1, [](std::string_view text) { return text.find('2') == text.npos; }}};
+  std::string markup;
+  for (std::size_t i = 0; i < 150; ++i) {
+    const std::string name(Split("a|a2|ab|b")[i * 7 % 4]), value = std::to_string(i * 37 % 50);
+    markup += "<" + name + (i % 3 != 0 ? " k='&#49;" + value + "'" : "") +
+              (i % 5 != 0 ? " m='" + value + "'" : "") + "/>";
+  }
+  const Parsed parsed("<r>" + markup + "</r>");
+  const Element parent = parsed.At("");
+  for (const std::string_view name : Split("a|ab||b2")) {
+    for (const NameMatch match : {NameMatch::Exact, NameMatch::Prefix}) {
+      for (const Ostrum::TextFilter& filter : filters) {
+        for (std::uint32_t n : {1U, 9U, 200U}) {
+          ChildQuery query{.match = match, .name = name, .n = n, .filter = filter};
+          EXPECT_EQ(parent.FindChild(query), Walk(parent, query));
+          for (const char* const attribute : {"k", "m", "none"}) {
+            query.attribute = attribute;
+            EXPECT_EQ(parent.FindChild(query), Walk(parent, query));
+          }
+        }
+        for (const char* const attribute : {"k", "m", "none"}) {
+          for (const char* const begin : {"", "1", "14", "3", "x"}) {
+            const ChildQuery query{.match = match,
+                                   .name = name,
+                                   .attribute = attribute,
+                                   .valueBegin = begin,
+                                   .filter = filter};
+            EXPECT_EQ(parent.FindChild(query), Walk(parent, query)) << name << attribute << begin;
+          }
+        }
+      }
+    }
+  }
+}
+
+// Attributes that all children have, in turn; then others than those that the index has lists for;
+// then more in turn than it has room for.
+TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
+  std::vector<std::string> shared, absent;
+  std::string tag = "<a";
+  for (int i = 0; i < 20; ++i) tag += " " + shared.emplace_back("x" + std::to_string(i)) + "=''";
+  for (int i = 0; i < 64; ++i) absent.push_back("y" + std::to_string(i));
+  constexpr std::uint32_t count = 10'000;
+  const Parsed parsed("<r>" + Repeat(tag + "/>", count) + Repeat("<b k=''/><b/>", count) + "</r>");
+  const Element parent = parsed.At("");
+  const auto start = std::chrono::steady_clock::now();
+  const auto find = [&](ChildQuery query, const std::string& attribute) {
+    query.attribute = attribute;
+    return !parent.FindChild(query).IsNull();
+  };
+  for (std::uint32_t n = 1; n <= count; ++n) {
+    for (const std::string& each : shared) ASSERT_TRUE(find({NameMatch::Exact, "a", n}, each));
+  }
+  for (const std::string& each : absent) ASSERT_FALSE(find({NameMatch::Exact, "b"}, each));
+  for (std::uint32_t n = 1; n <= count; ++n) ASSERT_TRUE(find({NameMatch::Exact, "b", n}, "k"));
+  for (int round = 0; round < 100; ++round) {
+    for (const char* const name : {"", "a"}) {
+      for (const std::string& each : std::span(shared).first(15)) {
+        ASSERT_TRUE(find({NameMatch::Prefix, name}, each));
+        ASSERT_TRUE(find({.match = NameMatch::Prefix, .name = name, .valueBegin = ""}, each));
+      }
+    }
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+} // namespace
