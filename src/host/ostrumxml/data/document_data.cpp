@@ -33,19 +33,19 @@ const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
   return &changes.at(element);
 }
 
-const AttributeDeclaration* DocumentData::FindDeclaration(std::string_view elementName,
-                                                          std::string_view attributeName) const {
+const AttributeDeclarations::value_type* DocumentData::FindDeclaration(
+    std::string_view elementName, std::string_view attributeName) const {
   const AttributeDeclarations* const declared = FindDeclarations(elementName);
   if (declared == nullptr) return nullptr;
   const auto entry = declared->find(attributeName);
   if (entry == declared->end()) return nullptr;
-  return &entry->second;
+  return &*entry;
 }
 
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,
                            std::string_view value) const {
-  const AttributeDeclaration* const declaration = FindDeclaration(elementName, attributeName);
-  return declaration == nullptr || !declaration->tokenized || FoldSpaces(value) == value;
+  const auto* const declared = FindDeclaration(elementName, attributeName);
+  return declared == nullptr || !declared->second.tokenized || FoldSpaces(value) == value;
 }
 
 } // namespace Ostrum

@@ -79,8 +79,9 @@ struct DocumentData {
     if (entry == declarations.end()) return nullptr;
     return &entry->second;
   }
-  const AttributeDeclaration* FindDeclaration(std::string_view elementName,
-                                              std::string_view attributeName) const;
+  // With the attribute's name.
+  const AttributeDeclarations::value_type* FindDeclaration(std::string_view elementName,
+                                                           std::string_view attributeName) const;
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName,
                std::string_view value) const;

@@ -12,13 +12,13 @@
 namespace Ostrum {
 namespace {
 
-// The entities that XML predefines.
-struct Entity {
+// The characters that are escaped, by the entities that XML predefines or as character references.
+struct Escaped {
   std::string_view name;
   char character;
 };
-constexpr Entity predefined[] = {
-    {"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
+constexpr Escaped escapes[] = {{"amp", '&'},   {"lt", '<'},  {"gt", '>'},   {"quot", '"'},
+                               {"apos", '\''}, {"#9", '\t'}, {"#10", '\n'}, {"#13", '\r'}};
 
 std::string Escape(std::string_view text, std::string_view special) {
   std::string escaped;
@@ -27,15 +27,9 @@ std::string Escape(std::string_view text, std::string_view special) {
     const std::size_t plain = text.find_first_of(special);
     escaped += text.substr(0, plain);
     if (plain == std::string_view::npos) return escaped;
-    const char character = text[plain];
-    const auto* const entity = std::ranges::find(predefined, character, &Entity::character);
-    escaped += '&';
-    if (entity != std::end(predefined)) {
-      escaped += entity->name;
-    } else {
-      escaped.append("#").append(std::to_string(character));
-    }
-    escaped += ';';
+    const auto* const escape = std::ranges::find(escapes, text[plain], &Escaped::character);
+    assert(escape != std::end(escapes));
+    escaped.append("&").append(escape->name).append(";");
     text.remove_prefix(plain + 1);
   }
 }
@@ -43,16 +37,17 @@ std::string Escape(std::string_view text, std::string_view special) {
 } // namespace
 
 bool IsPredefined(std::string_view entityName) noexcept {
-  return std::ranges::find(predefined, entityName, &Entity::name) != std::end(predefined);
+  assert(!entityName.starts_with('#'));
+  return std::ranges::find(escapes, entityName, &Escaped::name) != std::end(escapes);
 }
 
 void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit) {
   while (!raw.empty() && text.size() < limit) {
     const std::string_view part = raw.substr(0, limit - text.size());
-    const std::size_t lineEnd = part.find('\r');
-    text += part.substr(0, lineEnd);
-    raw.remove_prefix(std::min(lineEnd, part.size()));
-    if (lineEnd == std::string_view::npos) continue;
+    const std::string_view line = part.substr(0, part.find('\r'));
+    text += line;
+    raw.remove_prefix(line.size());
+    if (line.size() == part.size()) continue;
     text += '\n';
     raw.remove_prefix(raw.starts_with("\r\n") ? 2 : 1);
   }
@@ -61,8 +56,8 @@ void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit
 void AppendReference(std::string_view name, std::string& text) {
   assert(!name.empty());
   if (name.front() != '#') {
-    const auto* const entity = std::ranges::find(predefined, name, &Entity::name);
-    if (entity != std::end(predefined)) text += entity->character;
+    const auto* const entity = std::ranges::find(escapes, name, &Escaped::name);
+    if (entity != std::end(escapes)) text += entity->character;
     return;
   }
   name.remove_prefix(1);
@@ -77,20 +72,19 @@ void AppendReference(std::string_view name, std::string& text) {
 }
 
 std::string FoldSpaces(std::string_view value) {
-  std::string folded;
-  folded.reserve(value.size());
-  for (const char character : value) {
-    if (character == ' ' && (folded.empty() || folded.back() == ' ')) continue;
-    folded += character;
-  }
-  if (!folded.empty() && folded.back() == ' ') folded.pop_back();
+  std::string folded(value);
+  const auto areSpaces = [](char left, char right) { return left == ' ' && right == ' '; };
+  folded.erase(std::ranges::unique(folded, areSpaces).begin(), folded.end());
+  if (folded.starts_with(' ')) folded.erase(0, 1);
+  if (folded.ends_with(' ')) folded.pop_back();
   return folded;
 }
 
 std::string EscapeText(std::string_view text) { return Escape(text, "&<>\r"); }
 
 std::string EscapeAttribute(std::string_view value, char quote) {
-  return Escape(value, quote == '"' ? "&<\"\t\n\r" : "&<'\t\n\r");
+  assert(quote == '"' || quote == '\'');
+  return Escape(value, std::string("&<\t\n\r") + quote);
 }
 
 } // namespace Ostrum

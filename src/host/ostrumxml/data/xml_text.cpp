@@ -4,6 +4,7 @@
 #include <new>
 #include <string>
 
+#include "host/ostrumxml/data/byte_scan.h"
 #include "host/ostrumxml/data/utf8.h"
 #include "host/ostrumxml/expat/expat_parser.h"
 
@@ -28,11 +29,10 @@ bool IsXmlName(std::string_view text) {
 }
 
 bool IsXmlText(std::string_view text) noexcept {
-  const auto isControl = [](char unit) {
-    const auto byte = static_cast<unsigned char>(unit);
-    return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r';
+  const auto isControl = [](auto byte) {
+    return (byte < ' ') & (byte != '\t') & (byte != '\n') & (byte != '\r');
   };
-  if (std::any_of(text.begin(), text.end(), isControl)) return false;
+  if (LengthBefore(text, isControl) < text.size()) return false;
   if (IsAscii(text)) return true;
   return IsUtf8(text) && text.find("\xEF\xBF\xBE") == text.npos &&
          text.find("\xEF\xBF\xBF") == text.npos; // U+FFFE, U+FFFF

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <iterator>
-#include <memory_resource>
 #include <utility>
 
 #include "host/ostrumxml/nodes/child_matcher.h"
@@ -18,35 +17,6 @@ constexpr std::size_t maxEntriesPerChild = 16;
 
 // No caller asks for a value by a longer beginning, in bytes.
 constexpr std::size_t maxValueBegin = 259;
-
-// The beginnings of the children's values, sorted, equal ones in document order.
-class ValueTable {
- public:
-  // Throws std::bad_alloc.
-  void Add(const Attribute& attribute, std::uint32_t child) {
-    std::string_view begin = attribute.GetValue(scratch, maxValueBegin).substr(0, maxValueBegin);
-    if (begin.data() == scratch.data()) begin = Copy(begin);
-    entries.emplace_back(begin, child);
-  }
-
-  std::vector<std::uint32_t> SortedChildren() {
-    std::ranges::sort(entries);
-    std::vector<std::uint32_t> children(entries.size());
-    std::ranges::transform(entries, children.begin(),
-                           [](const auto& entry) { return entry.second; });
-    return children;
-  }
-
- private:
-  std::string_view Copy(std::string_view text) {
-    auto* const copy = static_cast<char*>(copies.allocate(text.size() + 1, 1));
-    return {copy, text.copy(copy, text.size())};
-  }
-
-  std::vector<std::pair<std::string_view, std::uint32_t>> entries;
-  std::pmr::monotonic_buffer_resource copies;
-  std::string scratch;
-};
 
 } // namespace
 
@@ -182,14 +152,22 @@ void ChildIndex::Fill(List& list, const ChildQuery& query, Range named) const {
   std::ranges::sort(list.numbers);
 }
 
+// Sorts by the beginnings of the values, equal ones in document order.
 void ChildIndex::FillByValue(List& list, ChildQuery query, Range named) const {
   query.valueBegin = ""; // whatever the value, if the filter accepts it
   ChildMatcher matcher(query);
-  ValueTable values;
+  std::vector<std::pair<std::string_view, std::uint32_t>> values;
+  std::deque<std::string> decoded; // the values that are not in the document as they are meant
+  std::string scratch;
   for (const std::uint32_t number : named) {
-    if (matcher.Matches(At(number))) values.Add(matcher.MatchedAttribute(), number);
+    if (!matcher.Matches(At(number))) continue;
+    const Attribute& attribute = matcher.MatchedAttribute();
+    std::string_view begin = attribute.GetValue(scratch, maxValueBegin).substr(0, maxValueBegin);
+    if (begin.data() == scratch.data()) begin = decoded.emplace_back(begin);
+    values.emplace_back(begin, number);
   }
-  list.numbers = values.SortedChildren();
+  std::ranges::sort(values);
+  for (const auto& [begin, number] : values) list.numbers.push_back(number);
   list.minima = RangeMinimum(list.numbers);
 }
 

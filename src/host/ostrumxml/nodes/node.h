@@ -106,12 +106,9 @@ class Element {
                         const TextFilter& filter) const;
 
   RawAttribute FindInTag(std::string_view name) const noexcept;
-  std::string_view AttributeValue(std::string_view name, std::string_view raw, std::string& scratch,
-                                  std::size_t limit) const;
 
   bool IsIndexed() const noexcept;
   ChildIndex& Index() const; // built if there is none
-  void AddToIndex(std::uint32_t newChild) noexcept;
   void DropIndex() noexcept;
   std::optional<Element> FindByIndex(const ChildQuery& query) const;
 
@@ -123,7 +120,8 @@ class Element {
   std::uint32_t number = 0;
 };
 
-// An attribute of an element. The null attribute has no name and no value.
+// An attribute of an element, valid until the document is changed. The null attribute has no name
+// and no value.
 class Attribute {
  public:
   Attribute() = default; // the null attribute
@@ -143,12 +141,15 @@ class Attribute {
 
  private:
   friend class Element;
-  Attribute(Element owner, std::string_view name, std::string_view raw) noexcept
-      : owner(owner), name(name), raw(raw) {}
+  // Where the text comes from. A tokenized value is folded, too.
+  enum class Form { Decoded, Raw, RawTokenized };
+  Attribute(Element owner, std::string_view name, std::string_view text, Form form) noexcept
+      : owner(owner), name(name), text(text), form(form) {}
 
   Element owner;
   std::string_view name;
-  std::string_view raw; // the value in the source; of null data if it is not there
+  std::string_view text; // the value, or how it is written in the source
+  Form form = Form::Decoded;
 };
 
 } // namespace Ostrum

@@ -1,4 +1,6 @@
 // Changing elements and attributes.
+#include <cassert>
+#include <new>
 #include <stdexcept>
 
 #include "host/ostrumxml/data/content_walker.h"
@@ -61,23 +63,18 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
   DocumentData& data = Data();
   if (!data.CanHold(GetName(), name, value))
     throw std::invalid_argument("the attribute's type can't carry these blanks");
-  if (GetAttribute(name).IsNull() && !IsXmlName(name))
-    throw std::invalid_argument("not an XML name");
-  const RawAttribute raw = FindInTag(name);
-  const bool isInTag = raw.name.data() != nullptr;
+  const Attribute present = GetAttribute(name);
+  if (present.IsNull() && !IsXmlName(name)) throw std::invalid_argument("not an XML name");
   std::string scratch;
   // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
-  if (isInTag && !HasTagOrUnknownEntity(data, raw.value) &&
-      AttributeValue(name, raw.value, scratch, std::string::npos) == value)
+  if (present.form != Attribute::Form::Decoded && !HasTagOrUnknownEntity(data, present.text) &&
+      present.GetValue(scratch) == value)
     return;
 
   document->acceptedValues.clear();
-  std::string text(value);
-  auto& attributes = data.ChangeOf(number).attributes;
-  const std::uint64_t order = data.attributesSet;
-  const auto set =
-      attributes.try_emplace(std::string(name), ElementChange::SetAttribute{{}, order}).first;
-  set->second.value = std::move(text);
+  const auto [set, isNew] = data.ChangeOf(number).attributes.try_emplace(
+      std::string(name), ElementChange::SetAttribute{std::string(value), data.attributesSet});
+  if (!isNew) set->second.value = value;
   ++data.attributesSet;
 }
 
@@ -109,7 +106,13 @@ Element Element::AddElementInto(std::string_view name) {
   data.elements[child].flags |= element_flags::created;
   ElementChange& change = data.ChangeOf(number);
   change.created.reserve(change.created.size() + 1);
-  AddToIndex(child);
+  if (IsIndexed()) {
+    try {
+      Index().Append(child);
+    } catch (const std::bad_alloc&) {
+      DropIndex(); // the next search builds it again
+    }
+  }
 
   if (const std::uint32_t last = LastChild()) data.elements[last].nextSibling = child;
   change.created.push_back(child);

@@ -37,16 +37,6 @@ ChildIndex& Element::Index() const {
   return index;
 }
 
-// If there is no memory for the new entry, drops the index; the next search builds it again.
-void Element::AddToIndex(std::uint32_t newChild) noexcept {
-  if (!IsIndexed()) return;
-  try {
-    Index().Append(newChild);
-  } catch (const std::bad_alloc&) {
-    DropIndex();
-  }
-}
-
 void Element::DropIndex() noexcept {
   document->childIndexes.erase(number);
   Data().elements[number].flags &= ~element_flags::childrenIndexed;

@@ -34,13 +34,6 @@ std::vector<RawAttribute> SortedAttributes(std::string_view tag) {
   return attributes;
 }
 
-RawAttribute FindSorted(const std::vector<RawAttribute>& attributes,
-                        std::string_view name) noexcept {
-  const auto place = std::ranges::lower_bound(attributes, name, {}, &RawAttribute::name);
-  if (place == attributes.end() || place->name != name) return {};
-  return *place;
-}
-
 // Inserts the white space before new children, which is text of their parent, too, as it will be
 // when the file is read again.
 void InsertLeads(const DocumentData& data, const ElementLayout& layout, const ElementChange& change,
@@ -84,26 +77,12 @@ std::string_view Element::GetValue(std::string& scratch, std::size_t limit) cons
 }
 
 std::string_view Attribute::GetValue(std::string& scratch, std::size_t limit) const {
-  if (IsNull()) return {};
-  return owner.AttributeValue(name, raw, scratch, limit);
-}
-
-std::string_view Element::AttributeValue(std::string_view name, std::string_view raw,
-                                         std::string& scratch, std::size_t limit) const {
-  const DocumentData& data = Data();
-  if (const ElementChange* const change = data.FindChange(number)) {
-    const auto set = change->attributes.find(name);
-    if (set != change->attributes.end()) return set->second.value;
-  }
-  const AttributeDeclaration* const declaration = data.FindDeclaration(GetName(), name);
-  if (raw.data() == nullptr) return declaration->value.value();
-
-  const bool isTokenized = declaration != nullptr && declaration->tokenized;
-  if (!isTokenized && NeedsNoDecoding(raw.substr(0, limit))) return raw.substr(0, limit);
-  if (isTokenized) limit = std::string::npos; // folding shortens it
+  if (form == Form::Decoded) return text;
+  if (form == Form::RawTokenized) limit = std::string::npos; // folding shortens it
+  if (form == Form::Raw && NeedsNoDecoding(text.substr(0, limit))) return text.substr(0, limit);
   scratch.clear();
-  TextReader(data, raw, Source::AttributeValue).AppendRest(scratch, limit);
-  if (isTokenized) scratch = FoldSpaces(scratch);
+  TextReader(owner.Data(), text, Source::AttributeValue).AppendRest(scratch, limit);
+  if (form == Form::RawTokenized) scratch = FoldSpaces(scratch);
   return scratch;
 }
 
@@ -117,26 +96,30 @@ RawAttribute Element::FindInTag(std::string_view name) const noexcept {
     auto index = document->tagIndexes.find(number);
     if (index == document->tagIndexes.end())
       index = document->tagIndexes.emplace(number, SortedAttributes(tag)).first;
-    return FindSorted(index->second, name);
+    const auto found = std::ranges::lower_bound(index->second, name, {}, &RawAttribute::name);
+    if (found == index->second.end() || found->name != name) return {};
+    return *found;
   } catch (const std::bad_alloc&) {
     return ScanTag(tag, name); // slower, but correct
   }
 }
 
 Attribute Element::GetAttribute(std::string_view name) const {
+  using Form = Attribute::Form;
   if (IsNull() || name.empty()) return {};
-  const RawAttribute raw = FindInTag(name);
-  if (raw.name.data() != nullptr) return {*this, raw.name, raw.value};
-  const DocumentData& data = Data();
-  if (const ElementChange* const change = data.FindChange(number)) {
+  if (const ElementChange* const change = Data().FindChange(number)) {
     const auto set = change->attributes.find(name);
-    if (set != change->attributes.end()) return {*this, set->first, {}};
+    if (set != change->attributes.end())
+      return {*this, set->first, set->second.value, Form::Decoded};
   }
-  const AttributeDeclarations* const declared = data.FindDeclarations(GetName());
-  if (declared == nullptr) return {};
-  const auto declaration = declared->find(name);
-  if (declaration == declared->end() || !declaration->second.value) return {};
-  return {*this, declaration->first, {}};
+  const AttributeDeclarations::value_type* const declared = Data().FindDeclaration(GetName(), name);
+  const RawAttribute raw = FindInTag(name);
+  if (raw.name.data() != nullptr) {
+    const bool isTokenized = declared != nullptr && declared->second.tokenized;
+    return {*this, raw.name, raw.value, isTokenized ? Form::RawTokenized : Form::Raw};
+  }
+  if (declared == nullptr || !declared->second.value) return {};
+  return {*this, declared->first, *declared->second.value, Form::Decoded};
 }
 
 std::vector<std::string_view> Element::AttributeNames() const {
@@ -178,27 +161,23 @@ void Element::RememberAccepted(std::string_view attributeName, std::size_t size,
   document->acceptedValues[{number, std::string(attributeName)}] = filter.id;
 }
 
-// Judges the text in parts, so that a long one from entities is not put together for that.
+// Judges the text piece by piece, so that a long one from entities is not put together for that.
 bool Element::IsValueAccepted(const TextFilter& filter) const {
   if (IsNull() || IsKnownAccepted({}, filter)) return true;
   if (Data().FindChange(number) != nullptr) return filter.Accepts(GetValue());
-  constexpr std::size_t partSize = 65'536;
-  std::string part;
-  std::size_t size = 0;
   bool isAccepted = true;
-  const auto judge = [&](std::size_t length) {
-    isAccepted = isAccepted && filter.Accepts(std::string_view(part).substr(0, length));
-    part.erase(0, length);
-    size += length;
-  };
+  std::size_t size = 0;
+  std::string text;
   ElementLayout(Data(), number).ForEachStretch([&](std::string_view stretch) {
     TextReader reader(Data(), stretch, Source::Content);
-    while (isAccepted && reader.AppendNext(part, std::string::npos)) {
-      // A piece can end inside a character.
-      if (part.size() >= partSize) judge(ValidUtf8Prefix(part));
+    while (isAccepted && reader.AppendNext(text, std::string::npos)) {
+      const std::size_t whole = ValidUtf8Prefix(text); // a piece can end inside a character
+      isAccepted = filter.Accepts(std::string_view(text).substr(0, whole));
+      text.erase(0, whole);
+      size += whole;
     }
+    assert(!isAccepted || text.empty());
   });
-  judge(part.size());
   if (isAccepted) RememberAccepted({}, size, filter);
   return isAccepted;
 }
