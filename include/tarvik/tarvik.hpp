@@ -219,7 +219,8 @@ class Group {
   // own name, have the same match for every n: the former has only one, the latter none.
   std::optional<Group> Open(const std::string& given, std::uint32_t n) const {
     const std::string path = Below(given);
-    if (path.empty()) return n == 1 ? std::optional(*this) : std::nullopt;
+    if (path.empty() && n > 1) return std::nullopt;
+    if (path.empty()) return *this;
     const bool maySelectItself = n == 1 && path.find('&') == std::string::npos;
     if ((n == 2 || maySelectItself) && Find(path, 0x7FFFFFFF)) return std::nullopt;
     // The "&" changes nothing but the ID: else the second Item1 and the twelfth Item shared theirs.

@@ -73,22 +73,15 @@ std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
   return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
 }
 
-// Whether a match of these bytes always consists of whole characters. In UTF-8, no part of a longer
-// character is ASCII.
-bool BytesAreEnough(std::string_view wanted, Charset charset) noexcept {
-  const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < asciiEnd; };
-  return charset.isSingleByte || wanted.empty() ||
-         (charset.plain == PlainText::Utf8 && isAscii(wanted.front()) && isAscii(wanted.back()));
-}
-
 enum class Hit { First, Last };
 
-const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit,
-                      Charset charset) noexcept {
+// The byte may also be a part of a longer character.
+const char* FindWhole(std::string_view text, char wanted, Hit hit, Charset charset) noexcept {
   const char* found = nullptr;
-  for (; !text.empty(); text.remove_prefix(FirstOf(text, charset).length)) {
-    if (!text.starts_with(wanted) || WholeCharacters(text, wanted.size(), charset) != wanted.size())
-      continue;
+  std::size_t length = 0;
+  for (; !text.empty(); text.remove_prefix(length)) {
+    length = FirstOf(text, charset).length;
+    if (length > 1 || text.front() != wanted) continue;
     found = text.data();
     if (hit == Hit::First) break;
   }
@@ -96,12 +89,12 @@ const char* FindWhole(std::string_view text, std::string_view wanted, Hit hit,
 }
 
 const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
-  const char* const byte =
-      hit == Hit::First ? std::strchr(text, wanted) : std::strrchr(text, wanted);
-  if (byte == nullptr || wanted == '\0') return byte;
   const Charset charset = CurrentCharset();
-  const std::string_view bytes(&wanted, 1);
-  return BytesAreEnough(bytes, charset) ? byte : FindWhole(text, bytes, hit, charset);
+  const bool isAscii = static_cast<unsigned char>(wanted) < asciiEnd;
+  const bool isWhole = charset.isSingleByte || (charset.plain == PlainText::Utf8 && isAscii);
+  if (!isWhole) return FindWhole(text, wanted, hit, charset);
+  if (hit == Hit::First) return std::strchr(text, wanted);
+  return std::strrchr(text, wanted);
 }
 
 // ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a
@@ -148,12 +141,6 @@ void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept 
   const std::size_t length = FittingBytes(source, count);
   std::memcpy(target, source, length);
   std::memset(target + length, 0, count - length);
-}
-
-const char* MbsFind(const char* text, const char* wanted) noexcept {
-  const Charset charset = CurrentCharset();
-  return BytesAreEnough(wanted, charset) ? std::strstr(text, wanted)
-                                         : FindWhole(text, wanted, Hit::First, charset);
 }
 
 const char* MbsFindChar(const char* text, char wanted) noexcept {

@@ -27,9 +27,7 @@ int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count
 // bytes with zeros. If source fills all of them, no terminating zero is added.
 void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
 
-// The first occurrence of a text, or the first or last of a single-byte character; null if there is
-// none.
-const char* MbsFind(const char* text, const char* wanted) noexcept;
+// The first or last occurrence of a single-byte character; null if there is none.
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 

@@ -68,7 +68,7 @@ std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& l
                                 DetectionInfo& info) {
   QueryText settings;
   std::uint32_t code = document.OpenGroup("ExtraSettings", language.Text(), settings);
-  if (code != XmlSuccess) return code == XmlNotFound ? std::uint32_t{XmlSuccess} : code;
+  if (code == XmlNotFound) return XmlSuccess;
 
   QueryText setting;
   for (std::uint32_t n = 1; code == XmlSuccess; ++n) {
@@ -236,5 +236,6 @@ std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_
   const DetectionKey key{branch, productId, packageType};
   DetectionGroups groups;
   const std::uint32_t code = FindGroups(document, key, groups);
-  return code == XmlSuccess ? Fill(document, groups, branch, &key, *info) : code;
+  if (code != XmlSuccess) return code;
+  return Fill(document, groups, branch, &key, *info);
 }

@@ -86,12 +86,14 @@ class OpenDocument {
     const bool namesRootAlone =
         path.starts_with(root.GetName()) && path.find('\\') == std::string_view::npos;
     const bool isRoot = namesRootAlone || record->elementMap->Find(group.Text()) == root;
-    return isRoot ? std::uint32_t{XmlNotFound} : code;
+    if (isRoot) return XmlNotFound;
+    return code;
   }
   static const XmlFileRecord* FindRecord(const XmlFileList* list, std::uint32_t cookie) noexcept {
     if (list == nullptr) return nullptr;
     const auto found = std::ranges::find(list->files, cookie, &XmlFileRecord::cookie);
-    return found == list->files.end() ? nullptr : &*found;
+    if (found == list->files.end()) return nullptr;
+    return &*found;
   }
   static void SetParent(const char* parent, QueryText& group) noexcept {
     assert(std::strlen(parent) < QueryText::size); // a group's ID, read into such a buffer

@@ -28,13 +28,15 @@ std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item,
   QueryText hash;
   code = document.Read(item.Text(), TextOf("Hash"), hash);
   if (code != XmlSuccess) return code;
-  return AddFileListEntry(files, name.Text(), hash.Text()) ? XmlSuccess : XmlFailure;
+  if (!AddFileListEntry(files, name.Text(), hash.Text())) return XmlFailure;
+  return XmlSuccess;
 }
 
 const char* LastComponent(const char* fileName) noexcept {
   const char* separator = platform::MbsFindLastChar(fileName, '/');
   if (separator == nullptr) separator = platform::MbsFindLastChar(fileName, '\\');
-  return separator != nullptr ? separator + 1 : fileName;
+  if (separator == nullptr) return fileName;
+  return separator + 1;
 }
 
 } // namespace
@@ -81,6 +83,6 @@ std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_
   const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;
-  *matches = platform::MbsCompareNoCase(LastComponent(record->fileName), fileName) == 0 ? 1 : 0;
+  *matches = platform::MbsCompareNoCase(LastComponent(record->fileName), fileName) == 0;
   return XmlSuccess;
 }

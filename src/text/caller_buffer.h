@@ -28,7 +28,8 @@ inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
   }
   assert(length < capacity);
   buffer[length] = '\0';
-  return isCut ? -1 : static_cast<int>(std::min<std::size_t>(length, INT_MAX));
+  if (isCut) return -1;
+  return static_cast<int>(std::min<std::size_t>(length, INT_MAX));
 }
 
 // A caller's buffer for a text: none at all when it is null or has no capacity.

@@ -45,7 +45,8 @@ auto FindEntry(List& list, int tag) noexcept {
     return le16toh(entry.e_tag) == tag;
   };
   const auto found = std::find_if(list.begin(), list.end(), hasTag);
-  return found == list.end() ? nullptr : &*found;
+  if (found == list.end()) return decltype(&*found){};
+  return &*found;
 }
 
 std::vector<posix_acl_xattr_entry> ReadAccessList(int file) {
@@ -154,7 +155,8 @@ bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
   }
   bool isMember = false;
   const bool isGranted = IsGrantedByGroup(access, GroupsOf(user), wanted, isMember);
-  return isMember ? isGranted : (wanted & ~access.mode) == 0;
+  if (isMember) return isGranted;
+  return (wanted & ~access.mode) == 0;
 }
 
 // Sets owner and group as far as possible. Returns the file's status afterwards.

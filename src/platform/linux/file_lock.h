@@ -32,7 +32,8 @@ inline LockResult TryLock(int file) noexcept {
       lock.l_pid != getpid())
     return LockResult::HeldByOthers;
   const bool isHeld = Uninterrupted(flock, file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-  return isHeld ? LockResult::HeldByOthers : LockResult::Locked;
+  if (isHeld) return LockResult::HeldByOthers;
+  return LockResult::Locked;
 }
 
 // Closing alone does not unlock if another thread has forked, because the new process also has the

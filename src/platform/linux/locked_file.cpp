@@ -118,7 +118,8 @@ struct LockedFile::System {
 
   // What the new file gets; see Replace.
   std::optional<Access> WantedAccess(const Access* access) const {
-    if (access == nullptr) return state ? std::optional(*state->access) : std::nullopt;
+    if (access == nullptr && !state) return std::nullopt;
+    if (access == nullptr) return *state->access;
     Access wanted = *access;
     if (state) wanted.mode &= entry.status->st_mode;
     return wanted;

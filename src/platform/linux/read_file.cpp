@@ -21,7 +21,8 @@ std::int64_t Nanoseconds(std::int64_t seconds, std::int64_t rest) noexcept {
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   std::error_code noFolder;
   FileName absolute = std::filesystem::absolute(bytes, noFolder);
-  return noFolder ? FileName(bytes) : absolute;
+  if (noFolder) return bytes;
+  return absolute;
 }
 
 std::int64_t CurrentTime() noexcept {
@@ -76,9 +77,8 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
   FileStatus status{};
   const bool isKnown = file.IsOpen() && Uninterrupted(fstat, file.Number(), &status) == 0;
   if (!isKnown && errno == ENOMEM) throw std::bad_alloc();
-  if (!isKnown)
-    return errno == ENOENT || errno == ENOTDIR ? ReadStatus::Missing : ReadStatus::Unreadable;
-  if (!S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
+  if (!isKnown && (errno == ENOENT || errno == ENOTDIR)) return ReadStatus::Missing;
+  if (!isKnown || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
   try {
     state = StateOf(file.Number(), status,
                     std::make_shared<const Access>(ReadAccess(file.Number(), status)));

@@ -23,7 +23,8 @@ using Handle = std::unique_ptr<void, HandleCloser>;
 
 // Calls that fail return either null or INVALID_HANDLE_VALUE.
 inline Handle MakeHandle(HANDLE opened) noexcept {
-  return Handle(opened == INVALID_HANDLE_VALUE ? nullptr : opened);
+  if (opened == INVALID_HANDLE_VALUE) return nullptr;
+  return Handle(opened);
 }
 
 // Whether the last call on a file failed because another program is using the file. Access is also

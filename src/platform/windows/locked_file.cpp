@@ -155,7 +155,8 @@ ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access* access) {
   const bool replaces = system->original != nullptr;
   if (access == nullptr && replaces) access = system->state->access.get();
-  const Access wanted = access != nullptr ? *access : Access();
+  Access wanted;
+  if (access != nullptr) wanted = *access;
   TemporaryFile made(FolderPart(system->name), system->hash, wanted.attributes);
   // First, so that only those who could read the old content can read the new.
   made.SetAccessList(wanted.accessList);

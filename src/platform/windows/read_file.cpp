@@ -29,7 +29,8 @@ constexpr auto deletePending = static_cast<NTSTATUS>(0xC0000056); // STATUS_DELE
 ReadStatus OpeningStatus(DWORD error) noexcept {
   const bool isMissing = std::find(std::begin(missingErrors), std::end(missingErrors), error) !=
                          std::end(missingErrors);
-  return isMissing ? ReadStatus::Missing : ReadStatus::Unreadable;
+  if (isMissing) return ReadStatus::Missing;
+  return ReadStatus::Unreadable;
 }
 
 bool IsInUse() noexcept {

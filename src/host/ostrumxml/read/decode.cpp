@@ -223,7 +223,8 @@ Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::s
     converted += declared.size();
     converted += table.Convert(bytes.substr(converted), utf8);
   }
-  return converted == bytes.size() ? Failure() : Refuse(invalid, declared, converted);
+  if (converted == bytes.size()) return {};
+  return Refuse(invalid, declared, converted);
 }
 
 } // namespace
@@ -244,7 +245,8 @@ std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8,
   encoding = name == "US-ASCII" ? US_ASCII : NO_ENCODING;
   if (!name.empty() && name != "UTF-8" && name != "UTF8") {
     const bool contradicts = marked || name == "UTF-16" || name == "UTF-16BE" || name == "UTF-16LE";
-    return contradicts ? Refuse(contradiction, declared) : DecodeDeclared(view, declared, utf8);
+    if (contradicts) return Refuse(contradiction, declared);
+    return DecodeDeclared(view, declared, utf8);
   }
   encoding = UTF_8;
   if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));
