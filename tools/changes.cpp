@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "edit.h"
-#include "matches.h"
+#include "paths.h"
 
 namespace {
 
@@ -70,15 +70,12 @@ class Application {
   Found Find(const Path& path, bool isAttributeOptional) {
     Found found = matcher.Find(path, isAttributeOptional);
     found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
-    for (const std::size_t count : found.counted) {
-      const std::size_t i = outcome.found.size();
-      outcome.found.push_back(count);
-      const bool isAsBefore =
-          before == nullptr || (i < before->found.size() && before->found[i] == count);
-      if (isAsBefore) continue;
+    const bool isAsBefore =
+        before == nullptr || before->found[outcome.found.size()] == found.counted;
+    if (!isAsBefore)
       throw CommandError("not saved: another program changed the file meanwhile, and " + path.text +
                          " may now name something else");
-    }
+    outcome.found.push_back(found.counted);
     return found;
   }
 

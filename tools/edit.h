@@ -11,7 +11,7 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/save/generator.h"
 #include "output.h"
-#include "path.h"
+#include "paths.h"
 
 struct Change {
   Path path;
@@ -20,9 +20,9 @@ struct Change {
 
 // What changes did to a document.
 struct Outcome {
-  std::vector<std::size_t> found;   // how many elements, and siblings to count a number among
-  std::vector<std::string> created; // paths; only the first ones are known
-  JsonObject values;                // what was set or removed, if JSON is wanted
+  std::vector<std::vector<std::size_t>> found; // by each change, in numbers
+  std::vector<std::string> created;            // paths; only the first ones are known
+  JsonObject values;                           // what was set or removed, if JSON is wanted
 };
 
 // Sets and creates in the order given, then removes. If the changes were applied before, to what

@@ -1,8 +1,9 @@
-#include "matches.h"
+#include "paths.h"
 
 #include <algorithm>
 #include <cassert>
 #include <cctype>
+#include <optional>
 #include <stdexcept>
 
 namespace {
@@ -53,15 +54,14 @@ std::string Hint(const Element& parent, const Step& step, const std::string& sho
   return "; there is " + std::string(nearest) + (isJoined ? ", and / separates names" : "");
 }
 
-bool HasName(const Element& element, std::string_view name) {
-  return name == "*" || element.GetName() == name;
-}
-
-// Whether an element has the step's name and filter.
-bool Matches(const Element& element, const Step& step) {
+// What the step's filter compares its value with, which is empty if the step has none. Nothing if
+// the element has another name or lacks the filter's attribute.
+std::optional<std::string> KeyOf(const Element& element, const Step& step) {
+  if (!step.HasAnyName() && element.GetName() != step.name) return std::nullopt;
+  if (step.key.empty()) return "";
   const Ostrum::Attribute key = element.GetAttribute(step.key);
-  const bool hasKey = step.key.empty() || (!key.IsNull() && key.GetValue() == step.value);
-  return hasKey && HasName(element, step.name);
+  if (key.IsNull()) return std::nullopt;
+  return key.GetValue();
 }
 
 } // namespace
@@ -84,7 +84,7 @@ Found Matcher::Find(const Path& path, bool isAttributeOptional) {
   const Step& first = path.steps.front();
   const bool isFirst = first.position != Position::Next && first.number == 1;
   std::vector<Place> places;
-  if (isFirst && Matches(root, first)) places.push_back({root});
+  if (isFirst && KeyOf(root, first) == first.value) places.push_back({root});
   while (!places.empty()) {
     found.places = std::move(places);
     places.clear();
@@ -143,9 +143,7 @@ const std::vector<Element>& Matcher::Candidates(const Element& parent, const Ste
   Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
     last = child;
-    const Ostrum::Attribute key = child.GetAttribute(step.key);
-    const bool hasKey = step.key.empty() || !key.IsNull();
-    if (hasKey && HasName(child, step.name)) byValue[key.GetValue()].push_back(child);
+    if (const auto key = KeyOf(child, step)) byValue[*key].push_back(child);
   }
   return byValue[step.value];
 }

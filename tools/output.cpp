@@ -38,6 +38,13 @@ std::string Printable(std::string_view utf8, std::string_view kept = {}) {
   return result;
 }
 
+std::optional<std::string> ToUtf8(const std::string& userText) {
+  if (userText.find('\0') != std::string::npos) return std::nullopt;
+  const DocumentText converted(userText.c_str());
+  if (!converted.Text()) return std::nullopt;
+  return std::string(*converted.Text());
+}
+
 void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
   std::wstring line;
   if (kind == corekit::LogKind::TraceEnter) line = L"> ";
@@ -51,13 +58,6 @@ void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const w
 }
 
 } // namespace
-
-std::optional<std::string> ToUtf8(const std::string& userText) {
-  if (userText.find('\0') != std::string::npos) return std::nullopt;
-  const DocumentText converted(userText.c_str());
-  if (!converted.Text()) return std::nullopt;
-  return std::string(*converted.Text());
-}
 
 std::string RequireUtf8(const std::string& userText, const std::string& name) {
   auto utf8 = ToUtf8(userText);

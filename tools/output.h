@@ -9,10 +9,8 @@
 #include <string_view>
 #include <vector>
 
-// User text, as system.h defines it, from and to UTF-8. Nothing if the text is not valid in its
-// character set or cannot be represented in the other.
-std::optional<std::string> ToUtf8(const std::string& userText);
-// As ToUtf8, or throws UsageError about what has the name.
+// User text, as system.h defines it, from and to UTF-8. If the text is not valid in its character
+// set, throws UsageError about what has the name; if it cannot be represented, gives nothing.
 std::string RequireUtf8(const std::string& userText, const std::string& name);
 std::optional<std::string> FromUtf8(std::string_view utf8);
 bool UserTextIsUtf8();

@@ -3,8 +3,8 @@
 
 #include "commands.h"
 #include "input.h"
-#include "matches.h"
 #include "output.h"
+#include "paths.h"
 
 namespace {
 
@@ -49,7 +49,8 @@ class Listing {
       const bool isDeepest = options.depth > 0 && place.size() - top == options.depth;
       if (!next.IsNull() && !isDeepest) {
         place.push_back(next);
-        AddElement(place);
+        Add(place);
+        AddAttributes(place);
         next = next.FirstChild();
       } else if (place.size() > top) {
         next = place.back().NextSibling();
@@ -64,25 +65,21 @@ class Listing {
   JsonObject members; // paths; without --values each value is null
 
  private:
-  void AddElement(const Place& place) {
-    const Element& element = place.back();
-    const bool hasValue = options.values && element.FirstChild().IsNull();
-    AddLine(PathOf(place), hasValue, hasValue ? element.GetValue() : "");
-    AddAttributes(place);
-  }
-
   void AddAttributes(const Place& place) {
     if (!options.attributes) return;
-    for (const std::string_view name : place.back().AttributeNames())
-      AddLine(PathOf(place, name), options.values, options.values ? ValueAt(place, name) : "");
+    for (const std::string_view name : place.back().AttributeNames()) Add(place, name);
   }
 
   // In JSON, what has no value has no entry beside those that have one.
-  void AddLine(const std::string& line, bool hasValue, const std::string& value) {
+  void Add(const Place& place, std::string_view attribute = {}) {
     hasFound = true;
-    if (!options.json) return Print(hasValue ? line + '\t' + Field(value) : line);
-    if (hasValue) members.emplace_back(line, value);
-    if (!options.values) members.emplace_back(line, nullptr);
+    const std::string path = PathOf(place, attribute);
+    const bool isLeaf = !attribute.empty() || place.back().FirstChild().IsNull();
+    std::string value;
+    if (options.values && isLeaf) value = ValueAt(place, attribute);
+    if (!options.json) return Print(options.values && isLeaf ? path + '\t' + Field(value) : path);
+    if (options.values && isLeaf) members.emplace_back(path, value);
+    if (!options.values) members.emplace_back(path, nullptr);
   }
 
   const Options& options;
