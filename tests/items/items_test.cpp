@@ -164,6 +164,8 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
     for (int time = 0; time < 2; ++time) {
       EXPECT_EQ(SetXMLItem(document.list, document.cookie, path, item, type, value), 0U) << after;
       EXPECT_EQ(document.Bytes(), after) << time;
+      // So young a file is merged with, which could hide a wrong change of the document itself.
+      EXPECT_EQ(document.list->files.front().document->GenerateXML(false), after) << time;
     }
   }
 }
