@@ -1,5 +1,7 @@
 // Reading the names and values of elements and attributes.
+#include <algorithm>
 #include <cassert>
+#include <map>
 #include <new>
 #include <set>
 
