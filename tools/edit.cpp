@@ -10,13 +10,13 @@
 
 namespace {
 
-// The root's name for a new file: that with which a path begins; empty if none does.
+// The root's name for a new file: that with which a path begins.
 std::string RootOf(const std::vector<Change>& changes) {
-  const auto namesRoot = [](const Change& change) {
-    return change.path.text.starts_with('/') && !change.path.steps.front().HasAnyName();
-  };
-  const auto named = std::ranges::find_if(changes, namesRoot);
-  return named == changes.end() ? "" : named->path.steps.front().name;
+  for (const auto& [path, value] : changes) {
+    const Step& root = path.steps.front();
+    if (path.text.starts_with('/') && !root.HasAnyName()) return root.name;
+  }
+  throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
 }
 
 // A new file's text: a declaration, then each element on a line of its own, indented by two blanks
@@ -52,11 +52,7 @@ class Target final : public Ostrum::PendingChanges {
  public:
   Target(const Options& given, const std::vector<Change>& wanted)
       : options(given), changes(wanted) {
-    if (isNew) {
-      Begin();
-    } else {
-      Read();
-    }
+    Read();
   }
 
   void Apply() {
@@ -89,14 +85,11 @@ class Target final : public Ostrum::PendingChanges {
   }
 
  private:
-  void Begin() {
-    const std::string root = RootOf(changes);
-    if (root.empty())
-      throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
-    document = Parse("<" + root + "/>");
-  }
-
   void Read() {
+    if (isNew) {
+      document = Parse("<" + RootOf(changes) + "/>");
+      return;
+    }
     if (!isInput && IsStream(options.file)) throw CommandError("is a pipe, which cannot be saved");
     std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
     if (isInput) original = bytes;

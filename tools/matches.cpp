@@ -129,8 +129,8 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
 
 std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
                                        std::vector<std::size_t>& counted) {
-  const std::vector<Element>& all = Candidates(parent, step);
-  if (step.position == Position::All) return all;
+  const auto& all = Candidates(parent, step);
+  if (step.position == Position::All) return {all.begin(), all.end()};
   const bool isNumber = step.position == Position::Number;
   if (isNumber) counted.push_back(all.size());
   const std::size_t n = isNumber ? step.number : all.size();
@@ -138,14 +138,15 @@ std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
   return {all[n - 1]};
 }
 
-const std::vector<Element>& Matcher::Candidates(const Element& parent, const Step& step) {
-  auto& [byValue, last] = indexes[{step.key, parent, step.name}];
+const std::pmr::vector<Element>& Matcher::Candidates(const Element& parent, const Step& step) {
+  const auto index = indexes.try_emplace({step.key, parent, step.name}, &memory).first;
+  auto& [byValue, last] = index->second;
   Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
     last = child;
-    if (const auto key = KeyOf(child, step)) byValue[*key].push_back(child);
+    if (const auto key = KeyOf(child, step)) byValue[std::pmr::string(*key)].push_back(child);
   }
-  return byValue[step.value];
+  return byValue[std::pmr::string(step.value)];
 }
 
 Element Matcher::Add(Element parent, const Step& step) {

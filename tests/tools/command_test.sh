@@ -305,6 +305,16 @@ for name in get list set remove check encrypt decrypt status detect files match;
   [[ $(<out) == "Usage: tarvik $name"*Example*tarvik* && ! -s err && $(wc -L <out) -le 80 ]] || fail "tarvik $name --help"
   "${command[@]}" --help | grep "^  $name " >/dev/null || fail "$name in tarvik --help"
 done
+
+# Several commands that write one file at the same time: all that succeed are in it, and nothing else stays.
+mkdir met
+printf '<r/>' >met/met.xml
+for writer in {1..4}; do
+  { for number in {10..21}; do "${command[@]}" set met/met.xml "w$writer.$number" "$number" 2>"err.$writer" || exit 1; done; } &
+  writers[writer]=$!
+done
+for writer in {1..4}; do wait "${writers[writer]}" || fail "writer $writer: $(<"err.$writer")"; done
+[[ $(ls -A met) == met.xml && $(grep -oE '<w[1-4]\.(1[0-9]|2[01])>' met/met.xml | sort -u | wc -l) == 48 ]] || fail "$(<met/met.xml)"
 if ((!isNative)); then exit $failed; fi
 
 # Another program's save while the command waits for the lock, which the file's time stamp, younger than two seconds, makes it see.
