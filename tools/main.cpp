@@ -81,7 +81,7 @@ class CommandLine {
     app.add_option("ARGUMENT", words)->transform(Unmarked);
   }
 
-  // Prints a line that says why if the result is not Found.
+  // Prints the reason if anything is thrown.
   ExitStatus Run(const std::vector<std::string>& arguments) {
     try {
       const ExitStatus status = RunParsed(arguments);
