@@ -1,7 +1,7 @@
 // Finding children by their index, as a walk over all of them would.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <span>
 
 #include "ostrumxml/parsed_document.h"
@@ -62,35 +62,40 @@ TEST(Children, AreThoseThatAWalkFinds) {
   }
 }
 
-// Attributes that all children have, in turn; then others than those that the index has lists for;
-// then more in turn than it has room for.
-TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
+// The processor time of searches for attributes that all children have, in turn; then for others
+// than those that the index has lists for; then for more in turn than it has room for.
+std::clock_t TimeInTurn(std::uint32_t count) {
   std::vector<std::string> shared, absent;
   std::string tag = "<a";
-  for (int i = 0; i < 20; ++i) tag += " " + shared.emplace_back("x" + std::to_string(i)) + "=''";
+  for (int i = 0; i < 55; ++i) tag += " " + shared.emplace_back("x" + std::to_string(i)) + "=''";
   for (int i = 0; i < 64; ++i) absent.push_back("y" + std::to_string(i));
-  constexpr std::uint32_t count = 10'000;
   const Parsed parsed("<r>" + Repeat(tag + "/>", count) + Repeat("<b k=''/><b/>", count) + "</r>");
   const Element parent = parsed.At("");
-  const auto start = std::chrono::steady_clock::now();
   const auto find = [&](ChildQuery query, const std::string& attribute) {
     query.attribute = attribute;
     return !parent.FindChild(query).IsNull();
   };
+  const std::clock_t start = std::clock();
   for (std::uint32_t n = 1; n <= count; ++n) {
-    for (const std::string& each : shared) ASSERT_TRUE(find({NameMatch::Exact, "a", n}, each));
+    for (const std::string& each : shared) EXPECT_TRUE(find({NameMatch::Exact, "a", n}, each));
   }
-  for (const std::string& each : absent) ASSERT_FALSE(find({NameMatch::Exact, "b"}, each));
-  for (std::uint32_t n = 1; n <= count; ++n) ASSERT_TRUE(find({NameMatch::Exact, "b", n}, "k"));
-  for (int round = 0; round < 100; ++round) {
+  for (const std::string& each : absent) EXPECT_FALSE(find({NameMatch::Exact, "b"}, each));
+  for (std::uint32_t n = 1; n <= count; ++n) EXPECT_TRUE(find({NameMatch::Exact, "b", n}, "k"));
+  for (std::uint32_t round = 0; round < count / 50; ++round) {
     for (const char* const name : {"", "a"}) {
       for (const std::string& each : std::span(shared).first(15)) {
-        ASSERT_TRUE(find({NameMatch::Prefix, name}, each));
-        ASSERT_TRUE(find({.match = NameMatch::Prefix, .name = name, .valueBegin = ""}, each));
+        EXPECT_TRUE(find({NameMatch::Prefix, name}, each));
+        EXPECT_TRUE(find({.match = NameMatch::Prefix, .name = name, .valueBegin = ""}, each));
       }
     }
   }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  return std::clock() - start;
+}
+
+TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
+  TimeInTurn(100); // what the first use of memory takes
+  const std::clock_t shorter = TimeInTurn(1'000);
+  EXPECT_LT(TimeInTurn(4'000), 8 * shorter);
 }
 
 } // namespace

@@ -45,6 +45,7 @@ TEST(Parse, ReadsWhatExpatReads) {
       "a=&apos;x&apos; '/></r>",
       "<r ba='no' aa='no' a='&lt;&#65;' >1</r>",
       "<!DOCTYPE r [<!ENTITY e 'E&#38;f;'><!ENTITY f '&lt;F'>]><r a='1&e;'>x&e;y</r>",
+      "<!DOCTYPE r [<!ENTITY e 'x&#13;\n&#13;y'>]><r a='&e;\tb'>&e;\r\n<![CDATA[1\r2]]>&e;</r>",
       "<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>&e;z&#65;<![CDATA[&e;]]></r>",
       "\xEF\xBB\xBF<!DOCTYPE r [<!ENTITY % p \"<!ENTITY e 'told'>\">%p;]><r>&e;</r>",
       "<!DOCTYPE r [<!ATTLIST r a CDATA 'first' a CDATA 'later'><!ATTLIST s a NMTOKENS "
