@@ -32,8 +32,6 @@ struct ItemRequest {
   CallerBuffer value;
 };
 
-enum class ItemKind { Element, Attribute, Other };
-
 // An item type or value type names a keyword by any text that begins with it, ignoring case. Nearly
 // every caller writes it in capitals, and comparing bytes is much faster than folding characters.
 bool BeginsWithKeyword(const char* type, const char* keyword) noexcept {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "registry/record.h"
@@ -33,8 +34,11 @@ struct SetStep {
 struct SetRequest {
   std::vector<SetStep> steps;      // from the root, which is always there
   std::optional<std::string> text; // for the last step's element, in UTF-8
-  std::size_t maxKeyLength = 0;      // the length of the longest key that can be added to the map
+  std::string target;              // identifies what is set; known after the search
+  std::size_t maxKeyLength = 0;    // of the keys that can be added to the map, in bytes
 };
+
+static_assert(std::is_nothrow_move_constructible_v<SetRequest>); // so that a list of them can grow
 
 class InvalidElementName : public std::invalid_argument {
   using std::invalid_argument::invalid_argument;

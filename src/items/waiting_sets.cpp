@@ -3,11 +3,12 @@
 // and number in the latter.
 #include "items/waiting_sets.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstdint>
-#include <iterator>
 #include <new>
 #include <stdexcept>
+#include <unordered_map>
 #include <utility>
 
 namespace {
@@ -149,15 +150,14 @@ StepElements ApplyRequest(const SetRequest& request, StepElements found,
 
 const SetRequest& WaitingSets::Add(SetRequest request) {
   assert(!request.steps.empty() && request.steps.front().component.empty());
-  const Range none{requests.end(), requests.end()};
-  Range& range = ranges.try_emplace(TargetOf(request), none).first->second;
+  request.target = TargetOf(request);
   requests.push_back(std::move(request));
-  if (range.first == requests.end()) {
-    range.first = std::prev(requests.end());
-  } else {
-    if (range.last != requests.end()) requests.erase(range.last);
-    range.last = std::prev(requests.end());
-  }
+  const auto isSame = [this](const SetRequest& each) {
+    return each.target == requests.back().target;
+  };
+  const auto first = std::ranges::find_if(requests, isSame);
+  const auto second = std::find_if(first + 1, requests.end(), isSame);
+  if (second < requests.end() - 1) requests.erase(second);
   return requests.back();
 }
 
@@ -172,7 +172,4 @@ void WaitingSets::ApplyTo(Ostrum::Document& other) const {
   }
 }
 
-void WaitingSets::HaveReachedFile() noexcept {
-  requests.clear();
-  ranges.clear();
-}
+void WaitingSets::HaveReachedFile() noexcept { requests.clear(); }

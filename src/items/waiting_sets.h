@@ -2,9 +2,6 @@
 #ifndef TARVIK_ITEMS_WAITING_SETS_H
 #define TARVIK_ITEMS_WAITING_SETS_H
 
-#include <list>
-#include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "host/ostrumxml/file.h"
@@ -19,9 +16,9 @@ void RequireAllowed(const SetRequest& request, const Ostrum::Document& document,
                     const StepElements& found);
 
 // Makes the changes and returns the elements of all steps. If a key is given, which must be empty
-// and have room for request.maxKeyLength bytes, enters created elements and elements whose attributes
-// are set into the key's map under their paths. Throws std::bad_alloc; changes made until then
-// remain. REQUIRES: the request is allowed.
+// and have room for request.maxKeyLength bytes, enters created elements and elements whose
+// attributes are set into the key's map under their paths. Throws std::bad_alloc; changes made
+// until then remain. REQUIRES: the request is allowed.
 StepElements ApplyRequest(const SetRequest& request, StepElements found, ElementMap::KeyChain* key);
 
 // The requests that changed a document and have not reached its file.
@@ -41,13 +38,7 @@ class WaitingSets final : public Ostrum::PendingChanges {
   void HaveReachedFile() noexcept override;
 
  private:
-  using Requests = std::list<SetRequest>;
-  struct Range {
-    Requests::iterator first, last; // the list's end if there is none
-  };
-
-  Requests requests;
-  std::unordered_map<std::string, Range> ranges; // by what is set
+  std::vector<SetRequest> requests; // in the order of the calls
 };
 
 #endif

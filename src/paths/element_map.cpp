@@ -4,21 +4,22 @@
 
 #include <cassert>
 
-ElementMap::SearchResult ElementMap::Search(std::string_view key) noexcept {
+Ostrum::Element ElementMap::Find(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
-  if (seen != 0 && entries[seen - 1].Key() == key) return {seen, entries[seen - 1].hash};
-  const auto hashed = static_cast<std::uint32_t>(hash(key));
-  const std::uint32_t number = index.Find(entries, key, hashed);
-  if (number != 0) seen = number;
-  return {number, hashed};
+  if (seen == 0 || entries[seen - 1].Key() != key) {
+    const std::uint32_t number = index.Find(entries, key, static_cast<std::uint32_t>(hash(key)));
+    if (number == 0) return {};
+    seen = number;
+  }
+  return entries[seen - 1].reference.element;
 }
 
-void ElementMap::Insert(const SearchResult& missed, std::string_view key, Ostrum::Element element) {
-  assert(missed.entry == 0);
+void ElementMap::Insert(std::string_view key, Ostrum::Element element) {
+  assert(Find(key).IsNull() && !element.IsNull());
   MakeRoom();
   char* const text = NewText(key.size());
   key.copy(text, key.size());
-  Add({text, key.size()}, missed.hash, element);
+  Add({text, key.size()}, static_cast<std::uint32_t>(hash(key)), element);
 }
 
 void ElementMap::MakeRoom() {
@@ -28,8 +29,7 @@ void ElementMap::MakeRoom() {
 
 void ElementMap::Add(std::string_view key, std::uint32_t hashed, Ostrum::Element element) noexcept {
   assert(entries.size() < entries.capacity());
-  entries.push_back(
-      {key.data(), static_cast<std::uint32_t>(key.size()), hashed, CElementRef(element)});
+  entries.push_back({key, CElementRef(element)});
   const auto number = static_cast<std::uint32_t>(entries.size());
   RecentSlot(key) = index.Enter(entries, key, hashed, number);
 }

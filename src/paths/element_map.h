@@ -32,32 +32,20 @@ class ElementMap {
 
   std::size_t Size() const noexcept { return entries.size(); }
 
-  // The result of a search: the entry found, and what inserting the key needs.
-  struct SearchResult {
-    std::uint32_t entry; // its number, or 0
-    std::uint32_t hash;
-  };
-  SearchResult Search(std::string_view key) noexcept;
   // The null element if there is no entry.
-  Ostrum::Element Find(std::string_view key) noexcept {
-    const std::uint32_t entry = Search(key).entry;
-    if (entry == 0) return {};
-    return entries[entry - 1].reference.element;
-  }
-  // Adds an entry for a key that a search did not find. Throws std::bad_alloc; the map is then
-  // unchanged.
-  void Insert(const SearchResult& missed, std::string_view key, Ostrum::Element element);
+  Ostrum::Element Find(std::string_view key) noexcept;
+  // Adds an entry. Throws std::bad_alloc; the map is then unchanged. REQUIRES: there is no entry
+  // with the key; the element is not null.
+  void Insert(std::string_view key, Ostrum::Element element);
 
   class KeyChain;
 
  private:
   struct Entry {
-    const char* text; // of the key
-    std::uint32_t length;
-    std::uint32_t hash;
+    std::string_view key; // among the texts
     CElementRef reference;
 
-    std::string_view Key() const noexcept { return {text, length}; }
+    std::string_view Key() const noexcept { return key; }
   };
 
   std::uint32_t& RecentSlot(std::string_view key) noexcept;

@@ -83,8 +83,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
 
   char idText[bufferSize];
   const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
-  const ElementMap::SearchResult known = record.elementMap->Search(id);
-  if (known.entry != 0) {
+  if (!record.elementMap->Find(id).IsNull()) {
     buffer.Store(id);
     if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
     return XmlSuccess;
@@ -95,7 +94,7 @@ std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
     buffer.Store("Not Found");
     return XmlNotFound;
   }
-  record.elementMap->Insert(known, id, element);
+  record.elementMap->Insert(id, element);
   buffer.Store(id);
   if (buffer.IsWanted()) LogDetail(L"Inserted ", idText, L" into the element map.");
   return XmlSuccess;

@@ -18,35 +18,12 @@ namespace {
 using Ostrum::Element;
 using Ostrum::NameMatch;
 
-// Compares children's names with a text. Equal names share their text in the document, so a run of
-// them is converted once.
-class NameComparison {
- public:
-  explicit NameComparison(const ChildSearch& search) noexcept
-      : match(search.match), text(search.name) {}
-
-  bool Matches(std::string_view name) {
-    const bool isKnown = name.data() == lastName && (lastConverted || !corekit::SinkIsSet());
-    if (!isKnown) Compare(name);
-    return lastMatched;
-  }
-
- private:
-  void Compare(std::string_view name) {
-    const LocaleText converted(name);
-    lastName = name.data();
-    lastConverted = converted.Text().has_value();
-    lastMatched = lastConverted && converted.Text()->starts_with(text);
-    if (match == NameMatch::Exact && lastMatched)
-      lastMatched = converted.Text()->size() == text.size();
-  }
-
-  NameMatch match;
-  std::string_view text;
-  const char* lastName = nullptr;
-  bool lastConverted = false;
-  bool lastMatched = false;
-};
+bool NameMatches(const Element& child, const ChildSearch& search) {
+  const LocaleText name(child.GetName());
+  if (!name.Text()) return false;
+  if (search.match == NameMatch::Exact) return *name.Text() == search.name;
+  return name.Text()->starts_with(search.name);
+}
 
 // Whether the child has the attribute and, if valueBegin is not null, a value that begins so.
 bool HasValue(const Element& child, const DocumentText& attribute, const char* valueBegin) {
@@ -61,11 +38,10 @@ bool HasValue(const Element& child, const DocumentText& attribute, const char* v
 // Compares in the caller's character set. An attribute's name that cannot be converted logs its
 // line for each child whose name matches.
 Element Walk(const Element& parent, const ChildSearch& search) {
-  NameComparison names(search);
   std::optional<DocumentText> attribute;
   std::uint32_t matches = 0;
   for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    if (!names.Matches(child.GetName())) continue;
+    if (!NameMatches(child, search)) continue;
     if (search.attribute != nullptr) {
       if (!attribute || !attribute->Text()) attribute.emplace(search.attribute);
       if (!HasValue(child, *attribute, search.valueBegin)) continue;
@@ -150,11 +126,6 @@ Element SelectChild(const Element& parent, const char* component, bool isLast,
   return child;
 }
 
-bool NameBeginsWith(const Element& element, const char* path) {
-  const LocaleText name(element.GetName());
-  return name.Text() && name.Text()->starts_with(path);
-}
-
 // Goes down level by level. path moves along: after a failure it is what the failing level had to
 // find.
 Element Follow(Element start, const char*& path, std::uint32_t occurrence) {
@@ -178,7 +149,7 @@ Element Follow(Element start, const char*& path, std::uint32_t occurrence) {
     component = rest;
     start = selected;
   }
-  if (!NameBeginsWith(start, path)) return {};
+  if (!NameMatches(start, {NameMatch::Prefix, path})) return {};
   return start;
 }
 

@@ -2,7 +2,6 @@
 // language packages.
 #include <algorithm>
 #include <cassert>
-#include <optional>
 
 #include "platform/platform.h"
 #include "queries/open_document.h"
@@ -62,23 +61,19 @@ std::uint32_t ReadSetting(const OpenDocument& document, const QueryText& setting
   return code;
 }
 
-// Fills MinimumDATVersion and EngineFile from the language package's extra settings. XmlSuccess too
-// when it has none.
-std::uint32_t ReadExtraSettings(const OpenDocument& document, const QueryText& language,
-                                DetectionInfo& info) {
+// Fills MinimumDATVersion and EngineFile from the language package's extra settings, if there are
+// any. A setting without a name or a value is skipped.
+void ReadExtraSettings(const OpenDocument& document, const QueryText& language,
+                       DetectionInfo& info) {
   QueryText settings;
-  std::uint32_t code = document.OpenGroup("ExtraSettings", language.Text(), settings);
-  if (code == XmlNotFound) return XmlSuccess;
-
+  if (document.OpenGroup("ExtraSettings", language.Text(), settings) != XmlSuccess) return;
   QueryText setting;
-  for (std::uint32_t n = 1; code == XmlSuccess; ++n) {
-    code = document.EnumGroup("Setting", n, settings.Text(), setting);
-    if (code == XmlNotFound) return XmlSuccess; // the settings are used up
-    if (code != XmlSuccess) return code;
-    code = ReadSetting(document, settings, setting, n, info);
-    if (code == XmlNotFound) code = XmlSuccess; // one without a name or a value is skipped
+  std::uint32_t n = 1;
+  while (document.EnumGroup("Setting", n, settings.Text(), setting) == XmlSuccess) {
+    const std::uint32_t code = ReadSetting(document, settings, setting, n, info);
+    if (code != XmlSuccess && code != XmlNotFound) return;
+    ++n;
   }
-  return code;
 }
 
 // Fills the record from a pair. What the caller looked for, if given, needs no reading. A field
@@ -98,73 +93,39 @@ std::uint32_t Fill(const OpenDocument& document, const DetectionGroups& groups, 
   return ReadField(document, groups.language, AttributeOf("LangPackage", "Version"), info.Version);
 }
 
-// The walk over all pairs of equal branch, one pair a call. Each level's place in the position is
-// where the next call's look begins: the package and detection entry of the pair found, and the
-// language package after it.
-class DetectionWalk {
- public:
-  DetectionWalk(const OpenDocument& document, std::uint32_t* position, DetectionInfo& info) noexcept
-      : document(document), position(position), info(info) {
-    assert(position != nullptr);
-  }
+// The places of a position: where the next call's search begins.
+enum Level { Package, Detection, Language };
 
-  // Finds the next pair and fills the record from it. Returns the code of that, or the code of the
-  // call that found no further package. A failure inside a package moves on to the next one.
-  std::uint32_t Next() {
-    for (std::uint32_t n = position[Package];; ++n) {
-      const std::uint32_t code = document.EnumGroup("ProductPackage", n, "", groups.package);
-      if (code != XmlSuccess) return code;
-      if (const auto filled = FindInPackage()) {
-        position[Package] = std::max(n, 1U);
-        return *filled;
-      }
-      position[Detection] = 1;
-    }
-  }
-
- private:
-  enum Level { Package, Detection, Language };
-
-  // Nothing if no further detection entry of the package is part of a pair.
-  std::optional<std::uint32_t> FindInPackage() {
-    for (std::uint32_t n = position[Detection];; ++n) {
-      const std::uint32_t code =
-          document.EnumGroup("ProductDetection", n, groups.package.Text(), groups.detection);
-      if (code != XmlSuccess) return std::nullopt;
-      if (const auto filled = FindLanguage()) {
-        position[Detection] = std::max(n, 1U);
-        return filled;
-      }
-      position[Language] = 1;
-    }
-  }
-
-  // Nothing if no further language package is of the detection entry's branch.
-  std::optional<std::uint32_t> FindLanguage() {
-    QueryText detectionBranch;
-    if (document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"),
-                      detectionBranch) != XmlSuccess)
-      return std::nullopt;
-    for (std::uint32_t n = position[Language];; ++n) {
-      std::uint32_t code =
-          document.EnumGroup("LangPackage", n, groups.package.Text(), groups.language);
-      if (code != XmlSuccess) return std::nullopt;
-      QueryText branch;
-      code = document.Read(groups.language.Text(), AttributeOf("LangPackage", "Branch"), branch);
-      // Whatever the code: "Not Found" is a branch like any other.
-      if (branch == detectionBranch) {
-        position[Language] = std::max(n + 1, 1U);
+// Finds the next pair of equal branch and fills the record from it. Returns the code of that, or
+// the code of the call that found no further package. A failure inside a package moves on to the
+// next one. Each language package is part of at most one pair of a detection entry.
+std::uint32_t FindNextPair(const OpenDocument& document, std::uint32_t* position,
+                           DetectionInfo& info) {
+  DetectionGroups groups;
+  QueryText wanted, branch;
+  for (std::uint32_t package = position[Package];; ++package, position[Detection] = 1) {
+    std::uint32_t code = document.EnumGroup("ProductPackage", package, "", groups.package);
+    if (code != XmlSuccess) return code;
+    for (std::uint32_t detection = position[Detection];; ++detection, position[Language] = 1) {
+      code = document.EnumGroup("ProductDetection", detection, groups.package.Text(),
+                                groups.detection);
+      if (code != XmlSuccess) break;
+      code =
+          document.Read(groups.detection.Text(), AttributeOf("ProductDetection", "Branch"), wanted);
+      for (std::uint32_t language = position[Language]; code == XmlSuccess; ++language) {
+        code = document.EnumGroup("LangPackage", language, groups.package.Text(), groups.language);
+        if (code != XmlSuccess) break;
+        code = document.Read(groups.language.Text(), AttributeOf("LangPackage", "Branch"), branch);
+        // Whatever the code: "Not Found" is a branch like any other.
+        if (branch != wanted) continue;
+        position[Package] = std::max(package, 1U);
+        position[Detection] = std::max(detection, 1U);
+        position[Language] = std::max(language + 1, 1U);
         return Fill(document, groups, branch.Text(), nullptr, info);
       }
-      if (code != XmlSuccess) return std::nullopt;
     }
   }
-
-  const OpenDocument& document;
-  std::uint32_t* position;
-  DetectionInfo& info;
-  DetectionGroups groups;
-};
+}
 
 // Looks through the groups of a path for the first, from position on (counted from 1), whose item
 // is the wanted text; a null text matches none. On entry group holds the parent's ID, on return the
@@ -225,7 +186,7 @@ std::uint32_t TARVIK_CALL EnumDetectionInfo(XmlFileList* list, const std::uint32
                                             std::uint32_t* position, DetectionInfo* info) {
   ClearDetectionInfo(*info);
   const OpenDocument document(list, *cookie);
-  return DetectionWalk(document, position, *info).Next();
+  return FindNextPair(document, position, *info);
 }
 
 std::uint32_t TARVIK_CALL GetDetectionInfo(XmlFileList* list, const std::uint32_t* cookie,

@@ -12,14 +12,7 @@
 
 namespace {
 
-// Appends an entry. False, with files unchanged, if a standard exception prevents it.
-bool AddFileListEntry(std::vector<FileListEntry>& files, const char* name, const char* hash) try {
-  files.push_back({name, hash});
-  return true;
-} catch (const std::exception&) {
-  return false;
-}
-
+// If a standard exception prevents it, files is unchanged.
 std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item,
                          std::vector<FileListEntry>& files) {
   QueryText name;
@@ -28,8 +21,12 @@ std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item,
   QueryText hash;
   code = document.Read(item.Text(), TextOf("Hash"), hash);
   if (code != XmlSuccess) return code;
-  if (!AddFileListEntry(files, name.Text(), hash.Text())) return XmlFailure;
-  return XmlSuccess;
+  try {
+    files.push_back({name.Text(), hash.Text()});
+    return XmlSuccess;
+  } catch (const std::exception&) {
+    return XmlFailure;
+  }
 }
 
 const char* LastComponent(const char* fileName) noexcept {

@@ -49,14 +49,14 @@ void GetXMLEncoding() noexcept {
 
 // Null if the name cannot be converted.
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
-  const WideText wideName(ConvertToUnicode(name));
-  if (wideName == nullptr) {
+  const auto wideName = ConvertToUnicode(name);
+  if (!wideName) {
     LogReason(L"the file name is not valid text in the locale's character set");
     LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
     return nullptr;
   }
   using corekit::KCryptWrap;
-  return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName.get()),
+  return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName->c_str()),
                                                 encrypted ? &KCryptWrap::decrypt_data : nullptr,
                                                 encrypted ? &KCryptWrap::encrypt_data : nullptr);
 }
@@ -101,7 +101,7 @@ std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
     LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
     return XmlFailure;
   }
-  record.elementMap->Insert(record.elementMap->Search(*rootName.Text()), *rootName.Text(), root);
+  record.elementMap->Insert(*rootName.Text(), root);
   return XmlSuccess;
 }
 

@@ -39,8 +39,8 @@ class CallerBuffer {
 
   bool IsWanted() const noexcept { return text != nullptr && capacity > 0; }
   std::uint32_t Capacity() const noexcept { return capacity; }
-  // Stores the answer, truncated to capacity - 1 bytes. Without a buffer, nothing. An argument may lie in
-  // the buffer.
+  // Stores the answer, truncated to capacity - 1 bytes. Without a buffer, nothing. An argument may
+  // lie in the buffer.
   void Store(std::string_view answer) const noexcept {
     if (IsWanted()) FormatToBuffer(text, capacity, {answer});
   }

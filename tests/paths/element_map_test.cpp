@@ -13,9 +13,6 @@ class ElementMapTest : public testing::Test {
   Ostrum::Element Element(std::size_t number) const {
     return root.NthChild(Ostrum::NameMatch::Exact, "e", static_cast<std::uint32_t>(1 + number % 5));
   }
-  void Insert(const std::string& key, const Ostrum::Element& element) {
-    map.Insert(map.Search(key), key, element);
-  }
 
   const TestDocument document{"<r><e/><e/><e/><e/><e/></r>"};
   const Ostrum::Element root = document.list->files.front().document->GetRoot();
@@ -24,7 +21,7 @@ class ElementMapTest : public testing::Test {
 
 TEST_F(ElementMapTest, FindsEachKeyByAllItsBytes) {
   const auto key = [](std::size_t i) { return i == 0 ? "" : "Item" + std::to_string(i * 7919); };
-  for (std::size_t i = 0; i < 500; ++i) Insert(key(i), Element(i));
+  for (std::size_t i = 0; i < 500; ++i) map.Insert(key(i), Element(i));
   for (std::size_t i = 0; i < 500; ++i) {
     for (const std::size_t found : {i, i / 2}) EXPECT_EQ(map.Find(key(found)), Element(found));
     EXPECT_TRUE(map.Find(key(i) + "x").IsNull());
@@ -32,7 +29,7 @@ TEST_F(ElementMapTest, FindsEachKeyByAllItsBytes) {
 }
 
 TEST_F(ElementMapTest, EntersTheKeysOfASet) {
-  for (const char* present : {"a\\b", "a\\b\\c"}) Insert(present, Element(0));
+  for (const char* present : {"a\\b", "a\\b\\c"}) map.Insert(present, Element(0));
   std::size_t number = 0;
   ElementMap::KeyChain keys(map, 20);
   for (const auto& [part, isEntered] :
@@ -45,7 +42,7 @@ TEST_F(ElementMapTest, EntersTheKeysOfASet) {
   }
   keys.Append("f");
   { ElementMap::KeyChain(map, 9).Prepare(); }
-  Insert("last", Element(4));
+  map.Insert("last", Element(4));
   EXPECT_EQ(map.Size(), 5U);
   using Row = std::pair<const char*, Ostrum::Element>;
   for (const auto& [key, element] :
