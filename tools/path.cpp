@@ -31,11 +31,7 @@ std::string Translated(std::string_view text) {
 }
 
 // What XPath has and paths here do not, by what shows it in the place of a name.
-struct Unsupported {
-  std::string_view sign;
-  const char* reason;
-};
-constexpr Unsupported unsupportedNames[] = {
+constexpr std::pair<std::string_view, const char*> unsupportedNames[] = {
     {"..", ".. is not supported; write the path from the root"},
     {"::", "axes such as child:: are not supported"},
     {"text()", "text() is not supported; the path of an element stands for its text"},
