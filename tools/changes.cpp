@@ -117,7 +117,7 @@ class Application {
   // An element can be created only with the number that it will have.
   void RequireNext(const Path& path, const Place& place, const Step& step) {
     if (step.position == Position::All || step.position == Position::Next) return;
-    const std::size_t count = matcher.Candidates(place.back(), step).size();
+    const std::uint32_t count = matcher.Count(place.back(), step);
     const std::string next = std::to_string(count + 1);
     if (step.position == Position::Number && step.number == count + 1) return;
     throw CommandError(path.text + ": " + PathOf(place) + " has " + std::to_string(count) + ' ' +

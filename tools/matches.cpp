@@ -79,31 +79,75 @@ std::string PathOf(const Place& place, std::string_view attribute) {
   return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
 
-Found Matcher::Find(const Path& path, bool isAttributeOptional) {
+namespace {
+
+// Adds a place that the path leads to, unless one was found that more of the path leads to.
+void Note(const Path& path, bool isAttributeOptional, const Place& place, Found& found) {
+  const bool hasAttribute = isAttributeOptional || path.attribute.empty() ||
+                            !place.back().GetAttribute(path.attribute).IsNull();
+  const bool isWhole = place.size() == path.steps.size() && hasAttribute;
+  if (place.size() < found.steps || (found.isAll && !isWhole)) return;
+  if (place.size() > found.steps || isWhole != found.isAll) found.places.clear();
+  found.steps = place.size();
+  found.isAll = isWhole;
+  found.places.push_back(place);
+}
+
+} // namespace
+
+// Goes through the document in order, depth first, so that the first places cost no more than what
+// leads to them.
+Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limit) {
   Found found;
-  const Step& first = path.steps.front();
-  const bool isFirst = first.position != Position::Next && first.number == 1;
-  std::vector<Place> places;
-  if (isFirst && KeyOf(root, first) == first.value) places.push_back({root});
-  while (!places.empty()) {
-    found.places = std::move(places);
-    places.clear();
-    if (++found.steps == path.steps.size()) break;
-    for (const Place& place : found.places) {
-      for (const Element& child : Children(place.back(), path.steps[found.steps], found.counted)) {
-        places.push_back(place);
-        places.back().push_back(child);
-      }
+  Place place;
+  std::vector<std::uint32_t> tried{0}; // for each step, how many of its elements
+  while (!tried.empty() && !(found.isAll && found.places.size() == limit)) {
+    Element next;
+    if (place.size() < path.steps.size())
+      next = Next(place, path.steps[place.size()], ++tried.back(), found.counted);
+    if (next.IsNull()) {
+      tried.pop_back();
+      if (!place.empty()) place.pop_back();
+      continue;
     }
+    place.push_back(next);
+    tried.push_back(0);
+    Note(path, isAttributeOptional, place, found);
   }
-  const auto lacksAttribute = [&](const Place& place) {
-    return place.back().GetAttribute(path.attribute).IsNull();
-  };
-  const bool mustHaveIt = !path.attribute.empty() && !isAttributeOptional;
-  found.isAll = found.steps == path.steps.size() &&
-                !(mustHaveIt && std::ranges::all_of(found.places, lacksAttribute));
-  if (found.isAll && mustHaveIt) std::erase_if(found.places, lacksAttribute);
   return found;
+}
+
+// The n-th element that the step stands for after the place.
+Element Matcher::Next(const Place& place, const Step& step, std::uint32_t n,
+                      std::vector<std::size_t>& counted) {
+  if (place.empty()) {
+    const bool isFirst = n == 1 && step.position != Position::Next && step.number == 1;
+    return isFirst && KeyOf(root, step) == step.value ? root : Element();
+  }
+  const Element& parent = place.back();
+  if (step.position == Position::All) return Nth(parent, step, n);
+  if (step.position == Position::Next || n > 1) return {};
+  const std::uint32_t count = Count(parent, step);
+  if (step.position == Position::Last) return Nth(parent, step, count);
+  counted.push_back(count);
+  return Nth(parent, step, step.number);
+}
+
+// The n-th child with the step's name and filter, whatever its position says; null if n is 0.
+Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
+  if (step.HasAnyName() && step.key.empty())
+    return parent.NthChild(Ostrum::NameMatch::Prefix, "", n);
+  if (step.key.empty()) return parent.NthChild(Ostrum::NameMatch::Exact, step.name, n);
+  const std::vector<Element>& matching = WithKey(parent, step);
+  return n >= 1 && n <= matching.size() ? matching[n - 1] : Element();
+}
+
+std::uint32_t Matcher::Count(const Element& parent, const Step& step) {
+  if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
+  if (!step.HasAnyName()) return parent.CountChildren(step.name);
+  std::uint32_t count = 0;
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) ++count;
+  return count;
 }
 
 std::string MisreadNumber(const Element& parent, std::string_view name) {
@@ -122,42 +166,55 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
   const std::string shown = found.steps == 1 ? rootName : PathOf(place);
   if (found.steps == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
   const Step& step = path.steps[found.steps];
-  const std::size_t count = Candidates(parent, step).size();
+  const std::uint32_t count = Count(parent, step);
   if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
   return "no element " + step.text + " in " + shown + Hint(parent, step, shown);
 }
 
-std::vector<Element> Matcher::Children(const Element& parent, const Step& step,
-                                       std::vector<std::size_t>& counted) {
-  const auto& all = Candidates(parent, step);
-  if (step.position == Position::All) return {all.begin(), all.end()};
-  const bool isNumber = step.position == Position::Number;
-  if (isNumber) counted.push_back(all.size());
-  const std::size_t n = isNumber ? step.number : all.size();
-  if (step.position == Position::Next || n == 0 || n > all.size()) return {};
-  return {all[n - 1]};
+// The children with the step's name and filter, in document order.
+const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& step) {
+  Key key{step.key, parent, step.name};
+  if (key == lastKey && step.value == lastValue) return lastFound;
+  lastFound.clear();
+  const auto& byHash = UpdatedIndex(key, step).byHash;
+  const std::size_t hash = std::hash<std::string_view>()(step.value);
+  auto entry = std::ranges::lower_bound(byHash, hash, {}, &Index::Entry::first);
+  for (; entry != byHash.end() && entry->first == hash; ++entry) {
+    if (KeyOf(entry->second, step) == step.value) lastFound.push_back(entry->second);
+  }
+  lastKey = std::move(key);
+  lastValue = step.value;
+  return lastFound;
 }
 
-const std::pmr::vector<Element>& Matcher::Candidates(const Element& parent, const Step& step) {
-  const auto index = indexes.try_emplace({step.key, parent, step.name}, &memory).first;
-  auto& [byValue, last] = index->second;
-  Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
+// The index of that key, with all children that there are now.
+const Matcher::Index& Matcher::UpdatedIndex(const Key& key, const Step& step) {
+  Index& index = indexes[key];
+  const auto known = static_cast<std::ptrdiff_t>(index.byHash.size());
+  Element child =
+      index.last.IsNull() ? std::get<Element>(key).FirstChild() : index.last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
-    last = child;
-    if (const auto key = KeyOf(child, step)) byValue[std::pmr::string(*key)].push_back(child);
+    index.last = child;
+    if (const auto value = KeyOf(child, step))
+      index.byHash.emplace_back(std::hash<std::string_view>()(*value), child);
   }
-  return byValue[std::pmr::string(step.value)];
+  const auto added = index.byHash.begin() + known;
+  std::sort(added, index.byHash.end());
+  std::inplace_merge(index.byHash.begin(), added, index.byHash.end());
+  return index;
 }
 
 Element Matcher::Add(Element parent, const Step& step) {
   Element child = parent.AddElementInto(step.name);
   if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
   if (!step.key.empty()) child.SetAttribute(step.key, step.value);
+  lastKey = {};
   return child;
 }
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   element.SetAttribute(name, value);
+  lastKey = {};
   auto index = indexes.lower_bound({std::string(name), {}, {}});
   while (index != indexes.end() && std::get<0>(index->first) == name) index = indexes.erase(index);
 }

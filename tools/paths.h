@@ -4,11 +4,10 @@
 
 #include <cstdint>
 #include <map>
-#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <tuple>
-#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "host/ostrumxml/nodes/node.h"
@@ -73,21 +72,22 @@ struct Found {
 };
 
 // Finds elements in one document, also while elements are added through it. It takes time in
-// proportion to what it finds: children that match a step are found by an index.
+// proportion to what it finds: children with a filter are found by an index over its attribute.
 class Matcher {
  public:
   explicit Matcher(Element documentRoot) : root(documentRoot) {}
 
-  // What a path names; elements without the path's attribute only if it is optional.
-  Found Find(const Path& path, bool isAttributeOptional = false);
+  // What a path names, at most `limit` places; elements without the path's attribute only if it is
+  // optional.
+  Found Find(const Path& path, bool isAttributeOptional = false, std::size_t limit = SIZE_MAX);
 
   // What is there instead of what the path names, for example "no element Time in Network; there is
   // Timeout". found: what was found of it. REQUIRES: not the whole path.
   std::string WhyMissing(const Path& path, const Found& found);
 
-  // The children of parent among which the step's position counts: those with its name and filter,
-  // in document order. Valid until an attribute is set.
-  const std::pmr::vector<Element>& Candidates(const Element& parent, const Step& step);
+  // The number of children of parent among which the step's position counts: those with its name
+  // and filter.
+  std::uint32_t Count(const Element& parent, const Step& step);
 
   // Adds a child as the step describes it, its key included. Throws std::invalid_argument if the
   // parent comes from an entity or the document does not allow the value.
@@ -97,20 +97,26 @@ class Matcher {
   void SetAttribute(Element element, std::string_view name, std::string_view value);
 
  private:
+  // The name of the filter's attribute, the parent and the children's name.
+  using Key = std::tuple<std::string, Element, std::string>;
   struct Index {
-    explicit Index(std::pmr::memory_resource* memory) : byValue(memory) {}
-    // The values of the filter; "" without one.
-    std::pmr::unordered_map<std::pmr::string, std::pmr::vector<Element>> byValue;
-    Element last; // the last child that was looked at; new ones follow it
+    using Entry = std::pair<std::size_t, Element>;
+    std::vector<Entry> byHash; // of the attribute's values; those of one hash in document order
+    Element last;              // the last child that was looked at; new ones follow it
   };
 
-  std::vector<Element> Children(const Element& parent, const Step& step,
-                                std::vector<std::size_t>& counted);
+  Element Next(const Place& place, const Step& step, std::uint32_t n,
+               std::vector<std::size_t>& counted);
+  Element Nth(const Element& parent, const Step& step, std::uint32_t n);
+  const std::vector<Element>& WithKey(const Element& parent, const Step& step);
+  const Index& UpdatedIndex(const Key& key, const Step& step);
 
   Element root;
-  std::pmr::monotonic_buffer_resource memory; // saves a third of the time of large indexes
-  // By the name of the filter's attribute, the parent and the children's name.
-  std::map<std::tuple<std::string, Element, std::string>, Index> indexes;
+  std::map<Key, Index> indexes;
+  // The last search with a filter.
+  Key lastKey;
+  std::string lastValue;
+  std::vector<Element> lastFound;
 };
 
 #endif

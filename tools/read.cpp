@@ -14,7 +14,9 @@ class Answers {
   Answers(Element root, const Options& given) : options(given), matcher(root) {}
 
   void Add(const Path& path) {
-    const Found found = matcher.Find(path);
+    // The second place tells whether a path is a key of its own.
+    const std::size_t limit = options.all ? SIZE_MAX : 2;
+    const Found found = matcher.Find(path, false, limit);
     if (!found.isAll && options.defaultText) return AddMember(path.text, *options.defaultText);
     if (!found.isAll) return missing.push_back(matcher.WhyMissing(path, found));
     const bool isKey = found.places.size() == 1 || !options.json;

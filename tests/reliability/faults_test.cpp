@@ -291,6 +291,16 @@ void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* line) {
 
 constexpr const char* locale = "ISO-8859-1"; // names and values are converted
 
+// A file that was young when it was read may have been changed since then without a sign.
+TEST(SystemCalls, ReadAYoungFileAgainBeforeASave) {
+  TestDocument document(catalog);
+  const Work set{"set", Setting, catalog, SetLong};
+  for (const bool isReadAgain : {true, false}) { // the first save settles it
+    EXPECT_EQ(CallWith({Fault::System, EIO}, set, document), 0U);
+    EXPECT_EQ(std::ranges::count(systemCalls, "read") > 0, isReadAgain);
+  }
+}
+
 TEST(Faults, OfAnyAllocation) {
   const LocaleGuard guard(locale);
   std::set<std::wstring> lines;
