@@ -25,14 +25,15 @@ struct OpenFile {
   // nameCounts: the library must know the file's name, so that a pipe can't be read.
   explicit OpenFile(const Options& options, bool nameCounts = false) {
     std::string name = options.file;
-    std::string bytes = ReadBytes(name);
     if (!nameCounts && (IsStream(name) || !Ostrum::IsUtf8(name)))
-      name = console::MakeMemoryFile(bytes);
-    Parse(Decode(std::move(bytes), options).utf8); // throws why the library can't open it
+      name = console::MakeMemoryFile(ReadBytes(name));
     XmlFileList* created = nullptr;
     Succeeded(InitXMLList(&created));
     list.reset(created, [](XmlFileList* ended) { EndXMLList(&ended); });
-    Succeeded(OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted ? 1 : 0, &cookie));
+    if (OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted, &cookie) == XmlSuccess)
+      return;
+    Parse(Decode(ReadBytes(name), options).utf8); // throws the reason
+    throw CommandError("cannot be opened");
   }
 
   std::shared_ptr<XmlFileList> list;
