@@ -33,15 +33,6 @@ const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
   return &changes.at(element);
 }
 
-const AttributeDeclarations::value_type* DocumentData::FindDeclaration(
-    std::string_view elementName, std::string_view attributeName) const {
-  const AttributeDeclarations* const declared = FindDeclarations(elementName);
-  if (declared == nullptr) return nullptr;
-  const auto entry = declared->find(attributeName);
-  if (entry == declared->end()) return nullptr;
-  return &*entry;
-}
-
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,
                            std::string_view value) const {
   const auto* const declared = FindDeclaration(elementName, attributeName);

@@ -79,9 +79,15 @@ struct DocumentData {
     if (entry == declarations.end()) return nullptr;
     return &entry->second;
   }
-  // With the attribute's name.
+  // With the attribute's name. Inline, since every attribute read asks for it.
   const AttributeDeclarations::value_type* FindDeclaration(std::string_view elementName,
-                                                           std::string_view attributeName) const;
+                                                           std::string_view attributeName) const {
+    const AttributeDeclarations* const declared = FindDeclarations(elementName);
+    if (declared == nullptr) return nullptr;
+    const auto entry = declared->find(attributeName);
+    if (entry == declared->end()) return nullptr;
+    return &*entry;
+  }
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName,
                std::string_view value) const;

@@ -74,7 +74,7 @@ void AppendReference(std::string_view name, std::string& text) {
 std::string FoldSpaces(std::string_view value) {
   std::string folded(value);
   const auto areSpaces = [](char left, char right) { return left == ' ' && right == ' '; };
-  folded.erase(std::ranges::unique(folded, areSpaces).begin(), folded.end());
+  folded.erase(std::unique(folded.begin(), folded.end(), areSpaces), folded.end());
   if (folded.starts_with(' ')) folded.erase(0, 1);
   if (folded.ends_with(' ')) folded.pop_back();
   return folded;
