@@ -41,23 +41,19 @@ inline std::string TemporaryName() {
   throw std::system_error(errno, std::generic_category(), "cannot generate a random name");
 }
 
-// Whether every later change of a file is sure to change its times. After a save, which sets the
-// modification time to stampedAt, that holds if the time was stored exactly. Other times come from
-// a clock that may advance only every two seconds. All arguments are in the same unit.
-inline bool IsSettled(const FileIdentity& identity, std::optional<std::int64_t> stampedAt,
-                      std::int64_t now, std::int64_t oneSecond) noexcept {
-  if (stampedAt) return identity.modified == *stampedAt;
-  return std::max(identity.modified, identity.changed) <= now - 2 * oneSecond;
-}
-
-// Whether the last change, the later of the times that is not in the future, is less than two
-// seconds old. All arguments are in the same unit.
-inline bool IsYoung(const FileIdentity& identity, std::int64_t now,
-                    std::int64_t oneSecond) noexcept {
-  const auto isRecent = [&](std::int64_t time) {
-    return time <= now && time > now - 2 * oneSecond;
-  };
-  return isRecent(identity.modified) || isRecent(identity.changed);
+// The state of a file at the time `now`. A save that sets the modification time gives it as
+// stampedAt: a time that was stored exactly shows every later change. Other times come from a clock
+// that may advance only every two seconds. All times are in the same unit.
+inline FileState StateAt(std::int64_t now, std::int64_t oneSecond, const FileIdentity& identity,
+                         std::shared_ptr<const Access> access,
+                         std::optional<std::int64_t> stampedAt = {}) noexcept {
+  const std::int64_t old = now - 2 * oneSecond;
+  const auto isRecent = [&](std::int64_t time) { return time <= now && time > old; };
+  FileState state{identity, std::move(access)};
+  state.isSettled = std::max(identity.modified, identity.changed) <= old;
+  if (stampedAt) state.isSettled = identity.modified == *stampedAt;
+  state.isYoung = isRecent(identity.modified) || isRecent(identity.changed);
+  return state;
 }
 
 // Reads to the end of a file of about that size. read(buffer, capacity) returns the number of bytes

@@ -110,9 +110,9 @@ class LockedFile {
   //
   // If `access` is null, the new file gets the access of the file found, as far as this process may
   // give it; if there was none, that of any file created there (by the umask; on Windows, by the
-  // folder's access list). Otherwise it gets `access`, and of the mode bits only those that the file
-  // found has, too. No access is wider than that. Throws if the old owner cannot be kept and would
-  // lose access.
+  // folder's access list). Otherwise it gets `access`, and of the mode bits only those that the
+  // file found has, too. No access is wider than that. Throws if the old owner cannot be kept and
+  // would lose access.
   //
   // Returns false, with nothing changed, if the file was created or changed by another program
   // meanwhile; the caller should then lock and examine it again. Call once.

@@ -64,9 +64,6 @@ std::size_t Part(std::size_t size) {
   }
 SYSTEM_CALL(openat, int, (int folder, const char* name, int flags, mode_t mode),
             (folder, name, flags, mode))
-SYSTEM_CALL(fstat, int, (int file, struct stat* status), (file, status))
-SYSTEM_CALL(fstatat, int, (int folder, const char* name, struct stat* s, int flags),
-            (folder, name, s, flags))
 SYSTEM_CALL(statx, int, (int folder, const char* name, int flags, unsigned mask, struct statx* s),
             (folder, name, flags, mask, s))
 SYSTEM_CALL(readlinkat, ssize_t, (int folder, const char* name, char* to, std::size_t size),
@@ -333,19 +330,19 @@ TEST(Faults, OfAnySystemCall) {
 // The order of the calls that matter after a loss of power, and an edit during the flush of the new
 // file.
 TEST(Save, FlushesOnlyWhatHasANameAndKeepsAnEditMeanwhile) {
-  const std::set<std::string> relevant{"linkat", "fsync", "fstatat", "renameat", "renameat2"};
+  const std::set<std::string> relevant{"linkat", "fsync", "statx", "renameat", "renameat2"};
   const struct {
     void (*prepare)(Opened);
     void (*atFlush)(Opened);
     const char* after;
     const char* calls; // the last ones
   } saves[] = {
-      {nullptr, nullptr, "<R><A>new</A></R>", " linkat fsync fstatat fstatat renameat fsync"},
-      {RemoveFile, nullptr, "<R><A>new</A></R>", " linkat fsync fstatat renameat2 fsync"},
+      {nullptr, nullptr, "<R><A>new</A></R>", " linkat fsync statx statx renameat statx fsync"},
+      {RemoveFile, nullptr, "<R><A>new</A></R>", " linkat fsync statx renameat2 statx fsync"},
       {nullptr, [](Opened d) { d.Write("<R><B/></R>"); }, "<R><B/><A>new</A></R>",
-       " linkat fsync fstatat fstatat renameat fsync"},
+       " linkat fsync statx statx renameat statx fsync"},
       {RemoveFile, [](Opened d) { d.Write("<R><B/></R>"); }, "<R><B/><A>new</A></R>",
-       " linkat fsync fstatat fstatat renameat fsync"},
+       " linkat fsync statx statx renameat statx fsync"},
   };
   for (const auto& save : saves) {
     TestDocument document("<R/>");
@@ -363,7 +360,7 @@ TEST(Save, FlushesOnlyWhatHasANameAndKeepsAnEditMeanwhile) {
       if (relevant.contains(call)) order += " " + call;
     EXPECT_TRUE(order.ends_with(save.calls)) << order;
     const auto rename = std::ranges::find(systemCalls, "renameat");
-    EXPECT_TRUE(rename == systemCalls.end() || *(rename - 1) == "fstatat");
+    EXPECT_TRUE(rename == systemCalls.end() || *(rename - 1) == "statx");
   }
 }
 

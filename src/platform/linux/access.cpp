@@ -27,13 +27,18 @@ bool IsUnsupportedOrMissing(int error) noexcept {
 // The value of a file's extended attribute, or the names of all if no name is given; nothing if
 // there is none.
 std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
-  constexpr std::size_t maxBytes = XATTR_SIZE_MAX;
-  static_assert(XATTR_LIST_MAX <= maxBytes);
-  const auto bytes = std::make_unique_for_overwrite<char[]>(maxBytes);
-  const ssize_t size = name == nullptr
-                           ? Uninterrupted(flistxattr, file, bytes.get(), maxBytes)
-                           : Uninterrupted(fgetxattr, file, name, bytes.get(), maxBytes);
-  if (size >= 0) return std::string(bytes.get(), static_cast<std::size_t>(size));
+  static_assert(XATTR_LIST_MAX <= XATTR_SIZE_MAX);
+  std::string value;
+  // The system clears as much memory as is asked for, and most values are short.
+  for (const std::size_t capacity : {256, XATTR_SIZE_MAX}) {
+    value.resize(capacity);
+    const ssize_t size = name == nullptr
+                             ? Uninterrupted(flistxattr, file, value.data(), capacity)
+                             : Uninterrupted(fgetxattr, file, name, value.data(), capacity);
+    value.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    if (size >= 0) return value;
+    if (errno != ERANGE) break;
+  }
   if (!IsUnsupportedOrMissing(errno)) ThrowSystemFailure("cannot read the file's attributes");
   return std::nullopt;
 }
@@ -91,17 +96,17 @@ void ApplyMode(Access& access) noexcept {
 // count as others, and those of the new one have counted as others, so both get only what others
 // and group may.
 Access Restrict(Access access, uid_t owner, gid_t group) noexcept {
-  const bool isSameGroup = group == access.group;
-  if (!isSameGroup || owner != access.owner) access.mode &= permissionBits;
+  if (owner != access.owner || group != access.group) access.mode &= permissionBits;
   access.owner = owner;
-  access.group = group;
-  if (!isSameGroup) {
-    posix_acl_xattr_entry* const entry = FindEntry(access.list, ACL_GROUP_OBJ);
+  if (std::exchange(access.group, group) != group) {
     mode_t common = access.mode & access.mode >> 3 & readWriteExecute;
-    if (entry != nullptr) common &= le16toh(entry->e_perm);
-    if (entry != nullptr) entry->e_perm = htole16(static_cast<std::uint16_t>(common));
+    if (posix_acl_xattr_entry* const entry = FindEntry(access.list, ACL_GROUP_OBJ)) {
+      common &= le16toh(entry->e_perm);
+      entry->e_perm = htole16(static_cast<std::uint16_t>(common));
+    } else {
+      access.mode = (access.mode & ~mode_t{S_IRWXG}) | common << 3;
+    }
     access.mode = (access.mode & ~mode_t{S_IRWXO}) | common;
-    if (entry == nullptr) access.mode = (access.mode & ~mode_t{S_IRWXG}) | common << 3;
   }
   ApplyMode(access);
   return access;
@@ -109,22 +114,18 @@ Access Restrict(Access access, uid_t owner, gid_t group) noexcept {
 
 // All groups of a user; none if the system does not know the user.
 std::vector<gid_t> GroupsOf(uid_t user) {
-  constexpr std::size_t maxBytes = std::size_t{1} << 20;
-  std::string buffer(1024, '\0');
+  constexpr std::size_t maxBytes = std::size_t{1} << 20; // of an account's texts
+  const auto texts = std::make_unique_for_overwrite<char[]>(maxBytes);
   passwd account{};
   passwd* found = nullptr;
   int error = EINTR;
-  while (error == EINTR || (error == ERANGE && buffer.size() < maxBytes)) {
-    if (error == ERANGE) buffer.resize(2 * buffer.size());
-    error = getpwuid_r(user, &account, buffer.data(), buffer.size(), &found);
-  }
+  while (error == EINTR) error = getpwuid_r(user, &account, texts.get(), maxBytes, &found);
   if (error == ENOMEM) throw std::bad_alloc();
   if (found == nullptr) return {};
-  int count = 64;
-  std::vector<gid_t> groups(static_cast<std::size_t>(count));
-  while (getgrouplist(account.pw_name, account.pw_gid, groups.data(), &count) < 0)
-    groups.resize(static_cast<std::size_t>(count));
-  groups.resize(static_cast<std::size_t>(count));
+  std::vector<gid_t> groups(NGROUPS_MAX);
+  int count = NGROUPS_MAX;
+  getgrouplist(account.pw_name, account.pw_gid, groups.data(), &count);
+  groups.resize(static_cast<std::size_t>(std::clamp(count, 0, NGROUPS_MAX)));
   return groups;
 }
 
@@ -159,35 +160,32 @@ bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
   return (wanted & ~access.mode) == 0;
 }
 
-// Sets owner and group as far as possible. Returns the file's status afterwards.
-FileStatus ChangeOwner(int file, const Access& wanted) {
-  FileStatus status{};
-  const auto readStatus = [&] {
-    CheckedCall("cannot read the new file's status", fstat, file, &status);
-  };
-  const auto change = [&](uid_t owner) {
-    const bool isChanged = Uninterrupted(fchown, file, owner, wanted.group) == 0;
-    if (!isChanged && errno == ENOMEM) throw std::bad_alloc();
-    return isChanged;
-  };
-  readStatus();
-  const bool isSameGroup = status.st_gid == wanted.group;
-  if (isSameGroup && status.st_uid == wanted.owner) return status;
-  if (change(wanted.owner) || (!isSameGroup && change(status.st_uid))) readStatus();
-  return status;
+// Sets owner and group as far as possible; the group alone if the owner cannot be changed.
+void ChangeOwner(int file, FileStatus& status, const Access& wanted) {
+  for (const uid_t owner : {wanted.owner, status.stx_uid}) {
+    if (owner == status.stx_uid && wanted.group == status.stx_gid) return;
+    if (Uninterrupted(fchown, file, owner, wanted.group) == 0) {
+      // Some file systems accept this and change nothing.
+      CheckedCall("cannot read the new file's status", QueryStatus, file, "", &status);
+      return;
+    }
+    if (errno == ENOMEM) throw std::bad_alloc();
+  }
 }
 
 } // namespace
 
-Access ReadAccess(int file, const FileStatus& status) {
-  return {status.st_uid, status.st_gid, status.st_mode & ~mode_t{S_IFMT}, ReadAccessList(file)};
+std::shared_ptr<const Access> ReadAccess(int file, const FileStatus& status) {
+  const mode_t mode = status.stx_mode & ~mode_t{S_IFMT};
+  return std::make_shared<const Access>(
+      Access{status.stx_uid, status.stx_gid, mode, ReadAccessList(file)});
 }
 
-Access GiveAccess(int file, const Access& wanted, bool ownerLosesNothing) {
+Access GiveAccess(int file, FileStatus status, const Access& wanted, bool ownerLosesNothing) {
   assert((wanted.mode & S_IFMT) == 0);
   // The owner comes first, because changing it clears the set-user-ID and set-group-ID bits.
-  const FileStatus status = ChangeOwner(file, wanted);
-  Access given = Restrict(wanted, status.st_uid, status.st_gid);
+  ChangeOwner(file, status, wanted);
+  Access given = Restrict(wanted, status.stx_uid, status.stx_gid);
   if (ownerLosesNothing && given.owner != wanted.owner &&
       !IsGranted(given, wanted.owner, wanted.mode >> 6 & readWriteExecute))
     ThrowSystemFailure("cannot keep the file's owner, who would lose access", EPERM);

@@ -18,13 +18,14 @@ struct Access {
 };
 
 // The access to an open file. Throws std::system_error or std::bad_alloc.
-Access ReadAccess(int file, const FileStatus& status);
+std::shared_ptr<const Access> ReadAccess(int file, const FileStatus& status);
 
-// Gives an open file that this process has just created that access, and returns what it got. What
-// this process may not give is left out in such a way that nobody gets more than `wanted` says. If
-// `ownerLosesNothing`, throws if the file gets another owner than wanted and the wanted one would
-// have less access than as the owner. Throws std::system_error or std::bad_alloc.
-Access GiveAccess(int file, const Access& wanted, bool ownerLosesNothing);
+// Gives an open file that this process has just created, and whose status is known, that access,
+// and returns what it got. What this process may not give is left out in such a way that nobody
+// gets more than `wanted` says. If `ownerLosesNothing`, throws if the file gets another owner than
+// wanted and the wanted one would have less access than as the owner. Throws std::system_error or
+// std::bad_alloc.
+Access GiveAccess(int file, FileStatus status, const Access& wanted, bool ownerLosesNothing);
 
 // Copies the security label and the user's attributes of an open file to another. Throws
 // std::system_error or std::bad_alloc.

@@ -1,11 +1,13 @@
-// Open files and their status.
+// Open files, their status, and locks on them.
 #ifndef TARVIK_PLATFORM_LINUX_FILE_DESCRIPTOR_H
 #define TARVIK_PLATFORM_LINUX_FILE_DESCRIPTOR_H
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cassert>
 #include <cerrno>
 #include <new>
 #include <system_error>
@@ -15,7 +17,8 @@
 
 namespace platform {
 
-using FileStatus = struct stat;
+// Unlike struct stat, it includes the time of creation.
+using FileStatus = struct statx;
 
 // Repeats a system call while signals interrupt it. Not for close(), which closes even when
 // interrupted.
@@ -29,6 +32,7 @@ auto Uninterrupted(Call call, Arguments... arguments) noexcept {
 // Throws std::system_error with the step that failed and the reason given by errno; std::bad_alloc
 // if the reason is lack of memory.
 [[noreturn]] inline void ThrowSystemFailure(const char* step, int error = errno) {
+  assert(error != 0);
   if (error == ENOMEM) throw std::bad_alloc();
   throw std::system_error(error, std::generic_category(), step);
 }
@@ -74,16 +78,60 @@ inline constexpr auto retryPause = std::chrono::milliseconds(1);
 // wait for the other end of a pipe.
 FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) noexcept;
 
+// Reads the status of a name in an open folder, even if it is a link, or of an open file itself if
+// the name is empty. Not 0 on failure, and errno tells why.
+inline int QueryStatus(int file, const char* name, FileStatus* status) noexcept {
+  constexpr int flags = AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW;
+  return Uninterrupted(statx, file, name, flags, STATX_BASIC_STATS | STATX_BTIME, status);
+}
+
+inline bool IsSameFile(const FileStatus& left, const FileStatus& right) noexcept {
+  return left.stx_ino == right.stx_ino && left.stx_dev_major == right.stx_dev_major &&
+         left.stx_dev_minor == right.stx_dev_minor;
+}
+
+enum class LockResult { Locked, HeldByOthers, Unsupported, Failed };
+
+// Covers the whole file, whatever its length.
+inline int CallLock(int file, int command, struct flock& lock, short type) noexcept {
+  lock = {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  return Uninterrupted(fcntl, file, command, &lock);
+}
+
+// Locks the open file description, not the process: threads exclude each other, and closing the
+// file elsewhere keeps the lock. The file must be open for writing. After Failed, errno tells why.
+inline LockResult TryLock(int file) noexcept {
+  assert(file >= 0);
+  struct flock lock {};
+  if (CallLock(file, F_OFD_SETLK, lock, F_WRLCK) == 0) return LockResult::Locked;
+  if (errno == ENOLCK || errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL)
+    return LockResult::Unsupported;
+  if (errno != EAGAIN && errno != EACCES) return LockResult::Failed;
+  // A classical lock of this process belongs to the host program. Threads then exclude each other
+  // by flock.
+  if (CallLock(file, F_OFD_GETLK, lock, F_WRLCK) != 0 || lock.l_type == F_UNLCK ||
+      lock.l_pid != getpid())
+    return LockResult::HeldByOthers;
+  if (Uninterrupted(flock, file, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+    return LockResult::HeldByOthers;
+  return LockResult::Locked;
+}
+
+// Closing alone does not unlock if another thread has forked, because the new process also has the
+// file open.
+inline void Unlock(int file) noexcept {
+  assert(file >= 0);
+  struct flock lock {};
+  CallLock(file, F_OFD_SETLK, lock, F_UNLCK);
+}
+
 inline constexpr std::int64_t second = 1'000'000'000; // all times here are nanoseconds since 1970
 
 std::int64_t CurrentTime() noexcept;
 
-// The time of creation is left out.
 FileIdentity IdentityOf(const FileStatus& status) noexcept;
-
-// The state of an open file; stampedAt: the modification time that was set, if any.
-FileState StateOf(int file, const FileStatus& status, std::shared_ptr<const Access> access,
-                  std::optional<std::int64_t> stampedAt = std::nullopt) noexcept;
 
 // Reads from the current position to the end.
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes);

@@ -2,11 +2,8 @@
 // another file in its place. So once the lock is held the name is looked up again.
 #include <linux/limits.h>
 
-#include <cassert>
 #include <thread>
 
-#include "platform/file_parts.h"
-#include "platform/linux/file_lock.h"
 #include "platform/linux/temporary_file.h"
 
 namespace platform {
@@ -20,7 +17,7 @@ struct Entry {
 
   // Reads the status of the name itself, even if it is a link. Not 0 on failure, with errno.
   int ReadStatus(FileStatus& now) const noexcept {
-    return Uninterrupted(fstatat, folder.Number(), name.c_str(), &now, AT_SYMLINK_NOFOLLOW);
+    return QueryStatus(folder.Number(), name.c_str(), &now);
   }
 };
 
@@ -43,7 +40,7 @@ Entry FollowLinks(FileName name) {
     if (result != 0 && errno != ENOENT)
       ThrowSystemFailure("cannot tell whether the file is a symbolic link");
     if (result != 0) entry.status.reset();
-    if (!entry.status || !S_ISLNK(entry.status->st_mode)) return entry;
+    if (!entry.status || !S_ISLNK(entry.status->stx_mode)) return entry;
     char target[PATH_MAX];
     const ssize_t length =
         CheckedCall("cannot follow the symbolic link", readlinkat, entry.folder.Number(),
@@ -60,9 +57,9 @@ FileDescriptor OpenReplaceable(const FileName& name, Deadline deadline, FileStat
   FileDescriptor file = OpenUnleased(name, O_RDWR, deadline);
   if (!file.IsOpen() && errno == ENOENT) return file;
   if (!file.IsOpen()) ThrowSystemFailure("cannot write the file");
-  CheckedCall("cannot read the file's status", fstat, file.Number(), &status);
-  if (!S_ISREG(status.st_mode)) ThrowSystemFailure("the file is not a regular file", EINVAL);
-  if ((status.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
+  CheckedCall("cannot read the file's status", QueryStatus, file.Number(), "", &status);
+  if (!S_ISREG(status.stx_mode)) ThrowSystemFailure("the file is not a regular file", EINVAL);
+  if ((status.stx_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
     ThrowSystemFailure("the file is read-only", EACCES);
   return file;
 }
@@ -100,11 +97,9 @@ struct LockedFile::System {
     entry = FollowLinks(name);
     // The previous owner of the lock may have replaced the file that is locked now.
     if (!original.IsOpen()) return !entry.status;
-    if (!entry.status || entry.status->st_dev != status.st_dev ||
-        entry.status->st_ino != status.st_ino)
-      return false;
-    state = StateOf(original.Number(), *entry.status,
-                    std::make_shared<const Access>(ReadAccess(original.Number(), *entry.status)));
+    if (!entry.status || !IsSameFile(*entry.status, status)) return false;
+    state = StateAt(CurrentTime(), second, IdentityOf(*entry.status),
+                    ReadAccess(original.Number(), *entry.status));
     return true;
   }
 
@@ -112,7 +107,7 @@ struct LockedFile::System {
   bool IsUnchanged() const noexcept {
     assert(entry.status);
     FileStatus now{};
-    return entry.ReadStatus(now) == 0 && now.st_mode == entry.status->st_mode &&
+    return entry.ReadStatus(now) == 0 && now.stx_mode == entry.status->stx_mode &&
            IdentityOf(now) == IdentityOf(*entry.status);
   }
 
@@ -121,7 +116,7 @@ struct LockedFile::System {
     if (access == nullptr && !state) return std::nullopt;
     if (access == nullptr) return *state->access;
     Access wanted = *access;
-    if (state) wanted.mode &= entry.status->st_mode;
+    if (state) wanted.mode &= entry.status->stx_mode;
     return wanted;
   }
 };
@@ -154,8 +149,7 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   // If the system cannot name an unnamed file, the second attempt uses a named one.
   for (bool isNamed = false;; isNamed = true) {
     TemporaryFile temporary(entry.folder.Number(), preferredName, isNamed, mode);
-    for (const std::string_view piece : pieces) temporary.Write(piece);
-    temporary.Stamp();
+    temporary.Write(pieces);
     temporary.SetAccess(wanted, system->state.has_value(), attributesFrom);
     if (!temporary.Link()) continue;
     // A file that is flushed while it has no name counts as deleted on a disk without a journal.

@@ -33,9 +33,8 @@ FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) 
   for (;; std::this_thread::sleep_for(retryPause)) {
     FileDescriptor file = OpenAt(AT_FDCWD, name.c_str(), flags | O_NONBLOCK);
     if (file.IsOpen() || errno != EWOULDBLOCK) return file;
-    FileStatus status{};
-    const bool isFile =
-        Uninterrupted(fstatat, AT_FDCWD, name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
+    std::error_code unknown;
+    const bool isFile = std::filesystem::is_regular_file(name, unknown);
     if (isFile && std::chrono::steady_clock::now() < deadline) continue;
     errno = EWOULDBLOCK;
     return file;
@@ -44,21 +43,16 @@ FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) 
 
 // The number changes if a rename replaces the file, size and times if it is edited in place.
 FileIdentity IdentityOf(const FileStatus& status) noexcept {
-  return {status.st_dev, status.st_ino, static_cast<std::uint64_t>(status.st_size),
-          Nanoseconds(status.st_mtim.tv_sec, status.st_mtim.tv_nsec),
-          Nanoseconds(status.st_ctim.tv_sec, status.st_ctim.tv_nsec)};
-}
-
-FileState StateOf(int file, const FileStatus& status, std::shared_ptr<const Access> access,
-                  std::optional<std::int64_t> stampedAt) noexcept {
-  FileState state{IdentityOf(status), std::move(access)};
-  struct statx more {};
-  const int result = Uninterrupted(statx, file, "", AT_EMPTY_PATH, STATX_BTIME, &more);
-  if (result == 0 && (more.stx_mask & STATX_BTIME) != 0)
-    state.identity.created = Nanoseconds(more.stx_btime.tv_sec, more.stx_btime.tv_nsec);
-  state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
-  state.isYoung = IsYoung(state.identity, CurrentTime(), second);
-  return state;
+  const auto device = std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor;
+  const auto time = [](const statx_timestamp& stamp) {
+    return Nanoseconds(stamp.tv_sec, stamp.tv_nsec);
+  };
+  return {device,
+          status.stx_ino,
+          status.stx_size,
+          time(status.stx_mtime),
+          time(status.stx_ctime),
+          time(status.stx_btime)};
 }
 
 ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes) {
@@ -67,7 +61,7 @@ ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, s
     if (count < 0 && errno == ENOMEM) throw std::bad_alloc();
     return count;
   };
-  return ReadToEnd(readSome, static_cast<std::uint64_t>(status.st_size), limit, bytes);
+  return ReadToEnd(readSome, status.stx_size, limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
@@ -75,13 +69,13 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
   const FileDescriptor file =
       OpenUnleased(name, O_RDONLY, std::chrono::steady_clock::now() + maxSaveWait);
   FileStatus status{};
-  const bool isKnown = file.IsOpen() && Uninterrupted(fstat, file.Number(), &status) == 0;
+  const bool isKnown = file.IsOpen() && QueryStatus(file.Number(), "", &status) == 0;
   if (!isKnown && errno == ENOMEM) throw std::bad_alloc();
-  if (!isKnown && (errno == ENOENT || errno == ENOTDIR)) return ReadStatus::Missing;
-  if (!isKnown || !S_ISREG(status.st_mode)) return ReadStatus::Unreadable;
+  const bool isMissing = !isKnown && (errno == ENOENT || errno == ENOTDIR);
+  if (isMissing) return ReadStatus::Missing;
+  if (!isKnown || !S_ISREG(status.stx_mode)) return ReadStatus::Unreadable;
   try {
-    state = StateOf(file.Number(), status,
-                    std::make_shared<const Access>(ReadAccess(file.Number(), status)));
+    state = StateAt(CurrentTime(), second, IdentityOf(status), ReadAccess(file.Number(), status));
   } catch (const std::system_error&) {
     return ReadStatus::Unreadable;
   }

@@ -40,6 +40,10 @@ ComparableList ListIn(const std::vector<unsigned char>& descriptor) noexcept {
 
 } // namespace
 
+std::shared_ptr<const Access> ReadAccess(const Handle& file, const FileStatus& status) {
+  return std::make_shared<const Access>(Access{status.file.dwFileAttributes, ReadAccessList(file)});
+}
+
 std::vector<unsigned char> ReadAccessList(const Handle& file) {
   std::vector<unsigned char> list;
   DWORD size = 0;

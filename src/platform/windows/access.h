@@ -16,7 +16,8 @@ struct Access {
   std::vector<unsigned char> accessList;
 };
 
-// `file` must be open with the right READ_CONTROL. Throws std::bad_alloc.
+// Both throw std::bad_alloc. `file` must be open with the right READ_CONTROL.
+std::shared_ptr<const Access> ReadAccess(const Handle& file, const FileStatus& status);
 std::vector<unsigned char> ReadAccessList(const Handle& file);
 
 // Whether both lists grant and inherit the same.

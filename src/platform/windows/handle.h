@@ -75,15 +75,13 @@ struct FileStatus {
 // False if it is not a disk file or the status cannot be read, and GetLastError tells why.
 bool QueryStatus(const Handle& file, FileStatus& status) noexcept;
 
-// In units of 100 nanoseconds since 1601, as in file times, from the system's most precise clock.
+// Times are in units of 100 nanoseconds since 1601.
+inline constexpr std::int64_t second = 10'000'000;
+
+// From the system's most precise clock.
 std::int64_t CurrentTime() noexcept;
 
 FileIdentity IdentityOf(const FileStatus& status) noexcept;
-
-// `file` must be open with the right to read its access list. stampedAt: the modification time that
-// was set, if any. Throws std::bad_alloc.
-FileState StateOf(const Handle& file, const FileStatus& status,
-                  std::optional<std::int64_t> stampedAt = std::nullopt);
 
 // Reads from the current position to the end.
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,

@@ -4,10 +4,8 @@
 // After windows.h, which it needs.
 #include <sddl.h>
 
-#include <cassert>
 #include <cwchar>
 
-#include "platform/file_parts.h"
 #include "platform/windows/temporary_file.h"
 
 namespace platform {
@@ -140,7 +138,8 @@ LockedFile::LockedFile(const FileName& name, Deadline deadline)
   }
   // A rename would check only the right to delete the file.
   if (!OpenExisting(system->name, GENERIC_WRITE)) ThrowSystemFailure("cannot write the file");
-  system->state = StateOf(file, system->status);
+  system->state =
+      StateAt(CurrentTime(), second, IdentityOf(system->status), ReadAccess(file, system->status));
 }
 
 LockedFile::~LockedFile() = default;
@@ -160,7 +159,7 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   TemporaryFile made(FolderPart(system->name), system->hash, wanted.attributes);
   // First, so that only those who could read the old content can read the new.
   made.SetAccessList(wanted.accessList);
-  for (const std::string_view piece : pieces) made.Write(piece);
+  made.Write(pieces);
   made.Finish(system->status.basic.CreationTime);
   // While the flush ran or another program held the file, one that takes no lock may have changed
   // it.

@@ -15,8 +15,6 @@ extern "C" NTSYSAPI NTSTATUS NTAPI RtlGetLastNtStatus();
 namespace platform {
 namespace {
 
-constexpr std::int64_t second = 10'000'000;
-
 // Folder, drive, server, share and names that cannot exist included.
 constexpr DWORD missingErrors[] = {
     ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_DRIVE, ERROR_BAD_NETPATH,
@@ -93,24 +91,9 @@ FileIdentity IdentityOf(const FileStatus& status) noexcept {
     return static_cast<std::uint64_t>(high) << 32 | low;
   };
   const BY_HANDLE_FILE_INFORMATION& file = status.file;
-  FileIdentity identity;
-  identity.device = file.dwVolumeSerialNumber;
-  identity.number = join(file.nFileIndexHigh, file.nFileIndexLow);
-  identity.size = join(file.nFileSizeHigh, file.nFileSizeLow);
-  identity.modified = status.basic.LastWriteTime.QuadPart;
-  identity.changed = status.basic.ChangeTime.QuadPart;
-  return identity;
-}
-
-FileState StateOf(const Handle& file, const FileStatus& status,
-                  std::optional<std::int64_t> stampedAt) {
-  FileState state;
-  state.identity = IdentityOf(status);
-  state.access =
-      std::make_shared<const Access>(Access{status.file.dwFileAttributes, ReadAccessList(file)});
-  state.isSettled = IsSettled(state.identity, stampedAt, CurrentTime(), second);
-  state.isYoung = IsYoung(state.identity, CurrentTime(), second);
-  return state;
+  return {file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
+          join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
+          status.basic.ChangeTime.QuadPart};
 }
 
 ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,
@@ -131,7 +114,7 @@ ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& b
   if (!file) return OpeningStatus(GetLastError());
   FileStatus status;
   if (!QueryStatus(file, status)) return ReadStatus::Unreadable;
-  state = StateOf(file, status);
+  state = StateAt(CurrentTime(), second, IdentityOf(status), ReadAccess(file, status));
   return ReadOpenFile(file, status, limit, bytes);
 }
 
