@@ -106,20 +106,6 @@ def writers_and_an_editor(folder):
     print(f"{writers * sets} sets of {writers} processes and {sets} edits: all there")
 
 
-def sets_that_wait(folder):
-    name = folder + "/waiting.xml"
-    write(name, "<R></R>")
-    document = Document(name)
-    write(name, "<S/>")
-    for item in ("Time", "Zone", "Time"):
-        check(document.set(item, item) == FAILURE, "another's document was saved")
-    write(name, "<R><Timeout/></R>")
-    check(document.set("Zo", "z") == SUCCESS, "a set failed")
-    text = read(name)
-    check(text == "<R><Timeout/><Time>Time</Time><Zone>z</Zone></R>", f"the sets that waited made {text}")
-    print("sets that wait carried out in their order")
-
-
 def temporary_files(folder):
     return [file for file in os.listdir(folder) if file.startswith(".tarvik")]
 
@@ -274,14 +260,14 @@ def rights(folder):
     name, is_root = folder + "/kept.xml", os.geteuid() == 0
     write(name, "<R/>")
     document = Document(name)
-    lists = ["system.posix_acl_access", "user.of-mine"]  # what the file system can keep of them
-    for attribute in lists[:]:
+    values = {"system.posix_acl_access": ACCESS_LIST, "user.of-mine": b"longer than most" * 20}
+    for attribute, value in list(values.items()):  # what the file system can keep of them
         try:
-            os.setxattr(name, attribute, ACCESS_LIST)
+            os.setxattr(name, attribute, value)
             os.removexattr(name, attribute)
         except OSError:
-            lists.remove(attribute)
-    if lists[:1] == ["system.posix_acl_access"]:  # what the folder gives its new files must not open up this one
+            del values[attribute]
+    if "system.posix_acl_access" in values:  # what the folder gives its new files must not open up this one
         os.setxattr(folder, "system.posix_acl_default", ACCESS_LIST)
     os.umask(0o077)
     for mode in (0o640, 0o600, 0o666, 0o751, 0o6755):
@@ -296,14 +282,14 @@ def rights(folder):
         check("system.posix_acl_access" not in os.listxattr(name), "the folder's access list was taken over")
     os.unlink(name)
     check(document.set("A", "anew") == SUCCESS and os.stat(name).st_mode & 0o777 == 0o755, "made anew with other permissions")
-    for attribute in lists:
-        os.setxattr(name, attribute, ACCESS_LIST)
+    for attribute, value in values.items():
+        os.setxattr(name, attribute, value)
     check(document.set("A", "kept") == SUCCESS, "a file with attributes was not saved")
-    check(all(os.getxattr(name, attribute) == ACCESS_LIST for attribute in lists), "attributes are gone")
+    check(all(os.getxattr(name, attribute) == value for attribute, value in values.items()), "attributes are gone")
 
     # The group may write, the owner may not, and the folder lets both; nor is a pipe a file.
     os.chmod(folder, 0o777)
-    for attribute in lists:
+    for attribute in values:
         os.removexattr(name, attribute)
     os.chmod(name, 0o464)
     if is_root:
@@ -460,7 +446,7 @@ def access(folder):
     print(f"access kept and never widened in {len(ACCESS)} cases")
 
 
-for test in (writers_and_an_editor, sets_that_wait, killed_writers, leftovers, leases, locks, names, rights, access,
+for test in (writers_and_an_editor, killed_writers, leftovers, leases, locks, names, rights, access,
              programs_that_write_slowly):
     with tempfile.TemporaryDirectory() as temporary:
         test(temporary)

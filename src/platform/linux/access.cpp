@@ -30,7 +30,7 @@ std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
   static_assert(XATTR_LIST_MAX <= XATTR_SIZE_MAX);
   std::string value;
   // The system clears as much memory as is asked for, and most values are short.
-  for (const std::size_t capacity : {256, XATTR_SIZE_MAX}) {
+  for (const std::size_t capacity : {std::size_t{256}, std::size_t{XATTR_SIZE_MAX}}) {
     value.resize(capacity);
     const ssize_t size = name == nullptr
                              ? Uninterrupted(flistxattr, file, value.data(), capacity)

@@ -10,12 +10,8 @@
 namespace platform {
 namespace {
 
-template <auto release>
-struct Releaser {
-  void operator()(auto* owned) const noexcept { release(owned); }
-};
 template <class Owned, auto release>
-using Owner = std::unique_ptr<Owned, Releaser<release>>;
+using Owner = std::unique_ptr<Owned, decltype([](Owned* owned) { release(owned); })>;
 
 void Require(bool done) {
   if (!done) throw std::bad_alloc();

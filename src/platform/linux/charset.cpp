@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <string_view>
 
 #include "platform/platform.h"
 
@@ -25,11 +27,8 @@ constexpr std::uint32_t asciiId = 2;
 static_assert((utf8Id & 4U) == 0);
 
 std::uint32_t HashName(const char* codeset) noexcept {
-  std::uint32_t hash = 2'166'136'261U; // FNV-1a
-  for (; *codeset != '\0'; ++codeset) {
-    hash = (hash ^ static_cast<unsigned char>(*codeset)) * 16'777'619U;
-  }
-  return hash | 4U; // differs from the other ids
+  const std::size_t hash = std::hash<std::string_view>()(codeset);
+  return static_cast<std::uint32_t>(hash) | 4U; // differs from the other ids
 }
 
 // Remembers the last one by its name: a locale's address says nothing, it can be freed and used
