@@ -269,7 +269,10 @@ TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
     EXPECT_TRUE(Replace()) << share;
     holder = Hold(name, share, 300);
     EXPECT_EQ(Read(name), ReadStatus::Done) << share;
-    holder = Hold(name, share, 3500);
+    holder.join();
+    const platform::Handle held = platform::MakeHandle(
+        CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held);
     EXPECT_THROW(LockedFile(name, Soon()).Replace({"newer"}, nullptr), std::system_error) << share;
     EXPECT_EQ(Read(name), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
   }
