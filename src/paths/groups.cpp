@@ -57,13 +57,13 @@ Element FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
 }
 
 // Logs and returns the null element if the document has no such element.
-Element SearchDocument(const XmlFileRecord& record, const char* path, std::uint32_t occurrence,
+Element SearchDocument(XmlFileRecord& record, const char* path, std::uint32_t occurrence,
                        const CallerBuffer& buffer) {
   const Element start = FindStart(record, buffer);
   if (start.IsNull()) return {};
   Element found;
   try {
-    found = FindElementByPath(start, path, occurrence);
+    found = FindElementByPath(start, path, occurrence, record.knownParent);
   } catch (const std::exception&) { // logged; the group then counts as not found
   }
   if (!found.IsNull()) return found;
@@ -71,8 +71,8 @@ Element SearchDocument(const XmlFileRecord& record, const char* path, std::uint3
   return {};
 }
 
-std::uint32_t OpenGroup(const XmlFileRecord& record, const char* groupPath,
-                        std::uint32_t occurrence, const CallerBuffer& buffer) {
+std::uint32_t OpenGroup(XmlFileRecord& record, const char* groupPath, std::uint32_t occurrence,
+                        const CallerBuffer& buffer) {
   char withoutRoot[bufferSize];
   const std::string_view path = PathBelowRoot(record, groupPath, withoutRoot);
   if (path.empty()) {
@@ -107,7 +107,7 @@ std::uint32_t GenericOpenGroup(const wchar_t* function, XmlFileList* list, std::
   const CharsetScope charset;
   const Trace exported(function);
   const Trace trace(L"GenericOpenGroup");
-  const XmlFileRecord* const record = FindXmlFile(list, cookie);
+  XmlFileRecord* const record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   try {
     if (groupPath == nullptr || groupId == nullptr)

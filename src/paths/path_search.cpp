@@ -126,9 +126,9 @@ Element SelectChild(const Element& parent, const char* component, bool isLast,
   return child;
 }
 
-// Goes down level by level. path moves along: after a failure it is what the failing level had to
-// find.
-Element Follow(Element start, const char*& path, std::uint32_t occurrence) {
+// Goes down level by level. start moves along, to the parent of what is found, and path: after a
+// failure it is what the failing level had to find.
+Element Follow(Element& start, const char*& path, std::uint32_t occurrence) {
   // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the
   // search.
   char shortPath[bufferSize];
@@ -153,6 +153,14 @@ Element Follow(Element start, const char*& path, std::uint32_t occurrence) {
   return start;
 }
 
+// The path without its last component. Empty if each walk logs its lines.
+std::string_view ParentPath(const char* path) noexcept {
+  if (corekit::SinkIsSet()) return {};
+  const char* const end = platform::MbsFindLastChar(path, '\\');
+  if (end == nullptr) return {};
+  return {path, end};
+}
+
 } // namespace
 
 Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence) {
@@ -162,4 +170,18 @@ Element FindElementByPath(Element start, const char* path, std::uint32_t occurre
     LogError(L"Unknown exception occurred while searching for ", path);
     throw;
   }
+}
+
+Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
+                          KnownParent& known) {
+  const std::string_view parentPath = ParentPath(path);
+  if (parentPath.empty() || parentPath.find('&') != parentPath.npos)
+    return FindElementByPath(start, path, occurrence);
+  const std::uint32_t charset = platform::CurrentCharset().id;
+  const bool isKnown = known.start == start && known.charset == charset && known.path == parentPath;
+  if (isKnown) return FindElementByPath(known.parent, path + parentPath.size() + 1, occurrence);
+  Element parent = start;
+  const Element found = Follow(parent, path, occurrence);
+  if (!found.IsNull()) known = {start, parent, std::string(parentPath), charset};
+  return found;
 }

@@ -3,6 +3,7 @@
 #define TARVIK_PATHS_PATH_SEARCH_H
 
 #include <cstdint>
+#include <string>
 
 #include "host/ostrumxml/nodes/node.h"
 
@@ -27,5 +28,17 @@ Ostrum::Element FindChild(const Ostrum::Element& parent, const ChildSearch& sear
 // std::bad_alloc.
 Ostrum::Element FindElementByPath(Ostrum::Element start, const char* path,
                                   std::uint32_t occurrence);
+
+// The parent of what a path last led to. Callers enumerate the elements of one path: without it,
+// listing 1,000 files for the first time takes 6 times as long as a hand-written loop instead of 5.
+struct KnownParent {
+  Ostrum::Element start, parent;
+  std::string path;          // from start to parent, without filters, whose answers can change
+  std::uint32_t charset = 0; // the id of the path's character set
+};
+
+// The same, by the known parent if the path begins as the last one did, and remembers the parent.
+Ostrum::Element FindElementByPath(Ostrum::Element start, const char* path, std::uint32_t occurrence,
+                                  KnownParent& known);
 
 #endif

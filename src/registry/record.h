@@ -9,6 +9,7 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
 #include "paths/element_map.h"
+#include "paths/path_search.h"
 
 // Size in bytes of internal buffers for names and paths: at most 259 bytes of text and a
 // terminating zero.
@@ -24,6 +25,7 @@ struct XmlFileRecord {
   std::unique_ptr<Ostrum::PendingChanges> waitingSets;
   // Has at least the root's entry once the record is in a list.
   std::unique_ptr<ElementMap> elementMap;
+  KnownParent knownParent;
 };
 
 // One caller's open documents, oldest first.

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 #include "registry/record.h"
+#include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
 #include "support/text.h"
@@ -156,4 +158,37 @@ TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
             (Lines{">OpenXMLGroup", ">GenericOpenGroup", ">FindXmlFile", "<FindXmlFile",
                    ">IsRootInPath", "<IsRootInPath", ">ReturnTokenFromString",
                    "<ReturnTokenFromString", "<GenericOpenGroup", "<OpenXMLGroup"}));
+}
+
+// Without a sink, the parent of the last path is known. Each row would be answered below it if one
+// of the conditions for that were missing.
+TEST(KnownParent, ServesOnlyThePathThatItWasFoundBy) {
+  const TestDocument document(
+      "<R><P\u0416><L><S id='1'/><S id='2'/></L></P\u0416><P k='1'><L><S id='3'/><S id='4'/></L>"
+      "</P><Q><L><S id='5'/><S id='6'/></L></Q></R>");
+  const auto idOf = [&](const std::string& parent, const std::string& path,
+                        std::uint32_t occurrence) {
+    const std::string id = Answer(parent, [&](char* buffer) {
+      return EnumXMLGroup(document.list, document.cookie, path.c_str(), occurrence, buffer, 400);
+    });
+    const auto element = document.list->files.front().elementMap->Find(id.substr(2));
+    return element.GetAttribute("id").GetValue();
+  };
+  {
+    const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : "C");
+    EXPECT_EQ(idOf("", "P\\L\\S", 1), hasUtf8 ? "1" : "3");
+  }
+  const LocaleGuard locale("C");
+  EXPECT_EQ(idOf("", "P\\L\\S", 2), "4"); // another character set
+  EXPECT_EQ(idOf("", "Q\\L\\S", 1), "5"); // another path
+  {
+    LogLines log;
+    EXPECT_EQ(idOf("", "Q\\L\\S", 2), "6"); // the lines of each level
+    EXPECT_EQ(std::ranges::count(log.Take(), "Found Q (element) in the element map."), 1);
+  }
+  EXPECT_EQ(idOf("", "P", 1) + idOf("", "Q", 1), "");
+  EXPECT_EQ(idOf("P", "L\\", 1) + idOf("Q", "L\\", 2), "36"); // another start
+  EXPECT_EQ(idOf("", "P&k=1\\L\\S", 1), "3");
+  ASSERT_EQ(document.SetAttribute("P", "k", "2"), 0U);
+  EXPECT_EQ(idOf("", "P&k=1\\L\\S", 2), ""); // a filter whose answer has changed
 }
