@@ -1,4 +1,5 @@
-// Reading text beyond ASCII in a UTF-8 locale, against reading as much plain text.
+// Searching and reading text beyond ASCII in a UTF-8 locale, against as much plain text. The
+// opening is not measured: names beyond ASCII are read by Expat, which is measured by itself.
 #include <clocale>
 #include <string>
 
@@ -33,9 +34,8 @@ std::string DocumentIn(const Tongue& tongue) {
   return text + "</Root>";
 }
 
-// Opens the file, and every element by its number and reads the item in it.
-void ReadAll(const Tongue& tongue, const std::string& file) {
-  const TarvikCatalog document(file);
+// Opens every element by its number and reads the item in it.
+void ReadAll(const Tongue& tongue, const TarvikCatalog& document) {
   for (std::uint32_t i = 1; i <= count; ++i) {
     char group[260] = "";
     char value[260];
@@ -55,9 +55,13 @@ void RegisterBeyondAscii(const WorkFolder& folder) {
                                  [tongue, file](benchmark::State& state) {
                                    Require(std::setlocale(LC_CTYPE, "C.UTF-8") != nullptr,
                                            "no locale C.UTF-8");
-                                   for (auto _ : state) ReadAll(tongue, file);
+                                   for (auto _ : state) {
+                                     const TarvikCatalog document(file);
+                                     TimePart(state, [&] { ReadAll(tongue, document); });
+                                   }
                                    std::setlocale(LC_CTYPE, "C");
                                  })
+        ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
   }
 }

@@ -118,7 +118,7 @@ ROWS: list[Row] = [
         ["read_item/pugixml-xpath-from-root"], 0.2),
     Row('GetXMLItem of a known group, XPath from its node', "read_item/tarvik",
         ["read_item/pugixml-xpath-from-node"], None),
-    Row("groups and items beyond ASCII against ASCII, UTF-8 locale", "utf8_locale/beyond-ascii", ["utf8_locale/ascii"],
+    Row("groups and items beyond ASCII against ASCII, UTF-8 locale, after opening", "utf8_locale/beyond-ascii", ["utf8_locale/ascii"],
         1.2),
     *rows_of_calls("GetFileList of 1000 files, {call} call, XPath item by item", "file_list/1000",
                    ["pugixml-xpath", "libxml2-xpath"], 0.1, 0.1),
