@@ -24,8 +24,8 @@ class IndexBuilder {
   explicit IndexBuilder(DocumentData& data) noexcept : data(data) {}
 
   // Adds an element as the last child of the innermost open element, or as the root, and opens it.
-  // name: in the source. Throws std::bad_alloc.
-  void StartElement(std::string_view name, TagPlace tag);
+  // name: its number. Throws std::bad_alloc.
+  void StartElement(std::uint32_t name, TagPlace tag);
   // Closes the innermost open element. contentEnd: the offset of the end tag, or for an
   // empty-element tag of the tag's end. REQUIRES: IsInside().
   void EndElement(std::uint32_t contentEnd) noexcept;
@@ -36,55 +36,54 @@ class IndexBuilder {
   // The start tag of the innermost open element. REQUIRES: IsInside().
   TagPlace InnermostTag() const noexcept;
   // Its name. REQUIRES: IsInside().
-  std::string_view InnermostName() const noexcept { return data.NameOf(open.back().element); }
+  std::string_view InnermostName() const noexcept {
+    assert(IsInside());
+    return open.back().name;
+  }
 
  private:
   struct OpenElement {
-    std::uint32_t element;
-    std::uint32_t lastChild; // 0 if there is none yet
+    ElementRecord* record;
+    ElementRecord* lastChild; // null if there is none yet
+    std::string_view name;
   };
-
-  void Link(std::uint32_t element);
 
   DocumentData& data;
   std::vector<OpenElement> open; // the innermost last
 };
 
-inline void IndexBuilder::StartElement(std::string_view name, TagPlace tag) {
-  assert(tag.start + name.size() < tag.end && tag.end <= data.source.size());
+inline void IndexBuilder::StartElement(std::uint32_t name, TagPlace tag) {
+  const std::string_view text = data.names.Text(name);
+  assert(tag.start + text.size() < tag.end && tag.end <= data.source.size());
   const std::uint32_t element = data.elements.Add();
   ElementRecord& record = data.elements[element];
   record.tagStart = tag.start;
   record.contentStart = tag.end;
-  record.name = data.names.Intern(name);
-  Link(element);
-}
-
-inline void IndexBuilder::Link(std::uint32_t element) {
+  record.name = name;
   if (open.empty()) {
     assert(!HasRoot());
     data.root = element;
   } else {
-    auto& [parent, lastChild] = open.back();
-    if (lastChild == 0) {
-      data.elements[parent].flags |= element_flags::hasParsedChildren;
+    auto& [parent, lastChild, parentName] = open.back();
+    if (lastChild == nullptr) {
+      parent->flags |= element_flags::hasParsedChildren;
     } else {
-      data.elements[lastChild].nextSibling = element;
+      lastChild->nextSibling = element;
     }
-    lastChild = element;
+    lastChild = &record;
   }
-  open.push_back({element, 0});
+  open.push_back({&record, nullptr, text});
 }
 
 inline void IndexBuilder::EndElement(std::uint32_t contentEnd) noexcept {
   assert(IsInside() && contentEnd >= InnermostTag().end);
-  data.elements[open.back().element].contentEnd = contentEnd;
+  open.back().record->contentEnd = contentEnd;
   open.pop_back();
 }
 
 inline TagPlace IndexBuilder::InnermostTag() const noexcept {
   assert(IsInside());
-  const ElementRecord& record = data.elements[open.back().element];
+  const ElementRecord& record = *open.back().record;
   return {record.tagStart, record.contentStart};
 }
 

@@ -147,7 +147,7 @@ class Indexer {
     const std::string_view text =
         std::string_view(data.source).substr(tag.start + 1, std::strlen(name));
     assert(text == name);
-    builder.StartElement(text, tag);
+    builder.StartElement(data.names.Intern(text), tag);
     if (const AttributeDeclarations* const declared = data.FindDeclarations(text))
       CountLooks(declared->size());
   }

@@ -24,9 +24,7 @@ namespace {
 
 unsigned char ByteAt(const char* place) noexcept { return static_cast<unsigned char>(*place); }
 
-// These functions take a byte or a vector; the result for a vector has all bits of a byte set or
-// none.
-
+// These take a byte or a vector, whose result has all bits of a byte set or none.
 constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
 
 // Whether it is a control character that XML forbids, or may start another forbidden character.
@@ -37,8 +35,7 @@ auto IsSuspect(auto byte) noexcept {
 
 // Whether it is of U+F000 to U+FFFF and allowed.
 bool IsAllowedLast(const char* place) noexcept {
-  if (ByteAt(place) != leadOfLast) return false;
-  return ByteAt(place + 1) != 0xBF || ByteAt(place + 2) < 0xBE;
+  return ByteAt(place) == leadOfLast && (ByteAt(place + 1) != 0xBF || ByteAt(place + 2) < 0xBE);
 }
 
 // Whether a name in ASCII ends before the byte.
@@ -46,10 +43,6 @@ auto EndsName(auto byte) noexcept {
   const auto letter = byte | 0x20;
   return ((letter < 'a') | (letter > 'z')) & ((byte < '-') | (byte > ':') | (byte == '/')) &
          (byte != '_');
-}
-
-bool StartsName(unsigned char byte) noexcept {
-  return !EndsName(byte) && (byte == ':' || byte > '9'); // NOLINT(misc-redundant-expression)
 }
 
 // The first place from the given one on where ends(byte, following byte) holds. The zero at the
@@ -66,17 +59,6 @@ const char* SkipUntil(const char* place, const char* end, Ends ends) noexcept {
   return place;
 }
 
-// The first place where ends(byte, following byte) holds or a character is forbidden.
-template <class Ends>
-const char* SkipCharacters(const char* place, const char* end, Ends ends) noexcept {
-  const auto endsOrIsSuspect = [ends](auto byte, auto following) {
-    return IsSuspect(byte) | ends(byte, following);
-  };
-  place = SkipUntil(place, end, endsOrIsSuspect);
-  while (IsAllowedLast(place)) place = SkipUntil(place + 1, end, endsOrIsSuspect);
-  return place;
-}
-
 constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
   if (character < 0x20) return IsWhiteSpace(static_cast<char>(character));
   const bool isSurrogate = character >= 0xD800 && character <= 0xDFFF;
@@ -87,8 +69,7 @@ constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
 // it is named after; false means that the text is malformed there or has something unusual.
 class PlainReader {
  public:
-  explicit PlainReader(DocumentData& data) noexcept
-      : builder(data), begin(data.source.data()), end(begin + data.source.size()), next(begin) {
+  explicit PlainReader(DocumentData& data) noexcept : builder(data), data(data) {
     assert(*end == '\0' && IsUtf8(data.source));
   }
 
@@ -105,18 +86,18 @@ class PlainReader {
 
  private:
   std::uint32_t OffsetOf(const char* place) const noexcept {
-    return static_cast<std::uint32_t>(place - begin);
+    return static_cast<std::uint32_t>(place - data.source.data());
   }
 
   // Skip what is there; false, and nothing skipped, if it is not.
   bool Skip(char character) noexcept {
     const bool isThere = *next == character;
-    next += isThere ? 1 : 0;
+    if (isThere) ++next;
     return isThere;
   }
   bool Skip(std::string_view text) noexcept {
     const bool isThere = std::string_view(next, end).starts_with(text);
-    next += isThere ? text.size() : 0;
+    if (isThere) next += text.size();
     return isThere;
   }
   // name: before this place in the source. Most names fit a vector, which spares a call.
@@ -127,7 +108,7 @@ class PlainReader {
     std::memcpy(&expected, name.data(), sizeof expected);
     std::memcpy(&actual, next, sizeof actual);
     const bool isThere = FirstSet(expected != actual) >= name.size();
-    next += isThere ? name.size() : 0;
+    if (isThere) next += name.size();
     return isThere;
   }
   bool SkipBlanks() noexcept {
@@ -135,15 +116,32 @@ class PlainReader {
     while (IsWhiteSpace(*next)) ++next;
     return next != start;
   }
+  // To the first place where ends(byte, following byte) holds or a character is forbidden.
   template <class Ends>
   void SkipTo(Ends ends) noexcept {
-    next = SkipCharacters(next, end, ends);
+    const auto endsOrIsSuspect = [ends](auto byte, auto following) {
+      return IsSuspect(byte) | ends(byte, following);
+    };
+    next = SkipUntil(next, end, endsOrIsSuspect);
+    while (IsAllowedLast(next)) next = SkipUntil(next + 1, end, endsOrIsSuspect);
   }
 
+  // An element's name, by its number; 0 if there is no name in ASCII. Tries the name that came
+  // last time after the element before: to compare takes less time than to search for the end.
+  std::uint32_t ReadElementName() {
+    const char* const start = next;
+    std::uint32_t& number = followers[lastName % std::size(followers)];
+    if (number == 0 || !SkipName(data.names.Text(number)) || !EndsName(ByteAt(next))) {
+      next = start;
+      const std::string_view name = ReadName();
+      number = name.empty() ? 0 : data.names.Intern(name);
+    }
+    return lastName = number;
+  }
   // Empty if there is no name in ASCII.
   std::string_view ReadName() noexcept {
     const char* const start = next;
-    if (StartsName(ByteAt(start)))
+    if (*start == ':' || ByteAt(start) > '9')
       next = SkipUntil(start, end, [](auto byte, auto) { return EndsName(byte); });
     return {start, next};
   }
@@ -160,52 +158,37 @@ class PlainReader {
   }
   bool SkipSetting(std::string_view name, std::initializer_list<std::string_view> values) noexcept {
     const char* const start = next;
-    if (SkipBlanks() && Skip(name)) {
-      SkipBlanks();
-      const bool isSet = Skip('=');
-      SkipBlanks();
-      const char* const value = next + 1;
-      if (isSet && ReadValue() &&
-          std::ranges::find(values, std::string_view(value, next - 1)) != values.end())
-        return true;
-    }
+    if (SkipBlanks() && Skip(name) && ReadAssignment() &&
+        std::ranges::find(values, value) != values.end())
+      return true;
     next = start;
     return false;
   }
-
   // A document type that declares nothing itself.
   bool ReadDocumentType() noexcept {
     if (!SkipBlanks() || ReadName().empty()) return false;
     SkipBlanks();
-    if (Skip("PUBLIC")) {
-      if (!SkipBlanks() || !ReadPublicId() || !SkipBlanks() || !ReadValue()) return false;
-    } else if (Skip("SYSTEM")) {
-      if (!SkipBlanks() || !ReadValue()) return false;
-    }
+    const bool isPublic = Skip("PUBLIC");
+    if (isPublic && (!SkipBlanks() || !ReadPublicId())) return false;
+    if ((isPublic || Skip("SYSTEM")) && (!SkipBlanks() || !ReadValue())) return false;
     SkipBlanks();
     return Skip('>');
   }
   bool ReadPublicId() noexcept {
     static constexpr std::string_view punctuation = " \r\n'()+,/=?;!*#@$%";
-    const char* const start = next;
-    if (!ReadValue()) return false;
-    return std::all_of(start + 1, next - 1, [](char character) {
-      return !EndsName(static_cast<unsigned char>(character)) ||
-             punctuation.find(character) != std::string_view::npos;
-    });
+    return ReadValue() && std::ranges::all_of(value, [](char character) {
+             return !EndsName(static_cast<unsigned char>(character)) ||
+                    punctuation.find(character) != std::string_view::npos;
+           });
   }
-
   // Blanks, comments and processing instructions, until there is something else.
   bool ReadOutsideRoot() noexcept {
     for (;;) {
       SkipBlanks();
-      if (Skip("<!--")) {
-        if (!ReadComment()) return false;
-      } else if (Skip("<?")) {
-        if (!ReadInstruction()) return false;
-      } else {
-        return true;
-      }
+      const bool isComment = Skip("<!--");
+      if (!isComment && !Skip("<?")) return true;
+      if (isComment && !ReadComment()) return false;
+      if (!isComment && !ReadInstruction()) return false;
     }
   }
 
@@ -223,11 +206,10 @@ class PlainReader {
     if (Skip("--")) return ReadComment();
     return Skip("[CDATA[") && ReadCData();
   }
-
   bool ReadStartTag() {
     const char* const start = next - 1;
-    const std::string_view name = ReadName();
-    if (name.empty() || (*next != '>' && !ReadAttributes())) return false;
+    const std::uint32_t name = ReadElementName();
+    if (name == 0 || (*next != '>' && !ReadAttributes())) return false;
     const bool isEmptyTag = Skip('/');
     if (!Skip('>')) return false;
     builder.StartElement(name, {OffsetOf(start), OffsetOf(next)});
@@ -238,19 +220,24 @@ class PlainReader {
     attributes.clear();
     while (SkipBlanks() && *next != '>' && *next != '/') {
       attributes.push_back(ReadName());
-      SkipBlanks();
-      if (attributes.back().empty() || !Skip('=')) return false;
-      SkipBlanks();
-      if (!ReadValue()) return false;
+      if (attributes.back().empty() || !ReadAssignment()) return false;
     }
     std::ranges::sort(attributes);
     return std::ranges::adjacent_find(attributes) == attributes.end();
   }
+  bool ReadAssignment() noexcept {
+    SkipBlanks();
+    if (!Skip('=')) return false;
+    SkipBlanks();
+    return ReadValue();
+  }
   bool ReadValue() noexcept {
     const unsigned char quote = ByteAt(next);
     if (!Skip('"') && !Skip('\'')) return false;
+    const char* const start = next;
     for (;;) {
       SkipTo([quote](auto byte, auto) { return (byte == quote) | (byte == '<') | (byte == '&'); });
+      value = {start, next};
       if (Skip(static_cast<char>(quote))) return true;
       if (!Skip('&') || !ReadReference()) return false;
     }
@@ -264,7 +251,6 @@ class PlainReader {
     builder.EndElement(OffsetOf(start));
     return true;
   }
-
   bool ReadReference() noexcept {
     if (!Skip('#')) return IsPredefined(ReadName()) && Skip(';');
     const int base = Skip('x') ? 16 : 10;
@@ -285,21 +271,22 @@ class PlainReader {
   }
   bool ReadInstruction() noexcept {
     const std::string_view target = ReadName();
-    if (target.empty() || IsReserved(target)) return false;
+    const bool isReserved =
+        std::ranges::equal(target, std::string_view("xml"), {}, [](char it) { return it | 0x20; });
+    if (target.empty() || isReserved) return false;
     if (SkipBlanks())
       SkipTo([](auto byte, auto following) { return (byte == '?') & (following == '>'); });
     return Skip("?>");
   }
-  static bool IsReserved(std::string_view target) noexcept {
-    constexpr std::string_view reserved = "xml";
-    return std::ranges::equal(target, reserved, {}, [](char it) { return it | 0x20; });
-  }
 
   IndexBuilder builder;
-  const char* const begin;
-  const char* const end; // of the zero after the source
-  const char* next;
-  std::vector<std::string_view> attributes; // the names in one start tag
+  DocumentData& data;
+  const char* next = data.source.data();
+  const char* const end = next + data.source.size(); // of the zero after the source
+  std::string_view value;                            // the last one read
+  std::vector<std::string_view> attributes;          // the names in one start tag
+  std::uint32_t followers[64]{};                     // by name modulo their count
+  std::uint32_t lastName = 0;
 };
 
 } // namespace
