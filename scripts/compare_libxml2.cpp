@@ -171,7 +171,8 @@ class Session {
       }
       tree.push_back(std::move(entry));
       const std::size_t first = open.size();
-      for (auto child = element.Begin(); !(child == element.End()); ++child) open.push_back(*child);
+      for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
+        open.push_back(child);
       std::reverse(open.begin() + static_cast<std::ptrdiff_t>(first), open.end());
     }
     return tree;
