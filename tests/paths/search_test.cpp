@@ -150,8 +150,8 @@ TEST(Search, LogsEachNameWithoutAFormOnTheWay) {
     EXPECT_EQ(log.Take().size(), lines) << n;
   }
   // So are lines for values that a filter meets.
-  const Parsed values("<r>" + Repeat("<a k='\u0416'/>", 3) + "<a k='1'/></r>");
-  EXPECT_FALSE(FindChild(values.At(""), {NameMatch::Prefix, "a", 1, "k", "1"}).IsNull());
+  const Parsed filtered("<r>" + Repeat("<a k='\u0416'/>", 3) + "<a k='1'/></r>");
+  EXPECT_FALSE(FindChild(filtered.At(""), {NameMatch::Prefix, "a", 1, "k", "1"}).IsNull());
   EXPECT_EQ(log.Take().size(), 3U);
   // So is one for each child that would be asked for an attribute whose name is not text.
   const LocaleGuard utf8("C.UTF-8");
