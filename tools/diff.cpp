@@ -35,7 +35,7 @@ class MarkedLines {
       const std::size_t start = text.substr(0, edit->from).rfind('\n') + 1; // 0 in the first line
       assert(start >= done);
       std::string& changed = replacements.emplace_back();
-      std::size_t at = start, end = start;
+      std::size_t at = start, end = 0;
       do { // the edits that share a line with the one before
         changed.append(text, at, edit->from - at).append(edit->replacement);
         at = edit->from + edit->length;

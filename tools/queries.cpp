@@ -95,7 +95,7 @@ ExitStatus Status(const Options& options) {
   };
   const bool isKnown = ask(nullptr, nullptr);
   const bool hasVersion = isKnown && ask(version.data(), &capacity);
-  version = version.c_str();
+  version.resize(version.find('\0'));
   Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
   if (isKnown) json["enabled"] = enabled == 1;
   if (hasVersion) json["catalogVersion"] = version;

@@ -46,7 +46,7 @@ bool IsPipe(const platform::FileName& name) {
 
 std::string MakeMemoryFile(std::string_view bytes) {
   const int descriptor = memfd_create("tarvik", MFD_CLOEXEC);
-  const std::string name = "/proc/self/fd/" + std::to_string(descriptor);
+  std::string name = "/proc/self/fd/" + std::to_string(descriptor);
   std::ofstream file(name, std::ios::binary);
   if (!(file << bytes << std::flush))
     throw std::system_error(errno, std::generic_category(), "cannot keep the input in memory");
