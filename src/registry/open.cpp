@@ -49,14 +49,14 @@ void GetXMLEncoding() noexcept {
 
 // Null if the name cannot be converted.
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
-  const auto wideName = ConvertToUnicode(name);
-  if (!wideName) {
+  const WideText wideName(ConvertToUnicode(name));
+  if (wideName == nullptr) {
     LogReason(L"the file name is not valid text in the locale's character set");
     LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
     return nullptr;
   }
   using corekit::KCryptWrap;
-  return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName->c_str()),
+  return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName.get()),
                                                 encrypted ? &KCryptWrap::decrypt_data : nullptr,
                                                 encrypted ? &KCryptWrap::encrypt_data : nullptr);
 }

@@ -2,57 +2,68 @@
 // measure first, because the results are arrays of exactly the converted length.
 #include "text/convert.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <cstring>
-#include <utility>
+#include <memory>
 
 #include "platform/platform.h"
 #include "text/log.h"
 
 namespace {
 
-// Measures first, then converts with one of platform's functions. Nothing if that fails.
-template <class To, class From>
-std::optional<std::basic_string<To>> Convert(std::size_t (*convert)(To*, const From*, std::size_t),
-                                             const From* source) {
-  const std::size_t length = convert(nullptr, source, 0);
-  if (length == platform::conversionFailed) return std::nullopt;
-  std::basic_string<To> result(length, To{});
-  [[maybe_unused]] const std::size_t converted = convert(result.data(), source, length + 1);
-  assert(converted == length);
-  return result;
+bool TextIsUtf8() noexcept { return platform::CurrentCharset().isForcedUtf8; }
+
+// As platform::MbsToWide and WideToMbs, for UTF-8 whatever the locale.
+std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity) {
+  if (!Ostrum::IsUtf8(source)) {
+    errno = EILSEQ;
+    return platform::conversionFailed;
+  }
+  const std::wstring wide = Ostrum::WideFromUtf8(source);
+  std::copy_n(wide.c_str(), std::min(wide.size() + 1, capacity), target);
+  return wide.size();
 }
 
-std::optional<std::string> FromWide(const std::wstring& source) {
-  if (!platform::CurrentCharset().isForcedUtf8)
-    return Convert(&platform::WideToMbs, source.c_str());
+std::size_t WideToUtf8(char* target, const wchar_t* source, std::size_t capacity) {
   std::string utf8;
-  if (Ostrum::Utf8FromWide(source, utf8)) return utf8;
-  errno = EILSEQ;
-  return std::nullopt;
+  if (!Ostrum::Utf8FromWide(source, utf8)) {
+    errno = EILSEQ;
+    return platform::conversionFailed;
+  }
+  std::copy_n(utf8.c_str(), std::min(utf8.size() + 1, capacity), target);
+  return utf8.size();
 }
 
-std::optional<std::wstring> ToWide(const char* source) {
-  if (!platform::CurrentCharset().isForcedUtf8) return Convert(&platform::MbsToWide, source);
-  if (Ostrum::IsUtf8(source)) return Ostrum::WideFromUtf8(source);
-  errno = EILSEQ;
-  return std::nullopt;
+// Measures first, then converts.
+template <class To, class From>
+To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* source,
+            const wchar_t* target) {
+  const std::size_t length = convert(nullptr, source, 0);
+  if (length == platform::conversionFailed) {
+    LogDetail(L"Failed to get the length of ", source, L":  ", std::strerror(errno));
+    return nullptr;
+  }
+  auto result = std::make_unique<To[]>(length + 1);
+  if (convert(result.get(), source, length + 1) == platform::conversionFailed) {
+    LogDetail(L"Failed to convert ", source, L" to a ", target, L" string:  ",
+              std::strerror(errno));
+    return nullptr;
+  }
+  return result.release();
 }
 
 } // namespace
 
-std::optional<std::string> ConvertToMultiByte(const std::wstring& source) {
-  auto result = FromWide(source);
-  if (!result)
-    LogDetail(L"Failed to get the length of ", source.c_str(), L":  ", std::strerror(errno));
-  return result;
+char* ConvertToMultiByte(const std::wstring& source) {
+  const auto convert = TextIsUtf8() ? &WideToUtf8 : &platform::WideToMbs;
+  return Convert(convert, source.c_str(), L"multi-byte");
 }
 
-std::optional<std::wstring> ConvertToUnicode(const char* source) {
-  auto result = ToWide(source);
-  if (!result) LogDetail(L"Failed to get the length of ", source, L":  ", std::strerror(errno));
-  return result;
+wchar_t* ConvertToUnicode(const char* source) {
+  const auto convert = TextIsUtf8() ? &Utf8ToWide : &platform::MbsToWide;
+  return Convert(convert, source, L"unicode");
 }
 
 bool IsRepresentable(std::string_view utf8) {
@@ -72,8 +83,8 @@ Ostrum::TextFilter OtherTexts() noexcept {
 }
 
 void LocaleText::Convert(std::string_view utf8) {
-  auto result = ConvertToMultiByte(Ostrum::WideFromUtf8(utf8));
-  if (result) text = converted = *std::move(result);
+  const MultiByteText result(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
+  if (result != nullptr) text = converted = result.get();
 }
 
 DocumentText::DocumentText(const char* localeText) {
@@ -82,17 +93,22 @@ DocumentText::DocumentText(const char* localeText) {
     text = given;
     return;
   }
-  const auto wide = ConvertToUnicode(localeText);
-  if (wide && Ostrum::Utf8FromWide(*wide, converted)) text = converted;
+  const WideText wide(ConvertToUnicode(localeText));
+  if (wide != nullptr && Ostrum::Utf8FromWide(wide.get(), converted)) text = converted;
 }
 
-ComparableText::ComparableText(const char* localeText) : isGiven(localeText != nullptr) {
-  if (!isGiven) return;
+void ComparableText::Convert(const char* localeText) {
   const std::string_view given(localeText);
   if (NeedsNoConversion(given)) {
     text = given;
     return;
   }
-  const auto wide = ToWide(localeText);
-  if (wide && FromWide(*wide) == given && Ostrum::Utf8FromWide(*wide, converted)) text = converted;
+  std::wstring wide(given.size() + 1, L'\0');
+  const std::size_t wideLength = platform::MbsToWide(wide.data(), localeText, wide.size());
+  if (wideLength == platform::conversionFailed) return;
+  wide.resize(wideLength);
+  std::string back(given.size() + 1, '\0');
+  const std::size_t length = platform::WideToMbs(back.data(), wide.c_str(), back.size());
+  if (length != given.size() || !back.starts_with(given)) return;
+  if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
 }

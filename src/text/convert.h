@@ -3,6 +3,7 @@
 #ifndef TARVIK_TEXT_CONVERT_H
 #define TARVIK_TEXT_CONVERT_H
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,10 +12,14 @@
 #include "host/ostrumxml/nodes/child_query.h"
 #include "platform/charset.h"
 
-// Both convert between wide text and the character set of the call. Nothing, after a detail line
-// that says why, if the source cannot be converted. Throw std::bad_alloc.
-std::optional<std::string> ConvertToMultiByte(const std::wstring& source);
-std::optional<std::wstring> ConvertToUnicode(const char* source);
+// Both convert between wide text and the character set of the call. They return a new array of
+// exactly the converted length and a terminating zero, which the caller releases with delete[]; or
+// null, after a detail line that says why, if the source cannot be converted. Throw std::bad_alloc.
+char* ConvertToMultiByte(const std::wstring& source);
+wchar_t* ConvertToUnicode(const char* source);
+// Owners of the results.
+using MultiByteText = std::unique_ptr<char[]>;
+using WideText = std::unique_ptr<wchar_t[]>;
 
 // Whether the text is the same on both sides, so that it needs no conversion: all valid text if the
 // character set is UTF-8, ASCII in nearly every other. REQUIRES of a document's text: it is valid
@@ -78,11 +83,15 @@ class DocumentText : public ConvertedText {
 class ComparableText : public ConvertedText {
  public:
   // Null gives no text. Logs nothing. Throws std::bad_alloc.
-  explicit ComparableText(const char* localeText);
+  explicit ComparableText(const char* localeText) : isGiven(localeText != nullptr) {
+    if (isGiven) Convert(localeText);
+  }
   // False if there is a text that does not convert so.
   bool IsComparable() const noexcept { return text.has_value() == isGiven; }
 
  private:
+  void Convert(const char* localeText);
+
   bool isGiven;
 };
 

@@ -108,7 +108,7 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
     }
   }
   const LocaleGuard locale(multibyteLocale);
-  EXPECT_EQ(document.Attribute("R", "R", ConvertToMultiByte(L"\u4e2d")->c_str()), "v");
+  EXPECT_EQ(document.Attribute("R", "R", MultiByteText(ConvertToMultiByte(L"\u4e2d")).get()), "v");
   for (const char* item : {"R", "A"})
     EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
 }
@@ -177,17 +177,17 @@ TEST(SetItem, ReadsBackWhateverXmlCanCarry) {
   TestDocument document("<Root a='0'>" + kept + "<\u3042>old</\u3042></Root>");
   for (const char* name : {multibyteLocale, hasUtf8 ? "C.UTF-8" : multibyteLocale}) {
     const LocaleGuard locale(name);
-    const std::string item = ConvertToMultiByte(L"\u3042").value();
+    const std::string item = MultiByteText(ConvertToMultiByte(L"\u3042")).get();
     for (const wchar_t* wide :
          {L" lead\r\n\t<&>\"']]>&amp;<!-- x -->-->%s a\\b&c=d\n ", L"\r", L"\u8868\u3042",
           L"\u20ac\U0001F600\u007F\u0085\u2028\ue000\ufffd"}) {
-      const auto value = ConvertToMultiByte(wide);
+      const MultiByteText value(ConvertToMultiByte(wide));
       if (!value) continue;
-      ASSERT_EQ(document.SetText("", item.c_str(), value->c_str()), 0U);
-      ASSERT_EQ(document.SetAttribute("Root", "a", value->c_str()), 0U);
+      ASSERT_EQ(document.SetText("", item.c_str(), value.get()), 0U);
+      ASSERT_EQ(document.SetAttribute("Root", "a", value.get()), 0U);
       for (int time = 0; time < 2; ++time, document.Reopen()) {
-        EXPECT_EQ(document.Text("Root", item.c_str()), *value);
-        EXPECT_EQ(document.Attribute("Root", "Root", "a"), *value);
+        EXPECT_EQ(document.Text("Root", item.c_str()), value.get());
+        EXPECT_EQ(document.Attribute("Root", "Root", "a"), value.get());
       }
     }
   }

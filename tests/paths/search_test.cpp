@@ -25,7 +25,9 @@ const Texts names = {"\u7E8A", "a", "ab", "abc", "\u00E4", "a\u0416", "a\u7E8A",
 const Texts values = {"", "1", "12", "1\u0416", "\u00E4", "\u00E4b", "\u8868", "\u7E8A", "2\u7E8A"};
 
 std::optional<std::string> InLocale(std::string_view utf8) {
-  return ConvertToMultiByte(Ostrum::WideFromUtf8(utf8));
+  const MultiByteText converted(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
+  if (converted == nullptr) return std::nullopt;
+  return converted.get();
 }
 
 struct Question {

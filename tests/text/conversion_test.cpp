@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <cwchar>
 
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
@@ -48,9 +49,9 @@ TEST(Conversion, GoesBothWaysOrSaysWhyNot) {
     const std::string shown = std::string(row.locale) + (row.utf8 ? " UTF-8 " : " ") +
                               (row.bytes != nullptr ? row.bytes : "(not representable)");
     if (row.wide != nullptr) {
-      const auto bytes = ConvertToMultiByte(row.wide);
-      ASSERT_EQ(bytes.has_value(), row.bytes != nullptr) << shown;
-      EXPECT_TRUE(!bytes || *bytes == row.bytes) << shown;
+      const MultiByteText bytes(ConvertToMultiByte(row.wide));
+      ASSERT_EQ(bytes == nullptr, row.bytes == nullptr) << shown;
+      EXPECT_TRUE(bytes == nullptr || std::strcmp(bytes.get(), row.bytes) == 0) << shown;
       std::string utf8;
       if (Ostrum::Utf8FromWide(row.wide, utf8)) {
         EXPECT_EQ(IsRepresentable(utf8), row.bytes != nullptr) << shown;
@@ -58,9 +59,9 @@ TEST(Conversion, GoesBothWaysOrSaysWhyNot) {
       }
     }
     if (row.bytes != nullptr) {
-      const auto wide = ConvertToUnicode(row.bytes);
-      ASSERT_EQ(wide.has_value(), row.wide != nullptr) << shown;
-      EXPECT_TRUE(!wide || *wide == row.wide) << shown;
+      const WideText wide(ConvertToUnicode(row.bytes));
+      ASSERT_EQ(wide == nullptr, row.wide == nullptr) << shown;
+      EXPECT_TRUE(wide == nullptr || std::wcscmp(wide.get(), row.wide) == 0) << shown;
       EXPECT_EQ(DocumentText(row.bytes).Text().has_value(), row.wide != nullptr) << shown;
     }
     const Lines lines = log.Take();
