@@ -45,31 +45,28 @@ void RequireDone(platform::ReadStatus status, const platform::FileName& name) {
   if (status == ReadStatus::TooLong) throw ReadFailure(ReadTooLong, "is longer than 2 GB");
 }
 
-// Calls the attempt with the locked file until it is done. Between two attempts the file is not
-// locked, so that another program can finish its change. Throws std::runtime_error if that takes
-// too long.
+using Pause = std::optional<std::chrono::milliseconds>;
+
+// Calls the attempt with the locked file until it returns nothing. Otherwise it returns how long
+// the file is then left unlocked, so that another program can finish its change. Throws
+// std::runtime_error if that takes too long.
 template <class Try>
 void RetryUntilDone(const platform::FileName& name, Try attempt) {
-  constexpr auto pause = std::chrono::milliseconds(20);
   const platform::Deadline deadline = std::chrono::steady_clock::now() + platform::maxSaveWait;
-  for (;;) {
-    auto result = SaveAttempt::Done;
-    {
-      platform::LockedFile file(name, deadline);
-      result = attempt(file);
-    }
-    if (result == SaveAttempt::Done) return;
+  while (const Pause pause = attempt(platform::LockedFile(name, deadline))) {
     if (std::chrono::steady_clock::now() >= deadline)
       throw std::runtime_error("another program keeps changing the file");
-    if (result == SaveAttempt::FileIsBeingWritten) std::this_thread::sleep_for(pause);
+    std::this_thread::sleep_for(*pause);
   }
 }
 
-void LogOutcome(SaveOutcome outcome) noexcept {
-  if (outcome == SaveOutcome::WroteOverDamage)
-    Log(L"The file was no longer well-formed: the document was written over it");
-  if (outcome == SaveOutcome::Merged)
-    Log(L"The save was merged with what another program had written to the file");
+// See LockedFile::Replace. encrypt may be null.
+bool Replace(platform::LockedFile& file, const GeneratedText& text, ByteFilter encrypt,
+             const platform::Access* access) {
+  if (encrypt == nullptr) return file.Replace(text.Pieces(), access);
+  std::string encrypted;
+  if (!encrypt(text.Joined(), encrypted)) throw std::runtime_error("cannot encrypt the document");
+  return file.Replace({encrypted}, access);
 }
 
 } // namespace
@@ -100,59 +97,38 @@ std::string DocumentFile::ReadBytes() {
   return bytes;
 }
 
-SaveOutcome DocumentFile::Save(Document& document, PendingChanges& changes) {
-  auto outcome = SaveOutcome::WroteOwnText;
-  RetryUntilDone(
-      name, [&](platform::LockedFile& file) { return TrySave(file, document, changes, outcome); });
-  return outcome;
+void DocumentFile::Save(Document& document, PendingChanges& changes) {
+  RetryUntilDone(name,
+                 [&](platform::LockedFile&& file) { return TrySave(file, document, changes); });
 }
 
-SaveAttempt DocumentFile::TrySave(platform::LockedFile& file, Document& document,
-                                  PendingChanges& changes, SaveOutcome& outcome) {
+Pause DocumentFile::TrySave(platform::LockedFile& file, Document& document,
+                            PendingChanges& changes) {
   assert(!document.GetRoot().IsNull());
-  const bool isAsLeft = IsAsLeft(file);
-  const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
-  if (!isAsLeft && !theirs && file.State()->isYoung) return SaveAttempt::FileIsBeingWritten;
-
-  outcome = isAsLeft ? SaveOutcome::WroteOwnText : SaveOutcome::WroteOverDamage;
-  const GeneratedText own = document.Generate();
-  if (theirs) {
-    changes.ApplyTo(*theirs);
-    const GeneratedText merged = theirs->Generate();
-    outcome = merged == own ? SaveOutcome::WroteOwnText : SaveOutcome::Merged;
-    if (!Write(file, merged, nullptr)) return SaveAttempt::FileHasChanged;
-  } else if (!Write(file, own, LastAccess(file))) {
-    return SaveAttempt::FileHasChanged;
-  }
-  lastSeen = *file.State();
-  holdsOwnText = outcome != SaveOutcome::Merged;
-  changes.HaveReachedFile();
-  LogOutcome(outcome);
-  file.FlushFolder();
-  return SaveAttempt::Done;
-}
-
-bool DocumentFile::Write(platform::LockedFile& file, const GeneratedText& text,
-                         const platform::Access* access) const {
-  if (encrypt == nullptr) return file.Replace(text.Pieces(), access);
-  std::string encrypted;
-  if (!encrypt(text.Joined(), encrypted)) throw std::runtime_error("cannot encrypt the document");
-  return file.Replace({encrypted}, access);
-}
-
-// The access of the file that the document knows, if that is gone or another file is in its place.
-// Null if it is still there, since its access may have been changed on purpose.
-const platform::Access* DocumentFile::LastAccess(const platform::LockedFile& file) const {
   const std::optional<platform::FileState>& found = file.State();
-  const bool isSameFile = found && found->identity.IsSameFile(lastSeen.identity);
-  if (isSameFile) return nullptr;
-  return lastSeen.access.get();
-}
+  // If the file is gone, writing the document's own text loses nothing.
+  const bool isAsLeft =
+      !found || (holdsOwnText && lastSeen.isSettled && found->identity == lastSeen.identity);
+  const std::unique_ptr<Document> theirs = isAsLeft ? nullptr : ReadAgain(file, document);
+  const bool isDamaged = !isAsLeft && !theirs;
+  if (isDamaged && found->isYoung) return std::chrono::milliseconds(20);
 
-// Also true if the file is gone, since then writing the document's own text loses nothing.
-bool DocumentFile::IsAsLeft(const platform::LockedFile& file) const {
-  if (!file.State()) return true;
-  return holdsOwnText && lastSeen.isSettled && file.State()->identity == lastSeen.identity;
+  if (theirs) changes.ApplyTo(*theirs);
+  const GeneratedText text = (theirs ? *theirs : document).Generate();
+  const bool isMerged = theirs && text != document.Generate();
+  // If the known file is gone or another is in its place, the new file gets the access that was
+  // last known. That of a file that is merged, or still the known one, may be so on purpose.
+  const bool keepsAccess = theirs || (found && found->identity.IsSameFile(lastSeen.identity));
+  if (!Replace(file, text, encrypt, keepsAccess ? nullptr : lastSeen.access.get()))
+    return std::chrono::milliseconds(0);
+
+  lastSeen = *file.State();
+  holdsOwnText = !isMerged;
+  changes.HaveReachedFile();
+  if (isDamaged) Log(L"The file was no longer well-formed: the document was written over it");
+  if (isMerged) Log(L"The save was merged with what another program had written to the file");
+  file.FlushFolder();
+  return {};
 }
 
 // Null if there is nothing to merge with, or while the file is so young that its damage may be that
@@ -184,14 +160,14 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
 }
 
 void RewriteFile(const platform::FileName& name, ByteFilter convert) {
-  RetryUntilDone(name, [&](platform::LockedFile& file) {
+  RetryUntilDone(name, [&](platform::LockedFile&& file) -> Pause {
     std::string bytes;
     RequireDone(file.State() ? file.Read(INT_MAX, bytes) : platform::ReadStatus::Missing, name);
     std::string converted;
     if (!convert(bytes, converted)) throw ReadFailure(ReadRefused, "cannot be converted");
-    if (!file.Replace({converted}, nullptr)) return SaveAttempt::FileHasChanged;
+    if (!file.Replace({converted}, nullptr)) return std::chrono::milliseconds(0);
     file.FlushFolder();
-    return SaveAttempt::Done;
+    return {};
   });
 }
 

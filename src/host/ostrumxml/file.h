@@ -2,6 +2,9 @@
 #ifndef TARVIK_HOST_OSTRUMXML_FILE_H
 #define TARVIK_HOST_OSTRUMXML_FILE_H
 
+#include <chrono>
+#include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -62,18 +65,6 @@ class PendingChanges {
   virtual ~PendingChanges() = default;
 };
 
-enum class SaveOutcome {
-  WroteOwnText,
-  Merged,          // with what another program had written
-  WroteOverDamage, // over a text that was not well-formed
-};
-
-enum class SaveAttempt {
-  Done,
-  FileHasChanged,     // since it was examined
-  FileIsBeingWritten, // as it seems, by another program
-};
-
 // The file of one document: its absolute name, and its state when it was last read or written. If
 // another program has changed the file since, a save does not overwrite that change: it applies the
 // pending changes to the file's new text.
@@ -94,15 +85,12 @@ class DocumentFile {
   // seconds ago, waits for the other program to finish. Throws std::bad_alloc, or another exception
   // with the reason: the file cannot be written, it now holds another document, or what ApplyTo
   // threw. The file is then complete, the old or the new one.
-  SaveOutcome Save(Document& document, PendingChanges& changes);
+  void Save(Document& document, PendingChanges& changes);
 
  private:
-  SaveAttempt TrySave(platform::LockedFile& file, Document& document, PendingChanges& changes,
-                      SaveOutcome& outcome);
-  bool Write(platform::LockedFile& file, const GeneratedText& text,
-             const platform::Access* access) const;
-  const platform::Access* LastAccess(const platform::LockedFile& file) const;
-  bool IsAsLeft(const platform::LockedFile& file) const;
+  // Nothing once the file is saved, otherwise how long to wait before the next attempt.
+  std::optional<std::chrono::milliseconds> TrySave(platform::LockedFile& file, Document& document,
+                                                   PendingChanges& changes);
   std::unique_ptr<Document> ReadAgain(const platform::LockedFile& file, Document& document) const;
 
   platform::FileName name;

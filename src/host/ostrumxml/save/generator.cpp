@@ -20,9 +20,8 @@
 namespace Ostrum {
 namespace {
 
-// Parts of at most this length are joined, so that a document with many changes is not written in
-// many small pieces.
-constexpr std::size_t maxGathered = 4096;
+// A text in more pieces is joined, since each piece costs a call of the system.
+constexpr std::size_t maxPieces = 64;
 
 // The attributes that were set, except those that the tag already has, in order of creation.
 std::string AttributeMarkup(const ElementChange& change,
@@ -50,13 +49,7 @@ class Generator {
     // What is inserted before a part comes before what replaces it.
     std::ranges::stable_sort(
         edits, {}, [](const Edit& edit) { return std::pair(edit.from, edit.length > 0); });
-    DropInsideGaps();
-    return std::move(edits);
-  }
-
- private:
-  // Drops the changes in elements that were removed later.
-  void DropInsideGaps() {
+    // Drops the changes in elements that were removed later.
     std::uint32_t end = 0; // of the last edit that is kept
     std::erase_if(edits, [&end](const Edit& edit) {
       const bool isInside = edit.from < end;
@@ -64,8 +57,10 @@ class Generator {
       if (!isInside) end = edit.from + edit.length;
       return isInside;
     });
+    return std::move(edits);
   }
 
+ private:
   void AddEdit(std::string_view part, std::string replacement) {
     if (part == replacement) return; // sorting them would cost a quarter more
     edits.push_back(
@@ -121,47 +116,42 @@ class Generator {
   }
 
   void CollectText(const ElementLayout& layout, const ElementChange& change) {
-    std::vector<std::string_view> old;
+    std::string text = EscapeText(*change.text);
+    // The first piece of the old text becomes the new one, the others go.
     layout.ForEachStretch([&](std::string_view stretch) {
       PieceScanner pieces(stretch);
-      Piece piece{};
-      while (pieces.Next(piece)) {
-        if (IsText(piece)) old.push_back(piece.text);
+      for (Piece piece{}; pieces.Next(piece);) {
+        if (IsText(piece)) AddEdit(piece.text, std::exchange(text, {}));
       }
     });
-    if (old.empty()) old.push_back(layout.Inside().substr(0, 0));
-    AddEdit(old.front(), EscapeText(*change.text));
-    for (auto part = old.begin() + 1; part != old.end(); ++part) AddEdit(*part, {});
+    AddEdit(layout.Inside().substr(0, 0), std::move(text)); // if there was none
   }
 
   // The markup of the new elements in an element, to any depth.
   std::string CreatedChildren(const ElementChange& parent) const {
-    struct Level {
-      const ElementChange* change;
-      std::string_view name;
-      std::size_t written; // of its children
+    std::vector<std::pair<std::uint32_t, bool>>
+        next; // the last is written first; true: its end tag
+    const auto add = [&next](const std::vector<std::uint32_t>& created) {
+      for (auto child = created.rbegin(); child != created.rend(); ++child)
+        next.emplace_back(*child, false);
     };
     std::string text;
-    std::vector<Level> levels{{&parent, {}, 0}};
-    while (!levels.empty()) {
-      Level& level = levels.back();
-      if (level.written == level.change->created.size()) {
-        if (levels.size() > 1) text.append("</").append(level.name).append(">");
-        levels.pop_back();
+    add(parent.created);
+    while (!next.empty()) {
+      const auto [element, isEnd] = next.back();
+      next.pop_back();
+      const std::string_view name = data.NameOf(element);
+      if (isEnd) {
+        text.append("</").append(name).append(">");
         continue;
       }
-      const std::uint32_t child = level.change->created[level.written++];
-      const ElementChange& change = data.changes.at(child);
-      const std::string_view name = data.NameOf(child);
+      const ElementChange& change = data.changes.at(element);
       const std::string inside = EscapeText(change.text.value_or(""));
       const bool isEmpty = change.created.empty() && inside.empty();
       text.append(change.lead).append("<").append(name).append(AttributeMarkup(change));
-      if (isEmpty) {
-        text += "/>";
-        continue;
-      }
-      text.append(">").append(inside);
-      levels.push_back({&change, name, 0});
+      text.append(isEmpty ? "/>" : ">").append(inside);
+      if (!isEmpty) next.emplace_back(element, true);
+      add(change.created);
     }
     return text;
   }
@@ -172,53 +162,28 @@ class Generator {
 
 std::vector<Edit> EditsOf(const DocumentData& data) { return Generator(data).Edits(); }
 
-GeneratedText::GeneratedText(const DocumentData& data) {
-  std::size_t size = data.fileSize;
+GeneratedText::GeneratedText(const DocumentData& data) : edits(EditsOf(data)), size(data.fileSize) {
   std::uint32_t copied = 0;
-  for (Edit& edit : EditsOf(data)) {
+  for (const Edit& edit : edits) {
     assert(edit.from >= copied && edit.from + edit.length <= data.fileSize);
     size = size + edit.replacement.size() - edit.length;
-    Add(data.Between(copied, edit.from));
-    std::string_view replacement = edit.replacement;
-    if (replacement.size() > maxGathered)
-      replacement = own.emplace_front(std::move(edit.replacement));
-    Add(replacement);
+    pieces.push_back(data.Between(copied, edit.from));
+    pieces.push_back(edit.replacement);
     copied = edit.from + edit.length;
   }
-  Add(data.Between(copied, static_cast<std::uint32_t>(data.fileSize)));
+  pieces.push_back(data.Between(copied, static_cast<std::uint32_t>(data.fileSize)));
   if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
-}
-
-void GeneratedText::Add(std::string_view part) {
-  const bool isLong = part.size() > maxGathered;
-  if (isLong) {
-    pieces.push_back(part);
-  } else if (lastIsGathered) {
-    pieces.back() = own.back().append(part);
-  } else {
-    pieces.push_back(own.emplace_back(part));
-  }
-  lastIsGathered = !isLong;
+  if (pieces.size() <= maxPieces) return;
+  joined = Joined();
+  pieces = {joined};
 }
 
 std::string GeneratedText::Joined() const {
   std::string text;
+  text.reserve(size);
   for (const std::string_view piece : pieces) text += piece;
+  assert(text.size() == size);
   return text;
-}
-
-bool GeneratedText::operator==(const GeneratedText& other) const noexcept {
-  auto left = pieces.begin(), right = other.pieces.begin();
-  std::string_view leftRest, rightRest; // of the current pieces
-  for (;;) {
-    while (leftRest.empty() && left != pieces.end()) leftRest = *left++;
-    while (rightRest.empty() && right != other.pieces.end()) rightRest = *right++;
-    const std::size_t length = std::min(leftRest.size(), rightRest.size());
-    if (length == 0) return leftRest.empty() && rightRest.empty();
-    if (leftRest.substr(0, length) != rightRest.substr(0, length)) return false;
-    leftRest.remove_prefix(length);
-    rightRest.remove_prefix(length);
-  }
 }
 
 } // namespace Ostrum

@@ -1,8 +1,8 @@
 #ifndef TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
 #define TARVIK_HOST_OSTRUMXML_SAVE_GENERATOR_H
 
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,7 +23,8 @@ struct Edit {
 std::vector<Edit> EditsOf(const DocumentData& data);
 
 // A document's text with all changes, as pieces that refer to the source or to strings kept here.
-// So a save copies only what was set. Valid until the document is changed.
+// So a save copies only what was set, unless that is in very many places. Valid until the document
+// is changed.
 class GeneratedText {
  public:
   // Takes time in proportion to the number of changes, not of elements. Throws std::length_error if
@@ -33,16 +34,17 @@ class GeneratedText {
 
   const std::vector<std::string_view>& Pieces() const noexcept { return pieces; }
   std::string Joined() const;
-  // Whether both are the same text, in whatever pieces.
-  bool operator==(const GeneratedText& other) const noexcept;
+
+  // Whether both are the same text, in whatever pieces. Throws std::bad_alloc.
+  bool operator==(const GeneratedText& other) const {
+    return size == other.size && Joined() == other.Joined(); // the sizes nearly always differ
+  }
 
  private:
-  void Add(std::string_view part);
-
+  const std::vector<Edit> edits;
+  std::size_t size;
+  std::string joined;
   std::vector<std::string_view> pieces;
-  std::deque<std::string> own; // the pieces that are not in the source
-  bool lastIsGathered =
-      false; // whether the last piece consists of short parts; it is then the last of `own`
 };
 
 } // namespace Ostrum
