@@ -1,23 +1,111 @@
-// The exported function that sets an item and saves the document.
+// The exported function that sets an item and saves the document. All that can be refused without
+// looking at the document is refused first, and the rest before anything is changed.
 #include <cassert>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <new>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
-#include "items/set_request.h"
+#include "host/ostrumxml/data/xml_text.h"
 #include "items/waiting_sets.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
+#include "platform/platform.h"
 #include "registry/file_list.h"
 #include "tarvik/tarvik.h"
 #include "text/charset_scope.h"
+#include "text/convert.h"
 #include "text/log.h"
 
 namespace {
 
-using Ostrum::Element;
+class InvalidElementName : public std::invalid_argument {
+  using std::invalid_argument::invalid_argument;
+};
+
+std::string InUtf8(const char* given) {
+  const DocumentText converted(given);
+  if (!converted.Text())
+    throw std::invalid_argument("a name or value is not valid text in the locale's character set");
+  return std::string(*converted.Text());
+}
+
+std::string Value(const char* given) {
+  std::string value = InUtf8(given);
+  if (!Ostrum::IsXmlText(value))
+    throw std::invalid_argument(
+        "the value contains a character that XML does not allow, such as a control character");
+  return value;
+}
+
+// Adds an attribute to the last step.
+void AddAttribute(SetRequest& request, const char* name, const char* value) {
+  SetAttribute attribute{InUtf8(name), Value(value)};
+  if (!Ostrum::IsXmlName(attribute.name))
+    throw std::invalid_argument("the attribute's name is not a valid XML name");
+  request.key.append("&").append(name).append("=").append(value);
+  attribute.keyLength = request.key.size();
+  request.steps.back().attributes.push_back(std::move(attribute));
+}
+
+// Returns the text before the first separator and moves rest after it; if there is none, returns
+// all and sets rest to null.
+std::string Cut(const char*& rest, char separator) {
+  assert(rest != nullptr);
+  const char* const start = rest;
+  rest = platform::MbsFindChar(start, separator);
+  if (rest == nullptr) return start;
+  return {start, rest++};
+}
+
+// The name is checked without looking whether the element exists: no name in a document begins with
+// an invalid name.
+void AddStep(SetRequest& request, const std::string& component) {
+  SetStep& step = request.steps.emplace_back();
+  step.component = component;
+  const char* rest = component.c_str();
+  step.given = Cut(rest, '&');
+  step.name = InUtf8(step.given.c_str());
+  if (!Ostrum::IsXmlName(step.name))
+    throw InvalidElementName("an element's name is empty or not a valid XML name");
+  if (!request.key.empty()) request.key += '\\';
+  step.keyLength = request.key.append(step.given).size();
+  if (rest == nullptr) return;
+  const std::string attributeName = Cut(rest, '=');
+  // An attribute part without a name or without a value is ignored.
+  if (!attributeName.empty() && rest != nullptr && *rest != '\0')
+    AddAttribute(request, attributeName.c_str(), rest);
+}
+
+// Throws std::invalid_argument if a name or value is not allowed in XML or is not text in the
+// locale, or if a component has no name, and std::bad_alloc. Throws also if it cannot be told
+// whether the path begins with the root: otherwise a second root could be created below the root.
+SetRequest Parse(const XmlFileRecord& record, const char* path, const char* itemName,
+                 const char* itemType, const char* value) {
+  if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr)
+    throw std::invalid_argument("a path, item name, item type or value is null");
+  if (IsRootInPath(record, path)) path = RemoveRootFromBeginningOfPath(path);
+  std::string rest = path;
+  SetRequest request;
+  request.steps.emplace_back();
+  const std::string_view type = itemType;
+  if (type == "ELEMENT") {
+    if (!rest.empty()) rest += '\\';
+    rest += itemName;
+    if (rest.empty()) throw std::invalid_argument("the item has no name");
+    request.text = Value(value);
+  }
+  const char* next = rest.c_str();
+  if (rest.empty()) next = nullptr;
+  while (next != nullptr) AddStep(request, Cut(next, '\\'));
+  if (type == "ATTRIBUTE" && *itemName != '\0' && *value != '\0')
+    AddAttribute(request, itemName, value);
+  return request;
+}
 
 // Parsing the request has already split the component. The calls that trace this are made when the
 // walk reaches it.
@@ -28,60 +116,64 @@ void TraceCuts(const SetStep& step) {
   if (attributePart != nullptr) ReturnTokenFromString(attributePart, '=');
 }
 
-// Finds a child with the log lines of a path search. Throws if the search does, since otherwise an
+// Finds the existing elements of the first steps, with the log lines of a path search: at each
+// step, the first child whose name begins with the step's name. Gives each step its element's whole
+// name and its number among its siblings of that name, so that the request means the same in
+// another document, whatever the locale is then. Throws if the search does, since otherwise an
 // existing child could be created again.
-Element FindLogged(const Element& parent, const SetStep& step) {
-  TraceCuts(step);
-  // In an element without children, the search would return the element itself.
-  if (parent.FirstChild().IsNull()) return {};
-  return FindElementByPath(parent, step.name.given.c_str(), 1);
-}
-
-// The existing elements of the request's first steps. At each step, takes the first child whose
-// name begins with the step's name.
-StepElements FindSteps(const SetRequest& request, Ostrum::Document& document) {
-  StepElements found{document.GetRoot()};
+StepElements FindSteps(SetRequest& request, XmlFileRecord& record) {
+  StepElements found{record.document->GetRoot()};
+  request.steps.front().name = found.front().GetName();
   for (std::size_t i = 1; i < request.steps.size(); ++i) {
-    if (found.size() < i) {
-      TraceCuts(request.steps[i]);
+    SetStep& step = request.steps[i];
+    TraceCuts(step);
+    if (found.size() < i) continue;
+    const Ostrum::Element parent = found.back();
+    Ostrum::Element element;
+    // In an element without children, the search would return the element itself.
+    if (!parent.FirstChild().IsNull())
+      element = FindElementByPath(parent, step.given.c_str(), 1, record.knownParent);
+    if (element.IsNull()) {
+      // In some character sets, elements of that name have another spelling, and are not found.
+      step.number += parent.CountChildren(step.name);
       continue;
     }
-    const Element element = FindLogged(found.back(), request.steps[i]);
-    if (!element.IsNull()) found.push_back(element);
+    step.name = element.GetName();
+    // The search took the first child that matches, so it is the first of its own name.
+    assert(parent.NthChild(Ostrum::NameMatch::Exact, step.name, 1) == element);
+    found.push_back(element);
   }
   return found;
 }
 
-// Gives each step its element's whole name and its number among its siblings of that name, so that
-// the request means the same in another document, whatever the locale is then.
-void Locate(SetRequest& request, const StepElements& found) {
-  assert(!found.empty() && found.size() <= request.steps.size());
-  for (std::size_t i = 1; i < request.steps.size(); ++i) {
-    SetStep& step = request.steps[i];
-    step.number = 1;
-    if (i < found.size()) {
-      step.name.utf8 = found[i].GetName();
-      // The search took the first child that matches, so it is the first of its own name.
-      assert(found[i - 1].NthChild(Ostrum::NameMatch::Exact, step.name.utf8, 1) == found[i]);
-    } else if (i == found.size()) {
-      // In some character sets, elements of that name have another spelling, and are not found.
-      step.number += found[i - 1].CountChildren(step.name.utf8);
-    }
+// The lengths of the keys to be entered: those of the steps that are not found, and of attributes.
+std::vector<std::size_t> KeyLengths(const SetRequest& request, std::size_t foundSteps) {
+  std::vector<std::size_t> lengths;
+  for (std::size_t i = 1; i < request.steps.size(); ++i) { // the root has an entry already
+    const SetStep& step = request.steps[i];
+    if (i >= foundSteps) lengths.push_back(step.keyLength);
+    for (const SetAttribute& attribute : step.attributes) lengths.push_back(attribute.keyLength);
   }
+  return lengths;
 }
 
 // Changes the document, either by the whole request or not at all, and then the file.
 void SetAndSave(SetRequest request, XmlFileRecord& record) {
   assert(record.file != nullptr && !request.steps.empty());
-  StepElements found = FindSteps(request, *record.document);
-  RequireAllowed(request, *record.document, found);
-  Locate(request, found);
+  StepElements elements = FindSteps(request, record);
+  RequireAllowed(request, *record.document, elements);
+  // All that can fail comes first. If entering a key could fail later, the next set would find the
+  // new element and never enter its key; if adding the request could, a change could be lost.
+  ElementMap& map = *record.elementMap;
+  const std::vector<std::uint32_t> entries =
+      map.AddPrefixes(request.key, KeyLengths(request, elements.size()));
   if (record.waitingSets == nullptr) record.waitingSets = std::make_unique<WaitingSets>();
   auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
-  // Add first, so that running out of memory while the document is changed cannot lose a change.
   const SetRequest& added = waiting.Add(std::move(request));
-  ElementMap::KeyChain key(*record.elementMap, added.maxKeyLength);
-  ApplyRequest(added, std::move(found), &key);
+  auto entry = entries.begin();
+  ApplyRequest(added, elements, [&](std::size_t i, bool isCreated) {
+    if (i > 0) map.Enter(*entry++, elements[i], isCreated);
+  });
   record.file->Save(*record.document, waiting);
 }
 
@@ -99,7 +191,7 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
   }
   if (record->document->GetRoot().IsNull()) return XmlInvalidArgument;
   try {
-    SetAndSave(ParseSetRequest(*record, path, itemName, itemType, value), *record);
+    SetAndSave(Parse(*record, path, itemName, itemType, value), *record);
     return XmlSuccess;
   } catch (const std::bad_alloc&) {
     LogReason(noMemoryReason);

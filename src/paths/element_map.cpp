@@ -1,13 +1,13 @@
 // The map holds a few thousand short keys that are asked for in small groups again and again. So
-// the last hits are tried first, and a search that misses gives its hash to the insertion.
+// the last hits are tried first.
 #include "paths/element_map.h"
 
 #include <cassert>
 
 Ostrum::Element ElementMap::Find(std::string_view key) noexcept {
   std::uint32_t& seen = RecentSlot(key);
-  if (seen == 0 || entries[seen - 1].Key() != key) {
-    const std::uint32_t number = index.Find(entries, key, static_cast<std::uint32_t>(hash(key)));
+  if (seen == 0 || entries[seen - 1].key != key) {
+    const std::uint32_t number = index.Find(entries, key, HashOf(key));
     if (number == 0) return {};
     seen = number;
   }
@@ -16,22 +16,32 @@ Ostrum::Element ElementMap::Find(std::string_view key) noexcept {
 
 void ElementMap::Insert(std::string_view key, Ostrum::Element element) {
   assert(Find(key).IsNull() && !element.IsNull());
-  MakeRoom();
-  char* const text = NewText(key.size());
-  key.copy(text, key.size());
-  Add({text, key.size()}, static_cast<std::uint32_t>(hash(key)), element);
+  const std::uint32_t number = Add(Keep(key), HashOf(key));
+  RecentSlot(key) = number;
+  Enter(number, element, true);
 }
 
-void ElementMap::MakeRoom() {
-  index.MakeRoom(entries.size());
-  if (entries.size() == entries.capacity()) entries.reserve(2 * entries.size() + 8);
+std::vector<std::uint32_t> ElementMap::AddPrefixes(std::string_view text,
+                                                   const std::vector<std::size_t>& lengths) {
+  assert(lengths.empty() || lengths.back() <= text.size());
+  Ostrum::KeyedHash::State state = hash.Start();
+  std::string_view kept;
+  std::vector<std::uint32_t> numbers;
+  for (const std::size_t length : lengths) {
+    const auto hashed =
+        static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(state, text.substr(0, length)));
+    numbers.push_back(index.Find(entries, text.substr(0, length), hashed));
+    if (numbers.back() != 0) continue;
+    if (kept.empty()) kept = Keep(text);
+    numbers.back() = Add(kept.substr(0, length), hashed);
+  }
+  return numbers;
 }
 
-void ElementMap::Add(std::string_view key, std::uint32_t hashed, Ostrum::Element element) noexcept {
-  assert(entries.size() < entries.capacity());
-  entries.push_back({key, CElementRef(element)});
-  const auto number = static_cast<std::uint32_t>(entries.size());
-  RecentSlot(key) = index.Enter(entries, key, hashed, number);
+void ElementMap::Enter(std::uint32_t number, Ostrum::Element element, bool replaces) noexcept {
+  assert(number > 0 && number <= entries.size());
+  CElementRef& reference = entries[number - 1].reference;
+  if (replaces || reference.element.IsNull()) reference = CElementRef(element);
 }
 
 std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
@@ -41,21 +51,14 @@ std::uint32_t& ElementMap::RecentSlot(std::string_view key) noexcept {
   return recent[(key.size() * 7 + byteBefore * std::size_t{10} + lastByte) % recent.size()];
 }
 
-void ElementMap::KeyChain::Prepare() {
-  assert(key.size() <= maxLength);
-  map.MakeRoom();
-  if (stored == nullptr) stored = map.NewText(maxLength);
-  key.copy(stored + storedLength, key.size() - storedLength, storedLength);
-  storedLength = key.size();
+std::string_view ElementMap::Keep(std::string_view key) {
+  char* const text = static_cast<char*>(texts.allocate(key.size(), 1));
+  key.copy(text, key.size());
+  return {text, key.size()};
 }
 
-void ElementMap::KeyChain::Enter(Ostrum::Element element) noexcept {
-  assert(stored != nullptr && key.size() == storedLength);
-  const std::string_view text(stored, storedLength);
-  const std::uint32_t present = map.index.Find(map.entries, text, HashOfKey());
-  if (present == 0) {
-    map.Add(text, HashOfKey(), element);
-  } else {
-    map.entries[present - 1].reference = CElementRef(element);
-  }
+std::uint32_t ElementMap::Add(std::string_view key, std::uint32_t hashed) {
+  index.MakeRoom(entries.size());
+  entries.push_back({key, CElementRef({})});
+  return index.Enter(entries, key, hashed, static_cast<std::uint32_t>(entries.size()));
 }

@@ -34,11 +34,17 @@ class ElementMap {
 
   // The null element if there is no entry.
   Ostrum::Element Find(std::string_view key) noexcept;
-  // Adds an entry. Throws std::bad_alloc; the map is then unchanged. REQUIRES: there is no entry
-  // with the key; the element is not null.
+  // Adds an entry. Throws std::bad_alloc; the map is then unchanged. REQUIRES: Find gives the null
+  // element; the element is not null.
   void Insert(std::string_view key, Ostrum::Element element);
 
-  class KeyChain;
+  // For the keys that one call adds, each of which begins with the one before: the numbers of the
+  // entries under the text's beginnings of these lengths, which ascend. Adds entries with the null
+  // element, which count as none, where there are none; they share one text. Throws std::bad_alloc.
+  std::vector<std::uint32_t> AddPrefixes(std::string_view text,
+                                         const std::vector<std::size_t>& lengths);
+  // Gives an entry the element, unless it has one that is to be kept.
+  void Enter(std::uint32_t number, Ostrum::Element element, bool replaces) noexcept;
 
  private:
   struct Entry {
@@ -49,11 +55,14 @@ class ElementMap {
   };
 
   std::uint32_t& RecentSlot(std::string_view key) noexcept;
-  // For one more entry. Throws std::bad_alloc.
-  void MakeRoom();
-  // key is among the texts. REQUIRES: there is room, and no entry with the key.
-  void Add(std::string_view key, std::uint32_t hashed, Ostrum::Element element) noexcept;
-  char* NewText(std::size_t size) { return static_cast<char*>(texts.allocate(size, 1)); }
+  std::uint32_t HashOf(std::string_view key) const noexcept {
+    return static_cast<std::uint32_t>(hash(key));
+  }
+  // Copies a key to the texts. Throws std::bad_alloc.
+  std::string_view Keep(std::string_view key);
+  // Adds an entry with the null element, unless there is one under the key, which is among the
+  // texts; returns its number. Throws std::bad_alloc; the map is then unchanged.
+  std::uint32_t Add(std::string_view key, std::uint32_t hashed);
 
   Ostrum::KeyedHash hash;
   std::pmr::monotonic_buffer_resource texts; // of the keys
@@ -62,40 +71,6 @@ class ElementMap {
   // Numbers of entries found last. A group is opened and then read item by item, in turn with a few
   // others whose keys differ in their last bytes: most searches end here, without hashing.
   std::array<std::uint32_t, 64> recent{};
-};
-
-// The keys that one call adds, each of which begins with the one before. They share one text, and
-// each costs what it adds to the last.
-class ElementMap::KeyChain {
- public:
-  // maxLength: of the longest key.
-  KeyChain(ElementMap& map, std::size_t maxLength)
-      : map(map), maxLength(maxLength), hashed(map.hash.Start()) {}
-  KeyChain(KeyChain&&) = delete;
-
-  void Append(std::string_view part) { key += part; }
-  bool IsEmpty() const noexcept { return key.empty(); }
-  // Whether there is an entry under the key as it is now.
-  bool IsEntered() noexcept { return map.index.Find(map.entries, key, HashOfKey()) != 0; }
-
-  // Allocates what an entry under the key as it is now needs, so that Enter cannot fail. Throws
-  // std::bad_alloc.
-  void Prepare();
-  // Enters the element under the key, in place of one that is there. REQUIRES: Prepare was the last
-  // call.
-  void Enter(Ostrum::Element element) noexcept;
-
- private:
-  std::uint32_t HashOfKey() noexcept {
-    return static_cast<std::uint32_t>(Ostrum::KeyedHash::Continue(hashed, key));
-  }
-
-  ElementMap& map;
-  std::size_t maxLength;
-  std::string key;
-  char* stored = nullptr; // room for maxLength bytes among the map's texts, once one was prepared
-  std::size_t storedLength = 0;
-  Ostrum::KeyedHash::State hashed;
 };
 
 #endif

@@ -2,8 +2,8 @@
 // every child depends on the question alone; only log lines that are due can demand a walk.
 #include "paths/path_search.h"
 
+#include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <optional>
 #include <string>
 
@@ -90,11 +90,11 @@ char* Cut(char* text, char separator) {
   return cut;
 }
 
-// Splits "Name&attribute=value". Only the first 259 bytes count. Without a "=", the name alone.
-void SplitFilter(char (&component)[bufferSize], ChildSearch& search) {
-  search.name = component;
+// Splits "Name&attribute=value". Without a "=", the name alone counts.
+void SplitFilter(char* component, ChildSearch& search) {
+  if (platform::MbsFindChar(component, '&') == nullptr) return;
   char* const filter = Cut(component, '&');
-  if (filter == nullptr || platform::MbsFindChar(filter, '=') == nullptr) return;
+  if (platform::MbsFindChar(filter, '=') == nullptr) return;
   search.attribute = filter;
   search.valueBegin = Cut(filter, '=');
 }
@@ -111,15 +111,9 @@ void LogSelected(const ChildSearch& search, bool isLast) {
   }
 }
 
-Element SelectChild(const Element& parent, const char* component, bool isLast,
-                    std::uint32_t occurrence) {
+Element SelectChild(const Element& parent, char* component, bool isLast, std::uint32_t occurrence) {
   ChildSearch search{NameMatch::Prefix, component};
-  char split[bufferSize];
-  if (platform::MbsFindChar(component, '&') != nullptr) {
-    platform::MbsCopyBytes(split, component, bufferSize - 1);
-    split[bufferSize - 1] = '\0';
-    SplitFilter(split, search);
-  }
+  SplitFilter(component, search);
   if (isLast && search.valueBegin == nullptr) search.n = occurrence;
   const Element child = FindChild(parent, search);
   if (!child.IsNull()) LogSelected(search, isLast);
@@ -129,14 +123,8 @@ Element SelectChild(const Element& parent, const char* component, bool isLast,
 // Goes down level by level. start moves along, to the parent of what is found, and path: after a
 // failure it is what the failing level had to find.
 Element Follow(Element& start, const char*& path, std::uint32_t occurrence) {
-  // A copy, to be cut. Nearly all paths are short, and an allocation would cost as much as the
-  // search.
-  char shortPath[bufferSize];
-  std::string longPath;
-  const std::size_t size = std::strlen(path) + 1;
-  if (size > sizeof shortPath) longPath.resize(size);
-  char* component = longPath.empty() ? shortPath : longPath.data();
-  std::memcpy(component, path, size);
+  std::string copy = path; // to be cut
+  char* component = copy.data();
   while (!start.FirstChild().IsNull()) {
     char* const rest = Cut(component, '\\');
     const Element selected = SelectChild(start, component, rest == nullptr, occurrence);
@@ -153,35 +141,35 @@ Element Follow(Element& start, const char*& path, std::uint32_t occurrence) {
   return start;
 }
 
-// The path without its last component. Empty if each walk logs its lines.
+// The path without its last component. Empty if the parent must not be known: each walk logs its
+// lines, or the answer of a filter can change.
 std::string_view ParentPath(const char* path) noexcept {
   if (corekit::SinkIsSet()) return {};
   const char* const end = platform::MbsFindLastChar(path, '\\');
-  if (end == nullptr) return {};
+  if (end == nullptr || std::find(path, end, '&') != end) return {};
   return {path, end};
 }
 
 } // namespace
 
-Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence) {
+Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
+                          KnownParent& known) {
   try {
-    return Follow(start, path, occurrence);
+    const std::string_view parentPath = ParentPath(path);
+    const std::uint32_t charset = platform::CurrentCharset().id;
+    const bool isKnown = !parentPath.empty() && known.start == start && known.charset == charset &&
+                         known.path == parentPath;
+    Element parent = start;
+    if (isKnown) {
+      parent = known.parent;
+      path += parentPath.size() + 1;
+    }
+    const Element found = Follow(parent, path, occurrence);
+    const bool isNew = !isKnown && !parentPath.empty() && !found.IsNull();
+    if (isNew) known = {start, parent, std::string(parentPath), charset};
+    return found;
   } catch (...) {
     LogError(L"Unknown exception occurred while searching for ", path);
     throw;
   }
-}
-
-Element FindElementByPath(Element start, const char* path, std::uint32_t occurrence,
-                          KnownParent& known) {
-  const std::string_view parentPath = ParentPath(path);
-  if (parentPath.empty() || parentPath.find('&') != parentPath.npos)
-    return FindElementByPath(start, path, occurrence);
-  const std::uint32_t charset = platform::CurrentCharset().id;
-  const bool isKnown = known.start == start && known.charset == charset && known.path == parentPath;
-  if (isKnown) return FindElementByPath(known.parent, path + parentPath.size() + 1, occurrence);
-  Element parent = start;
-  const Element found = Follow(parent, path, occurrence);
-  if (!found.IsNull()) known = {start, parent, std::string(parentPath), charset};
-  return found;
 }
