@@ -12,23 +12,6 @@
 
 namespace {
 
-// If a standard exception prevents it, files is unchanged.
-std::uint32_t AppendFile(const OpenDocument& document, const QueryText& item,
-                         std::vector<FileListEntry>& files) {
-  QueryText name;
-  std::uint32_t code = document.Read(item.Text(), TextOf("Name"), name);
-  if (code != XmlSuccess) return code;
-  QueryText hash;
-  code = document.Read(item.Text(), TextOf("Hash"), hash);
-  if (code != XmlSuccess) return code;
-  try {
-    files.push_back({name.Text(), hash.Text()});
-    return XmlSuccess;
-  } catch (const std::exception&) {
-    return XmlFailure;
-  }
-}
-
 const char* LastComponent(const char* fileName) noexcept {
   const char* separator = platform::MbsFindLastChar(fileName, '/');
   if (separator == nullptr) separator = platform::MbsFindLastChar(fileName, '\\');
@@ -49,13 +32,11 @@ std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint
   }
   *enabled = 0;
 
-  const OpenDocument document(list, *cookie);
+  OpenDocument document(list, *cookie);
   QueryText status;
-  const std::uint32_t code =
-      document.Read("SiteStatus", AttributeOf("SiteStatus", "Status"), status);
-  if (code != XmlSuccess) return code;
+  if (!document.Read("SiteStatus", {"SiteStatus", "Status"}, status)) return document.Code();
 
-  *enabled = platform::MbsCompare(status.Text(), "Enabled") == 0;
+  *enabled = platform::MbsCompare(status.text, "Enabled") == 0;
   if (capacity == 0) return XmlSuccess;
   return GetXMLItem(list, *cookie, "SiteStatus", "SiteStatus", "ATTRIBUTE", "CatalogVersion",
                     "ATTRIBUTE", catalogVersion, capacity);
@@ -63,15 +44,20 @@ std::uint32_t TARVIK_CALL IsRepositoryEnabled(XmlFileList* list, const std::uint
 
 std::uint32_t TARVIK_CALL GetFileList(XmlFileList* list, const std::uint32_t* cookie,
                                       std::vector<FileListEntry>* files) {
-  const OpenDocument document(list, *cookie);
-  QueryText item;
-  for (std::uint32_t n = 1;; ++n) {
-    std::uint32_t code =
-        document.EnumGroup("ProductPackage\\LangPackage\\FileList\\FileItem", n, "", item);
-    if (code == XmlNotFound && n > 1) return XmlSuccess; // the end, after at least one entry
-    if (code == XmlSuccess) code = AppendFile(document, item, *files);
-    if (code != XmlSuccess) return code;
+  OpenDocument document(list, *cookie);
+  QueryText item, name, hash;
+  std::uint32_t n = 1;
+  for (; document.EnumGroup("ProductPackage\\LangPackage\\FileList\\FileItem", n, "", item); ++n) {
+    if (!document.Read(item.text, {"Name"}, name) || !document.Read(item.text, {"Hash"}, hash))
+      return document.Code();
+    try {
+      files->push_back({name.text, hash.text});
+    } catch (const std::exception&) { // files is then unchanged
+      return XmlFailure;
+    }
   }
+  if (document.Code() == XmlNotFound && n > 1) return XmlSuccess; // the end, after at least one
+  return document.Code();
 }
 
 std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_t cookie,
