@@ -59,7 +59,7 @@ std::string Hint(const Element& parent, const Step& step, const std::string& sho
 std::optional<std::string> KeyOf(const Element& element, const Step& step) {
   if (!step.HasAnyName() && element.GetName() != step.name) return std::nullopt;
   if (step.key.empty()) return "";
-  const Ostrum::Attribute key = element.GetAttribute(step.key);
+  const Ostrum::Value key = element.GetAttribute(step.key);
   if (key.IsNull()) return std::nullopt;
   return key.GetValue();
 }
@@ -68,7 +68,7 @@ std::optional<std::string> KeyOf(const Element& element, const Step& step) {
 
 std::string ValueAt(const Place& place, std::string_view attribute) {
   const Element& element = place.back();
-  return attribute.empty() ? element.GetValue() : element.GetAttribute(attribute).GetValue();
+  return attribute.empty() ? element.Text().GetValue() : element.GetAttribute(attribute).GetValue();
 }
 
 std::string PathOf(const Place& place, std::string_view attribute) {

@@ -19,8 +19,8 @@
 
 namespace {
 
-using Ostrum::Attribute;
 using Ostrum::Element;
+using Ostrum::Value;
 
 struct ItemRequest {
   const char* path;
@@ -50,15 +50,14 @@ void RequireGiven(std::initializer_list<const char*> texts) {
 // The part of a value that gives at least its first `limit` bytes in the caller's character set;
 // all of it if a line is due because that cannot represent it. No part of such a value must be
 // answered.
-template <class Node>
-std::string_view ReadForConversion(const Node& node, std::size_t limit, std::string& scratch) {
+std::string_view ReadForConversion(const Value& value, std::size_t limit, std::string& scratch) {
   constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
   const Ostrum::TextFilter filter = RepresentableTexts();
-  if (filter.AcceptsAll()) return node.GetValue(scratch, limit);
-  if (limit > std::string::npos / maxGrowth) return node.GetValue(scratch);
-  const std::string_view begin = node.GetValue(scratch, limit * maxGrowth);
+  if (filter.AcceptsAll()) return value.GetValue(scratch, limit);
+  if (limit > std::string::npos / maxGrowth) return value.GetValue(scratch);
+  const std::string_view begin = value.GetValue(scratch, limit * maxGrowth);
   if (begin.size() < limit * maxGrowth) return begin; // the whole value
-  if (corekit::SinkIsSet() || !node.IsValueAccepted(filter)) return node.GetValue(scratch);
+  if (corekit::SinkIsSet() || !value.IsAccepted(filter)) return value.GetValue(scratch);
   return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
 }
 
@@ -66,9 +65,8 @@ std::string_view ReadForConversion(const Node& node, std::size_t limit, std::str
 // bytes. Throws std::range_error if it cannot be represented there.
 class ItemValue {
  public:
-  template <class Node>
-  ItemValue(const Node& node, std::size_t limit)
-      : converted(ReadForConversion(node, limit, scratch)) {
+  ItemValue(const Value& value, std::size_t limit)
+      : converted(ReadForConversion(value, limit, scratch)) {
     if (!converted.Text()) throw std::range_error("a value has no form in the character set");
   }
   std::string_view Text() const noexcept { return *converted.Text(); }
@@ -121,7 +119,7 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
   if (child.IsNull()) return ElementMissing(request);
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(child, request.value.Capacity()).Text());
+  request.value.Store(ItemValue(child.Text(), request.value.Capacity()).Text());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ",
             request.value.Text(), L".");
   return XmlSuccess;
@@ -129,11 +127,11 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
 
 // Stores an attribute's value, or the text of the child that has it. The log line shows it whole,
 // so it is then read so.
-template <class Node>
-std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const wchar_t* ending) {
+std::uint32_t FoundAttribute(const Value& found, const ItemRequest& request,
+                             const wchar_t* ending) {
   if (!request.value.IsWanted()) return XmlSuccess;
   const bool isLogged = corekit::SinkIsSet();
-  const ItemValue value(node, isLogged ? std::string::npos : request.value.Capacity());
+  const ItemValue value(found, isLogged ? std::string::npos : request.value.Capacity());
   if (isLogged) {
     LogDetail(L"Found ", request.itemName, L"-", request.attributeName,
               L" in the element map.  It's value is ", std::string(value.Text()).c_str(), ending);
@@ -145,7 +143,7 @@ std::uint32_t FoundAttribute(const Node& node, const ItemRequest& request, const
 std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName,
                                const ItemRequest& request) {
   if (!attributeName.Text()) return AttributeMissing(request);
-  const Attribute attribute = element.GetAttribute(*attributeName.Text());
+  const Value attribute = element.GetAttribute(*attributeName.Text());
   if (attribute.IsNull()) return AttributeMissing(request);
   return FoundAttribute(attribute, request, L" (attribute).");
 }
@@ -155,11 +153,11 @@ std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& att
   const Element child = FindItem(element, request, &attributeName);
   if (child.IsNull()) return ElementMissing(request);
   if (!attributeName.Text()) return AttributeMissing(request);
-  const Attribute attribute = child.GetAttribute(*attributeName.Text());
+  const Value attribute = child.GetAttribute(*attributeName.Text());
   if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
   if (IsAttributeType(request.valueType))
     return FoundAttribute(attribute, request, L" (attribute).");
-  return FoundAttribute(child, request, L" (element).");
+  return FoundAttribute(child.Text(), request, L" (element).");
 }
 
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {

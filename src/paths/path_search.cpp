@@ -28,7 +28,7 @@ bool NameMatches(const Element& child, const ChildSearch& search) {
 // Whether the child has the attribute and, if valueBegin is not null, a value that begins so.
 bool HasValue(const Element& child, const DocumentText& attribute, const char* valueBegin) {
   if (!attribute.Text()) return false;
-  const Ostrum::Attribute found = child.GetAttribute(*attribute.Text());
+  const Ostrum::Value found = child.GetAttribute(*attribute.Text());
   if (found.IsNull() || valueBegin == nullptr) return !found.IsNull();
   std::string scratch;
   const LocaleText value(found.GetValue(scratch));

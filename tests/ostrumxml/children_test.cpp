@@ -19,7 +19,7 @@ bool IsAskedFor(const Element& child, const ChildQuery& query) {
   if (!name.starts_with(query.name) || (query.match == NameMatch::Exact && !isWhole)) return false;
   if (!isWhole && !query.filter.Accepts(name)) return false;
   if (!query.attribute) return true;
-  const Ostrum::Attribute attribute = child.GetAttribute(*query.attribute);
+  const Ostrum::Value attribute = child.GetAttribute(*query.attribute);
   if (attribute.IsNull() || !query.valueBegin) return !attribute.IsNull();
   const std::string value = attribute.GetValue();
   return value.starts_with(*query.valueBegin) && query.filter.Accepts(value);

@@ -92,9 +92,9 @@ TEST(Parse, JudgesWholeValuesAsTheyAre) {
                         "'>" + value + "<b/></r>");
     const Element root = parsed.At("");
     const auto judge = [&](const Ostrum::TextFilter& filter) {
-      return std::string{root.IsValueAccepted(filter) ? 't' : '-',
-                         root.GetAttribute("a").IsValueAccepted(filter) ? 'a' : '-',
-                         root.GetAttribute("d").IsValueAccepted(filter) ? 'd' : '-'};
+      return std::string{root.Text().IsAccepted(filter) ? 't' : '-',
+                         root.GetAttribute("a").IsAccepted(filter) ? 'a' : '-',
+                         root.GetAttribute("d").IsAccepted(filter) ? 'd' : '-'};
     };
     for (const Ostrum::TextFilter& filter : {valid, noY, noY}) EXPECT_EQ(judge(filter), "tad");
     edit(root);

@@ -40,12 +40,11 @@ struct Parsed {
 };
 
 // The whole value, or which of its beginnings reads differently.
-template <class Node>
-std::string ValueOf(const Node& node) {
-  const std::string value = node.GetValue();
+inline std::string ValueOf(const Ostrum::Value& read) {
+  const std::string value = read.GetValue();
   std::string scratch;
   for (std::size_t limit = 0; limit <= std::min<std::size_t>(value.size(), 20); ++limit) {
-    if (node.GetValue(scratch, limit).substr(0, limit) != value.substr(0, limit))
+    if (read.GetValue(scratch, limit).substr(0, limit) != value.substr(0, limit))
       return value + " begins differently in " + std::to_string(limit) + " bytes";
   }
   return value;
@@ -54,12 +53,12 @@ std::string ValueOf(const Node& node) {
 // The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
 // for deep nesting.
 inline std::string Describe(const Ostrum::Element& element) {
-  const Ostrum::Attribute attribute = element.GetAttribute("a");
+  const Ostrum::Value attribute = element.GetAttribute("a");
   std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
                      ValueOf(attribute) + ">";
   for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
     text += Describe(child);
-  return text + "</>" + ValueOf(element);
+  return text + "</>" + ValueOf(element.Text());
 }
 
 // The same for what Expat reports about the text; empty if it rejects the text.

@@ -35,8 +35,8 @@ const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
 
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,
                            std::string_view value) const {
-  const auto* const declared = FindDeclaration(elementName, attributeName);
-  return declared == nullptr || !declared->second.tokenized || FoldSpaces(value) == value;
+  const AttributeDeclaration* const declared = FindDeclaration(elementName, attributeName);
+  return declared == nullptr || !declared->tokenized || FoldSpaces(value) == value;
 }
 
 } // namespace Ostrum

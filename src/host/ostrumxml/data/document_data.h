@@ -79,14 +79,14 @@ struct DocumentData {
     if (entry == declarations.end()) return nullptr;
     return &entry->second;
   }
-  // With the attribute's name. Inline, since every attribute read asks for it.
-  const AttributeDeclarations::value_type* FindDeclaration(std::string_view elementName,
-                                                           std::string_view attributeName) const {
+  // Inline, since every attribute read asks for it.
+  const AttributeDeclaration* FindDeclaration(std::string_view elementName,
+                                              std::string_view attributeName) const {
     const AttributeDeclarations* const declared = FindDeclarations(elementName);
     if (declared == nullptr) return nullptr;
     const auto entry = declared->find(attributeName);
     if (entry == declared->end()) return nullptr;
-    return &*entry;
+    return &entry->second;
   }
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName,

@@ -13,11 +13,10 @@
 
 namespace Ostrum {
 
-class Attribute;
 class ChildIndex;
 struct DocumentData;
 struct IndexedDocument;
-struct RawAttribute;
+class Value;
 
 // A handle of an element: its document and its number there. Copies refer to the same element,
 // which lives as long as its document. A lookup that misses does not throw: it gives the null
@@ -34,20 +33,10 @@ class Element {
   bool IsNull() const noexcept { return number == 0; }
   // Lives as long as the document.
   std::string_view GetName() const noexcept;
-  // The element's own text: its character data and CDATA sections, joined in document order. As
-  // Attribute::GetValue otherwise.
-  std::string_view GetValue(std::string& scratch, std::size_t limit = std::string::npos) const;
-  std::string GetValue() const {
-    std::string scratch;
-    return std::string(GetValue(scratch));
-  }
-  // Whether the filter accepts the whole text. For a long one this is remembered until the document
-  // changes, so that reading its beginning again and again costs no more than that. Throws
-  // std::bad_alloc.
-  bool IsValueAccepted(const TextFilter& filter) const;
-
-  // The null attribute if there is none of that name.
-  Attribute GetAttribute(std::string_view name) const;
+  // The element's own text: its character data and CDATA sections, joined in document order.
+  Value Text() const;
+  // The null value if there is no attribute of that name.
+  Value GetAttribute(std::string_view name) const;
   // The names of all attributes: those in the tag, those that were added, and those that only the
   // document type declares. Valid until the document is changed.
   std::vector<std::string_view> AttributeNames() const;
@@ -96,38 +85,32 @@ class Element {
   bool TextCanBeReplaced() const;
 
  private:
-  friend class Attribute;
+  friend class Value;
 
   DocumentData& Data() const noexcept; // REQUIRES: not null
   Element Other(std::uint32_t element) const noexcept;
 
-  bool IsKnownAccepted(std::string_view attributeName, const TextFilter& filter) const;
-  void RememberAccepted(std::string_view attributeName, std::size_t size,
-                        const TextFilter& filter) const;
-
-  RawAttribute FindInTag(std::string_view name) const noexcept;
+  std::optional<std::string_view> FindInTag(std::string_view name) const;
 
   bool IsIndexed() const noexcept;
   ChildIndex& Index() const; // built if there is none
   void DropIndex() noexcept;
-  std::optional<Element> FindByIndex(const ChildQuery& query) const;
 
   void RequireChangeable() const;
-  std::uint32_t LastChild() const noexcept; // 0 if there is none
-  std::string LeadOfNextChild() const;
+  std::uint32_t LastChild() const noexcept;              // 0 if there is none
+  std::string LeadOfNextChild(std::uint32_t last) const; // last: the last child
 
   IndexedDocument* document = nullptr;
   std::uint32_t number = 0;
 };
 
-// An attribute of an element, valid until the document is changed. The null attribute has no name
-// and no value.
-class Attribute {
+// The text of an element or the value of an attribute, valid until the document is changed. The
+// null value, of an attribute that is not there, is empty.
+class Value {
  public:
-  Attribute() = default; // the null attribute
+  Value() = default; // the null value
 
   bool IsNull() const noexcept { return owner.IsNull(); }
-  std::string_view GetName() const noexcept { return name; }
 
   // The value as XML defines it: a part of the source if it needs no decoding, else assembled in
   // scratch; at least its first `limit` bytes. Valid until scratch or the document is changed.
@@ -136,18 +119,26 @@ class Attribute {
     std::string scratch;
     return std::string(GetValue(scratch));
   }
-  // As Element::IsValueAccepted.
-  bool IsValueAccepted(const TextFilter& filter) const;
+  // Whether the filter accepts the whole value. For a long one this is remembered until the
+  // document changes, so that reading its beginning again and again costs no more than that. Throws
+  // std::bad_alloc.
+  bool IsAccepted(const TextFilter& filter) const;
 
  private:
   friend class Element;
-  // Where the text comes from. A tokenized value is folded, too.
-  enum class Form { Decoded, Raw, RawTokenized };
-  Attribute(Element owner, std::string_view name, std::string_view text, Form form) noexcept
-      : owner(owner), name(name), text(text), form(form) {}
+  // Where the text comes from. A tokenized attribute is folded; leads are the white space before
+  // new children.
+  enum class Form { Decoded, Content, ContentWithLeads, Attribute, Tokenized };
+  Value(Element owner, std::string_view text, Form form) noexcept
+      : owner(owner), text(text), form(form) {}
+
+  bool IsContent() const noexcept {
+    return form == Form::Content || form == Form::ContentWithLeads;
+  }
+  template <class Read>
+  void ReadParts(Read read) const;
 
   Element owner;
-  std::string_view name;
   std::string_view text; // the value, or how it is written in the source
   Form form = Form::Decoded;
 };

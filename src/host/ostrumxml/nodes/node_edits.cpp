@@ -48,9 +48,9 @@ void Element::SetText(std::string_view text) {
   if (!TextCanBeReplaced())
     throw std::invalid_argument(
         "the text refers to an entity that contains elements or is not known");
-  if (std::string scratch; GetValue(scratch) == text) return;
+  if (std::string scratch; Text().GetValue(scratch) == text) return;
   DocumentData& data = Data();
-  document->acceptedValues.clear();
+  document->judgedValues.clear();
   ElementChange& change = data.ChangeOf(number);
   change.text = text;
   // The white space before the new children was text of this element.
@@ -63,15 +63,15 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
   DocumentData& data = Data();
   if (!data.CanHold(GetName(), name, value))
     throw std::invalid_argument("the attribute's type can't carry these blanks");
-  const Attribute present = GetAttribute(name);
+  const Value present = GetAttribute(name);
   if (present.IsNull() && !IsXmlName(name)) throw std::invalid_argument("not an XML name");
   std::string scratch;
   // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
-  if (present.form != Attribute::Form::Decoded && !HasTagOrUnknownEntity(data, present.text) &&
+  if (present.form != Value::Form::Decoded && !HasTagOrUnknownEntity(data, present.text) &&
       present.GetValue(scratch) == value)
     return;
 
-  document->acceptedValues.clear();
+  document->judgedValues.clear();
   const auto [set, isNew] = data.ChangeOf(number).attributes.try_emplace(
       std::string(name), ElementChange::SetAttribute{std::string(value), data.attributesSet});
   if (!isNew) set->second.value = value;
@@ -82,14 +82,14 @@ void Element::RemoveAttribute(std::string_view name) {
   RequireChangeable();
   if (GetAttribute(name).IsNull()) throw std::invalid_argument("no such attribute");
   DocumentData& data = Data();
-  const bool isInTag = FindInTag(name).name.data() != nullptr;
+  const bool isInTag = FindInTag(name).has_value();
   ElementChange& change = data.ChangeOf(number);
   const auto set = change.attributes.find(name);
   if (!isInTag && set == change.attributes.end())
     throw std::invalid_argument("only the document type declares the attribute");
   if (isInTag) change.removedAttributes.emplace(name);
   if (set != change.attributes.end()) change.attributes.erase(set);
-  document->acceptedValues.clear();
+  document->judgedValues.clear();
   ++data.attributesSet;
 }
 
@@ -99,7 +99,8 @@ Element Element::AddElementInto(std::string_view name) {
   // Everything that can fail comes first, so that a failure leaves the document unchanged.
   DocumentData& data = Data();
   const std::uint32_t nameNumber = data.names.InternCopy(name);
-  std::string lead = LeadOfNextChild();
+  const std::uint32_t last = LastChild();
+  std::string lead = LeadOfNextChild(last);
   const std::uint32_t child = data.elements.Add();
   data.ChangeOf(child).lead = std::move(lead);
   data.elements[child].name = nameNumber;
@@ -114,7 +115,7 @@ Element Element::AddElementInto(std::string_view name) {
     }
   }
 
-  if (const std::uint32_t last = LastChild()) data.elements[last].nextSibling = child;
+  if (last != 0) data.elements[last].nextSibling = child;
   change.created.push_back(child);
   return Other(child);
 }
@@ -149,10 +150,9 @@ std::uint32_t Element::LastChild() const noexcept {
 }
 
 // A new child begins a line of its own if its last sibling does.
-std::string Element::LeadOfNextChild() const {
+std::string Element::LeadOfNextChild(std::uint32_t last) const {
   const DocumentData& data = Data();
   const ElementChange* const change = data.FindChange(number);
-  const std::uint32_t last = LastChild();
   if (last == 0 || (change != nullptr && change->text)) return {};
   if (Other(last).IsCreated()) return data.changes.at(last).lead;
   return ElementLayout(data, number).LeadOf(last);

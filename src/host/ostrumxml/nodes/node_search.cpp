@@ -1,10 +1,10 @@
 // Finding the children of an element.
+#include <algorithm>
+#include <bit>
 #include <cassert>
-#include <new>
+#include <limits>
 
-#include "host/ostrumxml/nodes/child_matcher.h"
 #include "host/ostrumxml/nodes/indexed_document.h"
-#include "host/ostrumxml/nodes/node.h"
 
 namespace Ostrum {
 namespace {
@@ -12,7 +12,190 @@ namespace {
 // Children after this many others are found by an index.
 constexpr std::uint32_t fewChildren = 24;
 
+// Limits on the lists: their number, and their entries for each child.
+constexpr std::size_t maxLists = 64;
+constexpr std::size_t maxEntriesPerChild = 16;
+
+// No caller asks for a value by a longer beginning, in bytes.
+constexpr std::size_t maxValueBegin = 259;
+
+// Whether the query, apart from its n, asks for the child.
+bool Matches(const ChildQuery& query, const Element& child, std::string& scratch) {
+  const std::string_view name = child.GetName();
+  if (!name.starts_with(query.name)) return false;
+  if (query.match == NameMatch::Exact && name.size() != query.name.size()) return false;
+  if (!query.Accepts(name)) return false;
+  if (!query.attribute) return true;
+  const Value value = child.GetAttribute(*query.attribute);
+  if (value.IsNull() || !query.valueBegin) return !value.IsNull();
+  const std::string_view begin = *query.valueBegin;
+  return value.GetValue(scratch, begin.size()).starts_with(begin) && value.IsAccepted(query.filter);
+}
+
+// The numbers in a list by value are divided into blocks of about the square root of all: the least
+// of a range then takes about as many steps, and the minima of the blocks next to no memory.
+std::size_t BlockSize(std::size_t count) noexcept {
+  return std::size_t{1} << (std::bit_width(count) / 2);
+}
+
+constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
+
+std::uint32_t Least(std::span<const std::uint32_t> numbers) noexcept {
+  std::uint32_t least = none;
+  for (const std::uint32_t number : numbers) least = std::min(least, number);
+  return least;
+}
+
 } // namespace
+
+ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
+    : document(document), data(document.data) {
+  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child)) {
+    byName.push_back(child);
+  }
+  const auto isBefore = [this](std::uint32_t left, std::uint32_t right) {
+    const std::uint32_t leftName = data.elements[left].name;
+    const std::uint32_t rightName = data.elements[right].name;
+    if (leftName == rightName) return left < right;
+    return data.names.Text(leftName) < data.names.Text(rightName);
+  };
+  if (!std::ranges::is_sorted(byName, isBefore)) std::ranges::sort(byName, isBefore);
+}
+
+std::optional<Element> ChildIndex::Find(const ChildQuery& query) {
+  assert(query.n > 0);
+  const Range named = Named(query.match, query.name);
+  if (named.empty()) return Element();
+  // Equal names have one number.
+  const bool isOneName = data.elements[named.front()].name == data.elements[named.back()].name;
+  if (!query.attribute && isOneName) {
+    if (!query.Accepts(data.NameOf(named.front()))) return Element();
+    return NthOf(named, query.n);
+  }
+  const List* const list = ListFor(query, named);
+  if (list == nullptr) return std::nullopt;
+  if (query.valueBegin) return FirstWithValue(*list, *query.valueBegin);
+  if (list->isWholeRange) return NthOf(named, query.n);
+  return NthOf(list->numbers, query.n);
+}
+
+ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view name) {
+  if (lastName && *lastName == name && lastMatch == match) return lastRange;
+  std::size_t compared = name.size();
+  if (match == NameMatch::Exact) compared = std::string_view::npos;
+  const auto nameOf = [this, compared](std::uint32_t number) {
+    return data.NameOf(number).substr(0, compared);
+  };
+  const auto first = std::ranges::lower_bound(byName, name, {}, nameOf);
+  lastRange = {first, std::ranges::upper_bound(first, byName.end(), name, {}, nameOf)};
+  lastName = name;
+  lastMatch = match;
+  return lastRange;
+}
+
+Element ChildIndex::NthOf(Range range, std::uint32_t n) const noexcept {
+  if (n > range.size()) return {};
+  return At(range[n - 1]);
+}
+
+std::string_view ChildIndex::ValueBegin(std::uint32_t number, std::string_view attribute,
+                                        std::string& scratch, std::size_t limit) const {
+  return At(number).GetAttribute(attribute).GetValue(scratch, limit).substr(0, limit);
+}
+
+Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) const {
+  assert(wanted.size() <= maxValueBegin);
+  std::string scratch;
+  const Range numbers = list.numbers;
+  const auto beginOf = [&](std::uint32_t number) {
+    return ValueBegin(number, *list.key.attribute, scratch, wanted.size());
+  };
+  const auto begin = std::ranges::lower_bound(numbers, wanted, {}, beginOf);
+  const auto end = std::ranges::upper_bound(begin, numbers.end(), wanted, {}, beginOf);
+  const Range found(begin, end);
+  const auto from = static_cast<std::size_t>(begin - numbers.begin()), to = from + found.size();
+  const std::size_t blockSize = BlockSize(numbers.size());
+  const std::size_t fromBlock = (from + blockSize - 1) / blockSize, toBlock = to / blockSize;
+  std::uint32_t least = none;
+  if (fromBlock >= toBlock) {
+    least = Least(found);
+  } else {
+    const Range blocks = Range(list.minima).subspan(fromBlock, toBlock - fromBlock);
+    least = std::min({Least(found.first(fromBlock * blockSize - from)), Least(blocks),
+                      Least(found.last(to - toBlock * blockSize))});
+  }
+  if (least == none) return {};
+  return At(least);
+}
+
+// Null if there is no room for a new list.
+const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named) {
+  ++uses;
+  if (attributesSet != data.attributesSet)
+    std::erase_if(lists, [](const List& list) { return list.key.attribute.has_value(); });
+  attributesSet = data.attributesSet;
+  const Key key{query.match, std::string(query.name), std::optional<std::string>(query.attribute),
+                query.valueBegin.has_value(), query.filter.id};
+  auto list = std::ranges::find(lists, key, &List::key);
+  if (list == lists.end()) {
+    if (!MakeRoom(named.size())) return nullptr;
+    list = lists.insert(lists.end(), MakeList(key, query, named));
+  }
+  list->lastUse = uses;
+  return &*list;
+}
+
+// Lists give way only if many searches passed them by: building one costs more than a scan, so a
+// program that asks for more keys in turn than there is room for must not rebuild them all the
+// time.
+bool ChildIndex::MakeRoom(std::size_t added) {
+  const auto hasRoom = [&] {
+    std::size_t entries = added;
+    for (const List& list : lists) entries += list.numbers.size();
+    return lists.size() < maxLists && entries <= maxEntriesPerChild * byName.size();
+  };
+  if (hasRoom()) return true;
+  std::erase_if(lists, [this](const List& list) { return list.lastUse + maxLists < uses; });
+  return hasRoom();
+}
+
+ChildIndex::List ChildIndex::MakeList(const Key& key, ChildQuery query, Range named) const {
+  if (key.isByValue) query.valueBegin = ""; // whatever the value, if the filter accepts it
+  std::vector<std::pair<std::string_view, std::uint32_t>> found; // with the values' beginnings
+  std::deque<std::string> decoded; // the values that are not in the document as they are meant
+  std::string scratch;
+  for (const std::uint32_t number : named) {
+    if (!Matches(query, At(number), scratch)) continue;
+    std::string_view begin;
+    if (key.isByValue) begin = ValueBegin(number, *key.attribute, scratch, maxValueBegin);
+    if (begin.data() == scratch.data()) begin = decoded.emplace_back(begin);
+    found.emplace_back(begin, number);
+  }
+  List list{.key = key};
+  list.isWholeRange =
+      !key.isByValue && key.match == NameMatch::Exact && found.size() == named.size();
+  if (list.isWholeRange) return list;
+  std::ranges::sort(found);
+  list.numbers.reserve(found.size());
+  for (const auto& [begin, number] : found) {
+    if (list.numbers.size() % BlockSize(found.size()) == 0) list.minima.push_back(number);
+    list.minima.back() = std::min(list.minima.back(), number);
+    list.numbers.push_back(number);
+  }
+  return list;
+}
+
+void ChildIndex::Append(std::uint32_t child) {
+  const std::string_view name = data.NameOf(child);
+  const Range sameName = Named(NameMatch::Exact, name);
+  byName.insert(byName.begin() + (sameName.data() + sameName.size() - byName.data()), child);
+  lastName.reset();
+  // A new element can have declared attributes, and only a filter can tell whether its name counts.
+  std::erase_if(lists, [](const List& list) { return list.key.attribute || list.key.filter != 0; });
+  for (List& list : lists) {
+    if (name.starts_with(list.key.name)) list.numbers.push_back(child);
+  }
+}
 
 Element Element::FirstChild() const noexcept {
   if (IsNull()) return {};
@@ -42,29 +225,18 @@ void Element::DropIndex() noexcept {
   Data().elements[number].flags &= ~element_flags::childrenIndexed;
 }
 
-// Nothing if only a scan can tell: there is no memory for the index, or no room for another list.
-std::optional<Element> Element::FindByIndex(const ChildQuery& query) const {
-  try {
-    return Index().Find(query);
-  } catch (const std::bad_alloc&) {
-    return std::nullopt;
-  }
-}
-
 Element Element::FindChild(const ChildQuery& query) const {
   assert(!query.valueBegin || (query.attribute && query.n == 1));
   if (IsNull() || query.n == 0) return {};
-  if (IsIndexed()) {
-    if (const std::optional<Element> found = FindByIndex(query)) return *found;
-  }
-  std::uint32_t scanned = 0;
   std::uint32_t matches = 0;
-  ChildMatcher matcher(query);
+  std::uint32_t scanned = 0;
+  if (IsIndexed()) scanned = fewChildren;
+  std::string scratch;
   for (Element child = FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    if (scanned++ == fewChildren && !IsIndexed()) {
-      if (const std::optional<Element> found = FindByIndex(query)) return *found;
+    if (scanned++ == fewChildren) {
+      if (const std::optional<Element> found = Index().Find(query)) return *found;
     }
-    if (matcher.Matches(child) && ++matches == query.n) return child;
+    if (Matches(query, child, scratch) && ++matches == query.n) return child;
   }
   return {};
 }

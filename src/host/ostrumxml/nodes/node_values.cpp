@@ -20,14 +20,6 @@ using Source = TextReader::Source;
 // Tags longer than this, in bytes, are searched by an index.
 constexpr std::size_t longTag = 1024;
 
-RawAttribute ScanTag(std::string_view tag, std::string_view name) noexcept {
-  TagScanner scanner(tag);
-  for (RawAttribute attribute{}; scanner.Next(attribute);) {
-    if (attribute.name == name) return attribute;
-  }
-  return {};
-}
-
 std::vector<RawAttribute> SortedAttributes(std::string_view tag) {
   std::vector<RawAttribute> attributes;
   TagScanner scanner(tag);
@@ -38,14 +30,13 @@ std::vector<RawAttribute> SortedAttributes(std::string_view tag) {
 
 // Inserts the white space before new children, which is text of their parent, too, as it will be
 // when the file is read again.
-void InsertLeads(const DocumentData& data, const ElementLayout& layout, const ElementChange& change,
-                 std::string& text) {
+void InsertLeads(const DocumentData& data, std::uint32_t element, std::string& text) {
   std::string leads;
-  for (const std::uint32_t child : change.created)
+  for (const std::uint32_t child : data.changes.at(element).created)
     AppendCharacters(data.changes.at(child).lead, leads);
   if (leads.empty()) return;
   std::string trailing;
-  AppendCharacters(layout.TrailingSpace().text, trailing);
+  AppendCharacters(ElementLayout(data, element).TrailingSpace().text, trailing);
   assert(text.ends_with(trailing));
   text.insert(text.size() - trailing.size(), leads);
 }
@@ -57,71 +48,106 @@ std::string_view Element::GetName() const noexcept {
   return Data().NameOf(number);
 }
 
-std::string_view Element::GetValue(std::string& scratch, std::size_t limit) const {
+Value Element::Text() const {
+  using Form = Value::Form;
   if (IsNull()) return {};
-  const DocumentData& data = Data();
-  const ElementLayout layout(data, number);
-  if (data.elements[number].flags == 0) {
-    const std::string_view beginning = layout.Inside().substr(0, limit);
-    if (NeedsNoDecoding(beginning)) return beginning;
-  }
-  const ElementChange* const change = data.FindChange(number);
-  if (change != nullptr && change->text) return *change->text;
-
-  const bool hasCreated = change != nullptr && !change->created.empty();
-  if (hasCreated) limit = std::string::npos; // leads are inserted relative to the text's end
-  scratch.clear();
-  layout.ForEachStretch([&](std::string_view stretch) {
-    TextReader(data, stretch, Source::Content).AppendRest(scratch, limit);
-  });
-  if (hasCreated) InsertLeads(data, layout, *change, scratch);
-  return scratch;
+  const std::string_view inside = ElementLayout(Data(), number).Inside();
+  const ElementChange* const change = Data().FindChange(number);
+  if (change == nullptr) return {*this, inside, Form::Content};
+  if (change->text) return {*this, *change->text, Form::Decoded};
+  if (change->created.empty()) return {*this, inside, Form::Content};
+  return {*this, inside, Form::ContentWithLeads};
 }
 
-std::string_view Attribute::GetValue(std::string& scratch, std::size_t limit) const {
-  if (form == Form::Decoded) return text;
-  if (form == Form::RawTokenized) limit = std::string::npos; // folding shortens it
-  if (form == Form::Raw && NeedsNoDecoding(text.substr(0, limit))) return text.substr(0, limit);
-  scratch.clear();
-  TextReader(owner.Data(), text, Source::AttributeValue).AppendRest(scratch, limit);
-  if (form == Form::RawTokenized) scratch = FoldSpaces(scratch);
-  return scratch;
-}
-
-// The attribute in the element's tag, or one of null data if it is not there or was removed.
-RawAttribute Element::FindInTag(std::string_view name) const noexcept {
+// The raw value of the attribute in the element's tag, unless it is not there or was removed.
+std::optional<std::string_view> Element::FindInTag(std::string_view name) const {
   const ElementChange* const change = Data().FindChange(number);
   if (change != nullptr && change->removedAttributes.contains(name)) return {};
   const std::string_view tag = ElementLayout(Data(), number).Attributes();
-  if (tag.size() <= longTag) return ScanTag(tag, name);
-  try {
-    auto index = document->tagIndexes.find(number);
-    if (index == document->tagIndexes.end())
-      index = document->tagIndexes.emplace(number, SortedAttributes(tag)).first;
-    const auto found = std::ranges::lower_bound(index->second, name, {}, &RawAttribute::name);
-    if (found == index->second.end() || found->name != name) return {};
-    return *found;
-  } catch (const std::bad_alloc&) {
-    return ScanTag(tag, name); // slower, but correct
+  if (tag.size() <= longTag) {
+    TagScanner scanner(tag);
+    for (RawAttribute attribute{}; scanner.Next(attribute);) {
+      if (attribute.name == name) return attribute.value;
+    }
+    return {};
   }
+  auto index = document->tagIndexes.find(number);
+  if (index == document->tagIndexes.end())
+    index = document->tagIndexes.emplace(number, SortedAttributes(tag)).first;
+  const auto found = std::ranges::lower_bound(index->second, name, {}, &RawAttribute::name);
+  if (found == index->second.end() || found->name != name) return {};
+  return found->value;
 }
 
-Attribute Element::GetAttribute(std::string_view name) const {
-  using Form = Attribute::Form;
-  if (IsNull() || name.empty()) return {};
+Value Element::GetAttribute(std::string_view name) const {
+  using Form = Value::Form;
+  if (IsNull()) return {};
   if (const ElementChange* const change = Data().FindChange(number)) {
     const auto set = change->attributes.find(name);
-    if (set != change->attributes.end())
-      return {*this, set->first, set->second.value, Form::Decoded};
+    if (set != change->attributes.end()) return {*this, set->second.value, Form::Decoded};
   }
-  const AttributeDeclarations::value_type* const declared = Data().FindDeclaration(GetName(), name);
-  const RawAttribute raw = FindInTag(name);
-  if (raw.name.data() != nullptr) {
-    const bool isTokenized = declared != nullptr && declared->second.tokenized;
-    return {*this, raw.name, raw.value, isTokenized ? Form::RawTokenized : Form::Raw};
+  const AttributeDeclaration* const declared = Data().FindDeclaration(GetName(), name);
+  if (const auto raw = FindInTag(name)) {
+    const bool isTokenized = declared != nullptr && declared->tokenized;
+    return {*this, *raw, isTokenized ? Form::Tokenized : Form::Attribute};
   }
-  if (declared == nullptr || !declared->second.value) return {};
-  return {*this, declared->first, *declared->second.value, Form::Decoded};
+  if (declared == nullptr || !declared->value) return {};
+  return {*this, *declared->value, Form::Decoded};
+}
+
+// Calls read with a reader of each part of the source that makes up the value.
+template <class Read>
+void Value::ReadParts(Read read) const {
+  const DocumentData& data = owner.Data();
+  if (!IsContent()) return read(TextReader(data, text, Source::AttributeValue));
+  ElementLayout(data, owner.number).ForEachStretch([&](std::string_view stretch) {
+    read(TextReader(data, stretch, Source::Content));
+  });
+}
+
+std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const {
+  if (form == Form::Decoded) return text;
+  if (form == Form::Content || form == Form::Attribute) {
+    const std::string_view beginning = text.substr(0, limit);
+    if (NeedsNoDecoding(beginning)) return beginning;
+  } else {
+    limit = std::string::npos; // folding shortens it; leads are inserted relative to its end
+  }
+  scratch.clear();
+  ReadParts([&](TextReader reader) { reader.AppendRest(scratch, limit); });
+  if (form == Form::Tokenized) scratch = FoldSpaces(scratch);
+  if (form == Form::ContentWithLeads) InsertLeads(owner.Data(), owner.number, scratch);
+  return scratch;
+}
+
+// Judges piece by piece, so that a long value from entities is not put together for that. White
+// space that is not in the source is accepted by every filter.
+bool Value::IsAccepted(const TextFilter& filter) const {
+  constexpr std::size_t longValue = 256; // shorter ones are judged as quickly as looked up
+  if (IsNull() || filter.AcceptsAll()) return true;
+  auto& judged = owner.document->judgedValues;
+  const std::pair key(text.data(), filter.id);
+  if (const auto known = judged.find(key); known != judged.end()) return known->second;
+  bool isAccepted = true;
+  std::size_t size = 0;
+  std::string piece;
+  const auto judge = [&](TextReader reader) {
+    while (isAccepted && reader.AppendNext(piece, std::string::npos)) {
+      const std::size_t whole = ValidUtf8Prefix(piece); // a piece can end inside a character
+      isAccepted = filter.Accepts(std::string_view(piece).substr(0, whole));
+      piece.erase(0, whole);
+      size += whole;
+    }
+  };
+  if (form == Form::Decoded) {
+    isAccepted = filter.Accepts(text);
+    size = text.size();
+  } else {
+    ReadParts(judge);
+  }
+  assert(!isAccepted || piece.empty());
+  if (size >= longValue) judged[key] = isAccepted;
+  return isAccepted;
 }
 
 std::vector<std::string_view> Element::AttributeNames() const {
@@ -146,51 +172,6 @@ std::vector<std::string_view> Element::AttributeNames() const {
       if (declaration.value) add(name);
   }
   return names;
-}
-
-bool Element::IsKnownAccepted(std::string_view attributeName, const TextFilter& filter) const {
-  const auto& known = document->acceptedValues;
-  if (known.empty()) return false;
-  const auto entry = known.find({number, std::string(attributeName)});
-  return entry != known.end() && entry->second == filter.id;
-}
-
-// Short values are judged again as quickly as they are looked up.
-void Element::RememberAccepted(std::string_view attributeName, std::size_t size,
-                               const TextFilter& filter) const {
-  constexpr std::size_t longValue = 4096;
-  if (size < longValue) return;
-  document->acceptedValues[{number, std::string(attributeName)}] = filter.id;
-}
-
-// Judges the text piece by piece, so that a long one from entities is not put together for that.
-bool Element::IsValueAccepted(const TextFilter& filter) const {
-  if (IsNull() || IsKnownAccepted({}, filter)) return true;
-  if (Data().FindChange(number) != nullptr) return filter.Accepts(GetValue());
-  bool isAccepted = true;
-  std::size_t size = 0;
-  std::string text;
-  ElementLayout(Data(), number).ForEachStretch([&](std::string_view stretch) {
-    TextReader reader(Data(), stretch, Source::Content);
-    while (isAccepted && reader.AppendNext(text, std::string::npos)) {
-      const std::size_t whole = ValidUtf8Prefix(text); // a piece can end inside a character
-      isAccepted = filter.Accepts(std::string_view(text).substr(0, whole));
-      text.erase(0, whole);
-      size += whole;
-    }
-    assert(!isAccepted || text.empty());
-  });
-  if (isAccepted) RememberAccepted({}, size, filter);
-  return isAccepted;
-}
-
-bool Attribute::IsValueAccepted(const TextFilter& filter) const {
-  if (IsNull() || owner.IsKnownAccepted(name, filter)) return true;
-  std::string scratch;
-  const std::string_view value = GetValue(scratch);
-  if (!filter.Accepts(value)) return false;
-  owner.RememberAccepted(name, value.size(), filter);
-  return true;
 }
 
 } // namespace Ostrum
