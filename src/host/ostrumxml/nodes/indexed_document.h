@@ -45,20 +45,15 @@ class ChildIndex {
   using Numbers = std::vector<std::uint32_t>; // of elements
   using Range = std::span<const std::uint32_t>;
 
-  // The parts of a query that decide which list answers it.
-  struct Key {
+  // The children that match a query, whatever its n and value.
+  struct List {
+    // The parts of the query that count.
     NameMatch match;
     std::string name;
     std::optional<std::string> attribute;
     bool isByValue;
     std::uint32_t filter; // its id
 
-    bool operator==(const Key&) const = default;
-  };
-
-  // The children that match a query, whatever its n and value.
-  struct List {
-    Key key;
     Numbers numbers{}; // in document order, or sorted by the beginnings of their values
     Numbers minima{};  // the least of each block of numbers
     // Whether all children of the name match. The list then has no numbers of its own, since many
@@ -75,7 +70,8 @@ class ChildIndex {
   Element FirstWithValue(const List& list, std::string_view wanted) const;
   const List* ListFor(const ChildQuery& query, Range named);
   bool MakeRoom(std::size_t added);
-  List MakeList(const Key& key, ChildQuery query, Range named) const;
+  List MakeList(ChildQuery query, Range named) const;
+  void SortByValue(List& list) const;
 
   IndexedDocument& document;
   const DocumentData& data;

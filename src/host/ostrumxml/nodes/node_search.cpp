@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <iterator>
 #include <limits>
+#include <tuple>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
 
@@ -108,7 +110,7 @@ Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) co
   std::string scratch;
   const Range numbers = list.numbers;
   const auto beginOf = [&](std::uint32_t number) {
-    return ValueBegin(number, *list.key.attribute, scratch, wanted.size());
+    return ValueBegin(number, *list.attribute, scratch, wanted.size());
   };
   const auto begin = std::ranges::lower_bound(numbers, wanted, {}, beginOf);
   const auto end = std::ranges::upper_bound(begin, numbers.end(), wanted, {}, beginOf);
@@ -132,14 +134,16 @@ Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) co
 const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named) {
   ++uses;
   if (attributesSet != data.attributesSet)
-    std::erase_if(lists, [](const List& list) { return list.key.attribute.has_value(); });
+    std::erase_if(lists, [](const List& list) { return list.attribute.has_value(); });
   attributesSet = data.attributesSet;
-  const Key key{query.match, std::string(query.name), std::optional<std::string>(query.attribute),
-                query.valueBegin.has_value(), query.filter.id};
-  auto list = std::ranges::find(lists, key, &List::key);
+  auto list = std::ranges::find_if(lists, [&query](const List& each) {
+    return std::tie(each.match, each.name, each.attribute, each.filter) ==
+               std::tie(query.match, query.name, query.attribute, query.filter.id) &&
+           each.isByValue == query.valueBegin.has_value();
+  });
   if (list == lists.end()) {
     if (!MakeRoom(named.size())) return nullptr;
-    list = lists.insert(lists.end(), MakeList(key, query, named));
+    list = lists.insert(lists.end(), MakeList(query, named));
   }
   list->lastUse = uses;
   return &*list;
@@ -159,30 +163,41 @@ bool ChildIndex::MakeRoom(std::size_t added) {
   return hasRoom();
 }
 
-ChildIndex::List ChildIndex::MakeList(const Key& key, ChildQuery query, Range named) const {
-  if (key.isByValue) query.valueBegin = ""; // whatever the value, if the filter accepts it
-  std::vector<std::pair<std::string_view, std::uint32_t>> found; // with the values' beginnings
-  std::deque<std::string> decoded; // the values that are not in the document as they are meant
+ChildIndex::List ChildIndex::MakeList(ChildQuery query, Range named) const {
+  List list{query.match, std::string(query.name), std::optional<std::string>(query.attribute),
+            query.valueBegin.has_value(), query.filter.id};
+  if (list.isByValue) query.valueBegin = ""; // whatever the value, if the filter accepts it
   std::string scratch;
-  for (const std::uint32_t number : named) {
-    if (!Matches(query, At(number), scratch)) continue;
-    std::string_view begin;
-    if (key.isByValue) begin = ValueBegin(number, *key.attribute, scratch, maxValueBegin);
-    if (begin.data() == scratch.data()) begin = decoded.emplace_back(begin);
-    found.emplace_back(begin, number);
-  }
-  List list{.key = key};
-  list.isWholeRange =
-      !key.isByValue && key.match == NameMatch::Exact && found.size() == named.size();
-  if (list.isWholeRange) return list;
-  std::ranges::sort(found);
-  list.numbers.reserve(found.size());
-  for (const auto& [begin, number] : found) {
-    if (list.numbers.size() % BlockSize(found.size()) == 0) list.minima.push_back(number);
-    list.minima.back() = std::min(list.minima.back(), number);
-    list.numbers.push_back(number);
+  std::ranges::copy_if(named, std::back_inserter(list.numbers),
+                       [&](std::uint32_t number) { return Matches(query, At(number), scratch); });
+  if (list.isByValue) {
+    SortByValue(list);
+  } else if (list.match == NameMatch::Exact && list.numbers.size() == named.size()) {
+    list.isWholeRange = true;
+    list.numbers = {};
+  } else {
+    std::ranges::sort(list.numbers);
   }
   return list;
+}
+
+// Sorts by the beginnings of the values, equal ones in document order.
+void ChildIndex::SortByValue(List& list) const {
+  std::vector<std::pair<std::string_view, std::uint32_t>> values;
+  std::deque<std::string> decoded; // the values that are not in the document as they are meant
+  std::string scratch;
+  for (const std::uint32_t number : list.numbers) {
+    std::string_view begin = ValueBegin(number, *list.attribute, scratch, maxValueBegin);
+    if (begin.data() == scratch.data()) begin = decoded.emplace_back(begin);
+    values.emplace_back(begin, number);
+  }
+  std::ranges::sort(values);
+  const std::size_t blockSize = BlockSize(values.size());
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    list.numbers[i] = values[i].second;
+    if (i % blockSize == 0) list.minima.push_back(list.numbers[i]);
+    list.minima.back() = std::min(list.minima.back(), list.numbers[i]);
+  }
 }
 
 void ChildIndex::Append(std::uint32_t child) {
@@ -191,9 +206,9 @@ void ChildIndex::Append(std::uint32_t child) {
   byName.insert(byName.begin() + (sameName.data() + sameName.size() - byName.data()), child);
   lastName.reset();
   // A new element can have declared attributes, and only a filter can tell whether its name counts.
-  std::erase_if(lists, [](const List& list) { return list.key.attribute || list.key.filter != 0; });
+  std::erase_if(lists, [](const List& list) { return list.attribute || list.filter != 0; });
   for (List& list : lists) {
-    if (name.starts_with(list.key.name)) list.numbers.push_back(child);
+    if (name.starts_with(list.name)) list.numbers.push_back(child);
   }
 }
 
