@@ -1,4 +1,4 @@
-// The parts of `set` and `remove`: what they read, do to a document, and write.
+// The parts of `set` and `remove`: what they are to change, and how a dry run shows it.
 #ifndef TARVIK_TOOLS_EDIT_H
 #define TARVIK_TOOLS_EDIT_H
 
@@ -8,9 +8,7 @@
 #include <vector>
 
 #include "commands.h"
-#include "host/ostrumxml/document.h"
 #include "host/ostrumxml/save/generator.h"
-#include "output.h"
 #include "paths.h"
 
 struct Change {
@@ -18,23 +16,11 @@ struct Change {
   std::optional<std::string> value; // what the path names gets it or, without one, is removed
 };
 
-// What changes did to a document.
-struct Outcome {
-  std::vector<std::vector<std::size_t>> found; // by each change, in numbers
-  std::vector<std::string> created;            // paths; only the first ones are known
-  JsonObject values;                           // what was set or removed, if JSON is wanted
-};
-
-// Sets and creates in the order given, then removes. If the changes were applied before, to what
-// the file held then, each path must find as much as before. Throws CommandError; the document may
-// then be partly changed.
-Outcome ApplyChanges(const std::vector<Change>& changes, const Options& options,
-                     Ostrum::Document& document, const Outcome* before);
-
-// What to set, from a JSON file, or from standard input if it is "-": an object of paths and values
-// that are strings, numbers, true or false, in the order and the form in which they are written.
-// Throws UsageError with the reason for anything else.
-std::vector<Change> ReadSettings(const std::string& file);
+// What to set: the paths and values from JSON, then those among the arguments, the last value
+// perhaps from standard input. The JSON is an object of values that are strings, numbers, true or
+// false, which are taken in the order and the form in which they are written. Throws UsageError
+// with the reason for anything else.
+std::vector<Change> ReadSettings(const Options& options);
 
 // The unified diff that turns a file's text into the text with the edits, as the program `patch`
 // reads it. Empty if they change nothing. edits: sorted, and none within another.

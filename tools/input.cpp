@@ -48,6 +48,6 @@ std::unique_ptr<Ostrum::Document> Parse(std::string utf8) {
   return document;
 }
 
-std::unique_ptr<Ostrum::Document> ReadDocument(const Options& options) {
-  return Parse(Decode(ReadBytes(options.file), options).utf8);
+std::unique_ptr<Ostrum::Document> ReadDocument(const std::string& file, const Options& options) {
+  return Parse(Decode(ReadBytes(file), options).utf8);
 }

@@ -26,7 +26,7 @@ Ostrum::FileText Decode(std::string bytes, const Options& options);
 // Throws Ostrum::ReadFailure with ReadBadEncoding, as for bytes that are not text, and the place.
 std::unique_ptr<Ostrum::Document> Parse(std::string utf8);
 
-// The document in FILE, of any kind. Throws as the above do.
-std::unique_ptr<Ostrum::Document> ReadDocument(const Options& options);
+// The document in a file of any kind. Throws as the above do.
+std::unique_ptr<Ostrum::Document> ReadDocument(const std::string& file, const Options& options);
 
 #endif

@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 
 #include "help_texts.h"
 #include "input.h"
@@ -22,7 +21,7 @@ std::vector<std::string> MarkData(const std::vector<std::string>& arguments) {
   for (const std::string& argument : arguments) {
     if (argument == "--" && !std::exchange(areData, true)) continue;
     const bool isOption = !areData && argument.size() > 1 && argument[0] == '-' &&
-                          std::isdigit(static_cast<unsigned char>(argument[1])) == 0;
+                          (argument[1] < '0' || argument[1] > '9');
     marked.push_back(isOption ? argument : dataMark + argument);
   }
   return marked;
@@ -83,19 +82,20 @@ class CommandLine {
 
   // Prints the reason if anything is thrown.
   ExitStatus Run(const std::vector<std::string>& arguments) {
+    auto status = ExitStatus::Failed;
     try {
-      const ExitStatus status = RunParsed(arguments);
-      FlushOutput();
-      return status;
+      status = RunParsed(arguments);
     } catch (const UsageError& error) {
       const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
       PrintMessage(std::string(error.what()) + " (see tarvik " + name + "--help)");
     } catch (const CommandError& error) {
       PrintMessage(options.file, error);
-      return error.status;
+      status = error.status;
     } catch (const std::exception& error) {
       PrintMessage(options.file, error);
     }
+    if (FlushOutput()) return status;
+    PrintMessage(options.file, "standard output cannot be written");
     return ExitStatus::Failed;
   }
 
@@ -142,12 +142,12 @@ class CommandLine {
   }
 
   void RequireUsage() const {
-    const std::string name = ' ' + std::string(command->name) + ' ';
+    const std::string name(command->name);
     for (const CLI::Option* const option : app.get_options()) {
-      const std::string users = ' ' + option->get_group() + ' ';
-      const bool isAllowed = users == " Options " || users.find(name) != std::string::npos;
+      const std::string& users = option->get_group();
+      const bool isAllowed = users == "Options" || users.find(name) != std::string::npos;
       if (option->count() > 0 && !isAllowed)
-        throw UsageError(option->get_name() + ":" + name + "has no such option");
+        throw UsageError(option->get_name() + ": " + name + " has no such option");
     }
     if (words.size() < command->least || words.size() > command->most)
       throw UsageError(std::string("the arguments must be ") + command->arguments);

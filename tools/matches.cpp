@@ -13,14 +13,14 @@ std::string NumberedName(const Element& parent, const Element& child) {
   std::string text(child.GetName());
   const std::uint32_t count = parent.CountChildren(text);
   if (count == 1) return text;
-  std::uint32_t low = 1;
-  for (std::uint32_t high = count; low < high;) {
+  std::uint32_t low = 1, high = count;
+  while (low < high) {
     const std::uint32_t middle = low + (high - low) / 2;
-    if (parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child) {
+    const bool isAfter = parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child;
+    if (isAfter)
       low = middle + 1;
-    } else {
+    else
       high = middle;
-    }
   }
   return text + '[' + std::to_string(low) + ']';
 }
@@ -79,32 +79,19 @@ std::string PathOf(const Place& place, std::string_view attribute) {
   return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
 
-namespace {
-
-// Adds a place that the path leads to, unless one was found that more of the path leads to.
-void Note(const Path& path, bool isAttributeOptional, const Place& place, Found& found) {
-  const bool hasAttribute = isAttributeOptional || path.attribute.empty() ||
-                            !place.back().GetAttribute(path.attribute).IsNull();
-  const bool isWhole = place.size() == path.steps.size() && hasAttribute;
-  if (place.size() < found.steps || (found.isAll && !isWhole)) return;
-  if (place.size() > found.steps || isWhole != found.isAll) found.places.clear();
-  found.steps = place.size();
-  found.isAll = isWhole;
-  found.places.push_back(place);
-}
-
-} // namespace
-
 // Goes through the document in order, depth first, so that the first places cost no more than what
 // leads to them.
 Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limit) {
+  const bool needsAttribute = !isAttributeOptional && !path.attribute.empty();
   Found found;
   Place place;
   std::vector<std::uint32_t> tried{0}; // for each step, how many of its elements
-  while (!tried.empty() && !(found.isAll && found.places.size() == limit)) {
+  while (!tried.empty() && !(found.IsWhole(path) && found.places.size() == limit)) {
     Element next;
-    if (place.size() < path.steps.size())
-      next = Next(place, path.steps[place.size()], ++tried.back(), found.counted);
+    if (place.size() < path.steps.size()) {
+      const Element parent = place.empty() ? Element() : place.back();
+      next = Next(parent, path.steps[place.size()], ++tried.back(), found.counted);
+    }
     if (next.IsNull()) {
       tried.pop_back();
       if (!place.empty()) place.pop_back();
@@ -112,19 +99,19 @@ Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limi
     }
     place.push_back(next);
     tried.push_back(0);
-    Note(path, isAttributeOptional, place, found);
+    const bool isWhole = place.size() == path.steps.size() &&
+                         !(needsAttribute && next.GetAttribute(path.attribute).IsNull());
+    const std::size_t steps = place.size() + (isWhole ? 1 : 0);
+    if (steps > found.steps) found.places.clear();
+    found.steps = std::max(found.steps, steps);
+    if (steps == found.steps) found.places.push_back(place);
   }
   return found;
 }
 
-// The n-th element that the step stands for after the place.
-Element Matcher::Next(const Place& place, const Step& step, std::uint32_t n,
+// The n-th element that the step stands for in the parent.
+Element Matcher::Next(const Element& parent, const Step& step, std::uint32_t n,
                       std::vector<std::size_t>& counted) {
-  if (place.empty()) {
-    const bool isFirst = n == 1 && step.position != Position::Next && step.number == 1;
-    return isFirst && KeyOf(root, step) == step.value ? root : Element();
-  }
-  const Element& parent = place.back();
   if (step.position == Position::All) return Nth(parent, step, n);
   if (step.position == Position::Next || n > 1) return {};
   const std::uint32_t count = Count(parent, step);
@@ -135,6 +122,7 @@ Element Matcher::Next(const Place& place, const Step& step, std::uint32_t n,
 
 // The n-th child with the step's name and filter, whatever its position says; null if n is 0.
 Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
+  if (parent.IsNull()) return n == 1 && KeyOf(root, step) == step.value ? root : Element();
   if (step.HasAnyName() && step.key.empty())
     return parent.NthChild(Ostrum::NameMatch::Prefix, "", n);
   if (step.key.empty()) return parent.NthChild(Ostrum::NameMatch::Exact, step.name, n);
@@ -143,6 +131,7 @@ Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
 }
 
 std::uint32_t Matcher::Count(const Element& parent, const Step& step) {
+  if (parent.IsNull()) return Nth(parent, step, 1).IsNull() ? 0 : 1;
   if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
   if (!step.HasAnyName()) return parent.CountChildren(step.name);
   std::uint32_t count = 0;
@@ -158,7 +147,7 @@ std::string MisreadNumber(const Element& parent, std::string_view name) {
 }
 
 std::string Matcher::WhyMissing(const Path& path, const Found& found) {
-  assert(!found.isAll);
+  assert(!found.IsWhole(path));
   const std::string rootName(root.GetName());
   if (found.steps == 0) return "no root " + path.steps.front().text + "; the root is /" + rootName;
   const Place& place = found.places.front();
@@ -173,48 +162,29 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
 
 // The children with the step's name and filter, in document order.
 const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& step) {
-  Key key{step.key, parent, step.name};
-  if (key == lastKey && step.value == lastValue) return lastFound;
-  lastFound.clear();
-  const auto& byHash = UpdatedIndex(key, step).byHash;
-  const std::size_t hash = std::hash<std::string_view>()(step.value);
-  auto entry = std::ranges::lower_bound(byHash, hash, {}, &Index::Entry::first);
-  for (; entry != byHash.end() && entry->first == hash; ++entry) {
-    if (KeyOf(entry->second, step) == step.value) lastFound.push_back(entry->second);
-  }
-  lastKey = std::move(key);
-  lastValue = step.value;
-  return lastFound;
-}
-
-// The index of that key, with all children that there are now.
-const Matcher::Index& Matcher::UpdatedIndex(const Key& key, const Step& step) {
-  Index& index = indexes[key];
-  const auto known = static_cast<std::ptrdiff_t>(index.byHash.size());
-  Element child =
-      index.last.IsNull() ? std::get<Element>(key).FirstChild() : index.last.NextSibling();
+  const std::hash<std::string_view> hashOf;
+  auto& [byHash, last, value, found] = indexes[{step.key, parent, step.name}];
+  const auto known = static_cast<std::ptrdiff_t>(byHash.size());
+  Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
-    index.last = child;
-    if (const auto value = KeyOf(child, step))
-      index.byHash.emplace_back(std::hash<std::string_view>()(*value), child);
+    last = child;
+    if (const auto key = KeyOf(child, step)) byHash.emplace_back(hashOf(*key), child);
   }
-  const auto added = index.byHash.begin() + known;
-  std::sort(added, index.byHash.end());
-  std::inplace_merge(index.byHash.begin(), added, index.byHash.end());
-  return index;
-}
-
-Element Matcher::Add(Element parent, const Step& step) {
-  Element child = parent.AddElementInto(step.name);
-  if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
-  if (!step.key.empty()) child.SetAttribute(step.key, step.value);
-  lastKey = {};
-  return child;
+  const auto added = byHash.begin() + known;
+  if (added == byHash.end() && value == step.value) return found;
+  std::sort(added, byHash.end());
+  std::inplace_merge(byHash.begin(), added, byHash.end());
+  found.clear();
+  value = step.value;
+  auto entry = std::ranges::lower_bound(byHash, hashOf(value), {}, &Index::Entry::first);
+  for (; entry != byHash.end() && entry->first == hashOf(value); ++entry) {
+    if (KeyOf(entry->second, step) == value) found.push_back(entry->second);
+  }
+  return found;
 }
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   element.SetAttribute(name, value);
-  lastKey = {};
   auto index = indexes.lower_bound({std::string(name), {}, {}});
   while (index != indexes.end() && std::get<0>(index->first) == name) index = indexes.erase(index);
 }

@@ -13,7 +13,6 @@
 
 namespace {
 
-int logLevel = 0;
 const bool outputIsTerminal = console::IsTerminal(stdout);
 
 // Text for people: control characters, except those in `kept`, and characters that the user's
@@ -45,11 +44,13 @@ std::optional<std::string> ToUtf8(const std::string& userText) {
   return std::string(*converted.Text());
 }
 
-void ShowLogLine(void*, corekit::LogKind kind, const wchar_t* component, const wchar_t* text) try {
+// The context is not null if traces are to be shown, too.
+void ShowLogLine(void* context, corekit::LogKind kind, const wchar_t* component,
+                 const wchar_t* text) try {
   std::wstring line;
   if (kind == corekit::LogKind::TraceEnter) line = L"> ";
   if (kind == corekit::LogKind::TraceLeave) line = L"< ";
-  if (!line.empty() && logLevel < 2) return;
+  if (!line.empty() && context == nullptr) return;
   line.append(component).append(L": ").append(text);
   std::string utf8;
   Ostrum::Utf8FromWide(line, utf8);
@@ -76,7 +77,7 @@ bool UserTextIsUtf8() { return platform::CurrentCharset().plain == platform::Pla
 void Print(std::string_view utf8, std::string_view end) {
   const auto userText = FromUtf8(utf8);
   if (!userText)
-    throw CommandError("the locale's character set can't represent " + Printable(utf8));
+    throw CommandError("the locale's character set can't represent " + std::string(utf8));
   console::Write(stdout, outputIsTerminal ? Printable(utf8, "\t\n") : *userText);
   console::Write(stdout, end);
 }
@@ -133,11 +134,7 @@ void PrintMessage(const std::string& file, const std::exception& why) {
 }
 
 void ShowLog(int level) {
-  logLevel = level;
-  if (level > 0) corekit::SetLogSink(ShowLogLine, nullptr);
+  if (level > 0) corekit::SetLogSink(ShowLogLine, level > 1 ? stderr : nullptr);
 }
 
-void FlushOutput() {
-  const bool hasFailed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
-  if (hasFailed) throw CommandError("standard output cannot be written");
-}
+bool FlushOutput() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }

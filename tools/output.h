@@ -47,7 +47,7 @@ void PrintMessage(const std::string& file, const std::exception& why);
 // Prints the library's log lines on standard error from now on; at level 2 also its traces.
 void ShowLog(int level);
 
-// Throws CommandError if anything could not be written.
-void FlushOutput();
+// False if anything could not be written.
+bool FlushOutput();
 
 #endif

@@ -18,14 +18,13 @@ std::string Translated(std::string_view text) {
     end = std::min(text.find('\\', at), text.size());
     const std::string_view part = text.substr(at, end - at);
     const std::string_view name = part.substr(0, part.find('&'));
-    const std::string_view filter = part.substr(std::min(name.size() + 1, part.size()));
     path.append(at > 0 ? "/" : "").append(name);
-    const std::size_t equals = filter.find('=');
+    const std::size_t equals = part.find('=', name.size());
     if (equals == std::string_view::npos) continue;
-    const std::string_view value = filter.substr(equals + 1);
-    const char quote = value.find('\'') == std::string_view::npos ? '\'' : '"';
-    path.append("[@").append(filter.substr(0, equals + 1)).append(1, quote);
-    path.append(value).append({quote, ']'});
+    const std::string_view value = part.substr(equals + 1);
+    const std::string quote(1, value.find('\'') == std::string_view::npos ? '\'' : '"');
+    path.append("[@").append(part, name.size() + 1, equals - name.size());
+    path.append(quote).append(value).append(quote + ']');
   }
   return path;
 }
@@ -39,25 +38,16 @@ constexpr std::pair<std::string_view, const char*> unsupportedNames[] = {
     {"|", "| is not supported; give several paths"},
 };
 
-std::string WithoutBlanks(std::string_view text) {
-  std::string result(text);
-  std::erase_if(result, Ostrum::IsWhiteSpace);
-  return result;
-}
-
 class PathParser {
  public:
   explicit PathParser(const std::string& text) : path{text, {}, {}}, rest(path.text) {}
 
   Path Parse() {
     if (rest.empty()) throw UsageError("a path is empty; the root is .");
-    const bool isAbsolute = Take("/");
-    if (isAbsolute && rest.empty()) Refuse("the root is .");
-    if (!isAbsolute) path.steps.emplace_back();
-    if (!isAbsolute && (rest == "." || rest.starts_with("./"))) {
-      Take(".");
-      if (!Take("/")) return std::move(path);
-    }
+    if (rest == "/") Refuse("the root is .");
+    if (!Take("/")) path.steps.emplace_back();
+    if (rest == "." && !path.steps.empty()) return std::move(path);
+    if (!path.steps.empty()) Take("./");
     do ParsePart();
     while (Take("/"));
     assert(rest.empty() && !path.steps.empty());
@@ -111,54 +101,51 @@ class PathParser {
     rest = {};
   }
 
-  // What is in brackets, up to the closing one, which may also be part of a quoted value.
-  std::string_view TakePredicate() {
-    constexpr const char* signs = "]'\"";
-    std::size_t end = rest.find_first_of(signs);
-    while (end < rest.size() && rest[end] != ']') {
-      end = rest.find(rest[end], end + 1);
-      if (end < rest.size()) end = rest.find_first_of(signs, end + 1);
+  // Takes what is in brackets, with the closing one, and returns it without white space and quoted
+  // text, which becomes the value.
+  std::string TakePredicate(std::string& value) {
+    std::string signs;
+    while (!Take("]")) {
+      const bool isQuote = rest.starts_with('\'') || rest.starts_with('"');
+      const std::size_t last = isQuote ? rest.find(rest.front(), 1) : 0;
+      if (last >= rest.size()) Refuse("a [ is not closed");
+      if (isQuote) value = rest.substr(1, last - 1);
+      if (!Ostrum::IsWhiteSpace(rest.front())) signs += rest.front();
+      rest.remove_prefix(last + 1);
     }
-    if (end >= rest.size()) Refuse("a [ is not closed");
-    const std::string_view predicate = rest.substr(0, end);
-    rest.remove_prefix(end + 1);
-    return predicate;
+    return signs;
   }
 
   void ParsePredicate(Step& step) {
-    const std::string_view predicate = TakePredicate();
-    const std::string sign = WithoutBlanks(predicate);
-    if (sign.starts_with('@')) return ParseFilter(step, predicate);
+    const std::string_view start = rest;
+    const std::string sign = TakePredicate(step.value);
+    const std::string written(start.substr(0, start.size() - rest.size() - 1));
+    if (sign.starts_with('@')) return ParseFilter(step, sign, written);
     if (step.position != Position::All) Refuse("a second position in brackets is not supported");
     if (sign == "last()" || sign == "last()+1") {
       step.position = sign.ends_with('1') ? Position::Next : Position::Last;
       return;
     }
     if (sign.empty() || sign.find_first_not_of("0123456789") != std::string::npos)
-      Refuse("brackets hold a number, last(), last()+1 or @name='value', and not " + sign);
+      Refuse("brackets hold a number, last(), last()+1 or @name='value', and not " + written);
     step.position = Position::Number;
     step.number = UINT32_MAX; // stays if the number is too large for any element
     std::from_chars(sign.data(), sign.data() + sign.size(), step.number);
     if (step.number == 0) Refuse("elements are counted from 1");
   }
 
-  void ParseFilter(Step& step, std::string_view predicate) const {
-    const auto [start, equals] = std::pair(predicate.find('@') + 1, predicate.find('='));
-    const std::string name = WithoutBlanks(predicate.substr(start, equals - start));
+  // sign: with a quote in place of a quoted text.
+  void ParseFilter(Step& step, const std::string& sign, const std::string& written) const {
+    const std::size_t equals = sign.find('=');
+    const std::string name = sign.substr(1, equals - 1);
     if (step.position != Position::All) Refuse("a number must follow [@" + name + "='...']");
     if (!step.key.empty()) Refuse("a second [@...] is not supported");
-    if (equals == std::string_view::npos || !Ostrum::IsXmlName(name)) {
-      Refuse('[' + std::string(predicate) + "] is not supported; a filter is [@name='value']");
-    }
-    const std::size_t open = predicate.find_first_of("'\"", equals);
-    const std::size_t close =
-        open > predicate.size() ? open : predicate.find(predicate[open], open + 1);
-    const bool isQuoted = close < predicate.size() &&
-                          WithoutBlanks(predicate.substr(equals + 1, open - equals - 1)).empty() &&
-                          WithoutBlanks(predicate.substr(close + 1)).empty();
-    if (!isQuoted) Refuse("the value must be quoted, and nothing follow it: [@" + name + "='...']");
+    if (equals == std::string::npos || !Ostrum::IsXmlName(name))
+      Refuse('[' + written + "] is not supported; a filter is [@name='value']");
+    const std::string value = sign.substr(equals + 1);
+    if (value != "'" && value != "\"")
+      Refuse("the value must be quoted, and nothing follow it: [@" + name + "='...']");
     step.key = name;
-    step.value = predicate.substr(open + 1, close - open - 1);
   }
 
   Path path;

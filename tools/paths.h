@@ -62,13 +62,14 @@ std::string PathOf(const Place& place, std::string_view attribute = {});
 // parent has children called Server. Otherwise empty.
 std::string MisreadNumber(const Element& parent, std::string_view name);
 
-// What is in a document of what a path names.
+// The places in a document to which a path leads, as far as it leads somewhere.
 struct Found {
-  bool isAll = false; // whether the path names something
-  std::vector<Place>
-      places;            // of the longest part of the path that names something, in document order
-  std::size_t steps = 0; // of that part
+  std::vector<Place> places; // in document order
+  // How many steps lead to them, and one more if they are what the whole path names.
+  std::size_t steps = 0;
   std::vector<std::size_t> counted; // among how many siblings each number was counted
+
+  bool IsWhole(const Path& path) const { return steps > path.steps.size(); }
 };
 
 // Finds elements in one document, also while elements are added through it. It takes time in
@@ -86,14 +87,10 @@ class Matcher {
   std::string WhyMissing(const Path& path, const Found& found);
 
   // The number of children of parent among which the step's position counts: those with its name
-  // and filter.
+  // and filter. The null element has the root as a child.
   std::uint32_t Count(const Element& parent, const Step& step);
 
-  // Adds a child as the step describes it, its key included. Throws std::invalid_argument if the
-  // parent comes from an entity or the document does not allow the value.
-  Element Add(Element parent, const Step& step);
-
-  // Sets an attribute, which may be missing. Throws as Add.
+  // Sets an attribute, which may be missing. Throws as Element::SetAttribute.
   void SetAttribute(Element element, std::string_view name, std::string_view value);
 
  private:
@@ -103,20 +100,18 @@ class Matcher {
     using Entry = std::pair<std::size_t, Element>;
     std::vector<Entry> byHash; // of the attribute's values; those of one hash in document order
     Element last;              // the last child that was looked at; new ones follow it
+    // The last search, for a value of the attribute.
+    std::string value;
+    std::vector<Element> found;
   };
 
-  Element Next(const Place& place, const Step& step, std::uint32_t n,
+  Element Next(const Element& parent, const Step& step, std::uint32_t n,
                std::vector<std::size_t>& counted);
   Element Nth(const Element& parent, const Step& step, std::uint32_t n);
   const std::vector<Element>& WithKey(const Element& parent, const Step& step);
-  const Index& UpdatedIndex(const Key& key, const Step& step);
 
   Element root;
   std::map<Key, Index> indexes;
-  // The last search with a filter.
-  Key lastKey;
-  std::string lastValue;
-  std::vector<Element> lastFound;
 };
 
 #endif

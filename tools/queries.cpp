@@ -24,6 +24,8 @@ bool Succeeded(std::uint32_t code) {
 struct OpenFile {
   // nameCounts: the library must know the file's name, so that a pipe can't be read.
   explicit OpenFile(const Options& options, bool nameCounts = false) {
+    // The name that the library compares is the one by which it opens, in user text.
+    corekit::SetUtf8(!nameCounts || UserTextIsUtf8());
     std::string name = options.file;
     if (!nameCounts && (IsStream(name) || !Ostrum::IsUtf8(name)))
       name = console::MakeMemoryFile(ReadBytes(name));
@@ -40,10 +42,20 @@ struct OpenFile {
   std::uint32_t cookie = 0;
 };
 
-std::vector<DetectionInfo> WalkCatalog(const OpenFile& file) {
+// Those of a catalog, or the one of a product, branch and package type.
+std::vector<DetectionInfo> FindDetections(const OpenFile& file,
+                                          const std::vector<std::string>& key) {
+  DetectionInfo info;
+  if (!key.empty()) {
+    const auto code = GetDetectionInfo(file.list.get(), &file.cookie, key[1].c_str(),
+                                       key[0].c_str(), key[2].c_str(), &info);
+    // A match without Version also gives "not found", but with the other fields filled.
+    if (!Succeeded(code) && info.ProductID.empty()) return {};
+    return {info};
+  }
   std::vector<DetectionInfo> pairs;
   DetectionPosition position = {1, 1, 1};
-  for (DetectionInfo info;; pairs.push_back(info)) {
+  for (;; pairs.push_back(info)) {
     const auto code = EnumDetectionInfo(file.list.get(), &file.cookie, position, &info);
     // Both a pair without Version and the end give "not found", but only the end leaves the last
     // position at 1.
@@ -51,17 +63,8 @@ std::vector<DetectionInfo> WalkCatalog(const OpenFile& file) {
   }
 }
 
-std::vector<DetectionInfo> FindOne(const OpenFile& file, const std::vector<std::string>& key) {
-  DetectionInfo info;
-  const auto code = GetDetectionInfo(file.list.get(), &file.cookie, key[1].c_str(), key[0].c_str(),
-                                     key[2].c_str(), &info);
-  // A match without Version also gives "not found", but with the other fields filled.
-  if (!Succeeded(code) && info.ProductID.empty()) return {};
-  return {info};
-}
-
-// Prints objects, or a note if there are none.
-ExitStatus PrintRows(const Options& options, Json objects, const char* whyNone) {
+// Prints objects. Throws CommandError if there are none.
+void PrintRows(const Options& options, Json objects, const char* whyNone) {
   constexpr std::size_t certainlyWhole = 255;
   bool isCut = false;
   for (Json& object : objects) {
@@ -77,46 +80,40 @@ ExitStatus PrintRows(const Options& options, Json objects, const char* whyNone) 
   }
   if (options.json) PrintJson(objects);
   if (isCut) PrintMessage(options.file, "a text may be cut: the queries read 259 bytes of each");
-  if (!objects.empty()) return ExitStatus::Found;
-  PrintMessage(options.file, whyNone);
-  return ExitStatus::NothingFound;
+  if (objects.empty()) throw CommandError(whyNone, ExitStatus::NothingFound);
 }
 
 } // namespace
 
 ExitStatus Status(const Options& options) {
-  corekit::SetUtf8(true);
   const OpenFile file(options);
   std::uint8_t enabled = 0;
-  std::string version(65536, '\0');
-  const auto capacity = static_cast<std::uint32_t>(version.size());
-  const auto ask = [&](char* buffer, const std::uint32_t* size) {
-    return Succeeded(IsRepositoryEnabled(file.list.get(), &file.cookie, &enabled, buffer, size));
+  char version[65536] = "";
+  constexpr std::uint32_t capacity = sizeof version;
+  const auto ask = [&](char* buffer) {
+    return Succeeded(
+        IsRepositoryEnabled(file.list.get(), &file.cookie, &enabled, buffer, &capacity));
   };
-  const bool isKnown = ask(nullptr, nullptr);
-  const bool hasVersion = isKnown && ask(version.data(), &capacity);
-  version.resize(version.find('\0'));
   Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
+  const bool isKnown = ask(nullptr);
+  const bool hasVersion = isKnown && ask(version);
   if (isKnown) json["enabled"] = enabled == 1;
   if (hasVersion) json["catalogVersion"] = version;
-  if (options.json) {
-    PrintJson(json);
-  } else if (isKnown) {
-    Print(enabled == 1 ? "enabled" : "disabled");
-    if (hasVersion) Print(version);
-  }
-  if (isKnown) return ExitStatus::Found;
-  PrintMessage(options.file, "the root is not a SiteStatus element with the attribute Status");
-  return ExitStatus::NothingFound;
+  if (options.json) PrintJson(json);
+  if (!isKnown)
+    throw CommandError("the root is not a SiteStatus element with the attribute Status",
+                       ExitStatus::NothingFound);
+  if (!options.json) Print(enabled == 1 ? "enabled" : "disabled");
+  if (!options.json && hasVersion) Print(version);
+  return ExitStatus::Found;
 }
 
 ExitStatus Detect(const Options& options) {
   const std::vector<std::string>& key = options.arguments;
   if (key.size() % 3 != 0) throw UsageError("PRODUCT, BRANCH and TYPE go together");
-  corekit::SetUtf8(true);
   const OpenFile file(options);
   Json objects = Json::array();
-  for (const DetectionInfo& info : key.empty() ? WalkCatalog(file) : FindOne(file, key)) {
+  for (const DetectionInfo& info : FindDetections(file, key)) {
     objects.push_back({{"ProductID", info.ProductID},
                        {"Branch", info.Branch},
                        {"PackageType", info.PackageType},
@@ -127,28 +124,25 @@ ExitStatus Detect(const Options& options) {
                        {"MinimumDATVersion", info.MinimumDATVersion},
                        {"EngineFile", info.EngineFile}});
   }
-  return PrintRows(options, std::move(objects),
-                   "no such detection entry with a language package of its branch");
+  PrintRows(options, std::move(objects),
+            "no such detection entry with a language package of its branch");
+  return ExitStatus::Found;
 }
 
 ExitStatus Files(const Options& options) {
-  corekit::SetUtf8(true);
   const OpenFile file(options);
   std::vector<FileListEntry> files;
   const bool isWhole = Succeeded(GetFileList(file.list.get(), &file.cookie, &files));
   Json objects = Json::array();
   for (const auto& [name, hash] : files) objects.push_back({{"name", name}, {"hash", hash}});
-  const ExitStatus status = PrintRows(options, std::move(objects),
-                                      "no file with Name and Hash in the first language package");
-  if (isWhole || files.empty()) return status;
-  FlushOutput();
+  PrintRows(options, std::move(objects),
+            "no file with Name and Hash in the first language package");
+  if (isWhole) return ExitStatus::Found;
   throw CommandError("the entry after " + files.back().Name + " lacks its Name or Hash");
 }
 
 ExitStatus Match(const Options& options) {
   if (options.file == "-") throw UsageError("FILE: standard input has no name");
-  // The name that the library compares is the one by which it opens, in user text.
-  corekit::SetUtf8(UserTextIsUtf8());
   const OpenFile file(options, true);
   const std::string name = FromUtf8(options.arguments.front()).value();
   std::uint32_t matches = 0;

@@ -17,8 +17,9 @@ class Answers {
     // The second place tells whether a path is a key of its own.
     const std::size_t limit = options.all ? SIZE_MAX : 2;
     const Found found = matcher.Find(path, false, limit);
-    if (!found.isAll && options.defaultText) return AddMember(path.text, *options.defaultText);
-    if (!found.isAll) return missing.push_back(matcher.WhyMissing(path, found));
+    if (!found.IsWhole(path) && options.defaultText)
+      return AddMember(path.text, *options.defaultText);
+    if (!found.IsWhole(path)) return missing.push_back(matcher.WhyMissing(path, found));
     const bool isKey = found.places.size() == 1 || !options.json;
     for (const Place& place : found.places) {
       AddMember(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
@@ -92,7 +93,7 @@ class Listing {
 ExitStatus Get(const Options& options) {
   std::vector<Path> paths;
   for (const std::string& text : options.arguments) paths.push_back(ParsePath(text));
-  const auto document = ReadDocument(options);
+  const auto document = ReadDocument(options.file, options);
   Answers answers(document->GetRoot(), options);
   for (const Path& path : paths) answers.Add(path);
   if (!answers.missing.empty())
@@ -109,10 +110,11 @@ ExitStatus Get(const Options& options) {
 ExitStatus List(const Options& options) {
   const Path path = ParsePath(options.arguments.empty() ? "." : options.arguments.front());
   if (!path.attribute.empty()) throw UsageError(path.text + ": list takes the path of elements");
-  const auto document = ReadDocument(options);
+  const auto document = ReadDocument(options.file, options);
   Matcher matcher(document->GetRoot());
   const Found found = matcher.Find(path);
-  if (!found.isAll) throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
+  if (!found.IsWhole(path))
+    throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
   Listing listing(options);
   for (const Place& place : found.places) listing.AddBelow(place);
   if (options.json && options.values) {

@@ -12,23 +12,23 @@
 namespace {
 
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const Options& options, JsonObject& results) {
-  const auto add = [&](bool isWellFormed, int line, int column, const char* reason) {
-    results.emplace(
-        Shown(options.file),
-        Json{{"wellFormed", isWellFormed}, {"line", line}, {"column", column}, {"reason", reason}});
-  };
+ExitStatus CheckOne(const std::string& file, const Options& options, JsonObject& results) {
+  auto status = ExitStatus::Found;
+  Json result = {{"wellFormed", true}, {"line", 0}, {"column", 0}, {"reason", ""}};
   try {
-    ReadDocument(options);
+    ReadDocument(file, options);
   } catch (const std::exception& failure) {
-    PrintMessage(options.file, failure);
+    PrintMessage(file, failure);
     const auto* const damage = dynamic_cast<const Ostrum::ReadFailure*>(&failure);
     if (damage == nullptr || damage->result != Ostrum::ReadBadEncoding) return ExitStatus::Failed;
-    add(false, damage->line, damage->column, damage->what());
-    return ExitStatus::NothingFound;
+    status = ExitStatus::NothingFound;
+    result = {{"wellFormed", false},
+              {"line", damage->line},
+              {"column", damage->column},
+              {"reason", damage->what()}};
   }
-  add(true, 0, 0, "");
-  return ExitStatus::Found;
+  results.emplace(Shown(file), std::move(result));
+  return status;
 }
 
 bool EncryptBytes(const std::string& plain, std::string& encrypted) {
@@ -60,14 +60,9 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
 
 ExitStatus Check(const Options& options) {
   JsonObject results;
-  auto status = ExitStatus::Found;
-  Options one = options;
-  const auto check = [&](const std::string& file) {
-    one.file = file;
-    status = std::max(status, CheckOne(one, results));
-  };
-  check(options.file);
-  std::ranges::for_each(options.arguments, check);
+  ExitStatus status = CheckOne(options.file, options, results);
+  for (const std::string& file : options.arguments)
+    status = std::max(status, CheckOne(file, options, results));
   if (options.json) PrintJson(results);
   return status;
 }
