@@ -38,8 +38,6 @@ bool BeginsWithKeyword(const char* type, const char* keyword) noexcept {
   return std::strcmp(type, keyword) == 0 ||
          platform::MbsCompareBytesNoCase(type, keyword, std::strlen(keyword)) == 0;
 }
-bool IsElementType(const char* type) noexcept { return BeginsWithKeyword(type, "ELEMENT"); }
-bool IsAttributeType(const char* type) noexcept { return BeginsWithKeyword(type, "ATTRIBUTE"); }
 
 // A null pointer from the caller must not crash the caller's process.
 void RequireGiven(std::initializer_list<const char*> texts) {
@@ -61,35 +59,11 @@ std::string_view ReadForConversion(const Value& value, std::size_t limit, std::s
   return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
 }
 
-// The value of an element or attribute in the caller's character set: at least its first `limit`
-// bytes. Throws std::range_error if it cannot be represented there.
-class ItemValue {
- public:
-  ItemValue(const Value& value, std::size_t limit)
-      : converted(ReadForConversion(value, limit, scratch)) {
-    if (!converted.Text()) throw std::range_error("a value has no form in the character set");
-  }
-  std::string_view Text() const noexcept { return *converted.Text(); }
-
- private:
-  std::string scratch;
-  LocaleText converted;
-};
-
-// Stores the miss, logs the line that the pieces make, and gives the code.
-template <class... Pieces>
-std::uint32_t Missing(const ItemRequest& request, const Pieces&... line) {
+// Stores the miss, logs what is missing, and gives the code.
+std::uint32_t Missing(const ItemRequest& request, const char* name, const wchar_t* kind) {
   request.value.Store("Not Found");
-  LogDetail(line...);
+  LogDetail(name, kind, L" not found in the element map.");
   return XmlNotFound;
-}
-
-std::uint32_t ElementMissing(const ItemRequest& request) {
-  return Missing(request, request.itemName, L" (element) not found in the element map.");
-}
-
-std::uint32_t AttributeMissing(const ItemRequest& request) {
-  return Missing(request, request.attributeName, L" (attribute) not found in the element map.");
 }
 
 // The element that the path is a key of; the null element if there is none.
@@ -108,75 +82,67 @@ Element FindItem(const Element& parent, const ItemRequest& request,
   if (request.index == 0) return parent.FirstChild();
   ChildSearch search{Ostrum::NameMatch::Exact, request.itemName};
   search.n = static_cast<std::uint32_t>(std::max(request.index, 0));
-  if (attributeName != nullptr && attributeName->Text()) search.attribute = request.attributeName;
-  // No child has an attribute whose name cannot be converted.
-  if (attributeName != nullptr && !attributeName->Text()) search.n = 0;
+  if (attributeName != nullptr && attributeName->Text()) {
+    search.attribute = request.attributeName;
+  } else if (attributeName != nullptr) {
+    search.n = 0; // no child has an attribute whose name cannot be converted
+  }
   return FindChild(parent, search);
 }
 
+// Throws std::bad_optional_access if the character set cannot represent the text.
 std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) {
   const Element child = FindItem(element, request, nullptr);
-  if (child.IsNull()) return ElementMissing(request);
+  if (child.IsNull()) return Missing(request, request.itemName, L" (element)");
   if (!request.value.IsWanted()) return XmlSuccess;
 
-  request.value.Store(ItemValue(child.Text(), request.value.Capacity()).Text());
+  std::string scratch;
+  const LocaleText text(ReadForConversion(child.Text(), request.value.Capacity(), scratch));
+  request.value.Store(text.Text().value());
   LogDetail(L"Found ", request.itemName, L" (element) in the element map.  It's value is ",
             request.value.Text(), L".");
   return XmlSuccess;
 }
 
-// Stores an attribute's value, or the text of the child that has it. The log line shows it whole,
-// so it is then read so.
-std::uint32_t FoundAttribute(const Value& found, const ItemRequest& request,
-                             const wchar_t* ending) {
-  if (!request.value.IsWanted()) return XmlSuccess;
-  const bool isLogged = corekit::SinkIsSet();
-  const ItemValue value(found, isLogged ? std::string::npos : request.value.Capacity());
-  if (isLogged) {
-    LogDetail(L"Found ", request.itemName, L"-", request.attributeName,
-              L" in the element map.  It's value is ", std::string(value.Text()).c_str(), ending);
-  }
-  request.value.Store(value.Text());
-  return XmlSuccess;
-}
-
-std::uint32_t ReadOwnAttribute(const Element& element, const DocumentText& attributeName,
-                               const ItemRequest& request) {
-  if (!attributeName.Text()) return AttributeMissing(request);
-  const Value attribute = element.GetAttribute(*attributeName.Text());
-  if (attribute.IsNull()) return AttributeMissing(request);
-  return FoundAttribute(attribute, request, L" (attribute).");
-}
-
-std::uint32_t ReadChildAttribute(const Element& element, const DocumentText& attributeName,
-                                 const ItemRequest& request) {
-  const Element child = FindItem(element, request, &attributeName);
-  if (child.IsNull()) return ElementMissing(request);
-  if (!attributeName.Text()) return AttributeMissing(request);
-  const Value attribute = child.GetAttribute(*attributeName.Text());
-  if (attribute.IsNull()) return AttributeMissing(request); // only index 0 takes a child without it
-  if (IsAttributeType(request.valueType))
-    return FoundAttribute(attribute, request, L" (attribute).");
-  return FoundAttribute(child.Text(), request, L" (element).");
-}
-
+// Reads an attribute of the element, if the item has its name, or else of a child, whose text is
+// the value if so asked. The log line shows the value whole, so it is then read so. Throws as
+// ReadChildText does.
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
   RequireGiven({request.attributeName, request.valueType});
   const DocumentText attributeName(request.attributeName);
   const LocaleText ownName(element.GetName());
   const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
-  if (isOwn) return ReadOwnAttribute(element, attributeName, request);
-  return ReadChildAttribute(element, attributeName, request);
+  Element owner = element;
+  if (!isOwn) owner = FindItem(element, request, &attributeName);
+  if (owner.IsNull()) return Missing(request, request.itemName, L" (element)");
+  Value found;
+  if (attributeName.Text()) found = owner.GetAttribute(*attributeName.Text());
+  // Only index 0 takes a child without the attribute.
+  if (found.IsNull()) return Missing(request, request.attributeName, L" (attribute)");
+  if (!request.value.IsWanted()) return XmlSuccess;
+
+  const bool isText = !isOwn && !BeginsWithKeyword(request.valueType, "ATTRIBUTE");
+  if (isText) found = owner.Text();
+  std::size_t limit = request.value.Capacity();
+  if (corekit::SinkIsSet()) limit = std::string::npos;
+  std::string scratch;
+  const LocaleText converted(ReadForConversion(found, limit, scratch));
+  const std::string_view value = converted.Text().value();
+  if (corekit::SinkIsSet()) {
+    LogDetail(L"Found ", request.itemName, L"-", request.attributeName,
+              L" in the element map.  It's value is ", std::string(value).c_str(),
+              isText ? L" (element)." : L" (attribute).");
+  }
+  request.value.Store(value);
+  return XmlSuccess;
 }
 
 std::uint32_t Read(const XmlFileRecord& record, const ItemRequest& request) {
   RequireGiven({request.path, request.itemName, request.itemType});
   const Element element = FindKnownElement(record, request.path);
-  if (element.IsNull()) {
-    return Missing(request, request.path, L" not found in the element map.");
-  }
-  if (IsElementType(request.itemType)) return ReadChildText(element, request);
-  if (IsAttributeType(request.itemType)) return ReadAttribute(element, request);
+  if (element.IsNull()) return Missing(request, request.path, L"");
+  if (BeginsWithKeyword(request.itemType, "ELEMENT")) return ReadChildText(element, request);
+  if (BeginsWithKeyword(request.itemType, "ATTRIBUTE")) return ReadAttribute(element, request);
   return XmlSuccess;
 }
 

@@ -31,9 +31,8 @@ std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence,
   if (occurrence > 1)
     end = std::to_chars(digits, std::end(digits), static_cast<int>(occurrence)).ptr;
   const std::string_view separator = parent.empty() ? "" : "\\";
-  const int length = FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
-  if (length < 0) return {id, bufferSize - 1};
-  return {id, static_cast<std::size_t>(length)};
+  FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
+  return id;
 }
 
 // The element below which the group is. Logs and returns the null element if it is not in the map.
@@ -61,12 +60,11 @@ Element SearchDocument(XmlFileRecord& record, const char* path, std::uint32_t oc
                        const CallerBuffer& buffer) {
   const Element start = FindStart(record, buffer);
   if (start.IsNull()) return {};
-  Element found;
   try {
-    found = FindElementByPath(start, path, occurrence, record.knownParent);
+    const Element found = FindElementByPath(start, path, occurrence, record.knownParent);
+    if (!found.IsNull()) return found;
   } catch (const std::exception&) { // logged; the group then counts as not found
   }
-  if (!found.IsNull()) return found;
   LogDetail(path, L" not found in ", record.fileName, L".");
   return {};
 }
@@ -83,20 +81,22 @@ std::uint32_t OpenGroup(XmlFileRecord& record, const char* groupPath, std::uint3
 
   char idText[bufferSize];
   const std::string_view id = FormGroupId(path, occurrence, buffer.Text(), idText);
-  if (!record.elementMap->Find(id).IsNull()) {
-    buffer.Store(id);
-    if (buffer.IsWanted()) LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
-    return XmlSuccess;
+  const bool isKnown = !record.elementMap->Find(id).IsNull();
+  if (!isKnown) {
+    const Element element = SearchDocument(record, path.data(), occurrence, buffer);
+    if (element.IsNull()) {
+      buffer.Store("Not Found");
+      return XmlNotFound;
+    }
+    record.elementMap->Insert(id, element);
   }
-
-  const Element element = SearchDocument(record, path.data(), occurrence, buffer);
-  if (element.IsNull()) {
-    buffer.Store("Not Found");
-    return XmlNotFound;
-  }
-  record.elementMap->Insert(id, element);
   buffer.Store(id);
-  if (buffer.IsWanted()) LogDetail(L"Inserted ", idText, L" into the element map.");
+  if (!buffer.IsWanted()) return XmlSuccess;
+  if (isKnown) {
+    LogDetail(L"Found ", idText, L" in ", record.fileName, L".");
+  } else {
+    LogDetail(L"Inserted ", idText, L" into the element map.");
+  }
   return XmlSuccess;
 }
 
