@@ -31,8 +31,9 @@ std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence,
   if (occurrence > 1)
     end = std::to_chars(digits, std::end(digits), static_cast<int>(occurrence)).ptr;
   const std::string_view separator = parent.empty() ? "" : "\\";
-  FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
-  return id;
+  const int length = FormatToBuffer(id, bufferSize, {parent, separator, path, {digits, end}});
+  if (length < 0) return {id, bufferSize - 1};
+  return {id, static_cast<std::size_t>(length)};
 }
 
 // The element below which the group is. Logs and returns the null element if it is not in the map.
