@@ -31,50 +31,66 @@ const std::string settings =
     "<Setting Name='MinimumDATVersion'>99</Setting><Other/><Setting "
     "Name='EngineFile'>e.dll</Setting></ExtraSettings>";
 
-// All fields in order, joined to one text for comparison.
-std::string Joined(const DetectionInfo& i) {
-  return i.ProductVersion + "," + i.ProductID + "," + i.LangID + "," + i.PlatformID + "," +
-         i.MinimumDATVersion + "," + i.Branch + "," + i.PackageType + "," + i.EngineFile + "," +
-         i.Version + ",";
+// The code, and the fields that are not empty, by name.
+std::string Answer(std::uint32_t code, const DetectionInfo& info) {
+  std::string answer = std::to_string(code);
+  using Field = std::pair<const char*, const std::string&>;
+  for (const auto& [name, field] :
+       {Field("product", info.ProductID), Field("version", info.ProductVersion),
+        Field("platform", info.PlatformID), Field("branch", info.Branch),
+        Field("package", info.Version), Field("type", info.PackageType),
+        Field("language", info.LangID), Field("dat", info.MinimumDATVersion),
+        Field("engine", info.EngineFile)}) {
+    if (!field.empty()) answer += std::string(" ") + name + "=" + field;
+  }
+  return answer;
 }
 
-// All calls of a walk from a position on: code, record and new position.
-std::string Walk(const TestDocument& document, std::array<std::uint32_t, 3> position = {1, 1, 1}) {
-  std::string calls;
+using Calls = std::vector<std::string>;
+const std::string end = "3 next 1,1,1";
+
+// All calls of a walk from a position on: each one's answer, and the new position.
+Calls Walk(const TestDocument& document, std::array<std::uint32_t, 3> position = {1, 1, 1}) {
+  Calls calls;
   DetectionInfo info;
   std::uint32_t code;
   do {
     info.ProductID = info.Version = "left over";
     code = EnumDetectionInfo(document.list, &document.cookie, position.data(), &info);
-    calls += std::to_string(code) + ":" + Joined(info) + "@";
-    for (const std::uint32_t place : position) calls += std::to_string(place);
-    calls += '\n';
+    calls.push_back(Answer(code, info) + " next " + std::to_string(position[0]) + "," +
+                    std::to_string(position[1]) + "," + std::to_string(position[2]));
   } while (code == 0 || !info.Branch.empty()); // a missing Version also gives a code
   return calls;
 }
 
+const std::string pair = "0 product=P version=1 platform=W-1 branch=A package=v";
+
 TEST(EnumDetectionInfo, WalksAllPairs) {
-  using Row = std::array<std::string, 3>;
+  using Row = std::tuple<const char*, std::string, Calls>;
   for (const auto& [what, packages, calls] : {
-           Row{"no package", "", "3:,,,,,,,,,@111\n"},
-           Row{"language packages of one branch, one after the other",
+           Row("no package", "", {end}),
+           Row("language packages of one branch, one after the other",
                Package("P", Detection("A", "1") + Language("B", "b") +
-                                Language("A", "v2", "T", "<LangID>en</LangID>" + settings) +
-                                Language("A", "v3")),
-               "0:1,P,en,W-1,99,A,T,e.dll,v2,@113\n0:1,P,,W-1,,A,,,v3,@114\n3:,,,,,,,,,@111\n"},
-           Row{"each detection entry, in each package",
+                                Language("A", "v", "T", "<LangID>en</LangID>" + settings) +
+                                Language("A", "v")),
+               {pair + " type=T language=en dat=99 engine=e.dll next 1,1,3", pair + " next 1,1,4",
+                end}),
+           Row("each detection entry, in each package",
                Package("P", Detection("A", "1") + Detection("A", "2") + Language("A", "v")) +
                    Package("Q", "") + Package("R", Language("A", "w") + Detection("A", "3")),
-               "0:1,P,,W-1,,A,,,v,@112\n0:2,P,,W-2,,A,,,v,@122\n0:3,R,,W-3,,A,,,w,@312\n3:,,,,,,,,,"
-               "@311\n"},
-           Row{"a missing Version is the code of a match",
+               {pair + " next 1,1,2",
+                "0 product=P version=2 platform=W-2 branch=A package=v next 1,2,2",
+                "0 product=R version=3 platform=W-3 branch=A package=w next 3,1,2",
+                "3 next 3,1,1"}),
+           Row("a missing Version is the code of a match",
                Package("P", Detection("A", "1") + Language("A", "") + Language("A", "v")),
-               "3:1,P,,W-1,,A,,,,@112\n0:1,P,,W-1,,A,,,v,@113\n3:,,,,,,,,,@111\n"},
-           Row{"an entry without a branch is passed over, a language package without one ends the "
+               {"3 product=P version=1 platform=W-1 branch=A next 1,1,2", pair + " next 1,1,3",
+                end}),
+           Row("an entry without a branch is passed over, a language package without one ends the "
                "entry's",
                Package("P", Detection("", "0") + Detection("A", "1") + Language("A", "v") +
                                 Language("", "") + Language("A", "w")),
-               "0:1,P,,W-1,,A,,,v,@122\n3:,,,,,,,,,@111\n"},
+               {pair + " next 1,2,2", end}),
        }) {
     SCOPED_TRACE(what);
     const TestDocument document("<Root>" + packages + "</Root>");
@@ -87,14 +103,21 @@ TEST(EnumDetectionInfo, WalksAllPairs) {
 TEST(EnumDetectionInfo, TakesPositionsAsTheyStand) {
   const TestDocument document("<C>" + Package("P", Detection("A", "1") + Language("A", "v")) +
                               "</C>");
-  EXPECT_EQ(Walk(document, {0, 0, 0}), "3:,,,,,,,,,@000\n");
-  EXPECT_EQ(Walk(document), "0:1,P,,W-1,,A,,,v,@112\n3:,,,,,,,,,@111\n");
-  EXPECT_EQ(Walk(document, {0, 0, 0}),
-            "0:1,P,,W-1,,A,,,v,@111\n0:1,P,,W-1,,A,,,v,@112\n3:,,,,,,,,,@111\n");
+  EXPECT_EQ(Walk(document, {0, 0, 0}), Calls{"3 next 0,0,0"});
+  EXPECT_EQ(Walk(document), (Calls{pair + " next 1,1,2", end}));
+  EXPECT_EQ(Walk(document, {0, 0, 0}), (Calls{pair + " next 1,1,1", pair + " next 1,1,2", end}));
+}
+
+std::string Get(const TestDocument& document, const char* branch, const char* product,
+                const char* type) {
+  DetectionInfo info;
+  info.EngineFile = "left over";
+  return Answer(GetDetectionInfo(document.list, &document.cookie, branch, product, type, &info),
+                info);
 }
 
 TEST(GetDetectionInfo, FindsTheOnePair) {
-  const TestDocument document(
+  TestDocument document(
       "<Catalog>" + Package("Quarter", "") +
       Package("Quart", Detection("A", "1") + Detection("B", "2") + Language("B", "v1", "Full") +
                            Language("A", "v2", "Full") +
@@ -103,67 +126,62 @@ TEST(GetDetectionInfo, FindsTheOnePair) {
                            Language("B", "v6", "Late")) +
       Package("Quart", Detection("C", "3") + Language("C", "v", "Full")) + "<ProductPackage/>" +
       Package("R", "") + "</Catalog>");
-  DetectionInfo info;
-  const auto get = [&](const char* branch, const char* product, const char* type,
-                       std::uint32_t cookie) {
-    info.EngineFile = "left over";
-    const std::uint32_t code =
-        GetDetectionInfo(document.list, &cookie, branch, product, type, &info);
-    return std::to_string(code) + ":" + Joined(info);
-  };
-  const std::uint32_t cookie = document.cookie;
-  EXPECT_EQ(get("B", "Quart", "Full", cookie), "0:2,Quart,,W-2,,B,Full,,v1,");
-  EXPECT_EQ(get("B", "Quart", "Delta", cookie), "0:2,Quart,de,W-2,99,B,Delta,e.dll,v3,");
-  EXPECT_EQ(get("A", "Quart", "Full", cookie), "0:1,Quart,,W-1,,A,Full,,v2,");
-  EXPECT_EQ(get("B", "Quart", "Bare", cookie),
-            "3:2,Quart,,W-2,,B,Bare,,,"); // only Version is missing
-  // A package without a type ends the search before it. Only the first product of that name is
-  // looked at, and none behind a package without a name.
-  using Row = std::array<const char*, 3>;
-  for (const auto& [branch, product, type] :
-       {Row{"B", "Quart", "Late"}, Row{"C", "Quart", "Full"}, Row{"B", "R", "Full"},
-        Row{"B", "Quart", "full"}, Row{nullptr, "Quart", "Full"}, Row{"B", nullptr, "Full"},
-        Row{"B", "Quart", nullptr}}) {
-    EXPECT_EQ(get(branch, product, type, cookie), "3:,,,,,,,,,");
+  const std::string b = "product=Quart version=2 platform=W-2 branch=B ";
+  using Row = std::tuple<const char*, const char*, const char*, std::string>;
+  for (const auto& [branch, product, type, answer] : {
+           Row("B", "Quart", "Full", "0 " + b + "package=v1 type=Full"),
+           Row("B", "Quart", "Delta",
+               "0 " + b + "package=v3 type=Delta language=de dat=99 engine=e.dll"),
+           Row("A", "Quart", "Full",
+               "0 product=Quart version=1 platform=W-1 branch=A package=v2 type=Full"),
+           Row("B", "Quart", "Bare", "3 " + b + "type=Bare"), // only Version is missing
+           // A package without a type ends the search before it. Only the first product of that
+           // name is looked at, and none after a package without a name.
+           Row("B", "Quart", "Late", "3"),
+           Row("C", "Quart", "Full", "3"),
+           Row("B", "R", "Full", "3"),
+           Row("B", "Quart", "full", "3"),
+           Row(nullptr, "Quart", "Full", "3"),
+           Row("B", nullptr, "Full", "3"),
+           Row("B", "Quart", nullptr, "3"),
+       }) {
+    EXPECT_EQ(Get(document, branch, product, type), answer);
   }
-  EXPECT_EQ(get("B", "Quart", "Full", ~cookie).front(), '3');
+  ++document.cookie;
+  EXPECT_EQ(Get(document, "B", "Quart", "Full"), "3");
 }
 
-// A path of one name that begins with the root's name means the root, whatever the occurrence. A
-// walk must end even then.
-TEST(DetectionQueries, EndWhateverTheRootIsCalled) {
-  const std::string package = Package("P", Detection("A", "1") + Language("A", "v", "T", settings));
-  using Row = std::tuple<std::string, std::uint32_t, std::uint32_t>;
-  for (const auto& [root, walked, found] :
-       {Row("Product", 3, 3), Row("ProductPackage", 3, 0), Row("Lang", 3, 3),
-        Row("ProductDetection", 3, 3), Row("Set", 0, 0), Row("ExtraSettings", 0, 0)}) {
+// A path of one name that begins with the root's name means the root, whatever the occurrence, and
+// a search in a root without children finds the root if its name begins with the path. A walk must
+// end even then.
+TEST(Queries, EndWhateverTheRootIsCalled) {
+  const std::string pairs = Detection("A", "1") + Language("A", "v", "T", settings);
+  const char* const all = " dat=99 engine=e.dll";
+  using Row = std::tuple<const char*, const char*, char>;
+  for (const auto& [root, settingsFound, code] :
+       {Row("Product", nullptr, '3'), Row("ProductPackage", nullptr, '0'),
+        Row("Lang", nullptr, '3'), Row("ProductDetection", nullptr, '3'), Row("Set", "", '0'),
+        Row("ExtraSettings", "", '0'), Row("ProductPackages", all, '0'),
+        Row("ProductDetections", all, '0'), Row("LangPackages", all, '0'),
+        Row("FileItems", all, '0'), Row("Catalog", all, '3'), Row("SiteStatuses", all, '0')}) {
     SCOPED_TRACE(root);
-    const std::string begin = "<" + root + ">", end = "</" + root + ">";
-    const TestDocument document(begin + Detection("A", "1") + Language("A", "v") + package + end);
-    EXPECT_EQ(Walk(document),
-              walked == 0 ? "0:1,P,,W-1,,A,T,,v,@112\n3:,,,,,,,,,@111\n" : "3:,,,,,,,,,@111\n");
-    const TestDocument nested(begin + "<Catalog>" + package + "</Catalog>" + end);
-    DetectionInfo info;
-    EXPECT_EQ(GetDetectionInfo(nested.list, &nested.cookie, "A", "P", "T", &info), found);
-  }
-}
+    const std::string begin = std::string("<") + root + ">", close = std::string("</") + root + ">";
+    const TestDocument document(begin + pairs + Package("P", pairs) + close);
+    Calls calls{end};
+    if (settingsFound != nullptr)
+      calls.insert(calls.begin(), pair + " type=T" + settingsFound + " next 1,1,2");
+    EXPECT_EQ(Walk(document), calls);
+    const TestDocument nested(begin + "<Catalog>" + Package("P", pairs) + "</Catalog>" + close);
+    EXPECT_EQ(Get(nested, "A", "P", "T").front(), code);
 
-// A search in a root without children finds the root if its name begins with the path, whatever the
-// occurrence.
-TEST(Queries, FindNothingInARootWithoutChildren) {
-  for (const char* root : {"Product", "ProductPackage", "ProductPackages", "ProductDetections",
-                           "LangPackages", "FileItems", "Catalog", "SiteStatuses"}) {
-    SCOPED_TRACE(root);
-    const TestDocument document("<" + std::string(root) + "/>");
-    EXPECT_EQ(Walk(document), "3:,,,,,,,,,@111\n");
-    DetectionInfo info;
-    EXPECT_EQ(GetDetectionInfo(document.list, &document.cookie, "A", "P", "T", &info), 3U);
+    const TestDocument empty(begin + close);
+    EXPECT_EQ(Walk(empty), Calls{end});
+    EXPECT_EQ(Get(empty, "A", "P", "T"), "3");
     std::vector<FileListEntry> files;
-    EXPECT_EQ(GetFileList(document.list, &document.cookie, &files), 3U);
-    EXPECT_TRUE(files.empty());
+    EXPECT_EQ(GetFileList(empty.list, &empty.cookie, &files), 3U);
     std::uint8_t enabled = 7;
-    EXPECT_EQ(IsRepositoryEnabled(document.list, &document.cookie, &enabled, nullptr, nullptr), 3U);
-    EXPECT_EQ(enabled, 0);
+    EXPECT_EQ(IsRepositoryEnabled(empty.list, &empty.cookie, &enabled, nullptr, nullptr), 3U);
+    EXPECT_EQ(files.size() + enabled, 0U);
   }
 }
 
