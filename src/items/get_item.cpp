@@ -1,7 +1,6 @@
 // The exported functions that read items.
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
@@ -34,9 +33,8 @@ struct ItemRequest {
 
 // An item type or value type names a keyword by any text that begins with it, ignoring case. Nearly
 // every caller writes it in capitals, and comparing bytes is much faster than folding characters.
-bool BeginsWithKeyword(const char* type, const char* keyword) noexcept {
-  return std::strcmp(type, keyword) == 0 ||
-         platform::MbsCompareBytesNoCase(type, keyword, std::strlen(keyword)) == 0;
+bool BeginsWithKeyword(std::string_view type, std::string_view keyword) noexcept {
+  return type == keyword || platform::MbsEqualsNoCase(type.substr(0, keyword.size()), keyword);
 }
 
 // A null pointer from the caller must not crash the caller's process.

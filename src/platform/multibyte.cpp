@@ -1,60 +1,35 @@
 // Strings in the character set of the current call. Single bytes decide wherever they can; only in
 // character sets whose second bytes look like ASCII are characters walked one by one.
-#include <algorithm>
 #include <cassert>
 #include <cstring>
-#include <cwchar>
 #include <cwctype>
 
+#include "platform/character.h"
 #include "platform/charset.h"
 #include "platform/platform.h"
-#include "platform/utf8.h"
 
 namespace platform {
 namespace {
 
-using CodePoint = std::uint32_t;
-
-// In bytes. Some C libraries also accept five or six, which are not valid UTF-8.
-constexpr std::size_t maxCharacterLength = 4;
-
-constexpr CodePoint asciiEnd = 0x80;
+constexpr char32_t asciiEnd = 0x80;
 // Invalid bytes get values above all characters, so that each is equal to itself only.
-constexpr CodePoint beyondCharacters = 0x110000;
-
-struct Character {
-  std::size_t length; // in bytes
-  CodePoint value;
-};
-
-Character FirstOfUtf8(std::string_view text) noexcept {
-  const auto [character, length] = DecodeUtf8(text);
-  return {length, character};
-}
-
-// The length is above maxCharacterLength if the text does not begin with a valid character.
-Character FirstOfLocale(std::string_view text) noexcept {
-  wchar_t wide = 0;
-  std::mbstate_t state{};
-  const std::size_t length =
-      std::mbrtowc(&wide, text.data(), std::min(text.size(), maxCharacterLength), &state);
-  return {length, static_cast<CodePoint>(wide)};
-}
+constexpr char32_t beyondCharacters = 0x110000;
 
 // The first character of the text; a byte that does not begin a valid one counts as a character.
-Character FirstOf(std::string_view text, Charset charset) noexcept {
+Character FirstOf(std::string_view text, const Charset& charset) noexcept {
   assert(!text.empty());
   const auto byte = static_cast<unsigned char>(text.front());
-  if (charset.plain != PlainText::None && byte < asciiEnd) return {1, byte};
-  const Character first = charset.isForcedUtf8 ? FirstOfUtf8(text) : FirstOfLocale(text);
-  if (first.length == 0 || first.length > maxCharacterLength) return {1, beyondCharacters + byte};
+  if (charset.plain != PlainText::None && byte < asciiEnd) return {byte, 1};
+  const Character first = Decode(text, charset.isForcedUtf8);
+  if (first.length == 0) return {beyondCharacters + byte, 1};
   return first;
 }
 
 // How many of the text's first `count` bytes are whole characters. The bytes after them show
 // whether the last one is whole.
-std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset charset) noexcept {
+std::size_t WholeCharacters(std::string_view text, std::size_t count) noexcept {
   assert(count <= text.size());
+  const Charset charset = CurrentCharset();
   if (charset.isSingleByte) return count;
   std::size_t end = 0;
   while (end < count) {
@@ -65,55 +40,15 @@ std::size_t WholeCharacters(std::string_view text, std::size_t count, Charset ch
   return end;
 }
 
-// The length in bytes of the whole characters that fit into `count` bytes.
-std::size_t FittingBytes(const char* source, std::size_t count) noexcept {
-  // One more character shows whether the last one that fits is whole. Most strings fit, so the
-  // charset is not needed.
-  const std::size_t length = strnlen(source, count + maxCharacterLength);
-  return length <= count ? length : WholeCharacters({source, length}, count, CurrentCharset());
-}
-
-enum class Hit { First, Last };
-
-// The byte may also be a part of a longer character.
-const char* FindWhole(std::string_view text, char wanted, Hit hit, Charset charset) noexcept {
-  const char* found = nullptr;
-  std::size_t length = 0;
-  for (; !text.empty(); text.remove_prefix(length)) {
-    length = FirstOf(text, charset).length;
-    if (length > 1 || text.front() != wanted) continue;
-    found = text.data();
-    if (hit == Hit::First) break;
-  }
-  return found;
-}
-
-const char* FindChar(const char* text, char wanted, Hit hit) noexcept {
-  const Charset charset = CurrentCharset();
-  const bool isAscii = static_cast<unsigned char>(wanted) < asciiEnd;
-  const bool isWhole = charset.isSingleByte || (charset.plain == PlainText::Utf8 && isAscii);
-  if (!isWhole) return FindWhole(text, wanted, hit, charset);
-  if (hit == Hit::First) return std::strchr(text, wanted);
-  return std::strrchr(text, wanted);
-}
-
 // ASCII letters fold to ASCII letters in every language; otherwise keywords would not match in a
 // Turkish locale.
-CodePoint Fold(CodePoint character, Charset charset) noexcept {
+char32_t Fold(char32_t character, const Charset& charset) noexcept {
   if (character >= 'A' && character <= 'Z') return character + ('a' - 'A');
   if (character < asciiEnd || character >= beyondCharacters || charset.isForcedUtf8)
     return character;
-  const auto folded = static_cast<CodePoint>(std::towlower(static_cast<std::wint_t>(character)));
+  const auto folded = static_cast<char32_t>(std::towlower(static_cast<std::wint_t>(character)));
   if (folded < asciiEnd) return character;
   return folded;
-}
-
-// Removes the next character from the text and returns it folded; always 0 at the end.
-CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
-  if (text.empty()) return 0;
-  const Character first = FirstOf(text, charset);
-  text.remove_prefix(first.length);
-  return Fold(first.value, charset);
 }
 
 } // namespace
@@ -121,34 +56,48 @@ CodePoint TakeFolded(std::string_view& text, Charset charset) noexcept {
 // Equal characters are equal bytes.
 int MbsCompare(const char* left, const char* right) noexcept { return std::strcmp(left, right); }
 
-int MbsCompareNoCase(const char* left, const char* right) noexcept {
-  return MbsCompareBytesNoCase(left, right, SIZE_MAX);
-}
-
-int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept {
+bool MbsEqualsNoCase(std::string_view left, std::string_view right) noexcept {
   const Charset charset = CurrentCharset();
-  std::string_view leftText(left, strnlen(left, count));
-  std::string_view rightText(right, strnlen(right, count));
-  for (;;) {
-    const CodePoint leftCharacter = TakeFolded(leftText, charset);
-    const CodePoint rightCharacter = TakeFolded(rightText, charset);
-    if (leftCharacter != rightCharacter) return leftCharacter < rightCharacter ? -1 : 1;
-    if (leftCharacter == 0) return 0;
+  while (!left.empty() && !right.empty()) {
+    const Character first = FirstOf(left, charset), second = FirstOf(right, charset);
+    if (Fold(first.value, charset) != Fold(second.value, charset)) return false;
+    left.remove_prefix(first.length);
+    right.remove_prefix(second.length);
   }
+  return left.empty() && right.empty();
 }
 
 void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept {
-  const std::size_t length = FittingBytes(source, count);
+  // One more character shows whether the last one that fits is whole. Most strings fit, so the
+  // charset is not needed.
+  const std::string_view text(source, strnlen(source, count + maxCharacterLength));
+  std::size_t length = text.size();
+  if (length > count) length = WholeCharacters(text, count);
   std::memcpy(target, source, length);
   std::memset(target + length, 0, count - length);
 }
 
 const char* MbsFindChar(const char* text, char wanted) noexcept {
-  return FindChar(text, wanted, Hit::First);
+  const Charset charset = CurrentCharset();
+  const bool isAscii = static_cast<unsigned char>(wanted) < asciiEnd;
+  if (charset.isSingleByte || (charset.plain == PlainText::Utf8 && isAscii))
+    return std::strchr(text, wanted);
+  // The byte may also be a part of a longer character.
+  while (*text != '\0') {
+    const std::size_t length = FirstOf({text, strnlen(text, maxCharacterLength)}, charset).length;
+    if (length == 1 && *text == wanted) return text;
+    text += length;
+  }
+  return nullptr;
 }
 
 const char* MbsFindLastChar(const char* text, char wanted) noexcept {
-  return FindChar(text, wanted, Hit::Last);
+  const char* last = nullptr;
+  while (const char* const found = MbsFindChar(text, wanted)) {
+    last = found;
+    text = found + 1;
+  }
+  return last;
 }
 
 } // namespace platform

@@ -19,9 +19,8 @@ namespace platform {
 
 // Compares whole strings, case-sensitively. Returns a number less than, equal to or greater than 0.
 int MbsCompare(const char* left, const char* right) noexcept;
-// The same, ignoring case; the second compares at most `count` bytes of each.
-int MbsCompareNoCase(const char* left, const char* right) noexcept;
-int MbsCompareBytesNoCase(const char* left, const char* right, std::size_t count) noexcept;
+// Whether whole strings are equal, ignoring case.
+bool MbsEqualsNoCase(std::string_view left, std::string_view right) noexcept;
 
 // Copies at most `count` bytes of source, whole characters only, and fills the rest of the `count`
 // bytes with zeros. If source fills all of them, no terminating zero is added.

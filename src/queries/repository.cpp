@@ -66,6 +66,6 @@ std::uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, std::uint32_
   const XmlFileRecord* record = FindXmlFile(list, cookie);
   if (record == nullptr) return XmlNotFound;
   if (matches == nullptr || fileName == nullptr) return XmlInvalidArgument;
-  *matches = platform::MbsCompareNoCase(LastComponent(record->fileName), fileName) == 0;
+  *matches = platform::MbsEqualsNoCase(LastComponent(record->fileName), fileName);
   return XmlSuccess;
 }

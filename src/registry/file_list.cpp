@@ -39,7 +39,7 @@ XmlFileRecord* FindXmlFile(XmlFileList* list, std::uint32_t cookie) noexcept {
 XmlFileRecord* FindXmlFileByName(XmlFileList& list, const char* fileName) noexcept {
   const Trace trace(L"FindXmlFile");
   XmlFileRecord* const found = FindFirst(list, [fileName](const XmlFileRecord& record) {
-    return platform::MbsCompareNoCase(record.fileName, fileName) == 0;
+    return platform::MbsEqualsNoCase(record.fileName, fileName);
   });
   if (found == nullptr) LogDetail(L"Failed to find ", fileName, L" in the xml file list.");
   return found;

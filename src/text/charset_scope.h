@@ -2,7 +2,7 @@
 #ifndef TARVIK_TEXT_CHARSET_SCOPE_H
 #define TARVIK_TEXT_CHARSET_SCOPE_H
 
-#include "host/corekit/text_mode.h"
+#include "host/corekit/private.h"
 #include "platform/charset.h"
 
 // Every exported function that handles text begins with one, so that a call works to its end in the
@@ -11,21 +11,16 @@
 // search's time.
 class CharsetScope {
  public:
-  CharsetScope() noexcept : isOutermost(!platform::charsetInScope) {
-    if (isOutermost) platform::charsetInScope = Query();
+  CharsetScope() noexcept : before(platform::charsetInScope) {
+    if (before) return;
+    platform::charsetInScope = platform::forcedUtf8;
+    if (!corekit::Utf8IsOn()) platform::charsetInScope = platform::QueryCharset();
   }
-  ~CharsetScope() {
-    if (isOutermost) platform::charsetInScope.reset();
-  }
+  ~CharsetScope() { platform::charsetInScope = before; }
   CharsetScope(CharsetScope&&) = delete;
 
  private:
-  static platform::Charset Query() noexcept {
-    if (corekit::Utf8IsOn()) return platform::forcedUtf8;
-    return platform::QueryCharset();
-  }
-
-  const bool isOutermost;
+  const std::optional<platform::Charset> before;
 };
 
 #endif

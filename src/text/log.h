@@ -2,11 +2,10 @@
 #ifndef TARVIK_TEXT_LOG_H
 #define TARVIK_TEXT_LOG_H
 
+#include <concepts>
 #include <optional>
-#include <type_traits>
 
-#include "host/corekit/log_flag.h"
-#include "host/corekit/text_mode.h"
+#include "host/corekit/private.h"
 #include "platform/charset.h"
 
 inline constexpr const wchar_t* logComponent = L"Tarvik";
@@ -29,25 +28,22 @@ class Trace {
 
 namespace log_detail {
 
-// Unsigned numbers of every width go through the builder's one unsigned append, signed ones through
-// its signed one. Narrow text is in the character set of the call.
-template <class Piece>
-void Append(corekit::KString& line, const Piece& piece) noexcept {
-  if constexpr (std::is_integral_v<Piece> && std::is_unsigned_v<Piece>) {
-    line << static_cast<unsigned long>(piece);
-  } else if constexpr (std::is_integral_v<Piece>) {
-    line << static_cast<long>(piece);
-  } else if constexpr (std::is_convertible_v<const Piece&, const char*>) {
-    corekit::AppendNarrow(line, piece, platform::CurrentCharset().isForcedUtf8);
-  } else {
-    line << static_cast<const wchar_t*>(piece);
-  }
+// Numbers of every width go through the builder's two appends. Narrow text is in the character set
+// of the call.
+void Append(corekit::KString& line, std::unsigned_integral auto number) noexcept {
+  line << static_cast<unsigned long>(number);
+}
+void Append(corekit::KString& line, std::signed_integral auto number) noexcept {
+  line << static_cast<long>(number);
+}
+inline void Append(corekit::KString& line, const wchar_t* text) noexcept { line << text; }
+inline void Append(corekit::KString& line, const char* text) noexcept {
+  corekit::AppendNarrow(line, text, platform::CurrentCharset().isForcedUtf8);
 }
 
 // Not inlined: only the test for a sink stands where a line is logged.
-template <class... Pieces>
-[[gnu::noinline, gnu::cold]] void Log(void (*log)(const wchar_t* component, const wchar_t* line),
-                                      const wchar_t* component, const Pieces&... pieces) noexcept {
+[[gnu::noinline, gnu::cold]] void Log(decltype(&corekit::logDetail) log, const wchar_t* component,
+                                      const auto&... pieces) noexcept {
   corekit::KString line(L"");
   (Append(line, pieces), ...);
   log(component, line);
@@ -56,20 +52,17 @@ template <class... Pieces>
 } // namespace log_detail
 
 // Log one line, made of the pieces with nothing between them. Without a sink they cost one test.
-template <class... Pieces>
-void LogDetail(const Pieces&... pieces) noexcept {
+void LogDetail(const auto&... pieces) noexcept {
   if (corekit::SinkIsSet()) log_detail::Log(&corekit::logDetail, logComponent, pieces...);
 }
 
-template <class... Pieces>
-void LogError(const Pieces&... pieces) noexcept {
+void LogError(const auto&... pieces) noexcept {
   if (corekit::SinkIsSet()) log_detail::Log(&corekit::logError, logComponent, pieces...);
 }
 
 // Logs why a call is refused. The line is the document library's, since those of this component are
 // fixed.
-template <class... Pieces>
-void LogReason(const Pieces&... pieces) noexcept {
+void LogReason(const auto&... pieces) noexcept {
   if (corekit::SinkIsSet()) log_detail::Log(&corekit::logError, L"ostrumxml", pieces...);
 }
 inline constexpr const wchar_t* noMemoryReason = L"not enough memory";

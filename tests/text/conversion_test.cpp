@@ -15,6 +15,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
+const char* const latinLocale = hasUtf8 ? "ISO-8859-1" : ".1252";
+
 class ModeGuard {
  public:
   explicit ModeGuard(bool utf8) { corekit::SetUtf8(utf8); }
@@ -29,15 +31,23 @@ TEST(Conversion, GoesBothWaysOrSaysWhyNot) {
     const char* bytes;   // null: the text cannot be represented
   };
   const Row rows[] = {
+      {narrowLocale, false, L"", ""},
       {narrowLocale, false, L"plain", "plain"},
       {narrowLocale, false, L"\u3042", nullptr},
+      {narrowLocale, false, L"\u0141", nullptr}, // L with stroke, never a plain L
+      {latinLocale, false, L"caf\u00e9", "caf\xE9"},
+      {latinLocale, false, L"\u0141", nullptr},
+      {latinLocale, false, L"\uff21", nullptr}, // the wide letter A
       {narrowLocale, true, L"\u3042\U0001F600\uFFFF\u0080", "\u3042\U0001F600\uFFFF\u0080"},
       {narrowLocale, true, nullptr, "a\xC3"},
       {narrowLocale, true, nullptr, "\xED\xA0\x80"}, // half of a surrogate pair
       {narrowLocale, true, L"\xDC00", nullptr},
       {multibyteLocale, false, L"\u3042\\", "\x82\xA0\\"},
       {multibyteLocale, false, L"\U0001F600", nullptr},
+      {multibyteLocale, false, L"\uff21", "\x82\x60"},
+      {multibyteLocale, false, L"\u00e9", nullptr},
       {multibyteLocale, false, nullptr, "a\xFF"},
+      {multibyteLocale, false, nullptr, "a\x95"},
       {multibyteLocale, true, L"\u3042\\", "\u3042\\"},
       {multibyteLocale, true, nullptr, "\x82\xA0"},
   };

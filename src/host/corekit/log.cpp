@@ -1,7 +1,7 @@
 // The way of a line or a trace to the sink.
 #include <mutex>
 
-#include "host/corekit/log_flag.h"
+#include "host/corekit/private.h"
 
 namespace corekit {
 

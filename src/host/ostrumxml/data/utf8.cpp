@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "host/ostrumxml/data/byte_scan.h"
-#include "platform/utf8.h"
+#include "platform/character.h"
 
 namespace Ostrum {
 namespace {
