@@ -10,6 +10,7 @@ namespace platform {
 thread_local constinit std::optional<Charset> charsetInScope;
 
 Charset ProbeCharset(std::uint32_t id) noexcept {
+  if (id == utf8Id) return {id, PlainText::Utf8, false, false};
   const int errorBefore = errno;
   constexpr std::size_t size = 128; // the ASCII characters, the zero last
   char ascii[size];

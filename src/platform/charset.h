@@ -49,8 +49,8 @@ inline Charset CurrentCharset() noexcept {
   return charsetInScope ? *charsetInScope : QueryCharset();
 }
 
-// Determines the character set of that id by test conversions. This takes microseconds, so the
-// caller should remember the result.
+// Determines the locale's character set, which has that id, by test conversions. This takes
+// microseconds, so QueryCharset remembers the result.
 Charset ProbeCharset(std::uint32_t id) noexcept;
 
 } // namespace platform

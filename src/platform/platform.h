@@ -34,10 +34,10 @@ const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 // as wcstombs and mbstowcs do, but never replace a character by one that only looks like it. They
 // return the length without the terminating zero. With a null target and a capacity of 0 they only
 // measure; otherwise target must have room for the text and its zero. On failure they return
-// conversionFailed and set errno, and the content of target is unspecified.
+// conversionFailed and set errno, and the content of target is unspecified. Throw std::bad_alloc.
 inline constexpr std::size_t conversionFailed = static_cast<std::size_t>(-1);
-std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) noexcept;
-std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) noexcept;
+std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity);
+std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity);
 
 // Random numbers
 

@@ -1,4 +1,4 @@
-// Conversions of a given code page, the base of those of the locale.
+// The conversion to a given code page, the base of that to the locale's.
 #ifndef TARVIK_PLATFORM_WINDOWS_CODE_PAGE_H
 #define TARVIK_PLATFORM_WINDOWS_CODE_PAGE_H
 
@@ -8,11 +8,9 @@
 
 namespace platform {
 
-// As WideToMbs and MbsToWide.
+// As WideToMbs.
 std::size_t WideToCodePage(UINT codePage, char* target, const wchar_t* source,
-                           std::size_t capacity) noexcept;
-std::size_t CodePageToWide(UINT codePage, wchar_t* target, const char* source,
-                           std::size_t capacity) noexcept;
+                           std::size_t capacity);
 
 } // namespace platform
 
