@@ -66,17 +66,13 @@ inline constexpr std::size_t cipherKeySize = 32;
 inline constexpr std::size_t cipherNonceSize = 12;
 inline constexpr std::size_t cipherTagSize = 16;
 
-// Both throw std::bad_alloc if the cipher fails: only lack of memory can cause that, since it
-// depends on no configuration.
-//
-// Writes as many bytes of ciphertext as plain has, and the tag. header is authenticated but not
-// encrypted.
-void SealAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
-                std::string_view plain, char* cipher, char* tag);
-// Writes as many bytes of plain text as cipher has. False if the tag does not match header and
-// cipher; plain is then meaningless.
-bool OpenAesGcm(const std::uint8_t* key, const char* nonce, std::string_view header,
-                std::string_view cipher, const char* tag, char* plain);
+// Seal encrypts source to target and writes the tag; Open decrypts and checks the tag. target gets
+// as many bytes as source has; header is authenticated but not encrypted. False if Open finds that
+// the tag does not match header and source; target is then meaningless. Throws std::bad_alloc if
+// the cipher fails: only lack of memory can cause that, since it depends on no configuration.
+enum class CipherTask { Seal, Open };
+bool RunAesGcm(CipherTask task, const std::uint8_t* key, const char* nonce, std::string_view header,
+               std::string_view source, char* target, char* tag);
 
 } // namespace platform
 

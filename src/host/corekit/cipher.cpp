@@ -2,7 +2,6 @@
 // system's, and whatever it cannot do is a refusal, never a weaker way.
 #include <algorithm>
 #include <array>
-#include <cassert>
 #include <mutex>
 #include <string_view>
 
@@ -12,6 +11,7 @@
 namespace corekit {
 namespace {
 
+using platform::CipherTask;
 using CipherKey = std::array<std::uint8_t, platform::cipherKeySize>;
 
 // The built-in key only prevents reading or changing a file by accident; callers who need secrecy
@@ -43,29 +43,30 @@ void SetCipherKey(const std::uint8_t (&key)[platform::cipherKeySize]) noexcept {
 
 // Both change output only at the end, so input and output may be the same string.
 bool KCryptWrap::encrypt_data(const std::string& input, std::string& output) {
-  std::string file(input.size() + addedSize, '\0');
-  assert(file.size() >= addedSize);
-  header.copy(file.data(), header.size());
+  std::string file(header);
+  file.resize(input.size() + addedSize);
   char* const nonce = file.data() + nonceAt;
   char* const cipher = file.data() + cipherAt;
-  const bool isDrawn = platform::FillRandom(nonce, platform::cipherNonceSize);
-  if (isDrawn)
-    platform::SealAesGcm(CurrentKey().data(), nonce, header, input, cipher, cipher + input.size());
-  if (!isDrawn) file.clear();
+  if (platform::FillRandom(nonce, platform::cipherNonceSize)) {
+    platform::RunAesGcm(CipherTask::Seal, CurrentKey().data(), nonce, header, input, cipher,
+                        cipher + input.size());
+  } else {
+    file.clear();
+  }
   output = std::move(file);
-  return isDrawn;
+  return !output.empty();
 }
 
 bool KCryptWrap::decrypt_data(const std::string& input, std::string& output) {
   std::string plain;
   bool isWhole = input.size() >= addedSize && input.starts_with(header);
   if (isWhole) {
-    const std::string_view cipher =
-        std::string_view(input).substr(cipherAt, input.size() - addedSize);
-    plain.resize(cipher.size());
-    const char* const nonce = input.data() + nonceAt;
-    const char* const tag = cipher.data() + cipher.size();
-    isWhole = platform::OpenAesGcm(CurrentKey().data(), nonce, header, cipher, tag, plain.data());
+    plain.resize(input.size() - addedSize);
+    const std::string_view file(input), cipher = file.substr(cipherAt, plain.size());
+    char tag[platform::cipherTagSize];
+    file.copy(tag, sizeof tag, cipherAt + plain.size());
+    isWhole = platform::RunAesGcm(CipherTask::Open, CurrentKey().data(), file.data() + nonceAt,
+                                  header, cipher, plain.data(), tag);
   }
   if (!isWhole) plain.clear();
   output = std::move(plain);

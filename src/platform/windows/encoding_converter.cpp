@@ -48,8 +48,6 @@ UINT CodePageOf(std::string_view name) noexcept {
   return 0;
 }
 
-UINT PageIn(void* handle) noexcept { return static_cast<UINT>(reinterpret_cast<UINT_PTR>(handle)); }
-
 // Rewrites characters of three bytes, the first of them 8F, as the two bytes that Windows uses:
 // without the 8F, and with the last byte below 80. False if the bytes are not valid EUC-JP.
 bool RewriteEucJp(std::string_view& bytes, char (&rewritten)[2]) noexcept {
@@ -61,17 +59,8 @@ bool RewriteEucJp(std::string_view& bytes, char (&rewritten)[2]) noexcept {
   return true;
 }
 
-} // namespace
-
-EncodingConverter::EncodingConverter(const char* name)
-    : handle(reinterpret_cast<void*>(static_cast<UINT_PTR>(CodePageOf(name)))) {}
-
-EncodingConverter::~EncodingConverter() = default;
-
-std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8,
-                                       std::size_t capacity) const noexcept {
-  assert(IsKnown() && !bytes.empty());
-  const UINT page = PageIn(handle);
+std::size_t Convert(UINT page, std::string_view bytes, char* utf8, std::size_t capacity) noexcept {
+  assert(!bytes.empty());
   char rewritten[2];
   if (page == eucJp && !RewriteEucJp(bytes, rewritten)) return 0;
   if (page == usAscii && bytes.front() < 0) return 0; // Windows would clear the bit
@@ -83,6 +72,14 @@ std::size_t EncodingConverter::Convert(std::string_view bytes, char* utf8,
   return static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, units,
                                                       utf8, static_cast<int>(capacity), nullptr,
                                                       nullptr));
+}
+
+} // namespace
+
+EncodingConverter OpenEncoding(const char* name) {
+  const UINT page = CodePageOf(name);
+  if (page == 0) return nullptr;
+  return std::bind_front(&Convert, page);
 }
 
 } // namespace platform

@@ -43,7 +43,7 @@ class EncodingTable {
   Character Ask(std::string_view bytes) const noexcept;
   Character Longer(std::string_view text, std::size_t& size);
 
-  const platform::EncodingConverter converter;
+  const platform::EncodingConverter convert;
   const bool hasControls; // whether the encoding has the characters U+0080 to U+009F
   bool usable;
   Character singles[256];
@@ -79,9 +79,9 @@ unsigned char ByteOf(char character) noexcept { return static_cast<unsigned char
 // TSCII is not supported, because its vowel signs have to change places with the letters after
 // them.
 EncodingTable::EncodingTable(std::string_view name)
-    : converter(SystemName(name).c_str()),
+    : convert(platform::OpenEncoding(SystemName(name).c_str())),
       hasControls(name.starts_with("ISO-8859-")),
-      usable(converter.IsKnown() && name != "TSCII") {
+      usable(convert != nullptr && name != "TSCII") {
   singles[0] = {{'\0'}, 1};
   for (unsigned byte = 1; usable && byte < std::size(singles); ++byte) {
     const char narrow = static_cast<char>(byte);
@@ -92,7 +92,7 @@ EncodingTable::EncodingTable(std::string_view name)
 
 EncodingTable::Character EncodingTable::Ask(std::string_view bytes) const noexcept {
   Character character{};
-  const std::size_t length = converter.Convert(bytes, character.utf8, sizeof character.utf8);
+  const std::size_t length = convert(bytes, character.utf8, sizeof character.utf8);
   if (length == 0) return {{}, leading};
   const std::string_view utf8(character.utf8, length);
   const bool control = utf8 >= "\xC2\x80" && utf8 < "\xC2\xA0";
