@@ -71,7 +71,7 @@ class DocumentWriter {
  private:
   using Words = std::vector<std::string_view>;
 
-  std::uint64_t Below(std::uint64_t limit) { return random() % limit; }
+  std::size_t Below(std::uint64_t limit) { return static_cast<std::size_t>(random() % limit); }
   bool OneOf(std::uint64_t times) { return Below(times) == 0; }
   void Add(const Words& words) { text += words[Below(words.size())]; }
   // Adds up to 40 bytes, so that what follows stands at any place of a vector.
@@ -113,7 +113,7 @@ class DocumentWriter {
     static const Words openings =
         Split("||&amp;|&#x41;|\xE4\xB8\xAD|\xEF\xBF\xBD|<!--|<?p |<![CDATA[|]");
     static const Words closings = Split("||||||-->|?>|]]>|");
-    const std::uint64_t which = Below(openings.size());
+    const std::size_t which = Below(openings.size());
     text += openings[which];
     Pad();
     text += closings[which];

@@ -35,6 +35,8 @@ TEST(Conversion, GoesBothWaysOrSaysWhyNot) {
       {narrowLocale, false, L"plain", "plain"},
       {narrowLocale, false, L"\u3042", nullptr},
       {narrowLocale, false, L"\u0141", nullptr}, // L with stroke, never a plain L
+      {"C", false, L"\u00e9\u0080", hasUtf8 ? nullptr : "\xE9\x80"}, // Windows: any byte
+      {"C", false, L"\u0141", nullptr},
       {latinLocale, false, L"caf\u00e9", "caf\xE9"},
       {latinLocale, false, L"\u0141", nullptr},
       {latinLocale, false, L"\uff21", nullptr}, // the wide letter A
