@@ -4,6 +4,15 @@
 
 namespace Ostrum {
 
+std::map<std::uint64_t, const ElementChange::SetAttributes::value_type*>
+ElementChange::NewAttributes() const {
+  std::map<std::uint64_t, const SetAttributes::value_type*> inOrder;
+  for (const auto& entry : attributes) {
+    if (entry.second.value && !entry.second.staysInTag) inOrder[entry.second.order] = &entry;
+  }
+  return inOrder;
+}
+
 std::optional<std::string_view> DocumentData::EntityText(std::string_view name) const {
   const auto entry = entities.find(name);
   if (entry == entities.end()) return std::nullopt;
@@ -31,6 +40,15 @@ ElementChange& DocumentData::ChangeOf(std::uint32_t element) {
 const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
   if ((elements[element].flags & element_flags::changed) == 0) return nullptr;
   return &changes.at(element);
+}
+
+const ElementChange::SetAttribute* DocumentData::FindSetAttribute(std::uint32_t element,
+                                                                  std::string_view name) const {
+  const ElementChange* const change = FindChange(element);
+  if (change == nullptr) return nullptr;
+  const auto set = change->attributes.find(name);
+  if (set == change->attributes.end()) return nullptr;
+  return &set->second;
 }
 
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,

@@ -2,31 +2,72 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_DOCUMENT_DATA_H
 #define TARVIK_HOST_OSTRUMXML_DATA_DOCUMENT_DATA_H
 
+#include <cassert>
 #include <cstdint>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "host/ostrumxml/data/element_table.h"
-#include "host/ostrumxml/data/gaps.h"
 #include "host/ostrumxml/data/name_table.h"
 
 namespace Ostrum {
 
+// Offsets into the source of a document.
+struct SourceRange {
+  std::uint32_t start, end;
+};
+
+// Where the removed children of an element were in the source. No two gaps adjoin each other.
+class Gaps {
+ public:
+  // Joins the range with gaps in it and next to it. Throws std::bad_alloc.
+  void Add(SourceRange range) {
+    assert(range.start < range.end);
+    const std::uint32_t start = Before(range.start);
+    const std::uint32_t end = After(range.end);
+    ends[start] = end; // first, because it can fail
+    ends.erase(ends.upper_bound(start), ends.lower_bound(end));
+  }
+
+  // The offset, or the other end of a gap that ends or starts there.
+  std::uint32_t Before(std::uint32_t offset) const noexcept {
+    const auto next = ends.lower_bound(offset);
+    if (next == ends.begin() || std::prev(next)->second != offset) return offset;
+    return std::prev(next)->first;
+  }
+  std::uint32_t After(std::uint32_t offset) const noexcept {
+    const auto gap = ends.find(offset);
+    if (gap == ends.end()) return offset;
+    return gap->second;
+  }
+
+  // Pairs of start and end, in order.
+  auto begin() const noexcept { return ends.begin(); }
+  auto end() const noexcept { return ends.end(); }
+
+ private:
+  std::map<std::uint32_t, std::uint32_t> ends; // by start
+};
+
 // What was changed on an element since the document was opened.
 struct ElementChange {
   struct SetAttribute {
-    std::string value;
-    std::uint64_t order; // of creation; new attributes are written in this order
+    std::optional<std::string> value; // nothing if it was removed
+    std::uint64_t order = 0;          // of creation
+    bool staysInTag = false; // otherwise it goes from its tag, and a value comes last there
   };
+  using SetAttributes = std::map<std::string, SetAttribute, std::less<>>;
 
-  std::map<std::string, SetAttribute, std::less<>> attributes;
-  std::set<std::string, std::less<>> removedAttributes; // of its tag
+  // The attributes that come last in the tag, in the order in which they are written.
+  std::map<std::uint64_t, const SetAttributes::value_type*> NewAttributes() const;
+
+  SetAttributes attributes;
   std::optional<std::string> text;
   std::vector<std::uint32_t> created; // new children, which come after those that were parsed
   Gaps gaps;
@@ -73,6 +114,9 @@ struct DocumentData {
 
   ElementChange& ChangeOf(std::uint32_t element); // added if there is none
   const ElementChange* FindChange(std::uint32_t element) const;
+  // Null if the attribute was neither set nor removed.
+  const ElementChange::SetAttribute* FindSetAttribute(std::uint32_t element,
+                                                      std::string_view name) const;
   const AttributeDeclarations* FindDeclarations(std::string_view elementName) const {
     if (declarations.empty()) return nullptr; // in nearly all documents
     const auto entry = declarations.find(elementName);

@@ -1,6 +1,7 @@
 #include "host/ostrumxml/data/element_layout.h"
 
 #include <algorithm>
+#include <cassert>
 
 #include "host/ostrumxml/data/markup.h"
 
@@ -13,7 +14,26 @@ bool IsIndentation(char character) noexcept { return character == ' ' || charact
 
 std::uint32_t ElementLayout::End() const noexcept {
   if (IsEmptyTag()) return record.contentEnd;
-  return static_cast<std::uint32_t>(source.find('>', record.contentEnd)) + 1;
+  return static_cast<std::uint32_t>(data.source.find('>', record.contentEnd)) + 1;
+}
+
+std::vector<std::string_view> ElementLayout::Stretches() const {
+  std::vector<SourceRange> excluded;
+  for (const auto& [start, end] : RemovedChildren()) excluded.push_back({start, end});
+  for (auto child = data.FirstChild(element); child != 0; child = data.NextSibling(child)) {
+    const ElementLayout layout(data, child);
+    if (layout.IsInside(record)) excluded.push_back({layout.record.tagStart, layout.End()});
+  }
+  std::ranges::sort(excluded, {}, &SourceRange::start);
+  std::vector<std::string_view> stretches;
+  std::uint32_t from = record.contentStart;
+  for (const auto& [start, end] : excluded) {
+    assert(from <= start && start <= end && end <= record.contentEnd);
+    stretches.push_back(data.Between(from, start));
+    from = end;
+  }
+  stretches.push_back(data.Between(from, record.contentEnd));
+  return stretches;
 }
 
 const Gaps& ElementLayout::RemovedChildren() const {
@@ -28,9 +48,9 @@ ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset) const {
   Space space{offset, {}};
   for (;;) {
     const std::uint32_t end = gaps.Before(space.start);
-    if (end == record.contentStart || !IsWhiteSpace(source[end - 1])) break;
+    if (end == record.contentStart || !IsWhiteSpace(data.source[end - 1])) break;
     space.start = end - 1;
-    space.text += source[space.start];
+    space.text += data.source[space.start];
   }
   std::ranges::reverse(space.text);
   return space;
@@ -57,11 +77,11 @@ SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   if (change != nullptr && change->text) return itself;
   const Gaps& gaps = RemovedChildren();
   std::uint32_t start = gaps.Before(itself.start);
-  while (IsIndentation(source[start - 1])) start = gaps.Before(start - 1);
+  while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
   std::uint32_t end = gaps.After(itself.end);
-  while (IsIndentation(source[end])) end = gaps.After(end + 1);
-  if (source[end] == '\r' && source[end + 1] == '\n') ++end;
-  if (source[start - 1] != '\n' || source[end] != '\n') return itself;
+  while (IsIndentation(data.source[end])) end = gaps.After(end + 1);
+  if (data.source[end] == '\r' && data.source[end + 1] == '\n') ++end;
+  if (data.source[start - 1] != '\n' || data.source[end] != '\n') return itself;
   return {start, end + 1};
 }
 

@@ -1,10 +1,10 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 #define TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 
-#include <cassert>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/ostrumxml/data/document_data.h"
 
@@ -15,12 +15,12 @@ namespace Ostrum {
 class ElementLayout {
  public:
   ElementLayout(const DocumentData& data, std::uint32_t element) noexcept
-      : data(data), source(data.source), record(data.elements[element]), element(element) {}
+      : data(data), record(data.elements[element]), element(element) {}
 
   // Whether it is a single tag, "<name/>".
   bool IsEmptyTag() const noexcept {
     return record.contentStart == record.contentEnd && record.contentStart != 0 &&
-           source[record.contentStart - 2] == '/';
+           data.source[record.contentStart - 2] == '/';
   }
 
   // From the end of the element's name to the end of its start tag.
@@ -52,27 +52,8 @@ class ElementLayout {
   // What goes when a child is removed: its lines, if it stands alone on them, else itself.
   SourceRange RemovalOf(std::uint32_t child) const noexcept;
 
-  // Calls visit with each stretch of the element's content, excluding child elements.
-  template <class Visit>
-  void ForEachStretch(Visit visit) const {
-    const Gaps& gaps = RemovedChildren();
-    auto gap = gaps.begin();
-    std::uint32_t from = record.contentStart;
-    const auto pass = [&](std::uint32_t start, std::uint32_t end) {
-      assert(from <= start && start <= end && end <= record.contentEnd);
-      visit(data.Between(from, start));
-      from = end;
-    };
-    for (auto child = data.FirstChild(element); child != 0; child = data.NextSibling(child)) {
-      const ElementLayout layout(data, child);
-      if (!layout.IsInside(record)) continue; // is in an entity's text, or created
-      for (; gap != gaps.end() && gap->first < layout.record.tagStart; ++gap)
-        pass(gap->first, gap->second);
-      pass(layout.record.tagStart, layout.End());
-    }
-    for (; gap != gaps.end(); ++gap) pass(gap->first, gap->second);
-    visit(data.Between(from, record.contentEnd));
-  }
+  // The parts of the element's content outside child elements; never none.
+  std::vector<std::string_view> Stretches() const;
 
  private:
   const Gaps& RemovedChildren() const;
@@ -84,7 +65,6 @@ class ElementLayout {
   }
 
   const DocumentData& data;
-  std::string_view source;
   const ElementRecord& record;
   std::uint32_t element;
 };

@@ -16,6 +16,7 @@ namespace Ostrum {
 class ChildIndex;
 struct DocumentData;
 struct IndexedDocument;
+class TextReader;
 class Value;
 
 // A handle of an element: its document and its number there. Copies refer to the same element,
@@ -135,8 +136,8 @@ class Value {
   bool IsContent() const noexcept {
     return form == Form::Content || form == Form::ContentWithLeads;
   }
-  template <class Read>
-  void ReadParts(Read read) const;
+  std::vector<std::string_view> Parts() const;
+  TextReader ReaderOf(std::string_view part) const noexcept;
 
   Element owner;
   std::string_view text; // the value, or how it is written in the source

@@ -1,4 +1,5 @@
 // Changing elements and attributes.
+#include <algorithm>
 #include <cassert>
 #include <new>
 #include <stdexcept>
@@ -35,11 +36,9 @@ bool Element::TextCanBeReplaced() const {
   const DocumentData& data = Data();
   const ElementChange* const change = data.FindChange(number);
   if (change != nullptr && change->text) return true; // it has been replaced already
-  bool isReplaceable = true;
-  ElementLayout(data, number).ForEachStretch([&](std::string_view stretch) {
-    isReplaceable = isReplaceable && !HasTagOrUnknownEntity(data, stretch);
+  return std::ranges::none_of(ElementLayout(data, number).Stretches(), [&data](auto stretch) {
+    return HasTagOrUnknownEntity(data, stretch);
   });
-  return isReplaceable;
 }
 
 // Setting the present value changes nothing, so that it keeps the form in which it was written.
@@ -72,9 +71,15 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
     return;
 
   document->judgedValues.clear();
-  const auto [set, isNew] = data.ChangeOf(number).attributes.try_emplace(
-      std::string(name), ElementChange::SetAttribute{std::string(value), data.attributesSet});
-  if (!isNew) set->second.value = value;
+  ElementChange::SetAttribute added{std::string(value), data.attributesSet,
+                                    FindInTag(name).has_value()};
+  const auto [entry, isNew] =
+      data.ChangeOf(number).attributes.try_emplace(std::string(name), std::move(added));
+  if (!isNew) {
+    ElementChange::SetAttribute& set = entry->second;
+    if (!set.value) set.order = added.order;
+    set.value = std::move(added.value);
+  }
   ++data.attributesSet;
 }
 
@@ -82,13 +87,11 @@ void Element::RemoveAttribute(std::string_view name) {
   RequireChangeable();
   if (GetAttribute(name).IsNull()) throw std::invalid_argument("no such attribute");
   DocumentData& data = Data();
-  const bool isInTag = FindInTag(name).has_value();
-  ElementChange& change = data.ChangeOf(number);
-  const auto set = change.attributes.find(name);
-  if (!isInTag && set == change.attributes.end())
-    throw std::invalid_argument("only the document type declares the attribute");
-  if (isInTag) change.removedAttributes.emplace(name);
-  if (set != change.attributes.end()) change.attributes.erase(set);
+  const ElementChange::SetAttribute* const set = data.FindSetAttribute(number, name);
+  const bool isOwn = set != nullptr ? set->value.has_value() : FindInTag(name).has_value();
+  if (!isOwn) throw std::invalid_argument("only the document type declares the attribute");
+  data.ChangeOf(number).attributes.insert_or_assign(std::string(name),
+                                                    ElementChange::SetAttribute{});
   document->judgedValues.clear();
   ++data.attributesSet;
 }

@@ -1,8 +1,6 @@
 // Reading the names and values of elements and attributes.
 #include <algorithm>
 #include <cassert>
-#include <map>
-#include <new>
 #include <set>
 
 #include "host/ostrumxml/data/content_walker.h"
@@ -59,10 +57,9 @@ Value Element::Text() const {
   return {*this, inside, Form::ContentWithLeads};
 }
 
-// The raw value of the attribute in the element's tag, unless it is not there or was removed.
+// The raw value of the attribute in the element's tag, if it is there, whether or not it was
+// removed.
 std::optional<std::string_view> Element::FindInTag(std::string_view name) const {
-  const ElementChange* const change = Data().FindChange(number);
-  if (change != nullptr && change->removedAttributes.contains(name)) return {};
   const std::string_view tag = ElementLayout(Data(), number).Attributes();
   if (tag.size() <= longTag) {
     TagScanner scanner(tag);
@@ -82,27 +79,26 @@ std::optional<std::string_view> Element::FindInTag(std::string_view name) const 
 Value Element::GetAttribute(std::string_view name) const {
   using Form = Value::Form;
   if (IsNull()) return {};
-  if (const ElementChange* const change = Data().FindChange(number)) {
-    const auto set = change->attributes.find(name);
-    if (set != change->attributes.end()) return {*this, set->second.value, Form::Decoded};
-  }
+  const ElementChange::SetAttribute* const set = Data().FindSetAttribute(number, name);
+  if (set != nullptr && set->value) return {*this, *set->value, Form::Decoded};
   const AttributeDeclaration* const declared = Data().FindDeclaration(GetName(), name);
-  if (const auto raw = FindInTag(name)) {
+  if (set == nullptr) {
     const bool isTokenized = declared != nullptr && declared->tokenized;
-    return {*this, *raw, isTokenized ? Form::Tokenized : Form::Attribute};
+    if (const auto raw = FindInTag(name))
+      return {*this, *raw, isTokenized ? Form::Tokenized : Form::Attribute};
   }
   if (declared == nullptr || !declared->value) return {};
   return {*this, *declared->value, Form::Decoded};
 }
 
-// Calls read with a reader of each part of the source that makes up the value.
-template <class Read>
-void Value::ReadParts(Read read) const {
-  const DocumentData& data = owner.Data();
-  if (!IsContent()) return read(TextReader(data, text, Source::AttributeValue));
-  ElementLayout(data, owner.number).ForEachStretch([&](std::string_view stretch) {
-    read(TextReader(data, stretch, Source::Content));
-  });
+// The parts of the source that make up the value.
+std::vector<std::string_view> Value::Parts() const {
+  if (!IsContent()) return {text};
+  return ElementLayout(owner.Data(), owner.number).Stretches();
+}
+
+TextReader Value::ReaderOf(std::string_view part) const noexcept {
+  return {owner.Data(), part, IsContent() ? Source::Content : Source::AttributeValue};
 }
 
 std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const {
@@ -114,14 +110,12 @@ std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const 
     limit = std::string::npos; // folding shortens it; leads are inserted relative to its end
   }
   scratch.clear();
-  ReadParts([&](TextReader reader) { reader.AppendRest(scratch, limit); });
+  for (const std::string_view part : Parts()) ReaderOf(part).AppendRest(scratch, limit);
   if (form == Form::Tokenized) scratch = FoldSpaces(scratch);
   if (form == Form::ContentWithLeads) InsertLeads(owner.Data(), owner.number, scratch);
   return scratch;
 }
 
-// Judges piece by piece, so that a long value from entities is not put together for that. White
-// space that is not in the source is accepted by every filter.
 bool Value::IsAccepted(const TextFilter& filter) const {
   constexpr std::size_t longValue = 256; // shorter ones are judged as quickly as looked up
   if (IsNull() || filter.AcceptsAll()) return true;
@@ -131,7 +125,8 @@ bool Value::IsAccepted(const TextFilter& filter) const {
   bool isAccepted = true;
   std::size_t size = 0;
   std::string piece;
-  const auto judge = [&](TextReader reader) {
+  const auto judge = [&](std::string_view part) {
+    TextReader reader = ReaderOf(part);
     while (isAccepted && reader.AppendNext(piece, std::string::npos)) {
       const std::size_t whole = ValidUtf8Prefix(piece); // a piece can end inside a character
       isAccepted = filter.Accepts(std::string_view(piece).substr(0, whole));
@@ -143,7 +138,7 @@ bool Value::IsAccepted(const TextFilter& filter) const {
     isAccepted = filter.Accepts(text);
     size = text.size();
   } else {
-    ReadParts(judge);
+    std::ranges::for_each(Parts(), judge);
   }
   assert(!isAccepted || piece.empty());
   if (size >= longValue) judged[key] = isAccepted;
@@ -153,23 +148,18 @@ bool Value::IsAccepted(const TextFilter& filter) const {
 std::vector<std::string_view> Element::AttributeNames() const {
   if (IsNull()) return {};
   std::vector<std::string_view> names;
-  std::set<std::string_view> known;
-  const auto add = [&](std::string_view name) {
-    if (known.insert(name).second) names.push_back(name);
-  };
-  const ElementChange* const change = Data().FindChange(number);
   TagScanner scanner(ElementLayout(Data(), number).Attributes());
   for (RawAttribute raw{}; scanner.Next(raw);) {
-    if (change == nullptr || !change->removedAttributes.contains(raw.name)) add(raw.name);
+    const ElementChange::SetAttribute* const set = Data().FindSetAttribute(number, raw.name);
+    if (set == nullptr || set->staysInTag) names.push_back(raw.name);
   }
-  if (change != nullptr) {
-    std::map<std::uint64_t, std::string_view> inOrder;
-    for (const auto& [name, set] : change->attributes) inOrder.emplace(set.order, name);
-    for (const auto& [order, name] : inOrder) add(name);
+  if (const ElementChange* const change = Data().FindChange(number)) {
+    for (const auto& [order, added] : change->NewAttributes()) names.push_back(added->first);
   }
   if (const AttributeDeclarations* const declared = Data().FindDeclarations(GetName())) {
+    const std::set<std::string_view> known(names.begin(), names.end());
     for (const auto& [name, declaration] : *declared)
-      if (declaration.value) add(name);
+      if (declaration.value && !known.contains(name)) names.push_back(name);
   }
   return names;
 }

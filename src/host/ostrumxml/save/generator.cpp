@@ -6,8 +6,6 @@
 #include <cassert>
 #include <climits>
 #include <cstdint>
-#include <map>
-#include <set>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -23,16 +21,10 @@ namespace {
 // A text in more pieces is joined, since each piece costs a call of the system.
 constexpr std::size_t maxPieces = 64;
 
-// The attributes that were set, except those that the tag already has, in order of creation.
-std::string AttributeMarkup(const ElementChange& change,
-                            const std::set<std::string_view>& written = {}) {
-  std::map<std::uint64_t, std::string> inOrder;
-  for (const auto& [name, attribute] : change.attributes) {
-    if (!written.contains(name))
-      inOrder[attribute.order] = name + "=\"" + EscapeAttribute(attribute.value, '"') + '"';
-  }
+std::string NewAttributeMarkup(const ElementChange& change) {
   std::string markup;
-  for (const auto& [order, attribute] : inOrder) markup.append(" ").append(attribute);
+  for (const auto& [order, added] : change.NewAttributes())
+    markup += " " + added->first + "=\"" + EscapeAttribute(*added->second.value, '"') + '"';
   return markup;
 }
 
@@ -90,18 +82,16 @@ class Generator {
   std::string_view CollectAttributes(const ElementLayout& layout, const ElementChange& change) {
     TagScanner scanner(layout.Attributes());
     RawAttribute raw{};
-    std::set<std::string_view> written;
     for (std::string_view before = scanner.Rest(); scanner.Next(raw); before = scanner.Rest()) {
-      if (change.removedAttributes.contains(raw.name)) {
-        AddEdit(before.substr(0, before.size() - scanner.Rest().size()), {});
-        continue;
-      }
       const auto set = change.attributes.find(raw.name);
       if (set == change.attributes.end()) continue;
-      AddEdit(raw.value, EscapeAttribute(set->second.value, raw.value.data()[-1]));
-      written.insert(raw.name);
+      if (set->second.staysInTag) {
+        AddEdit(raw.value, EscapeAttribute(*set->second.value, raw.value.data()[-1]));
+      } else {
+        AddEdit(before.substr(0, before.size() - scanner.Rest().size()), {});
+      }
     }
-    AddEdit(scanner.Rest().substr(0, 0), AttributeMarkup(change, written));
+    AddEdit(scanner.Rest().substr(0, 0), NewAttributeMarkup(change));
     return scanner.Rest();
   }
 
@@ -118,12 +108,12 @@ class Generator {
   void CollectText(const ElementLayout& layout, const ElementChange& change) {
     std::string text = EscapeText(*change.text);
     // The first piece of the old text becomes the new one, the others go.
-    layout.ForEachStretch([&](std::string_view stretch) {
+    for (const std::string_view stretch : layout.Stretches()) {
       PieceScanner pieces(stretch);
       for (Piece piece{}; pieces.Next(piece);) {
         if (IsText(piece)) AddEdit(piece.text, std::exchange(text, {}));
       }
-    });
+    }
     AddEdit(layout.Inside().substr(0, 0), std::move(text)); // if there was none
   }
 
@@ -148,7 +138,7 @@ class Generator {
       const ElementChange& change = data.changes.at(element);
       const std::string inside = EscapeText(change.text.value_or(""));
       const bool isEmpty = change.created.empty() && inside.empty();
-      text.append(change.lead).append("<").append(name).append(AttributeMarkup(change));
+      text.append(change.lead).append("<").append(name).append(NewAttributeMarkup(change));
       text.append(isEmpty ? "/>" : ">").append(inside);
       if (!isEmpty) next.emplace_back(element, true);
       add(change.created);
