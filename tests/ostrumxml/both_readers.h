@@ -10,8 +10,7 @@
 
 #include "host/ostrumxml/data/document_data.h"
 #include "host/ostrumxml/data/utf8.h"
-#include "host/ostrumxml/read/indexer.h"
-#include "host/ostrumxml/read/plain_reader.h"
+#include "host/ostrumxml/read/readers.h"
 #include "support/text.h"
 
 // The records and names of all elements, in document order.
@@ -37,7 +36,7 @@ inline Comparison CompareReaders(const std::string& source) {
   Ostrum::DocumentData plain(source);
   if (!Ostrum::ReadPlainly(plain)) return Comparison::Unknown;
   Ostrum::DocumentData parsed(source);
-  const bool isEqual = Ostrum::BuildIndex(parsed).error == Ostrum::NO_PARSER_ERROR &&
+  const bool isEqual = Ostrum::ReadByParser(parsed).error == Ostrum::NO_PARSER_ERROR &&
                        Index(plain) == Index(parsed) && parsed.source == source &&
                        parsed.entities.empty() && parsed.declarations.empty();
   return isEqual ? Comparison::ReadPlainly : Comparison::Different;

@@ -16,8 +16,9 @@ std::string Fill(std::string_view pattern, std::size_t count) {
   return text;
 }
 
-// Longer than two vectors, so that what stands after it stands at every place of one.
-constexpr std::size_t maxFill = 35;
+// Longer than the four vectors that are looked at together, so that what stands after it stands at
+// every place of them.
+constexpr std::size_t maxFill = 67;
 
 TEST(Readers, KnowPlainDocuments) {
   for (const std::string_view pattern :
@@ -27,7 +28,10 @@ TEST(Readers, KnowPlainDocuments) {
              "<!DOCTYPE r@ SYSTEM\n'a\"@'><r/>|<!DOCTYPE r PUBLIC \"-//W3C//DTD '@'\" 'a' ><r/>|"
              "<r a='@&lt;&quot;\"]]>' b\n=\n\"@'&#x10FFFF;&#09;&#xd7ff;\" ab=''><a/></r>|"
              "<r>@&amp;@&#000000000000065;@]]@]] ><![CDATA[@]]]<&]]]]><!--@->--></r>|"
-             "<a><b><ab></ab></b>@<b@/></a>")) {
+             "<a><b><ab></ab></b>@<b@/></a>|"
+             // Names after the same one: as last time, longer, shorter; of each length
+             "<r><a/><b@/><a/><b@/><a/><b@c/><a/><b@/><a/><b@c></b@c></r>|"
+             "<b@><a/><b@><a/><b@></b@></b@></b@>")) {
     for (std::size_t count = 0; count < maxFill; ++count) {
       const std::string text = Fill(pattern, count);
       EXPECT_EQ(CompareReaders(text), Comparison::ReadPlainly) << text;
@@ -101,7 +105,7 @@ TEST(Readers, AcceptNothingThatTheParserRefuses) {
       for (std::size_t count = 0; count < maxFill; ++count) {
         const std::string text = Fill(pattern, count);
         Ostrum::DocumentData plain(text), parsed(text);
-        EXPECT_NE(Ostrum::BuildIndex(parsed).error, Ostrum::NO_PARSER_ERROR) << text;
+        EXPECT_NE(Ostrum::ReadByParser(parsed).error, Ostrum::NO_PARSER_ERROR) << text;
         EXPECT_FALSE(Ostrum::ReadPlainly(plain)) << text;
         if (pattern.find('@') == pattern.npos) break;
       }

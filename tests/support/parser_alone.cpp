@@ -1,5 +1,5 @@
 // Linked into a program in the library's place, leaves all documents to the parser.
-#include "host/ostrumxml/read/plain_reader.h"
+#include "host/ostrumxml/read/readers.h"
 
 namespace Ostrum {
 

@@ -7,8 +7,6 @@
 #include <memory>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
-#include "host/ostrumxml/read/indexer.h"
-#include "host/ostrumxml/read/plain_reader.h"
 #include "host/ostrumxml/save/generator.h"
 
 namespace Ostrum {
@@ -38,7 +36,7 @@ Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line,
   if (ReadPlainly(indexed->data)) return new Document(std::move(indexed));
   // Discards what the plain reader may have added to the index.
   indexed = std::make_unique<IndexedDocument>(std::move(indexed->data.source));
-  const ParseFailure failure = BuildIndex(indexed->data);
+  const ParseFailure failure = ReadByParser(indexed->data);
   if (failure.error == NO_PARSER_ERROR) return new Document(std::move(indexed));
   error = failure.error;
   line = failure.line;

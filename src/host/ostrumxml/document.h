@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host/ostrumxml/nodes/node.h"
-#include "host/ostrumxml/read/parse_failure.h"
+#include "host/ostrumxml/read/readers.h"
 
 namespace Ostrum {
 

@@ -33,7 +33,7 @@ bool IsValidBlock(const char* block) noexcept {
 } // namespace
 
 std::size_t AsciiPrefix(std::string_view text) noexcept {
-  return LengthBefore(text, [](auto byte) { return byte >= 0x80; });
+  return LongLengthBefore(text, [](auto byte) { return byte >= 0x80; });
 }
 
 std::size_t ValidUtf8Prefix(std::string_view text) noexcept {

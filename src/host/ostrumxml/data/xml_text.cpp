@@ -28,14 +28,22 @@ bool IsXmlName(std::string_view text) {
   return isName;
 }
 
-bool IsXmlText(std::string_view text) noexcept {
-  const auto isControl = [](auto byte) {
-    return (byte < ' ') & (byte != '\t') & (byte != '\n') & (byte != '\r');
+bool HasXmlCharacters(std::string_view utf8) noexcept {
+  constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
+  const auto isSuspect = [](auto byte) {
+    const auto isControl = (byte < ' ') & (byte != '\t') & (byte != '\n') & (byte != '\r');
+    return isControl | (byte == leadOfLast);
   };
-  if (LengthBefore(text, isControl) < text.size()) return false;
-  if (IsAscii(text)) return true;
-  return IsUtf8(text) && text.find("\xEF\xBF\xBE") == text.npos &&
-         text.find("\xEF\xBF\xBF") == text.npos; // U+FFFE, U+FFFF
+  for (;;) {
+    utf8.remove_prefix(LongLengthBefore(utf8, isSuspect));
+    if (utf8.empty()) return true;
+    const bool isControl = static_cast<unsigned char>(utf8.front()) != leadOfLast;
+    if (isControl || utf8.starts_with("\xEF\xBF\xBE") || utf8.starts_with("\xEF\xBF\xBF"))
+      return false;
+    utf8.remove_prefix(1);
+  }
 }
+
+bool IsXmlText(std::string_view text) noexcept { return IsUtf8(text) && HasXmlCharacters(text); }
 
 } // namespace Ostrum

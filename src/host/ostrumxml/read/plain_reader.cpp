@@ -1,8 +1,6 @@
 // The plain reader. It accepts less than XML allows, and nothing else: whenever a rule is not
 // checked completely here, the answer must be "unknown". The zero after the source ends every loop,
 // so single bytes need no test against the end.
-#include "host/ostrumxml/read/plain_reader.h"
-
 #include <algorithm>
 #include <cassert>
 #include <charconv>
@@ -18,45 +16,19 @@
 #include "host/ostrumxml/data/utf8.h"
 #include "host/ostrumxml/data/xml_text.h"
 #include "host/ostrumxml/read/index_builder.h"
+#include "host/ostrumxml/read/readers.h"
 
 namespace Ostrum {
 namespace {
 
 unsigned char ByteAt(const char* place) noexcept { return static_cast<unsigned char>(*place); }
 
-// These take a byte or a vector, whose result has all bits of a byte set or none.
-constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
-
-// Whether it is a control character that XML forbids, or may start another forbidden character.
-auto IsSuspect(auto byte) noexcept {
-  const auto isAllowed = (byte == '\t') | (byte == '\n') | (byte == '\r');
-  return ((byte < 0x20) & ~isAllowed) | (byte == leadOfLast);
-}
-
-// Whether it is of U+F000 to U+FFFF and allowed.
-bool IsAllowedLast(const char* place) noexcept {
-  return ByteAt(place) == leadOfLast && (ByteAt(place + 1) != 0xBF || ByteAt(place + 2) < 0xBE);
-}
-
-// Whether a name in ASCII ends before the byte.
+// Whether a name in ASCII ends before the byte, or before each byte of a vector, whose result has
+// all bits of a byte set or none.
 auto EndsName(auto byte) noexcept {
   const auto letter = byte | 0x20;
   return ((letter < 'a') | (letter > 'z')) & ((byte < '-') | (byte > ':') | (byte == '/')) &
          (byte != '_');
-}
-
-// The first place from the given one on where ends(byte, following byte) holds. The zero at the
-// end must be such a place.
-template <class Ends>
-const char* SkipUntil(const char* place, const char* end, Ends ends) noexcept {
-  for (Bytes byte, following; end - place >= std::ptrdiff_t{sizeof byte}; place += sizeof byte) {
-    std::memcpy(&byte, place, sizeof byte);
-    std::memcpy(&following, place + 1, sizeof following);
-    const std::size_t first = FirstSet(ends(byte, following));
-    if (first < sizeof byte) return place + first;
-  }
-  while (place != end && !ends(ByteAt(place), ByteAt(place + 1))) ++place;
-  return place;
 }
 
 constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
@@ -70,7 +42,7 @@ constexpr bool IsXmlCharacter(std::uint32_t character) noexcept {
 class PlainReader {
  public:
   explicit PlainReader(DocumentData& data) noexcept : builder(data), data(data) {
-    assert(*end == '\0' && IsUtf8(data.source));
+    assert(*end == '\0' && IsXmlText(data.source));
   }
 
   bool ReadDocument() {
@@ -116,14 +88,14 @@ class PlainReader {
     while (IsWhiteSpace(*next)) ++next;
     return next != start;
   }
-  // To the first place where ends(byte, following byte) holds or a character is forbidden.
-  template <class Ends>
-  void SkipTo(Ends ends) noexcept {
-    const auto endsOrIsSuspect = [ends](auto byte, auto following) {
-      return IsSuspect(byte) | ends(byte, following);
-    };
-    next = SkipUntil(next, end, endsOrIsSuspect);
-    while (IsAllowedLast(next)) next = SkipUntil(next + 1, end, endsOrIsSuspect);
+  // To the first byte for which ends holds.
+  void SkipTo(auto ends) noexcept { next += LengthBefore({next, end}, ends); }
+  // Beyond the first occurrence; false if there is none.
+  bool SkipPast(std::string_view closing) noexcept {
+    const std::size_t length = std::string_view(next, end).find(closing);
+    if (length == std::string_view::npos) return false;
+    next += length + closing.size();
+    return true;
   }
 
   // An element's name, by its number; 0 if there is no name in ASCII. Tries the name that came
@@ -141,8 +113,7 @@ class PlainReader {
   // Empty if there is no name in ASCII.
   std::string_view ReadName() noexcept {
     const char* const start = next;
-    if (*start == ':' || ByteAt(start) > '9')
-      next = SkipUntil(start, end, [](auto byte, auto) { return EndsName(byte); });
+    if (*start == ':' || ByteAt(start) > '9') SkipTo([](auto byte) { return EndsName(byte); });
     return {start, next};
   }
 
@@ -194,7 +165,7 @@ class PlainReader {
 
   // Character data, and what follows it.
   bool ReadContent() {
-    SkipTo([](auto byte, auto) { return (byte == '<') | (byte == '&') | (byte == ']'); });
+    SkipTo([](auto byte) { return (byte == '<') | (byte == '&') | (byte == ']'); });
     if (Skip('<')) return ReadMarkup();
     if (Skip('&')) return ReadReference();
     return !Skip("]]>") && Skip(']');
@@ -204,7 +175,7 @@ class PlainReader {
     if (Skip('?')) return ReadInstruction();
     if (!Skip('!')) return ReadStartTag();
     if (Skip("--")) return ReadComment();
-    return Skip("[CDATA[") && ReadCData();
+    return Skip("[CDATA[") && SkipPast("]]>");
   }
   bool ReadStartTag() {
     const char* const start = next - 1;
@@ -212,7 +183,7 @@ class PlainReader {
     if (name == 0 || (*next != '>' && !ReadAttributes())) return false;
     const bool isEmptyTag = Skip('/');
     if (!Skip('>')) return false;
-    builder.StartElement(name, {OffsetOf(start), OffsetOf(next)});
+    builder.StartElement(name, OffsetOf(start), OffsetOf(next));
     if (isEmptyTag) builder.EndElement(OffsetOf(next));
     return true;
   }
@@ -236,7 +207,7 @@ class PlainReader {
     if (!Skip('"') && !Skip('\'')) return false;
     const char* const start = next;
     for (;;) {
-      SkipTo([quote](auto byte, auto) { return (byte == quote) | (byte == '<') | (byte == '&'); });
+      SkipTo([quote](auto byte) { return (byte == quote) | (byte == '<') | (byte == '&'); });
       value = {start, next};
       if (Skip(static_cast<char>(quote))) return true;
       if (!Skip('&') || !ReadReference()) return false;
@@ -245,7 +216,7 @@ class PlainReader {
   bool ReadEndTag() noexcept {
     assert(builder.IsInside());
     const char* const start = next - 2;
-    if (!SkipName(builder.InnermostName())) return false;
+    if (!SkipName(data.names.Text(builder.Innermost().name))) return false;
     SkipBlanks();
     if (!Skip('>')) return false;
     builder.EndElement(OffsetOf(start));
@@ -258,25 +229,13 @@ class PlainReader {
     next = std::from_chars(next, end, character, base).ptr;
     return IsXmlCharacter(character) && Skip(';');
   }
-  bool ReadComment() noexcept {
-    SkipTo([](auto byte, auto following) { return (byte == '-') & (following == '-'); });
-    return Skip("-->");
-  }
-  bool ReadCData() noexcept {
-    do {
-      SkipTo([](auto byte, auto following) { return (byte == ']') & (following == ']'); });
-      if (Skip("]]>")) return true;
-    } while (Skip(']'));
-    return false;
-  }
+  bool ReadComment() noexcept { return SkipPast("--") && Skip('>'); }
   bool ReadInstruction() noexcept {
     const std::string_view target = ReadName();
     const bool isReserved =
         std::ranges::equal(target, std::string_view("xml"), {}, [](char it) { return it | 0x20; });
     if (target.empty() || isReserved) return false;
-    if (SkipBlanks())
-      SkipTo([](auto byte, auto following) { return (byte == '?') & (following == '>'); });
-    return Skip("?>");
+    return Skip("?>") || (SkipBlanks() && SkipPast("?>"));
   }
 
   IndexBuilder builder;
@@ -291,6 +250,8 @@ class PlainReader {
 
 } // namespace
 
-bool ReadPlainly(DocumentData& data) { return PlainReader(data).ReadDocument(); }
+bool ReadPlainly(DocumentData& data) {
+  return HasXmlCharacters(data.source) && PlainReader(data).ReadDocument();
+}
 
 } // namespace Ostrum
