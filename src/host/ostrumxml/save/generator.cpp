@@ -176,4 +176,15 @@ std::string GeneratedText::Joined() const {
   return text;
 }
 
+bool GeneratedText::operator==(const GeneratedText& other) const {
+  if (size != other.size) return false; // nearly always
+  const std::string joined = Joined();
+  std::string_view rest = joined;
+  return std::ranges::all_of(other.pieces, [&rest](std::string_view piece) {
+    const bool isNext = rest.starts_with(piece);
+    if (isNext) rest.remove_prefix(piece.size());
+    return isNext;
+  });
+}
+
 } // namespace Ostrum
