@@ -11,32 +11,24 @@
 
 using Lines = std::vector<std::string>;
 
-class Groups : public testing::Test {
- protected:
-  // The answer, for example "0 P2".
-  std::string Open(const std::string& parent, const std::string& path, std::uint32_t occurrence,
-                   std::uint32_t capacity = 400) {
-    return Answer(parent, [&](char* buffer) {
-      return EnumXMLGroup(document.list, document.cookie, path.c_str(), occurrence, buffer,
-                          capacity);
-    });
-  }
-  // The attribute "id" of the element under a key.
-  std::string Element(const std::string& key) {
-    const auto element = document.list->files.front().elementMap->Find(key);
-    return element.IsNull() ? "none" : element.GetAttribute("id").GetValue();
-  }
-  std::string NotIn(const std::string& path) const {
-    return path + " not found in " + document.Name() + ".";
-  }
+// The answer, for example "0 P2".
+std::string Open(const TestDocument& document, const std::string& parent, const std::string& path,
+                 std::uint32_t occurrence = 1, std::uint32_t capacity = 400) {
+  return Answer(parent, [&](char* buffer) {
+    return EnumXMLGroup(document.list, document.cookie, path.c_str(), occurrence, buffer, capacity);
+  });
+}
+// The attribute "id" of the element under the key that an answer gives.
+std::string IdOf(const TestDocument& document, const std::string& answer) {
+  const auto element = document.list->files.front().elementMap->Find(answer.substr(2));
+  return element.IsNull() ? "none" : element.GetAttribute("id").GetValue();
+}
 
-  TestDocument document{
-      "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c -->"
-      "<P id='5'><L id='6'/></P><Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/>"
-      "<S id='11' Name='EngineFileOld'><T id='12'/></S>"
-      "<S id='13' Name='EngineFile' b='x=y'/></Catalog>"};
-  LogLines log;
-};
+const char* const catalog =
+    "<Catalog>text<P id='1'><L id='2'/><L id='3'><S id='4' Name='E'/></L></P><!-- c -->"
+    "<P id='5'><L id='6'/></P><Item id='7'/><Item1 id='8'/><Item id='9'/><S id='10'/>"
+    "<S id='11' Name='EngineFileOld'><T id='12'/></S>"
+    "<S id='13' Name='EngineFile' b='x=y'/></Catalog>";
 
 const struct {
   std::string parent, path;
@@ -108,42 +100,53 @@ std::string Line(std::string_view step, std::map<std::string, std::string> words
   return line;
 }
 
-TEST_F(Groups, AreOpenedBelowOneAnother) {
+TEST(Groups, AreOpenedBelowOneAnother) {
+  const TestDocument document(catalog);
+  LogLines log;
   for (const auto& [parent, path, occurrence, answer, steps, capacity] : searches) {
     SCOPED_TRACE(parent + " : " + path + " " + std::to_string(occurrence));
-    const std::string opened = Open(parent, path, occurrence, capacity), id = opened.substr(2);
-    EXPECT_EQ(opened + " = " + Element(id), answer);
+    const std::string opened = Open(document, parent, path, occurrence, capacity);
+    EXPECT_EQ(opened + " = " + IdOf(document, opened), answer);
     const bool hasRoot = path.starts_with("Catalog");
     Lines wanted{"Found " + document.Opened() + " in the xml file list.",
                  path + (hasRoot ? " is a group" : " is a group ID")};
-    for (const std::string_view step : Split(steps))
-      wanted.push_back(
-          Line(step, {{"ID", id}, {"PARENT", parent}, {"PATH", path}, {"FILE", document.Name()}}));
+    for (const std::string_view step : Split(steps)) {
+      wanted.push_back(Line(step, {{"ID", opened.substr(2)},
+                                   {"PARENT", parent},
+                                   {"PATH", path},
+                                   {"FILE", document.Name()}}));
+    }
     EXPECT_EQ(log.Take(), wanted);
   }
 }
 
-TEST_F(Groups, CutPathsAndIdsAt259Bytes) {
+TEST(Groups, CutPathsAndIdsAt259Bytes) {
+  const TestDocument document(catalog);
+  LogLines log;
   for (const std::size_t length : {258U, 259U, 260U, 500U}) {
     const std::string path = "P&id=" + std::string(length - 5, '1');
     for (const char* root : {"", "Catalog\\"}) {
-      EXPECT_EQ(Open("", root + path, 2), "3 Not Found");
-      EXPECT_EQ(log.Take().back(), NotIn(path.substr(0, 259)));
+      EXPECT_EQ(Open(document, "", root + path, 2), "3 Not Found");
+      EXPECT_EQ(log.Take().back(), path.substr(0, 259) + " not found in " + document.Name() + ".");
     }
   }
-  EXPECT_EQ(Open("", "Catalog" + std::string(600, 'X') + "\\P", 1), "0 P");
+  EXPECT_EQ(Open(document, "", "Catalog" + std::string(600, 'X') + "\\P"), "0 P");
   // The first L is a leaf, which matches itself, so IDs can grow up to the limit, of odd and even
   // lengths.
-  for (std::string id : {Open("", "P", 1).substr(2), Open("", "P", 2).substr(2)}) {
+  for (std::uint32_t n : {1U, 2U}) {
+    std::string id = Open(document, "", "P", n).substr(2);
     for (std::string below; id.size() < 259; id = below) {
       below = (id + "\\L").substr(0, 259);
-      ASSERT_EQ(Open(id, "L", 1), "0 " + below);
+      ASSERT_EQ(Open(document, id, "L"), "0 " + below);
     }
-    EXPECT_EQ(Open(id, "L", 1), "0 untouched"); // nothing more fits, so the ID is the parent's
+    // Nothing more fits, so the ID is the parent's.
+    EXPECT_EQ(Open(document, id, "L"), "0 untouched");
   }
 }
 
-TEST_F(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
+TEST(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
+  const TestDocument document(catalog);
+  LogLines log;
   const auto open = [&](XmlFileList* list, std::uint32_t cookie, const char* path) {
     return Answer("", [&](char* id) { return OpenXMLGroup(list, cookie, path, id, 400); });
   };
@@ -166,29 +169,26 @@ TEST(KnownParent, ServesOnlyThePathThatItWasFoundBy) {
   const TestDocument document(
       "<R><P\u0416><L><S id='1'/><S id='2'/></L></P\u0416><P k='1'><L><S id='3'/><S id='4'/></L>"
       "</P><Q><L><S id='5'/><S id='6'/></L></Q></R>");
-  const auto idOf = [&](const std::string& parent, const std::string& path,
-                        std::uint32_t occurrence) {
-    const std::string id = Answer(parent, [&](char* buffer) {
-      return EnumXMLGroup(document.list, document.cookie, path.c_str(), occurrence, buffer, 400);
-    });
-    const auto element = document.list->files.front().elementMap->Find(id.substr(2));
-    return element.GetAttribute("id").GetValue();
+  const auto expect = [&](const char* id, const char* parent, const char* path,
+                          std::uint32_t occurrence) {
+    EXPECT_EQ(IdOf(document, Open(document, parent, path, occurrence)), id) << path;
   };
   {
     const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : "C");
-    EXPECT_EQ(idOf("", "P\\L\\S", 1), hasUtf8 ? "1" : "3");
+    expect(hasUtf8 ? "1" : "3", "", "P\\L\\S", 1);
   }
   const LocaleGuard locale("C");
-  EXPECT_EQ(idOf("", "P\\L\\S", 2), "4"); // another character set
-  EXPECT_EQ(idOf("", "Q\\L\\S", 1), "5"); // another path
+  expect("4", "", "P\\L\\S", 2); // another character set
+  expect("5", "", "Q\\L\\S", 1); // another path
   {
     LogLines log;
-    EXPECT_EQ(idOf("", "Q\\L\\S", 2), "6"); // the lines of each level
+    expect("6", "", "Q\\L\\S", 2); // the lines of each level
     EXPECT_EQ(std::ranges::count(log.Take(), "Found Q (element) in the element map."), 1);
   }
-  EXPECT_EQ(idOf("", "P", 1) + idOf("", "Q", 1), "");
-  EXPECT_EQ(idOf("P", "L\\", 1) + idOf("Q", "L\\", 2), "36"); // another start
-  EXPECT_EQ(idOf("", "P&k=1\\L\\S", 1), "3");
+  for (const char* parent : {"P", "Q"}) expect("", "", parent, 1);
+  expect("3", "P", "L\\", 1);
+  expect("6", "Q", "L\\", 2); // another start
+  expect("3", "", "P&k=1\\L\\S", 1);
   ASSERT_EQ(document.SetAttribute("P", "k", "2"), 0U);
-  EXPECT_EQ(idOf("", "P&k=1\\L\\S", 2), ""); // a filter whose answer has changed
+  expect("none", "", "P&k=1\\L\\S", 2); // a filter whose answer has changed
 }

@@ -96,6 +96,8 @@ TEST(Saving, AppliesWaitingSetsToTheElementsThatTheyMeant) {
     EXPECT_EQ(document.SetText("\u00E9", "N", "n"), 34U);
     EXPECT_EQ(document.SetText("", "\u00FC", "3"), 34U);
     EXPECT_EQ(document.SetText("", "\u00FC", "4"), 34U);
+    // Is not the same, since it sets no text.
+    EXPECT_EQ(SetXMLItem(document.list, document.cookie, "\u00FC", "", "", ""), 34U);
     EXPECT_EQ(document.SetText("\u00FC", "O", "o"), 34U);
   }
   const LocaleGuard locale("C");
