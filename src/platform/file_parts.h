@@ -41,13 +41,17 @@ inline std::string TemporaryName() {
   throw std::system_error(errno, std::generic_category(), "cannot generate a random name");
 }
 
-// The state of a file at the time `now`. A save that sets the modification time gives it as
-// stampedAt: a time that was stored exactly shows every later change. Other times come from a clock
-// that may advance only every two seconds. All times are in the same unit.
-inline FileState StateAt(std::int64_t now, std::int64_t oneSecond, const FileIdentity& identity,
-                         std::shared_ptr<const Access> access,
-                         std::optional<std::int64_t> stampedAt = {}) noexcept {
-  const std::int64_t old = now - 2 * oneSecond;
+// By the system's most precise clock, in the unit and from the zero of the times of its files.
+std::int64_t CurrentTime() noexcept;
+extern const std::int64_t second; // in that unit
+
+// The state of a file now. A save that sets the modification time gives it as stampedAt: a time
+// that was stored exactly shows every later change. Other times come from a clock that may advance
+// only every two seconds.
+inline FileState StateNow(const FileIdentity& identity, std::shared_ptr<const Access> access,
+                          std::optional<std::int64_t> stampedAt = {}) noexcept {
+  const std::int64_t now = CurrentTime();
+  const std::int64_t old = now - 2 * second;
   const auto isRecent = [&](std::int64_t time) { return time <= now && time > old; };
   FileState state{identity, std::move(access)};
   state.isSettled = std::max(identity.modified, identity.changed) <= old;

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <thread>
 
-#include "platform/windows/access.h"
+#include "platform/windows/open_file.h"
 #include "support/temp_folder.h"
 
 namespace {

@@ -337,12 +337,12 @@ TEST(Save, FlushesOnlyWhatHasANameAndKeepsAnEditMeanwhile) {
     const char* after;
     const char* calls; // the last ones
   } saves[] = {
-      {nullptr, nullptr, "<R><A>new</A></R>", " linkat fsync statx statx renameat statx fsync"},
+      {nullptr, nullptr, "<R><A>new</A></R>", " linkat fsync statx statx renameat2 statx fsync"},
       {RemoveFile, nullptr, "<R><A>new</A></R>", " linkat fsync statx renameat2 statx fsync"},
       {nullptr, [](Opened d) { d.Write("<R><B/></R>"); }, "<R><B/><A>new</A></R>",
-       " linkat fsync statx statx renameat statx fsync"},
+       " linkat fsync statx statx renameat2 statx fsync"},
       {RemoveFile, [](Opened d) { d.Write("<R><B/></R>"); }, "<R><B/><A>new</A></R>",
-       " linkat fsync statx statx renameat statx fsync"},
+       " linkat fsync statx statx renameat2 statx fsync"},
   };
   for (const auto& save : saves) {
     TestDocument document("<R/>");
@@ -359,7 +359,7 @@ TEST(Save, FlushesOnlyWhatHasANameAndKeepsAnEditMeanwhile) {
     for (const std::string& call : systemCalls)
       if (relevant.contains(call)) order += " " + call;
     EXPECT_TRUE(order.ends_with(save.calls)) << order;
-    const auto rename = std::ranges::find(systemCalls, "renameat");
+    const auto rename = std::ranges::find(systemCalls, "renameat2");
     EXPECT_TRUE(rename == systemCalls.end() || *(rename - 1) == "statx");
   }
 }

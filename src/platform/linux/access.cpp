@@ -1,6 +1,6 @@
 // Access lists as the kernel stores them, in the extended attribute. Access is only ever reduced
 // when it cannot be given exactly: whatever this process may not set, nobody gets.
-#include "platform/linux/access.h"
+#include "platform/linux/open_file.h"
 
 #include <endian.h>
 #include <grp.h>
@@ -43,30 +43,26 @@ std::optional<std::string> ReadAttribute(int file, const char* name = nullptr) {
   return std::nullopt;
 }
 
+using AccessList = std::vector<posix_acl_xattr_entry>;
+
 // Null if there is none.
-template <class List>
-auto FindEntry(List& list, int tag) noexcept {
-  const auto hasTag = [tag](const posix_acl_xattr_entry& entry) {
-    return le16toh(entry.e_tag) == tag;
-  };
-  const auto found = std::find_if(list.begin(), list.end(), hasTag);
-  if (found == list.end()) return decltype(&*found){};
+posix_acl_xattr_entry* FindEntry(AccessList& list, std::uint16_t tag) noexcept {
+  const auto found = std::ranges::find(list, htole16(tag), &posix_acl_xattr_entry::e_tag);
+  if (found == list.end()) return nullptr;
   return &*found;
 }
 
-std::vector<posix_acl_xattr_entry> ReadAccessList(int file) {
-  std::vector<posix_acl_xattr_entry> list;
+AccessList ReadAccessList(int file) {
   const std::string value = ReadAttribute(file, accessList).value_or("");
-  const std::size_t start = sizeof(posix_acl_xattr_header);
-  if (value.size() <= start) return list;
-  list.resize((value.size() - start) / sizeof list[0]);
+  const std::size_t start = std::min(sizeof(posix_acl_xattr_header), value.size());
+  AccessList list((value.size() - start) / sizeof(posix_acl_xattr_entry));
   std::memcpy(list.data(), value.data() + start, list.size() * sizeof list[0]);
   if (FindEntry(list, ACL_MASK) == nullptr) list.clear(); // says no more than the mode
   return list;
 }
 
-void SetAccessList(int file, const Access& access) {
-  if (access.list.empty()) {
+void SetAccessList(int file, const AccessList& list) {
+  if (list.empty()) {
     // The new file may have inherited a list from the folder that allows more than the mode.
     const bool isRemoved = Uninterrupted(fremovexattr, file, accessList) == 0;
     if (!isRemoved && !IsUnsupportedOrMissing(errno))
@@ -75,40 +71,33 @@ void SetAccessList(int file, const Access& access) {
   }
   const posix_acl_xattr_header header{htole32(POSIX_ACL_XATTR_VERSION)};
   std::string value(reinterpret_cast<const char*>(&header), sizeof header);
-  value.append(reinterpret_cast<const char*>(access.list.data()),
-               access.list.size() * sizeof access.list[0]);
+  value.append(reinterpret_cast<const char*>(list.data()), list.size() * sizeof list[0]);
   CheckedCall("cannot copy the file's access list", fsetxattr, file, accessList, value.data(),
               value.size(), 0);
-}
-
-// Makes the entries of owner, mask and others say what the mode says.
-void ApplyMode(Access& access) noexcept {
-  const auto set = [&](int tag, mode_t permissions) {
-    if (posix_acl_xattr_entry* const entry = FindEntry(access.list, tag))
-      entry->e_perm = htole16(static_cast<std::uint16_t>(permissions & readWriteExecute));
-  };
-  set(ACL_USER_OBJ, access.mode >> 6);
-  set(ACL_MASK, access.mode >> 3);
-  set(ACL_OTHER, access.mode);
 }
 
 // What the access becomes if the file gets that owner and group. The members of the old group then
 // count as others, and those of the new one have counted as others, so both get only what others
 // and group may.
 Access Restrict(Access access, uid_t owner, gid_t group) noexcept {
+  const auto set = [&](std::uint16_t tag, mode_t permissions) {
+    posix_acl_xattr_entry* const entry = FindEntry(access.list, tag);
+    if (entry != nullptr)
+      entry->e_perm = htole16(static_cast<std::uint16_t>(permissions & readWriteExecute));
+  };
   if (owner != access.owner || group != access.group) access.mode &= permissionBits;
   access.owner = owner;
   if (std::exchange(access.group, group) != group) {
     mode_t common = access.mode & access.mode >> 3 & readWriteExecute;
-    if (posix_acl_xattr_entry* const entry = FindEntry(access.list, ACL_GROUP_OBJ)) {
+    if (access.list.empty()) access.mode = (access.mode & ~mode_t{S_IRWXG}) | common << 3;
+    if (const auto* const entry = FindEntry(access.list, ACL_GROUP_OBJ))
       common &= le16toh(entry->e_perm);
-      entry->e_perm = htole16(static_cast<std::uint16_t>(common));
-    } else {
-      access.mode = (access.mode & ~mode_t{S_IRWXG}) | common << 3;
-    }
+    set(ACL_GROUP_OBJ, common);
     access.mode = (access.mode & ~mode_t{S_IRWXO}) | common;
   }
-  ApplyMode(access);
+  set(ACL_USER_OBJ, access.mode >> 6);
+  set(ACL_MASK, access.mode >> 3);
+  set(ACL_OTHER, access.mode);
   return access;
 }
 
@@ -129,69 +118,65 @@ std::vector<gid_t> GroupsOf(uid_t user) {
   return groups;
 }
 
-bool IsGrantedByGroup(const Access& access, const std::vector<gid_t>& groups, mode_t wanted,
-                      bool& isMember) {
-  // The system looks for one entry that grants everything.
-  bool isGranted = false;
-  const auto judge = [&](gid_t group, mode_t permissions) {
-    if (std::find(groups.begin(), groups.end(), group) == groups.end()) return;
-    isMember = true;
-    isGranted = isGranted || (wanted & ~(permissions & access.mode >> 3)) == 0;
-  };
-  if (access.list.empty()) judge(access.group, readWriteExecute);
-  for (const posix_acl_xattr_entry& entry : access.list) {
-    if (le16toh(entry.e_tag) == ACL_GROUP_OBJ) judge(access.group, le16toh(entry.e_perm));
-    if (le16toh(entry.e_tag) == ACL_GROUP) judge(le32toh(entry.e_id), le16toh(entry.e_perm));
-  }
-  return isGranted;
-}
-
-// Whether a user who is not the owner may do all that is wanted, as the system judges it.
+// Whether a user who is not the owner may do all that is wanted, as the system judges it: by the
+// user's own entry, or by one entry of the user's groups that grants everything, or like others.
 bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
   assert(user != access.owner);
   if (user == 0) return true;
+  const std::vector<gid_t> groups = GroupsOf(user);
+  const auto allows = [&](mode_t permissions) {
+    return (wanted & ~(permissions & access.mode >> 3)) == 0; // the mode's group bits are the mask
+  };
+  const auto isMemberOf = [&](gid_t group) { return std::ranges::count(groups, group) > 0; };
+  bool isMember = access.list.empty() && isMemberOf(access.group);
+  bool isGranted = isMember && allows(readWriteExecute);
   for (const posix_acl_xattr_entry& entry : access.list) {
-    if (le16toh(entry.e_tag) == ACL_USER && le32toh(entry.e_id) == user)
-      return (wanted & ~(le16toh(entry.e_perm) & access.mode >> 3)) == 0;
+    const std::uint32_t id = le32toh(entry.e_id);
+    const int tag = le16toh(entry.e_tag);
+    if (tag == ACL_USER && id == user) return allows(le16toh(entry.e_perm));
+    const bool isOwnGroup =
+        (tag == ACL_GROUP_OBJ && isMemberOf(access.group)) || (tag == ACL_GROUP && isMemberOf(id));
+    isMember = isMember || isOwnGroup;
+    isGranted = isGranted || (isOwnGroup && allows(le16toh(entry.e_perm)));
   }
-  bool isMember = false;
-  const bool isGranted = IsGrantedByGroup(access, GroupsOf(user), wanted, isMember);
   if (isMember) return isGranted;
   return (wanted & ~access.mode) == 0;
 }
 
-// Sets owner and group as far as possible; the group alone if the owner cannot be changed.
-void ChangeOwner(int file, FileStatus& status, const Access& wanted) {
-  for (const uid_t owner : {wanted.owner, status.stx_uid}) {
-    if (owner == status.stx_uid && wanted.group == status.stx_gid) return;
+// Sets owner and group of an open file as far as possible, the group alone if the owner cannot be
+// changed. Returns the status that the file then has.
+FileStatus ChangeOwner(int file, const FileStatus& status, const Access& wanted) {
+  for (const uid_t owner : {wanted.owner, status.access.owner}) {
+    if (owner == status.access.owner && wanted.group == status.access.group) break;
     if (Uninterrupted(fchown, file, owner, wanted.group) == 0) {
       // Some file systems accept this and change nothing.
-      CheckedCall("cannot read the new file's status", QueryStatus, file, "", &status);
-      return;
+      if (const auto now = QueryStatus(file)) return *now;
+      ThrowSystemFailure("cannot read the new file's status");
     }
     if (errno == ENOMEM) throw std::bad_alloc();
   }
+  return status;
 }
 
 } // namespace
 
 std::shared_ptr<const Access> ReadAccess(int file, const FileStatus& status) {
-  const mode_t mode = status.stx_mode & ~mode_t{S_IFMT};
-  return std::make_shared<const Access>(
-      Access{status.stx_uid, status.stx_gid, mode, ReadAccessList(file)});
+  auto access = std::make_shared<Access>(status.access);
+  access->list = ReadAccessList(file);
+  return access;
 }
 
-Access GiveAccess(int file, FileStatus status, const Access& wanted, bool ownerLosesNothing) {
-  assert((wanted.mode & S_IFMT) == 0);
+std::shared_ptr<const Access> GiveAccess(int file, const FileStatus& status, const Access& wanted,
+                                         bool ownerLosesNothing) {
   // The owner comes first, because changing it clears the set-user-ID and set-group-ID bits.
-  ChangeOwner(file, status, wanted);
-  Access given = Restrict(wanted, status.stx_uid, status.stx_gid);
+  const Access owned = ChangeOwner(file, status, wanted).access;
+  Access given = Restrict(wanted, owned.owner, owned.group);
   if (ownerLosesNothing && given.owner != wanted.owner &&
       !IsGranted(given, wanted.owner, wanted.mode >> 6 & readWriteExecute))
     ThrowSystemFailure("cannot keep the file's owner, who would lose access", EPERM);
-  SetAccessList(file, given);
-  CheckedCall("cannot set the new file's mode", fchmod, file, given.mode);
-  return given;
+  SetAccessList(file, given.list);
+  CheckedCall("cannot set the new file's mode", fchmod, file, given.mode & ~mode_t{S_IFMT});
+  return std::make_shared<const Access>(std::move(given));
 }
 
 // All other attributes belong to the system or describe the file's content. Attributes that the

@@ -1,7 +1,7 @@
 // Compiled into both the library and corekit.
 #include <cassert>
 
-#include "platform/linux/file_descriptor.h"
+#include "platform/linux/open_file.h"
 #include "platform/platform.h"
 
 namespace platform {

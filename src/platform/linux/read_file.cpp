@@ -5,18 +5,11 @@
 #include <thread>
 
 #include "platform/file_parts.h"
-#include "platform/linux/access.h"
+#include "platform/linux/open_file.h"
 
 namespace platform {
-namespace {
 
-// Times too far from 1970 to be counted in nanoseconds become the farthest possible.
-std::int64_t Nanoseconds(std::int64_t seconds, std::int64_t rest) noexcept {
-  constexpr std::int64_t maxSeconds = INT64_MAX / second - 1;
-  return std::clamp(seconds, -maxSeconds, maxSeconds) * second + rest;
-}
-
-} // namespace
+constexpr std::int64_t second = 1'000'000'000; // all times here are nanoseconds since 1970
 
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   std::error_code noFolder;
@@ -41,45 +34,48 @@ FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) 
   }
 }
 
-// The number changes if a rename replaces the file, size and times if it is edited in place.
-FileIdentity IdentityOf(const FileStatus& status) noexcept {
-  const auto device = std::uint64_t{status.stx_dev_major} << 32 | status.stx_dev_minor;
+// Unlike stat, statx tells the time of creation. The number changes if a rename replaces the file,
+// size and times if it is edited in place.
+std::optional<FileStatus> QueryStatus(int file, const char* name) noexcept {
+  constexpr int flags = AT_EMPTY_PATH | AT_SYMLINK_NOFOLLOW;
+  struct statx found {};
+  if (Uninterrupted(statx, file, name, flags, STATX_BASIC_STATS | STATX_BTIME, &found) != 0)
+    return {};
   const auto time = [](const statx_timestamp& stamp) {
-    return Nanoseconds(stamp.tv_sec, stamp.tv_nsec);
+    // Times too far from 1970 to be counted in nanoseconds become the farthest possible.
+    constexpr std::int64_t maxSeconds = INT64_MAX / second - 1;
+    return std::clamp<std::int64_t>(stamp.tv_sec, -maxSeconds, maxSeconds) * second + stamp.tv_nsec;
   };
-  return {device,
-          status.stx_ino,
-          status.stx_size,
-          time(status.stx_mtime),
-          time(status.stx_ctime),
-          time(status.stx_btime)};
+  const std::uint64_t device = std::uint64_t{found.stx_dev_major} << 32 | found.stx_dev_minor;
+  return FileStatus{{device, found.stx_ino, found.stx_size, time(found.stx_mtime),
+                     time(found.stx_ctime), time(found.stx_btime)},
+                    {found.stx_uid, found.stx_gid, found.stx_mode, {}}};
 }
 
-ReadStatus ReadOpenFile(int file, const FileStatus& status, std::size_t limit, std::string& bytes) {
-  const auto readSome = [file](char* buffer, std::size_t size) {
-    const ssize_t count = Uninterrupted(read, file, buffer, size);
+ReadStatus ReadOpenFile(int file, std::uint64_t size, std::size_t limit, std::string& bytes) {
+  const auto readSome = [file](char* buffer, std::size_t capacity) {
+    const ssize_t count = Uninterrupted(read, file, buffer, capacity);
     if (count < 0 && errno == ENOMEM) throw std::bad_alloc();
     return count;
   };
-  return ReadToEnd(readSome, status.stx_size, limit, bytes);
+  return ReadToEnd(readSome, size, limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
                          FileState& state) {
   const FileDescriptor file =
       OpenUnleased(name, O_RDONLY, std::chrono::steady_clock::now() + maxSaveWait);
-  FileStatus status{};
-  const bool isKnown = file.IsOpen() && QueryStatus(file.Number(), "", &status) == 0;
-  if (!isKnown && errno == ENOMEM) throw std::bad_alloc();
-  const bool isMissing = !isKnown && (errno == ENOENT || errno == ENOTDIR);
-  if (isMissing) return ReadStatus::Missing;
-  if (!isKnown || !S_ISREG(status.stx_mode)) return ReadStatus::Unreadable;
+  std::optional<FileStatus> status;
+  if (file.IsOpen()) status = QueryStatus(file.Number());
+  if (!status && errno == ENOMEM) throw std::bad_alloc();
+  if (!status && (errno == ENOENT || errno == ENOTDIR)) return ReadStatus::Missing;
+  if (!status || !S_ISREG(status->access.mode)) return ReadStatus::Unreadable;
   try {
-    state = StateAt(CurrentTime(), second, IdentityOf(status), ReadAccess(file.Number(), status));
+    state = StateNow(status->identity, ReadAccess(file.Number(), *status));
   } catch (const std::system_error&) {
     return ReadStatus::Unreadable;
   }
-  return ReadOpenFile(file.Number(), status, limit, bytes);
+  return ReadOpenFile(file.Number(), status->identity.size, limit, bytes);
 }
 
 } // namespace platform

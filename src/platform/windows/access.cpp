@@ -1,6 +1,6 @@
 // Access lists in the system's own form. They are read, compared and written whole; what their
 // entries mean is the system's business.
-#include "platform/windows/access.h"
+#include "platform/windows/open_file.h"
 
 #include <cassert>
 #include <string_view>
@@ -41,7 +41,7 @@ ComparableList ListIn(const std::vector<unsigned char>& descriptor) noexcept {
 } // namespace
 
 std::shared_ptr<const Access> ReadAccess(const Handle& file, const FileStatus& status) {
-  return std::make_shared<const Access>(Access{status.file.dwFileAttributes, ReadAccessList(file)});
+  return std::make_shared<const Access>(Access{status.attributes, ReadAccessList(file)});
 }
 
 std::vector<unsigned char> ReadAccessList(const Handle& file) {

@@ -4,9 +4,12 @@
 // After windows.h, which it needs.
 #include <sddl.h>
 
+#include <cassert>
+#include <cstring>
 #include <cwchar>
 
-#include "platform/windows/temporary_file.h"
+#include "platform/file_parts.h"
+#include "platform/windows/open_file.h"
 
 namespace platform {
 namespace {
@@ -76,16 +79,8 @@ Handle OpenMutexOf(std::uint64_t hash) {
   return mutex;
 }
 
-struct MutexReleaser {
-  void operator()(HANDLE mutex) const noexcept {
-    ReleaseMutex(mutex);
-    CloseHandle(mutex);
-  }
-};
-using HeldMutex = std::unique_ptr<void, MutexReleaser>;
-
-// Locks the file against others that do the same.
-HeldMutex AcquireLock(std::uint64_t hash, Deadline deadline) {
+// Locks the file against others that do the same, until the mutex that it returns is released.
+Handle AcquireLock(std::uint64_t hash, Deadline deadline) {
   Handle mutex = OpenMutexOf(hash);
   const auto left =
       std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
@@ -96,33 +91,202 @@ HeldMutex AcquireLock(std::uint64_t hash, Deadline deadline) {
     ThrowSystemFailure("another program holds the file's lock",
                        result == WAIT_FAILED ? GetLastError() : ERROR_TIMEOUT);
   }
-  return HeldMutex(mutex.release());
+  return mutex;
 }
+
+// The new file of a save on its way to its final name. Until its content is on the disk it is
+// marked to be deleted when it is closed, so a process that is killed leaves nothing behind. It is
+// hidden, and removed unless it gets its final name. Every operation throws std::system_error or
+// std::bad_alloc.
+class TemporaryFile {
+ public:
+  // Creates a file in the folder, whose name ends in a separator. `number` is in the file's name:
+  // what a killed process left under it is removed first; if that is in use, the name is random.
+  // `attributes` are those of the final file.
+  TemporaryFile(std::wstring_view folder, std::uint64_t number, DWORD attributes)
+      : finalAttributes(attributes) {
+    const auto create = [&](const std::string& own) {
+      name.assign(folder).append(own.begin(), own.end());
+      DeleteFileW(name.c_str());
+      const DWORD initial = FILE_ATTRIBUTE_HIDDEN | (attributes & FILE_ATTRIBUTE_ENCRYPTED);
+      file = MakeHandle(CreateFileW(name.c_str(), GENERIC_WRITE | READ_CONTROL | DELETE, 0, nullptr,
+                                    CREATE_NEW, initial, nullptr));
+      return file != nullptr;
+    };
+    if (!create(TemporaryName(number)) && !create(TemporaryName()))
+      ThrowSystemFailure("cannot create a temporary file in the folder");
+    SetDeleteOnClose(true);
+  }
+
+  ~TemporaryFile() {
+    if (!name.empty()) SetDeleteOnClose(true);
+  }
+  TemporaryFile(TemporaryFile&&) = delete;
+
+  // Gives the file this access list, unless it has an equal one by inheritance. REQUIRES: nothing
+  // was written yet.
+  void SetAccessList(const std::vector<unsigned char>& list) {
+    if (list.empty() || AreEqualAccessLists(list, ReadAccessList(file))) return;
+    // A share can grant all that a save needs but this right, so only this handle has it.
+    SetDeleteOnClose(false);
+    const Handle forList = OpenExisting(name, WRITE_DAC);
+    const bool isWritten = forList && WriteAccessList(forList, list);
+    const DWORD error = GetLastError();
+    SetDeleteOnClose(true);
+    if (!isWritten) ThrowSystemFailure("cannot copy the file's access list", error);
+  }
+
+  void Write(const std::vector<std::string_view>& pieces) {
+    assert(file && stampedAt == 0); // a later write would change the time
+    constexpr std::size_t maxSize = std::size_t{1} << 30;
+    for (std::string_view piece : pieces) {
+      while (!piece.empty()) {
+        const auto size = static_cast<DWORD>(std::min(piece.size(), maxSize));
+        DWORD count = 0;
+        if (!WriteFile(file.get(), piece.data(), size, &count, nullptr))
+          ThrowSystemFailure("cannot write");
+        if (count == 0) ThrowSystemFailure("cannot write", ERROR_DISK_FULL);
+        piece.remove_prefix(count);
+      }
+    }
+  }
+
+  // Sets the file's times and flushes it. creationTime 0: now. REQUIRES: all is written.
+  void Finish(LARGE_INTEGER creationTime) {
+    stampedAt = CurrentTime();
+    FILE_BASIC_INFO basic{};
+    basic.CreationTime = creationTime;
+    basic.LastWriteTime.QuadPart = stampedAt;
+    SetAttributes(basic, finalAttributes | FILE_ATTRIBUTE_HIDDEN);
+    if (!FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
+
+    SetDeleteOnClose(false);
+    named = OpenExisting(name, FILE_READ_ATTRIBUTES | READ_CONTROL);
+    if (named) status = QueryStatus(named);
+    if (!status) ThrowSystemFailure("cannot read the file's status");
+  }
+
+  // Gives the file its final name, and shows it unless it is to be hidden. Closes `original`, the
+  // file that is to be replaced, on systems that cannot replace an open file. False if
+  // `replaces` is false and a file has that name, or if isUnchanged(), which is called directly
+  // before each attempt, is false. REQUIRES: Finish was called.
+  template <class Test>
+  bool RenameTo(const std::wstring& target, bool replaces, Handle& original, Test isUnchanged) {
+    assert(named);
+    if ((finalAttributes & FILE_ATTRIBUTE_HIDDEN) == 0) SetAttributes({}, finalAttributes);
+    const DWORD flags = replaces ? replaceIfExists : 0;
+    bool isChanged = false;
+    const auto rename = [&] {
+      isChanged = !isUnchanged();
+      if (isChanged || Rename(target, fileRenameInfoEx, flags | posixSemantics)) return true;
+      // The errors of systems, file systems and servers that lack the newer way.
+      const DWORD error = GetLastError();
+      if (error != ERROR_INVALID_FUNCTION && error != ERROR_NOT_SUPPORTED &&
+          error != ERROR_INVALID_PARAMETER)
+        return false;
+      original.reset();
+      return Rename(target, FileRenameInfo, flags);
+    };
+    if (!RetryWhileInUse(rename, [&] { return IsReplaceableLater(target); })) {
+      const DWORD error = GetLastError();
+      if (!replaces && (error == ERROR_ALREADY_EXISTS || error == ERROR_FILE_EXISTS)) return false;
+      ThrowSystemFailure("cannot replace the file", error);
+    }
+    if (!isChanged) name.clear();
+    return !isChanged;
+  }
+
+  // Closes the file. REQUIRES: it has its final name.
+  FileState State() {
+    assert(name.empty());
+    file.reset();
+    std::optional<FileStatus> now = QueryStatus(named);
+    if (!now) return {};
+    now->identity.device = status->identity.device; // Wine forgets it when the file is renamed
+    return StateNow(now->identity, ReadAccess(named, *now), stampedAt);
+  }
+
+ private:
+  // Not in the compiler's headers for all versions of Windows.
+  static constexpr auto fileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+  static constexpr DWORD replaceIfExists = 1, posixSemantics = 2;
+
+  // Even if the process is killed.
+  void SetDeleteOnClose(bool isDeleted) const noexcept {
+    FILE_DISPOSITION_INFO disposition{isDeleted};
+    SetFileInformationByHandle(file.get(), FileDispositionInfo, &disposition, sizeof disposition);
+  }
+
+  // Of the attributes, only those that can be set.
+  void SetAttributes(FILE_BASIC_INFO basic, DWORD attributes) const {
+    constexpr DWORD settable =
+        FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED | FILE_ATTRIBUTE_SYSTEM;
+    basic.FileAttributes = (attributes & settable) | FILE_ATTRIBUTE_ARCHIVE;
+    if (!SetFileInformationByHandle(file.get(), FileBasicInfo, &basic, sizeof basic))
+      ThrowSystemFailure("cannot copy the file's attributes");
+  }
+
+  // False on failure, and GetLastError tells why. Unlike a rename by name, it cannot meet another
+  // file. ReplaceFile is not used, because it removes the old file before the new one has its name:
+  // a crash in between leaves none.
+  bool Rename(const std::wstring& target, FILE_INFO_BY_HANDLE_CLASS way, DWORD flags) const {
+    static_assert(offsetof(FILE_RENAME_INFO, ReplaceIfExists) == 0, "the flags' place");
+    FILE_RENAME_INFO info{};
+    info.FileNameLength = static_cast<DWORD>(target.size() * sizeof(wchar_t));
+    std::vector<char> request(sizeof info + info.FileNameLength);
+    std::memcpy(request.data(), &info, sizeof info);
+    std::memcpy(request.data(), &flags, sizeof flags);
+    std::memcpy(request.data() + offsetof(FILE_RENAME_INFO, FileName), target.data(),
+                info.FileNameLength);
+    return SetFileInformationByHandle(file.get(), way, request.data(),
+                                      static_cast<DWORD>(request.size()));
+  }
+
+  // Whether a file that could not be replaced may be replaceable later. Access is denied both if
+  // another program has it open, and if this one may not delete it, which opening it shows.
+  static bool IsReplaceableLater(const std::wstring& target) noexcept {
+    if (IsInUse()) return true;
+    if (GetLastError() != ERROR_ACCESS_DENIED) return false;
+    const bool isDeletable = TryOpenExisting(target, DELETE) || IsInUse();
+    SetLastError(ERROR_ACCESS_DENIED);
+    return isDeletable;
+  }
+
+  const DWORD finalAttributes;
+  std::wstring name;                // empty once it is the final one
+  Handle file;                      // excludes other programs
+  Handle named;                     // for the state; excludes no one
+  std::optional<FileStatus> status; // before the rename
+  std::int64_t stampedAt = 0;
+};
 
 } // namespace
 
 struct LockedFile::System {
+  ~System() {
+    if (mutex) ReleaseMutex(mutex.get());
+  }
+
   std::wstring name;      // with all links resolved
   std::uint64_t hash = 0; // of the name
-  HeldMutex mutex;
-  Handle original; // null if there is no file
-  FileStatus status;
+  Handle mutex;           // held
+  Handle original;        // null if there is no file
+  LARGE_INTEGER creationTime{};
   std::optional<FileState> state;
 
   // Whether the name still leads to the file as it was found, or still to none.
   bool IsUnchanged() const noexcept {
     const Handle now = OpenExisting(name, FILE_READ_ATTRIBUTES);
     if (!now) return !state && GetLastError() == ERROR_FILE_NOT_FOUND;
-    FileStatus found;
-    return state && QueryStatus(now, found) && IdentityOf(found) == state->identity;
+    const std::optional<FileStatus> found = QueryStatus(now);
+    return state && found && found->identity == state->identity;
   }
 };
 
-LockedFile::LockedFile(const FileName& name, Deadline deadline)
-    : system(std::make_unique<System>()) {
+LockedFile::LockedFile(const FileName& name, Deadline deadline) {
   // A link can be changed while this waits for the lock of its old target.
   do {
-    system->mutex.reset();
+    system = std::make_unique<System>();
     system->name = FollowLinks(name.native());
     system->hash = HashFolded(system->name);
     system->mutex = AcquireLock(system->hash, deadline);
@@ -132,14 +296,14 @@ LockedFile::LockedFile(const FileName& name, Deadline deadline)
   file = OpenExisting(system->name, GENERIC_READ);
   if (!file && GetLastError() == ERROR_FILE_NOT_FOUND) return;
   if (!file) ThrowSystemFailure("cannot read the file");
-  if (!QueryStatus(file, system->status)) ThrowSystemFailure("the file is not a regular file");
-  if ((system->status.basic.FileAttributes & FILE_ATTRIBUTE_READONLY) != 0) {
+  const std::optional<FileStatus> status = QueryStatus(file);
+  if (!status) ThrowSystemFailure("the file is not a regular file");
+  if ((status->attributes & FILE_ATTRIBUTE_READONLY) != 0)
     ThrowSystemFailure("the file is read-only", ERROR_ACCESS_DENIED);
-  }
   // A rename would check only the right to delete the file.
   if (!OpenExisting(system->name, GENERIC_WRITE)) ThrowSystemFailure("cannot write the file");
-  system->state =
-      StateAt(CurrentTime(), second, IdentityOf(system->status), ReadAccess(file, system->status));
+  system->creationTime = status->creationTime;
+  system->state = StateNow(status->identity, ReadAccess(file, *status));
 }
 
 LockedFile::~LockedFile() = default;
@@ -147,8 +311,8 @@ LockedFile::~LockedFile() = default;
 const std::optional<FileState>& LockedFile::State() const noexcept { return system->state; }
 
 ReadStatus LockedFile::Read(std::size_t limit, std::string& bytes) const {
-  assert(system->original);
-  return ReadOpenFile(system->original, system->status, limit, bytes);
+  assert(system->state);
+  return ReadOpenFile(system->original, system->state->identity.size, limit, bytes);
 }
 
 bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Access* access) {
@@ -156,17 +320,17 @@ bool LockedFile::Replace(const std::vector<std::string_view>& pieces, const Acce
   if (access == nullptr && replaces) access = system->state->access.get();
   Access wanted;
   if (access != nullptr) wanted = *access;
-  TemporaryFile made(FolderPart(system->name), system->hash, wanted.attributes);
+  TemporaryFile temporary(FolderPart(system->name), system->hash, wanted.attributes);
   // First, so that only those who could read the old content can read the new.
-  made.SetAccessList(wanted.accessList);
-  made.Write(pieces);
-  made.Finish(system->status.basic.CreationTime);
+  temporary.SetAccessList(wanted.accessList);
+  temporary.Write(pieces);
+  temporary.Finish(system->creationTime);
   // While the flush ran or another program held the file, one that takes no lock may have changed
   // it.
   const auto isUnchanged = [this] { return system->IsUnchanged(); };
-  if (!made.RenameTo(system->name, replaces, system->original, isUnchanged)) return false;
+  if (!temporary.RenameTo(system->name, replaces, system->original, isUnchanged)) return false;
   system->original.reset();
-  system->state = made.State();
+  system->state = temporary.State();
   return true;
 }
 

@@ -7,12 +7,15 @@
 #include <chrono>
 
 #include "platform/file_parts.h"
-#include "platform/windows/access.h"
+#include "platform/windows/open_file.h"
 
 // Missing in the compiler's headers.
 extern "C" NTSYSAPI NTSTATUS NTAPI RtlGetLastNtStatus();
 
 namespace platform {
+
+constexpr std::int64_t second = 10'000'000; // all times here are units of 100 ns since 1601
+
 namespace {
 
 // Folder, drive, server, share and names that cannot exist included.
@@ -66,17 +69,6 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
   return file;
 }
 
-// A pipe or a console has no identity, and reading it could block forever.
-bool QueryStatus(const Handle& file, FileStatus& status) noexcept {
-  if (GetFileType(file.get()) != FILE_TYPE_DISK) {
-    SetLastError(ERROR_NOT_SUPPORTED);
-    return false;
-  }
-  return GetFileInformationByHandle(file.get(), &status.file) &&
-         GetFileInformationByHandleEx(file.get(), FileBasicInfo, &status.basic,
-                                      sizeof status.basic);
-}
-
 std::int64_t CurrentTime() noexcept {
   using Units = std::chrono::duration<std::int64_t, std::ratio<1, second>>;
   constexpr std::int64_t start1970 = 11'644'473'600 * second;
@@ -85,37 +77,46 @@ std::int64_t CurrentTime() noexcept {
              .count();
 }
 
-// On ReFS two files can have the same 64-bit number, but hardly the same size and times as well.
-FileIdentity IdentityOf(const FileStatus& status) noexcept {
-  const auto join = [](DWORD high, DWORD low) {
-    return static_cast<std::uint64_t>(high) << 32 | low;
-  };
-  const BY_HANDLE_FILE_INFORMATION& file = status.file;
-  return {file.dwVolumeSerialNumber, join(file.nFileIndexHigh, file.nFileIndexLow),
-          join(file.nFileSizeHigh, file.nFileSizeLow), status.basic.LastWriteTime.QuadPart,
-          status.basic.ChangeTime.QuadPart};
+// A pipe or a console has no identity, and reading it could block forever. On ReFS two files can
+// have the same 64-bit number, but hardly the same size and times as well.
+std::optional<FileStatus> QueryStatus(const Handle& file) noexcept {
+  BY_HANDLE_FILE_INFORMATION found{};
+  FILE_BASIC_INFO basic{};
+  if (GetFileType(file.get()) != FILE_TYPE_DISK) {
+    SetLastError(ERROR_NOT_SUPPORTED);
+    return {};
+  }
+  if (!GetFileInformationByHandle(file.get(), &found) ||
+      !GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic))
+    return {};
+  const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
+  return FileStatus{{found.dwVolumeSerialNumber, join(found.nFileIndexHigh, found.nFileIndexLow),
+                     join(found.nFileSizeHigh, found.nFileSizeLow), basic.LastWriteTime.QuadPart,
+                     basic.ChangeTime.QuadPart},
+                    found.dwFileAttributes,
+                    basic.CreationTime};
 }
 
-ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,
+ReadStatus ReadOpenFile(const Handle& file, std::uint64_t size, std::size_t limit,
                         std::string& bytes) {
-  const auto readSome = [&file](char* buffer, DWORD size) {
+  const auto readSome = [&file](char* buffer, DWORD capacity) {
     DWORD count = 0;
     // Part of a file may be locked.
     const bool isRead = RetryWhileInUse(
-        [&] { return ReadFile(file.get(), buffer, size, &count, nullptr); }, IsInUse);
+        [&] { return ReadFile(file.get(), buffer, capacity, &count, nullptr); }, IsInUse);
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
-  return ReadToEnd(readSome, IdentityOf(status).size, limit, bytes);
+  return ReadToEnd(readSome, size, limit, bytes);
 }
 
 ReadStatus ReadWholeFile(const FileName& name, std::size_t limit, std::string& bytes,
                          FileState& state) {
   const Handle file = OpenExisting(name.native(), GENERIC_READ, FILE_FLAG_SEQUENTIAL_SCAN);
   if (!file) return OpeningStatus(GetLastError());
-  FileStatus status;
-  if (!QueryStatus(file, status)) return ReadStatus::Unreadable;
-  state = StateAt(CurrentTime(), second, IdentityOf(status), ReadAccess(file, status));
-  return ReadOpenFile(file, status, limit, bytes);
+  const std::optional<FileStatus> status = QueryStatus(file);
+  if (!status) return ReadStatus::Unreadable;
+  state = StateNow(status->identity, ReadAccess(file, *status));
+  return ReadOpenFile(file, status->identity.size, limit, bytes);
 }
 
 } // namespace platform

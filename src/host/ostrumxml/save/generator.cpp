@@ -18,7 +18,8 @@
 namespace Ostrum {
 namespace {
 
-// A text in more pieces is joined, since each piece costs a call of the system.
+// A short text, or one in many pieces, is joined, since each piece costs a call of the system.
+constexpr std::size_t maxJoined = 16'384; // bytes
 constexpr std::size_t maxPieces = 64;
 
 std::string NewAttributeMarkup(const ElementChange& change) {
@@ -163,7 +164,7 @@ GeneratedText::GeneratedText(const DocumentData& data) : edits(EditsOf(data)), s
   }
   pieces.push_back(data.Between(copied, static_cast<std::uint32_t>(data.fileSize)));
   if (size > INT_MAX) throw std::length_error("the document grew beyond what can be parsed");
-  if (pieces.size() <= maxPieces) return;
+  if (size > maxJoined && pieces.size() <= maxPieces) return;
   joined = Joined();
   pieces = {joined};
 }

@@ -1,6 +1,6 @@
-// Open files and their status.
-#ifndef TARVIK_PLATFORM_WINDOWS_HANDLE_H
-#define TARVIK_PLATFORM_WINDOWS_HANDLE_H
+// Open files: their status, and who may access them.
+#ifndef TARVIK_PLATFORM_WINDOWS_OPEN_FILE_H
+#define TARVIK_PLATFORM_WINDOWS_OPEN_FILE_H
 
 #include <windows.h>
 
@@ -36,7 +36,7 @@ bool IsInUse() noexcept;
 // Virus scanners, indexers and other writers hold files briefly. False on failure, and GetLastError
 // tells why.
 template <class Call, class Test>
-bool RetryWhileInUse(Call call, Test isInUse) noexcept {
+bool RetryWhileInUse(Call call, Test isInUse) {
   constexpr int maxAttempts = 13;
   constexpr DWORD maxPause = 200; // milliseconds
   DWORD pause = 5;
@@ -68,23 +68,35 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noe
 ReadStatus OpeningStatus(DWORD error) noexcept;
 
 struct FileStatus {
-  BY_HANDLE_FILE_INFORMATION file{};
-  FILE_BASIC_INFO basic{};
+  FileIdentity identity;
+  DWORD attributes = 0;
+  LARGE_INTEGER creationTime{};
 };
 
-// False if it is not a disk file or the status cannot be read, and GetLastError tells why.
-bool QueryStatus(const Handle& file, FileStatus& status) noexcept;
+// Nothing if it is not a disk file or the status cannot be read, and GetLastError tells why.
+std::optional<FileStatus> QueryStatus(const Handle& file) noexcept;
 
-// Times are in units of 100 nanoseconds since 1601.
-inline constexpr std::int64_t second = 10'000'000;
+// What a new file gets from the one that it replaces, or from one that has vanished. The owner is
+// not part of it: a file belongs to the user who saves.
+struct Access {
+  DWORD attributes = 0;
+  // A security descriptor that has an access list only; empty if the file system has none.
+  std::vector<unsigned char> accessList;
+};
 
-// From the system's most precise clock.
-std::int64_t CurrentTime() noexcept;
+// Both throw std::bad_alloc. `file` must be open with the right READ_CONTROL.
+std::shared_ptr<const Access> ReadAccess(const Handle& file, const FileStatus& status);
+std::vector<unsigned char> ReadAccessList(const Handle& file);
 
-FileIdentity IdentityOf(const FileStatus& status) noexcept;
+// Whether both lists grant and inherit the same.
+bool AreEqualAccessLists(const std::vector<unsigned char>& left,
+                         const std::vector<unsigned char>& right) noexcept;
 
-// Reads from the current position to the end.
-ReadStatus ReadOpenFile(const Handle& file, const FileStatus& status, std::size_t limit,
+// `file` must be open with the right WRITE_DAC. False on failure, and GetLastError tells why.
+bool WriteAccessList(const Handle& file, std::vector<unsigned char> list) noexcept;
+
+// Reads from the current position to the end of a file of about that size.
+ReadStatus ReadOpenFile(const Handle& file, std::uint64_t size, std::size_t limit,
                         std::string& bytes);
 
 } // namespace platform
