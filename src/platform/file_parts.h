@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <new>
 #include <system_error>
 #include <type_traits>
 
@@ -33,18 +32,21 @@ inline std::string TemporaryName(std::uint64_t number) {
   return text;
 }
 
-// The same with 64 random bits. Throws std::system_error or std::bad_alloc.
+// The same with 64 random bits. Throws std::system_error and std::bad_alloc.
 inline std::string TemporaryName() {
   std::uint64_t number = 0;
   if (FillRandom(&number, sizeof number)) return TemporaryName(number);
-  if (errno == ENOMEM) throw std::bad_alloc();
   throw std::system_error(errno, std::generic_category(), "cannot generate a random name");
 }
 
-// By the system's most precise clock, in the unit and from the zero of the times of its files.
-std::int64_t CurrentTime() noexcept;
-extern const std::int64_t second; // in that unit
-
+// By the system's most precise clock, in units of 100 nanoseconds since 1970, as all times of files
+// here: some file systems store no finer ones.
+inline constexpr std::int64_t second = 10'000'000;
+inline std::int64_t CurrentTime() noexcept {
+  using Units = std::chrono::duration<std::int64_t, std::ratio<1, second>>;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<Units>(now).count();
+}
 // The state of a file now. A save that sets the modification time gives it as stampedAt: a time
 // that was stored exactly shows every later change. Other times come from a clock that may advance
 // only every two seconds.

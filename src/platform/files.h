@@ -25,7 +25,7 @@ using FileName = std::filesystem::path;
 FileName AbsoluteFileName(const char* bytes, const wchar_t* wide);
 
 // Identifies a version of a file. If the file is changed or replaced, at least one member differs.
-// The units are the system's.
+// Times are in units of 100 nanoseconds since 1970.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t number = 0; // of the file, unique on the device

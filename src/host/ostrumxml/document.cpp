@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <memory>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
 #include "host/ostrumxml/save/generator.h"

@@ -6,21 +6,13 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
-#include <chrono>
 #include <climits>
-#include <filesystem>
 #include <fstream>
-#include <new>
-#include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <thread>
 
 #include "corekit/corekit.h"
-#include "host/ostrumxml/document.h"
-#include "host/ostrumxml/read/decode.h"
 #include "host/ostrumxml/save/generator.h"
-#include "platform/platform.h"
 
 namespace Ostrum {
 namespace {

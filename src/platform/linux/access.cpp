@@ -10,8 +10,6 @@
 #include <sys/xattr.h>
 
 #include <algorithm>
-#include <cassert>
-#include <cstring>
 
 namespace platform {
 namespace {
@@ -56,7 +54,7 @@ AccessList ReadAccessList(int file) {
   const std::string value = ReadAttribute(file, accessList).value_or("");
   const std::size_t start = std::min(sizeof(posix_acl_xattr_header), value.size());
   AccessList list((value.size() - start) / sizeof(posix_acl_xattr_entry));
-  std::memcpy(list.data(), value.data() + start, list.size() * sizeof list[0]);
+  value.copy(reinterpret_cast<char*>(list.data()), list.size() * sizeof list[0], start);
   if (FindEntry(list, ACL_MASK) == nullptr) list.clear(); // says no more than the mode
   return list;
 }
@@ -128,19 +126,17 @@ bool IsGranted(const Access& access, uid_t user, mode_t wanted) {
     return (wanted & ~(permissions & access.mode >> 3)) == 0; // the mode's group bits are the mask
   };
   const auto isMemberOf = [&](gid_t group) { return std::ranges::count(groups, group) > 0; };
-  bool isMember = access.list.empty() && isMemberOf(access.group);
-  bool isGranted = isMember && allows(readWriteExecute);
+  std::optional<bool> byGroup; // nothing if the user is in no group of the file
+  if (access.list.empty() && isMemberOf(access.group)) byGroup = allows(readWriteExecute);
   for (const posix_acl_xattr_entry& entry : access.list) {
     const std::uint32_t id = le32toh(entry.e_id);
     const int tag = le16toh(entry.e_tag);
-    if (tag == ACL_USER && id == user) return allows(le16toh(entry.e_perm));
-    const bool isOwnGroup =
-        (tag == ACL_GROUP_OBJ && isMemberOf(access.group)) || (tag == ACL_GROUP && isMemberOf(id));
-    isMember = isMember || isOwnGroup;
-    isGranted = isGranted || (isOwnGroup && allows(le16toh(entry.e_perm)));
+    const bool isAllowed = allows(le16toh(entry.e_perm));
+    if (tag == ACL_USER && id == user) return isAllowed;
+    if ((tag == ACL_GROUP_OBJ && isMemberOf(access.group)) || (tag == ACL_GROUP && isMemberOf(id)))
+      byGroup = byGroup.value_or(false) || isAllowed;
   }
-  if (isMember) return isGranted;
-  return (wanted & ~access.mode) == 0;
+  return byGroup.value_or((wanted & ~access.mode) == 0);
 }
 
 // Sets owner and group of an open file as far as possible, the group alone if the owner cannot be

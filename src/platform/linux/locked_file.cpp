@@ -104,9 +104,8 @@ class TemporaryFile {
     }
     // The system's own timestamps come from a clock that advances every few milliseconds, so an
     // edit in between would not show. A failure is noticed when the time is compared.
-    constexpr std::int64_t unit = 100; // nanoseconds; some file systems store times in this unit
-    stampedAt = CurrentTime() / unit * unit;
-    const timespec times[] = {{0, UTIME_OMIT}, {stampedAt / second, stampedAt % second}};
+    stampedAt = CurrentTime();
+    const timespec times[] = {{0, UTIME_OMIT}, {stampedAt / second, stampedAt % second * 100}};
     Uninterrupted(futimens, file.Number(), times);
   }
 

@@ -1,7 +1,5 @@
 // Reading files, and what identifies a version of one. Opening never blocks on a pipe or a device,
 // which could take forever.
-#include <algorithm>
-#include <chrono>
 #include <thread>
 
 #include "platform/file_parts.h"
@@ -9,17 +7,11 @@
 
 namespace platform {
 
-constexpr std::int64_t second = 1'000'000'000; // all times here are nanoseconds since 1970
-
 FileName AbsoluteFileName(const char* bytes, const wchar_t*) {
   std::error_code noFolder;
   FileName absolute = std::filesystem::absolute(bytes, noFolder);
   if (noFolder) return bytes;
   return absolute;
-}
-
-std::int64_t CurrentTime() noexcept {
-  return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
 FileDescriptor OpenUnleased(const FileName& name, int flags, Deadline deadline) noexcept {
@@ -42,9 +34,9 @@ std::optional<FileStatus> QueryStatus(int file, const char* name) noexcept {
   if (Uninterrupted(statx, file, name, flags, STATX_BASIC_STATS | STATX_BTIME, &found) != 0)
     return {};
   const auto time = [](const statx_timestamp& stamp) {
-    // Times too far from 1970 to be counted in nanoseconds become the farthest possible.
-    constexpr std::int64_t maxSeconds = INT64_MAX / second - 1;
-    return std::clamp<std::int64_t>(stamp.tv_sec, -maxSeconds, maxSeconds) * second + stamp.tv_nsec;
+    // Unsigned, since times of files can be as far from 1970 as the numbers reach.
+    const auto seconds = static_cast<std::uint64_t>(stamp.tv_sec);
+    return static_cast<std::int64_t>(seconds * second + stamp.tv_nsec / 100);
   };
   const std::uint64_t device = std::uint64_t{found.stx_dev_major} << 32 | found.stx_dev_minor;
   return FileStatus{{device, found.stx_ino, found.stx_size, time(found.stx_mtime),

@@ -156,7 +156,7 @@ class TemporaryFile {
     stampedAt = CurrentTime();
     FILE_BASIC_INFO basic{};
     basic.CreationTime = creationTime;
-    basic.LastWriteTime.QuadPart = stampedAt;
+    basic.LastWriteTime.QuadPart = stampedAt + start1970;
     SetAttributes(basic, finalAttributes | FILE_ATTRIBUTE_HIDDEN);
     if (!FlushFileBuffers(file.get())) ThrowSystemFailure("cannot flush to the disk");
 

@@ -67,6 +67,9 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags = 0) noe
 // What an opening that failed with this error means.
 ReadStatus OpeningStatus(DWORD error) noexcept;
 
+// From the zero of the times of files, 1601, to that of the times here, in their common unit.
+inline constexpr std::int64_t start1970 = 11'644'473'600 * 10'000'000;
+
 struct FileStatus {
   FileIdentity identity;
   DWORD attributes = 0;

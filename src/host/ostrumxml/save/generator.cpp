@@ -5,11 +5,8 @@
 #include <algorithm>
 #include <cassert>
 #include <climits>
-#include <cstdint>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
-#include <vector>
 
 #include "host/ostrumxml/data/content_walker.h"
 #include "host/ostrumxml/data/element_layout.h"

@@ -1,10 +1,11 @@
-// Reading files, and what identifies a version of one. Another program may hold a file for a
-// moment, so opening and reading are tried again for a while.
+// Another program may hold a file for a moment, so opening and reading are tried again for a while.
+// Access lists are read, compared and written whole; what their entries mean is the system's
+// business.
 #include <windows.h>
 // After windows.h, which it needs.
 #include <winternl.h>
 
-#include <chrono>
+#include <cassert>
 
 #include "platform/file_parts.h"
 #include "platform/windows/open_file.h"
@@ -13,9 +14,6 @@
 extern "C" NTSYSAPI NTSTATUS NTAPI RtlGetLastNtStatus();
 
 namespace platform {
-
-constexpr std::int64_t second = 10'000'000; // all times here are units of 100 ns since 1601
-
 namespace {
 
 // Folder, drive, server, share and names that cannot exist included.
@@ -25,12 +23,40 @@ constexpr DWORD missingErrors[] = {
 
 constexpr auto deletePending = static_cast<NTSTATUS>(0xC0000056); // STATUS_DELETE_PENDING
 
+// A descriptor's access list in a form that can be compared.
+struct ComparableList {
+  bool isProtected = false;             // from the folder's inheritable entries
+  bool isAbsent = true;                 // everyone has all access
+  std::basic_string_view<BYTE> entries; // the bytes in use
+
+  bool operator==(const ComparableList&) const = default;
+};
+
+ComparableList ListIn(const std::vector<unsigned char>& descriptor) noexcept {
+  ComparableList list;
+  if (descriptor.empty()) return list;
+  auto* const bytes = const_cast<unsigned char*>(descriptor.data()); // the calls only read
+  SECURITY_DESCRIPTOR_CONTROL control = 0;
+  DWORD revision = 0;
+  GetSecurityDescriptorControl(bytes, &control, &revision);
+  list.isProtected = (control & SE_DACL_PROTECTED) != 0;
+  BOOL isPresent = FALSE;
+  BOOL isDefaulted = FALSE;
+  ACL* acl = nullptr;
+  ACL_SIZE_INFORMATION size{};
+  if (!GetSecurityDescriptorDacl(bytes, &isPresent, &acl, &isDefaulted) || acl == nullptr ||
+      !GetAclInformation(acl, &size, sizeof size, AclSizeInformation))
+    return list;
+  assert(size.AclBytesInUse >= sizeof *acl);
+  list.isAbsent = false;
+  list.entries = {reinterpret_cast<const BYTE*>(acl + 1), size.AclBytesInUse - sizeof *acl};
+  return list;
+}
+
 } // namespace
 
 ReadStatus OpeningStatus(DWORD error) noexcept {
-  const bool isMissing = std::find(std::begin(missingErrors), std::end(missingErrors), error) !=
-                         std::end(missingErrors);
-  if (isMissing) return ReadStatus::Missing;
+  if (std::ranges::count(missingErrors, error) > 0) return ReadStatus::Missing;
   return ReadStatus::Unreadable;
 }
 
@@ -69,14 +95,6 @@ Handle OpenExisting(const std::wstring& name, DWORD access, DWORD flags) noexcep
   return file;
 }
 
-std::int64_t CurrentTime() noexcept {
-  using Units = std::chrono::duration<std::int64_t, std::ratio<1, second>>;
-  constexpr std::int64_t start1970 = 11'644'473'600 * second;
-  return start1970 +
-         std::chrono::duration_cast<Units>(std::chrono::system_clock::now().time_since_epoch())
-             .count();
-}
-
 // A pipe or a console has no identity, and reading it could block forever. On ReFS two files can
 // have the same 64-bit number, but hardly the same size and times as well.
 std::optional<FileStatus> QueryStatus(const Handle& file) noexcept {
@@ -90,11 +108,39 @@ std::optional<FileStatus> QueryStatus(const Handle& file) noexcept {
       !GetFileInformationByHandleEx(file.get(), FileBasicInfo, &basic, sizeof basic))
     return {};
   const auto join = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
-  return FileStatus{{found.dwVolumeSerialNumber, join(found.nFileIndexHigh, found.nFileIndexLow),
-                     join(found.nFileSizeHigh, found.nFileSizeLow), basic.LastWriteTime.QuadPart,
-                     basic.ChangeTime.QuadPart},
-                    found.dwFileAttributes,
-                    basic.CreationTime};
+  return FileStatus{
+      {found.dwVolumeSerialNumber, join(found.nFileIndexHigh, found.nFileIndexLow),
+       join(found.nFileSizeHigh, found.nFileSizeLow), basic.LastWriteTime.QuadPart - start1970,
+       basic.ChangeTime.QuadPart - start1970},
+      found.dwFileAttributes,
+      basic.CreationTime};
+}
+
+std::shared_ptr<const Access> ReadAccess(const Handle& file, const FileStatus& status) {
+  return std::make_shared<const Access>(Access{status.attributes, ReadAccessList(file)});
+}
+
+std::vector<unsigned char> ReadAccessList(const Handle& file) {
+  std::vector<unsigned char> list;
+  DWORD size = 0;
+  while (!GetKernelObjectSecurity(file.get(), DACL_SECURITY_INFORMATION, list.data(),
+                                  static_cast<DWORD>(list.size()), &size)) {
+    if (GetLastError() != ERROR_INSUFFICIENT_BUFFER) return {};
+    list.resize(size);
+  }
+  return list;
+}
+
+bool AreEqualAccessLists(const std::vector<unsigned char>& left,
+                         const std::vector<unsigned char>& right) noexcept {
+  return ListIn(left) == ListIn(right);
+}
+
+// Inherited entries keep following the folder.
+bool WriteAccessList(const Handle& file, std::vector<unsigned char> list) noexcept {
+  return SetSecurityDescriptorControl(list.data(), SE_DACL_AUTO_INHERIT_REQ,
+                                      SE_DACL_AUTO_INHERIT_REQ) &&
+         SetKernelObjectSecurity(file.get(), DACL_SECURITY_INFORMATION, list.data());
 }
 
 ReadStatus ReadOpenFile(const Handle& file, std::uint64_t size, std::size_t limit,
