@@ -176,13 +176,13 @@ std::string GeneratedText::Joined() const {
 
 bool GeneratedText::operator==(const GeneratedText& other) const {
   if (size != other.size) return false; // nearly always
-  const std::string joined = Joined();
-  std::string_view rest = joined;
-  return std::ranges::all_of(other.pieces, [&rest](std::string_view piece) {
-    const bool isNext = rest.starts_with(piece);
-    if (isNext) rest.remove_prefix(piece.size());
-    return isNext;
-  });
+  const std::string whole = Joined();
+  std::size_t at = 0;
+  for (const std::string_view piece : other.pieces) {
+    if (whole.compare(at, piece.size(), piece) != 0) return false;
+    at += piece.size();
+  }
+  return true;
 }
 
 } // namespace Ostrum
