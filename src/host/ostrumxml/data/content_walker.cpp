@@ -24,11 +24,11 @@ bool ContentWalker::Next(Piece& piece) {
 
 bool HasTagOrUnknownEntity(const DocumentData& data, std::string_view part) {
   if (part.find('&') == std::string_view::npos) return false; // a tag here is an entity's
+  std::string text;
   ContentWalker walker(data, part);
   for (Piece piece{}; walker.Next(piece);) {
     if (piece.kind >= PieceKind::StartTag) return true;
-    const bool isEntity = piece.kind == PieceKind::Reference && !piece.inside.starts_with('#');
-    if (isEntity && !IsPredefined(piece.inside)) return true;
+    if (piece.kind == PieceKind::Reference && !AppendReference(piece.inside, text)) return true;
   }
   return false;
 }
@@ -56,10 +56,12 @@ void TextReader::AppendRest(std::string& text, std::size_t limit) {
 void TextReader::AppendLiteral(std::string_view characters, std::string& text,
                                std::size_t limit) const {
   const auto start = static_cast<std::ptrdiff_t>(text.size());
+  // Normalization takes at most every other byte.
+  characters = characters.substr(0, 2 * std::min(characters.size(), limit - text.size()));
   if (data.IsInFile(data.OffsetOf(characters))) {
-    AppendCharacters(characters, text, limit);
+    AppendCharacters(characters, text);
   } else {
-    text += characters.substr(0, limit - text.size());
+    text += characters;
   }
   if (source == Source::AttributeValue)
     std::replace_if(text.begin() + start, text.end(), IsWhiteSpace, ' ');

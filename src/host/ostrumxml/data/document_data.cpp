@@ -14,9 +14,9 @@ ElementChange::NewAttributes() const {
 }
 
 std::optional<std::string_view> DocumentData::EntityText(std::string_view name) const {
-  const auto entry = entities.find(name);
-  if (entry == entities.end()) return std::nullopt;
-  return Between(entry->second.start, entry->second.start + entry->second.length);
+  const EntityPlace* const place = FindIn(entities, name);
+  if (place == nullptr) return std::nullopt;
+  return Between(place->start, place->start + place->length);
 }
 
 std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
@@ -26,29 +26,21 @@ std::uint32_t DocumentData::FirstChild(std::uint32_t element) const noexcept {
     if (IsRemoved(first)) first = NextSibling(first);
     if (first != 0) return first;
   }
-  const ElementChange* const change = FindChange(element);
-  if (change == nullptr || change->created.empty()) return 0;
-  return change->created.front();
+  const std::vector<std::uint32_t>& created = ChangeOf(element).created;
+  if (created.empty()) return 0;
+  return created.front();
 }
 
-ElementChange& DocumentData::ChangeOf(std::uint32_t element) {
+const ElementChange& DocumentData::ChangeOf(std::uint32_t element) const {
+  static const ElementChange none;
+  if ((elements[element].flags & element_flags::changed) == 0) return none;
+  return changes.at(element);
+}
+
+ElementChange& DocumentData::AddChange(std::uint32_t element) {
   ElementChange& change = changes[element];
   elements[element].flags |= element_flags::changed;
   return change;
-}
-
-const ElementChange* DocumentData::FindChange(std::uint32_t element) const {
-  if ((elements[element].flags & element_flags::changed) == 0) return nullptr;
-  return &changes.at(element);
-}
-
-const ElementChange::SetAttribute* DocumentData::FindSetAttribute(std::uint32_t element,
-                                                                  std::string_view name) const {
-  const ElementChange* const change = FindChange(element);
-  if (change == nullptr) return nullptr;
-  const auto set = change->attributes.find(name);
-  if (set == change->attributes.end()) return nullptr;
-  return &set->second;
 }
 
 bool DocumentData::CanHold(std::string_view elementName, std::string_view attributeName,

@@ -18,6 +18,14 @@
 
 namespace Ostrum {
 
+// The value under a key, or null.
+template <class Map, class Key>
+const typename Map::mapped_type* FindIn(const Map& map, const Key& key) {
+  const auto entry = map.find(key);
+  if (entry == map.end()) return nullptr;
+  return &entry->second;
+}
+
 // Offsets into the source of a document.
 struct SourceRange {
   std::uint32_t start, end;
@@ -42,9 +50,9 @@ class Gaps {
     return std::prev(next)->first;
   }
   std::uint32_t After(std::uint32_t offset) const noexcept {
-    const auto gap = ends.find(offset);
-    if (gap == ends.end()) return offset;
-    return gap->second;
+    const std::uint32_t* const end = FindIn(ends, offset);
+    if (end == nullptr) return offset;
+    return *end;
   }
 
   // Pairs of start and end, in order.
@@ -112,25 +120,23 @@ struct DocumentData {
     return (elements[element].flags & element_flags::removed) != 0;
   }
 
-  ElementChange& ChangeOf(std::uint32_t element); // added if there is none
-  const ElementChange* FindChange(std::uint32_t element) const;
+  // Empty if nothing was changed.
+  const ElementChange& ChangeOf(std::uint32_t element) const;
+  ElementChange& AddChange(std::uint32_t element); // or the one that there is
   // Null if the attribute was neither set nor removed.
   const ElementChange::SetAttribute* FindSetAttribute(std::uint32_t element,
-                                                      std::string_view name) const;
+                                                      std::string_view name) const {
+    return FindIn(ChangeOf(element).attributes, name);
+  }
   const AttributeDeclarations* FindDeclarations(std::string_view elementName) const {
-    if (declarations.empty()) return nullptr; // in nearly all documents
-    const auto entry = declarations.find(elementName);
-    if (entry == declarations.end()) return nullptr;
-    return &entry->second;
+    return FindIn(declarations, elementName);
   }
   // Inline, since every attribute read asks for it.
   const AttributeDeclaration* FindDeclaration(std::string_view elementName,
                                               std::string_view attributeName) const {
     const AttributeDeclarations* const declared = FindDeclarations(elementName);
     if (declared == nullptr) return nullptr;
-    const auto entry = declared->find(attributeName);
-    if (entry == declared->end()) return nullptr;
-    return &entry->second;
+    return FindIn(*declared, attributeName);
   }
   // Whether the attribute's declared type, if it has one, keeps the value unchanged.
   bool CanHold(std::string_view elementName, std::string_view attributeName,

@@ -19,7 +19,7 @@ std::uint32_t ElementLayout::End() const noexcept {
 
 std::vector<std::string_view> ElementLayout::Stretches() const {
   std::vector<SourceRange> excluded;
-  for (const auto& [start, end] : RemovedChildren()) excluded.push_back({start, end});
+  for (const auto& [start, end] : data.ChangeOf(element).gaps) excluded.push_back({start, end});
   for (auto child = data.FirstChild(element); child != 0; child = data.NextSibling(child)) {
     const ElementLayout layout(data, child);
     if (layout.IsInside(record)) excluded.push_back({layout.record.tagStart, layout.End()});
@@ -36,15 +36,8 @@ std::vector<std::string_view> ElementLayout::Stretches() const {
   return stretches;
 }
 
-const Gaps& ElementLayout::RemovedChildren() const {
-  static const Gaps none;
-  const ElementChange* const change = data.FindChange(element);
-  if (change == nullptr) return none;
-  return change->gaps;
-}
-
 ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset) const {
-  const Gaps& gaps = RemovedChildren();
+  const Gaps& gaps = data.ChangeOf(element).gaps;
   Space space{offset, {}};
   for (;;) {
     const std::uint32_t end = gaps.Before(space.start);
@@ -73,9 +66,9 @@ SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   const ElementLayout layout(data, child);
   assert(layout.IsInside(record));
   const SourceRange itself{layout.record.tagStart, layout.End()};
-  const ElementChange* const change = data.FindChange(element);
-  if (change != nullptr && change->text) return itself;
-  const Gaps& gaps = RemovedChildren();
+  const ElementChange& change = data.ChangeOf(element);
+  if (change.text) return itself;
+  const Gaps& gaps = change.gaps;
   std::uint32_t start = gaps.Before(itself.start);
   while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
   std::uint32_t end = gaps.After(itself.end);

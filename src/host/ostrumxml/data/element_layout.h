@@ -56,7 +56,6 @@ class ElementLayout {
   std::vector<std::string_view> Stretches() const;
 
  private:
-  const Gaps& RemovedChildren() const;
   Space SpaceBefore(std::uint32_t offset) const;
 
   bool IsInside(const ElementRecord& parent) const noexcept {

@@ -3,23 +3,23 @@
 #include <algorithm>
 #include <cassert>
 #include <cstddef>
-#include <iterator>
 
 #include "host/ostrumxml/data/byte_scan.h"
 
 namespace Ostrum {
 namespace {
 
-// The pieces that are recognized by their first characters and end with a fixed string.
+// What a piece begins and ends with. The first whose beginning fits is taken; tags and text end
+// otherwise.
 struct Delimited {
   PieceKind kind;
   std::string_view opening, closing;
 };
-constexpr Delimited delimitedPieces[] = {{PieceKind::Reference, "&", ";"},
-                                         {PieceKind::CData, "<![CDATA[", "]]>"},
-                                         {PieceKind::Other, "<!--", "-->"},
-                                         {PieceKind::Other, "<?", "?>"},
-                                         {PieceKind::EndTag, "</", ">"}};
+constexpr Delimited forms[] = {
+    {PieceKind::Reference, "&", ";"},  {PieceKind::CData, "<![CDATA[", "]]>"},
+    {PieceKind::Other, "<!--", "-->"}, {PieceKind::Other, "<?", "?>"},
+    {PieceKind::EndTag, "</", ">"},    {PieceKind::StartTag, "<", ""},
+    {PieceKind::Text, "", ""}};
 
 // The maximum size of a piece of text in bytes, so that reading the beginning of a long text does
 // not process all of it.
@@ -30,13 +30,11 @@ void SkipWhiteSpace(std::string_view& text) noexcept {
 }
 
 std::size_t TextLength(std::string_view rest) noexcept {
-  const std::string_view ahead = rest.substr(0, maxTextPiece);
-  const std::string_view text = ahead.substr(0, ahead.find('<'));
-  const std::size_t length = std::min(text.size(), text.find('&'));
-  if (length < ahead.size()) return length;
+  const std::size_t length = LengthBefore(rest.substr(0, maxTextPiece),
+                                          [](auto byte) { return (byte == '<') | (byte == '&'); });
   // Does not split "\r\n".
-  if (rest.size() > ahead.size() && ahead.back() == '\r') return ahead.size() - 1;
-  return ahead.size();
+  if (length == maxTextPiece && length < rest.size() && rest[length - 1] == '\r') return length - 1;
+  return length;
 }
 
 // The length of the tag at the start of the text, from "<" to ">".
@@ -79,24 +77,17 @@ bool TagScanner::Next(RawAttribute& attribute) noexcept {
 
 bool PieceScanner::Next(Piece& piece) noexcept {
   if (rest.empty()) return false;
-  Delimited form{PieceKind::Text, "", ""};
-  std::size_t length = 0;
-  const auto isNext = [this](const Delimited& each) { return rest.starts_with(each.opening); };
-  if (rest.front() != '&' && rest.front() != '<') {
-    length = TextLength(rest);
-  } else if (const auto* const found = std::ranges::find_if(delimitedPieces, isNext);
-             found != std::end(delimitedPieces)) {
-    form = *found;
-    length = rest.find(form.closing, form.opening.size()) + form.closing.size();
-  } else {
-    length = TagLength(rest);
-    form.kind = PieceKind::StartTag;
-    if (rest[length - 2] == '/') form.kind = PieceKind::EmptyTag;
-  }
+  const Delimited& form = *std::ranges::find_if(
+      forms, [this](const Delimited& each) { return rest.starts_with(each.opening); });
+  std::size_t length = rest.find(form.closing, form.opening.size()) + form.closing.size();
+  if (form.kind == PieceKind::StartTag) length = TagLength(rest);
+  if (form.kind == PieceKind::Text) length = TextLength(rest);
   const std::size_t delimiters = form.opening.size() + form.closing.size();
   assert(length > 0 && length >= delimiters && length <= rest.size());
   piece = {form.kind, rest.substr(0, length),
            rest.substr(form.opening.size(), length - delimiters)};
+  const bool isEmptyTag = form.kind == PieceKind::StartTag && rest[length - 2] == '/';
+  if (isEmptyTag) piece.kind = PieceKind::EmptyTag;
   rest.remove_prefix(length);
   return true;
 }

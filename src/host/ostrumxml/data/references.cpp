@@ -41,24 +41,24 @@ bool IsPredefined(std::string_view entityName) noexcept {
   return std::ranges::find(escapes, entityName, &Escaped::name) != std::end(escapes);
 }
 
-void AppendCharacters(std::string_view raw, std::string& text, std::size_t limit) {
-  while (!raw.empty() && text.size() < limit) {
-    const std::string_view part = raw.substr(0, limit - text.size());
-    const std::string_view line = part.substr(0, part.find('\r'));
-    text += line;
-    raw.remove_prefix(line.size());
-    if (line.size() == part.size()) continue;
+void AppendCharacters(std::string_view raw, std::string& text) {
+  for (;;) {
+    const std::size_t line = raw.find('\r');
+    text += raw.substr(0, line);
+    if (line == std::string_view::npos) return;
     text += '\n';
-    raw.remove_prefix(raw.starts_with("\r\n") ? 2 : 1);
+    raw.remove_prefix(line + 1);
+    if (raw.starts_with('\n')) raw.remove_prefix(1);
   }
 }
 
-void AppendReference(std::string_view name, std::string& text) {
+bool AppendReference(std::string_view name, std::string& text) {
   assert(!name.empty());
   if (name.front() != '#') {
     const auto* const entity = std::ranges::find(escapes, name, &Escaped::name);
-    if (entity != std::end(escapes)) text += entity->character;
-    return;
+    if (entity == std::end(escapes)) return false;
+    text += entity->character;
+    return true;
   }
   name.remove_prefix(1);
   int base = 10;
@@ -68,7 +68,7 @@ void AppendReference(std::string_view name, std::string& text) {
   }
   std::uint32_t character = 0;
   std::from_chars(name.data(), name.data() + name.size(), character, base);
-  AppendUtf8(character, text);
+  return AppendUtf8(character, text);
 }
 
 std::string FoldSpaces(std::string_view value) {

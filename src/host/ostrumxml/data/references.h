@@ -2,7 +2,6 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_REFERENCES_H
 #define TARVIK_HOST_OSTRUMXML_DATA_REFERENCES_H
 
-#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -11,14 +10,12 @@ namespace Ostrum {
 // Whether XML itself defines an entity of that name.
 bool IsPredefined(std::string_view entityName) noexcept;
 
-// Appends character data without references, with normalized line endings, until text has
-// `limit` bytes.
-void AppendCharacters(std::string_view raw, std::string& text,
-                      std::size_t limit = std::string::npos);
+// Appends character data without references, with normalized line endings.
+void AppendCharacters(std::string_view raw, std::string& text);
 
 // Appends the character for a reference, of which the name is given: "#..." for a character
-// reference. Appends nothing for an entity that XML does not predefine.
-void AppendReference(std::string_view name, std::string& text);
+// reference. False, with nothing appended, for an entity that XML does not predefine.
+bool AppendReference(std::string_view name, std::string& text);
 
 // Removes spaces at the ends and reduces others to one each, as XML does for tokenized attribute
 // values.

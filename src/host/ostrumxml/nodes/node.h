@@ -127,12 +127,13 @@ class Value {
 
  private:
   friend class Element;
-  // Where the text comes from. A tokenized attribute is folded; leads are the white space before
-  // new children.
-  enum class Form { Decoded, Content, ContentWithLeads, Attribute, Tokenized };
+  // Where the text comes from: only from the document type, from what was set, or from the source.
+  // A tokenized attribute is folded; leads are the white space before new children.
+  enum class Form { Declared, Set, Content, ContentWithLeads, Attribute, Tokenized };
   Value(Element owner, std::string_view text, Form form) noexcept
       : owner(owner), text(text), form(form) {}
 
+  bool IsInSource() const noexcept { return form > Form::Set; }
   bool IsContent() const noexcept {
     return form == Form::Content || form == Form::ContentWithLeads;
   }
@@ -141,7 +142,7 @@ class Value {
 
   Element owner;
   std::string_view text; // the value, or how it is written in the source
-  Form form = Form::Decoded;
+  Form form = Form::Declared;
 };
 
 } // namespace Ostrum

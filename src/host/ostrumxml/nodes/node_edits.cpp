@@ -34,8 +34,7 @@ void Element::RequireChangeable() const {
 bool Element::TextCanBeReplaced() const {
   if (!CanBeChanged()) return false;
   const DocumentData& data = Data();
-  const ElementChange* const change = data.FindChange(number);
-  if (change != nullptr && change->text) return true; // it has been replaced already
+  if (data.ChangeOf(number).text) return true; // it has been replaced already
   return std::ranges::none_of(ElementLayout(data, number).Stretches(), [&data](auto stretch) {
     return HasTagOrUnknownEntity(data, stretch);
   });
@@ -50,10 +49,10 @@ void Element::SetText(std::string_view text) {
   if (std::string scratch; Text().GetValue(scratch) == text) return;
   DocumentData& data = Data();
   document->judgedValues.clear();
-  ElementChange& change = data.ChangeOf(number);
+  ElementChange& change = data.AddChange(number);
   change.text = text;
   // The white space before the new children was text of this element.
-  for (const std::uint32_t child : change.created) data.ChangeOf(child).lead.clear();
+  for (const std::uint32_t child : change.created) data.AddChange(child).lead.clear();
 }
 
 void Element::SetAttribute(std::string_view name, std::string_view value) {
@@ -66,32 +65,28 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
   if (present.IsNull() && !IsXmlName(name)) throw std::invalid_argument("not an XML name");
   std::string scratch;
   // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
-  if (present.form != Value::Form::Decoded && !HasTagOrUnknownEntity(data, present.text) &&
+  if (present.IsInSource() && !HasTagOrUnknownEntity(data, present.text) &&
       present.GetValue(scratch) == value)
     return;
 
+  std::string text(value);
+  const auto [entry, isNew] = data.AddChange(number).attributes.try_emplace(std::string(name));
+  ElementChange::SetAttribute& set = entry->second;
+  if (isNew) set.staysInTag = present.IsInSource();
+  if (!set.value) set.order = data.attributesSet;
+  set.value = std::move(text);
   document->judgedValues.clear();
-  ElementChange::SetAttribute added{std::string(value), data.attributesSet,
-                                    FindInTag(name).has_value()};
-  const auto [entry, isNew] =
-      data.ChangeOf(number).attributes.try_emplace(std::string(name), std::move(added));
-  if (!isNew) {
-    ElementChange::SetAttribute& set = entry->second;
-    if (!set.value) set.order = added.order;
-    set.value = std::move(added.value);
-  }
   ++data.attributesSet;
 }
 
 void Element::RemoveAttribute(std::string_view name) {
   RequireChangeable();
-  if (GetAttribute(name).IsNull()) throw std::invalid_argument("no such attribute");
+  const Value present = GetAttribute(name);
+  if (present.IsNull()) throw std::invalid_argument("no such attribute");
+  if (present.form == Value::Form::Declared)
+    throw std::invalid_argument("only the document type declares the attribute");
   DocumentData& data = Data();
-  const ElementChange::SetAttribute* const set = data.FindSetAttribute(number, name);
-  const bool isOwn = set != nullptr ? set->value.has_value() : FindInTag(name).has_value();
-  if (!isOwn) throw std::invalid_argument("only the document type declares the attribute");
-  data.ChangeOf(number).attributes.insert_or_assign(std::string(name),
-                                                    ElementChange::SetAttribute{});
+  data.AddChange(number).attributes[std::string(name)] = {};
   document->judgedValues.clear();
   ++data.attributesSet;
 }
@@ -105,11 +100,11 @@ Element Element::AddElementInto(std::string_view name) {
   const std::uint32_t last = LastChild();
   std::string lead = LeadOfNextChild(last);
   const std::uint32_t child = data.elements.Add();
-  data.ChangeOf(child).lead = std::move(lead);
+  data.AddChange(child).lead = std::move(lead);
   data.elements[child].name = nameNumber;
   data.elements[child].flags |= element_flags::created;
-  ElementChange& change = data.ChangeOf(number);
-  change.created.reserve(change.created.size() + 1);
+  ElementChange& change = data.AddChange(number);
+  change.created.push_back(child);
   if (IsIndexed()) {
     try {
       Index().Append(child);
@@ -119,7 +114,6 @@ Element Element::AddElementInto(std::string_view name) {
   }
 
   if (last != 0) data.elements[last].nextSibling = child;
-  change.created.push_back(child);
   return Other(child);
 }
 
@@ -129,7 +123,7 @@ void Element::RemoveChild(Element child) {
   child.RequireChangeable();
   DocumentData& data = Data();
   if (data.IsRemoved(child.number)) return;
-  ElementChange& change = data.ChangeOf(number);
+  ElementChange& change = data.AddChange(number);
   if (child.IsCreated()) {
     std::erase(change.created, child.number);
   } else {
@@ -144,8 +138,8 @@ void Element::RemoveChild(Element child) {
 
 std::uint32_t Element::LastChild() const noexcept {
   const DocumentData& data = Data();
-  const ElementChange* const change = data.FindChange(number);
-  if (change != nullptr && !change->created.empty()) return change->created.back();
+  const std::vector<std::uint32_t>& created = data.ChangeOf(number).created;
+  if (!created.empty()) return created.back();
   std::uint32_t last = 0;
   for (auto child = data.FirstChild(number); child != 0; child = data.NextSibling(child))
     last = child;
@@ -155,9 +149,8 @@ std::uint32_t Element::LastChild() const noexcept {
 // A new child begins a line of its own if its last sibling does.
 std::string Element::LeadOfNextChild(std::uint32_t last) const {
   const DocumentData& data = Data();
-  const ElementChange* const change = data.FindChange(number);
-  if (last == 0 || (change != nullptr && change->text)) return {};
-  if (Other(last).IsCreated()) return data.changes.at(last).lead;
+  if (last == 0 || data.ChangeOf(number).text) return {};
+  if (Other(last).IsCreated()) return data.ChangeOf(last).lead;
   return ElementLayout(data, number).LeadOf(last);
 }
 

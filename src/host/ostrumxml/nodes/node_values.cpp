@@ -50,10 +50,9 @@ Value Element::Text() const {
   using Form = Value::Form;
   if (IsNull()) return {};
   const std::string_view inside = ElementLayout(Data(), number).Inside();
-  const ElementChange* const change = Data().FindChange(number);
-  if (change == nullptr) return {*this, inside, Form::Content};
-  if (change->text) return {*this, *change->text, Form::Decoded};
-  if (change->created.empty()) return {*this, inside, Form::Content};
+  const ElementChange& change = Data().ChangeOf(number);
+  if (change.text) return {*this, *change.text, Form::Set};
+  if (change.created.empty()) return {*this, inside, Form::Content};
   return {*this, inside, Form::ContentWithLeads};
 }
 
@@ -80,7 +79,7 @@ Value Element::GetAttribute(std::string_view name) const {
   using Form = Value::Form;
   if (IsNull()) return {};
   const ElementChange::SetAttribute* const set = Data().FindSetAttribute(number, name);
-  if (set != nullptr && set->value) return {*this, *set->value, Form::Decoded};
+  if (set != nullptr && set->value) return {*this, *set->value, Form::Set};
   const AttributeDeclaration* const declared = Data().FindDeclaration(GetName(), name);
   if (set == nullptr) {
     const bool isTokenized = declared != nullptr && declared->tokenized;
@@ -88,7 +87,7 @@ Value Element::GetAttribute(std::string_view name) const {
       return {*this, *raw, isTokenized ? Form::Tokenized : Form::Attribute};
   }
   if (declared == nullptr || !declared->value) return {};
-  return {*this, *declared->value, Form::Decoded};
+  return {*this, *declared->value, Form::Declared};
 }
 
 // The parts of the source that make up the value.
@@ -102,7 +101,7 @@ TextReader Value::ReaderOf(std::string_view part) const noexcept {
 }
 
 std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const {
-  if (form == Form::Decoded) return text;
+  if (!IsInSource()) return text;
   if (form == Form::Content || form == Form::Attribute) {
     const std::string_view beginning = text.substr(0, limit);
     if (NeedsNoDecoding(beginning)) return beginning;
@@ -134,11 +133,11 @@ bool Value::IsAccepted(const TextFilter& filter) const {
       size += whole;
     }
   };
-  if (form == Form::Decoded) {
+  if (IsInSource()) {
+    std::ranges::for_each(Parts(), judge);
+  } else {
     isAccepted = filter.Accepts(text);
     size = text.size();
-  } else {
-    std::ranges::for_each(Parts(), judge);
   }
   assert(!isAccepted || piece.empty());
   if (size >= longValue) judged[key] = isAccepted;
@@ -153,9 +152,8 @@ std::vector<std::string_view> Element::AttributeNames() const {
     const ElementChange::SetAttribute* const set = Data().FindSetAttribute(number, raw.name);
     if (set == nullptr || set->staysInTag) names.push_back(raw.name);
   }
-  if (const ElementChange* const change = Data().FindChange(number)) {
-    for (const auto& [order, added] : change->NewAttributes()) names.push_back(added->first);
-  }
+  for (const auto& [order, added] : Data().ChangeOf(number).NewAttributes())
+    names.push_back(added->first);
   if (const AttributeDeclarations* const declared = Data().FindDeclarations(GetName())) {
     const std::set<std::string_view> known(names.begin(), names.end());
     for (const auto& [name, declaration] : *declared)

@@ -81,10 +81,10 @@ class Generator {
     TagScanner scanner(layout.Attributes());
     RawAttribute raw{};
     for (std::string_view before = scanner.Rest(); scanner.Next(raw); before = scanner.Rest()) {
-      const auto set = change.attributes.find(raw.name);
-      if (set == change.attributes.end()) continue;
-      if (set->second.staysInTag) {
-        AddEdit(raw.value, EscapeAttribute(*set->second.value, raw.value.data()[-1]));
+      const ElementChange::SetAttribute* const set = FindIn(change.attributes, raw.name);
+      if (set == nullptr) continue;
+      if (set->staysInTag) {
+        AddEdit(raw.value, EscapeAttribute(*set->value, raw.value.data()[-1]));
       } else {
         AddEdit(before.substr(0, before.size() - scanner.Rest().size()), {});
       }
