@@ -12,10 +12,12 @@ enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
 // Ends the command. The text is a line for standard error, to which the name of FILE is added.
 class CommandError : public std::runtime_error {
- public:
-  explicit CommandError(const std::string& line, ExitStatus exitStatus = ExitStatus::Failed)
-      : std::runtime_error(line), status(exitStatus) {}
-  const ExitStatus status;
+  using std::runtime_error::runtime_error;
+};
+
+// The same with ExitStatus::NothingFound.
+class NothingFound : public std::runtime_error {
+  using std::runtime_error::runtime_error;
 };
 
 // Wrong usage. The text is a line to which a hint at the help is added.

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "edit.h"
+#include "input_output.h"
 
 namespace {
 
@@ -17,15 +17,14 @@ class MarkedLines {
   MarkedLines(std::string_view text, const std::vector<Ostrum::Edit>& edits) {
     std::size_t done = 0; // of the text
     for (const auto& [from, length, replacement] : edits) {
-      Keep(text.substr(done, from - done));
-      Append(removed, text.substr(from, length));
-      Append(added, replacement);
+      Append(text.substr(done, from - done), true, true);
+      Append(text.substr(from, length), true, false);
+      Append(replacement, false, true);
       done = from + length;
     }
-    Keep(text.substr(done));
+    Append(text.substr(done), true, true);
     Flush();
-    removed.emplace_back();
-    Add(' ', removed.begin(), removed.end());
+    lines.push_back({' ', {}, {count[0], count[1]}});
   }
 
   std::vector<Line> lines;
@@ -33,24 +32,17 @@ class MarkedLines {
  private:
   using Texts = std::vector<std::string>;
 
-  static std::string_view FirstLine(std::string_view text) {
-    return text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
-  }
-
-  // Continues the last line if that has no ending.
-  static void Append(Texts& side, std::string_view text) {
-    for (; !text.empty(); text.remove_prefix(FirstLine(text).size())) {
+  // Continues the last line of the texts if that has no ending.
+  void Append(std::string_view text, bool isOld, bool isNew) {
+    const auto append = [](Texts& side, std::string_view line) {
       if (side.empty() || side.back().ends_with('\n')) side.emplace_back();
-      side.back() += FirstLine(text);
-    }
-  }
-
-  void Keep(std::string_view text) {
+      side.back() += line;
+    };
     for (std::string_view line; !text.empty(); text.remove_prefix(line.size())) {
-      line = FirstLine(text);
-      Append(removed, line);
-      Append(added, line);
-      if (line.ends_with('\n')) Flush();
+      line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
+      if (isOld) append(removed, line);
+      if (isNew) append(added, line);
+      if (isOld && isNew && line.ends_with('\n')) Flush();
     }
   }
 
@@ -100,7 +92,7 @@ std::string Hunk(std::vector<Line>::const_iterator line, std::vector<Line>::cons
 } // namespace
 
 std::string UnifiedDiff(const std::string& fileName, std::string_view text,
-                        const std::vector<Ostrum::Edit>& edits, bool isNewFile) {
+                        const std::vector<Ostrum::Edit>& edits) {
   constexpr std::ptrdiff_t context = 3; // kept lines around a change
   const std::vector<Line> lines = MarkedLines(text, edits).lines;
   const auto isChanged = [](const Line& line) { return line.sign != ' '; };
@@ -108,7 +100,7 @@ std::string UnifiedDiff(const std::string& fileName, std::string_view text,
   auto done = lines.begin(), change = std::find_if(done, end, isChanged);
   if (change == end) return {};
   std::string diff =
-      "--- " + std::string(isNewFile ? "/dev/null" : fileName) + "\t\n+++ " + fileName + "\t\n";
+      "--- " + (text.empty() ? "/dev/null" : fileName) + "\t\n+++ " + fileName + "\t\n";
   while (change != end) {
     const auto start = change - std::min(change - done, context);
     do {

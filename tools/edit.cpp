@@ -1,5 +1,4 @@
 // The commands `set` and `remove`.
-#include "edit.h"
 
 #include <corekit/corekit.h>
 
@@ -8,11 +7,16 @@
 #include <stdexcept>
 
 #include "host/ostrumxml/data/markup.h"
-#include "input.h"
-#include "output.h"
+#include "input_output.h"
+#include "paths.h"
 #include "system.h"
 
 namespace {
+
+struct Change {
+  Path path;
+  std::optional<std::string> value; // what the path names gets it or, without one, is removed
+};
 
 // Applies changes to one document.
 class Application {
@@ -20,19 +24,15 @@ class Application {
   Application(const Options& given, Element root) : options(given), matcher(root) {}
 
   // Sets and creates in the order given, then removes. If the changes were applied before, to what
-  // the file held then, each path must find as much as before. Throws CommandError; the document
-  // may then be partly changed.
+  // the file held then, each path must find as much as before. Throws CommandError or NothingFound;
+  // the document may then be partly changed.
   void Apply(const std::vector<Change>& changes, const Application* earlier) {
     before = earlier;
     const Path* path = nullptr;
     try {
       for (const Change& change : changes) {
         path = &change.path;
-        if (change.value) {
-          Set(change);
-        } else {
-          Collect(change.path);
-        }
+        Apply(change);
       }
       for (const auto& [removed, place] : removals) {
         path = removed;
@@ -48,28 +48,41 @@ class Application {
   JsonObject values;                // what was set or removed, if JSON is wanted
 
  private:
-  void Set(const Change& change) {
+  // A removal is only noted, and applied after all paths were found.
+  void Apply(const Change& change) {
     const Path& path = change.path;
-    Found found = Find(path, true);
-    if (!found.IsWhole(path)) Create(path, found);
-    RequireOne(path, found, "elements");
-    for (Place& place : found.places) {
-      if (path.attribute.empty()) {
-        place.back().SetText(*change.value);
-      } else {
-        SetAttribute(place, path.attribute, *change.value);
-      }
+    Found found = Find(change);
+    if (!found.IsWhole(path)) Create(change, found);
+    const bool namesElements = change.value || path.attribute.empty();
+    RequireOne(path, found, namesElements ? "elements" : "attributes");
+    const bool isKey = found.places.size() == 1;
+    for (const Place& place : found.places) {
+      if (change.value) Set(path, place, *change.value);
+      if (options.json)
+        values.emplace_back(isKey ? path.text : PathOf(place, path.attribute),
+                            ValueAt(place, path.attribute));
+      if (!change.value) removals.emplace_back(&path, place);
     }
-    AddValues(path, found.places);
   }
 
-  // The removals are applied at the end, after all paths were found.
-  void Collect(const Path& path) {
-    Found found = Find(path, false);
-    if (!found.IsWhole(path)) RefuseMissing(path, found);
-    RequireOne(path, found, path.attribute.empty() ? "elements" : "attributes");
-    AddValues(path, found.places);
-    for (Place& place : found.places) removals.emplace_back(&path, std::move(place));
+  Found Find(const Change& change) {
+    Found found = matcher.Find(change.path, change.value.has_value());
+    found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
+    if (before != nullptr && before->counted[counted.size()] != found.counted)
+      throw CommandError("not saved: another program changed the file meanwhile, and " +
+                         change.path.text + " may now name something else");
+    counted.push_back(found.counted);
+    return found;
+  }
+
+  void Set(const Path& path, const Place& place, const std::string& value) {
+    Element element = place.back();
+    if (path.attribute.empty()) return element.SetText(value);
+    const bool isNew = element.GetAttribute(path.attribute).IsNull();
+    if (isNew && options.existing)
+      throw NothingFound("no attribute " + path.attribute + " in " + PathOf(place));
+    matcher.SetAttribute(element, path.attribute, value);
+    if (isNew) NoteCreated(place, path.attribute);
   }
 
   static void Remove(const Place& place, const std::string& attribute) {
@@ -79,39 +92,19 @@ class Application {
     Element(place[place.size() - 2]).RemoveChild(element);
   }
 
-  Found Find(const Path& path, bool isAttributeOptional) {
-    Found found = matcher.Find(path, isAttributeOptional);
-    found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
-    if (before != nullptr && before->counted[counted.size()] != found.counted)
-      throw CommandError("not saved: another program changed the file meanwhile, and " + path.text +
-                         " may now name something else");
-    counted.push_back(found.counted);
-    return found;
-  }
-
-  [[noreturn]] void RefuseMissing(const Path& path, const Found& found) {
-    throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
-  }
-
   void RequireOne(const Path& path, const Found& found, const char* what) const {
     if (found.places.size() <= 1 || options.all) return;
     throw CommandError(path.text + " names " + std::to_string(found.places.size()) + ' ' + what +
                        "; --all takes all of them, a number such as [1] one");
   }
 
-  void SetAttribute(const Place& place, const std::string& name, const std::string& value) {
-    const bool isNew = place.back().GetAttribute(name).IsNull();
-    if (isNew && options.existing)
-      throw CommandError("no attribute " + name + " in " + PathOf(place), ExitStatus::NothingFound);
-    matcher.SetAttribute(place.back(), name, value);
-    if (isNew) NoteCreated(place, name);
-  }
-
   // Creates what is missing of the path in each place that was found, and makes it the place.
-  void Create(const Path& path, Found& found) {
+  void Create(const Change& change, Found& found) {
+    const Path& path = change.path;
     const std::span missing = std::span(path.steps).subspan(found.steps);
-    if (options.existing || std::ranges::any_of(missing, &Step::HasAnyName))
-      RefuseMissing(path, found);
+    const bool canCreate = change.value && !options.existing;
+    if (!canCreate || std::ranges::any_of(missing, &Step::HasAnyName))
+      throw NothingFound(matcher.WhyMissing(path, found));
     if (found.steps == 0) throw CommandError(matcher.WhyMissing(path, found));
     RequireOne(path, found, "places for a new element");
     for (Place& place : found.places) {
@@ -140,14 +133,6 @@ class Application {
 
   void NoteCreated(const Place& place, std::string_view attribute = {}) {
     created.push_back(created.size() < maxListed ? PathOf(place, attribute) : "");
-  }
-
-  void AddValues(const Path& path, const std::vector<Place>& places) {
-    if (!options.json) return;
-    for (const Place& place : places) {
-      const std::string key = places.size() == 1 ? path.text : PathOf(place, path.attribute);
-      values.emplace_back(key, ValueAt(place, path.attribute));
-    }
   }
 
   const Options& options;
@@ -210,10 +195,8 @@ class Target final : public Ostrum::PendingChanges {
     ApplyTo(*document);
     if (isNew) document = Parse(Indented(document->GenerateXML(false)));
     isChanged = isNew || !document->Edits().empty();
-    if (options.dryRun) {
-      PrintDiff();
-    } else if (isInput) {
-      PrintResult();
+    if (options.dryRun || isInput) {
+      PrintBytes(Result());
     } else if (isChanged) {
       console::HoldSignals(true);
       file.Save(*document, *this);
@@ -249,19 +232,18 @@ class Target final : public Ostrum::PendingChanges {
     document = Parse(std::move(text.utf8));
   }
 
-  void PrintDiff() const {
-    std::vector<Ostrum::Edit> edits = document->Edits();
-    if (isNew) edits.push_back({0, 0, document->GenerateXML(false)});
-    PrintBytes(UnifiedDiff(Shown(options.file), original, edits, isNew));
-  }
-
-  // An unchanged input comes out as it was, in its encoding.
-  void PrintResult() const {
-    if (!isChanged) return PrintBytes(original);
-    std::string result = document->GenerateXML(false);
-    if (options.encrypted && !corekit::KCryptWrap::encrypt_data(result, result))
+  // For standard output.
+  std::string Result() const {
+    if (options.dryRun) {
+      std::vector<Ostrum::Edit> edits = document->Edits();
+      if (isNew) edits.push_back({0, 0, document->GenerateXML(false)});
+      return UnifiedDiff(Shown(options.file), original, edits);
+    }
+    if (!isChanged) return original; // in its encoding
+    std::string text = document->GenerateXML(false);
+    if (options.encrypted && !corekit::KCryptWrap::encrypt_data(text, text))
       throw CommandError("cannot be encrypted");
-    PrintBytes(result);
+    return text;
   }
 
   const Options& options;
@@ -288,9 +270,33 @@ ExitStatus Apply(const Options& options, const std::vector<Change>& changes) {
   return ExitStatus::Found;
 }
 
+// A value from standard input, without the line ending that a program put at its end.
+std::string ReadValue() {
+  std::string value = ReadBytes("-");
+  if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
+  return RequireUtf8(value, "--stdin");
+}
+
 } // namespace
 
-ExitStatus Set(const Options& options) { return Apply(options, ReadSettings(options)); }
+ExitStatus Set(const Options& options) {
+  const std::vector<std::string>& words = options.arguments;
+  const bool lacksValue = words.size() % 2 != 0;
+  if (lacksValue && !options.fromInput) throw UsageError(words.back() + ": a PATH without a VALUE");
+  if (!lacksValue && options.fromInput) throw UsageError("--stdin: the last PATH has a VALUE");
+  const int readers = (options.file == "-") + (options.from == "-") + options.fromInput;
+  if (readers > 1) throw UsageError("FILE -, --stdin and --from - exclude each other");
+  if (words.empty() && !options.from) throw UsageError("nothing to set: give PATH VALUE or --from");
+  std::vector<Change> changes;
+  if (options.from) {
+    for (const auto& [path, value] : ReadMembers(*options.from))
+      changes.push_back({ParsePath(path), value});
+  }
+  for (std::size_t i = 0; i < words.size(); i += 2)
+    changes.push_back({ParsePath(words[i]), i + 1 < words.size() ? words[i + 1] : ""});
+  if (lacksValue) changes.back().value = ReadValue();
+  return Apply(options, changes);
+}
 
 ExitStatus Remove(const Options& options) {
   std::vector<Change> removals;

@@ -1,11 +1,61 @@
-#include "input.h"
+#include "input_output.h"
 
 #include <corekit/corekit.h>
 
 #include <fstream>
 #include <iostream>
+#include <unordered_set>
 
 #include "system.h"
+
+namespace {
+
+[[noreturn]] void Refuse(const std::string& why) { throw UsageError("--from: " + why); }
+
+// Receives the parts of a JSON text. A document built from them would not tell how a number was
+// written, nor that a name comes twice.
+class MemberReader : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  Members members;
+
+  bool null() override { return RefuseValue(); }
+  bool boolean(bool value) override { return Add(value ? "true" : "false"); }
+  bool number_integer(number_integer_t value) override {
+    return Add(value == 0 ? "-0" : std::to_string(value)); // others than -0 come unsigned
+  }
+  bool number_unsigned(number_unsigned_t value) override { return Add(std::to_string(value)); }
+  bool number_float(number_float_t, const string_t& text) override { return Add(text); }
+  bool string(string_t& value) override { return Add(value); }
+  bool binary(binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return members.empty() || RefuseValue(); }
+  bool key(string_t& name) override {
+    if (!names.insert(name).second) Refuse(name + " comes twice");
+    members.emplace_back(name, "");
+    return true;
+  }
+  bool end_object() override { return true; }
+  bool start_array(std::size_t) override { return RefuseValue(); }
+  bool end_array() override { return true; }
+  bool parse_error(std::size_t offset, const std::string&,
+                   const nlohmann::json::exception&) override {
+    Refuse("not valid JSON at byte offset " + std::to_string(offset));
+  }
+
+ private:
+  bool RefuseValue() const {
+    if (members.empty()) Refuse("the JSON must be an object of paths and values");
+    Refuse(members.back().first + ": a value must be a string, a number, true or false");
+  }
+  bool Add(const std::string& value) {
+    if (members.empty()) return RefuseValue();
+    members.back().second = value;
+    return true;
+  }
+
+  std::unordered_set<std::string> names;
+};
+
+} // namespace
 
 bool IsEncrypted(const std::string& bytes) { return bytes.starts_with("TVK1"); }
 
@@ -50,4 +100,14 @@ std::unique_ptr<Ostrum::Document> Parse(std::string utf8) {
 
 std::unique_ptr<Ostrum::Document> ReadDocument(const std::string& file, const Options& options) {
   return Parse(Decode(ReadBytes(file), options).utf8);
+}
+
+Members ReadMembers(const std::string& file) {
+  MemberReader reader;
+  try {
+    nlohmann::json::sax_parse(ReadBytes(file), &reader);
+  } catch (const Ostrum::ReadFailure& failure) {
+    Refuse(file + ' ' + failure.what());
+  }
+  return std::move(reader.members);
 }

@@ -5,8 +5,7 @@
 #include <algorithm>
 
 #include "help_texts.h"
-#include "input.h"
-#include "output.h"
+#include "input_output.h"
 #include "system.h"
 
 namespace {
@@ -87,10 +86,10 @@ class CommandLine {
       status = RunParsed(arguments);
     } catch (const UsageError& error) {
       const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
-      PrintMessage(std::string(error.what()) + " (see tarvik " + name + "--help)");
-    } catch (const CommandError& error) {
+      PrintMessage("", std::string(error.what()) + " (see tarvik " + name + "--help)");
+    } catch (const NothingFound& error) {
       PrintMessage(options.file, error);
-      status = error.status;
+      status = ExitStatus::NothingFound;
     } catch (const std::exception& error) {
       PrintMessage(options.file, error);
     }

@@ -1,13 +1,11 @@
-#include "output.h"
+#include "input_output.h"
 
 #include <corekit/corekit.h>
 
 #include <algorithm>
 #include <cstdio>
 
-#include "commands.h"
 #include "host/ostrumxml/data/utf8.h"
-#include "host/ostrumxml/file.h"
 #include "system.h"
 #include "text/convert.h"
 
@@ -114,13 +112,10 @@ std::string Shown(std::string userText) {
   return userText;
 }
 
-void PrintMessage(std::string_view line) {
-  console::Write(stderr, "tarvik: " + Printable(line) + '\n');
-}
-
 void PrintMessage(const std::string& file, const std::string& text) {
-  const std::string shown = file == "-" ? "standard input" : Shown(file);
-  PrintMessage(shown + (file.empty() || text.starts_with(':') ? "" : ": ") + text);
+  std::string line = file == "-" ? "standard input" : Shown(file);
+  if (!file.empty() && !text.starts_with(':')) line += ": ";
+  console::Write(stderr, "tarvik: " + Printable(line + text) + '\n');
 }
 
 void PrintMessage(const std::string& file, const std::exception& why) {

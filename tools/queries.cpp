@@ -4,10 +4,8 @@
 
 #include <memory>
 
-#include "commands.h"
 #include "host/ostrumxml/data/utf8.h"
-#include "input.h"
-#include "output.h"
+#include "input_output.h"
 #include "system.h"
 
 namespace {
@@ -63,7 +61,7 @@ std::vector<DetectionInfo> FindDetections(const OpenFile& file,
   }
 }
 
-// Prints objects. Throws CommandError if there are none.
+// Prints objects. Throws NothingFound if there are none.
 void PrintRows(const Options& options, Json objects, const char* whyNone) {
   constexpr std::size_t certainlyWhole = 255;
   bool isCut = false;
@@ -80,7 +78,7 @@ void PrintRows(const Options& options, Json objects, const char* whyNone) {
   }
   if (options.json) PrintJson(objects);
   if (isCut) PrintMessage(options.file, "a text may be cut: the queries read 259 bytes of each");
-  if (objects.empty()) throw CommandError(whyNone, ExitStatus::NothingFound);
+  if (objects.empty()) throw NothingFound(whyNone);
 }
 
 } // namespace
@@ -101,8 +99,7 @@ ExitStatus Status(const Options& options) {
   if (hasVersion) json["catalogVersion"] = version;
   if (options.json) PrintJson(json);
   if (!isKnown)
-    throw CommandError("the root is not a SiteStatus element with the attribute Status",
-                       ExitStatus::NothingFound);
+    throw NothingFound("the root is not a SiteStatus element with the attribute Status");
   if (!options.json) Print(enabled == 1 ? "enabled" : "disabled");
   if (!options.json && hasVersion) Print(version);
   return ExitStatus::Found;

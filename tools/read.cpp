@@ -1,9 +1,7 @@
 // The commands `get` and `list`.
 #include <unordered_set>
 
-#include "commands.h"
-#include "input.h"
-#include "output.h"
+#include "input_output.h"
 #include "paths.h"
 
 namespace {
@@ -15,14 +13,14 @@ class Answers {
 
   void Add(const Path& path) {
     // The second place tells whether a path is a key of its own.
-    const std::size_t limit = options.all ? SIZE_MAX : 2;
-    const Found found = matcher.Find(path, false, limit);
-    if (!found.IsWhole(path) && options.defaultText)
-      return AddMember(path.text, *options.defaultText);
-    if (!found.IsWhole(path)) return missing.push_back(matcher.WhyMissing(path, found));
+    const Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 2);
+    if (!found.IsWhole(path)) {
+      if (!options.defaultText) return missing.push_back(matcher.WhyMissing(path, found));
+      return Add(path.text, *options.defaultText);
+    }
     const bool isKey = found.places.size() == 1 || !options.json;
     for (const Place& place : found.places) {
-      AddMember(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
+      Add(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
       if (!options.all) return;
     }
   }
@@ -31,7 +29,7 @@ class Answers {
   std::vector<std::string> missing; // why paths name nothing
 
  private:
-  void AddMember(const std::string& key, const std::string& value) {
+  void Add(const std::string& key, const std::string& value) {
     if (!options.json || keys.insert(key).second) members.emplace_back(key, value);
   }
 
@@ -48,24 +46,24 @@ class Listing {
   void AddBelow(Place place) {
     AddAttributes(place);
     const std::size_t top = place.size();
-    for (Element next = place.back().FirstChild();;) {
-      const bool isDeepest = options.depth > 0 && place.size() - top == options.depth;
-      if (!next.IsNull() && !isDeepest) {
-        place.push_back(next);
-        Add(place);
-        AddAttributes(place);
-        next = next.FirstChild();
-      } else if (place.size() > top) {
+    Element next = place.back().FirstChild();
+    while (!next.IsNull() || place.size() > top) {
+      if (next.IsNull()) {
         next = place.back().NextSibling();
         place.pop_back();
-      } else {
-        return;
+        continue;
       }
+      place.push_back(next);
+      Add(place);
+      AddAttributes(place);
+      const bool isDeepest = place.size() - top == options.depth;
+      next = isDeepest ? Element() : next.FirstChild();
     }
   }
 
   bool hasFound = false;
-  JsonObject members; // paths; without --values each value is null
+  JsonObject members; // with values
+  Json paths = Json::array();
 
  private:
   void AddAttributes(const Place& place) {
@@ -78,11 +76,12 @@ class Listing {
     hasFound = true;
     const std::string path = PathOf(place, attribute);
     const bool isLeaf = !attribute.empty() || place.back().FirstChild().IsNull();
+    const bool hasValue = options.values && isLeaf;
     std::string value;
-    if (options.values && isLeaf) value = ValueAt(place, attribute);
-    if (!options.json) return Print(options.values && isLeaf ? path + '\t' + Field(value) : path);
-    if (options.values && isLeaf) members.emplace_back(path, value);
-    if (!options.values) members.emplace_back(path, nullptr);
+    if (hasValue) value = ValueAt(place, attribute);
+    if (!options.json) return Print(hasValue ? path + '\t' + Field(value) : path);
+    if (hasValue) members.emplace_back(path, value);
+    if (!options.values) paths.push_back(path);
   }
 
   const Options& options;
@@ -96,8 +95,7 @@ ExitStatus Get(const Options& options) {
   const auto document = ReadDocument(options.file, options);
   Answers answers(document->GetRoot(), options);
   for (const Path& path : paths) answers.Add(path);
-  if (!answers.missing.empty())
-    throw CommandError(Listed(answers.missing), ExitStatus::NothingFound);
+  if (!answers.missing.empty()) throw NothingFound(Listed(answers.missing));
   if (options.json) {
     PrintJson(answers.members);
     return ExitStatus::Found;
@@ -113,17 +111,10 @@ ExitStatus List(const Options& options) {
   const auto document = ReadDocument(options.file, options);
   Matcher matcher(document->GetRoot());
   const Found found = matcher.Find(path);
-  if (!found.IsWhole(path))
-    throw CommandError(matcher.WhyMissing(path, found), ExitStatus::NothingFound);
+  if (!found.IsWhole(path)) throw NothingFound(matcher.WhyMissing(path, found));
   Listing listing(options);
   for (const Place& place : found.places) listing.AddBelow(place);
-  if (options.json && options.values) {
-    PrintJson(listing.members);
-  } else if (options.json) {
-    Json paths = Json::array();
-    for (const auto& [line, value] : listing.members) paths.push_back(line);
-    PrintJson(paths);
-  }
+  if (options.json) PrintJson(options.values ? Json(listing.members) : listing.paths);
   if (listing.hasFound) return ExitStatus::Found;
-  throw CommandError(path.text + " holds no elements", ExitStatus::NothingFound);
+  throw NothingFound(path.text + " holds no elements");
 }

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 
-#include "commands.h"
-#include "input.h"
-#include "output.h"
+#include "input_output.h"
 #include "system.h"
 
 namespace {
