@@ -84,10 +84,10 @@ namespace {
 char* Cut(char* text, char separator) {
   const char* const rest = ReturnTokenFromString(text, separator);
   if (rest == nullptr) return nullptr;
-  char* const cut = text + (rest - text);
-  assert(cut[-1] == separator);
-  cut[-1] = '\0';
-  return cut;
+  char* const end = text + (rest - text) - 1;
+  assert(*end == separator);
+  *end = '\0';
+  return end + 1;
 }
 
 // Splits "Name&attribute=value". Without a "=", the name alone counts.
