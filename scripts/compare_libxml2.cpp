@@ -162,10 +162,10 @@ class Session {
     while (!open.empty()) {
       const Ostrum::Element element = open.back();
       open.pop_back();
-      Entry entry{std::string(element.GetName()), element.GetValue(), {}};
+      Entry entry{std::string(element.GetName()), element.Text().GetValue(), {}};
       if (tree.size() < other.size()) {
         for (const auto& [name, value] : other[tree.size()].attributes) {
-          const Ostrum::Attribute attribute = element.GetAttribute(name);
+          const Ostrum::Value attribute = element.GetAttribute(name);
           entry.attributes.emplace_back(name, attribute.IsNull() ? "(none)" : attribute.GetValue());
         }
       }

@@ -227,7 +227,7 @@ struct LockedFile::System {
     for (int links = 0; links <= maxLinks; ++links) {
       folder = OpenFolder(path.parent_path());
       name = path.filename();
-      const std::optional<FileStatus> status = Status();
+      std::optional<FileStatus> status = Status();
       if (!status && errno != ENOENT)
         ThrowSystemFailure("cannot tell whether the file is a symbolic link");
       if (!status || !S_ISLNK(status->access.mode)) return status;
