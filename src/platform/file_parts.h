@@ -47,6 +47,7 @@ inline std::int64_t CurrentTime() noexcept {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   return std::chrono::duration_cast<Units>(now).count();
 }
+
 // The state of a file now. A save that sets the modification time gives it as stampedAt: a time
 // that was stored exactly shows every later change. Other times come from a clock that may advance
 // only every two seconds.
