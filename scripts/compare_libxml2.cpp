@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "host/ostrumxml/document.h"
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
 
 namespace fs = std::filesystem;

@@ -11,7 +11,7 @@
 #include "paths/element_map.h"
 #include "paths/item_path.h"
 #include "paths/path_search.h"
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
 #include "text/caller_buffer.h"
 #include "text/charset_scope.h"

@@ -6,7 +6,7 @@
 
 #include "platform/platform.h"
 #include "queries/open_document.h"
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
 #include "text/charset_scope.h"
 

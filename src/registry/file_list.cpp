@@ -1,6 +1,6 @@
 // The list of records. It is short, and new records stand last, so a search is a walk from the
 // front; of two records with one cookie the older is meant.
-#include "registry/file_list.h"
+#include "registry/record.h"
 
 #include <algorithm>
 #include <cassert>
@@ -48,10 +48,8 @@ XmlFileRecord* FindXmlFileByName(XmlFileList& list, const char* fileName) noexce
 void ReleaseGlobalMapMemory(XmlFileRecord* record) noexcept {
   assert(record != nullptr);
   const Trace trace(L"ReleaseGlobalMapMemory");
-  record->elementMap.reset(); // first, since it refers to elements of the document
-  record->document.reset();
-  record->file.reset();
-  record->waitingSets.reset();
+  // Its members are destroyed in reverse order: the map before the document that it refers to.
+  const XmlFileRecord released(std::move(*record));
 }
 
 void FreeXmlFile(XmlFileRecord* record) noexcept {

@@ -11,7 +11,7 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/file.h"
 #include "platform/platform.h"
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "tarvik/tarvik.h"
 #include "text/charset_scope.h"
 #include "text/convert.h"
@@ -29,8 +29,14 @@ bool ArgumentsAreThere(const XmlFileList* list, const char* name,
   return false;
 }
 
-void LogOpened(const XmlFileRecord& record) noexcept {
-  LogDetail(L"Opened ", record.fileName, L" (", record.cookie, L") successfully.");
+// Opening has failed, and its log lines are written.
+struct Refusal {
+  std::uint32_t code;
+};
+
+[[noreturn]] void Refuse(std::uint32_t code, const char* name, const auto&... why) {
+  LogDetail(L"Failed to open ", name, L":  ", why...);
+  throw Refusal{code};
 }
 
 std::uint32_t CodeOfReadResult(Ostrum::ReadResult result) noexcept {
@@ -47,13 +53,11 @@ void GetXMLEncoding() noexcept {
   LogDetail(L"Returned encoding for UTF-8");
 }
 
-// Null if the name cannot be converted.
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
   const WideText wideName(ConvertToUnicode(name));
   if (wideName == nullptr) {
     LogReason(L"the file name is not valid text in the locale's character set");
-    LogDetail(L"Failed to open ", name, L":  unable to convert the file name.");
-    return nullptr;
+    Refuse(XmlFailure, name, L"unable to convert the file name.");
   }
   using corekit::KCryptWrap;
   return std::make_unique<Ostrum::DocumentFile>(platform::AbsoluteFileName(name, wideName.get()),
@@ -61,11 +65,10 @@ std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
                                                 encrypted ? &KCryptWrap::encrypt_data : nullptr);
 }
 
-std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, std::string& text) {
+std::string ReadText(Ostrum::DocumentFile& file, const char* name) {
   auto result = Ostrum::ReadFailed;
   try {
-    text = file.Read().utf8;
-    return XmlSuccess;
+    return file.Read().utf8;
   } catch (const Ostrum::ReadFailure& failure) {
     LogReason(name, L": ", failure.what());
     result = failure.result;
@@ -75,67 +78,56 @@ std::uint32_t ReadText(Ostrum::DocumentFile& file, const char* name, std::string
   } catch (...) {
     LogReason(unknownReason);
   }
-  LogDetail(L"Failed to open ", name, L":  ", long{result});
-  return CodeOfReadResult(result);
+  Refuse(CodeOfReadResult(result), name, long{result});
 }
 
-std::uint32_t ParseInto(XmlFileRecord& record, const char* name, std::string text) {
+std::list<XmlFileRecord> NewRecord(const char* name) {
+  try {
+    return std::list<XmlFileRecord>(1);
+  } catch (const std::bad_alloc&) {
+    LogReason(noMemoryReason);
+    Refuse(XmlOutOfMemory, name, L"unable to allocate memory for ", name, L".");
+  }
+}
+
+std::unique_ptr<Ostrum::Document> Parse(std::string text, const char* name) {
   const int length = static_cast<int>(text.size()); // the reader rejects longer text
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
-  int line = 0;
-  int column = 0;
-  record.document.reset(Ostrum::ParseXML(std::move(text), length, error, line, column));
-  if (record.document != nullptr) return XmlSuccess;
+  int line = 0, column = 0;
+  std::unique_ptr<Ostrum::Document> document(
+      Ostrum::ParseXML(std::move(text), length, error, line, column));
+  if (document != nullptr) return document;
   LogReason(line, L":", column, L": ", Ostrum::ReasonOf(error));
-  LogDetail(L"Failed to open ", name, L":  unable to parse ", name, L".");
-  return XmlOutOfMemory;
+  Refuse(XmlOutOfMemory, name, L"unable to parse ", name, L".");
 }
 
-std::uint32_t MakeElementMap(XmlFileRecord& record, const char* name) {
-  assert(record.document != nullptr && record.elementMap == nullptr);
-  record.elementMap = std::make_unique<ElementMap>();
-  const Ostrum::Element root = record.document->GetRoot();
+std::unique_ptr<ElementMap> MapOf(const Ostrum::Element& root, const char* name) {
+  auto map = std::make_unique<ElementMap>();
   const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
     LogReason(L"the locale's character set cannot represent the root element's name");
-    LogDetail(L"Failed to open ", name, L":  unable to convert the name of the root element.");
-    return XmlFailure;
+    Refuse(XmlFailure, name, L"unable to convert the name of the root element.");
   }
-  record.elementMap->Insert(*rootName.Text(), root);
-  return XmlSuccess;
+  map->Insert(*rootName.Text(), root);
+  return map;
 }
 
-std::uint32_t OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding,
-                       std::int32_t encrypted, std::uint32_t& cookie) {
+// Returns the new record, which is in the list.
+const XmlFileRecord* OpenAnew(XmlFileList& list, const char* name, std::uint32_t encoding,
+                              bool encrypted) {
   GetXMLEncoding();
-  std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted != 0);
-  if (file == nullptr) return XmlFailure;
-  std::string text;
-  std::uint32_t code = ReadText(*file, name, text);
-  if (code != XmlSuccess) return code;
-
-  std::list<XmlFileRecord> opened;
-  try {
-    opened.emplace_back();
-  } catch (const std::bad_alloc&) {
-    LogReason(noMemoryReason);
-    LogDetail(L"Failed to open ", name, L":  unable to allocate memory for ", name, L".");
-    return XmlOutOfMemory;
-  }
+  std::unique_ptr<Ostrum::DocumentFile> file = FileOf(name, encrypted);
+  std::string text = ReadText(*file, name);
+  std::list<XmlFileRecord> opened = NewRecord(name);
   std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)> record(&opened.front(), &FreeXmlFile);
   record->file = std::move(file);
-  code = ParseInto(*record, name, std::move(text));
-  if (code == XmlSuccess) code = MakeElementMap(*record, name);
-  if (code != XmlSuccess) return code;
-
+  record->document = Parse(std::move(text), name);
+  record->elementMap = MapOf(record->document->GetRoot(), name);
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
   platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
   if (encoding != XmlOpenAtOnce) std::this_thread::sleep_for(std::chrono::seconds(1));
   list.files.splice(list.files.end(), opened);
-  assert(record->document && record->file && record->elementMap);
-  cookie = record->cookie;
-  LogOpened(*record.release());
-  return XmlSuccess;
+  return record.release();
 }
 
 } // namespace
@@ -145,13 +137,15 @@ std::uint32_t TARVIK_CALL OpenXML(XmlFileList* list, const char* fileName, std::
   const CharsetScope charset;
   const Trace trace(L"OpenXML");
   if (!ArgumentsAreThere(list, fileName, cookie)) return XmlInvalidArgument;
-  if (const XmlFileRecord* const open = FindXmlFileByName(*list, fileName)) {
-    *cookie = open->cookie;
-    LogOpened(*open);
-    return XmlSuccess;
-  }
   try {
-    return OpenAnew(*list, fileName, encoding, encrypted, *cookie);
+    const XmlFileRecord* record = FindXmlFileByName(*list, fileName);
+    if (record == nullptr) record = OpenAnew(*list, fileName, encoding, encrypted != 0);
+    assert(record->document && record->file && record->elementMap);
+    *cookie = record->cookie;
+    LogDetail(L"Opened ", record->fileName, L" (", *cookie, L") successfully.");
+    return XmlSuccess;
+  } catch (const Refusal& refusal) {
+    return refusal.code;
   } catch (const std::bad_alloc&) {
     LogReason(noMemoryReason);
   } catch (...) {

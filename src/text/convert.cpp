@@ -87,12 +87,9 @@ void LocaleText::Convert(std::string_view utf8) {
   if (result != nullptr) text = converted = result.get();
 }
 
-DocumentText::DocumentText(const char* localeText) {
-  const std::string_view given(localeText);
-  if (NeedsNoConversion(given) && Ostrum::IsUtf8(given)) {
-    text = given;
-    return;
-  }
+DocumentText::DocumentText(const char* localeText) : ConvertedText(localeText) {
+  if (text && Ostrum::IsUtf8(*text)) return;
+  text.reset();
   const WideText wide(ConvertToUnicode(localeText));
   if (wide != nullptr && Ostrum::Utf8FromWide(wide.get(), converted)) text = converted;
 }

@@ -48,6 +48,9 @@ class ConvertedText {
 
  protected:
   ConvertedText() = default;
+  explicit ConvertedText(std::string_view source) noexcept {
+    if (NeedsNoConversion(source)) text = source;
+  }
   ~ConvertedText() = default;
 
   std::optional<std::string_view> text; // of the source, or of converted
@@ -58,12 +61,8 @@ class ConvertedText {
 class LocaleText : public ConvertedText {
  public:
   // Logs what ConvertToMultiByte logs. Throws std::bad_alloc.
-  explicit LocaleText(std::string_view utf8) {
-    if (NeedsNoConversion(utf8)) {
-      text = utf8;
-    } else {
-      Convert(utf8);
-    }
+  explicit LocaleText(std::string_view utf8) : ConvertedText(utf8) {
+    if (!text) Convert(utf8);
   }
 
  private:

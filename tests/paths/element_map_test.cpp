@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "support/open_document.h"
 
 namespace {

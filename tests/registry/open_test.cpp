@@ -4,7 +4,7 @@
 #include <future>
 #include <tuple>
 
-#include "registry/file_list.h"
+#include "registry/record.h"
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/temp_folder.h"
