@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <future>
-#include <tuple>
 
 #include "registry/record.h"
 #include "support/locale_guard.h"
@@ -94,31 +93,44 @@ TEST_F(Opening, WaitsOnceForEachFreshOpening) {
   EXPECT_LT(secondsToOpen(folder.Write("cut.xml", "<a>"), 0, 1), 0.9);
 }
 
-TEST_F(Opening, RefusesWhatItCannotRead) {
+TEST_F(Opening, RefusesWhatItCannotReadOrConvert) {
   const std::string latin = folder.Write("latin.xml", "<a>\xE9</a>"),
-                    cut = folder.Write("cut.xml", "<a>\n<b>");
-  const std::string empty = folder.Write("empty.xml", ""), unparsed = "unable to parse ";
-  const std::string other = folder.Write("other.xml", "<?xml version='1.0' encoding='none'?><a/>");
-  const std::string folderName = folder.Path().string();
-  using Row = std::tuple<std::string, int, std::uint32_t, std::string, std::string>;
-  for (const auto& [name, encrypted, code, line, reason] :
-       {Row(folder.Name("no/such/folder.xml"), 0, XmlFileNotFound, "-44", "does not exist"),
-        Row(latin + "/below.xml", 0, XmlFileNotFound, "-44", "does not exist"),
-        Row(folderName, 0, XmlFileUnreadable, "-42", "is a directory"),
-        Row(latin, 0, XmlFileNotText, "-45", "invalid UTF-8 at byte offset 3"),
-        Row(other, 0, XmlFileNotText, "-45", "unsupported encoding none"),
-        Row(latin, 1, XmlFileNotText, "-46",
-            "is damaged, encrypted with another key, or not encrypted"),
-        Row(empty, 0, XmlOutOfMemory, unparsed + empty + ".", "1:1: no element found"),
-        Row(cut, 0, XmlOutOfMemory, unparsed + cut + ".", "2:4: no element found")}) {
-    EXPECT_EQ(Open(name, encrypted), code) << name;
+                    cut = folder.Write("cut.xml", "<a>\n<b>"),
+                    empty = folder.Write("empty.xml", ""),
+                    other = folder.Write("other.xml", "<?xml version='1.0' encoding='none'?><a/>"),
+                    root = folder.Write("root.xml", "<\u4e2d/>"), unparsed = "unable to parse ";
+  struct Row {
+    std::string name;
+    int encrypted;
+    std::uint32_t code;
+    std::string line, reason; // the reason after the name if the line is a number
+    const char* locale = "C";
+  };
+  for (const Row& row :
+       {Row{folder.Name("no/such/folder.xml"), 0, XmlFileNotFound, "-44", "does not exist"},
+        Row{latin + "/below.xml", 0, XmlFileNotFound, "-44", "does not exist"},
+        Row{folder.Path().string(), 0, XmlFileUnreadable, "-42", "is a directory"},
+        Row{latin, 0, XmlFileNotText, "-45", "invalid UTF-8 at byte offset 3"},
+        Row{other, 0, XmlFileNotText, "-45", "unsupported encoding none"},
+        Row{latin, 1, XmlFileNotText, "-46",
+            "is damaged, encrypted with another key, or not encrypted"},
+        Row{empty, 0, XmlOutOfMemory, unparsed + empty + ".", "1:1: no element found"},
+        Row{cut, 0, XmlOutOfMemory, unparsed + cut + ".", "2:4: no element found"},
+        Row{root, 0, XmlFailure, "unable to convert the name of the root element.",
+            "the locale's character set cannot represent the root element's name", narrowLocale},
+        Row{"bad\xFF.xml", 0, XmlFailure, "unable to convert the file name.",
+            "the file name is not valid text in the locale's character set", multibyteLocale}}) {
+    const LocaleGuard locale(row.locale);
+    EXPECT_EQ(Open(row.name, row.encrypted), row.code) << row.name;
     EXPECT_EQ(cookie, 12345U);
     EXPECT_EQ(Names(), "");
-    const std::vector<std::string> lines = log.Take();
-    EXPECT_EQ(lines.back(), "Failed to open " + name + ":  " + line);
-    const bool isRead = line.starts_with(unparsed);
-    EXPECT_EQ(Reason(lines), (isRead ? "" : name + ": ") + reason);
+    const Lines lines = log.Take();
+    const std::string shown = row.name == "bad\xFF.xml" ? "bad\uFFFD.xml" : row.name;
+    EXPECT_EQ(lines.back(), "Failed to open " + shown + ":  " + row.line);
+    EXPECT_EQ(Reason(lines), (row.line[0] == '-' ? row.name + ": " : "") + row.reason);
   }
+  const LocaleGuard multibyte(multibyteLocale);
+  EXPECT_EQ(Open(root), XmlSuccess);
 }
 
 TEST_F(Opening, SaysWhatIsMissing) {
@@ -141,24 +153,6 @@ TEST_F(Opening, SaysWhatIsMissing) {
                                "Failed to initialize the xml file list:  NULL file list pointer.",
                                "xml file list initialization successful.", ended + ".",
                                ended + ":  NULL file list pointer.", ended + "."}));
-}
-
-TEST_F(Opening, RefusesNamesThatTheLocaleCannotHold) {
-  const std::string name = folder.Write("root.xml", "<\u4e2d/>");
-  const LocaleGuard narrow(narrowLocale);
-  EXPECT_EQ(Open(name), XmlFailure);
-  Lines lines = log.Take();
-  EXPECT_EQ(lines.back(),
-            "Failed to open " + name + ":  unable to convert the name of the root element.");
-  EXPECT_EQ(Reason(lines), "the locale's character set cannot represent the root element's name");
-
-  const LocaleGuard multibyte(multibyteLocale);
-  EXPECT_EQ(Open("bad\xFF.xml"), XmlFailure);
-  lines = log.Take();
-  EXPECT_EQ(lines.back(), "Failed to open bad\uFFFD.xml:  unable to convert the file name.");
-  EXPECT_EQ(Reason(lines), "the file name is not valid text in the locale's character set");
-  EXPECT_EQ(Names(), "");
-  EXPECT_EQ(Open(name), XmlSuccess);
 }
 
 TEST_F(Opening, KeepsTheOrderWhateverCloses) {

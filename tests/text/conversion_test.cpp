@@ -3,7 +3,9 @@
 
 #include <cerrno>
 #include <cstring>
-#include <cwchar>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "support/locale_guard.h"
 #include "support/log_lines.h"
@@ -23,61 +25,65 @@ class ModeGuard {
   ~ModeGuard() { corekit::SetUtf8(false); }
 };
 
+template <class Char>
+std::optional<std::basic_string<Char>> Owned(Char* array) {
+  const std::unique_ptr<Char[]> owner(array);
+  if (array == nullptr) return std::nullopt;
+  return array;
+}
+
 TEST(Conversion, GoesBothWaysOrSaysWhyNot) {
   struct Row {
     const char* locale;
     bool utf8;
-    const wchar_t* wide; // null: the bytes are invalid
-    const char* bytes;   // null: the text cannot be represented
+    std::optional<std::wstring> wide; // without a value if the bytes are invalid
+    std::optional<std::string> bytes; // without a value if the text cannot be represented
   };
+  std::optional<std::string> latinBytes;
+  if (!hasUtf8) latinBytes = "\xE9\x80"; // on Windows any byte is a character in the locale "C"
   const Row rows[] = {
       {narrowLocale, false, L"", ""},
       {narrowLocale, false, L"plain", "plain"},
-      {narrowLocale, false, L"\u3042", nullptr},
-      {narrowLocale, false, L"\u0141", nullptr}, // L with stroke, never a plain L
-      {"C", false, L"\u00e9\u0080", hasUtf8 ? nullptr : "\xE9\x80"}, // Windows: any byte
-      {"C", false, L"\u0141", nullptr},
+      {narrowLocale, false, L"\u3042", std::nullopt},
+      {narrowLocale, false, L"\u0141", std::nullopt}, // L with stroke, never a plain L
+      {"C", false, L"\u00e9\u0080", latinBytes},
+      {"C", false, L"\u0141", std::nullopt},
       {latinLocale, false, L"caf\u00e9", "caf\xE9"},
-      {latinLocale, false, L"\u0141", nullptr},
-      {latinLocale, false, L"\uff21", nullptr}, // the wide letter A
+      {latinLocale, false, L"\u0141", std::nullopt},
+      {latinLocale, false, L"\uff21", std::nullopt}, // the wide letter A
       {narrowLocale, true, L"\u3042\U0001F600\uFFFF\u0080", "\u3042\U0001F600\uFFFF\u0080"},
-      {narrowLocale, true, nullptr, "a\xC3"},
-      {narrowLocale, true, nullptr, "\xED\xA0\x80"}, // half of a surrogate pair
-      {narrowLocale, true, L"\xDC00", nullptr},
+      {narrowLocale, true, std::nullopt, "a\xC3"},
+      {narrowLocale, true, std::nullopt, "\xED\xA0\x80"}, // half of a surrogate pair
+      {narrowLocale, true, L"\xDC00", std::nullopt},
       {multibyteLocale, false, L"\u3042\\", "\x82\xA0\\"},
-      {multibyteLocale, false, L"\U0001F600", nullptr},
+      {multibyteLocale, false, L"\U0001F600", std::nullopt},
       {multibyteLocale, false, L"\uff21", "\x82\x60"},
-      {multibyteLocale, false, L"\u00e9", nullptr},
-      {multibyteLocale, false, nullptr, "a\xFF"},
-      {multibyteLocale, false, nullptr, "a\x95"},
+      {multibyteLocale, false, L"\u00e9", std::nullopt},
+      {multibyteLocale, false, std::nullopt, "a\xFF"},
+      {multibyteLocale, false, std::nullopt, "a\x95"},
       {multibyteLocale, true, L"\u3042\\", "\u3042\\"},
-      {multibyteLocale, true, nullptr, "\x82\xA0"},
+      {multibyteLocale, true, std::nullopt, "\x82\xA0"},
   };
   LogLines log;
   for (const Row& row : rows) {
     const LocaleGuard locale(row.locale);
     const ModeGuard mode(row.utf8);
     const CharsetScope charset;
-    const std::string shown = std::string(row.locale) + (row.utf8 ? " UTF-8 " : " ") +
-                              (row.bytes != nullptr ? row.bytes : "(not representable)");
-    if (row.wide != nullptr) {
-      const MultiByteText bytes(ConvertToMultiByte(row.wide));
-      ASSERT_EQ(bytes == nullptr, row.bytes == nullptr) << shown;
-      EXPECT_TRUE(bytes == nullptr || std::strcmp(bytes.get(), row.bytes) == 0) << shown;
-      std::string utf8;
-      if (Ostrum::Utf8FromWide(row.wide, utf8)) {
-        EXPECT_EQ(IsRepresentable(utf8), row.bytes != nullptr) << shown;
-        EXPECT_EQ(LocaleText(utf8).Text().value_or(""), row.bytes != nullptr ? row.bytes : "");
-      }
+    SCOPED_TRACE(row.locale + std::string(row.utf8 ? " UTF-8 " : " ") + row.bytes.value_or("-"));
+    std::string utf8;
+    if (row.wide) {
+      EXPECT_EQ(Owned(ConvertToMultiByte(*row.wide)), row.bytes);
     }
-    if (row.bytes != nullptr) {
-      const WideText wide(ConvertToUnicode(row.bytes));
-      ASSERT_EQ(wide == nullptr, row.wide == nullptr) << shown;
-      EXPECT_TRUE(wide == nullptr || std::wcscmp(wide.get(), row.wide) == 0) << shown;
-      EXPECT_EQ(DocumentText(row.bytes).Text().has_value(), row.wide != nullptr) << shown;
+    if (row.wide && Ostrum::Utf8FromWide(*row.wide, utf8)) {
+      EXPECT_EQ(IsRepresentable(utf8), row.bytes.has_value());
+      EXPECT_TRUE(LocaleText(utf8).Text() == row.bytes);
+    }
+    if (row.bytes) {
+      EXPECT_EQ(Owned(ConvertToUnicode(row.bytes->c_str())), row.wide);
+      EXPECT_EQ(DocumentText(row.bytes->c_str()).Text().value_or(""), utf8);
     }
     const Lines lines = log.Take();
-    EXPECT_EQ(lines.empty(), row.wide != nullptr && row.bytes != nullptr) << shown;
+    EXPECT_EQ(lines.empty(), row.wide && row.bytes);
     for (const std::string& line : lines) {
       if (line == "no text") continue; // it shows half of a surrogate pair
       EXPECT_TRUE(line.starts_with("Failed to get the length of ")) << line;
