@@ -30,8 +30,8 @@ void MbsCopyBytes(char* target, const char* source, std::size_t count) noexcept;
 const char* MbsFindChar(const char* text, char wanted) noexcept;
 const char* MbsFindLastChar(const char* text, char wanted) noexcept;
 
-// Both convert between the locale's character set, also in a call in forced UTF-8, and wide text,
-// as wcstombs and mbstowcs do, but never replace a character by one that only looks like it. They
+// Both convert between the current character set, which must not be forced UTF-8, and wide text, as
+// wcstombs and mbstowcs do, but never replace a character by one that only looks like it. They
 // return the length without the terminating zero. With a null target and a capacity of 0 they only
 // measure; otherwise target must have room for the text and its zero. On failure they return
 // conversionFailed and set errno, and the content of target is unspecified. Throw std::bad_alloc.

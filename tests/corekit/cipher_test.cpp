@@ -49,14 +49,11 @@ TEST(CipherTest, WhatIsNotWholeAndUnchangedIsRefused) {
 // test may depend on the built-in key, because this one sets another key.
 TEST(CipherTest, FilesAreReadableUnderTheirKeyAlone) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
-  const std::string digits =
-      "54564b317314ca4de52d184aa29e97f281127f3480de094e7a936a860dc5d0fab7b5616cb1868c54cf1462328032"
-      "a39c845d"
-      "e718628e84161f5a117fed0039d5";
-  std::string file;
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    file += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  }
+  std::string file(
+      "\x54\x56\x4b\x31\x73\x14\xca\x4d\xe5\x2d\x18\x4a\xa2\x9e\x97\xf2\x81\x12\x7f\x34\x80\xde"
+      "\x09\x4e\x7a\x93\x6a\x86\x0d\xc5\xd0\xfa\xb7\xb5\x61\x6c\xb1\x86\x8c\x54\xcf\x14\x62\x32"
+      "\x80\x32\xa3\x9c\x84\x5d\xe7\x18\x62\x8e\x84\x16\x1f\x5a\x11\x7f\xed\x00\x39\xd5",
+      64);
   ASSERT_TRUE(KCryptWrap::decrypt_data(file, file));
   EXPECT_EQ(file, "<Root><Item>fixed</Item></Root>\n");
 

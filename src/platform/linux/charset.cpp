@@ -4,6 +4,7 @@
 
 #include <langinfo.h>
 
+#include <cassert>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -41,10 +42,12 @@ Charset QueryCharset() noexcept {
 
 // The C library's conversions are exact.
 std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) {
+  assert(!CurrentCharset().isForcedUtf8);
   return std::wcstombs(target, source, capacity);
 }
 
 std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) {
+  assert(!CurrentCharset().isForcedUtf8);
   return std::mbstowcs(target, source, capacity);
 }
 

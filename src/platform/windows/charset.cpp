@@ -3,14 +3,15 @@
 #include "platform/charset.h"
 
 #include <locale.h>
+#include <windows.h>
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <string>
 #include <string_view>
 
 #include "platform/platform.h"
-#include "platform/windows/code_page.h"
 
 namespace platform {
 namespace {
@@ -24,6 +25,13 @@ UINT LocaleCodePage() noexcept {
   return codePage;
 }
 
+// That of the current call.
+UINT CurrentCodePage() noexcept {
+  const Charset charset = CurrentCharset();
+  assert(!charset.isForcedUtf8);
+  return charset.id;
+}
+
 // `size` counts the terminating zero; 0 means that the text cannot be converted.
 std::size_t LengthOf(int size) noexcept {
   if (size > 0) return static_cast<std::size_t>(size) - 1;
@@ -31,38 +39,28 @@ std::size_t LengthOf(int size) noexcept {
   return conversionFailed;
 }
 
-std::size_t CodePageToWide(UINT codePage, wchar_t* target, const char* source,
-                           std::size_t capacity) noexcept {
-  return LengthOf(MultiByteToWideChar(codePage, MB_ERR_INVALID_CHARS, source, -1, target,
-                                      static_cast<int>(capacity)));
-}
-
 } // namespace
 
 // Windows replaces characters by similar ones. Its flag against that is not for every code page, so
 // the text is converted back and compared.
-std::size_t WideToCodePage(UINT codePage, char* target, const wchar_t* source,
-                           std::size_t capacity) {
+std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) {
   constexpr std::size_t maxBytes = 4; // for one unit
   const std::wstring_view text(source);
   std::string bytes(text.size() * maxBytes + 1, '\0');
-  const std::size_t length = LengthOf(WideCharToMultiByte(
-      codePage, 0, source, -1, bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr));
+  const std::size_t length =
+      LengthOf(WideCharToMultiByte(CurrentCodePage(), 0, source, -1, bytes.data(),
+                                   static_cast<int>(bytes.size()), nullptr, nullptr));
   if (length == conversionFailed) return length;
   std::wstring back(text.size(), L'\0');
-  if (CodePageToWide(codePage, back.data(), bytes.c_str(), back.size() + 1) != text.size() ||
-      back != text)
+  if (MbsToWide(back.data(), bytes.c_str(), back.size() + 1) != text.size() || back != text)
     return LengthOf(0);
   std::copy_n(bytes.c_str(), std::min(length + 1, capacity), target);
   return length;
 }
 
-std::size_t WideToMbs(char* target, const wchar_t* source, std::size_t capacity) {
-  return WideToCodePage(LocaleCodePage(), target, source, capacity);
-}
-
 std::size_t MbsToWide(wchar_t* target, const char* source, std::size_t capacity) {
-  return CodePageToWide(LocaleCodePage(), target, source, capacity);
+  return LengthOf(MultiByteToWideChar(CurrentCodePage(), MB_ERR_INVALID_CHARS, source, -1, target,
+                                      static_cast<int>(capacity)));
 }
 
 Charset QueryCharset() noexcept {
