@@ -40,6 +40,19 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   }
 }
 
+TEST(FilesTest, WhatOtherProgramsDoMeanwhileIsNoticed) {
+  const TempFolder folder;
+  for (const char* name : {"file", "missing"}) {
+    if (*name == 'f') folder.Write(name, "old");
+    LockedFile file(folder.Path() / name, Soon());
+    EXPECT_EQ(file.State().has_value(), *name == 'f');
+    folder.Write(name, "theirs");
+    EXPECT_FALSE(file.Replace({"new"}, nullptr)) << name;
+    EXPECT_EQ(folder.Read(name), "theirs");
+  }
+  EXPECT_EQ(folder.FileCount(), 2);
+}
+
 TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   const TempFolder folder;
   fs::create_directory(folder.Path() / "folder");

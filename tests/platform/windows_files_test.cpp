@@ -17,20 +17,20 @@ struct {
   bool deniesWriteDac = false;                 // as a share that grants "Change" does
   DWORD renameError = ERROR_INVALID_PARAMETER; // of the newer way; 0: it is imitated
   std::string steps; // attributes set, h with and s without "hidden"; f flushed, r renamed
-  DWORD attributes = 0;
-  DWORD flags = 0;
+  DWORD attributes = 0, flags = 0;
   std::wstring temporaryName;
 } calls;
 
 template <class Function>
-Function* SystemFunction(const char* name) {
+Function* SystemFunction(const Function&, const char* name) {
   return reinterpret_cast<Function*>(
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name)));
 }
 
-HANDLE WINAPI Open(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                   DWORD disposition, DWORD flags, HANDLE pattern) {
-  static auto* const original = SystemFunction<decltype(Open)>("CreateFileW");
+HANDLE WINAPI CreateOrOpen(const wchar_t* name, DWORD access, DWORD share,
+                           SECURITY_ATTRIBUTES* security, DWORD disposition, DWORD flags,
+                           HANDLE pattern) {
+  static auto* const original = SystemFunction(CreateOrOpen, "CreateFileW");
   if (calls.deniesWriteDac && (access & WRITE_DAC) != 0) {
     SetLastError(ERROR_ACCESS_DENIED);
     return INVALID_HANDLE_VALUE;
@@ -39,14 +39,13 @@ HANDLE WINAPI Open(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTR
 }
 
 BOOL WINAPI Flush(HANDLE file) {
-  static auto* const original = SystemFunction<decltype(Flush)>("FlushFileBuffers");
+  static auto* const original = SystemFunction(Flush, "FlushFileBuffers");
   calls.steps += 'f';
   return original(file);
 }
 
 BOOL WINAPI SetInformation(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* data, DWORD size) {
-  static auto* const original =
-      SystemFunction<decltype(SetInformation)>("SetFileInformationByHandle");
+  static auto* const original = SystemFunction(SetInformation, "SetFileInformationByHandle");
   constexpr auto fileRenameInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
   if (kind == FileBasicInfo) {
     calls.attributes = static_cast<const FILE_BASIC_INFO*>(data)->FileAttributes;
@@ -78,19 +77,17 @@ BOOL WINAPI SetInformation(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* da
 #else
 #define IMPORTED(name, argumentBytes) asm("__imp__" name "@" argumentBytes)
 #endif
-extern "C" {
-extern decltype(&Open) const importedOpen IMPORTED("CreateFileW", "28");
-extern decltype(&Flush) const importedFlush IMPORTED("FlushFileBuffers", "4");
-extern decltype(&SetInformation)
-    const importedSetInformation IMPORTED("SetFileInformationByHandle", "16");
-decltype(&Open) const importedOpen = &Open;
-decltype(&Flush) const importedFlush = &Flush;
-decltype(&SetInformation) const importedSetInformation = &SetInformation;
-}
+#define REPLACE(own, name, argumentBytes)                                        \
+  extern "C" decltype(&(own)) const imported##own IMPORTED(name, argumentBytes); \
+  decltype(&(own)) const imported##own = &(own);
+REPLACE(CreateOrOpen, "CreateFileW", "28")
+REPLACE(Flush, "FlushFileBuffers", "4")
+REPLACE(SetInformation, "SetFileInformationByHandle", "16")
 
 namespace {
 
 using platform::FileName;
+using platform::Handle;
 using platform::LockedFile;
 using platform::ReadStatus;
 
@@ -100,10 +97,22 @@ FileName Absolute(const std::filesystem::path& name) {
 
 platform::Deadline Soon() { return std::chrono::steady_clock::now() + platform::maxSaveWait; }
 
-ReadStatus Read(const FileName& name) {
-  std::string bytes;
-  platform::FileState state;
-  return platform::ReadWholeFile(name, SIZE_MAX, bytes, state);
+// As another program opens a file.
+Handle Open(const FileName& name, DWORD share, DWORD access = GENERIC_READ) {
+  Handle file = platform::MakeHandle(
+      CreateFileW(name.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr));
+  EXPECT_TRUE(file) << name;
+  return file;
+}
+
+// Opens the file as another program, which writes to it after a while, if anything, and closes it.
+std::jthread Hold(const FileName& name, DWORD share, const std::string& bytes = "") {
+  return std::jthread([bytes, file = Open(name, share, GENERIC_READ | GENERIC_WRITE)] {
+    Sleep(300);
+    DWORD count = 0;
+    const auto size = static_cast<DWORD>(bytes.size());
+    EXPECT_TRUE(bytes.empty() || WriteFile(file.get(), bytes.data(), size, &count, nullptr));
+  });
 }
 
 class WindowsFilesTest : public testing::Test {
@@ -116,20 +125,17 @@ class WindowsFilesTest : public testing::Test {
     if (isReplaced) file.FlushFolder();
     return isReplaced;
   }
+  ReadStatus Read(const FileName& file) {
+    std::string bytes;
+    return platform::ReadWholeFile(file, SIZE_MAX, bytes, state);
+  }
   std::vector<unsigned char> AccessList() const {
     return platform::ReadAccessList(platform::OpenExisting(name, READ_CONTROL));
-  }
-  // Gives this process's user all rights and others none.
-  void MakePrivate() const {
-    void* descriptor = nullptr;
-    ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
-        L"D:P(A;;FA;;;BA)(A;;FA;;;SY)", SDDL_REVISION_1, &descriptor, nullptr));
-    EXPECT_TRUE(SetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, descriptor));
-    LocalFree(descriptor);
   }
 
   const TempFolder folder;
   const FileName name = Absolute(folder.Write("file", "old"));
+  platform::FileState state; // of the file that was read last
 };
 
 TEST_F(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
@@ -147,75 +153,74 @@ TEST_F(WindowsFilesTest, NamesNeedNoLocaleAndHaveNoLimit) {
   for (; deep.native().size() > 200; deep = deep.parent_path()) RemoveDirectoryW(deep.c_str());
 }
 
-TEST_F(WindowsFilesTest, AttributesAreTakenOverAndTheArchiveBitIsSet) {
-  for (const DWORD attributes :
-       {FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_SYSTEM, FILE_ATTRIBUTE_NORMAL}) {
-    ASSERT_TRUE(SetFileAttributesW(name.c_str(), attributes));
-    const DWORD before = GetFileAttributesW(name.c_str()) & ~DWORD{FILE_ATTRIBUTE_NORMAL};
-    EXPECT_TRUE(Replace());
-    EXPECT_EQ(GetFileAttributesW(name.c_str()), before | FILE_ATTRIBUTE_ARCHIVE);
-    EXPECT_EQ(calls.attributes & FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_ARCHIVE);
-  }
-}
-
 TEST_F(WindowsFilesTest, TheNewFileIsHiddenUntilItIsFlushedAndRenamedByItsHandle) {
   constexpr DWORD replaceWhileOpen = 3;
-  constexpr int diskFull = 112; // the others tell that the newer way is unsupported
-  for (const int error : {0, 1, 50, 87, diskFull}) {
+  const struct {
+    int error; // 1, 50 and 87 tell that the newer way is unsupported; 112: the disk is full
+    int attribute;
+    const char* after; // the text, then the steps
+  } rows[] = {{0, FILE_ATTRIBUTE_NORMAL, "newhfsrf"},
+              {1, FILE_ATTRIBUTE_SYSTEM, "newhfsrf"},
+              {50, FILE_ATTRIBUTE_HIDDEN, "newhfrf"},
+              {87, FILE_ATTRIBUTE_NORMAL, "newhfsrf"},
+              {112, FILE_ATTRIBUTE_NORMAL, "oldhfsr"}};
+  for (const auto& [error, attribute, after] : rows) {
+    SCOPED_TRACE(error);
+    SetFileAttributesW(name.c_str(), FILE_ATTRIBUTE_NORMAL); // else it could not be written
     folder.Write("file", "old");
+    ASSERT_TRUE(SetFileAttributesW(name.c_str(), static_cast<DWORD>(attribute)));
+    const DWORD before = GetFileAttributesW(name.c_str()) & ~DWORD{FILE_ATTRIBUTE_NORMAL};
     calls = {};
     calls.renameError = static_cast<DWORD>(error);
-    if (error == diskFull) {
+    if (error == 112) {
       EXPECT_THROW(Replace(), std::system_error);
-      EXPECT_EQ(folder.Read("file") + calls.steps, "oldhfsr");
     } else {
-      EXPECT_TRUE(Replace()) << error;
-      EXPECT_EQ(folder.Read("file") + calls.steps, "newhfsrf") << error;
+      EXPECT_TRUE(Replace());
+      EXPECT_EQ(GetFileAttributesW(name.c_str()), before | FILE_ATTRIBUTE_ARCHIVE);
     }
+    EXPECT_EQ(folder.Read("file") + calls.steps, after);
+    EXPECT_EQ(calls.attributes & FILE_ATTRIBUTE_ARCHIVE, FILE_ATTRIBUTE_ARCHIVE);
     EXPECT_EQ(calls.flags, replaceWhileOpen);
-    EXPECT_EQ(folder.FileCount(), 1) << error;
+    EXPECT_EQ(folder.FileCount(), 1);
   }
 }
 
 TEST_F(WindowsFilesTest, AccessIsNeitherWidenedNorAskedForInVain) {
+  const auto expectList = [&](const std::vector<unsigned char>& list, const char* file) {
+    EXPECT_TRUE(platform::AreEqualAccessLists(AccessList(), list)) << file;
+  };
   const auto usual = AccessList();
   calls.deniesWriteDac = true;
   EXPECT_TRUE(Replace());
-  EXPECT_TRUE(platform::AreEqualAccessLists(AccessList(), usual));
+  expectList(usual, "usual");
+  // Who denies the right for good is not waited for.
+  const auto start = GetTickCount64();
+  EXPECT_FALSE(platform::OpenExisting(name, WRITE_DAC));
+  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
+  EXPECT_LT(GetTickCount64() - start, 500U);
 
-  MakePrivate();
+  // This process's user may do everything, others nothing.
+  void* descriptor = nullptr;
+  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(
+      L"D:P(A;;FA;;;BA)(A;;FA;;;SY)", SDDL_REVISION_1, &descriptor, nullptr));
+  EXPECT_TRUE(SetFileSecurityW(name.c_str(), DACL_SECURITY_INFORMATION, descriptor));
+  LocalFree(descriptor);
   const auto own = AccessList();
   ASSERT_FALSE(platform::AreEqualAccessLists(own, usual));
   EXPECT_THROW(Replace(), std::system_error);
   EXPECT_EQ(folder.FileCount(), 1);
 
   calls.deniesWriteDac = false;
-  std::string bytes;
-  platform::FileState state;
-  ASSERT_EQ(platform::ReadWholeFile(name, SIZE_MAX, bytes, state), ReadStatus::Done);
+  ASSERT_EQ(Read(name), ReadStatus::Done);
   EXPECT_TRUE(Replace());
-  EXPECT_TRUE(platform::AreEqualAccessLists(AccessList(), own)) << "replaced";
+  expectList(own, "replaced");
   ASSERT_TRUE(DeleteFileW(name.c_str()));
   EXPECT_TRUE(Replace(state.access.get()));
-  EXPECT_TRUE(platform::AreEqualAccessLists(AccessList(), own)) << "vanished";
-  folder.Write("other", "other");
-  ASSERT_TRUE(
-      MoveFileExW(Absolute(folder.Name("other")).c_str(), name.c_str(), MOVEFILE_REPLACE_EXISTING));
+  expectList(own, "vanished");
+  const FileName other = Absolute(folder.Write("other", "other"));
+  ASSERT_TRUE(MoveFileExW(other.c_str(), name.c_str(), MOVEFILE_REPLACE_EXISTING));
   EXPECT_TRUE(Replace(state.access.get()));
-  EXPECT_TRUE(platform::AreEqualAccessLists(AccessList(), own)) << "another file";
-}
-
-TEST_F(WindowsFilesTest, WhatOtherProgramsDoMeanwhileIsNoticed) {
-  LockedFile changed(name, Soon());
-  folder.Write("file", "theirs");
-  EXPECT_FALSE(changed.Replace({"new"}, nullptr));
-  EXPECT_EQ(folder.Read("file"), "theirs");
-  const FileName missing = Absolute(folder.Name("missing"));
-  LockedFile created(missing, Soon());
-  folder.Write("missing", "theirs");
-  EXPECT_FALSE(created.Replace({"new"}, nullptr));
-  EXPECT_EQ(folder.Read("missing"), "theirs");
-  EXPECT_EQ(folder.FileCount(), 2);
+  expectList(own, "another file");
 }
 
 TEST_F(WindowsFilesTest, WhatAKilledSaverLeftIsRemoved) {
@@ -226,66 +231,36 @@ TEST_F(WindowsFilesTest, WhatAKilledSaverLeftIsRemoved) {
   ASSERT_TRUE(Replace());
   EXPECT_EQ(folder.FileCount(), 1);
 
-  const platform::Handle live = platform::MakeHandle(
-      CreateFileW(left.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-  ASSERT_TRUE(live);
+  folder.Write(left.filename().string(), "live");
+  const Handle live = Open(left, 0);
   EXPECT_TRUE(Replace());
   EXPECT_EQ(folder.FileCount(), 2) << "a living saver's file was removed";
 }
 
-TEST_F(WindowsFilesTest, ADenialThatStaysIsNotWaitedFor) {
-  calls.deniesWriteDac = true;
-  const auto start = GetTickCount64();
-  EXPECT_FALSE(platform::OpenExisting(name, WRITE_DAC));
-  EXPECT_EQ(GetLastError(), DWORD{ERROR_ACCESS_DENIED});
-  EXPECT_LT(GetTickCount64() - start, 500U);
-}
-
 TEST(WindowsErrorsTest, NamesThatCannotExistAreMissingFiles) {
-  for (const int error : {2, 3, 15, 53, 67, 123, 161, 206})
-    EXPECT_EQ(platform::OpeningStatus(static_cast<DWORD>(error)), ReadStatus::Missing) << error;
-  for (const int error : {5, 32, 59, 64, 1920})
-    EXPECT_EQ(platform::OpeningStatus(static_cast<DWORD>(error)), ReadStatus::Unreadable) << error;
+  for (const DWORD error : {2, 3, 15, 53, 67, 123, 161, 206})
+    EXPECT_EQ(platform::OpeningStatus(error), ReadStatus::Missing) << error;
+  for (const DWORD error : {5, 32, 59, 64, 1920})
+    EXPECT_EQ(platform::OpeningStatus(error), ReadStatus::Unreadable) << error;
 }
 
-// Opens the file, as another program would, and after a while writes to it and closes it.
-std::jthread Hold(const FileName& name, DWORD share, DWORD milliseconds,
-                  const std::string& bytes = "") {
-  const DWORD access = bytes.empty() ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
-  const HANDLE held = CreateFileW(name.c_str(), access, share, nullptr, OPEN_EXISTING, 0, nullptr);
-  EXPECT_NE(held, INVALID_HANDLE_VALUE);
-  return std::jthread([=] {
-    Sleep(milliseconds);
-    DWORD count = 0;
-    const auto size = static_cast<DWORD>(bytes.size());
-    EXPECT_TRUE(bytes.empty() || WriteFile(held, bytes.data(), size, &count, nullptr));
-    CloseHandle(held);
-  });
-}
-
-TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndStaysWhole) {
+TEST_F(WindowsFilesTest, AFileThatAnotherProgramHoldsIsWaitedForAndKeepsItsEdit) {
   for (const DWORD share : {DWORD{0}, DWORD{FILE_SHARE_READ}}) {
-    std::jthread holder = Hold(name, share, 300);
+    std::jthread holder = Hold(name, share);
     EXPECT_TRUE(Replace()) << share;
-    holder = Hold(name, share, 300);
+    holder = Hold(name, share);
     EXPECT_EQ(Read(name), ReadStatus::Done) << share;
     holder.join();
-    const platform::Handle held = platform::MakeHandle(
-        CreateFileW(name.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(held);
+    const Handle held = Open(name, share);
     EXPECT_THROW(LockedFile(name, Soon()).Replace({"newer"}, nullptr), std::system_error) << share;
     EXPECT_EQ(Read(name), share == 0 ? ReadStatus::Unreadable : ReadStatus::Done) << share;
   }
   EXPECT_EQ(folder.Read("file"), "new");
-  EXPECT_EQ(folder.FileCount(), 1) << "the temporary file stayed";
-}
-
-TEST_F(WindowsFilesTest, AnEditByTheProgramThatIsWaitedForStays) {
   LockedFile file(name, Soon());
-  const std::jthread editor = Hold(name, FILE_SHARE_READ, 300, "edited");
-  EXPECT_FALSE(file.Replace({"new"}, nullptr));
+  const std::jthread editor = Hold(name, FILE_SHARE_READ, "edited");
+  EXPECT_FALSE(file.Replace({"newer"}, nullptr));
   EXPECT_EQ(folder.Read("file"), "edited");
-  EXPECT_EQ(folder.FileCount(), 1);
+  EXPECT_EQ(folder.FileCount(), 1) << "the temporary file stayed";
 }
 
 TEST_F(WindowsFilesTest, AllNamesOfAFileShareOneLockThatNoEndedThreadKeeps) {

@@ -20,9 +20,8 @@ void CountLine(void* context, corekit::LogKind, const wchar_t*, const wchar_t*) 
 }
 
 TEST(Threads, LoseNothingAndMixNothingWhileTheSinkChanges) {
-  std::atomic<bool> done = false;
-  std::thread changer([&] {
-    for (int i = 0; !done; ++i) {
+  std::jthread changer([](const std::stop_token& stop) {
+    for (int i = 0; !stop.stop_requested(); ++i) {
       corekit::SetLogSink(&CountLine<0>, &lines[0]);
       corekit::SetLogSink(&CountLine<1>, &lines[1]);
       if (i % 3 == 0) corekit::SetLogSink(nullptr, nullptr);
@@ -42,15 +41,14 @@ TEST(Threads, LoseNothingAndMixNothingWhileTheSinkChanges) {
       for (++ready; ready < 2;) std::this_thread::yield();
       EXPECT_EQ(SetXMLItem(own, ownCookie, "", item, "ELEMENT", value.c_str()), 0U);
     };
-    std::thread other(set, list, cookie, "b");
+    std::jthread other(set, list, cookie, "b");
     set(document.list, document.cookie, "a");
     other.join();
     for (const char* item : {"a>", "b>"})
       EXPECT_NE(document.Bytes().find(item + value + "<"), std::string::npos);
   }
   EndXMLList(&list);
-  done = true;
-  changer.join();
+  changer = {}; // stops and joins it
   corekit::SetLogSink(nullptr, nullptr);
   EXPECT_GT(lines[0] + lines[1], 0U);
   EXPECT_EQ(mixed, 0U);
