@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <deque>
 #include <iterator>
+#include <span>
 
 #include "input_output.h"
 
@@ -7,84 +9,74 @@ namespace {
 
 struct Line {
   char sign;             // as in the diff: ' ' kept, '-' removed, '+' added
-  std::string text;      // with its line ending, if it has one
-  std::size_t before[2]; // how many lines of the old and of the new text precede it
+  std::string_view text; // with its line ending, if it has one
 };
 
-// The lines of a text and of what the edits turn it into, followed by one without text.
-class MarkedLines {
- public:
-  MarkedLines(std::string_view text, const std::vector<Ostrum::Edit>& edits) {
-    std::size_t done = 0; // of the text
-    for (const auto& [from, length, replacement] : edits) {
-      Append(text.substr(done, from - done), true, true);
-      Append(text.substr(from, length), true, false);
-      Append(replacement, false, true);
-      done = from + length;
-    }
-    Append(text.substr(done), true, true);
-    Flush();
-    lines.push_back({' ', {}, {count[0], count[1]}});
-  }
+std::vector<std::string_view> SplitLines(std::string_view text) {
+  std::vector<std::string_view> lines;
+  for (; !text.empty(); text.remove_prefix(lines.back().size()))
+    lines.push_back(text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1));
+  return lines;
+}
 
+// Keeps the lines that both texts have at their beginning and at their end.
+void AppendLines(std::vector<Line>& lines, std::string_view oldText, std::string_view newText) {
+  const auto removed = SplitLines(oldText), added = SplitLines(newText);
+  const auto append = [&lines](char sign, auto from, auto end) {
+    for (; from != end; ++from) lines.push_back({sign, *from});
+  };
+  const auto [from, newFrom] = std::ranges::mismatch(removed, added);
+  const auto [end, newEnd] = std::mismatch(removed.rbegin(), std::reverse_iterator(from),
+                                           added.rbegin(), std::reverse_iterator(newFrom));
+  append(' ', removed.begin(), from);
+  append('-', from, end.base());
+  append('+', newFrom, newEnd.base());
+  append(' ', end.base(), removed.end());
+}
+
+// The lines of a text and of what the edits turn it into; `changed` keeps those that are new.
+std::vector<Line> MarkedLines(std::string_view text, const std::vector<Ostrum::Edit>& edits,
+                              std::deque<std::string>& changed) {
   std::vector<Line> lines;
-
- private:
-  using Texts = std::vector<std::string>;
-
-  // Continues the last line of the texts if that has no ending.
-  void Append(std::string_view text, bool isOld, bool isNew) {
-    const auto append = [](Texts& side, std::string_view line) {
-      if (side.empty() || side.back().ends_with('\n')) side.emplace_back();
-      side.back() += line;
-    };
-    for (std::string_view line; !text.empty(); text.remove_prefix(line.size())) {
-      line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
-      if (isOld) append(removed, line);
-      if (isNew) append(added, line);
-      if (isOld && isNew && line.ends_with('\n')) Flush();
-    }
+  std::size_t done = 0; // of the text
+  for (auto edit = edits.begin(); edit != edits.end();) {
+    const std::size_t start = text.substr(0, edit->from).rfind('\n') + 1;
+    AppendLines(lines, text.substr(done, start - done), text.substr(done, start - done));
+    std::string& result = changed.emplace_back();
+    done = start;
+    std::size_t end = start; // of the lines that the edits change
+    do {
+      result.append(text.substr(done, edit->from - done)).append(edit->replacement);
+      done = edit->from + edit->length;
+      if (done >= end) end = std::min(text.find('\n', done), text.size() - 1) + 1;
+    } while (++edit != edits.end() && edit->from <= end);
+    AppendLines(lines, text.substr(start, end - start), result.append(text, done, end - done));
+    done = end;
   }
+  AppendLines(lines, text.substr(done), text.substr(done));
+  return lines;
+}
 
-  // Keeps the lines that both sides have at the beginning and at the end.
-  void Flush() {
-    const auto [from, newFrom] = std::ranges::mismatch(removed, added);
-    const auto [end, newEnd] = std::mismatch(removed.rbegin(), std::reverse_iterator(from),
-                                             added.rbegin(), std::reverse_iterator(newFrom));
-    Add(' ', removed.begin(), from);
-    Add('-', from, end.base());
-    Add('+', newFrom, newEnd.base());
-    Add(' ', end.base(), removed.end());
-    removed.clear();
-    added.clear();
-  }
+using Lines = std::span<const Line>;
 
-  void Add(char sign, Texts::iterator from, Texts::iterator end) {
-    for (; from != end; ++from) {
-      lines.push_back({sign, std::move(*from), {count[0], count[1]}});
-      if (sign != '+') ++count[0];
-      if (sign != '-') ++count[1];
-    }
-  }
+// The range of lines on one side of a hunk: those without the other side's sign. before: the number
+// of that side's lines before the hunk, to which the range is added.
+std::string Range(Lines hunk, char otherSign, std::size_t& before) {
+  const auto isHere = [otherSign](const Line& line) { return line.sign != otherSign; };
+  const auto count = static_cast<std::size_t>(std::ranges::count_if(hunk, isHere));
+  // An empty range is named by the line before it.
+  const std::size_t number = before + std::min<std::size_t>(count, 1);
+  before += count;
+  return std::to_string(number) + ',' + std::to_string(count);
+}
 
-  Texts removed, added; // since both texts were last at the end of a line
-  std::size_t count[2] = {0, 0};
-};
-
-// end: a line, too.
-std::string Hunk(std::vector<Line>::const_iterator line, std::vector<Line>::const_iterator end) {
-  std::string hunk = "@@";
-  for (const int side : {0, 1}) {
-    const std::size_t count = end->before[side] - line->before[side];
-    // An empty range is named by the line before it.
-    const std::size_t number = line->before[side] + std::min<std::size_t>(count, 1);
-    hunk += std::string(side == 0 ? " -" : " +") + std::to_string(number) + ',';
-    hunk += std::to_string(count);
-  }
-  hunk += " @@\n";
-  for (; line != end; ++line) {
-    hunk.append(1, line->sign).append(line->text);
-    if (!line->text.ends_with('\n')) hunk += "\n\\ No newline at end of file\n";
+// before: as for Range, of the old and of the new text.
+std::string Hunk(Lines lines, std::size_t (&before)[2]) {
+  std::string hunk = "@@ -" + Range(lines, '+', before[0]);
+  hunk += " +" + Range(lines, '-', before[1]) + " @@\n";
+  for (const auto& [sign, text] : lines) {
+    hunk.append(1, sign).append(text);
+    if (!text.ends_with('\n')) hunk += "\n\\ No newline at end of file\n";
   }
   return hunk;
 }
@@ -94,21 +86,24 @@ std::string Hunk(std::vector<Line>::const_iterator line, std::vector<Line>::cons
 std::string UnifiedDiff(const std::string& fileName, std::string_view text,
                         const std::vector<Ostrum::Edit>& edits) {
   constexpr std::ptrdiff_t context = 3; // kept lines around a change
-  const std::vector<Line> lines = MarkedLines(text, edits).lines;
+  std::deque<std::string> changed;
+  const std::vector<Line> lines = MarkedLines(text, edits, changed);
   const auto isChanged = [](const Line& line) { return line.sign != ' '; };
-  const auto end = lines.end() - 1;
+  const auto end = lines.end();
   auto done = lines.begin(), change = std::find_if(done, end, isChanged);
   if (change == end) return {};
   std::string diff =
       "--- " + (text.empty() ? "/dev/null" : fileName) + "\t\n+++ " + fileName + "\t\n";
+  std::size_t before[2] = {0, 0};
   while (change != end) {
     const auto start = change - std::min(change - done, context);
+    for (std::size_t& count : before) count += static_cast<std::size_t>(start - done);
     do {
       done = std::find_if_not(change, end, isChanged);
       change = std::find_if(done, end, isChanged);
     } while (change != end && change - done <= 2 * context);
     done += std::min(end - done, context);
-    diff += Hunk(start, done);
+    diff += Hunk({start, done}, before);
   }
   return diff;
 }

@@ -44,7 +44,7 @@ class Application {
     }
   }
 
-  std::vector<std::string> created; // paths; only the first ones are known
+  std::vector<std::string> created; // paths
   JsonObject values;                // what was set or removed, if JSON is wanted
 
  private:
@@ -82,7 +82,7 @@ class Application {
     if (isNew && options.existing)
       throw NothingFound("no attribute " + path.attribute + " in " + PathOf(place));
     matcher.SetAttribute(element, path.attribute, value);
-    if (isNew) NoteCreated(place, path.attribute);
+    if (isNew) created.push_back(PathOf(place, path.attribute));
   }
 
   static void Remove(const Place& place, const std::string& attribute) {
@@ -114,7 +114,7 @@ class Application {
         if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
         if (!step.key.empty()) child.SetAttribute(step.key, step.value);
         place.push_back(child);
-        NoteCreated(place);
+        created.push_back(PathOf(place));
         const std::string misread = MisreadNumber(place[place.size() - 2], step.name);
         if (!misread.empty()) created.back() += " (" + misread + " is the one of that number)";
       }
@@ -129,10 +129,6 @@ class Application {
     throw CommandError(path.text + ": " + PathOf(place) + " has " + std::to_string(count) + ' ' +
                        step.WithoutPosition() + "; the next is number " +
                        std::to_string(count + 1) + ", or last()+1");
-  }
-
-  void NoteCreated(const Place& place, std::string_view attribute = {}) {
-    created.push_back(created.size() < maxListed ? PathOf(place, attribute) : "");
   }
 
   const Options& options;

@@ -10,21 +10,8 @@
 
 namespace {
 
-// CLI11 gives some arguments a meaning: "[a,b]" is two values, "++" ends a subcommand. So arguments
-// that are no options, and all after "--", are passed to it with a mark in front.
+// CLI11 takes "[a,b]" for two values, so a mark is passed to it before such a value.
 constexpr char dataMark = '\x1F';
-
-std::vector<std::string> MarkData(const std::vector<std::string>& arguments) {
-  std::vector<std::string> marked;
-  bool areData = false;
-  for (const std::string& argument : arguments) {
-    if (argument == "--" && !std::exchange(areData, true)) continue;
-    const bool isOption = !areData && argument.size() > 1 && argument[0] == '-' &&
-                          (argument[1] < '0' || argument[1] > '9');
-    marked.push_back(isOption ? argument : dataMark + argument);
-  }
-  return marked;
-}
 
 std::string Unmarked(std::string argument) {
   if (argument.starts_with(dataMark)) argument.erase(0, 1);
@@ -70,7 +57,7 @@ class CommandLine {
     app.add_flag("--attributes", options.attributes)->group("list");
     app.add_flag("--values", options.values)->group("list");
     CLI::Option* const depth = app.add_option("--depth", options.depth);
-    depth->check(CLI::PositiveNumber)->transform(Unmarked)->group("list");
+    depth->check(CLI::Range(1U, UINT32_MAX))->group("list");
     app.add_flag("--existing", options.existing)->group("set");
     app.add_flag("--create", options.create)->group("set");
     app.add_flag("--stdin", options.fromInput)->group("set");
@@ -113,10 +100,13 @@ class CommandLine {
   }
 
   void Parse(const std::vector<std::string>& arguments) {
-    std::vector<std::string> marked = MarkData(arguments);
-    std::ranges::reverse(marked); // as CLI11 expects them
+    std::vector<std::string> reversed(arguments.rbegin(),
+                                      arguments.rend()); // as CLI11 expects them
+    for (std::string& argument : reversed) {
+      if (argument.starts_with('[')) argument.insert(0, 1, dataMark);
+    }
     try {
-      app.parse(std::move(marked));
+      app.parse(std::move(reversed));
       if (!words.empty()) Select(words[0]);
     } catch (const CLI::ParseError& error) {
       for (auto word = arguments.begin(); word != arguments.end() && command == nullptr; ++word)
@@ -136,7 +126,6 @@ class CommandLine {
       text = app.remaining()[0] + ": no such option; use -- before a value that begins with -";
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
       text = text.substr(0, text.find(':')) + ": a value is required";
-    std::erase(text, dataMark);
     return Shown(text);
   }
 

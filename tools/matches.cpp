@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cctype>
 #include <optional>
+#include <ranges>
 #include <stdexcept>
 
 namespace {
@@ -13,16 +14,11 @@ std::string NumberedName(const Element& parent, const Element& child) {
   std::string text(child.GetName());
   const std::uint32_t count = parent.CountChildren(text);
   if (count == 1) return text;
-  std::uint32_t low = 1, high = count;
-  while (low < high) {
-    const std::uint32_t middle = low + (high - low) / 2;
-    const bool isAfter = parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child;
-    if (isAfter)
-      low = middle + 1;
-    else
-      high = middle;
-  }
-  return text + '[' + std::to_string(low) + ']';
+  const auto isBefore = [&](std::uint32_t number) {
+    return parent.NthChild(Ostrum::NameMatch::Exact, text, number) < child;
+  };
+  const auto numbers = std::views::iota(1U, count + 1);
+  return text + '[' + std::to_string(*std::ranges::partition_point(numbers, isBefore)) + ']';
 }
 
 // The child's name that has the most letters at its beginning in common with the name, ignoring
@@ -126,7 +122,7 @@ Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
   if (step.HasAnyName() && step.key.empty())
     return parent.NthChild(Ostrum::NameMatch::Prefix, "", n);
   if (step.key.empty()) return parent.NthChild(Ostrum::NameMatch::Exact, step.name, n);
-  const std::vector<Element>& matching = WithKey(parent, step);
+  const auto& matching = WithKey(parent, step);
   return n >= 1 && n <= matching.size() ? matching[n - 1] : Element();
 }
 
@@ -163,7 +159,7 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
 // The children with the step's name and filter, in document order.
 const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& step) {
   const std::hash<std::string_view> hashOf;
-  auto& [byHash, last, value, found] = indexes[{step.key, parent, step.name}];
+  auto& [byHash, last, value, found] = indexes[step.key][{parent, step.name}];
   const auto known = static_cast<std::ptrdiff_t>(byHash.size());
   Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
   for (; !child.IsNull(); child = child.NextSibling()) {
@@ -176,7 +172,7 @@ const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& 
   std::inplace_merge(byHash.begin(), added, byHash.end());
   found.clear();
   value = step.value;
-  auto entry = std::ranges::lower_bound(byHash, hashOf(value), {}, &Index::Entry::first);
+  auto entry = std::ranges::lower_bound(byHash, std::pair(hashOf(value), Element()));
   for (; entry != byHash.end() && entry->first == hashOf(value); ++entry) {
     if (KeyOf(entry->second, step) == value) found.push_back(entry->second);
   }
@@ -185,6 +181,5 @@ const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& 
 
 void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
   element.SetAttribute(name, value);
-  auto index = indexes.lower_bound({std::string(name), {}, {}});
-  while (index != indexes.end() && std::get<0>(index->first) == name) index = indexes.erase(index);
+  if (const auto outdated = indexes.find(name); outdated != indexes.end()) indexes.erase(outdated);
 }

@@ -6,7 +6,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -94,13 +93,11 @@ class Matcher {
   void SetAttribute(Element element, std::string_view name, std::string_view value);
 
  private:
-  // The name of the filter's attribute, the parent and the children's name.
-  using Key = std::tuple<std::string, Element, std::string>;
+  // The children of one parent and name that have a filter's attribute.
   struct Index {
-    using Entry = std::pair<std::size_t, Element>;
-    std::vector<Entry> byHash; // of the attribute's values; those of one hash in document order
-    Element last;              // the last child that was looked at; new ones follow it
-    // The last search, for a value of the attribute.
+    std::vector<std::pair<std::size_t, Element>> byHash; // of the values; then in document order
+    Element last; // the last child that was looked at; new ones follow it
+    // The last search: a value, and the children that have it.
     std::string value;
     std::vector<Element> found;
   };
@@ -111,7 +108,8 @@ class Matcher {
   const std::vector<Element>& WithKey(const Element& parent, const Step& step);
 
   Element root;
-  std::map<Key, Index> indexes;
+  // By the filter's attribute, then by parent and children's name.
+  std::map<std::string, std::map<std::pair<Element, std::string>, Index>, std::less<>> indexes;
 };
 
 #endif

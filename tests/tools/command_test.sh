@@ -148,6 +148,9 @@ change '<r><a/><a/></r>' '<r><a><b/></a><a><b/></a></r>' '*created a?1]/b, a?2]/
 change '<r>\r\n\t<a/>\r\n</r>' '<r>\r\n\t<a/>\r\n\t<b>1</b>\r\n</r>' '*' set b 1
 change '<r>1</r>' '<r>2</r>' '' set . 2
 change '<r/>' '<r a="1">t</r>' '*created @a' set /r t @a 1
+for value in '{}' '%%' '[]' '++' '-5' '[a,b]'; do # some have a meaning to the library that reads the command line
+  change '<r>1</r>' "<r>$value</r>" '' set . "$value"
+done
 change '<r><a>1</a></r>' '<r><a>1</a><a1>x</a1></r>' '*created a1 (a?1] is the one of that number)' set a1 x
 change "$lines" "$lines" '' set 'a[1]' x
 printf '<r>\n  <a k="1">x</a>\n  <a k="2"/>\n</r>\n' >list.xml
