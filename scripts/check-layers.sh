@@ -41,9 +41,10 @@ across=$(awk '
 
 circles=$(tsort <<<"$includes" 2>&1 >/dev/null || true)
 
-# The command may include the document library, conversions, what it needs of the system, and the public headers.
+# The command may include the document library, conversions, what it needs of the system, the public headers, and the record that
+# the queries read.
 inside=$(grep --recursive --line-number '^#include ".*/' tools |
-  grep -Ev '"(tarvik/tarvik|corekit/corekit|platform/(files|platform)|(host/ostrumxml|text)/[a-z0-9_/]+)\.h"' || true)
+  grep -Ev '"(tarvik/tarvik|corekit/corekit|registry/record|platform/(files|platform)|(host/ostrumxml|text)/[a-z0-9_/]+)\.h"' || true)
 
 if [[ -n $upward$across$circles$inside ]]; then
   printf '%s\n' "$upward" "$across" "$circles" "$inside" | sed '/^$/d' >&2

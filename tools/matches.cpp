@@ -4,7 +4,6 @@
 #include <cassert>
 #include <cctype>
 #include <optional>
-#include <ranges>
 #include <stdexcept>
 
 namespace {
@@ -14,11 +13,16 @@ std::string NumberedName(const Element& parent, const Element& child) {
   std::string text(child.GetName());
   const std::uint32_t count = parent.CountChildren(text);
   if (count == 1) return text;
-  const auto isBefore = [&](std::uint32_t number) {
-    return parent.NthChild(Ostrum::NameMatch::Exact, text, number) < child;
-  };
-  const auto numbers = std::views::iota(1U, count + 1);
-  return text + '[' + std::to_string(*std::ranges::partition_point(numbers, isBefore)) + ']';
+  std::uint32_t low = 1;
+  for (std::uint32_t high = count; low < high;) {
+    const std::uint32_t middle = low + (high - low) / 2;
+    const bool isAfter = parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child;
+    if (isAfter)
+      low = middle + 1;
+    else
+      high = middle;
+  }
+  return text + '[' + std::to_string(low) + ']';
 }
 
 // The child's name that has the most letters at its beginning in common with the name, ignoring

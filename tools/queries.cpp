@@ -2,11 +2,10 @@
 #include <corekit/corekit.h>
 #include <tarvik/tarvik.h>
 
-#include <memory>
-
 #include "host/ostrumxml/data/utf8.h"
 #include "input_output.h"
-#include "system.h"
+#include "platform/platform.h"
+#include "registry/record.h"
 
 namespace {
 
@@ -18,35 +17,29 @@ bool Succeeded(std::uint32_t code) {
   return code == XmlSuccess;
 }
 
-// FILE, opened by the library.
+// FILE as a document that the library's functions know. They would open a file by its name, which
+// standard input does not have.
 struct OpenFile {
-  // nameCounts: the library must know the file's name, so that a pipe can't be read.
-  explicit OpenFile(const Options& options, bool nameCounts = false) {
-    // The name that the library compares is the one by which it opens, in user text.
-    corekit::SetUtf8(!nameCounts || UserTextIsUtf8());
-    std::string name = options.file;
-    if (!nameCounts && (IsStream(name) || !Ostrum::IsUtf8(name)))
-      name = console::MakeMemoryFile(ReadBytes(name));
-    XmlFileList* created = nullptr;
-    Succeeded(InitXMLList(&created));
-    list.reset(created, [](XmlFileList* ended) { EndXMLList(&ended); });
-    if (OpenXML(created, name.c_str(), XmlOpenAtOnce, options.encrypted, &cookie) == XmlSuccess)
-      return;
-    Parse(Decode(ReadBytes(name), options).utf8); // throws the reason
-    throw CommandError("cannot be opened");
+  explicit OpenFile(const Options& options, bool isUtf8 = true) {
+    corekit::SetUtf8(isUtf8);
+    XmlFileRecord& record = list.files.emplace_back();
+    platform::MbsCopyBytes(record.fileName, options.file.c_str(), bufferSize - 1);
+    record.document = ReadDocument(options.file, options);
+    const Ostrum::Element root = record.document->GetRoot();
+    record.elementMap = std::make_unique<ElementMap>();
+    record.elementMap->Insert(root.GetName(), root);
   }
 
-  std::shared_ptr<XmlFileList> list;
-  std::uint32_t cookie = 0;
+  XmlFileList list;
+  const std::uint32_t cookie = 0; // of a new record
 };
 
 // Those of a catalog, or the one of a product, branch and package type.
-std::vector<DetectionInfo> FindDetections(const OpenFile& file,
-                                          const std::vector<std::string>& key) {
+std::vector<DetectionInfo> FindDetections(OpenFile& file, const std::vector<std::string>& key) {
   DetectionInfo info;
   if (!key.empty()) {
-    const auto code = GetDetectionInfo(file.list.get(), &file.cookie, key[1].c_str(),
-                                       key[0].c_str(), key[2].c_str(), &info);
+    const auto code = GetDetectionInfo(&file.list, &file.cookie, key[1].c_str(), key[0].c_str(),
+                                       key[2].c_str(), &info);
     // A match without Version also gives "not found", but with the other fields filled.
     if (!Succeeded(code) && info.ProductID.empty()) return {};
     return {info};
@@ -54,7 +47,7 @@ std::vector<DetectionInfo> FindDetections(const OpenFile& file,
   std::vector<DetectionInfo> pairs;
   DetectionPosition position = {1, 1, 1};
   for (;; pairs.push_back(info)) {
-    const auto code = EnumDetectionInfo(file.list.get(), &file.cookie, position, &info);
+    const auto code = EnumDetectionInfo(&file.list, &file.cookie, position, &info);
     // Both a pair without Version and the end give "not found", but only the end leaves the last
     // position at 1.
     if (!Succeeded(code) && position[2] == 1) return pairs;
@@ -84,13 +77,12 @@ void PrintRows(const Options& options, Json objects, const char* whyNone) {
 } // namespace
 
 ExitStatus Status(const Options& options) {
-  const OpenFile file(options);
+  OpenFile file(options);
   std::uint8_t enabled = 0;
   char version[65536] = "";
   constexpr std::uint32_t capacity = sizeof version;
   const auto ask = [&](char* buffer) {
-    return Succeeded(
-        IsRepositoryEnabled(file.list.get(), &file.cookie, &enabled, buffer, &capacity));
+    return Succeeded(IsRepositoryEnabled(&file.list, &file.cookie, &enabled, buffer, &capacity));
   };
   Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
   const bool isKnown = ask(nullptr);
@@ -108,7 +100,7 @@ ExitStatus Status(const Options& options) {
 ExitStatus Detect(const Options& options) {
   const std::vector<std::string>& key = options.arguments;
   if (key.size() % 3 != 0) throw UsageError("PRODUCT, BRANCH and TYPE go together");
-  const OpenFile file(options);
+  OpenFile file(options);
   Json objects = Json::array();
   for (const DetectionInfo& info : FindDetections(file, key)) {
     objects.push_back({{"ProductID", info.ProductID},
@@ -127,9 +119,9 @@ ExitStatus Detect(const Options& options) {
 }
 
 ExitStatus Files(const Options& options) {
-  const OpenFile file(options);
+  OpenFile file(options);
   std::vector<FileListEntry> files;
-  const bool isWhole = Succeeded(GetFileList(file.list.get(), &file.cookie, &files));
+  const bool isWhole = Succeeded(GetFileList(&file.list, &file.cookie, &files));
   Json objects = Json::array();
   for (const auto& [name, hash] : files) objects.push_back({{"name", name}, {"hash", hash}});
   PrintRows(options, std::move(objects),
@@ -140,10 +132,11 @@ ExitStatus Files(const Options& options) {
 
 ExitStatus Match(const Options& options) {
   if (options.file == "-") throw UsageError("FILE: standard input has no name");
-  const OpenFile file(options, true);
+  // The name is compared as user text.
+  OpenFile file(options, UserTextIsUtf8());
   const std::string name = FromUtf8(options.arguments.front()).value();
   std::uint32_t matches = 0;
-  Succeeded(MatchXmlListToFileName(file.list.get(), file.cookie, name.c_str(), &matches));
+  Succeeded(MatchXmlListToFileName(&file.list, file.cookie, name.c_str(), &matches));
   if (options.json) {
     PrintJson(Json{{"matches", matches == 1}});
   } else {

@@ -31,10 +31,6 @@ void Write(std::FILE* stream, std::string_view bytes);
 // Whether the file can be read from beginning to end only: a pipe or a character device.
 bool IsPipe(const platform::FileName& name);
 
-// Creates a copy of bytes that can be opened by name, and returns the name. Whatever ends the
-// process also removes the copy. Throws std::system_error.
-std::string MakeMemoryFile(std::string_view bytes);
-
 // Holds back the signals by which users end a program, so that a save completes, or lets them take
 // effect.
 void HoldSignals(bool areHeld);

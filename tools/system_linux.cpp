@@ -1,11 +1,8 @@
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <clocale>
 #include <csignal>
-#include <fstream>
 #include <iostream>
 #include <system_error>
 
@@ -42,15 +39,6 @@ void Write(std::FILE* stream, std::string_view bytes) {
 bool IsPipe(const platform::FileName& name) {
   std::error_code failure;
   return is_fifo(name, failure) || is_character_file(name, failure);
-}
-
-std::string MakeMemoryFile(std::string_view bytes) {
-  const int descriptor = memfd_create("tarvik", MFD_CLOEXEC);
-  std::string name = "/proc/self/fd/" + std::to_string(descriptor);
-  std::ofstream file(name, std::ios::binary);
-  if (!(file << bytes << std::flush))
-    throw std::system_error(errno, std::generic_category(), "cannot keep the input in memory");
-  return name;
 }
 
 void HoldSignals(bool areHeld) {

@@ -6,15 +6,11 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <new>
-#include <system_error>
 
 #include "host/ostrumxml/data/utf8.h"
-#include "platform/platform.h"
 #include "system.h"
 #include "text/charset_scope.h"
 
@@ -76,22 +72,6 @@ void Write(std::FILE* stream, std::string_view bytes) {
 
 // Opening a pipe to find out would take its only connection.
 bool IsPipe(const platform::FileName& name) { return name.native().starts_with(L"\\\\.\\"); }
-
-// The system deletes the file when the process ends and closes the handle, even of a process that
-// is killed, and writes it to the disk only if memory runs short.
-std::string MakeMemoryFile(std::string_view bytes) {
-  std::uint64_t random = 0;
-  const bool isRandom = platform::FillRandom(&random, sizeof random);
-  const platform::FileName wideName =
-      std::filesystem::temp_directory_path() / ("tarvik-" + std::to_string(random) + ".tmp");
-  std::FILE* const file = _wfopen(wideName.c_str(), L"wbTD");
-  std::string name;
-  if (!isRandom || file == nullptr ||
-      std::fwrite(bytes.data(), 1, bytes.size(), file) != bytes.size() || std::fflush(file) != 0 ||
-      !Ostrum::Utf8FromWide(wideName.native(), name))
-    throw std::system_error(errno, std::generic_category(), "cannot keep the input");
-  return name;
-}
 
 void HoldSignals(bool areHeld) { SetConsoleCtrlHandler(nullptr, areHeld ? TRUE : FALSE); }
 
