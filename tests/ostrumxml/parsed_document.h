@@ -2,8 +2,6 @@
 #ifndef TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 #define TARVIK_TESTS_OSTRUMXML_PARSED_DOCUMENT_H
 
-#include <expat.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <memory>
@@ -12,15 +10,16 @@
 #include <vector>
 
 #include "host/ostrumxml/document.h"
+#include "host/ostrumxml/expat/expat_parser.h"
 #include "host/ostrumxml/read/decode.h"
 
 struct Parsed {
   explicit Parsed(std::string bytes) {
+    Ostrum::UTF_ENCODINGS encoding{};
     isText = !Ostrum::DecodeFile(std::move(bytes), source, encoding);
+    const auto size = static_cast<int>(source.size());
     int line = 0, column = 0;
-    if (isText)
-      document.reset(
-          Ostrum::ParseXML(source, static_cast<int>(source.size()), error, line, column));
+    if (isText) document.reset(Ostrum::ParseXML(source, size, error, line, column));
   }
 
   // The element reached by taking the first child of each name, or the null element.
@@ -34,7 +33,6 @@ struct Parsed {
 
   bool isText;
   std::string source;
-  Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   Ostrum::PARSER_ERROR error{};
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
 };
@@ -54,8 +52,9 @@ inline std::string ValueOf(const Ostrum::Value& read) {
 // for deep nesting.
 inline std::string Describe(const Ostrum::Element& element) {
   const Ostrum::Value attribute = element.GetAttribute("a");
-  std::string text = "<" + std::string(element.GetName()) + (attribute.IsNull() ? "" : " a=") +
-                     ValueOf(attribute) + ">";
+  std::string text(element.GetName());
+  if (!attribute.IsNull()) text += " a=" + ValueOf(attribute);
+  text += '>';
   for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
     text += Describe(child);
   return text + "</>" + ValueOf(element.Text());
@@ -63,34 +62,28 @@ inline std::string Describe(const Ostrum::Element& element) {
 
 // The same for what Expat reports about the text; empty if it rejects the text.
 inline std::string DescribeByExpat(const std::string& source) {
-  struct Description {
-    std::string text;
-    std::vector<std::string> open; // the texts of the open elements
-  } description;
-  const XML_Parser parser = XML_ParserCreate("UTF-8");
-  XML_SetParamEntityParsing(parser, XML_PARAM_ENTITY_PARSING_ALWAYS);
-  XML_SetUserData(parser, &description);
-  XML_SetElementHandler(
-      parser,
-      [](void* self, const char* name, const char** attributes) {
-        auto& [text, open] = *static_cast<Description*>(self);
-        while (*attributes != nullptr && std::string_view(*attributes) != "a") attributes += 2;
-        text += "<" + std::string(name) +
-                (*attributes != nullptr ? std::string(" a=") + attributes[1] : "") + ">";
-        open.emplace_back();
-      },
-      [](void* self, const char*) {
-        auto& [text, open] = *static_cast<Description*>(self);
-        text += "</>" + open.back();
-        open.pop_back();
-      });
-  XML_SetCharacterDataHandler(parser, [](void* self, const char* text, int size) {
-    static_cast<Description*>(self)->open.back().append(text, static_cast<std::size_t>(size));
+  using Texts = std::vector<std::string>;
+  Texts texts(1); // the description, then the texts of the open elements
+  Ostrum::ExpatParser parser;
+  XML_SetParamEntityParsing(parser.Get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
+  XML_SetUserData(parser.Get(), &texts);
+  const auto start = [](void* self, const char* name, const char** attributes) {
+    std::string& text = static_cast<Texts*>(self)->front().append(name);
+    for (; *attributes != nullptr; attributes += 2)
+      if (std::string_view(*attributes) == "a") text.append(" a=").append(attributes[1]);
+    text += '>';
+    static_cast<Texts*>(self)->emplace_back();
+  };
+  const auto end = [](void* self, const char*) {
+    Texts& all = *static_cast<Texts*>(self);
+    all.front() += "</>" + all.back();
+    all.pop_back();
+  };
+  XML_SetElementHandler(parser.Get(), start, end);
+  XML_SetCharacterDataHandler(parser.Get(), [](void* self, const char* text, int size) {
+    static_cast<Texts*>(self)->back().append(text, static_cast<std::size_t>(size));
   });
-  const bool parsed =
-      XML_Parse(parser, source.data(), static_cast<int>(source.size()), XML_TRUE) == XML_STATUS_OK;
-  XML_ParserFree(parser);
-  return parsed ? description.text : "";
+  return parser.Feed(source, true) == XML_STATUS_OK ? texts.front() : "";
 }
 
 #endif
