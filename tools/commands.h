@@ -10,12 +10,8 @@
 
 enum class ExitStatus { Found = 0, NothingFound = 1, Failed = 2 };
 
-// Ends the command. The text is a line for standard error, to which the name of FILE is added.
-class CommandError : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-// The same with ExitStatus::NothingFound.
+// An exception ends the command with ExitStatus::Failed. Its text is a line for standard error, to
+// which the name of FILE is added. This one ends it with ExitStatus::NothingFound.
 class NothingFound : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };

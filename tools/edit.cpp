@@ -24,30 +24,28 @@ class Application {
   Application(const Options& given, Element root) : options(given), matcher(root) {}
 
   // Sets and creates in the order given, then removes. If the changes were applied before, to what
-  // the file held then, each path must find as much as before. Throws CommandError or NothingFound;
-  // the document may then be partly changed.
+  // the file held then, each path must find as much as before. Throws; the document may then be
+  // partly changed.
   void Apply(const std::vector<Change>& changes, const Application* earlier) {
     before = earlier;
-    const Path* path = nullptr;
-    try {
-      for (const Change& change : changes) {
-        path = &change.path;
-        Apply(change);
-      }
-      for (const auto& [removed, place] : removals) {
-        path = removed;
-        Remove(place, path->attribute);
-      }
-    } catch (const std::invalid_argument& reason) {
-      const char* const refused = removals.empty() ? ": not set: " : ": not removed: ";
-      throw CommandError(path->text + refused + reason.what());
-    }
+    for (const Change& change : changes) Try([&] { Apply(change); }, change.path, "set");
+    for (const auto& [path, place] : removals)
+      Try([path = path, &place = place] { Remove(place, path->attribute); }, *path, "removed");
   }
 
   std::vector<std::string> created; // paths
   JsonObject values;                // what was set or removed, if JSON is wanted
 
  private:
+  template <class Action>
+  static void Try(Action action, const Path& path, const char* done) {
+    try {
+      action();
+    } catch (const std::invalid_argument& reason) {
+      throw std::runtime_error(path.text + ": not " + done + ": " + reason.what());
+    }
+  }
+
   // A removal is only noted, and applied after all paths were found.
   void Apply(const Change& change) {
     const Path& path = change.path;
@@ -69,8 +67,8 @@ class Application {
     Found found = matcher.Find(change.path, change.value.has_value());
     found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
     if (before != nullptr && before->counted[counted.size()] != found.counted)
-      throw CommandError("not saved: another program changed the file meanwhile, and " +
-                         change.path.text + " may now name something else");
+      throw std::runtime_error("not saved: another program changed the file meanwhile, and " +
+                               change.path.text + " may now name something else");
     counted.push_back(found.counted);
     return found;
   }
@@ -94,8 +92,8 @@ class Application {
 
   void RequireOne(const Path& path, const Found& found, const char* what) const {
     if (found.places.size() <= 1 || options.all) return;
-    throw CommandError(path.text + " names " + std::to_string(found.places.size()) + ' ' + what +
-                       "; --all takes all of them, a number such as [1] one");
+    throw std::runtime_error(path.text + " names " + std::to_string(found.places.size()) + ' ' +
+                             what + "; --all takes all of them, a number such as [1] one");
   }
 
   // Creates what is missing of the path in each place that was found, and makes it the place.
@@ -105,7 +103,7 @@ class Application {
     const bool canCreate = change.value && !options.existing;
     if (!canCreate || std::ranges::any_of(missing, &Step::HasAnyName))
       throw NothingFound(matcher.WhyMissing(path, found));
-    if (found.steps == 0) throw CommandError(matcher.WhyMissing(path, found));
+    if (found.steps == 0) throw std::runtime_error(matcher.WhyMissing(path, found));
     RequireOne(path, found, "places for a new element");
     for (Place& place : found.places) {
       for (const Step& step : missing) {
@@ -123,12 +121,11 @@ class Application {
 
   // An element can be created only with the number that it will have.
   void RequireNext(const Path& path, const Place& place, const Step& step) {
-    if (step.position == Position::All || step.position == Position::Next) return;
     const std::uint32_t count = matcher.Count(place.back(), step);
-    if (step.position == Position::Number && step.number == count + 1) return;
-    throw CommandError(path.text + ": " + PathOf(place) + " has " + std::to_string(count) + ' ' +
-                       step.WithoutPosition() + "; the next is number " +
-                       std::to_string(count + 1) + ", or last()+1");
+    if (step.position == Position::All || step.NumberAmong(count) == count + 1) return;
+    throw std::runtime_error(path.text + ": " + PathOf(place) + " has " + std::to_string(count) +
+                             ' ' + step.WithoutPosition() + "; the next is number " +
+                             std::to_string(count + 1) + ", or last()+1");
   }
 
   const Options& options;
@@ -144,7 +141,7 @@ std::string RootOf(const std::vector<Change>& changes) {
     const Step& root = path.steps.front();
     if (path.text.starts_with('/') && !root.HasAnyName()) return root.name;
   }
-  throw CommandError("does not exist; a path must name its root, as in /Config/Net/Port");
+  throw std::runtime_error("does not exist; a path must name its root, as in /Config/Net/Port");
 }
 
 // A new file's text: a declaration, then each element on a line of its own, indented by two blanks
@@ -154,21 +151,17 @@ std::string Indented(std::string_view xml) {
   using enum Ostrum::PieceKind;
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
   std::size_t depth = 0;
-  // From this depth on, white space would become part of a text.
-  std::size_t inlineDepth = SIZE_MAX;
+  std::size_t inlineDepth = SIZE_MAX; // from here on, white space would become part of a text
   auto before = Other;
   Ostrum::PieceScanner scanner(xml);
   for (Ostrum::Piece piece{}; scanner.Next(piece); before = piece.kind) {
+    const bool isTag = piece.kind >= StartTag;
     const bool isEnd = piece.kind == EndTag;
-    const bool isStart = piece.kind == StartTag || piece.kind == EmptyTag;
-    const bool followsText = before == Text || before == Reference;
-    const bool followsChild = before == EndTag || before == EmptyTag;
+    const bool startsLine = isTag && depth < inlineDepth && !(isEnd && before == StartTag);
+    if (!isTag) inlineDepth = std::min(inlineDepth, depth);
+    if (isEnd && depth == inlineDepth) inlineDepth = SIZE_MAX;
     if (isEnd) --depth;
-    if (isStart && followsText) inlineDepth = std::min(inlineDepth, depth);
-    const bool startsLine =
-        (isStart && depth < inlineDepth) || (isEnd && followsChild && depth + 1 < inlineDepth);
     if (startsLine) text.append("\n").append(2 * depth, ' ');
-    if (isEnd && inlineDepth == depth + 1) inlineDepth = SIZE_MAX;
     if (piece.kind == StartTag) ++depth;
     text += piece.text;
   }
@@ -218,13 +211,14 @@ class Target final : public Ostrum::PendingChanges {
 
  private:
   void Read() {
-    if (!isInput && IsStream(options.file)) throw CommandError("is a pipe, which cannot be saved");
+    if (!isInput && IsStream(options.file))
+      throw std::runtime_error("is a pipe, which cannot be saved");
     std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
     if (isInput || options.dryRun) original = bytes;
     Ostrum::FileText text = Decode(std::move(bytes), options);
     encoding = text.encoding;
     if (options.dryRun && encoding != Ostrum::UTF_8)
-      throw CommandError("is not in UTF-8, which -n requires");
+      throw std::runtime_error("is not in UTF-8, which -n requires");
     document = Parse(std::move(text.utf8));
   }
 
@@ -238,7 +232,7 @@ class Target final : public Ostrum::PendingChanges {
     if (!isChanged) return original; // in its encoding
     std::string text = document->GenerateXML(false);
     if (options.encrypted && !corekit::KCryptWrap::encrypt_data(text, text))
-      throw CommandError("cannot be encrypted");
+      throw std::runtime_error("cannot be encrypted");
     return text;
   }
 

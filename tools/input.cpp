@@ -74,13 +74,13 @@ std::string ReadBytes(const std::string& file) {
   char part[65536];
   while (stream.read(part, sizeof part) || stream.gcount() > 0)
     bytes.append(part, static_cast<std::size_t>(stream.gcount()));
-  if (!stream.eof()) throw CommandError("cannot be read");
+  if (!stream.eof()) throw std::runtime_error("cannot be read");
   return bytes;
 }
 
 Ostrum::FileText Decode(std::string bytes, const Options& options) {
   if (!options.encrypted && IsEncrypted(bytes))
-    throw CommandError("is encrypted; --encrypted opens it");
+    throw std::runtime_error("is encrypted; --encrypted opens it");
   const auto decrypt = options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr;
   return Ostrum::DecodeBytes(std::move(bytes), decrypt);
 }

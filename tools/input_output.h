@@ -24,11 +24,11 @@ bool IsEncrypted(const std::string& bytes);
 // read once, and not replaced.
 bool IsStream(const std::string& file);
 
-// All bytes of a file of any kind, as they are. Throws CommandError or Ostrum::ReadFailure.
+// All bytes of a file of any kind, as they are. Throws std::runtime_error.
 std::string ReadBytes(const std::string& file);
 
-// Decrypts and decodes bytes as they are in FILE. Throws Ostrum::ReadFailure, and CommandError for
-// bytes that are encrypted without a word of it in the options.
+// Decrypts and decodes bytes as they are in FILE. Throws std::runtime_error, also for bytes that
+// are encrypted without a word of it in the options.
 Ostrum::FileText Decode(std::string bytes, const Options& options);
 
 // Throws Ostrum::ReadFailure with ReadBadEncoding, as for bytes that are not text, and the place.
@@ -50,7 +50,7 @@ std::optional<std::string> FromUtf8(std::string_view utf8);
 bool UserTextIsUtf8();
 
 // Prints data and an end, by default a line ending. On a terminal, control characters are escaped.
-// Throws CommandError for text that the user's character set lacks.
+// Throws std::runtime_error for text that the user's character set lacks.
 void Print(std::string_view utf8, std::string_view end = "\n");
 
 // Prints the bytes of a file as they are.

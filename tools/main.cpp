@@ -3,20 +3,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
+#include <iterator>
 
 #include "help_texts.h"
 #include "input_output.h"
 #include "system.h"
 
 namespace {
-
-// CLI11 takes "[a,b]" for two values, so a mark is passed to it before such a value.
-constexpr char dataMark = '\x1F';
-
-std::string Unmarked(std::string argument) {
-  if (argument.starts_with(dataMark)) argument.erase(0, 1);
-  return argument;
-}
 
 struct CommandEntry {
   std::string_view name;
@@ -39,6 +33,18 @@ constexpr CommandEntry commands[] = {
     {"help", nullptr, 0, 1, "[COMMAND]"},
 };
 
+const CommandEntry* CommandOf(std::string_view name) {
+  const auto* const found = std::ranges::find(commands, name, &CommandEntry::name);
+  return found == std::end(commands) ? nullptr : found;
+}
+
+// A number or a list such as "- x" does not.
+bool LooksLikeOption(const std::string& argument) {
+  const std::size_t start = argument.find_first_not_of('-');
+  const bool hasDashes = start == 1 || start == 2;
+  return hasDashes && std::isalpha(static_cast<unsigned char>(argument[start])) != 0;
+}
+
 class CommandLine {
  public:
   // An option's group names the commands that take it, if not all do.
@@ -48,11 +54,11 @@ class CommandLine {
     app.add_flag("-h,--help", wantsHelp);
     app.add_flag("--version", wantsVersion);
     app.add_flag("-e,--encrypted", options.encrypted);
-    app.add_option("--key-file", options.keyFile)->transform(Unmarked);
+    app.add_option("--key-file", options.keyFile);
     app.add_flag("-j,--json", options.json);
     app.add_flag("-v", options.verbosity);
     app.add_flag("--all", options.all)->group("get set remove");
-    app.add_option("--default", options.defaultText)->transform(Unmarked)->group("get");
+    app.add_option("--default", options.defaultText)->group("get");
     app.add_flag("-z,--null", options.endsWithZero)->group("get");
     app.add_flag("--attributes", options.attributes)->group("list");
     app.add_flag("--values", options.values)->group("list");
@@ -61,9 +67,9 @@ class CommandLine {
     app.add_flag("--existing", options.existing)->group("set");
     app.add_flag("--create", options.create)->group("set");
     app.add_flag("--stdin", options.fromInput)->group("set");
-    app.add_option("--from", options.from)->transform(Unmarked)->group("set");
+    app.add_option("--from", options.from)->group("set");
     app.add_flag("-n,--dry-run", options.dryRun)->group("set remove");
-    app.add_option("ARGUMENT", words)->transform(Unmarked);
+    app.allow_extras();
   }
 
   // Prints the reason if anything is thrown.
@@ -99,31 +105,28 @@ class CommandLine {
     return command->run(options);
   }
 
+  // All arguments after "--" are words, before it those that do not look like options. CLI11 only
+  // sets them aside, since it would take "[a,b]" for two.
   void Parse(const std::vector<std::string>& arguments) {
-    std::vector<std::string> reversed(arguments.rbegin(),
-                                      arguments.rend()); // as CLI11 expects them
-    for (std::string& argument : reversed) {
-      if (argument.starts_with('[')) argument.insert(0, 1, dataMark);
-    }
+    for (auto word = arguments.begin(); word != arguments.end() && command == nullptr; ++word)
+      command = CommandOf(*word); // for errors
+    const auto end = std::ranges::find(arguments, "--");
     try {
-      app.parse(std::move(reversed));
-      if (!words.empty()) Select(words[0]);
+      app.parse(std::vector(std::reverse_iterator(end), arguments.rend())); // last first
     } catch (const CLI::ParseError& error) {
-      for (auto word = arguments.begin(); word != arguments.end() && command == nullptr; ++word)
-        Select(*word);
       throw UsageError(Complaint(error));
     }
+    words = app.remaining();
+    const auto unknown = std::ranges::find_if(words, LooksLikeOption);
+    if (unknown != words.end())
+      throw UsageError(Shown(*unknown) +
+                       ": no such option; use -- before a value that begins with -");
+    if (end != arguments.end()) words.insert(words.end(), end + 1, arguments.end());
+    command = words.empty() ? nullptr : CommandOf(words[0]);
   }
 
-  void Select(std::string_view name) {
-    const auto* const found = std::ranges::find(commands, name, &CommandEntry::name);
-    if (found != std::end(commands)) command = found;
-  }
-
-  std::string Complaint(const CLI::ParseError& error) const {
+  static std::string Complaint(const CLI::ParseError& error) {
     std::string text = error.what();
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr)
-      text = app.remaining()[0] + ": no such option; use -- before a value that begins with -";
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
       text = text.substr(0, text.find(':')) + ": a value is required";
     return Shown(text);
@@ -155,7 +158,7 @@ class CommandLine {
     if (options.keyFile) {
       options.file = *options.keyFile; // for errors
       const std::string bytes = ReadBytes(options.file);
-      if (bytes.size() != 32) throw CommandError("not a 32-byte key");
+      if (bytes.size() != 32) throw std::runtime_error("not a 32-byte key");
       CorekitSetCipherKey(reinterpret_cast<const std::uint8_t*>(bytes.data()));
     }
     options.file = words[0];

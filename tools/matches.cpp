@@ -113,11 +113,10 @@ Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limi
 Element Matcher::Next(const Element& parent, const Step& step, std::uint32_t n,
                       std::vector<std::size_t>& counted) {
   if (step.position == Position::All) return Nth(parent, step, n);
-  if (step.position == Position::Next || n > 1) return {};
+  if (n > 1) return {};
   const std::uint32_t count = Count(parent, step);
-  if (step.position == Position::Last) return Nth(parent, step, count);
-  counted.push_back(count);
-  return Nth(parent, step, step.number);
+  if (step.position == Position::Number) counted.push_back(count);
+  return Nth(parent, step, step.NumberAmong(count));
 }
 
 // The n-th child with the step's name and filter, whatever its position says; null if n is 0.

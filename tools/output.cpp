@@ -75,14 +75,14 @@ bool UserTextIsUtf8() { return platform::CurrentCharset().plain == platform::Pla
 void Print(std::string_view utf8, std::string_view end) {
   const auto userText = FromUtf8(utf8);
   if (!userText)
-    throw CommandError("the locale's character set can't represent " + std::string(utf8));
+    throw std::runtime_error("the locale's character set can't represent " + std::string(utf8));
   console::Write(stdout, outputIsTerminal ? Printable(utf8, "\t\n") : *userText);
   console::Write(stdout, end);
 }
 
 void PrintBytes(std::string_view bytes) {
   if (!outputIsTerminal) return console::Write(stdout, bytes);
-  if (!Ostrum::IsUtf8(bytes)) throw CommandError("the result is not text for a terminal");
+  if (!Ostrum::IsUtf8(bytes)) throw std::runtime_error("the result is not text for a terminal");
   console::Write(stdout, Printable(bytes, "\t\n"));
 }
 

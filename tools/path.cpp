@@ -123,7 +123,8 @@ class PathParser {
     if (sign.starts_with('@')) return ParseFilter(step, sign, written);
     if (step.position != Position::All) Refuse("a second position in brackets is not supported");
     if (sign == "last()" || sign == "last()+1") {
-      step.position = sign.ends_with('1') ? Position::Next : Position::Last;
+      step.position = Position::FromLast;
+      step.number = sign.ends_with('1');
       return;
     }
     if (sign.empty() || sign.find_first_not_of("0123456789") != std::string::npos)

@@ -14,9 +14,8 @@
 // Which of the elements that match a step's name and filter the step stands for.
 enum class Position {
   All,
-  Number, // [2]
-  Last,   // [last()]
-  Next,   // [last()+1]: none, but set creates it
+  Number,   // [2]
+  FromLast, // [last()], and [last()+1], which set creates
 };
 
 // One step of a path, for example add[@key='Timeout'][2].
@@ -25,10 +24,14 @@ struct Step {
   std::string key = {};   // of the filter [@key='value']; empty if there is none
   std::string value = {}; // of the filter
   Position position = Position::All;
-  std::uint32_t number = 1; // for Position::Number, from 1
+  std::uint32_t number = 1; // from 1; for Position::FromLast 0 or 1 more than the last
   std::string text = {};    // the step as written
 
   bool HasAnyName() const { return name == "*"; }
+  // For a step with a position: the number of the element if so many match.
+  std::uint32_t NumberAmong(std::uint32_t count) const {
+    return position == Position::FromLast ? count + number : number;
+  }
   // The step as written, but for its position.
   std::string WithoutPosition() const {
     if (position == Position::All) return text;

@@ -13,7 +13,7 @@ namespace {
 bool Succeeded(std::uint32_t code) {
   if (code == XmlOutOfMemory) throw std::bad_alloc();
   if (code != XmlSuccess && code != XmlNotFound)
-    throw CommandError("the library failed (result code " + std::to_string(code) + ")");
+    throw std::runtime_error("the library failed (result code " + std::to_string(code) + ")");
   return code == XmlSuccess;
 }
 
@@ -127,7 +127,7 @@ ExitStatus Files(const Options& options) {
   PrintRows(options, std::move(objects),
             "no file with Name and Hash in the first language package");
   if (isWhole) return ExitStatus::Found;
-  throw CommandError("the entry after " + files.back().Name + " lacks its Name or Hash");
+  throw std::runtime_error("the entry after " + files.back().Name + " lacks its Name or Hash");
 }
 
 ExitStatus Match(const Options& options) {

@@ -30,15 +30,15 @@ ExitStatus CheckOne(const std::string& file, const Options& options, JsonObject&
 }
 
 bool EncryptBytes(const std::string& plain, std::string& encrypted) {
-  if (IsEncrypted(plain)) throw CommandError("is encrypted already");
+  if (IsEncrypted(plain)) throw std::runtime_error("is encrypted already");
   if (corekit::KCryptWrap::encrypt_data(plain, encrypted)) return true;
-  throw CommandError("cannot be encrypted");
+  throw std::runtime_error("cannot be encrypted");
 }
 
 bool DecryptBytes(const std::string& encrypted, std::string& plain) {
-  if (!IsEncrypted(encrypted)) throw CommandError("is not encrypted");
+  if (!IsEncrypted(encrypted)) throw std::runtime_error("is not encrypted");
   if (corekit::KCryptWrap::decrypt_data(encrypted, plain)) return true;
-  throw CommandError("is damaged or encrypted with another key");
+  throw std::runtime_error("is damaged or encrypted with another key");
 }
 
 ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
@@ -48,7 +48,7 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
     PrintBytes(converted);
     return ExitStatus::Found;
   }
-  if (IsStream(options.file)) throw CommandError("is a pipe, which cannot be rewritten");
+  if (IsStream(options.file)) throw std::runtime_error("is a pipe, which cannot be rewritten");
   console::HoldSignals(true);
   Ostrum::RewriteFile(console::FileNameOf(options.file), convert);
   return ExitStatus::Found;
