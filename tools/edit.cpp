@@ -78,7 +78,7 @@ class Application {
     if (path.attribute.empty()) return element.SetText(value);
     const bool isNew = element.GetAttribute(path.attribute).IsNull();
     if (isNew && options.existing)
-      throw NothingFound("no attribute " + path.attribute + " in " + PathOf(place));
+      throw NothingFound(matcher.WhyMissing(path, {{place}, place.size(), {}}));
     matcher.SetAttribute(element, path.attribute, value);
     if (isNew) created.push_back(PathOf(place, path.attribute));
   }
@@ -123,7 +123,7 @@ class Application {
   void RequireNext(const Path& path, const Place& place, const Step& step) {
     const std::uint32_t count = matcher.Count(place.back(), step);
     if (step.position == Position::All || step.NumberAmong(count) == count + 1) return;
-    throw std::runtime_error(path.text + ": " + PathOf(place) + " has " + std::to_string(count) +
+    throw std::runtime_error(path.text + ": " + NameOf(place) + " has " + std::to_string(count) +
                              ' ' + step.WithoutPosition() + "; the next is number " +
                              std::to_string(count + 1) + ", or last()+1");
   }
@@ -273,7 +273,8 @@ ExitStatus Set(const Options& options) {
   const std::vector<std::string>& words = options.arguments;
   const bool lacksValue = words.size() % 2 != 0;
   if (lacksValue && !options.fromInput) throw UsageError(words.back() + ": a PATH without a VALUE");
-  if (!lacksValue && options.fromInput) throw UsageError("--stdin: the last PATH has a VALUE");
+  if (!lacksValue && options.fromInput)
+    throw UsageError("--stdin gives the VALUE of the last PATH, which must be left out");
   const int readers = (options.file == "-") + (options.from == "-") + options.fromInput;
   if (readers > 1) throw UsageError("FILE -, --stdin and --from - exclude each other");
   if (words.empty() && !options.from) throw UsageError("nothing to set: give PATH VALUE or --from");

@@ -10,7 +10,7 @@
 
 namespace {
 
-[[noreturn]] void Refuse(const std::string& why) { throw UsageError("--from: " + why); }
+[[noreturn]] void Refuse(const std::string& why) { throw std::runtime_error(why); }
 
 // Receives the parts of a JSON text. A document built from them would not tell how a number was
 // written, nor that a name comes twice.
@@ -106,8 +106,8 @@ Members ReadMembers(const std::string& file) {
   MemberReader reader;
   try {
     nlohmann::json::sax_parse(ReadBytes(file), &reader);
-  } catch (const Ostrum::ReadFailure& failure) {
-    Refuse(file + ' ' + failure.what());
+  } catch (const std::runtime_error& failure) {
+    throw UsageError("--from " + Shown(file) + ": " + failure.what());
   }
   return std::move(reader.members);
 }

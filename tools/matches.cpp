@@ -25,35 +25,6 @@ std::string NumberedName(const Element& parent, const Element& child) {
   return text + '[' + std::to_string(low) + ']';
 }
 
-// The child's name that has the most letters at its beginning in common with the name, ignoring
-// case; empty if none has half of them.
-std::string_view NearestName(const Element& parent, std::string_view name) {
-  const auto areEqual = [](unsigned char a, unsigned char b) {
-    return std::tolower(a) == std::tolower(b);
-  };
-  std::string_view nearest;
-  auto most = static_cast<std::ptrdiff_t>(name.size() - 1) / 2;
-  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    const std::string_view other = child.GetName();
-    const auto common = std::ranges::mismatch(name, other, areEqual).in1 - name.begin();
-    if (common > most) nearest = other;
-    most = std::max(most, common);
-  }
-  return nearest;
-}
-
-// What may have been meant by a step for which the parent has no element. shown: the parent.
-std::string Hint(const Element& parent, const Step& step, const std::string& shown) {
-  if (step.HasAnyName() || parent.CountChildren(step.name) > 0) return {};
-  if (shown == step.name) return "; the root itself is /" + step.name;
-  const std::string number = MisreadNumber(parent, step.name);
-  if (!number.empty()) return "; a number is written in brackets: " + number;
-  const std::string_view nearest = NearestName(parent, step.name);
-  if (nearest.empty()) return {};
-  const bool isJoined = step.name.size() > nearest.size() + 1 && step.name.starts_with(nearest);
-  return "; there is " + std::string(nearest) + (isJoined ? ", and / separates names" : "");
-}
-
 // What the step's filter compares its value with, which is empty if the step has none. Nothing if
 // the element has another name or lacks the filter's attribute.
 std::optional<std::string> KeyOf(const Element& element, const Step& step) {
@@ -62,6 +33,43 @@ std::optional<std::string> KeyOf(const Element& element, const Step& step) {
   const Ostrum::Value key = element.GetAttribute(step.key);
   if (key.IsNull()) return std::nullopt;
   return key.GetValue();
+}
+
+// "; there is " and the text that has the most letters at its beginning in common with the wanted
+// one, ignoring case. Empty if none has half of them. areNames: of elements.
+template <class Text>
+std::string Nearest(std::string_view wanted, const std::vector<Text>& texts,
+                    bool areNames = false) {
+  const auto areEqual = [](unsigned char a, unsigned char b) {
+    return std::tolower(a) == std::tolower(b);
+  };
+  std::string_view nearest;
+  auto most = static_cast<std::ptrdiff_t>(wanted.size() - 1) / 2;
+  for (const std::string_view text : texts) {
+    const auto common = std::ranges::mismatch(wanted, text, areEqual).in1 - wanted.begin();
+    if (common > most) nearest = text;
+    most = std::max(most, common);
+  }
+  if (nearest.empty()) return {};
+  const bool isJoined = wanted.size() > nearest.size() + 1 && wanted.starts_with(nearest);
+  return "; there is " + std::string(nearest) +
+         (areNames && isJoined ? ", and / separates names" : "");
+}
+
+// What may have been meant by a step for which the parent has no element. shown: the parent.
+std::string Hint(const Element& parent, const Step& step, const std::string& shown) {
+  std::vector<std::string_view> names;
+  std::vector<std::string> keys;
+  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
+    names.push_back(child.GetName());
+    if (auto key = KeyOf(child, step)) keys.push_back(*std::move(key));
+  }
+  if (step.HasAnyName() || !keys.empty()) return Nearest(step.value, keys);
+  if (shown == step.name) return "; the root itself is /" + step.name;
+  const std::string number = MisreadNumber(parent, step.name);
+  if (!number.empty()) return "; a number is written in brackets: " + number;
+  if (!parent.GetAttribute(step.name).IsNull()) return "; an attribute is written @" + step.name;
+  return Nearest(step.name, names, true);
 }
 
 } // namespace
@@ -77,6 +85,10 @@ std::string PathOf(const Place& place, std::string_view attribute) {
     path.append(i > 1 ? "/" : "").append(NumberedName(place[i - 1], place[i]));
   if (attribute.empty()) return path.empty() ? "." : path;
   return path.append(path.empty() ? "@" : "/@").append(attribute);
+}
+
+std::string NameOf(const Place& place) {
+  return place.size() == 1 ? std::string(place.back().GetName()) : PathOf(place);
 }
 
 // Goes through the document in order, depth first, so that the first places cost no more than what
@@ -147,12 +159,14 @@ std::string MisreadNumber(const Element& parent, std::string_view name) {
 
 std::string Matcher::WhyMissing(const Path& path, const Found& found) {
   assert(!found.IsWhole(path));
-  const std::string rootName(root.GetName());
-  if (found.steps == 0) return "no root " + path.steps.front().text + "; the root is /" + rootName;
+  if (found.steps == 0)
+    return "no root " + path.steps.front().text + "; the root is /" + std::string(root.GetName());
   const Place& place = found.places.front();
   const Element& parent = place.back();
-  const std::string shown = found.steps == 1 ? rootName : PathOf(place);
-  if (found.steps == path.steps.size()) return "no attribute " + path.attribute + " in " + shown;
+  const std::string shown = NameOf(place);
+  if (found.steps == path.steps.size())
+    return "no attribute " + path.attribute + " in " + shown +
+           Nearest(path.attribute, parent.AttributeNames());
   const Step& step = path.steps[found.steps];
   const std::uint32_t count = Count(parent, step);
   if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();

@@ -60,6 +60,9 @@ std::string ValueAt(const Place& place, std::string_view attribute);
 // several of a name. The root's path is ".".
 std::string PathOf(const Place& place, std::string_view attribute = {});
 
+// A place's path, or the root's name, for a message.
+std::string NameOf(const Place& place);
+
 // For a name such as Server3, which the library's functions take for a number: Server[3], if the
 // parent has children called Server. Otherwise empty.
 std::string MisreadNumber(const Element& parent, std::string_view name);

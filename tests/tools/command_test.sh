@@ -81,7 +81,9 @@ expect 1 '' '*: no element Folder2 in Folders; a number is written in brackets: 
 expect 1 '' '*: Folders has only 3 Folder' get configuration.xml 'Folders/Folder[4]'
 expect 1 '' '*: no root Config; the root is /Configuration' get configuration.xml /Config/Network
 expect 1 '' '*the root itself is /Configuration' get configuration.xml Configuration/Network
-expect 1 '' '*: no attribute Mode in Network' get configuration.xml Network/@Mode
+expect 1 '' '*: no attribute Mode in Network; there is mode' get configuration.xml Network/@Mode
+expect 1 '' '*: no element mode in Network; an attribute is written @mode' get configuration.xml Network/mode
+expect 1 '' "*: no element Item?@k='Xy'] in Site; there is x" get odd.xml "Item[@k='Xy']"
 expect 1 '' '*the root is not a SiteStatus element*' status catalog.xml
 expect 1 '' '*no such detection entry*' detect catalog.xml HARBOR-SCAN Current full
 expect 1 no '' match catalog.xml other.xml
@@ -148,7 +150,7 @@ change '<r><a/><a/></r>' '<r><a><b/></a><a><b/></a></r>' '*created a?1]/b, a?2]/
 change '<r>\r\n\t<a/>\r\n</r>' '<r>\r\n\t<a/>\r\n\t<b>1</b>\r\n</r>' '*' set b 1
 change '<r>1</r>' '<r>2</r>' '' set . 2
 change '<r/>' '<r a="1">t</r>' '*created @a' set /r t @a 1
-for value in '{}' '%%' '[]' '++' '-5' '[a,b]'; do # some have a meaning to the library that reads the command line
+for value in '{}' '%%' '[]' '++' -5 -.5 '- x' '[a,b]'; do # some have a meaning to the library that reads the command line
   change '<r>1</r>' "<r>$value</r>" '' set . "$value"
 done
 change '<r><a>1</a></r>' '<r><a>1</a><a1>x</a1></r>' '*created a1 (a?1] is the one of that number)' set a1 x
@@ -156,8 +158,8 @@ change "$lines" "$lines" '' set 'a[1]' x
 printf '<r>\n  <a k="1">x</a>\n  <a k="2"/>\n</r>\n' >list.xml
 refused 2 '*list.xml: a names 2 elements; --all takes all*' set list.xml a x
 refused 2 '*list.xml: a/b names 2 places for a new element*' set list.xml a/b x
-refused 2 '*list.xml: a?4]: . has 2 a; the next is number 3, or last()+1' set list.xml 'a[4]' x
-refused 2 '*b?last()]: . has 0 b; the next is number 1*' set list.xml 'b[last()]' x
+refused 2 '*list.xml: a?4]: r has 2 a; the next is number 3, or last()+1' set list.xml 'a[4]' x
+refused 2 '*b?last()]: r has 0 b; the next is number 1*' set list.xml 'b[last()]' x
 refused 2 '*no root Other; the root is /r' set list.xml /Other/a x
 refused 1 '*no element ? in a?1]' set list.xml 'a[1]/*' x
 refused 1 '*no element b in r*' set list.xml --existing 'a[1]' y b x
@@ -177,7 +179,7 @@ printf '{"a": 1.50, "@b": true, "c": -0, "d": "x"}' >input
 change '<r/>' '<r b="true"><a>1.50</a><c>-0</c><d>x</d></r>' '*' set --from -
 while IFS='|' read -r json reason; do
   printf %s "$json" >input
-  refused 2 "tarvik: --from: $reason (see tarvik set --help)" set list.xml --from -
+  refused 2 "tarvik: --from -: $reason (see tarvik set --help)" set list.xml --from -
 done <<'END'
 {"a": null}|a: a value must be a string, a number, true or false
 {"a": {"b": 1}}|a: a value must be a string*
@@ -302,7 +304,7 @@ expect 0 -x '' get list.xml a
 "${command[@]}" status -v site-status.xml 2>err >out
 [[ $(head -1 out) == enabled && $(<err) == *'Tarvik: SiteStatus is a group'* ]] ||
   fail 'log lines go to standard error alone'
-for name in get list set remove check encrypt decrypt status detect files match; do
+for name in get list set remove check encrypt decrypt status detect files match help; do
   "${command[@]}" $name --help 2>err >out
   "${command[@]}" help $name | cmp -s - out || fail "tarvik help $name"
   [[ $(<out) == "Usage: tarvik $name"*Example*tarvik* && ! -s err && $(wc -L <out) -le 80 ]] || fail "tarvik $name --help"
