@@ -1,5 +1,6 @@
 // Reading and replacing files, on every system.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "platform/files.h"
 #include "support/temp_folder.h"
@@ -58,13 +59,18 @@ TEST(FilesTest, WhatMustNotBeReplacedIsRefused) {
   fs::create_directory(folder.Path() / "folder");
   folder.Write("read-only", "old");
   fs::permissions(folder.Path() / "read-only", fs::perms::owner_read);
-  for (const char* name : {"folder", "read-only", "none/file", "read-only/below"}) {
+  std::vector<std::string> names{"folder", "read-only", "none/file", "read-only/below"};
+#ifndef _WIN32
+  ASSERT_EQ(mkfifo(folder.Name(names.emplace_back("pipe")).c_str(), S_IRUSR | S_IWUSR), 0);
+#endif
+  const std::ptrdiff_t count = folder.FileCount();
+  for (const std::string& name : names) {
     EXPECT_THROW(LockedFile(folder.Path() / name, Soon()).Replace({"new"}, nullptr),
                  std::runtime_error)
         << name;
   }
   EXPECT_EQ(folder.Read("read-only"), "old");
-  EXPECT_EQ(folder.FileCount(), 2);
+  EXPECT_EQ(folder.FileCount(), count);
   fs::permissions(folder.Path() / "read-only",
                   fs::perms::owner_all); // some systems do not remove read-only files
 }
