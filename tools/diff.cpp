@@ -59,51 +59,53 @@ std::vector<Line> MarkedLines(std::string_view text, const std::vector<Ostrum::E
 
 using Lines = std::span<const Line>;
 
-// The range of lines on one side of a hunk: those without the other side's sign. before: the number
-// of that side's lines before the hunk, to which the range is added.
-std::string Range(Lines hunk, char otherSign, std::size_t& before) {
+std::string Text(Lines lines) {
+  std::string text;
+  for (const auto& [sign, line] : lines) {
+    text.append(1, sign).append(line);
+    if (!line.ends_with('\n')) text += "\n\\ No newline at end of file\n";
+  }
+  return text;
+}
+
+// The range of lines on one side of a part: those without the other side's sign. before: the number
+// of that side's lines before the part, to which the range is added.
+std::string Range(Lines part, char otherSign, std::size_t& before) {
   const auto isHere = [otherSign](const Line& line) { return line.sign != otherSign; };
-  const auto count = static_cast<std::size_t>(std::ranges::count_if(hunk, isHere));
+  const auto count = static_cast<std::size_t>(std::ranges::count_if(part, isHere));
   // An empty range is named by the line before it.
   const std::size_t number = before + std::min<std::size_t>(count, 1);
   before += count;
   return std::to_string(number) + ',' + std::to_string(count);
 }
 
-// before: as for Range, of the old and of the new text.
-std::string Hunk(Lines lines, std::size_t (&before)[2]) {
-  std::string hunk = "@@ -" + Range(lines, '+', before[0]);
-  hunk += " +" + Range(lines, '-', before[1]) + " @@\n";
-  for (const auto& [sign, text] : lines) {
-    hunk.append(1, sign).append(text);
-    if (!text.ends_with('\n')) hunk += "\n\\ No newline at end of file\n";
-  }
-  return hunk;
+// Whether a hunk has the line: a changed one, or one of three kept lines around it.
+bool IsShown(Lines lines, std::size_t i) {
+  constexpr std::size_t context = 3;
+  const std::size_t from = i - std::min(i, context);
+  const Lines around = lines.subspan(from, std::min(i + context + 1, lines.size()) - from);
+  return std::ranges::any_of(around, [](const Line& line) { return line.sign != ' '; });
 }
 
 } // namespace
 
 std::string UnifiedDiff(const std::string& fileName, std::string_view text,
                         const std::vector<Ostrum::Edit>& edits) {
-  constexpr std::ptrdiff_t context = 3; // kept lines around a change
   std::deque<std::string> changed;
-  const std::vector<Line> lines = MarkedLines(text, edits, changed);
-  const auto isChanged = [](const Line& line) { return line.sign != ' '; };
-  const auto end = lines.end();
-  auto done = lines.begin(), change = std::find_if(done, end, isChanged);
-  if (change == end) return {};
-  std::string diff =
-      "--- " + (text.empty() ? "/dev/null" : fileName) + "\t\n+++ " + fileName + "\t\n";
+  const std::vector<Line> marked = MarkedLines(text, edits, changed);
+  const Lines lines = marked;
+  std::string hunks;
   std::size_t before[2] = {0, 0};
-  while (change != end) {
-    const auto start = change - std::min(change - done, context);
-    for (std::size_t& count : before) count += static_cast<std::size_t>(start - done);
-    do {
-      done = std::find_if_not(change, end, isChanged);
-      change = std::find_if(done, end, isChanged);
-    } while (change != end && change - done <= 2 * context);
-    done += std::min(end - done, context);
-    diff += Hunk({start, done}, before);
+  for (std::size_t start = 0, end = 0; start < lines.size(); start = end) {
+    const bool isHunk = IsShown(lines, start);
+    do ++end;
+    while (end < lines.size() && IsShown(lines, end) == isHunk);
+    const Lines part = lines.subspan(start, end - start);
+    const std::string oldRange = Range(part, '+', before[0]),
+                      newRange = Range(part, '-', before[1]);
+    if (isHunk) hunks += "@@ -" + oldRange + " +" + newRange + " @@\n" + Text(part);
   }
-  return diff;
+  if (hunks.empty()) return {};
+  const std::string oldName = text.empty() ? "/dev/null" : fileName;
+  return "--- " + oldName + "\t\n+++ " + fileName + "\t\n" + hunks;
 }

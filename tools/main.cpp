@@ -80,11 +80,9 @@ class CommandLine {
     } catch (const UsageError& error) {
       const std::string name = command == nullptr ? "" : std::string(command->name) + ' ';
       PrintMessage("", std::string(error.what()) + " (see tarvik " + name + "--help)");
-    } catch (const NothingFound& error) {
-      PrintMessage(options.file, error);
-      status = ExitStatus::NothingFound;
     } catch (const std::exception& error) {
       PrintMessage(options.file, error);
+      if (dynamic_cast<const NothingFound*>(&error) != nullptr) status = ExitStatus::NothingFound;
     }
     if (FlushOutput()) return status;
     PrintMessage(options.file, "standard output cannot be written");

@@ -37,9 +37,7 @@ std::string Printable(std::string_view utf8, std::string_view kept = {}) {
 
 std::optional<std::string> ToUtf8(const std::string& userText) {
   if (userText.find('\0') != std::string::npos) return std::nullopt;
-  const DocumentText converted(userText.c_str());
-  if (!converted.Text()) return std::nullopt;
-  return std::string(*converted.Text());
+  return std::optional<std::string>(DocumentText(userText.c_str()).Text());
 }
 
 // The context is not null if traces are to be shown, too.
@@ -65,9 +63,7 @@ std::string RequireUtf8(const std::string& userText, const std::string& name) {
 }
 
 std::optional<std::string> FromUtf8(std::string_view utf8) {
-  const LocaleText converted(utf8);
-  if (!converted.Text()) return std::nullopt;
-  return std::string(*converted.Text());
+  return std::optional<std::string>(LocaleText(utf8).Text());
 }
 
 bool UserTextIsUtf8() { return platform::CurrentCharset().plain == platform::PlainText::Utf8; }
