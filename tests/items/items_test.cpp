@@ -163,9 +163,16 @@ const struct {
     {external + "<A k='caf&e;'/></R>", "A", "k", attribute, "caf", external + "<A k='caf'/></R>"},
     {external + "<A k='&e;&amp;'/></R>", "A", "k", attribute, "n", external + "<A k='n'/></R>"},
     {external + "&e;</R>", "", "N", element, "1", external + "&e;<N>1</N></R>"},
+    // Names and values in a character set in which a backslash can be part of a character
+    {"<R><\u8868>\U0001F600</\u8868></R>", "R\\\x95\\\\\x95\\", "\x95\\", element,
+     "\x82\xA0<\x95\\",
+     "<R><\u8868>\U0001F600<\u8868><\u8868>\u3042&lt;\u8868</\u8868></\u8868></\u8868></R>"},
+    {"<R><\u8868>\u4e2d</\u8868></R>", "\x95\\", "\x82\xA0", attribute, "\x95\\\"",
+     "<R><\u8868 \u3042=\"\u8868&quot;\">\u4e2d</\u8868></R>"},
 };
 
 TEST(SetItem, ChangesWhatItNamesAlone) {
+  const LocaleGuard locale(multibyteLocale);
   for (const auto& [before, path, item, type, value, after] : sets) {
     const TestDocument document(before);
     for (int time = 0; time < 2; ++time) {
@@ -175,30 +182,6 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
       EXPECT_EQ(document.list->files.front().document->GenerateXML(false), after) << time;
     }
   }
-}
-
-// Names and values in the locale's character set, in a document with others that the locale cannot
-// represent.
-TEST(SetItem, ReadsBackWhateverXmlCanCarry) {
-  const std::string kept = "<!-- \U0001F600 --><\u4e2d k='\U0001F600'>\U0010FFFF</\u4e2d>";
-  TestDocument document("<Root a='0'>" + kept + "<\u3042>old</\u3042></Root>");
-  for (const char* name : {multibyteLocale, hasUtf8 ? "C.UTF-8" : multibyteLocale}) {
-    const LocaleGuard locale(name);
-    const std::string item = MultiByteText(ConvertToMultiByte(L"\u3042")).get();
-    for (const wchar_t* wide :
-         {L" lead\r\n\t<&>\"']]>&amp;<!-- x -->-->%s a\\b&c=d\n ", L"\r", L"\u8868\u3042",
-          L"\u20ac\U0001F600\u007F\u0085\u2028\ue000\ufffd"}) {
-      const MultiByteText value(ConvertToMultiByte(wide));
-      if (!value) continue;
-      ASSERT_EQ(document.SetText("", item.c_str(), value.get()), 0U);
-      ASSERT_EQ(document.SetAttribute("Root", "a", value.get()), 0U);
-      for (int time = 0; time < 2; ++time, document.Reopen()) {
-        EXPECT_EQ(document.Text("Root", item.c_str()), value.get());
-        EXPECT_EQ(document.Attribute("Root", "Root", "a"), value.get());
-      }
-    }
-  }
-  EXPECT_PRED2(Contains, document.Bytes(), kept);
 }
 
 TEST(SetItem, EntersWhatItCreatesIntoTheMap) {
@@ -287,7 +270,7 @@ TEST(SetItem, RefusesBeforeItChangesAnything) {
               34U);
     const std::vector<std::string> lines = log.Take();
     EXPECT_EQ(lines.back(), "error: Unknown error while setting xml");
-    EXPECT_PRED2(Contains, Reason(lines), row.reason);
+    EXPECT_NE(Reason(lines).find(row.reason), std::string::npos) << Reason(lines);
     EXPECT_EQ(
         std::ranges::count(lines, "error: Failed to add element to parent node. Cannot continue"),
         row.reason == "element's name");

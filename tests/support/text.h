@@ -26,9 +26,4 @@ inline std::string Repeat(const std::string& text, std::size_t count) {
   return all;
 }
 
-// For EXPECT_PRED2, which shows both.
-inline bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 #endif
