@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 
@@ -22,27 +23,22 @@ std::string setup =
 
 bool Refuses(std::string file) { return !KCryptWrap::decrypt_data(file, file) && file.empty(); }
 
-TEST(CipherTest, WhatWasEncryptedComesBackAndNoTwoFilesAreEqual) {
+TEST(CipherTest, DecryptsWhatItEncryptedOnlyIfWholeAndUnchanged) {
   if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
   for (const std::size_t size : {0U, 1U, 15U, 16U, 17U, 70000U}) {
     const std::string plain(size, '\xE9');
     std::string first, second;
     ASSERT_TRUE(KCryptWrap::encrypt_data(plain, first) && KCryptWrap::encrypt_data(plain, second));
     EXPECT_NE(first.substr(4, 12), second.substr(4, 12)) << "a nonce must never come twice";
+    for (std::size_t i = 0; i < std::min<std::size_t>(first.size(), 50); ++i) {
+      second = first;
+      second[i] = static_cast<char>(second[i] ^ 0x80);
+      EXPECT_TRUE(Refuses(second) && Refuses(first.substr(0, i)) && Refuses(first.substr(i + 1)));
+    }
+    EXPECT_TRUE(Refuses(first + '\0'));
     EXPECT_TRUE(KCryptWrap::decrypt_data(first, first) && first == plain) << size;
   }
-}
-
-TEST(CipherTest, WhatIsNotWholeAndUnchangedIsRefused) {
-  if (!SystemHasAes()) GTEST_SKIP() << "the system has no AES";
-  std::string file;
-  ASSERT_TRUE(KCryptWrap::encrypt_data("<Root>text</Root>", file));
-  for (std::size_t i = 0; i < file.size(); ++i) {
-    std::string changed = file;
-    changed[i] = static_cast<char>(changed[i] ^ 0x80);
-    EXPECT_TRUE(Refuses(changed) && Refuses(file.substr(0, i)) && Refuses(file.substr(i + 1))) << i;
-  }
-  EXPECT_TRUE(Refuses(file + '\0') && Refuses("<Root>a plain file that is long enough</Root>"));
+  EXPECT_TRUE(Refuses("<Root>a plain file that is long enough</Root>"));
 }
 
 // A file written by the first version on Windows; the command's test reads one from Linux. No other

@@ -2,7 +2,6 @@
 
 #include <climits>
 #include <string>
-#include <vector>
 
 #include "corekit/corekit.h"
 #include "support/locale_guard.h"
@@ -12,12 +11,11 @@ namespace {
 using corekit::KDetailTrace;
 using corekit::KString;
 using corekit::LogKind;
-using Lines = std::vector<std::wstring>;
 
+// Shows the kind of a line by a sign: those of TraceEnter, TraceLeave, Detail and Error.
 void Keep(void* lines, LogKind kind, const wchar_t* component, const wchar_t* text) {
-  const wchar_t* const kinds[] = {L"enter ", L"leave ", L"detail ", L"error "};
-  static_cast<Lines*>(lines)->push_back(kinds[static_cast<int>(kind)] + std::wstring(component) +
-                                        L":" + text);
+  *static_cast<std::wstring*>(lines) +=
+      L"<>+!"[static_cast<int>(kind)] + std::wstring(component) + L":" + text + L" ";
 }
 
 // A sink may log, and set another sink.
@@ -27,7 +25,7 @@ void HandOn(void* lines, LogKind, const wchar_t* component, const wchar_t* text)
 }
 
 TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
-  Lines lines;
+  std::wstring lines;
   {
     const KDetailTrace early(L"A", L"BeforeTheSink");
     corekit::SetLogSink(&HandOn, &lines);
@@ -38,9 +36,7 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
     corekit::SetLogSink(nullptr, nullptr);
     corekit::logDetail(L"A", L"dropped");
   }
-  const Lines expected{L"error B:handed on", L"detail :", L"enter A:Outlives", L"enter A:Whole",
-                       L"leave A:Whole"};
-  EXPECT_EQ(lines, expected);
+  EXPECT_EQ(lines, L"!B:handed on +: <A:Outlives <A:Whole >A:Whole ");
 }
 
 TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
