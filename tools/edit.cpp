@@ -34,7 +34,7 @@ class Application {
   }
 
   std::vector<std::string> created; // paths
-  JsonObject values;                // what was set or removed, if JSON is wanted
+  Members values;                   // what was set or removed, if JSON is wanted
 
  private:
   template <class Action>

@@ -37,10 +37,12 @@ std::unique_ptr<Ostrum::Document> Parse(std::string utf8);
 // The document in a file of any kind. Throws as the above do.
 std::unique_ptr<Ostrum::Document> ReadDocument(const std::string& file, const Options& options);
 
-// The members of the object in the JSON file of --from, or in standard input if it is "-": strings,
-// numbers, true and false, in the order and the form in which they are written. Throws UsageError
-// with the reason for anything else.
+// Paths or other names, and their values, in order.
 using Members = std::vector<std::pair<std::string, std::string>>;
+
+// The members of the object in the JSON file of --from, or in standard input if it is "-": strings,
+// numbers, true and false, in the form in which they are written. Throws UsageError with the reason
+// for anything else, also for a name that comes twice.
 Members ReadMembers(const std::string& file);
 
 // User text, as system.h defines it, from and to UTF-8. If the text is not valid in its character
@@ -57,9 +59,9 @@ void Print(std::string_view utf8, std::string_view end = "\n");
 void PrintBytes(std::string_view bytes);
 
 using Json = nlohmann::ordered_json;
-// Add members to it by emplace_back: all else looks for each among those before it.
-using JsonObject = Json::object_t;
 void PrintJson(const Json& json);
+// Prints an object. Of several members with one name, the last value counts.
+void PrintJson(const Members& members);
 
 // The unified diff that turns a file's text, which is empty for a new file, into the text with the
 // edits, as the program `patch` reads it. Empty if they change nothing. edits: sorted, and none

@@ -56,8 +56,9 @@ std::string Nearest(std::string_view wanted, const std::vector<Text>& texts,
          (areNames && isJoined ? ", and / separates names" : "");
 }
 
-// What may have been meant by a step for which the parent has no element. shown: the parent.
-std::string Hint(const Element& parent, const Step& step, const std::string& shown) {
+// What may have been meant by a step for which a place has no element.
+std::string Hint(const Place& place, const Step& step) {
+  const Element& parent = place.back();
   std::vector<std::string_view> names;
   std::vector<std::string> keys;
   for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
@@ -65,7 +66,8 @@ std::string Hint(const Element& parent, const Step& step, const std::string& sho
     if (auto key = KeyOf(child, step)) keys.push_back(*std::move(key));
   }
   if (step.HasAnyName() || !keys.empty()) return Nearest(step.value, keys);
-  if (shown == step.name) return "; the root itself is /" + step.name;
+  if (place.size() == 1 && parent.GetName() == step.name)
+    return "; the root itself is /" + step.name;
   const std::string number = MisreadNumber(parent, step.name);
   if (!number.empty()) return "; a number is written in brackets: " + number;
   if (!parent.GetAttribute(step.name).IsNull()) return "; an attribute is written @" + step.name;
@@ -170,7 +172,7 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
   const Step& step = path.steps[found.steps];
   const std::uint32_t count = Count(parent, step);
   if (count > 0) return shown + " has only " + std::to_string(count) + ' ' + step.WithoutPosition();
-  return "no element " + step.text + " in " + shown + Hint(parent, step, shown);
+  return "no element " + step.text + " in " + shown + Hint(place, step);
 }
 
 // The children with the step's name and filter, in document order.

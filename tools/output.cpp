@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <unordered_map>
 
 #include "host/ostrumxml/data/utf8.h"
 #include "system.h"
@@ -85,6 +86,18 @@ void PrintBytes(std::string_view bytes) {
 void PrintJson(const Json& json) {
   constexpr int indentation = 2;
   Print(json.dump(indentation, ' ', !UserTextIsUtf8()));
+}
+
+// The object's own functions look for each name among all those before it.
+void PrintJson(const Members& members) {
+  Json::object_t object;
+  std::unordered_map<std::string, std::size_t> places;
+  for (const auto& [name, value] : members) {
+    const auto [place, isNew] = places.try_emplace(name, object.size());
+    if (isNew) object.emplace_back(name, nullptr);
+    object.data()[place->second].second = value;
+  }
+  PrintJson(Json(std::move(object)));
 }
 
 std::string Field(std::string text) {

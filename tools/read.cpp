@@ -1,42 +1,8 @@
 // The commands `get` and `list`.
-#include <unordered_set>
-
 #include "input_output.h"
 #include "paths.h"
 
 namespace {
-
-// Collects the values of paths for printing.
-class Answers {
- public:
-  Answers(Element root, const Options& given) : options(given), matcher(root) {}
-
-  void Add(const Path& path) {
-    // The second place tells whether a path is a key of its own.
-    const Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 2);
-    if (!found.IsWhole(path)) {
-      if (!options.defaultText) return missing.push_back(matcher.WhyMissing(path, found));
-      return Add(path.text, *options.defaultText);
-    }
-    const bool isKey = found.places.size() == 1 || !options.json;
-    for (const Place& place : found.places) {
-      Add(isKey ? path.text : PathOf(place, path.attribute), ValueAt(place, path.attribute));
-      if (!options.all) return;
-    }
-  }
-
-  JsonObject members;
-  std::vector<std::string> missing; // why paths name nothing
-
- private:
-  void Add(const std::string& key, const std::string& value) {
-    if (!options.json || keys.insert(key).second) members.emplace_back(key, value);
-  }
-
-  const Options& options;
-  Matcher matcher;
-  std::unordered_set<std::string> keys; // of the JSON object
-};
 
 // Lists what is below a place, in document order.
 class Listing {
@@ -62,8 +28,7 @@ class Listing {
   }
 
   bool hasFound = false;
-  JsonObject members; // with values
-  Json paths = Json::array();
+  Members members; // for JSON; values are empty if none are wanted
 
  private:
   void AddAttributes(const Place& place) {
@@ -80,8 +45,7 @@ class Listing {
     std::string value;
     if (hasValue) value = ValueAt(place, attribute);
     if (!options.json) return Print(hasValue ? path + '\t' + Field(value) : path);
-    if (hasValue) members.emplace_back(path, value);
-    if (!options.values) paths.push_back(path);
+    if (hasValue || !options.values) members.emplace_back(path, value);
   }
 
   const Options& options;
@@ -93,15 +57,30 @@ ExitStatus Get(const Options& options) {
   std::vector<Path> paths;
   for (const std::string& text : options.arguments) paths.push_back(ParsePath(text));
   const auto document = ReadDocument(options.file, options);
-  Answers answers(document->GetRoot(), options);
-  for (const Path& path : paths) answers.Add(path);
-  if (!answers.missing.empty()) throw NothingFound(Listed(answers.missing));
-  if (options.json) {
-    PrintJson(answers.members);
-    return ExitStatus::Found;
+  Matcher matcher(document->GetRoot());
+  Members members;
+  std::vector<std::string> missing;
+  for (const Path& path : paths) {
+    // The second place tells whether a path is a key of its own.
+    Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 2);
+    const bool isKey = found.places.size() == 1 || !options.json;
+    if (!found.IsWhole(path)) {
+      if (!options.defaultText) missing.push_back(matcher.WhyMissing(path, found));
+      members.emplace_back(path.text, options.defaultText.value_or(""));
+      continue;
+    }
+    if (!options.all) found.places.resize(1);
+    for (const Place& place : found.places)
+      members.emplace_back(isKey ? path.text : PathOf(place, path.attribute),
+                           ValueAt(place, path.attribute));
   }
+  if (!missing.empty()) throw NothingFound(Listed(missing));
   const std::string end(1, options.endsWithZero ? '\0' : '\n');
-  for (const auto& [path, value] : answers.members) Print(value.get_ref<const std::string&>(), end);
+  if (options.json) {
+    PrintJson(members);
+  } else {
+    for (const auto& [path, value] : members) Print(value, end);
+  }
   return ExitStatus::Found;
 }
 
@@ -114,7 +93,12 @@ ExitStatus List(const Options& options) {
   if (!found.IsWhole(path)) throw NothingFound(matcher.WhyMissing(path, found));
   Listing listing(options);
   for (const Place& place : found.places) listing.AddBelow(place);
-  if (options.json) PrintJson(options.values ? Json(listing.members) : listing.paths);
+  if (options.json && options.values) PrintJson(listing.members);
+  if (options.json && !options.values) {
+    Json paths = Json::array();
+    for (const auto& [member, value] : listing.members) paths.push_back(member);
+    PrintJson(paths);
+  }
   if (listing.hasFound) return ExitStatus::Found;
   throw NothingFound(path.text + " holds no elements");
 }

@@ -10,7 +10,7 @@
 namespace {
 
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const std::string& file, const Options& options, JsonObject& results) {
+ExitStatus CheckOne(const std::string& file, const Options& options, Json& results) {
   auto status = ExitStatus::Found;
   Json result = {{"wellFormed", true}, {"line", 0}, {"column", 0}, {"reason", ""}};
   try {
@@ -57,7 +57,7 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
 } // namespace
 
 ExitStatus Check(const Options& options) {
-  JsonObject results;
+  Json results = Json::object();
   ExitStatus status = CheckOne(options.file, options, results);
   for (const std::string& file : options.arguments)
     status = std::max(status, CheckOne(file, options, results));

@@ -81,6 +81,7 @@ expect 1 '' '*: no element Folder2 in Folders; a number is written in brackets: 
 expect 1 '' '*: Folders has only 3 Folder' get configuration.xml 'Folders/Folder[4]'
 expect 1 '' '*: no root Config; the root is /Configuration' get configuration.xml /Config/Network
 expect 1 '' '*the root itself is /Configuration' get configuration.xml Configuration/Network
+expect 1 '' '*: no element Network in Network' get configuration.xml Network/Network
 expect 1 '' '*: no attribute Mode in Network; there is mode' get configuration.xml Network/@Mode
 expect 1 '' '*: no element mode in Network; an attribute is written @mode' get configuration.xml Network/mode
 expect 1 '' "*: no element Item?@k='Xy'] in Site; there is x" get odd.xml "Item[@k='Xy']"
@@ -171,6 +172,7 @@ refused 2 '*b: a PATH without a VALUE (see tarvik set --help)' set list.xml 'a[1
 refused 2 '*nothing to set*' set list.xml
 refused 2 '*--json excludes -n and FILE -*' set list.xml -n -j 'a[1]' x
 expect 0 '{"a[1]/@k":"2","a[2]/@k":"2"}' '' set -j list.xml --all a/@k 2
+expect 0 '{"a[2]":"z","a[1]":"x"}' '' set -j list.xml 'a[2]' y 'a[1]' x 'a[2]' z
 
 # Values from standard input and from JSON, numbers as written; from one file to another; a new file.
 printf 'two\nlines\r\n' >input
