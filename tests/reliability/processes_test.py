@@ -171,8 +171,8 @@ def leases(folder):
     name = folder + "/leased.xml"
     write(name, "<R/>")
 
-    def hold():
-        file = os.open(name, os.O_RDWR)
+    def hold(leased):
+        file = os.open(leased, os.O_RDWR)
         signal.signal(signal.SIGIO, lambda *_: fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_UNLCK))
         fcntl.fcntl(file, fcntl.F_SETLEASE, fcntl.F_WRLCK)
         time.sleep(0.6)  # until the signal is handled
@@ -184,11 +184,14 @@ def leases(folder):
     except OSError:
         print("no leases here")
         return
-    document = Document(name)
-    for work in (lambda: Document(name), lambda: document.set(1, "a leased file")):
-        holder = in_process(hold)
+    document, left = Document(name), folder + "/.tarvik-leased.xml"
+    for leased, work in ((name, lambda: Document(name)), (name, lambda: document.set(1, "a leased file")),
+                         (left, lambda: document.set(2, "beside a leased temporary file"))):
+        write(left, "left")
+        holder = in_process(lambda leased=leased: hold(leased))
         time.sleep(0.2)
         work()
+        check(os.path.exists(left) or leased == name, "a temporary file in use was waited for")
         wait(holder)
     print("leases waited for")
 

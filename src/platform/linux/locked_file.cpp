@@ -20,8 +20,8 @@ bool FileDescriptor::TryLock() noexcept {
   if (errno != EAGAIN && errno != EACCES) return false;
   // A classical lock of this process belongs to the host program. Threads then exclude each other
   // by flock.
-  const bool isOwn = Uninterrupted(fcntl, number, F_OFD_GETLK, &lock) == 0 &&
-                     lock.l_type != F_UNLCK && lock.l_pid == getpid();
+  const bool isOwn =
+      Uninterrupted(fcntl, number, F_OFD_GETLK, &lock) == 0 && lock.l_pid == getpid();
   isLocked =
       isOwn && (Uninterrupted(flock, number, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK);
   errno = EAGAIN;
@@ -88,8 +88,8 @@ class TemporaryFile {
     if (!file.IsOpen() && !CreateName(create))
       ThrowSystemFailure("cannot create a temporary file in the folder");
     status = QueryStatus(file.Number());
-    const bool isUsable = status && (file.TryLock() || errno == EAGAIN);
-    if (!isUsable) ThrowSystemFailure("cannot lock the temporary file");
+    if (!status) ThrowSystemFailure("cannot read the temporary file's status");
+    file.TryLock(); // without it, another saver can remove the file, which KeepsName notices
   }
 
   // Sets the modification time, too. Call once.
@@ -97,8 +97,9 @@ class TemporaryFile {
     assert(stampedAt == 0); // a later write would change the time
     for (std::string_view piece : pieces) {
       while (!piece.empty()) {
-        const ssize_t count = Uninterrupted(write, file.Number(), piece.data(), piece.size());
-        if (count <= 0) ThrowSystemFailure("cannot write");
+        const ssize_t count =
+            CheckedCall("cannot write", write, file.Number(), piece.data(), piece.size());
+        assert(count > 0);
         piece.remove_prefix(static_cast<std::size_t>(count));
       }
     }
@@ -127,7 +128,7 @@ class TemporaryFile {
         return Uninterrupted(linkat, from, source, folder, name.c_str(), flags) == 0;
       };
       return call(file.Number(), "", AT_EMPTY_PATH) ||
-             (errno != EEXIST && call(AT_FDCWD, own.c_str(), AT_SYMLINK_FOLLOW));
+             call(AT_FDCWD, own.c_str(), AT_SYMLINK_FOLLOW);
     };
     return !name.empty() || CreateName(link);
   }
@@ -149,8 +150,7 @@ class TemporaryFile {
     }
     if (replaces) ThrowSystemFailure("cannot replace the file");
     // Not every file system has a rename that replaces nothing.
-    const bool isMissing = errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP;
-    if (isMissing && Uninterrupted(linkat, folder, name.c_str(), folder, target.c_str(), 0) == 0) {
+    if (Uninterrupted(linkat, folder, name.c_str(), folder, target.c_str(), 0) == 0) {
       RemoveName(); // if that fails, the destructor tries again
       return true;
     }
@@ -167,17 +167,14 @@ class TemporaryFile {
   }
 
  private:
-  // Calls create(), which gives the file its name, with the names that it may have. It fails with
-  // EEXIST if the name is in use. On failure the file has no name, and errno tells why.
+  // Calls create(), which gives the file its name, with the names that it may have. It fails if the
+  // name is in use. False on failure, and errno tells why.
   template <class Create>
   bool CreateName(Create create) {
-    name = preferredName;
-    if (!name.empty() && (create() || (errno == EEXIST && RemoveLeftover() && create())))
-      return true;
+    name = preferredName; // no file can have an empty one
+    if (create() || (RemoveLeftover() && create())) return true;
     name = TemporaryName();
-    if (create()) return true;
-    name.clear();
-    return false;
+    return create();
   }
 
   // Removes what a killed process left. False if it is in use, is something else, or cannot be
@@ -186,10 +183,10 @@ class TemporaryFile {
     // A pipe must not make this wait, nor a link lead elsewhere.
     constexpr int flags = O_RDWR | O_NOFOLLOW | O_NONBLOCK;
     FileDescriptor left = OpenAt(folder, preferredName.c_str(), flags);
-    if (!left.IsOpen()) return false;
+    if (!left.IsOpen() || !left.TryLock()) return false;
     const std::optional<FileStatus> found = QueryStatus(left.Number());
-    return found && S_ISREG(found->access.mode) && left.TryLock() && left.IsLocked() &&
-           IsSameFile(QueryStatus(folder, preferredName.c_str()), found) &&
+    return IsSameFile(QueryStatus(folder, preferredName.c_str()), found) &&
+           S_ISREG(found->access.mode) &&
            Uninterrupted(unlinkat, folder, preferredName.c_str(), 0) == 0;
   }
 
