@@ -184,24 +184,21 @@ TEST_F(Objects, HoldWhatTheyNeed) {
   EXPECT_EQ(root.Get("a"), std::nullopt);
 }
 
-template <class T>
-void ExpectReadBack(Document& document, const T& value) {
-  document.Set("New", "value", value);
-  document.SetAttribute("New\\value", "also", value);
-  EXPECT_EQ(document.OpenGroup("New")->Get<T>("value"), value);
-  EXPECT_EQ(document.OpenGroup("New")->Get<T>("value", "also"), value);
-}
-
 TEST_F(Objects, WriteWhatTheyReadBack) {
   Document document = Open("<R><Timeout>1</Timeout></R>");
-  ExpectReadBack(document, std::string("a<b"));
-  ExpectReadBack(document, 0.1);
-  ExpectReadBack(document, std::numeric_limits<double>::max());
-  ExpectReadBack(document, std::numeric_limits<std::int64_t>::min());
-  ExpectReadBack(document, 2024U);
-  ExpectReadBack(document, true);
-  const char* const pointer = "p";
-  document.Set("New", "pointer", pointer);
+  const auto expectReadBack = [&]<class T>(const T& value) {
+    document.Set("New", "value", value);
+    document.SetAttribute("New\\value", "also", value);
+    const Group group = document.OpenGroup("New").value();
+    EXPECT_TRUE(group.Get<T>("value") == value && group.Get<T>("value", "also") == value) << value;
+  };
+  expectReadBack(std::string("a<b"));
+  expectReadBack(0.1);
+  expectReadBack(std::numeric_limits<double>::max());
+  expectReadBack(std::numeric_limits<std::int64_t>::min());
+  expectReadBack(2024U);
+  expectReadBack(true);
+  document.Set("New", "pointer", std::string("p").c_str());
   document.Set("New", "literal", "l");
   document.Set("R\\New", "view", std::string_view("whole", 2));
   document.Set("", "empty", "");

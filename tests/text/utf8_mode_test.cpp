@@ -65,11 +65,10 @@ TEST(Utf8Mode, GivesWhatAUtf8LocaleGivesInEveryLocale) {
   const std::string narrow = Session(narrowLocale, true), id = group;
   EXPECT_EQ(Session(multibyteLocale, true), narrow);
   EXPECT_EQ(hasUtf8 ? Session("C.UTF-8", false) : narrow, narrow);
+  const std::string invalid = "Failed to get the length of cut \uFFFD\uFFFD:  ";
   for (const std::string& line :
-       {"0 " + id, std::string("0 \u0141\u00f3d\u017a"), std::string("0 \u4e2d"),
-        std::string("0 \xC3"), "Inserted " + id + " into the element map.",
-        std::string("1 Not Found"),
-        std::string("Failed to get the length of cut \uFFFD\uFFFD:  ") + std::strerror(EILSEQ)})
+       {"0 " + id, std::string("0 \xC3"), "Inserted " + id + " into the element map.",
+        invalid + std::strerror(EILSEQ)})
     EXPECT_NE(narrow.find('\n' + line + '\n'), narrow.npos) << line << '\n' << narrow;
   EXPECT_NE(Session(narrowLocale, false), narrow);
 }
