@@ -53,7 +53,7 @@ std::string_view ReadForConversion(const Value& value, std::size_t limit, std::s
   if (limit > std::string::npos / maxGrowth) return value.GetValue(scratch);
   const std::string_view begin = value.GetValue(scratch, limit * maxGrowth);
   if (begin.size() < limit * maxGrowth) return begin; // the whole value
-  if (corekit::SinkIsSet() || !value.IsAccepted(filter)) return value.GetValue(scratch);
+  if (!value.IsAccepted(filter)) return value.GetValue(scratch);
   return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
 }
 

@@ -189,7 +189,6 @@ std::uint32_t TARVIK_CALL SetXMLItem(XmlFileList* list, std::uint32_t cookie, co
     LogError(L"Failed to get the xml representation for the xml with id ", cookie);
     return XmlNotFound;
   }
-  if (record->document->GetRoot().IsNull()) return XmlInvalidArgument;
   try {
     SetAndSave(Parse(*record, path, itemName, itemType, value), *record);
     return XmlSuccess;

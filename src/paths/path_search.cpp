@@ -157,8 +157,8 @@ Element FindElementByPath(Element start, const char* path, std::uint32_t occurre
   try {
     const std::string_view parentPath = ParentPath(path);
     const std::uint32_t charset = platform::CurrentCharset().id;
-    const bool isKnown = !parentPath.empty() && known.start == start && known.charset == charset &&
-                         known.path == parentPath;
+    const bool isKnown =
+        known.start == start && known.charset == charset && known.path == parentPath;
     Element parent = start;
     if (isKnown) {
       parent = known.parent;
