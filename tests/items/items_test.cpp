@@ -32,6 +32,7 @@ const struct {
     {{"S", "A"}, "0 one", "+A (element)=one"},
     {{"S", "A", nullptr, 3, "", "Elements"}, "0 thr&ee", "+A (element)=thr&ee"},
     {{"S", "A", nullptr, 4}, "3 Not Found", "-A (element)"},
+    {{"S", "A", nullptr, -1}, "3 Not Found", "-A (element)"},
     {{"S", "None", nullptr, 0}, "0 one", "+None (element)=one"},
     {{"S", "Setting"}, "3 Not Found", "-Setting (element)"},
     {{"S", "a"}, "3 Not Found", "-a (element)"},
@@ -60,6 +61,7 @@ const struct {
     {{"S", "S", "r", 1, "", attribute, 2}, "0 1", "+S-r=1&23456789ABCDEF (attribute)"},
     {{"S", "B", nullptr, 1, "", element, 5}, "3 Not ", "-B (element)"},
     {{"S", "A", nullptr, 1, "", element, 0}, "0 untouched", "Removed S from S."},
+    {{"S", "A", "k", 1, "", attribute, 0}, "0 untouched", "Removed S from S."},
     // Without a keyword nothing is done. A missing argument gives a code.
     {{"S", "A", nullptr, 1, "", "ELEM"}, "0 untouched", "Removed S from S."},
     {{"S", nullptr}, "34 untouched", "Failed to get : unknown exception thrown."},
@@ -80,6 +82,7 @@ TEST(ReadItem, GivesCodeValueAndLine) {
     EXPECT_EQ(log.Take().back(), Line(line));
   }
   EXPECT_EQ(GetXMLItem(document.list, document.cookie, "S", "A", element, "", "", nullptr, 9), 0U);
+  EXPECT_EQ(GetXMLItem(document.list, ~document.cookie, "S", "A", element, "", "", nullptr, 9), 3U);
 }
 
 // Each child that a search visits logs its line, even several of one name in a row.
@@ -106,9 +109,12 @@ TEST(ReadItem, PassesWhatHasNoFormInTheLocale) {
   }
   const LocaleGuard locale(multibyteLocale);
   EXPECT_EQ(document.Attribute("R", "R", MultiByteText(ConvertToMultiByte(L"\u4e2d")).get()), "v");
-  for (const char* item : {"R", "A"})
-    EXPECT_EQ(document.Attribute("R", item, "\xFF"), "Not Found"); // invalid
-  EXPECT_EQ(log.Take().back(), Line("-A (element)"));              // no child has such an attribute
+  EXPECT_EQ(document.Attribute("R", "R", "\xFF"), "Not Found"); // invalid
+  log.Take();
+  EXPECT_EQ(document.Attribute("R", "A", "\xFF"), "Not Found");
+  const std::vector<std::string> lines = log.Take(); // of one conversion, not one for each child
+  EXPECT_EQ(lines.size(), 5U);
+  EXPECT_EQ(lines.back(), Line("-A (element)"));
 }
 
 // Into a small buffer, without a sink, only the beginning of a value is converted.
@@ -138,6 +144,7 @@ const struct {
     {"<R><S>1</S></R>", "S", "T", element, "2", "<R><S>1<T>2</T></S></R>"},
     {"<R/>", "", "A\\B", element, "x", "<R><A><B>x</B></A></R>"},
     {"<R><A>A</A></R>", "A", "A", element, "x", "<R><A>A<A>x</A></A></R>"},
+    {"<R><B/></R>", "A", "B", element, "x", "<R><B/><A><B>x</B></A></R>"},
     {"<R><A>x</A></R>", "", "A", element, "", "<R><A></A></R>"},
     // The first element whose name begins with the name is taken. An attribute part never selects;
     // it is ignored without a name or value.
@@ -182,6 +189,20 @@ TEST(SetItem, ChangesWhatItNamesAlone) {
       EXPECT_EQ(document.list->files.front().document->GenerateXML(false), after) << time;
     }
   }
+}
+
+TEST(SetItem, MeansTheSameInWhatAnotherProgramWrote) {
+  const LocaleGuard locale(multibyteLocale);
+  // A second form of the character names no element, and so always a new one.
+  const TestDocument document("<R><\u7e8a>1</\u7e8a></R>");
+  EXPECT_EQ(document.SetText("", "\xED\x40", "2"), 0U);
+  EXPECT_EQ(document.Bytes(), "<R><\u7e8a>1</\u7e8a><\u7e8a>2</\u7e8a></R>");
+  // What the file refuses is left out as a whole.
+  const std::string begin = "<!DOCTYPE R [<!ENTITY e '<E/>'>]><R><A>&e;</A>";
+  document.Write(begin + "</R>");
+  EXPECT_EQ(document.SetText("", "A&k=v", "1"), 34U);
+  EXPECT_EQ(document.SetText("", "B", "2"), 0U);
+  EXPECT_EQ(document.Bytes(), begin + "<B>2</B></R>");
 }
 
 TEST(SetItem, EntersWhatItCreatesIntoTheMap) {
@@ -247,18 +268,19 @@ const struct {
     {"N", "B", element, "-", "is null"},
     // Values that the document type would fold, on existing and new elements
     {"A&k= v|A&k=v  w\\N|N\\A&k=v |A\\M&k=v ", "N", element, "v", "white space"},
-    {"A|N\\M", "k", attribute, " v", "white space"},
+    {"A|N\\M|R", "k", attribute, " v", "white space"},
     {"B\\E", "N", element, "v", "comes from an entity"},
-    {"B\\E|B&k=v\\E", "k", attribute, "v", "comes from an entity"},
+    {"B\\E|B&k=v\\E\\N|B&k=v\\E", "k", attribute, "v", "comes from an entity"},
     {"B", "E|E&k=v", element, "v", "comes from an entity"},
-    {"", "B|C|D|F|G", element, "v", "refers to an entity"},
+    {"", "B|C|D|F|G|C&k=v", element, "v", "refers to an entity"},
 };
 
 TEST(SetItem, RefusesBeforeItChangesAnything) {
   const LocaleGuard locale(multibyteLocale);
   const std::string bytes =
       "<!DOCTYPE R SYSTEM 'r.dtd' [<!ENTITY e '<E>1</E>'><!ENTITY f SYSTEM 'f'><!ENTITY g '&f;'>"
-      "<!ATTLIST A k NMTOKENS #IMPLIED><!ATTLIST M k ID #IMPLIED>]>\n<R><A>1</A><B>&e;</B>"
+      "<!ATTLIST A k NMTOKENS #IMPLIED><!ATTLIST R k ID #IMPLIED><!ATTLIST M k ID "
+      "#IMPLIED>]>\n<R><A>1</A><B>&e;</B>"
       "<C>caf&eacute;</C><D>&f;</D><F>&g;</F><G><q/>&amp;&eacute;<q/></G></R>";
   const TestDocument document(bytes);
   LogLines log;

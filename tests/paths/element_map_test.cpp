@@ -22,7 +22,9 @@ TEST(ElementMap, FindsEachKeyByAllItsBytes) {
   map.AddPrefixes("a\\b\\cX", {1, 6});
   EXPECT_TRUE(map.Find("a").IsNull());
   map.Insert("a\\b\\cX", element(4));
+  const std::size_t size = map.Size();
   const auto numbers = map.AddPrefixes("a\\b\\c\\d=eeeeeeee", {1, 3, 5, 16});
+  EXPECT_EQ(map.Size(), size + 1); // the last one
   for (std::size_t i = 0; i < 4; ++i) map.Enter(numbers[i], element(i + 1), i != 2);
   std::string found;
   for (const char* each : {"a", "a\\b", "a\\b\\c", "a\\b\\cX", "a\\b\\c\\d=eeeeeeee"})

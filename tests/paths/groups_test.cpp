@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 #include <regex>
 
 #include "registry/record.h"
@@ -154,6 +155,17 @@ TEST(Groups, AnswerForAnUnknownDocumentWithoutTouchingTheBuffer) {
                    "<ReturnTokenFromString", "<GenericOpenGroup", "<OpenXMLGroup"}));
 }
 
+TEST(Groups, AreNotFoundBelowARootThatTheLocaleCannotRepresent) {
+  std::optional<LocaleGuard> locale(multibyteLocale);
+  const TestDocument document("<\u4e2d><A/></\u4e2d>");
+  locale.emplace(narrowLocale);
+  LogLines log;
+  EXPECT_EQ(Open(document, "", "A"), "3 Not Found");
+  const Lines lines = log.Take();
+  EXPECT_EQ(std::ranges::count(lines, "Unicode to multi-byte conversion returned NULL"), 1);
+  EXPECT_EQ(Steps(document, {lines.back()}), "|absent \u4e2d");
+}
+
 // Without a sink, the parent of the last path is known. Each row would be answered below it if one
 // of the conditions for that were missing.
 TEST(KnownParent, ServesOnlyThePathThatItWasFoundBy) {
@@ -171,6 +183,8 @@ TEST(KnownParent, ServesOnlyThePathThatItWasFoundBy) {
   const LocaleGuard locale("C");
   expect("4", "", "P\\L\\S", 2); // another character set
   expect("5", "", "Q\\L\\S", 1); // another path
+  for (int time = 0; time < 2; ++time)
+    expect("none", "", "Q\\X\\L", 1); // a parent that is not there
   {
     LogLines log;
     expect("6", "", "Q\\L\\S", 2); // the lines of each level

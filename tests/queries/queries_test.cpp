@@ -24,11 +24,10 @@ std::string Markup(std::string text) {
        "ProductDetection>"},
       {"L:(\\w*):(\\w*):(\\w*)(.*?)/L\\b",
        "<LangPackage Branch='$1' Version='$2'><PackageType>$3</PackageType>$4</LangPackage>"},
-      {"\\bSettings",
-       "<LangID>en</LangID><ExtraSettings><Setting>unnamed</Setting><Setting "
-       "Name='enginefile'>0</Setting><Setting "
-       "Name='MinimumDATVersion'>99</Setting><Other/><Setting "
-       "Name='EngineFile'>e.dll</Setting></ExtraSettings>"},
+      {"\\bSettings\\b",
+       "<LangID>en</LangID><ExtraSettings><Setting "
+       "Name='MinimumDATVersion'>99</Setting><Setting>unnamed</Setting><Other/><Setting "
+       "Name='EngineFile'>e.dll</Setting><Setting Name='enginefile'>0</Setting></ExtraSettings>"},
       {"<\\w+></\\w+>| (Branch|Version)=''", ""}};
   for (const auto& [form, markup] : forms)
     text = std::regex_replace(text, std::regex(form), markup);
@@ -117,6 +116,11 @@ const struct {
     // An entry without a branch is passed over. A language package without one ends the entry's.
     {"<C> P:P D::0 D:A:1 L:A:v: /L L::: /L L:A:w: /L /P </C>", "walk 1",
      "0 1 P W-1 A v > 1 2 2|3 > 1 1 1|"},
+    // A setting that the character set cannot represent ends the settings.
+    {"<C> P:P D:A:1 L:A:v:T <ExtraSettings><Setting Name='MinimumDATVersion'>9</Setting><Setting "
+     "Name='EngineFile'>\u4e2d</Setting><Setting Name='EngineFile'>e</Setting></ExtraSettings> /L "
+     "/P </C>",
+     "walk 1", "0 1 P W-1 9 A T v > 1 1 2|3 > 1 1 1|"},
     // Position 0 finds only what position 1 has opened before, and is never stored.
     {"<C> P:P D:A:1 L:A:v: /L /P </C>", "walk 0", "3 > 0 0 0|"},
     {"", "walk 1", "0 1 P W-1 A v > 1 1 2|3 > 1 1 1|"},
