@@ -39,7 +39,8 @@ class TestDocument {
   explicit TestDocument(const std::string& text, std::int32_t encrypted = 0)
       : encrypted(encrypted) {
     Write(text);
-    Reopen();
+    const std::uint32_t code = Open();
+    if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
   }
   ~TestDocument() { EndXMLList(&list); }
   TestDocument(TestDocument&&) = delete;
@@ -50,10 +51,6 @@ class TestDocument {
     const std::uint32_t code = InitXMLList(&list);
     return code != XmlSuccess ? code
                               : OpenXML(list, name.c_str(), XmlOpenAtOnce, encrypted, &cookie);
-  }
-  void Reopen() {
-    const std::uint32_t code = Open();
-    if (code != XmlSuccess) throw std::runtime_error("OpenXML gave " + std::to_string(code));
   }
 
   const std::string& Name() const { return name; }
