@@ -121,8 +121,9 @@ class Application {
 
   // An element can be created only with the number that it will have.
   void RequireNext(const Path& path, const Place& place, const Step& step) {
+    if (step.position == Position::All) return;
     const std::uint32_t count = matcher.Count(place.back(), step);
-    if (step.position == Position::All || step.NumberAmong(count) == count + 1) return;
+    if (step.NumberAmong(count) == count + 1) return;
     throw std::runtime_error(path.text + ": " + NameOf(place) + " has " + std::to_string(count) +
                              ' ' + step.WithoutPosition() + "; the next is number " +
                              std::to_string(count + 1) + ", or last()+1");
