@@ -145,11 +145,12 @@ bool WriteAccessList(const Handle& file, std::vector<unsigned char> list) noexce
 
 ReadStatus ReadOpenFile(const Handle& file, std::uint64_t size, std::size_t limit,
                         std::string& bytes) {
-  const auto readSome = [&file](char* buffer, DWORD capacity) {
+  const auto readSome = [&file](char* buffer, std::size_t capacity) {
     DWORD count = 0;
     // Part of a file may be locked.
     const bool isRead = RetryWhileInUse(
-        [&] { return ReadFile(file.get(), buffer, capacity, &count, nullptr); }, IsInUse);
+        [&] { return ReadFile(file.get(), buffer, static_cast<DWORD>(capacity), &count, nullptr); },
+        IsInUse);
     return isRead ? static_cast<std::int64_t>(count) : -1;
   };
   return ReadToEnd(readSome, size, limit, bytes);
