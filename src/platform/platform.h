@@ -47,17 +47,8 @@ bool FillRandom(void* target, std::size_t size) noexcept;
 
 // Memory
 //
-// Touching a page for the first time costs more than the work on it. These functions use the
-// largest pages that the system has.
-
-inline constexpr std::size_t largeBlockSize = std::size_t{2} << 20;
-
-// A block of largeBlockSize bytes, uninitialized, at an address that is a multiple of 4096. Throws
-// std::bad_alloc.
-void* AllocateLargeBlock();
-void ReleaseLargeBlock(void* block) noexcept;
-
-// Requests large pages for any memory that is about to be filled. The system may ignore it.
+// Requests large pages for memory that is about to be filled: touching a page for the first time
+// costs more than the work on it. The system may ignore it.
 void PreferLargePages(void* memory, std::size_t size) noexcept;
 
 // Authenticated encryption: AES-256-GCM

@@ -91,7 +91,7 @@ using AttributeDeclarations = std::map<std::string, AttributeDeclaration, std::l
 
 struct DocumentData {
   explicit DocumentData(std::string text)
-      : source(std::move(text)), fileSize(source.size()), elements(source.size() / 2) {}
+      : source(std::move(text)), fileSize(source.size()), elements(source.size() / 48) {}
 
   std::string_view Between(std::uint32_t from, std::uint32_t to) const noexcept {
     return std::string_view(source).substr(from, to - from);

@@ -35,13 +35,16 @@ static_assert(sizeof(ElementRecord) == 24, "held once for each element");
 // no element. Records never move.
 class ElementTable {
  public:
-  // expectedSize: roughly how many bytes the records will take.
-  explicit ElementTable(std::size_t expectedSize) noexcept : expectedSize(expectedSize) {}
+  // expectedCount: roughly how many elements there will be. Memory for them is requested together,
+  // but not touched before it is used.
+  explicit ElementTable(std::size_t expectedCount) noexcept
+      : expectedBlocks(expectedCount / blockCapacity) {}
   ElementTable(ElementTable&&) = delete;
 
-  // Adds a record of zeros and returns its number. Throws std::bad_alloc.
+  // Adds a record, which the caller fills, and returns its number. Throws std::bad_alloc; the table
+  // is then unchanged.
   std::uint32_t Add() {
-    if (next / blockCapacity == blocks.size()) AddBlock();
+    if (next / blockCapacity == blocks.size()) AddBlocks();
     return next++;
   }
 
@@ -51,24 +54,18 @@ class ElementTable {
 
  private:
   static constexpr std::uint32_t blockCapacity = 128; // a power of two, to find a record quickly
-  struct Block {
-    ElementRecord records[blockCapacity];
-  };
-  using Chunk = std::unique_ptr<void, void (*)(void*) noexcept>; // holds one or more blocks
 
   ElementRecord& At(std::uint32_t number) const noexcept {
     assert(number != 0 && number < next);
-    return blocks[number / blockCapacity]->records[number % blockCapacity];
+    return blocks[number / blockCapacity][number % blockCapacity];
   }
-  void AddBlock();
-  void AddChunk();
 
-  std::size_t expectedSize;
+  void AddBlocks();
+
+  std::size_t expectedBlocks;
   std::uint32_t next = 1;
-  std::vector<Block*> blocks;
-  std::vector<Chunk> chunks;
-  Block* unused = nullptr; // the rest of the last chunk, uninitialized
-  std::size_t unusedCount = 0;
+  std::vector<ElementRecord*> blocks;
+  std::vector<std::unique_ptr<ElementRecord[]>> chunks; // each holds one or more blocks
 };
 
 } // namespace Ostrum

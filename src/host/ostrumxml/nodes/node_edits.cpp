@@ -100,9 +100,8 @@ Element Element::AddElementInto(std::string_view name) {
   const std::uint32_t last = LastChild();
   std::string lead = LeadOfNextChild(last);
   const std::uint32_t child = data.elements.Add();
+  data.elements[child] = {nameNumber, 0, 0, 0, 0, element_flags::created};
   data.AddChange(child).lead = std::move(lead);
-  data.elements[child].name = nameNumber;
-  data.elements[child].flags |= element_flags::created;
   ElementChange& change = data.AddChange(number);
   change.created.push_back(child);
   if (IsIndexed()) {
