@@ -13,6 +13,12 @@ namespace Ostrum {
 // Sixteen bytes, compared at once. The result of a comparison has all bits of a byte set or none.
 using Bytes = unsigned char __attribute__((vector_size(16)));
 
+inline signed char AsSigned(unsigned char byte) noexcept { return static_cast<signed char>(byte); }
+inline auto AsSigned(Bytes bytes) noexcept {
+  using SignedBytes = signed char __attribute__((vector_size(16)));
+  return reinterpret_cast<SignedBytes>(bytes);
+}
+
 // The place in sixteen bytes of the first that is not zero, or 16.
 std::size_t FirstSet(auto bytes) noexcept {
   std::uint64_t words[2];
@@ -43,12 +49,16 @@ std::size_t LengthBefore(std::string_view text, Wanted isWanted) noexcept {
 // The same, faster where hardly any byte is wanted, as in a whole document.
 template <class Wanted>
 std::size_t LongLengthBefore(std::string_view text, Wanted isWanted) noexcept {
+  constexpr std::size_t size = sizeof(Bytes);
   std::size_t length = 0;
-  for (Bytes bytes[4]; text.size() - length >= sizeof bytes; length += sizeof bytes) {
-    std::memcpy(bytes, text.data() + length, sizeof bytes);
-    const auto wanted =
-        isWanted(bytes[0]) | isWanted(bytes[1]) | isWanted(bytes[2]) | isWanted(bytes[3]);
-    if (FirstSet(wanted) < sizeof wanted) break;
+  const auto wantedAt = [&](std::size_t offset) {
+    Bytes bytes;
+    std::memcpy(&bytes, text.data() + length + offset, size);
+    return isWanted(bytes);
+  };
+  for (; text.size() - length >= 4 * size; length += 4 * size) {
+    const auto wanted = wantedAt(0) | wantedAt(size) | wantedAt(2 * size) | wantedAt(3 * size);
+    if (FirstSet(wanted) < size) break;
   }
   return length + LengthBefore(text.substr(length), isWanted);
 }

@@ -30,9 +30,12 @@ bool IsXmlName(std::string_view text) {
 
 bool HasXmlCharacters(std::string_view utf8) noexcept {
   constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
-  const auto isSuspect = [](auto byte) {
-    const auto isControl = (byte < ' ') & (byte != '\t') & (byte != '\n') & (byte != '\r');
-    return isControl | (byte == leadOfLast);
+  const auto isBlank = [](auto byte) { return (byte == '\t') | (byte == '\n') | (byte == '\r'); };
+  // Up to the first byte beyond ASCII, one comparison finds that and the controls.
+  utf8.remove_prefix(
+      LongLengthBefore(utf8, [=](auto byte) { return (AsSigned(byte) < ' ') & ~isBlank(byte); }));
+  const auto isSuspect = [=](auto byte) {
+    return ((byte < ' ') & ~isBlank(byte)) | (byte == leadOfLast);
   };
   for (;;) {
     utf8.remove_prefix(LongLengthBefore(utf8, isSuspect));
