@@ -29,7 +29,8 @@ TEST(Readers, KnowPlainDocuments) {
              "<r a='@&lt;&quot;\"]]>' b\n=\n\"@'&#x10FFFF;&#09;&#xd7ff;\" ab=''><a/></r>|"
              "<r>@&amp;@&#000000000000065;@]]@]] ><![CDATA[@]]]<&]]]]><!--@->--></r>|"
              "<a><b><ab></ab></b>@<b@/></a>|"
-             // Names after the same one: as last time, longer, shorter; of each length
+             // Text and a name after the same tag: as last time, longer, shorter, other, at the end
+             "<r><a/>@<b/><a/>@<b/><a/>@y<b/><a/>@<b/><a/>@<bc/><a/>@ <b /><a/>@<c/><a/>@</r>|"
              "<r><a/><b@/><a/><b@/><a/><b@c/><a/><b@/><a/><b@c></b@c></r>|"
              "<b@><a/><b@><a/><b@></b@></b@></b@>")) {
     for (std::size_t count = 0; count < maxFill; ++count) {

@@ -45,11 +45,12 @@ class PlainReader {
     assert(*end == '\0' && IsXmlText(data.source));
   }
 
-  bool ReadDocument() {
+  // Inlines all that it calls, which makes reading a twelfth faster.
+  [[gnu::flatten]] bool ReadDocument() {
     Skip(utf8ByteOrderMark);
     if (!ReadDeclaration() || !ReadOutsideRoot()) return false;
     if (Skip("<!DOCTYPE") && (!ReadDocumentType() || !ReadOutsideRoot())) return false;
-    if (!Skip('<') || !ReadStartTag()) return false;
+    if (!Skip('<') || !ReadStartTag(next - 1)) return false;
     while (builder.IsInside()) {
       if (!ReadContent()) return false;
     }
@@ -72,16 +73,25 @@ class PlainReader {
     if (isThere) next += text.size();
     return isThere;
   }
-  // name: before this place in the source. Most names fit a vector, which spares a call.
-  bool SkipName(std::string_view name) noexcept {
-    Bytes expected, actual;
-    if (name.size() > sizeof expected || end - next < std::ptrdiff_t{sizeof actual})
-      return Skip(name);
-    std::memcpy(&expected, name.data(), sizeof expected);
-    std::memcpy(&actual, next, sizeof actual);
-    const bool isThere = FirstSet(expected != actual) >= name.size();
-    if (isThere) next += name.size();
-    return isThere;
+  // text: before this place in the source. Sixteen bytes at a step, which spares a call for texts
+  // that are mostly shorter than forty.
+  bool SkipSeen(std::string_view text) noexcept {
+    assert(text.data() + text.size() <= next);
+    const std::size_t size = text.size();
+    if (static_cast<std::size_t>(end - next) < size + sizeof(Bytes)) return Skip(text);
+    const auto equalBytesAt = [&](std::size_t offset) {
+      Bytes expected, actual;
+      std::memcpy(&expected, text.data() + offset, sizeof expected);
+      std::memcpy(&actual, next + offset, sizeof actual);
+      return FirstSet(expected != actual);
+    };
+    std::size_t offset = 0;
+    for (; size - offset > sizeof(Bytes); offset += sizeof(Bytes)) {
+      if (equalBytesAt(offset) < sizeof(Bytes)) return false;
+    }
+    if (equalBytesAt(offset) < size - offset) return false;
+    next += size;
+    return true;
   }
   bool SkipBlanks() noexcept {
     const char* const start = next;
@@ -98,18 +108,7 @@ class PlainReader {
     return true;
   }
 
-  // An element's name, by its number; 0 if there is no name in ASCII. Tries the name that came
-  // last time after the element before: to compare takes less time than to search for the end.
-  std::uint32_t ReadElementName() {
-    const char* const start = next;
-    std::uint32_t& number = followers[lastName % std::size(followers)];
-    if (number == 0 || !SkipName(data.names.Text(number)) || !EndsName(ByteAt(next))) {
-      next = start;
-      const std::string_view name = ReadName();
-      number = name.empty() ? 0 : data.names.Intern(name);
-    }
-    return lastName = number;
-  }
+  bool IsAtNameEnd() const noexcept { return *next == '>' || EndsName(ByteAt(next)); }
   // Empty if there is no name in ASCII.
   std::string_view ReadName() noexcept {
     const char* const start = next;
@@ -163,28 +162,46 @@ class PlainReader {
     }
   }
 
-  // Character data, and what follows it.
+  // Character data, and what follows it. First tries what came last time after the tag before, up
+  // to a start tag's name: to compare takes less time than to search, and what was read once means
+  // the same wherever content may be.
   bool ReadContent() {
+    const char* const start = next;
+    const Expectation& expected = expectations[lastTag % std::size(expectations)];
+    if (expected.name != 0 && SkipSeen(expected.text) && IsAtNameEnd()) {
+      const std::string_view name = data.names.Text(expected.name);
+      return ReadTagRest(next - name.size() - 1, expected.name);
+    }
+    next = start;
     SkipTo([](auto byte) { return (byte == '<') | (byte == '&') | (byte == ']'); });
-    if (Skip('<')) return ReadMarkup();
+    if (Skip('<')) return ReadMarkup(start);
     if (Skip('&')) return ReadReference();
     return !Skip("]]>") && Skip(']');
   }
-  bool ReadMarkup() {
+  // content: where the text before the "<" starts.
+  bool ReadMarkup(const char* content) {
     if (Skip('/')) return ReadEndTag();
     if (Skip('?')) return ReadInstruction();
-    if (!Skip('!')) return ReadStartTag();
+    if (!Skip('!')) return ReadStartTag(content);
     if (Skip("--")) return ReadComment();
     return Skip("[CDATA[") && SkipPast("]]>");
   }
-  bool ReadStartTag() {
+  bool ReadStartTag(const char* content) {
     const char* const start = next - 1;
-    const std::uint32_t name = ReadElementName();
-    if (name == 0 || (*next != '>' && !ReadAttributes())) return false;
+    const std::string_view name = ReadName();
+    if (name.empty()) return false;
+    const std::uint32_t number = data.names.Intern(name);
+    expectations[lastTag % std::size(expectations)] = {number, {content, next}};
+    return ReadTagRest(start, number);
+  }
+  // start: of the tag, whose name has been read.
+  bool ReadTagRest(const char* start, std::uint32_t name) {
+    if (*next != '>' && !ReadAttributes()) return false;
     const bool isEmptyTag = Skip('/');
     if (!Skip('>')) return false;
     builder.StartElement(name, OffsetOf(start), OffsetOf(next));
     if (isEmptyTag) builder.EndElement(OffsetOf(next));
+    lastTag = 2 * name + isEmptyTag;
     return true;
   }
   bool ReadAttributes() {
@@ -216,10 +233,12 @@ class PlainReader {
   bool ReadEndTag() noexcept {
     assert(builder.IsInside());
     const char* const start = next - 2;
-    if (!SkipName(data.names.Text(builder.Innermost().name))) return false;
+    const std::uint32_t name = builder.Innermost().name;
+    if (!SkipSeen(data.names.Text(name))) return false;
     SkipBlanks();
     if (!Skip('>')) return false;
     builder.EndElement(OffsetOf(start));
+    lastTag = 2 * name + 1;
     return true;
   }
   bool ReadReference() noexcept {
@@ -238,14 +257,20 @@ class PlainReader {
     return Skip("?>") || (SkipBlanks() && SkipPast("?>"));
   }
 
+  // Text without markup, and the "<" and the name of the start tag behind it.
+  struct Expectation {
+    std::uint32_t name = 0; // 0: nothing is expected
+    std::string_view text;
+  };
+
   IndexBuilder builder;
   DocumentData& data;
   const char* next = data.source.data();
   const char* const end = next + data.source.size(); // of the zero after the source
   std::string_view value;                            // the last one read
   std::vector<std::string_view> attributes;          // the names in one start tag
-  std::uint32_t followers[64]{};                     // by name modulo their count
-  std::uint32_t lastName = 0;
+  std::uint32_t lastTag = 0;     // twice its name's number, plus 1 if an element ended there
+  Expectation expectations[128]; // by the last tag modulo their count
 };
 
 } // namespace
