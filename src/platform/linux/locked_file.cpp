@@ -97,9 +97,8 @@ class TemporaryFile {
     assert(stampedAt == 0); // a later write would change the time
     for (std::string_view piece : pieces) {
       while (!piece.empty()) {
-        const ssize_t count =
-            CheckedCall("cannot write", write, file.Number(), piece.data(), piece.size());
-        assert(count > 0);
+        const ssize_t count = Uninterrupted(write, file.Number(), piece.data(), piece.size());
+        if (count <= 0) ThrowSystemFailure("cannot write"); // 0 would be tried forever
         piece.remove_prefix(static_cast<std::size_t>(count));
       }
     }
