@@ -81,7 +81,9 @@ const struct {
 
 // The lines of a search, those of the forms below in short.
 std::string Steps(const TestDocument& document, const Lines& lines) {
-  const std::string map = " in the element map\\.$", file = " in " + document.Name() + "\\.$";
+  // The file's name, which on Windows has backslashes, must not become part of a pattern.
+  const std::string ofFile = " in " + document.Name() + ".";
+  const std::string map = " in the element map\\.$", file = " in FILE$";
   const std::pair<std::string, const char*> forms[] = {
       {"^Found (.*) \\(element\\)" + map, "entered $1"},
       {"^Found (.*) \\(attribute\\)" + map, "filtered $1"},
@@ -92,6 +94,7 @@ std::string Steps(const TestDocument& document, const Lines& lines) {
       {"^(.*) not found" + file, "absent $1"}};
   std::string steps;
   for (std::string line : lines) {
+    if (line.ends_with(ofFile)) line.replace(line.size() - ofFile.size(), line.npos, " in FILE");
     for (const auto& [form, shortForm] : forms)
       line = std::regex_replace(line, std::regex(form), shortForm);
     steps += "|" + line;
