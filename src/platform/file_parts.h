@@ -68,7 +68,7 @@ inline FileState StateNow(const FileIdentity& identity, std::shared_ptr<const Ac
 // processor's cache, because it fills each with zeros before they are read.
 template <class Read>
 ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::string& bytes) {
-  constexpr std::size_t pieceSize = 256 * 1024;
+  constexpr std::size_t pieceSize = 262'144;
   const std::size_t maxBytes = std::min(limit, bytes.max_size() - 1);
   if (size > maxBytes) return ReadStatus::TooLong;
   bytes.clear();
