@@ -23,7 +23,6 @@ bool ContentWalker::Next(Piece& piece) {
 }
 
 bool HasTagOrUnknownEntity(const DocumentData& data, std::string_view part) {
-  if (part.find('&') == std::string_view::npos) return false; // a tag here is an entity's
   std::string text;
   ContentWalker walker(data, part);
   for (Piece piece{}; walker.Next(piece);) {

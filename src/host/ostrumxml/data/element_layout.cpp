@@ -73,7 +73,7 @@ SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
   std::uint32_t end = gaps.After(itself.end);
   while (IsIndentation(data.source[end])) end = gaps.After(end + 1);
-  if (data.source[end] == '\r' && data.source[end + 1] == '\n') ++end;
+  if (data.source[end] == '\r') ++end;
   if (data.source[start - 1] != '\n' || data.source[end] != '\n') return itself;
   return {start, end + 1};
 }

@@ -1,6 +1,7 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 #define TARVIK_HOST_OSTRUMXML_DATA_ELEMENT_LAYOUT_H
 
+#include <cassert>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,10 +18,10 @@ class ElementLayout {
   ElementLayout(const DocumentData& data, std::uint32_t element) noexcept
       : data(data), record(data.elements[element]), element(element) {}
 
-  // Whether it is a single tag, "<name/>".
+  // Whether it is a single tag, "<name/>". REQUIRES: the element is in the source.
   bool IsEmptyTag() const noexcept {
-    return record.contentStart == record.contentEnd && record.contentStart != 0 &&
-           data.source[record.contentStart - 2] == '/';
+    assert(record.contentStart != 0);
+    return data.source[record.contentStart - 2] == '/';
   }
 
   // From the end of the element's name to the end of its start tag.
@@ -59,8 +60,7 @@ class ElementLayout {
   Space SpaceBefore(std::uint32_t offset) const;
 
   bool IsInside(const ElementRecord& parent) const noexcept {
-    return record.contentStart != 0 && record.tagStart >= parent.contentStart &&
-           record.tagStart < parent.contentEnd;
+    return record.tagStart >= parent.contentStart && record.tagStart < parent.contentEnd;
   }
 
   const DocumentData& data;

@@ -33,7 +33,7 @@ std::size_t TextLength(std::string_view rest) noexcept {
   const std::size_t length = LengthBefore(rest.substr(0, maxTextPiece),
                                           [](auto byte) { return (byte == '<') | (byte == '&'); });
   // Does not split "\r\n".
-  if (length == maxTextPiece && length < rest.size() && rest[length - 1] == '\r') return length - 1;
+  if (length == maxTextPiece && rest[length - 1] == '\r') return length - 1;
   return length;
 }
 

@@ -28,7 +28,8 @@ struct ChildQuery {
   std::uint32_t n = 1;                          // which of the matches is wanted, from 1
   std::optional<std::string_view> attribute{};  // the child has this attribute
   std::optional<std::string_view> valueBegin{}; // and its value begins with this; n is then 1
-  // For names and values. It must accept `name` and `valueBegin` if they are whole names or values.
+  // For whole names and values. It must accept `name`: most names that a search compares are that,
+  // and asking it of each would take three times as long.
   TextFilter filter{};
 
   bool Accepts(std::string_view childName) const {

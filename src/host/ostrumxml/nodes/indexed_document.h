@@ -69,7 +69,7 @@ class ChildIndex {
                               std::string& scratch, std::size_t limit) const;
   Element FirstWithValue(const List& list, std::string_view wanted) const;
   const List* ListFor(const ChildQuery& query, Range named);
-  bool MakeRoom(std::size_t added);
+  bool MakeRoom();
   List MakeList(ChildQuery query, Range named) const;
   void SortByValue(List& list) const;
 

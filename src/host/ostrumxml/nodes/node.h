@@ -122,7 +122,7 @@ class Value {
   }
   // Whether the filter accepts the whole value. For a long one this is remembered until the
   // document changes, so that reading its beginning again and again costs no more than that. Throws
-  // std::bad_alloc.
+  // std::bad_alloc. REQUIRES: not null.
   bool IsAccepted(const TextFilter& filter) const;
 
  private:

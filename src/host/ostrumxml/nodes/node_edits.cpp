@@ -34,7 +34,6 @@ void Element::RequireChangeable() const {
 bool Element::TextCanBeReplaced() const {
   if (!CanBeChanged()) return false;
   const DocumentData& data = Data();
-  if (data.ChangeOf(number).text) return true; // it has been replaced already
   return std::ranges::none_of(ElementLayout(data, number).Stretches(), [&data](auto stretch) {
     return HasTagOrUnknownEntity(data, stretch);
   });
@@ -62,7 +61,7 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
   if (!data.CanHold(GetName(), name, value))
     throw std::invalid_argument("the attribute's type can't carry these blanks");
   const Value present = GetAttribute(name);
-  if (present.IsNull() && !IsXmlName(name)) throw std::invalid_argument("not an XML name");
+  if (!IsXmlName(name)) throw std::invalid_argument("not an XML name");
   std::string scratch;
   // A reference to an unknown entity reads as nothing, but is not nothing to other programs.
   if (present.IsInSource() && !HasTagOrUnknownEntity(data, present.text) &&
@@ -87,7 +86,6 @@ void Element::RemoveAttribute(std::string_view name) {
     throw std::invalid_argument("only the document type declares the attribute");
   DocumentData& data = Data();
   data.AddChange(number).attributes[std::string(name)] = {};
-  document->judgedValues.clear();
   ++data.attributesSet;
 }
 
@@ -118,8 +116,7 @@ Element Element::AddElementInto(std::string_view name) {
 
 void Element::RemoveChild(Element child) {
   assert(document == child.document && number != child.number);
-  RequireChangeable();
-  child.RequireChangeable();
+  child.RequireChangeable(); // this element is then in the file, too
   DocumentData& data = Data();
   if (data.IsRemoved(child.number)) return;
   ElementChange& change = data.AddChange(number);

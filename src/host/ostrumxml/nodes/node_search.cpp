@@ -133,8 +133,7 @@ Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) co
 // Null if there is no room for a new list.
 const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named) {
   ++uses;
-  if (attributesSet != data.attributesSet)
-    std::erase_if(lists, [](const List& list) { return list.attribute.has_value(); });
+  if (attributesSet != data.attributesSet) lists.clear();
   attributesSet = data.attributesSet;
   auto list = std::ranges::find_if(lists, [&query](const List& each) {
     return std::tie(each.match, each.name, each.attribute, each.filter) ==
@@ -142,7 +141,7 @@ const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named
            each.isByValue == query.valueBegin.has_value();
   });
   if (list == lists.end()) {
-    if (!MakeRoom(named.size())) return nullptr;
+    if (!MakeRoom()) return nullptr;
     list = lists.insert(lists.end(), MakeList(query, named));
   }
   list->lastUse = uses;
@@ -152,9 +151,9 @@ const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named
 // Lists give way only if many searches passed them by: building one costs more than a scan, so a
 // program that asks for more keys in turn than there is room for must not rebuild them all the
 // time.
-bool ChildIndex::MakeRoom(std::size_t added) {
-  const auto hasRoom = [&] {
-    std::size_t entries = added;
+bool ChildIndex::MakeRoom() {
+  const auto hasRoom = [this] {
+    std::size_t entries = byName.size(); // a new list has no more
     for (const List& list : lists) entries += list.numbers.size();
     return lists.size() < maxLists && entries <= maxEntriesPerChild * byName.size();
   };
@@ -174,7 +173,7 @@ ChildIndex::List ChildIndex::MakeList(ChildQuery query, Range named) const {
     SortByValue(list);
   } else if (list.match == NameMatch::Exact && list.numbers.size() == named.size()) {
     list.isWholeRange = true;
-    list.numbers = {};
+    list.numbers = Numbers(); // assigning {} would keep the memory
   } else {
     std::ranges::sort(list.numbers);
   }
@@ -260,7 +259,7 @@ std::uint32_t Element::CountChildren(std::string_view name) const {
   std::uint32_t count = 0;
   std::uint32_t scanned = 0;
   for (Element child = FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    if (IsIndexed() || ++scanned > fewChildren) return Index().Count(name);
+    if (++scanned > fewChildren) return Index().Count(name);
     if (child.GetName() == name) ++count;
   }
   return count;

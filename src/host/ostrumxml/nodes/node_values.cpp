@@ -32,7 +32,6 @@ void InsertLeads(const DocumentData& data, std::uint32_t element, std::string& t
   std::string leads;
   for (const std::uint32_t child : data.changes.at(element).created)
     AppendCharacters(data.changes.at(child).lead, leads);
-  if (leads.empty()) return;
   std::string trailing;
   AppendCharacters(ElementLayout(data, element).TrailingSpace().text, trailing);
   assert(text.ends_with(trailing));
@@ -117,7 +116,8 @@ std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const 
 
 bool Value::IsAccepted(const TextFilter& filter) const {
   constexpr std::size_t longValue = 256; // shorter ones are judged as quickly as looked up
-  if (IsNull() || filter.AcceptsAll()) return true;
+  assert(!IsNull());
+  if (filter.AcceptsAll()) return true;
   auto& judged = owner.document->judgedValues;
   const std::pair key(text.data(), filter.id);
   if (const auto known = judged.find(key); known != judged.end()) return known->second;
