@@ -22,7 +22,8 @@ using Texts = std::vector<std::string>;
 // In UTF-8. Latin-1 lacks the Cyrillic and the Chinese character; windows-31j has a second form of
 // the latter, and one whose second byte is a backslash.
 const Texts names = {"\u7E8A", "a", "ab", "abc", "\u00E4", "a\u0416", "a\u7E8A", "\u8868", "z"};
-const Texts values = {"", "1", "12", "1\u0416", "\u00E4", "\u00E4b", "\u8868", "\u7E8A", "2\u7E8A"};
+const Texts values = {"",        "1",      "12",     "1\u0416", "\u00E4",
+                      "\u00E4b", "\u8868", "\u7E8A", "2\u7E8A", "13"};
 
 std::optional<std::string> InLocale(std::string_view utf8) {
   const MultiByteText converted(ConvertToMultiByte(Ostrum::WideFromUtf8(utf8)));
@@ -30,7 +31,7 @@ std::optional<std::string> InLocale(std::string_view utf8) {
   return converted.get();
 }
 
-// Compares with a walk that converts everything. The attribute, if one is asked for, is "k".
+// Compares with a walk that converts everything.
 void ExpectWhatAWalkFinds(const Element& parent, const ChildSearch& search) {
   std::uint32_t n = search.n;
   Element child = parent.FirstChild();
@@ -38,7 +39,8 @@ void ExpectWhatAWalkFinds(const Element& parent, const ChildSearch& search) {
     const auto name = InLocale(child.GetName());
     if (!name || !name->starts_with(search.name)) continue;
     if (search.match == NameMatch::Exact && *name != search.name) continue;
-    const Ostrum::Value attribute = child.GetAttribute("k");
+    const Ostrum::Value attribute =
+        child.GetAttribute(search.attribute == nullptr ? "" : search.attribute);
     if (search.attribute != nullptr && attribute.IsNull()) continue;
     const auto value = InLocale(attribute.GetValue());
     if (search.valueBegin != nullptr && !(value && value->starts_with(search.valueBegin))) continue;
@@ -70,6 +72,7 @@ std::string Children(Random& random, std::size_t count) {
     std::string value = random.Any(values);
     if (value.starts_with('1')) value.replace(0, 1, "&#49;"); // has to be decoded
     if (random.Below(2) != 0) markup += " k='" + value + "'";
+    if (random.Below(2) != 0) markup += " m='1'";
     markup += "/>";
   }
   return markup;
@@ -103,16 +106,19 @@ TEST(Search, FindsWhatAWalkFindsInEveryCharacterSet) {
         const std::uint32_t n = random.Below(step % 3 == 0 ? 4 : 60);
         const auto match = random.Below(2) == 0 ? NameMatch::Exact : NameMatch::Prefix;
         ExpectWhatAWalkFinds(parent, {match, name, n});
-        ExpectWhatAWalkFinds(parent, {NameMatch::Exact, name, n, "k"});
+        const char* const key = random.Below(2) == 0 ? "k" : "m";
+        ExpectWhatAWalkFinds(parent, {match, name, n, key});
         const char* const value = random.Any(askedValues).c_str();
-        ExpectWhatAWalkFinds(parent, {NameMatch::Prefix, name, 1, "k", value});
-        ExpectCount(parent, random.Any(names));
+        ExpectWhatAWalkFinds(parent, {match, name, 1, key, value});
         EXPECT_TRUE(
             FindChild(parent, {match, name, 1, "\xFF"}).IsNull()); // is text nowhere, or no name
-        if (step % 20 == 0) parent.AddElementInto(random.Any(names));
+        const std::string& counted = random.Any(names);
+        if (step % 20 == 0) parent.AddElementInto(counted);
+        ExpectCount(parent, counted);
         Element changed = parent.NthChild(NameMatch::Prefix, "", 1 + random.Below(20));
         if (step % 30 == 0 && !changed.IsNull()) changed.SetAttribute("k", random.Any(values));
         if (step % 30 == 15 && !changed.GetAttribute("k").IsNull()) changed.RemoveAttribute("k");
+        if (step % 30 == 20 && !changed.IsNull()) parent.RemoveChild(changed);
       }
     }
   }
