@@ -4,7 +4,6 @@
 usage: processes_test.py LIBTARVIK
 """
 import contextlib
-import ctypes
 import fcntl
 import os
 import random
@@ -15,68 +14,8 @@ import sys
 import tempfile
 import time
 
-tarvik = ctypes.CDLL(sys.argv[1])
-SUCCESS, FAILURE, UNREADABLE, OPEN_AT_ONCE = 0, 34, 42, 0x80000000
-OFD_SETLK, OFD_SETLKW = 37, 38
-
-
-class Document:
-    """An open document."""
-
-    def __init__(self, name):
-        self.list = ctypes.c_void_p()
-        tarvik.InitXMLList(ctypes.byref(self.list))
-        code, self.cookie = self.open(name)
-        check(code == SUCCESS, f"opening {name} gave {code}")
-
-    def open(self, name):
-        cookie = ctypes.c_uint32()
-        return tarvik.OpenXML(self.list, os.fsencode(name), OPEN_AT_ONCE, 0, ctypes.byref(cookie)), cookie
-
-    def set(self, value, what, expected=SUCCESS, item="A"):
-        """Sets an item of the root, which must give the code."""
-        code = tarvik.SetXMLItem(self.list, self.cookie, b"", item.encode(), b"ELEMENT", str(value).encode())
-        check(code == expected, f"{what}: {code}")
-
-
-def check(holds, message):
-    if not holds:
-        sys.exit(f"failed: {message}")
-
-
-def read(name):
-    with open(name, encoding="utf-8") as file:
-        return file.read()
-
-
-def write(name, text):
-    with open(name, "w", encoding="utf-8") as file:
-        file.write(text)
-
-
-def in_process(work):
-    """Runs the work in a process of its own, which must not fail."""
-    process = os.fork()
-    if process == 0:
-        try:
-            work()
-        except BaseException as error:  # a process must not run on into its parent's work
-            print(error, file=sys.stderr)
-            os._exit(1)
-        os._exit(0)
-    return process
-
-
-def wait(*processes):
-    for process in processes:
-        check(os.waitpid(process, 0)[1] == 0, "a process failed")
-
-
-@contextlib.contextmanager
-def locked(name, command=OFD_SETLK):
-    with open(name, "r+", encoding="utf-8") as file:
-        fcntl.fcntl(file, command, struct.pack("hhqqi", fcntl.F_WRLCK, os.SEEK_SET, 0, 0, 0))
-        yield file
+from documents import (FAILURE, OFD_SETLK, OFD_SETLKW, SUCCESS, UNREADABLE, Document, check, in_process, locked, read, temporary_files,
+                       wait, write)
 
 
 def edit(name, change):
@@ -112,10 +51,6 @@ def writers_and_an_editor(folder):
     wanted += [f"<!--{number}-->" for number in range(count)]
     check(all(part in text for part in wanted), f"lost: {[part for part in wanted if part not in text]}")
     print(f"{writers * count} changes by {writers} processes and {count} edits: all there")
-
-
-def temporary_files(folder):
-    return [file for file in os.listdir(folder) if file.startswith(".tarvik")]
 
 
 def killed_writers(folder):
@@ -378,6 +313,8 @@ def replaced(text, owner, mode):
     def replace(name):
         os.unlink(name)
         write(name, text)
+        with contextlib.suppress(OSError):  # not every file system has them
+            os.setxattr(name, "user.theirs", b"")
         os.chmod(name, mode)
         os.chown(name, owner, owner)
     return replace
@@ -448,6 +385,7 @@ def access(folder):
         check(access_of(name) == (after or before), f"{case}: {access_of(name)}")
         check(("<A>1</A>" in read(name)) == (code == SUCCESS), f"{case}: {read(name)}")
         check(not temporary_files(folder), f"{case}: a temporary file stayed")
+        check("user.theirs" not in os.listxattr(name) or case == "a stranger's document", f"{case}: attributes of another file")
     print(f"access kept and never widened in {len(ACCESS)} cases")
 
 

@@ -190,7 +190,7 @@ class TemporaryFile {
   }
 
   void RemoveName() noexcept {
-    if (!name.empty() && !status) status = QueryStatus(file.Number()); // after an early failure
+    if (!status) status = QueryStatus(file.Number()); // after an early failure
     if (KeepsName() && Uninterrupted(unlinkat, folder, name.c_str(), 0) == 0) name.clear();
   }
 
@@ -223,14 +223,12 @@ struct LockedFile::System {
     for (int links = 0; links <= maxLinks; ++links) {
       folder = OpenFolder(path.parent_path());
       name = path.filename();
-      std::optional<FileStatus> status = Status();
-      if (!status && errno != ENOENT)
-        ThrowSystemFailure("cannot tell whether the file is a symbolic link");
+      const std::optional<FileStatus> status = Status();
       if (!status || !S_ISLNK(status->access.mode)) return status;
       char target[PATH_MAX];
       const ssize_t length = CheckedCall("cannot follow the symbolic link", readlinkat,
                                          folder.Number(), name.c_str(), target, sizeof target);
-      if (length == sizeof target) break;
+      assert(length < PATH_MAX);
       path = path.parent_path() / std::string_view(target, static_cast<std::size_t>(length));
     }
     ThrowSystemFailure("cannot follow the symbolic link", ELOOP);
