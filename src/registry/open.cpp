@@ -65,13 +65,17 @@ std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
                                                 encrypted ? &KCryptWrap::encrypt_data : nullptr);
 }
 
+[[noreturn]] void RefuseToRead(const Ostrum::ReadFailure& failure, const char* name) {
+  LogReason(name, L": ", failure.what());
+  Refuse(CodeOfReadResult(failure.result), name, long{failure.result});
+}
+
 std::string ReadText(Ostrum::DocumentFile& file, const char* name) {
   auto result = Ostrum::ReadFailed;
   try {
     return file.Read().utf8;
   } catch (const Ostrum::ReadFailure& failure) {
-    LogReason(name, L": ", failure.what());
-    result = failure.result;
+    RefuseToRead(failure, name);
   } catch (const std::bad_alloc&) {
     LogReason(noMemoryReason);
     result = Ostrum::ReadNoMemory;
@@ -94,9 +98,13 @@ std::unique_ptr<Ostrum::Document> Parse(std::string text, const char* name) {
   const int length = static_cast<int>(text.size()); // the reader rejects longer text
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
   int line = 0, column = 0;
-  std::unique_ptr<Ostrum::Document> document(
-      Ostrum::ParseXML(std::move(text), length, error, line, column));
-  if (document != nullptr) return document;
+  try {
+    std::unique_ptr<Ostrum::Document> document(
+        Ostrum::ParseXML(std::move(text), length, error, line, column));
+    if (document != nullptr) return document;
+  } catch (const Ostrum::ReadFailure& failure) {
+    RefuseToRead(failure, name);
+  }
   LogReason(line, L":", column, L": ", Ostrum::ReasonOf(error));
   Refuse(XmlOutOfMemory, name, L"unable to parse ", name, L".");
 }

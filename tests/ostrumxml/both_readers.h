@@ -31,7 +31,6 @@ inline std::string Index(const Ostrum::DocumentData& data) {
 
 enum class Comparison { ReadPlainly, Unknown, Different };
 
-// source: valid UTF-8.
 inline Comparison CompareReaders(const std::string& source) {
   Ostrum::DocumentData plain(source);
   if (!Ostrum::ReadPlainly(plain)) return Comparison::Unknown;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ostrumxml/read/decode.h"
+#include "host/ostrumxml/read/read_failure.h"
 #include "support/locale_guard.h"
 #include "support/text.h"
 
@@ -10,10 +11,14 @@ using namespace std::string_literals;
 
 // The text, or why it cannot be decoded.
 std::string Decode(std::string bytes) {
-  std::string utf8;
   auto encoding = Ostrum::UTF_8;
-  const auto failure = Ostrum::DecodeFile(std::move(bytes), utf8, encoding);
-  return failure ? failure->reason : utf8;
+  try {
+    std::string utf8 = Ostrum::DecodeFile(std::move(bytes), encoding);
+    Ostrum::RequireUtf8(utf8);
+    return utf8;
+  } catch (const Ostrum::ReadFailure& failure) {
+    return failure.what();
+  }
 }
 
 std::string Declared(const std::string& encoding, const std::string& text) {

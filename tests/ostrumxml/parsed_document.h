@@ -12,14 +12,19 @@
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/expat/expat_parser.h"
 #include "host/ostrumxml/read/decode.h"
+#include "host/ostrumxml/read/read_failure.h"
 
 struct Parsed {
   explicit Parsed(std::string bytes) {
     Ostrum::UTF_ENCODINGS encoding{};
-    isText = !Ostrum::DecodeFile(std::move(bytes), source, encoding);
-    const auto size = static_cast<int>(source.size());
     int line = 0, column = 0;
-    if (isText) document.reset(Ostrum::ParseXML(source, size, error, line, column));
+    try {
+      source = Ostrum::DecodeFile(std::move(bytes), encoding);
+      const auto size = static_cast<int>(source.size());
+      document.reset(Ostrum::ParseXML(source, size, error, line, column));
+    } catch (const Ostrum::ReadFailure&) {
+      isText = false;
+    }
   }
 
   // The element reached by taking the first child of each name, or the null element.
@@ -31,7 +36,7 @@ struct Parsed {
   }
   std::string Generate() const { return document->GenerateXML(false); }
 
-  bool isText;
+  bool isText = true;
   std::string source;
   Ostrum::PARSER_ERROR error{};
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected

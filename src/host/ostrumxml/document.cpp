@@ -6,6 +6,7 @@
 #include <cassert>
 
 #include "host/ostrumxml/nodes/indexed_document.h"
+#include "host/ostrumxml/read/decode.h"
 #include "host/ostrumxml/save/generator.h"
 
 namespace Ostrum {
@@ -33,6 +34,7 @@ Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line,
   text.resize(std::min(text.size(), static_cast<std::size_t>(std::max(length, 0))));
   auto indexed = std::make_unique<IndexedDocument>(std::move(text));
   if (ReadPlainly(indexed->data)) return new Document(std::move(indexed));
+  RequireUtf8(indexed->data.source);
   // Discards what the plain reader may have added to the index.
   indexed = std::make_unique<IndexedDocument>(std::move(indexed->data.source));
   const ParseFailure failure = ReadByParser(indexed->data);

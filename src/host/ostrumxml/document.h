@@ -42,9 +42,10 @@ class Document {
   std::unique_ptr<IndexedDocument> indexed;
 };
 
-// Parses the first `length` bytes of the text, which must be valid UTF-8. Returns a new document,
-// which the caller deletes, or null if the text is not well-formed or exceeds a limit. error, line
-// and column (from 1, in characters) then tell why and where. Throws std::bad_alloc.
+// Parses the first `length` bytes of the text. Returns a new document, which the caller deletes, or
+// null if the text is not well-formed or exceeds a limit. error, line and column (from 1, in
+// characters) then tell why and where. Throws ReadFailure if the text is not valid UTF-8, and
+// std::bad_alloc.
 Document* ParseXML(std::string text, int length, PARSER_ERROR& error, int& line, int& column);
 
 } // namespace Ostrum

@@ -3,7 +3,6 @@
 // is given back for every wait, because the other program may need it to finish.
 #include "host/ostrumxml/file.h"
 
-#include <algorithm>
 #include <cassert>
 #include <cerrno>
 #include <climits>
@@ -67,17 +66,7 @@ FileText DecodeBytes(std::string bytes, ByteFilter decrypt) {
   if (decrypt != nullptr && !decrypt(bytes, bytes))
     throw ReadFailure(ReadRefused, "is damaged, encrypted with another key, or not encrypted");
   FileText text;
-  if (const auto failure = DecodeFile(std::move(bytes), text.utf8, text.encoding)) {
-    if (!failure->offset) throw ReadFailure(ReadBadEncoding, failure->reason);
-    // DecodeFile takes the bytes only if it succeeds.
-    const std::string_view all = bytes; // NOLINT(bugprone-use-after-move)
-    assert(*failure->offset <= all.size());
-    const std::string_view before = all.substr(0, *failure->offset);
-    const std::size_t lineStart = before.rfind('\n') + 1; // 0 in the first line
-    throw ReadFailure(ReadBadEncoding, failure->reason,
-                      static_cast<int>(std::ranges::count(before, '\n')) + 1,
-                      static_cast<int>(before.size() - lineStart) + 1);
-  }
+  text.utf8 = DecodeFile(std::move(bytes), text.encoding);
   // Decoded text can be longer than the file.
   if (text.utf8.size() > INT_MAX) throw ReadFailure(ReadTooLong, "is longer than 2 GB in UTF-8");
   return text;
@@ -131,18 +120,18 @@ std::unique_ptr<Document> DocumentFile::ReadAgain(const platform::LockedFile& fi
   std::string bytes;
   RequireDone(file.Read(INT_MAX, bytes), name);
   if (bytes.empty()) return nullptr;
-  std::string text;
+  PARSER_ERROR error = NO_PARSER_ERROR;
+  std::unique_ptr<Document> theirs;
   try {
-    text = DecodeBytes(std::move(bytes), decrypt).utf8;
+    std::string text = DecodeBytes(std::move(bytes), decrypt).utf8;
+    const auto length = static_cast<int>(text.size());
+    int line = 0;
+    int column = 0;
+    theirs.reset(ParseXML(std::move(text), length, error, line, column));
   } catch (const ReadFailure&) {
     if (file.State()->isYoung) return nullptr;
     throw;
   }
-  const auto length = static_cast<int>(text.size());
-  PARSER_ERROR error = NO_PARSER_ERROR;
-  int line = 0;
-  int column = 0;
-  std::unique_ptr<Document> theirs(ParseXML(std::move(text), length, error, line, column));
   if (error == NO_PARSER_MEMORY) throw std::bad_alloc();
   if (IsIllFormed(error)) return nullptr;
   if (!theirs || theirs->GetRoot().GetName() != document.GetRoot().GetName()) {

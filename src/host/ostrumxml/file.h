@@ -5,40 +5,17 @@
 #include <chrono>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "host/ostrumxml/document.h"
 #include "host/ostrumxml/read/decode.h"
+#include "host/ostrumxml/read/read_failure.h"
 #include "platform/files.h"
 
 namespace Ostrum {
 
 // Converts a file's bytes when it is read or written. False rejects them. May throw.
 using ByteFilter = bool (*)(const std::string& input, std::string& output);
-
-enum ReadResult : long {
-  ReadFailed = -2, // an unexpected exception
-  ReadNoMemory = -3,
-  ReadUnreadable = -42,  // no permission, not a regular file, or an I/O error
-  ReadNoFile = -44,      // no file of that name
-  ReadBadEncoding = -45, // unsupported or invalid encoding
-  ReadRefused = -46,     // the decrypt filter rejected the bytes
-  ReadTooLong = -47,     // longer than INT_MAX bytes
-};
-
-// Why a file or bytes cannot be read. what() continues a sentence that begins with the file's name,
-// "is a directory", in the locale's character set.
-class ReadFailure : public std::runtime_error {
- public:
-  ReadFailure(ReadResult why, const std::string& words, int atLine = 0, int atColumn = 0)
-      : std::runtime_error(words), result(why), line(atLine), column(atColumn) {}
-
-  const ReadResult result;
-  // The place of the first invalid byte, both from 1, in bytes; 0 if the failure has no place.
-  const int line;
-  const int column;
-};
 
 // A file's text for ParseXML: UTF-8, with a byte-order mark if the file is UTF-8 with one. A
 // declaration of another encoding is changed to UTF-8.
@@ -47,8 +24,8 @@ struct FileText {
   UTF_ENCODINGS encoding = UTF_8; // of the file; NO_ENCODING if it has no value
 };
 
-// The text of a file whose bytes were read. decrypt may be null. Throws ReadFailure, what the
-// filter throws, and std::bad_alloc.
+// The text of a file whose bytes were read; whether it is valid, ParseXML checks. decrypt may be
+// null. Throws ReadFailure, what the filter throws, and std::bad_alloc.
 FileText DecodeBytes(std::string bytes, ByteFilter decrypt);
 
 // Changes that were made to a document and have not reached its file.

@@ -28,25 +28,24 @@ bool IsXmlName(std::string_view text) {
   return isName;
 }
 
-bool HasXmlCharacters(std::string_view utf8) noexcept {
+bool IsXmlText(std::string_view text) noexcept {
   constexpr unsigned char leadOfLast = 0xEF; // of U+F000 to U+FFFF; XML forbids the last two
   const auto isBlank = [](auto byte) { return (byte == '\t') | (byte == '\n') | (byte == '\r'); };
   // Up to the first byte beyond ASCII, one comparison finds that and the controls.
-  utf8.remove_prefix(
-      LongLengthBefore(utf8, [=](auto byte) { return (AsSigned(byte) < ' ') & ~isBlank(byte); }));
+  text.remove_prefix(
+      LongLengthBefore(text, [=](auto byte) { return (AsSigned(byte) < ' ') & ~isBlank(byte); }));
+  if (!IsUtf8(text)) return false;
   const auto isSuspect = [=](auto byte) {
     return ((byte < ' ') & ~isBlank(byte)) | (byte == leadOfLast);
   };
   for (;;) {
-    utf8.remove_prefix(LongLengthBefore(utf8, isSuspect));
-    if (utf8.empty()) return true;
-    const bool isControl = static_cast<unsigned char>(utf8.front()) != leadOfLast;
-    if (isControl || utf8.starts_with("\xEF\xBF\xBE") || utf8.starts_with("\xEF\xBF\xBF"))
+    text.remove_prefix(LongLengthBefore(text, isSuspect));
+    if (text.empty()) return true;
+    const bool isControl = static_cast<unsigned char>(text.front()) != leadOfLast;
+    if (isControl || text.starts_with("\xEF\xBF\xBE") || text.starts_with("\xEF\xBF\xBF"))
       return false;
-    utf8.remove_prefix(1);
+    text.remove_prefix(1);
   }
 }
-
-bool IsXmlText(std::string_view text) noexcept { return IsUtf8(text) && HasXmlCharacters(text); }
 
 } // namespace Ostrum

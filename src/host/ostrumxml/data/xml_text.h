@@ -15,10 +15,7 @@ inline constexpr std::string_view otherNameCharacters = "0123456789-.";
 // document that this library can read again.
 bool IsXmlName(std::string_view text);
 
-// Whether text that is valid UTF-8 has only characters that XML allows anywhere.
-bool HasXmlCharacters(std::string_view utf8) noexcept;
-
-// Whether the text is valid UTF-8 and has only characters that XML allows in values.
+// Whether the text is valid UTF-8 and has only characters that XML allows.
 bool IsXmlText(std::string_view text) noexcept;
 
 } // namespace Ostrum

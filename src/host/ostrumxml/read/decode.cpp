@@ -11,6 +11,7 @@
 
 #include "host/ostrumxml/data/markup.h"
 #include "host/ostrumxml/data/utf8.h"
+#include "host/ostrumxml/read/read_failure.h"
 #include "platform/encoding_converter.h"
 
 namespace Ostrum {
@@ -164,15 +165,23 @@ std::string_view DeclaredEncoding(std::string_view text) {
   return closes && !name.empty() && allowed.find(name[0]) < letters ? name : std::string_view();
 }
 
-using Failure = std::optional<DecodeFailure>;
-
-Failure Refuse(const char* reason, std::string_view encoding = {},
-               std::optional<std::size_t> offset = {}) {
-  const std::string place = offset ? " at byte offset " + std::to_string(*offset) : "";
-  return DecodeFailure{reason + std::string(encoding) + place, offset};
+[[noreturn]] void Refuse(const char* reason, std::string_view encoding = {}) {
+  throw ReadFailure(ReadBadEncoding, reason + std::string(encoding));
 }
 
-constexpr const char* invalid = "invalid ";
+// validSize: of the bytes before the first invalid one. Returns if there is none.
+void RequireValid(std::string_view bytes, std::size_t validSize, std::string_view encoding) {
+  assert(validSize <= bytes.size());
+  if (validSize == bytes.size()) return;
+  const std::string_view before = bytes.substr(0, validSize);
+  const std::size_t lineStart = before.rfind('\n') + 1; // 0 in the first line
+  throw ReadFailure(
+      ReadBadEncoding,
+      "invalid " + std::string(encoding) + " at byte offset " + std::to_string(validSize),
+      static_cast<int>(std::ranges::count(before, '\n')) + 1,
+      static_cast<int>(validSize - lineStart) + 1);
+}
+
 constexpr const char* contradiction =
     "the text is not in the encoding that its declaration names: ";
 
@@ -194,27 +203,29 @@ std::size_t Utf8FromUtf16(std::string_view bytes, bool bigEndian, std::string& u
   return position;
 }
 
-Failure DecodeUtf16(std::string_view bytes, std::string& utf8, UTF_ENCODINGS& encoding) {
+std::string DecodeUtf16(std::string_view bytes, UTF_ENCODINGS& encoding) {
   const bool bigEndian = bytes.front() == '\xFE';
   encoding = bigEndian ? UTF_16B : UTF_16L;
   constexpr std::size_t mark = 2;
+  std::string utf8;
   const std::size_t converted = mark + Utf8FromUtf16(bytes.substr(mark), bigEndian, utf8);
-  if (converted != bytes.size()) return Refuse(invalid, "UTF-16", converted);
+  RequireValid(bytes, converted, "UTF-16");
   const std::string_view declared = DeclaredEncoding(utf8);
   const std::string name = Folded(declared);
   if (!name.empty() && name != "UTF-16" && name != (bigEndian ? "UTF-16BE" : "UTF-16LE"))
-    return Refuse(contradiction, declared);
+    Refuse(contradiction, declared);
   if (!declared.empty())
     utf8.replace(static_cast<std::size_t>(declared.data() - utf8.data()), declared.size(), "UTF-8");
-  return {};
+  return utf8;
 }
 
-Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::string& utf8) {
+std::string DecodeDeclared(std::string_view bytes, std::string_view declared) {
   EncodingTable table(Folded(declared));
-  if (!table.IsUsable()) return Refuse("unsupported encoding ", declared);
+  if (!table.IsUsable()) Refuse("unsupported encoding ", declared);
   const auto beyondAscii =
       std::ranges::count_if(bytes, [](char byte) { return ByteOf(byte) >= 0x80; });
   // Most of those become two bytes of UTF-8 each, or three for every two of them.
+  std::string utf8;
   utf8.reserve(bytes.size() + static_cast<std::size_t>(beyondAscii));
   const auto name = static_cast<std::size_t>(declared.data() - bytes.data());
   std::size_t converted = table.Convert(bytes.substr(0, name), utf8);
@@ -223,20 +234,19 @@ Failure DecodeDeclared(std::string_view bytes, std::string_view declared, std::s
     converted += declared.size();
     converted += table.Convert(bytes.substr(converted), utf8);
   }
-  if (converted == bytes.size()) return {};
-  return Refuse(invalid, declared, converted);
+  RequireValid(bytes, converted, declared);
+  return utf8;
 }
 
 } // namespace
 
-std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8,
-                                        UTF_ENCODINGS& encoding) {
+std::string DecodeFile(std::string bytes, UTF_ENCODINGS& encoding) {
   const std::string_view view = bytes;
   const bool utf16 = view.starts_with("\xFE\xFF") || view.starts_with("\xFF\xFE");
   const std::string_view start = view.substr(utf16 ? 2 : 0, 2);
   if (utf16 ? start == std::string_view("\0\0", 2) : start.find('\0') != std::string_view::npos)
-    return Refuse("UTF-32, and UTF-16 without a byte-order mark, are not supported");
-  if (utf16) return DecodeUtf16(view, utf8, encoding);
+    Refuse("UTF-32, and UTF-16 without a byte-order mark, are not supported");
+  if (utf16) return DecodeUtf16(view, encoding);
 
   const bool marked = view.starts_with(utf8ByteOrderMark);
   const std::string_view declared =
@@ -245,13 +255,13 @@ std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8,
   encoding = name == "US-ASCII" ? US_ASCII : NO_ENCODING;
   if (!name.empty() && name != "UTF-8" && name != "UTF8") {
     const bool contradicts = marked || name == "UTF-16" || name == "UTF-16BE" || name == "UTF-16LE";
-    if (contradicts) return Refuse(contradiction, declared);
-    return DecodeDeclared(view, declared, utf8);
+    if (contradicts) Refuse(contradiction, declared);
+    return DecodeDeclared(view, declared);
   }
   encoding = UTF_8;
-  if (!IsUtf8(view)) return Refuse(invalid, "UTF-8", ValidUtf8Prefix(view));
-  utf8 = std::move(bytes);
-  return {};
+  return bytes;
 }
+
+void RequireUtf8(std::string_view text) { RequireValid(text, ValidUtf8Prefix(text), "UTF-8"); }
 
 } // namespace Ostrum

@@ -1,9 +1,8 @@
 #ifndef TARVIK_HOST_OSTRUMXML_READ_DECODE_H
 #define TARVIK_HOST_OSTRUMXML_READ_DECODE_H
 
-#include <cstddef>
-#include <optional>
 #include <string>
+#include <string_view>
 
 namespace Ostrum {
 
@@ -18,18 +17,15 @@ enum UTF_ENCODINGS : int {
   NO_ENCODING = 999,
 };
 
-// Why bytes cannot be decoded: the encoding is not supported, or they are not valid in it.
-struct DecodeFailure {
-  std::string reason;                // in ASCII, includes the offset
-  std::optional<std::size_t> offset; // of the first invalid byte
-};
-
 // Converts a file's bytes to UTF-8. A byte-order mark or the XML declaration gives the encoding; a
-// declaration of another encoding is changed to UTF-8. Returns nothing on success, else the reason;
-// utf8 then has unspecified content. encoding receives the encoding found, NO_ENCODING if it has no
-// value.
-std::optional<DecodeFailure> DecodeFile(std::string&& bytes, std::string& utf8,
-                                        UTF_ENCODINGS& encoding);
+// declaration of another encoding is changed to UTF-8. Bytes that are in UTF-8 are returned as they
+// are, not checked. encoding receives the encoding found, NO_ENCODING if it has no value. Throws
+// ReadFailure if the encoding is not supported or the bytes are not valid in it, and
+// std::bad_alloc.
+std::string DecodeFile(std::string bytes, UTF_ENCODINGS& encoding);
+
+// Throws ReadFailure, with the place of the first invalid byte, unless the text is valid UTF-8.
+void RequireUtf8(std::string_view text);
 
 } // namespace Ostrum
 

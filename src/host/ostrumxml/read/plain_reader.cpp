@@ -276,7 +276,7 @@ class PlainReader {
 } // namespace
 
 bool ReadPlainly(DocumentData& data) {
-  return HasXmlCharacters(data.source) && PlainReader(data).ReadDocument();
+  return IsXmlText(data.source) && PlainReader(data).ReadDocument();
 }
 
 } // namespace Ostrum

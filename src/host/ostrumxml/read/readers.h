@@ -29,15 +29,15 @@ struct ParseFailure {
   int column = 0; // from 1, in characters
 };
 
-// Both take data that has its source alone, which must be valid UTF-8, and build the index of its
-// elements. An index is to be discarded unless its reader succeeded. Both throw std::bad_alloc.
+// Both take data that has its source alone, and build the index of its elements. An index is to be
+// discarded unless its reader succeeded. Both throw std::bad_alloc.
 
-// Checks the source completely, much faster than the parser. False means "unknown": the source is
-// malformed or has something unusual.
+// Checks the source completely, also that it is valid UTF-8, much faster than the parser. False
+// means "unknown": the source is malformed or has something unusual.
 bool ReadPlainly(DocumentData& data);
 
-// Runs the parser over the source. Tells the failure if the source is not well-formed or exceeds a
-// limit.
+// Runs the parser over the source, which must be valid UTF-8. Tells the failure if the source is
+// not well-formed or exceeds a limit.
 ParseFailure ReadByParser(DocumentData& data);
 
 } // namespace Ostrum
