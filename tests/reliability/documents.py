@@ -10,7 +10,7 @@ import struct
 import sys
 
 tarvik = ctypes.CDLL(sys.argv[1])
-SUCCESS, FAILURE, UNREADABLE, OPEN_AT_ONCE = 0, 34, 42, 0x80000000
+SUCCESS, NO_MEMORY, NO_FILE, FAILURE, UNREADABLE, OPEN_AT_ONCE = 0, 1, 5, 34, 42, 0x80000000
 OFD_SETLK, OFD_SETLKW = 37, 38
 
 
@@ -27,10 +27,16 @@ class Document:
         cookie = ctypes.c_uint32()
         return tarvik.OpenXML(self.list, os.fsencode(name), OPEN_AT_ONCE, 0, ctypes.byref(cookie)), cookie
 
+    def try_to_set(self, value, item="A"):
+        return tarvik.SetXMLItem(self.list, self.cookie, b"", item.encode(), b"ELEMENT", str(value).encode())
+
     def set(self, value, what, expected=SUCCESS, item="A"):
         """Sets an item of the root, which must give the code."""
-        code = tarvik.SetXMLItem(self.list, self.cookie, b"", item.encode(), b"ELEMENT", str(value).encode())
+        code = self.try_to_set(value, item)
         check(code == expected, f"{what}: {code}")
+
+    def close(self):
+        tarvik.EndXMLList(ctypes.byref(self.list))
 
 
 def check(holds, message):

@@ -1,22 +1,16 @@
-// Makes each call fail in turn that the library makes of lower layers: its own allocations, those
-// of the parser and the cipher, and the system's file functions. No exception may leave a function,
-// the code must be a documented one, the file must be either the old or the new one, complete, no
-// other file may stay in its folder, and the same call must succeed the next time. The address
-// sanitizer reports leaks. The linker redirects the calls from everything that is linked
-// statically.
-#include <fcntl.h>
+// Makes each allocation fail in turn: the library's own, and those of the parser and the cipher. No
+// exception may leave a function, the code must be a documented one, the file must be either the
+// old or the new one, complete, no other file may stay in its folder, and the same call must
+// succeed the next time. The address sanitizer reports leaks. The linker redirects the calls from
+// everything that is linked statically.
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <map>
 #include <set>
 
 #include "support/locale_guard.h"
@@ -25,35 +19,15 @@
 namespace {
 
 struct Fault {
-  enum Place { Memory, System } place;
-  int kind = 0;      // for System: errno; for Memory: nonzero if all later calls fail, too
-  int countdown = 0; // the number of the call that fails, from 1; 0: none
+  int countdown = 0;      // the number of the allocation that fails, from 1; 0: none
+  bool isLasting = false; // whether all later ones fail, too
   bool isArmed = false, hasFired = false;
-  const char* missingCall = ""; // one that the file system does not have
 } fault;
-std::vector<std::string> systemCalls; // recorded while a System fault is armed
-std::string failedCall;               // the last one that failed
-std::set<std::string> failedCalls;    // all so far
 
-bool Fails(Fault::Place place) noexcept {
-  if (!fault.isArmed || fault.place != place) return false;
-  if (fault.hasFired) return place == Fault::Memory && fault.kind != 0;
+bool Fails() noexcept {
+  if (!fault.isArmed) return false;
+  if (fault.hasFired) return fault.isLasting;
   return fault.hasFired = --fault.countdown == 0;
-}
-
-bool SystemFails(const char* call) {
-  if (!fault.isArmed || fault.place != Fault::System) return false;
-  systemCalls.emplace_back(call);
-  const bool fails = Fails(Fault::System);
-  if (fails) failedCalls.insert(failedCall = call);
-  const bool isUnsupported = fault.kind == ENOSYS || fault.kind == EOPNOTSUPP;
-  errno = fails || isUnsupported ? fault.kind : EINVAL;
-  return fails || systemCalls.back() == fault.missingCall;
-}
-
-// Shortens reads and writes.
-std::size_t Part(std::size_t size) {
-  return fault.place == Fault::System ? std::min<std::size_t>(size, 60) : size;
 }
 
 } // namespace
@@ -61,40 +35,9 @@ std::size_t Part(std::size_t size) {
 // The build reads the names from here. They are visible so that a sanitizer's library can call
 // them.
 #pragma GCC visibility push(default)
-#define SYSTEM_CALL(name, Result, parameters, ...)               \
-  extern "C" Result __real_##name parameters;                    \
-  extern "C" Result __wrap_##name parameters {                   \
-    return SystemFails(#name) ? -1 : __real_##name(__VA_ARGS__); \
-  }
-SYSTEM_CALL(openat, int, (int at, const char* name, int how, mode_t mode), at, name, how, mode)
-SYSTEM_CALL(statx, int, (int at, const char* n, int how, unsigned m, struct statx* to), at, n, how,
-            m, to)
-SYSTEM_CALL(readlinkat, ssize_t, (int at, const char* name, char* to, size_t n), at, name, to, n)
-SYSTEM_CALL(fcntl, int, (int file, int command, struct flock* lock), file, command, lock)
-SYSTEM_CALL(flock, int, (int file, int operation), file, operation)
-SYSTEM_CALL(read, ssize_t, (int file, void* bytes, size_t size), file, bytes, Part(size))
-SYSTEM_CALL(write, ssize_t, (int file, const void* bytes, size_t size), file, bytes, Part(size))
-SYSTEM_CALL(futimens, int, (int file, const timespec* times), file, times)
-SYSTEM_CALL(flistxattr, ssize_t, (int file, char* names, size_t size), file, names, size)
-SYSTEM_CALL(fgetxattr, ssize_t, (int file, const char* name, void* to, size_t n), file, name, to, n)
-SYSTEM_CALL(fsetxattr, int, (int file, const char* name, const void* v, size_t n, int how), file,
-            name, v, n, how)
-SYSTEM_CALL(fremovexattr, int, (int file, const char* name), file, name)
-SYSTEM_CALL(fchown, int, (int file, uid_t owner, gid_t group), file, owner, group)
-SYSTEM_CALL(fchmod, int, (int file, mode_t mode), file, mode)
-SYSTEM_CALL(fsync, int, (int file), file)
-SYSTEM_CALL(getentropy, int, (void* to, size_t size), to, size)
-SYSTEM_CALL(linkat, int, (int a, const char* from, int b, const char* to, int how), a, from, b, to,
-            how)
-SYSTEM_CALL(renameat2, int, (int a, const char* from, int b, const char* to, unsigned how), a, from,
-            b, to, how)
-SYSTEM_CALL(unlinkat, int, (int at, const char* name, int how), at, name, how)
-
-#define ALLOCATION(name, parameters, arguments)                      \
-  extern "C" void* __real_##name parameters;                         \
-  extern "C" void* __wrap_##name parameters {                        \
-    return Fails(Fault::Memory) ? nullptr : __real_##name arguments; \
-  }
+#define ALLOCATION(name, parameters, arguments) \
+  extern "C" void* __real_##name parameters;    \
+  extern "C" void* __wrap_##name parameters { return Fails() ? nullptr : __real_##name arguments; }
 ALLOCATION(malloc, (std::size_t size), (size))
 ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size))
 ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
@@ -131,7 +74,6 @@ const std::string catalog =
 const std::string longName(80, 'n'), longValue(80, 'v');
 const std::string words =
     "<W\xC3\xB6rt>\n  <\xC3\xA4 k='v'>\xC3\xBC</\xC3\xA4>\n  <" + longName + "/>\n</W\xC3\xB6rt>\n";
-const std::string edited = "<W\xC3\xB6rt><B/></W\xC3\xB6rt>";
 
 // The calls' results.
 char text[260];
@@ -162,27 +104,11 @@ std::uint32_t Close(Opened d) { return CloseXML(d.list, d.cookie); }
 std::uint32_t GetFiles(Opened d) { return GetFileList(d.list, &d.cookie, &files); }
 
 const Call set = Set("", longName.c_str());
-// While the host program has locked the file for its process, which reading the file elsewhere
-// would end.
-std::uint32_t SetWhileLocked(Opened d) {
-  const int held = open(d.Name().c_str(), O_RDWR | O_CLOEXEC);
-  struct flock lock {};
-  lock.l_type = F_WRLCK;
-  if (__real_fcntl(held, F_SETLK, &lock) != 0) return 99;
-  const std::uint32_t code = set(d);
-  close(held);
-  return code;
-}
 
 // What happens between opening and the call.
 void OpenPackage(Opened d) { d.Group("ProductPackage"); }
 void RemoveFile(Opened d) { std::filesystem::remove(d.Name()); }
-void EditFile(Opened d) { d.Write(edited); }
-// Later than 2262, which a count of nanoseconds does not reach.
-void DateFarAhead(Opened d) {
-  const timespec times[] = {{10'500'000'000, 0}, {10'500'000'000, 0}};
-  utimensat(AT_FDCWD, d.Name().c_str(), times, 0);
-}
+void EditFile(Opened d) { d.Write("<W\xC3\xB6rt><B/></W\xC3\xB6rt>"); }
 // Makes the file a link to another owner's file with attributes.
 void MoveBehindLink(Opened d) {
   const std::string target = d.Name() + ".target";
@@ -199,7 +125,6 @@ const struct Work {
   const std::string& text;
   Call call;
   void (*prepare)(Opened) = [](Opened) {};
-  const char* missingCall = "";
 } works[] = {
     {"open", Opening, catalog, &TestDocument::Open},
     {"open another encoding", Opening, gbk, &TestDocument::Open},
@@ -217,42 +142,13 @@ const struct Work {
     {"set an attribute", Setting, words, Set("W\xF6rt\\\xE4", "k", "ATTRIBUTE")},
     {"save another's file behind a link", Setting, words, set, MoveBehindLink},
     {"merge", Setting, words, set, EditFile},
-    {"save what the process has locked", Setting, words, &SetWhileLocked},
-    {"save what is dated far ahead", Setting, words, set, DateFarAhead},
     {"create the file anew", Setting, words, set, RemoveFile},
-    {"create the file anew", Setting, words, set, RemoveFile, "linkat"},
-    {"create the file anew", Setting, words, set, RemoveFile, "renameat2"},
-    {"merge", Setting, words, set, EditFile, "linkat"},
 };
-
-// What a file system may lack or another program may hold does not make a save fail.
-const std::set<int> unsupported{ENODATA, EOPNOTSUPP, ENOSYS};
-const std::set<int> lockless{EAGAIN, EACCES, ENOLCK, EOPNOTSUPP, ENOSYS, EINVAL};
-const std::map<std::string, std::set<int>> harmless{{"fcntl", lockless},
-                                                    {"flock", lockless},
-                                                    {"flistxattr", unsupported},
-                                                    {"fgetxattr", unsupported},
-                                                    {"fremovexattr", unsupported}};
-
-// The second flush is that of the folder.
-bool FolderFailed() {
-  return fault.hasFired && failedCall == "fsync" && std::ranges::count(systemCalls, "fsync") == 2;
-}
 
 // Whether a call that meets the fault may return the code.
 bool IsPromised(Kind kind, std::uint32_t code) {
-  if (kind == Other || (fault.place == Fault::System && fault.kind == EINTR)) return false;
-  if (fault.place == Fault::System) {
-    const auto found = harmless.find(failedCall);
-    if (found != harmless.end() && found->second.contains(fault.kind)) return false;
-    if (FolderFailed() && fault.kind == EINVAL) return false;
-  }
   if (kind == Reading) return code == 3 || code == 34;
-  if (fault.place == Fault::Memory) return code == 1 || (kind == Opening && code == 34);
-  if (fault.kind == ENOMEM)
-    return code == 1 || (code == 34 && std::ranges::count(systemCalls, "getentropy") > 0);
-  if (kind == Opening) return code == 42 || (code == 5 && fault.kind == ENOENT);
-  return code == 34;
+  return kind != Other && (code == 1 || (kind == Opening && code == 34));
 }
 
 struct State {
@@ -268,8 +164,6 @@ State StateOf(const TestDocument& document) {
 std::uint32_t CallWith(const Fault& wanted, const Call& call, Opened document) {
   text[0] = '\0';
   files.clear();
-  systemCalls.clear();
-  failedCall.clear();
   fault = wanted;
   fault.isArmed = true;
   const std::uint32_t code = call(document);
@@ -280,8 +174,7 @@ std::uint32_t CallWith(const Fault& wanted, const Call& call, Opened document) {
 // Returns whether the call that should fail was reached. right: the state after the work without a
 // fault, set by a run with countdown 0.
 bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& right) {
-  SCOPED_TRACE(testing::Message() << work.name << " without " << work.missingCall << ", kind "
-                                  << wanted.kind << ", call " << wanted.countdown);
+  SCOPED_TRACE(testing::Message() << work.name << ", allocation " << wanted.countdown);
   TestDocument document(work.text, encrypted);
   // So the file is in the state that the document remembers.
   EXPECT_TRUE(work.kind != Setting || document.Save() == 0U);
@@ -292,25 +185,14 @@ bool Run(const Work& work, const Fault& wanted, std::int32_t encrypted, State& r
   const State now = StateOf(document);
   if (wanted.countdown == 0) right = now;
   EXPECT_TRUE(code == 0 || (hasFired && IsPromised(work.kind, code))) << code;
-  EXPECT_EQ(now.file, code == 0 || FolderFailed() ? right.file : old.file);
-  if (work.kind == Setting && fault.place == Fault::System && code == 0) {
-    // Only a folder that may not be read is not flushed, what cannot be linked by its descriptor is
-    // linked by its path, and only another file of that name makes a save start again.
-    EXPECT_TRUE(std::ranges::count(systemCalls, "fsync") > 1 || fault.kind == EACCES);
-    EXPECT_TRUE(!FolderFailed() || fault.kind == EINVAL);
-    EXPECT_TRUE(std::ranges::count(systemCalls, "linkat") != 1 || failedCall != "linkat");
-    EXPECT_TRUE(std::ranges::count(systemCalls, "renameat2") < 2 || fault.kind == EEXIST ||
-                fault.kind == EINTR);
-  }
-  const Fault none{.place = Fault::Memory, .missingCall = work.missingCall};
-  EXPECT_TRUE(code == 0 || CallWith(none, work.call, document) == 0U);
+  EXPECT_EQ(now.file, code == 0 ? right.file : old.file);
+  EXPECT_TRUE(code == 0 || CallWith({}, work.call, document) == 0U);
   EXPECT_TRUE(StateOf(document) == right);
   return hasFired;
 }
 
-// Makes each call fail in turn, and returns the number of calls.
-int Sweep(const Work& work, Fault wanted, std::int32_t encrypted = 0) {
-  wanted.missingCall = work.missingCall;
+// Makes each allocation fail in turn, and returns their number.
+int Sweep(const Work& work, Fault wanted, std::int32_t encrypted) {
   State right;
   while (Run(work, wanted, encrypted, right) || wanted.countdown == 0) {
     ++wanted.countdown;
@@ -330,16 +212,14 @@ void Keep(void* lines, corekit::LogKind, const wchar_t*, const wchar_t* line) {
 [[maybe_unused]] const bool inMemory =
     std::filesystem::exists("/dev/shm") && setenv("TMPDIR", "/dev/shm", 0) == 0;
 
-constexpr const char* locale = "ISO-8859-1"; // names and values are converted
-
 TEST(Faults, OfAnyAllocation) {
-  const LocaleGuard guard(locale);
+  const LocaleGuard guard("ISO-8859-1"); // names and values are converted
   std::set<std::wstring> lines;
   for (const std::int32_t encrypted : {0, 1}) {
-    for (const int lasting : {0, 1}) {
-      corekit::SetLogSink(lasting == encrypted ? &Keep : nullptr, &lines);
+    for (const bool isLasting : {false, true}) {
+      corekit::SetLogSink(isLasting == (encrypted != 0) ? &Keep : nullptr, &lines);
       int count = 0;
-      for (const Work& work : works) count += Sweep(work, {Fault::Memory, lasting}, encrypted);
+      for (const Work& work : works) count += Sweep(work, {.isLasting = isLasting}, encrypted);
       EXPECT_GT(count, 300);
     }
   }
@@ -349,17 +229,6 @@ TEST(Faults, OfAnyAllocation) {
         L"Unknown exception occurred while searching for the path in the root element",
         L"Unknown exception thrown while searching for the group name."})
     EXPECT_TRUE(lines.contains(wanted)) << testing::PrintToString(std::wstring(wanted));
-}
-
-TEST(Faults, OfAnySystemCall) {
-  const LocaleGuard guard(locale);
-  for (const int error : {EINTR, EIO, EACCES, ENOENT, ENOSPC, EOPNOTSUPP, EEXIST, EAGAIN, ENOMEM,
-                          ENOSYS, EINVAL, ENOLCK, ENODATA}) {
-    for (const Work& work : works)
-      EXPECT_TRUE((work.kind != Opening && work.kind != Setting) ||
-                  Sweep(work, {Fault::System, error}) > 4);
-  }
-  EXPECT_EQ(failedCalls.size(), 19U) << testing::PrintToString(failedCalls); // all of the above
 }
 
 } // namespace
