@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <functional>
 
@@ -21,22 +22,41 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
     text.replace(at, from.size(), to);
 }
 
+// The last lines, each with its ending.
+std::string Last(std::ptrdiff_t count, const std::vector<std::string>& lines) {
+  std::string all;
+  for (auto it = lines.end() - std::min(count, std::ssize(lines)); it != lines.end(); ++it)
+    all += *it + "\n";
+  return all;
+}
+
+// The code, and the fields that are not empty.
+std::string AnswerOf(std::uint32_t code, const DetectionInfo& info) {
+  std::string answer = std::to_string(code);
+  for (const std::string* field :
+       {&info.ProductVersion, &info.ProductID, &info.LangID, &info.PlatformID,
+        &info.MinimumDATVersion, &info.Branch, &info.PackageType, &info.EngineFile, &info.Version})
+    answer += (field->empty() ? "" : " ") + *field;
+  return answer;
+}
+
 class Session : public testing::Test {
  public:
-  Session(const Script& ofFile, const Words& ofVariant) : script(ofFile), variant(ofVariant) {
+  explicit Session(const Script& ofFile) : script(ofFile) {
+    std::filesystem::current_path(folder.Path());
     InitXMLList(&list);
   }
   ~Session() override {
     EndXMLList(&list);
     corekit::SetUtf8(false);
+    std::filesystem::current_path(folder.Path().parent_path());
   }
 
   void TestBody() override {
-    const std::vector<ScriptLine> lines = script.Variant(variant);
-    for (Place line = lines.begin(); line != lines.end() && !IsSkipped();) {
+    for (auto line = script.lines.begin(); line != script.lines.end() && !IsSkipped();) {
       const testing::ScopedTrace trace(script.file.c_str(), line->number, line->text);
       try {
-        line = PlayNext(line, lines.end());
+        line = PlayNext(line);
       } catch (const std::exception& failure) {
         FAIL() << failure.what();
       }
@@ -45,104 +65,120 @@ class Session : public testing::Test {
 
  private:
   using Place = std::vector<ScriptLine>::const_iterator;
-  using Action = std::function<void(const std::string& text)>;
-  using Call = std::function<std::string(const Words& words)>;
-  using Expectation = std::function<std::string(std::string& wanted)>;
 
-  // Plays a directive with the lines that belong to it; or calls and what is expected of each of
-  // them. Returns the line after that.
-  Place PlayNext(Place line, Place end) {
-    const auto first = std::find_if(line + 1, end, std::mem_fn(&ScriptLine::isIndented));
-    const auto next = std::find_if_not(first, end, std::mem_fn(&ScriptLine::isIndented));
-    auto [word, text] = SplitOne(line->text);
-    if (const auto directive = directives.find(word); directive != directives.end()) {
-      for (++line; line != end && line->isIndented; ++line)
-        text += (text.empty() ? "" : "\n") + line->text;
-      directive->second(text);
-      return line;
-    }
+  // Prepares something; or makes calls, each of which must meet what is then expected. Returns the
+  // line after that.
+  Place PlayNext(Place line) {
+    const auto isIndented = std::mem_fn(&ScriptLine::isIndented);
+    const Place first = std::find_if(line + 1, script.lines.end(), isIndented);
+    const Place next = std::find_if_not(first, script.lines.end(), isIndented);
+    const auto [word, text] = SplitOne(line->text);
+    if (Prepare(word, text)) return line + 1;
     if (first == next) throw std::runtime_error("nothing is expected");
     for (; line != first; ++line) {
-      const auto [times, call] = SplitOne(line->text);
-      if (times == "twice") Play(call, {first, next});
-      Play(times == "twice" ? call : line->text, {first, next});
+      const bool isTwice = SplitOne(line->text).first == "twice";
+      const std::string call = isTwice ? SplitOne(line->text).second : line->text;
+      for (int time = 0; time <= static_cast<int>(isTwice); ++time) Play(call, {first, next});
     }
     return next;
   }
 
-  // Plays a call, with a log sink only if its lines are asked for, since without one the library
-  // takes shorter ways.
-  void Play(const std::string& step, const std::vector<ScriptLine>& expected) {
-    static const std::regex logged("(log|last|times|traces|reason) .*");
+  // Makes a call, with a log sink only if its lines matter, since without one the library takes
+  // shorter ways.
+  void Play(const std::string& call, const std::vector<ScriptLine>& expected) {
+    static const std::regex logged("(log|last|times|traces) .*");
     std::optional<LogLines> sink;
-    for (const ScriptLine& line : expected) {
-      if (!sink && std::regex_match(line.text, logged)) sink.emplace();
-    }
-    const Words words(step);
+    const auto isLogged = [](const ScriptLine& e) { return std::regex_match(e.text, logged); };
+    if (isSwitching || std::ranges::any_of(expected, isLogged)) sink.emplace();
+    if (isSwitching) sink->atEachLine = [this] { corekit::SetUtf8(!isUtf8); };
+    const Words words(call);
     before = FileText();
-    answer = Shown(calls.at(words.Text(0))(words));
-    if (!words.AreAllUsed()) throw std::runtime_error("words that mean nothing");
+    const auto begin = std::chrono::steady_clock::now();
+    answer = Shown(Call(words.Text(0), words));
+    seconds = (std::chrono::steady_clock::now() - begin) / std::chrono::seconds(1);
+    if (!words.AreAllUsed()) throw std::runtime_error("a word means nothing here");
     if (sink) log = sink->Take();
     if (sink) traces = sink->TakeTraces();
     for (std::string& line : log) line = Shown(line);
     sink.reset();
-    for (const ScriptLine& line : expected) {
-      const testing::ScopedTrace trace(script.file.c_str(), line.number, step);
-      const auto [word, rest] = SplitOne(line.text);
+    corekit::SetUtf8(isUtf8);
+    for (const ScriptLine& each : expected) {
+      const testing::ScopedTrace trace(script.file.c_str(), each.number, call);
+      const auto [word, rest] = SplitOne(each.text);
       std::string wanted = Unescape(rest);
-      const std::string came = expectations.at(word)(wanted);
+      const std::string came = Came(word, wanted);
       EXPECT_EQ(came, wanted);
     }
   }
 
-  // Without what is random: "@" stands for the folder, "#" for a cookie.
+  // With "#" for a cookie.
   std::string Shown(std::string text) const {
-    ReplaceAll(text, folder.Name(""), "@");
     for (const auto& [name, cookie] : cookies) ReplaceAll(text, std::to_string(cookie), "#");
     ReplaceAll(text, std::strerror(EILSEQ), "EILSEQ");
     return text + (text.ends_with(' ') ? "\"\"" : "");
   }
-  // A log line, or several with " | " between them, in full.
-  std::string InFull(std::string text) const {
-    ReplaceAll(text, " | ", "\n");
-    std::string lines;
-    for (const std::string_view part : Split(text, '\n')) {
-      const auto [word, rest] = SplitOne(std::string(part));
-      const auto found = script.shorts.find(word);
-      std::string line = found == script.shorts.end() ? std::string(part) : found->second;
-      if (found != script.shorts.end()) ReplaceAll(line, "*", rest);
-      lines += line + "\n";
+
+  bool Prepare(const std::string& what, const std::string& text) {
+    const auto [name, content] = SplitOne(Unescape(text));
+    if (what == "file") {
+      Write(name, content);
+    } else if (what == "change") {
+      Write(current, Unescape(text));
+    } else if (what == "remove") {
+      std::filesystem::remove(std::filesystem::u8path(name));
+    } else if (what == "document") {
+      EndXMLList(&list);
+      InitXMLList(&list);
+      Write("doc", Unescape(text));
+      if (Call("open", Words("open doc")) != "0") throw std::runtime_error("it does not open");
+    } else if (what == "named") { // as if opened by that name
+      std::strcpy(Record().fileName, name.c_str());
+    } else if (what == "cookie") { // as if both had drawn the same
+      FindXmlFile(list, cookies.at(name))->cookie = cookies.at(content);
+    } else if (what == "locale") {
+      UseLocale(Words(text));
+    } else if (what == "switching") {
+      isSwitching = true;
+    } else {
+      return false;
     }
-    return lines;
+    return true;
   }
-  std::string LastLines(std::ptrdiff_t count) const {
-    std::string lines;
-    for (auto it = log.end() - std::min(count, std::ssize(log)); it != log.end(); ++it)
-      lines += *it + "\n";
-    return lines;
-  }
-  std::string FileText() const {
-    return std::filesystem::is_regular_file(folder.Name(current)) ? folder.Read(current) : "none";
-  }
-  XmlFileRecord& Record() const {
-    const auto found = std::ranges::find(list->files, cookies.at(current), &XmlFileRecord::cookie);
-    if (found == list->files.end()) throw std::runtime_error(current + " is not open");
-    return *found;
+  void UseLocale(const Words& words) {
+    const char* const name = words.Text(hasUtf8 ? 0 : 1);
+    if (name == nullptr) GTEST_SKIP() << "The system has no such locale.";
+    locale.emplace(name);
+    isUtf8 = words.Count() > 2;
+    corekit::SetUtf8(isUtf8);
   }
 
-  XmlFileList* List(const Words& w) const { return w.Unless("list", list); }
-  std::uint32_t Cookie(const Words& w) const {
-    const auto known = cookies.find(w.Option("cookie", current.c_str()));
-    return known != cookies.end() ? known->second : w.Number("cookie", noCookie);
+  // Gives the code and what is stored.
+  std::string Call(const std::string& name, const Words& w) {
+    asked = w.Unless("list", list);
+    const auto known =
+        w.IsNull("cookie") ? cookies.end() : cookies.find(w.Option("cookie", current.c_str()));
+    cookie = known != cookies.end() ? known->second : w.Number("cookie", noCookie);
+    capacity = w.Number("capacity", 260U);
+    if (name == "init") return std::to_string(InitXMLList(w.Unless("list", &list)));
+    if (name == "end") return std::to_string(EndXMLList(w.Unless("list", &list)));
+    if (name == "open") return Open(w);
+    if (name == "close") return std::to_string(CloseXML(asked, cookie));
+    if (name == "group") return Group(w);
+    if (name == "item") return Item(w);
+    if (name == "set")
+      return std::to_string(SetXMLItem(asked, cookie, w.Text(1), w.Text(2), w.Text(3), w.Text(4)));
+    if (name == "walk") return Walk(w.Number("position", 1U));
+    if (name == "detection") return Detection(w);
+    if (name == "files") return Files();
+    if (name == "status") return Status(w);
+    if (name == "match") return Match(w);
+    throw std::runtime_error("there is no call " + name);
   }
-  static std::uint32_t Capacity(const Words& w) { return w.Number("capacity", 260U); }
 
   std::string Open(const Words& w) {
-    std::uint32_t cookie = noCookie;
     const char* const name = w.Text(1);
-    const std::string file = folder.Name(name == nullptr ? "" : name);
-    const std::uint32_t code = OpenXML(List(w), name == nullptr ? nullptr : file.c_str(),
-                                       w.Number("encoding", XmlOpenAtOnce),
+    cookie = noCookie;
+    const std::uint32_t code = OpenXML(asked, name, w.Number("encoding", XmlOpenAtOnce),
                                        w.Number("encrypted", 0), w.Unless("cookie", &cookie));
     if (code == XmlSuccess) cookies[current = name] = cookie;
     return std::to_string(code) + (code != XmlSuccess && cookie != noCookie ? " cookie" : "");
@@ -150,137 +186,151 @@ class Session : public testing::Test {
   std::string Group(const Words& w) {
     return Answer(w.Option("parent", ""), [&](char* buffer) {
       char* const id = w.Unless("buffer", buffer);
-      if (!w.Has("occurrence")) return OpenXMLGroup(List(w), Cookie(w), w.Text(1), id, Capacity(w));
-      return EnumXMLGroup(List(w), Cookie(w), w.Text(1), w.Number("occurrence", 0U), id,
-                          Capacity(w));
+      if (!w.Has("occurrence")) return OpenXMLGroup(asked, cookie, w.Text(1), id, capacity);
+      return EnumXMLGroup(asked, cookie, w.Text(1), w.Number("occurrence", 0U), id, capacity);
     });
   }
   std::string Item(const Words& w) {
     const char* const attribute = w.Option("attribute", nullptr);
     const char* const type = w.Option("type", attribute == nullptr ? "ELEMENT" : "ATTRIBUTE");
-    const char* const valueType = w.Option("value", "ATTRIBUTE");
+    const char* const as = w.Option("as", "ATTRIBUTE");
     return Answer("#", [&](char* buffer) {
       char* const value = w.Unless("buffer", buffer);
       if (!w.Has("index"))
-        return GetXMLItem(List(w), Cookie(w), w.Text(1), w.Text(2), type, attribute, valueType,
-                          value, Capacity(w));
-      return EnumXMLItem(List(w), Cookie(w), w.Text(1), w.Text(2), type, w.Number("index", 0),
-                         attribute, valueType, value, Capacity(w));
+        return GetXMLItem(asked, cookie, w.Text(1), w.Text(2), type, attribute, as, value,
+                          capacity);
+      return EnumXMLItem(asked, cookie, w.Text(1), w.Text(2), type, w.Number("index", 0), attribute,
+                         as, value, capacity);
     });
   }
+  // All calls from a position on: each one's answer, and the new position.
+  std::string Walk(std::uint32_t start) {
+    DetectionPosition position = {start, start, start};
+    DetectionInfo info;
+    for (std::string answers;; answers += " | ") {
+      info.ProductID = info.Version = "left over";
+      const std::uint32_t code = EnumDetectionInfo(asked, &cookie, position, &info);
+      answers += AnswerOf(code, info) + " >";
+      for (const std::uint32_t number : position) answers += " " + std::to_string(number);
+      if (code != 0 && info.Branch.empty()) return answers; // a missing Version also gives a code
+    }
+  }
+  std::string Detection(const Words& w) {
+    DetectionInfo info;
+    info.EngineFile = "left over";
+    const auto code = GetDetectionInfo(asked, &cookie, w.Text(1), w.Text(2), w.Text(3), &info);
+    return AnswerOf(code, info);
+  }
+  std::string Files() {
+    std::vector<FileListEntry> files{{"old", ""}};
+    std::string answers = std::to_string(GetFileList(asked, &cookie, &files));
+    for (const FileListEntry& file : files) answers += " " + file.Name + "=" + file.Hash;
+    return answers;
+  }
+  // With every byte of the buffer, a zero as "_".
+  std::string Status(const Words& w) {
+    std::string buffer(16, '#');
+    std::uint8_t enabled = 7;
+    const auto code = IsRepositoryEnabled(
+        asked, &cookie, &enabled, w.Unless("buffer", buffer.data()), w.Unless("buffer", &capacity));
+    std::ranges::replace(buffer, '\0', '_');
+    return std::to_string(code) + " " + std::to_string(enabled) + " " + buffer;
+  }
+  std::string Match(const Words& w) {
+    std::uint32_t matches = 7;
+    const auto code =
+        MatchXmlListToFileName(asked, cookie, w.Text(1), w.Unless("matches", &matches));
+    return std::to_string(code) + " " + std::to_string(matches);
+  }
 
-  const std::map<std::string, Action> directives = {
-      // For Linux and for Windows; "-" skips the rest of the session.
-      {"locale",
-       [this](const std::string& text) {
-         const Words words(text);
-         const char* const name = words.Text(hasUtf8 ? 0 : 1);
-         if (name == nullptr) GTEST_SKIP() << "The system has no such locale.";
-         locale.reset();
-         locale.emplace(name);
-         corekit::SetUtf8(words.Count() > 2);
-       }},
-      {"document",
-       [this](const std::string& text) {
-         EndXMLList(&list);
-         InitXMLList(&list);
-         folder.Write("doc", Unescape(text));
-         ASSERT_EQ(Open(Words("open doc")), "0");
-       }},
-      {"file",
-       [this](const std::string& text) {
-         folder.Write(Unescape(SplitOne(text).first), Unescape(SplitOne(text).second));
-       }},
-      {"change", [this](const std::string& text) { folder.Write(current, Unescape(text)); }}};
+  // What came, to be compared with what was wanted, which it may complete.
+  std::string Came(const std::string& what, std::string& wanted) {
+    if (what == "=>") return answer;
+    if (what == "seconds") return std::to_string(seconds);
+    if (what == "file") return FileText();
+    if (what == "saved") return FileText() + (FileText() == Memory() ? "" : " not " + Memory());
+    if (what == "unchanged") return Unchanged(wanted);
+    if (what == "key") return Key(wanted);
+    if (what == "times") return Times(wanted);
+    wanted = AllInFull(wanted);
+    if (what == "log") return Last(std::ssize(log), log);
+    if (what == "traces") return Last(std::ssize(traces), traces);
+    if (what == "last") return Last(std::ranges::count(wanted, '\n'), log);
+    throw std::runtime_error("there is no expectation " + what);
+  }
 
-  const std::map<std::string, Call> calls = {
-      {"open", [this](const Words& w) { return Open(w); }},
-      {"group", [this](const Words& w) { return Group(w); }},
-      {"item", [this](const Words& w) { return Item(w); }},
-      {"set", [this](const Words& w) {
-         return std::to_string(
-             SetXMLItem(List(w), Cookie(w), w.Text(1), w.Text(2), w.Text(3), w.Text(4)));
-       }}};
-
-  const std::map<std::string, Expectation> expectations = {
-      {"=>", [this](std::string&) { return answer; }},
-      {"log",
-       [this](std::string& wanted) {
-         wanted = InFull(wanted);
-         return LastLines(std::ssize(log));
-       }},
-      {"last",
-       [this](std::string& wanted) {
-         wanted = InFull(wanted);
-         return LastLines(std::ranges::count(wanted, '\n'));
-       }},
-      {"times", // a line or a trace
-       [this](std::string& wanted) {
-         const auto [count, text] = SplitOne(wanted);
-         wanted = count + " " + InFull(text);
-         const std::string line = wanted.substr(count.size() + 1, wanted.size() - count.size() - 2);
-         return std::to_string(std::ranges::count(log, line) + std::ranges::count(traces, line)) +
-                " " + line + "\n";
-       }},
-      {"traces",
-       [this](std::string&) {
-         std::string all;
-         for (const std::string& trace : traces) all += (all.empty() ? "" : " ") + trace;
-         return all;
-       }},
-      {"reason", [this](std::string&) { return Reason(log); }},
-      {"file", [this](std::string&) { return FileText(); }},
-      // Since what another program wrote is merged with, the document itself is looked at, too.
-      {"saved",
-       [this](std::string&) {
-         const std::string memory = Record().document->GenerateXML(false);
-         return FileText() + (FileText() == memory ? "" : " but in memory " + memory);
-       }},
-      {"unchanged",
-       [this](std::string& wanted) {
-         wanted = "0 " + before;
-         const auto code = SetXMLItem(list, cookies.at(current), "", "", "", "");
-         return std::to_string(code) + " " + FileText();
-       }},
-      // The element known by a key: its attribute "id" or, without one, its text.
-      {"key", [this](std::string& wanted) {
-         const Words words(wanted);
-         wanted = words.Text(1);
-         const Ostrum::Element found = Record().elementMap->Find(words.Text(0));
-         if (found.IsNull()) return std::string("none");
-         const Ostrum::Value id = found.GetAttribute("id");
-         return id.IsNull() ? found.Text().GetValue() : id.GetValue();
-       }}};
+  std::string InFull(const std::string& line) const {
+    const auto [word, rest] = SplitOne(line);
+    const auto form = script.shorts.find(word);
+    if (form == script.shorts.end()) return line;
+    std::string full = form->second;
+    ReplaceAll(full, "*", rest);
+    return full;
+  }
+  std::string AllInFull(std::string lines) const {
+    ReplaceAll(lines, " | ", "\n");
+    std::string all;
+    for (const std::string_view line : Split(lines, '\n')) all += InFull(std::string(line)) + "\n";
+    return all;
+  }
+  std::string Times(std::string& wanted) const { // of a line or a trace
+    const auto [times, line] = SplitOne(wanted);
+    wanted = times;
+    const std::string full = InFull(line);
+    return std::to_string(std::ranges::count(log, full) + std::ranges::count(traces, full));
+  }
+  static void Write(const std::string& name, const std::string& bytes) {
+    std::ofstream(std::filesystem::u8path(name), std::ios::binary) << bytes;
+  }
+  std::string FileText() const {
+    std::ifstream stream(std::filesystem::u8path(current), std::ios::binary);
+    return stream ? std::string(std::istreambuf_iterator<char>(stream), {}) : "none";
+  }
+  // The document's own text, since what another program wrote to its file is merged with.
+  std::string Memory() const { return Record().document->GenerateXML(false); }
+  std::string Unchanged(std::string& wanted) const {
+    wanted = "0 " + before;
+    const std::uint32_t code = SetXMLItem(list, cookies.at(current), "", "", "", "");
+    return std::to_string(code) + " " + FileText();
+  }
+  // The element known by a key: its attribute "id" or, without one, its text.
+  std::string Key(std::string& wanted) const {
+    const Words words(wanted);
+    wanted = words.Text(1);
+    const Ostrum::Element found = Record().elementMap->Find(words.Text(0));
+    if (found.IsNull()) return "none";
+    const Ostrum::Value id = found.GetAttribute("id");
+    return id.IsNull() ? found.Text().GetValue() : id.GetValue();
+  }
+  XmlFileRecord& Record() const { return *FindXmlFile(list, cookies.at(current)); }
 
   const Script& script;
-  const Words& variant;
   std::optional<LocaleGuard> locale;
+  bool isUtf8 = false, isSwitching = false;
   TempFolder folder;
   XmlFileList* list = nullptr;
   std::string current;                          // the name of the file opened last
   std::map<std::string, std::uint32_t> cookies; // by file name
 
-  // Of the call played last: what it answered and logged, and the file's text before it.
+  // Of the next call.
+  XmlFileList* asked = nullptr;
+  std::uint32_t cookie = 0, capacity = 0;
+  // Of the last call: what it answered and logged, how long it took, and the file's text before.
   std::string answer, before;
   std::vector<std::string> log, traces;
+  std::int64_t seconds = 0;
 };
-
-void Register(const Script& script, const Words& variant) {
-  const std::string suite = std::filesystem::path(script.file).stem().string();
-  std::string name = script.name;
-  if (const char* const ending = variant.Option("name", nullptr)) name += std::string("/") + ending;
-  testing::RegisterTest(suite.c_str(), name.c_str(), nullptr, nullptr, script.file.c_str(),
-                        script.lines.at(0).number,
-                        [&]() -> Session* { return new Session(script, variant); });
-}
 
 const bool areRegistered = [] {
   static std::vector<Script> scripts;
   for (const auto& file : std::filesystem::directory_iterator(SESSIONS))
     std::ranges::move(ReadScripts(file), std::back_inserter(scripts));
-  if (scripts.empty()) throw std::runtime_error("There are no sessions in " SESSIONS);
+  if (scripts.empty()) throw std::runtime_error("no sessions in " SESSIONS);
   for (const Script& script : scripts) {
-    for (const Words& variant : script.variants) Register(script, variant);
+    const std::string suite = std::filesystem::path(script.file).stem().string();
+    testing::RegisterTest(suite.c_str(), script.name.c_str(), nullptr, nullptr, script.file.c_str(),
+                          script.lines.at(0).number,
+                          [&]() -> Session* { return new Session(script); });
   }
   return true;
 }();

@@ -2,6 +2,7 @@
 #ifndef TARVIK_TESTS_SUPPORT_LOG_LINES_H
 #define TARVIK_TESTS_SUPPORT_LOG_LINES_H
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,12 +23,15 @@ class LogLines {
   // The traces since the last call: ">Name" for an entry, "<Name" for a return.
   std::vector<std::string> TakeTraces() { return std::exchange(traces, {}); }
 
+  std::function<void()> atEachLine; // called, if given, before a line or a trace is kept
+
  private:
   static void Receive(void* context, corekit::LogKind kind, const wchar_t* component,
                       const wchar_t* text) {
     using corekit::LogKind;
     auto& self = *static_cast<LogLines*>(context);
     const std::string from = Utf8(component) + ": ";
+    if (self.atEachLine) self.atEachLine();
     if (kind == LogKind::TraceEnter || kind == LogKind::TraceLeave) {
       self.traces.push_back((kind == LogKind::TraceEnter ? ">" : "<") + Utf8(text));
     } else {
