@@ -89,7 +89,8 @@ inline std::string Expand(std::string line, const Words& values) {
   for (std::smatch m; std::regex_search(line, m, form);) {
     std::string value;
     for (int i = 0; m[2].matched && i < std::stoi(m.str(3)); ++i) value += m.str(1);
-    if (!m[2].matched) value = values.IsNull(m.str(1)) ? "-" : values.Option(m.str(1), "unknown name");
+    if (!m[2].matched)
+      value = values.IsNull(m.str(1)) ? "-" : values.Option(m.str(1), "unknown name");
     line = m.prefix().str() + value + m.suffix().str();
   }
   return line;

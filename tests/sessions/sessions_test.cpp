@@ -22,11 +22,11 @@ void ReplaceAll(std::string& text, const std::string& from, const std::string& t
     text.replace(at, from.size(), to);
 }
 
-// The last lines, each with its ending.
+// The last lines, which have their endings.
 std::string Last(std::ptrdiff_t count, const std::vector<std::string>& lines) {
   std::string all;
   for (auto it = lines.end() - std::min(count, std::ssize(lines)); it != lines.end(); ++it)
-    all += *it + "\n";
+    all += *it;
   return all;
 }
 
@@ -99,7 +99,8 @@ class Session : public testing::Test {
     if (!words.AreAllUsed()) throw std::runtime_error("a word means nothing here");
     if (sink) log = sink->Take();
     if (sink) traces = sink->TakeTraces();
-    for (std::string& line : log) line = Shown(line);
+    for (std::string& line : log) line = Shown(line) + "\n";
+    for (std::string& trace : traces) trace += "\n";
     sink.reset();
     corekit::SetUtf8(isUtf8);
     for (const ScriptLine& each : expected) {
@@ -122,8 +123,6 @@ class Session : public testing::Test {
     const auto [name, content] = SplitOne(Unescape(text));
     if (what == "file") {
       Write(name, content);
-    } else if (what == "change") {
-      Write(current, Unescape(text));
     } else if (what == "remove") {
       std::filesystem::remove(std::filesystem::u8path(name));
     } else if (what == "document") {
@@ -131,8 +130,6 @@ class Session : public testing::Test {
       InitXMLList(&list);
       Write("doc", Unescape(text));
       if (Call("open", Words("open doc")) != "0") throw std::runtime_error("it does not open");
-    } else if (what == "named") { // as if opened by that name
-      std::strcpy(Record().fileName, name.c_str());
     } else if (what == "cookie") { // as if both had drawn the same
       FindXmlFile(list, cookies.at(name))->cookie = cookies.at(content);
     } else if (what == "locale") {
@@ -252,35 +249,36 @@ class Session : public testing::Test {
     if (what == "unchanged") return Unchanged(wanted);
     if (what == "key") return Key(wanted);
     if (what == "times") return Times(wanted);
-    wanted = AllInFull(wanted);
+    wanted = InFull(wanted);
     if (what == "log") return Last(std::ssize(log), log);
     if (what == "traces") return Last(std::ssize(traces), traces);
     if (what == "last") return Last(std::ranges::count(wanted, '\n'), log);
     throw std::runtime_error("there is no expectation " + what);
   }
 
-  std::string InFull(const std::string& line) const {
-    const auto [word, rest] = SplitOne(line);
-    const auto form = script.shorts.find(word);
-    if (form == script.shorts.end()) return line;
-    std::string full = form->second;
-    ReplaceAll(full, "*", rest);
-    return full;
-  }
-  std::string AllInFull(std::string lines) const {
+  // The lines that a session writes with " | " between them.
+  std::string InFull(std::string lines) const {
     ReplaceAll(lines, " | ", "\n");
     std::string all;
-    for (const std::string_view line : Split(lines, '\n')) all += InFull(std::string(line)) + "\n";
+    for (const std::string_view line : Split(lines, '\n')) {
+      const auto [word, rest] = SplitOne(std::string(line));
+      const auto form = script.shorts.find(word);
+      std::string full = form == script.shorts.end() ? std::string(line) : form->second;
+      if (form != script.shorts.end()) ReplaceAll(full, "*", rest);
+      all += full + "\n";
+    }
     return all;
   }
   std::string Times(std::string& wanted) const { // of a line or a trace
-    const auto [times, line] = SplitOne(wanted);
+    const auto [times, text] = SplitOne(wanted);
     wanted = times;
-    const std::string full = InFull(line);
-    return std::to_string(std::ranges::count(log, full) + std::ranges::count(traces, full));
+    const std::string line = InFull(text);
+    return std::to_string(std::ranges::count(log, line) + std::ranges::count(traces, line));
   }
   static void Write(const std::string& name, const std::string& bytes) {
-    std::ofstream(std::filesystem::u8path(name), std::ios::binary) << bytes;
+    const auto path = std::filesystem::u8path("./" + name);
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
   }
   std::string FileText() const {
     std::ifstream stream(std::filesystem::u8path(current), std::ios::binary);
