@@ -49,10 +49,9 @@ void RequireGiven(std::initializer_list<const char*> texts) {
 std::string_view ReadForConversion(const Value& value, std::size_t limit, std::string& scratch) {
   constexpr std::size_t maxGrowth = 4; // bytes of UTF-8 for one of the locale's
   const Ostrum::TextFilter filter = RepresentableTexts();
-  if (filter.AcceptsAll()) return value.GetValue(scratch, limit);
-  if (limit > std::string::npos / maxGrowth) return value.GetValue(scratch);
-  const std::string_view begin = value.GetValue(scratch, limit * maxGrowth);
-  if (begin.size() < limit * maxGrowth) return begin; // the whole value
+  const std::size_t enough = std::min(limit, std::string::npos / maxGrowth) * maxGrowth;
+  const std::string_view begin = value.GetValue(scratch, enough);
+  if (begin.size() < enough) return begin; // the whole value
   if (!value.IsAccepted(filter)) return value.GetValue(scratch);
   return begin.substr(0, Ostrum::ValidUtf8Prefix(begin));
 }
@@ -79,7 +78,7 @@ Element FindItem(const Element& parent, const ItemRequest& request,
                  const DocumentText* attributeName) {
   if (request.index == 0) return parent.FirstChild();
   ChildSearch search{Ostrum::NameMatch::Exact, request.itemName};
-  search.n = static_cast<std::uint32_t>(std::max(request.index, 0));
+  search.n = static_cast<std::uint32_t>(request.index); // more than there are, if negative
   if (attributeName != nullptr && attributeName->Text()) {
     search.attribute = request.attributeName;
   } else if (attributeName != nullptr) {
@@ -109,12 +108,11 @@ std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) 
   RequireGiven({request.attributeName, request.valueType});
   const DocumentText attributeName(request.attributeName);
   const LocaleText ownName(element.GetName());
-  const bool isOwn = ownName.Text() && *ownName.Text() == request.itemName;
+  const bool isOwn = ownName.Text() == request.itemName;
   Element owner = element;
   if (!isOwn) owner = FindItem(element, request, &attributeName);
   if (owner.IsNull()) return Missing(request, request.itemName, L" (element)");
-  Value found;
-  if (attributeName.Text()) found = owner.GetAttribute(*attributeName.Text());
+  Value found = owner.GetAttribute(attributeName.Text().value_or("")); // no name is empty
   // Only index 0 takes a child without the attribute.
   if (found.IsNull()) return Missing(request, request.attributeName, L" (attribute)");
   if (!request.value.IsWanted()) return XmlSuccess;

@@ -47,8 +47,8 @@ Element FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
   }
   const Element rootElement = record.document->GetRoot();
   const LocaleText rootName(rootElement.GetName());
-  Element root;
-  if (rootName.Text()) root = record.elementMap->Find(*rootName.Text());
+  // No key is empty.
+  const Element root = record.elementMap->Find(rootName.Text().value_or(""));
   if (root.IsNull()) {
     LogDetail(Ostrum::WideFromUtf8(rootElement.GetName()).c_str(), L" not found in ",
               record.fileName, L".");

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <optional>
 #include <string>
 
 #include "host/ostrumxml/data/utf8.h"
@@ -27,8 +26,7 @@ bool NameMatches(const Element& child, const ChildSearch& search) {
 
 // Whether the child has the attribute and, if valueBegin is not null, a value that begins so.
 bool HasValue(const Element& child, const DocumentText& attribute, const char* valueBegin) {
-  if (!attribute.Text()) return false;
-  const Ostrum::Value found = child.GetAttribute(*attribute.Text());
+  const Ostrum::Value found = child.GetAttribute(attribute.Text().value_or("")); // none is empty
   if (found.IsNull() || valueBegin == nullptr) return !found.IsNull();
   std::string scratch;
   const LocaleText value(found.GetValue(scratch));
@@ -38,14 +36,12 @@ bool HasValue(const Element& child, const DocumentText& attribute, const char* v
 // Compares in the caller's character set. An attribute's name that cannot be converted logs its
 // line for each child whose name matches.
 Element Walk(const Element& parent, const ChildSearch& search) {
-  std::optional<DocumentText> attribute;
   std::uint32_t matches = 0;
   for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) {
     if (!NameMatches(child, search)) continue;
-    if (search.attribute != nullptr) {
-      if (!attribute || !attribute->Text()) attribute.emplace(search.attribute);
-      if (!HasValue(child, *attribute, search.valueBegin)) continue;
-    }
+    if (search.attribute != nullptr &&
+        !HasValue(child, DocumentText(search.attribute), search.valueBegin))
+      continue;
     if (++matches == search.n) return child;
   }
   return {};
