@@ -1,8 +1,6 @@
 // The tables in which a document holds its names and elements.
 #include <gtest/gtest.h>
 
-#include <bit>
-
 #include "host/ostrumxml/data/element_table.h"
 #include "host/ostrumxml/data/key_index.h"
 #include "host/ostrumxml/data/keyed_hash.h"
@@ -18,7 +16,6 @@ using Ostrum::KeyedHash;
 // zeros, the values of another implementation of SipHash-1-3.
 TEST(KeyedHash, IsSipHash13AlsoOfTextThatGrows) {
   EXPECT_NE(KeyedHash()("text"), KeyedHash()("text")) << "the key is random";
-  if (std::endian::native != std::endian::little) GTEST_SKIP() << "other byte order";
   const KeyedHash hash(0x0706050403020100, 0x0F0E0D0C0B0A0908);
   KeyedHash::State state = hash.Start();
   std::string text;

@@ -10,8 +10,7 @@
 
 namespace Ostrum {
 
-// SipHash-1-3, over words in the machine's byte order. A file's author cannot know the key, so no
-// choice of names makes them collide.
+// SipHash-1-3. A file's author cannot know the key, so no choice of names makes them collide.
 class KeyedHash {
  public:
   KeyedHash() noexcept; // with a random key
@@ -53,22 +52,28 @@ class KeyedHash {
   // The hash of the text. REQUIRES: the text begins with the one that state was last given.
   static std::uint64_t Continue(State& state, std::string_view text) noexcept {
     assert(state.taken <= text.size());
-    std::uint64_t word = 0;
-    for (; text.size() - state.taken >= sizeof word; state.taken += sizeof word) {
-      std::memcpy(&word, text.data() + state.taken, sizeof word);
-      state.Mix(word);
-    }
+    constexpr std::size_t wordSize = sizeof(std::uint64_t);
+    for (; text.size() - state.taken >= wordSize; state.taken += wordSize)
+      state.Mix(Word(text.data() + state.taken, wordSize));
     State end = state;
-    const std::string_view rest = text.substr(state.taken);
-    word = 0;
-    if (!rest.empty()) std::memcpy(&word, rest.data(), rest.size());
-    end.Mix(word | std::uint64_t{text.size()} << 56);
+    const std::size_t rest = text.size() - state.taken;
+    end.Mix(Word(text.data() + state.taken, rest) | std::uint64_t{text.size()} << 56);
     end.v2 ^= 0xff;
     for (int round = 0; round < 3; ++round) end.Round();
     return end.v0 ^ end.v1 ^ end.v2 ^ end.v3;
   }
 
  private:
+  // In little-endian order on every machine, so that the length, which joins the last word, covers
+  // no byte of the text.
+  static std::uint64_t Word(const char* bytes, std::size_t size) noexcept {
+    assert(size <= sizeof(std::uint64_t));
+    std::uint64_t word = 0;
+    if (size > 0) std::memcpy(&word, bytes, size);
+    if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
+    return word;
+  }
+
   std::uint64_t key0;
   std::uint64_t key1;
 };
