@@ -22,7 +22,7 @@ class KeyIndex {
     std::vector<Slot> grown(std::max(minSlots, slots.size() * 2));
     slots.swap(grown);
     for (const Slot& slot : grown) {
-      std::size_t place = slot.hash;
+      std::size_t place = Home(slot.hash);
       while (slot.number != 0 && At(place).number != 0) ++place;
       if (slot.number != 0) At(place) = slot;
     }
@@ -56,11 +56,15 @@ class KeyIndex {
   template <class Entries>
   std::size_t PlaceOf(const Entries& entries, std::string_view key,
                       std::uint32_t hash) const noexcept {
-    for (std::size_t place = hash;; ++place) {
+    for (std::size_t place = Home(hash);; ++place) {
       const Slot& slot = At(place);
       if (slot.number == 0 || (slot.hash == hash && entries[slot.number - 1].Key() == key))
         return place;
     }
+  }
+  // In the order of the hashes, so that a table that grows is copied from its beginning to its end.
+  std::size_t Home(std::uint32_t hash) const noexcept {
+    return static_cast<std::size_t>(std::uint64_t{hash} * slots.size() >> 32);
   }
   const Slot& At(std::size_t place) const noexcept { return slots[place & (slots.size() - 1)]; }
   Slot& At(std::size_t place) noexcept { return slots[place & (slots.size() - 1)]; }

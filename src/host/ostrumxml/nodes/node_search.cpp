@@ -40,6 +40,23 @@ std::size_t BlockSize(std::size_t count) noexcept {
   return std::size_t{1} << (std::bit_width(count) / 2);
 }
 
+// A child to be sorted by its name. Most names differ in their beginnings, which takes a third of
+// the time of looking them up.
+struct NamedChild {
+  std::uint64_t nameBegin;
+  std::uint32_t number;
+};
+
+// The first bytes of a name as a number; numbers and names have the same order.
+std::uint64_t BeginningOf(std::string_view name) noexcept {
+  std::uint64_t beginning = 0;
+  for (std::size_t i = 0; i < sizeof beginning; ++i) {
+    beginning <<= 8;
+    if (i < name.size()) beginning |= static_cast<unsigned char>(name[i]);
+  }
+  return beginning;
+}
+
 constexpr std::uint32_t none = std::numeric_limits<std::uint32_t>::max();
 
 std::uint32_t Least(std::span<const std::uint32_t> numbers) noexcept {
@@ -52,16 +69,19 @@ std::uint32_t Least(std::span<const std::uint32_t> numbers) noexcept {
 
 ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
     : document(document), data(document.data) {
-  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child)) {
-    byName.push_back(child);
-  }
-  const auto isBefore = [this](std::uint32_t left, std::uint32_t right) {
-    const std::uint32_t leftName = data.elements[left].name;
-    const std::uint32_t rightName = data.elements[right].name;
-    if (leftName == rightName) return left < right;
+  std::vector<NamedChild> children;
+  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child))
+    children.push_back({BeginningOf(data.NameOf(child)), child});
+  const auto isBefore = [this](const NamedChild& left, const NamedChild& right) {
+    if (left.nameBegin != right.nameBegin) return left.nameBegin < right.nameBegin;
+    const std::uint32_t leftName = data.elements[left.number].name;
+    const std::uint32_t rightName = data.elements[right.number].name;
+    if (leftName == rightName) return left.number < right.number;
     return data.names.Text(leftName) < data.names.Text(rightName);
   };
-  if (!std::ranges::is_sorted(byName, isBefore)) std::ranges::sort(byName, isBefore);
+  if (!std::ranges::is_sorted(children, isBefore)) std::ranges::sort(children, isBefore);
+  byName.reserve(children.size());
+  for (const NamedChild& child : children) byName.push_back(child.number);
 }
 
 std::optional<Element> ChildIndex::Find(const ChildQuery& query) {
