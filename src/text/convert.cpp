@@ -105,7 +105,7 @@ void ComparableText::Convert(const char* localeText) {
   if (wideLength == platform::conversionFailed) return;
   wide.resize(wideLength);
   std::string back(given.size() + 1, '\0');
-  const std::size_t length = platform::WideToMbs(back.data(), wide.c_str(), back.size());
-  if (length != given.size() || !back.starts_with(given)) return;
+  platform::WideToMbs(back.data(), wide.c_str(), back.size());
+  if (back.c_str() != given) return;
   if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
 }

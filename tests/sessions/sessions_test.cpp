@@ -114,7 +114,7 @@ class Session : public testing::Test {
 
   // With "#" for a cookie.
   std::string Shown(std::string text) const {
-    for (const auto& [name, cookie] : cookies) ReplaceAll(text, std::to_string(cookie), "#");
+    for (const auto& [name, number] : cookies) ReplaceAll(text, std::to_string(number), "#");
     ReplaceAll(text, std::strerror(EILSEQ), "EILSEQ");
     return text + (text.ends_with(' ') ? "\"\"" : "");
   }
