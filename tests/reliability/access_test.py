@@ -4,13 +4,16 @@
 usage: access_test.py LIBTARVIK (with a hook in its system calls)
 """
 import contextlib
+import ctypes
 import os
 import stat
 import struct
 import sys
 import tempfile
+from errno import EINTR, ENODATA, ENOMEM, EPERM
 
-from documents import FAILURE, SUCCESS, UNREADABLE, Document, check, in_process, read, temporary_files, wait, write
+from documents import FAILURE, NO_MEMORY, SUCCESS, UNREADABLE, Document, check, in_process, read, temporary_files, wait, write
+from hooks import hooked
 
 NOBODY, DAEMON, NOGROUP = 65534, 1, 65534  # users and groups of the same numbers; nobody belongs to nogroup
 OWNER, USER, GROUP, NAMED_GROUP, MASK, OTHERS, ANY = 1, 2, 4, 8, 16, 32, 0xFFFFFFFF
@@ -36,7 +39,8 @@ def rights(folder):
     name, is_root = folder + "/kept.xml", os.geteuid() == 0
     write(name, "<R/>")
     document = Document(name)
-    values = {"system.posix_acl_access": private_but(1234, 7, 7), "user.of-mine": b"longer than most" * 20}
+    values = {"system.posix_acl_access": private_but(1234, 7, 7), "user.of-mine": b"longer than most" * 20,
+              "security.selinux": b"a label", "security.SMACK64": b"another"}
     for attribute, value in list(values.items()):  # what the file system can keep of them
         try:
             os.setxattr(name, attribute, value)
@@ -59,7 +63,23 @@ def rights(folder):
     check(os.stat(name).st_mode & 0o777 == 0o755, "created anew with other permissions")
     for attribute, value in values.items():
         os.setxattr(name, attribute, value)
+    with contextlib.suppress(OSError):
+        os.setxattr(name, "security.capability", struct.pack("<5I", 0x02000000, 1, 0, 0, 0))
     document.set("kept", "a file with attributes")
+    check("security.capability" not in os.listxattr(name), "an attribute was kept that belongs to the system")
+
+    def answer(calls, arguments):
+        """Each new file gets a label, which no program may set, and another program removes it from the old one."""
+        if calls[-1] == "fgetxattr" and ctypes.string_at(arguments[1]) == b"security.selinux":
+            if labels:
+                ctypes.memmove(arguments[2], b"label", 5)
+            return labels.pop() if labels else -ENODATA
+        return -EPERM if calls[-1] == "fsetxattr" and ctypes.string_at(arguments[1]) == b"security.selinux" else None
+
+    for labels in ([5, 5], [5, -ENODATA]) if "security.selinux" in values else ():
+        with hooked(answer):
+            document.set("kept", f"labels {labels}")
+        os.setxattr(name, "security.selinux", b"a label")
     check(all(os.getxattr(name, attribute) == value for attribute, value in values.items()), "attributes are gone")
 
     # The group may write, the owner may not, and the folder lets both; nor is a pipe a file.
@@ -105,6 +125,17 @@ SHARED, DAEMONS = private_but(DAEMON), (DAEMON, [DAEMON])
 BOTH = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (USER, 6, NOBODY), (GROUP, 0, ANY), (MASK, 6, ANY), (OTHERS, 0, ANY))
 BOTH_READ = BOTH.replace(struct.pack("<HHI", USER, 6, NOBODY), struct.pack("<HHI", USER, 4, NOBODY))
 GROUPS = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 0, ANY), (NAMED_GROUP, 6, NOGROUP), (MASK, 6, ANY), (OTHERS, 0, ANY))
+UNEQUAL = access_list((OWNER, 6, ANY), (USER, 6, NOBODY), (GROUP, 0, ANY), (MASK, 6, ANY), (OTHERS, 4, ANY))
+UNEQUAL_CUT = UNEQUAL.replace(struct.pack("<HHI", OTHERS, 4, ANY), struct.pack("<HHI", OTHERS, 0, ANY))
+OPEN_GROUP = access_list((OWNER, 6, ANY), (USER, 6, NOBODY), (GROUP, 6, ANY), (MASK, 6, ANY), (OTHERS, 4, ANY))
+OPEN_GROUP_CUT = OPEN_GROUP.replace(struct.pack("<HHI", GROUP, 6, ANY), struct.pack("<HHI", GROUP, 4, ANY))
+FOR_ALL = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 0, ANY), (MASK, 6, ANY), (OTHERS, 6, ANY))
+FOR_ALL_CUT = access_list((OWNER, 4, ANY), (USER, 6, DAEMON), (GROUP, 0, ANY), (MASK, 2, ANY), (OTHERS, 0, ANY))
+MASKED = access_list((OWNER, 6, ANY), (USER, 6, NOBODY), (GROUP, 0, ANY), (MASK, 4, ANY), (OTHERS, 6, ANY))
+BY_GROUP = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 6, ANY), (MASK, 6, ANY), (OTHERS, 0, ANY))
+OTHER_GROUP = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 0, ANY), (NAMED_GROUP, 6, 4321), (MASK, 6, ANY), (OTHERS, 0, ANY))
+ANY_GROUP = access_list((OWNER, 6, ANY), (USER, 6, DAEMON), (GROUP, 6, ANY), (NAMED_GROUP, 0, NOGROUP), (MASK, 6, ANY), (OTHERS, 0, ANY))
+IN_NOGROUP = (DAEMON, [DAEMON, NOGROUP])
 ACCESS = {
     "a stranger's empty file": (0, 0, 0o600, None, (0, [0]), replaced("", NOBODY, 0o666), SUCCESS, (0, 0, 0o600, None)),
     "a new file of the owner's": (0, 0, 0o640, None, (0, [0]), replaced("", 0, 0o604), SUCCESS, (0, 0, 0o600, None)),
@@ -123,8 +154,62 @@ ACCESS = {
     "a file for all": (NOBODY, NOGROUP, 0o666, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o666, None)),
     "for all but its group": (NOBODY, NOGROUP, 0o606, None, DAEMONS, nothing, FAILURE, None),
     "a group that can't be given": (DAEMON, 4321, 0o664, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o644, None)),
+    "a program of its group's": (NOBODY, NOGROUP, 0o4664, None, IN_NOGROUP, nothing, SUCCESS, (DAEMON, NOGROUP, 0o664, None)),
+    "only others may write": (0, 0, 0o406, None, (0, [0]), nothing, SUCCESS, None),
+    "a list, others more than the group": (DAEMON, 4321, 0o664, UNEQUAL, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, UNEQUAL_CUT)),
+    "a list, the group more than others": (DAEMON, 4321, 0o664, OPEN_GROUP, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o664, OPEN_GROUP_CUT)),
+    "a new file, less than its list": (0, 0, 0o666, FOR_ALL, (0, [0]), replaced("", 0, 0o420), SUCCESS, (0, 0, 0o420, FOR_ALL_CUT)),
+    "an entry beyond the mask": (NOBODY, NOGROUP, 0o646, MASKED, DAEMONS, nothing, FAILURE, None),
+    "the list lets the group do nothing": (NOBODY, NOGROUP, 0o660, SHARED, IN_NOGROUP, nothing, FAILURE, None),
+    "the list lets the group write": (NOBODY, NOGROUP, 0o660, BY_GROUP, IN_NOGROUP, nothing, SUCCESS, (DAEMON, NOGROUP, 0o660, BY_GROUP)),
+    "the list lets a group without the owner write": (NOBODY, DAEMON, 0o660, BY_GROUP, DAEMONS, nothing, FAILURE, None),
+    "an entry of a group without the owner": (NOBODY, DAEMON, 0o660, OTHER_GROUP, DAEMONS, nothing, FAILURE, None),
+    "the first of two groups": (NOBODY, NOGROUP, 0o660, ANY_GROUP, IN_NOGROUP, nothing, SUCCESS, (DAEMON, NOGROUP, 0o660, ANY_GROUP)),
+    # What the system answers is below.
+    "a list without a mask": (DAEMON, 4321, 0o664, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o644, None)),
+    "owners that stay": (NOBODY, NOGROUP, 0o660, None, (0, [0]), nothing, FAILURE, None),
+    "an interrupted search": (NOBODY, NOGROUP, 0o664, None, IN_NOGROUP, nothing, SUCCESS, (DAEMON, NOGROUP, 0o664, None)),
+    "no memory for the search": (NOBODY, NOGROUP, 0o664, None, IN_NOGROUP, nothing, NO_MEMORY, None),
+    "an unknown owner": (NOBODY, NOGROUP, 0o664, None, IN_NOGROUP, nothing, FAILURE, None),
+    "more groups than fit": (NOBODY, 0, 0o664, None, (DAEMON, [DAEMON, 0]), nothing, FAILURE, None),
     "a secret group that can't be given": (DAEMON, 4321, 0o2660, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o600, None)),
 }
+
+
+def without_mask(calls, arguments):
+    if calls[-1] != "fgetxattr":
+        return None
+    entries = access_list((OWNER, 6, ANY), (GROUP, 6, ANY), (OTHERS, 4, ANY))
+    ctypes.memmove(arguments[2], entries, len(entries))
+    return len(entries)
+
+
+def too_many_groups(calls, arguments):
+    """None of them is root's."""
+    if calls[-1] != "getgrouplist":
+        return None
+    count = ctypes.c_int.from_address(arguments[3])
+    ctypes.memset(arguments[2], 1, 4 * count.value)
+    count.value += 10
+    return -1
+
+
+# What the system answers in some of these cases, as it may elsewhere: None where it is asked.
+ANSWERS = {
+    "a list without a mask": without_mask,
+    "owners that stay": lambda calls, _: 0 if calls[-1] == "fchown" else None,
+    "an interrupted search": lambda calls, _: EINTR if calls[-1] == "getpwuid_r" and calls.count("getpwuid_r") < 3 else None,
+    "no memory for the search": lambda calls, _: ENOMEM if calls[-1] == "getpwuid_r" else None,
+    "an unknown owner": lambda calls, _: 0 if calls[-1] == "getpwuid_r" else None,
+    "more groups than fit": too_many_groups,
+}
+
+
+def never_wider(calls, arguments):
+    """At no time may others do more with the new file than in the end."""
+    if calls[-1] == "fchmod":
+        mode = os.fstat(arguments[0]).st_mode & 0o077
+        check(mode & ~arguments[1] == 0, f"{mode:o} before {arguments[1]:o}")
 
 
 def access(folder):
@@ -157,7 +242,10 @@ def access(folder):
                 os.seteuid(0)  # somebody else does this
                 between(name)
                 os.seteuid(user)
-            document.set(1, case, code)
+            ctypes.CDLL(None).prctl(4, 1, 0, 0, 0)  # the process may look at its own open files (PR_SET_DUMPABLE)
+            with hooked(ANSWERS.get(case, never_wider)) as calls:
+                document.set(1, case, code)
+            check(case not in ANSWERS or {"fchown", "fgetxattr"} <= {*calls}, f"{case}: {calls}")
             os.setresuid(*become_root)
 
         wait(in_process(set_as_user))

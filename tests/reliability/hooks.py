@@ -50,6 +50,8 @@ def hooked(answer):
     def call(name, arguments):
         try:
             calls.append(described(name.decode(), arguments))
+            if name == b"openat":
+                check(arguments[2] & os.O_CLOEXEC, "other programs that this one starts could use the file")
             result = answer(calls, arguments)
             if calls[-1].startswith("create"):
                 check(arguments[3] & 0o077 == 0, "others could read what is not complete")

@@ -93,7 +93,7 @@ Access Restrict(Access access, uid_t owner, gid_t group) noexcept {
     set(ACL_GROUP_OBJ, common);
     access.mode = (access.mode & ~mode_t{S_IRWXO}) | common;
   }
-  set(ACL_USER_OBJ, access.mode >> 6);
+  // The new mode sets these, too, but only later. The owner's entry can wait for that.
   set(ACL_MASK, access.mode >> 3);
   set(ACL_OTHER, access.mode);
   return access;
@@ -171,7 +171,7 @@ std::shared_ptr<const Access> GiveAccess(int file, const FileStatus& status, con
       !IsGranted(given, wanted.owner, wanted.mode >> 6 & readWriteExecute))
     ThrowSystemFailure("cannot keep the file's owner, who would lose access", EPERM);
   SetAccessList(file, given.list);
-  CheckedCall("cannot set the new file's mode", fchmod, file, given.mode & ~mode_t{S_IFMT});
+  CheckedCall("cannot set the new file's mode", fchmod, file, given.mode);
   return std::make_shared<const Access>(std::move(given));
 }
 

@@ -191,7 +191,7 @@ class TemporaryFile {
 
   void RemoveName() noexcept {
     if (!status) status = QueryStatus(file.Number()); // after an early failure
-    if (KeepsName() && Uninterrupted(unlinkat, folder, name.c_str(), 0) == 0) name.clear();
+    if (KeepsName()) Uninterrupted(unlinkat, folder, name.c_str(), 0);
   }
 
   const int folder;
