@@ -105,7 +105,9 @@ class TemporaryFile {
     // The system's own timestamps come from a clock that advances every few milliseconds, so an
     // edit in between would not show. A failure is noticed when the time is compared.
     stampedAt = CurrentTime();
-    const timespec times[] = {{0, UTIME_OMIT}, {stampedAt / second, stampedAt % second * 100}};
+    const timespec stamp{static_cast<time_t>(stampedAt / second),
+                         static_cast<long>(stampedAt % second * 100)};
+    const timespec times[] = {{0, UTIME_OMIT}, stamp};
     Uninterrupted(futimens, file.Number(), times);
   }
 
