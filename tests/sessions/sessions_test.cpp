@@ -281,8 +281,10 @@ class Session : public testing::Test {
     std::ofstream(path, std::ios::binary) << bytes;
   }
   std::string FileText() const {
-    std::ifstream stream(std::filesystem::u8path(current), std::ios::binary);
-    return stream ? std::string(std::istreambuf_iterator<char>(stream), {}) : "none";
+    const auto path = std::filesystem::u8path(current);
+    if (!std::filesystem::is_regular_file(path)) return "none";
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
   }
   // The document's own text, since what another program wrote to its file is merged with.
   std::string Memory() const { return Record().document->GenerateXML(false); }
