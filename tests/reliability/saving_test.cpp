@@ -6,11 +6,9 @@
 #include <malloc.h>
 #endif
 
-#include "support/locale_guard.h"
 #include "support/log_lines.h"
 #include "support/open_document.h"
 #include "support/system_aes.h"
-#include "support/text.h"
 
 namespace {
 
@@ -82,17 +80,6 @@ TEST(Saving, ChangesTheFileAsItIsByThen) {
   }
 }
 
-// changes: "path|item|value" each, with ";" between; one without an item only saves. Expects the
-// code for each.
-void Set(const TestDocument& d, const std::string& changes, std::uint32_t code) {
-  for (const std::string_view change : Split(changes, ';')) {
-    const std::vector<std::string_view> parts = Split(change);
-    const std::string path(parts[0]), item(parts[1]), value(parts[2]);
-    const char* const type = item.empty() ? "" : "ELEMENT";
-    EXPECT_EQ(SetXMLItem(d.list, d.cookie, path.c_str(), item.c_str(), type, value.c_str()), code);
-  }
-}
-
 // Bytes of memory, where the system can tell.
 std::size_t InUse() {
 #ifdef __GLIBC__
@@ -102,59 +89,18 @@ std::size_t InUse() {
 #endif
 }
 
-TEST(Saving, AppliesWaitingChangesToTheElementsThatTheyMeant) {
-  // The first name is the beginning of one. The change without an item sets no text.
-  const char* const names = "|\u00E9|2;\u00E9|N|n;|\u00FC|3;|\u00FC|4;\u00FC||;\u00FC|O|o";
-  // Two spellings of one character: an element is only found under the second, so each change by
-  // the first creates another.
-  const char *const twice = "|\xED\x40|1;|\xED\x40|2", *const third = "|\xFA\x5C|3";
-  // Of a value that is set again and again, only the first and the last are kept.
-  const std::string value(1'000'000, '9'), often = "A|B|first" + Repeat(";A|B|" + value, 10);
-  const struct {
-    std::string ours, waiting, theirs, last, after; // "#" is the character of two spellings
-    const char *locale = multibyteLocale, *laterLocale = multibyteLocale;
-  } rows[] = {
-      {"<R><\u00E9t\u00E9>1</\u00E9t\u00E9></R>", names,
-       "<R><\u00E9/><\u00E9t\u00E9>9</\u00E9t\u00E9><\u00FCb/></R>", "||",
-       "<R><\u00E9/><\u00E9t\u00E9>2<N>n</N></\u00E9t\u00E9><\u00FCb/><\u00FC>4<O>o</O></\u00FC></"
-       "R>",
-       "C.UTF-8", "C"},
-      {"<R/>", twice, "<R/>", third, "<R><#>3</#><#>2</#></R>"},
-      {"<R/>", twice, "<R><#>x</#><B/></R>", third, "<R><#>3</#><B/><#>2</#></R>"},
-      {"<R/>", twice, "<R><#>x</#><#>y</#><#>z</#></R>", third, "<R><#>3</#><#>2</#><#>z</#></R>"},
-      // The first was there, and is gone: what is set for the third must not be taken for it.
-      {"<R><#>0</#></R>", twice, "<R/>", third, "<R><#>1</#><#>2</#><#>3</#></R>"},
-      {"<R/>", often, "<R/>", "|C|c", "<R><A><B>" + value + "</B></A><C>c</C></R>"},
-      // What the file allows reaches it, whatever waits.
-      {"<R><A/></R>", "|A|1", "<!DOCTYPE R [<!ENTITY e '<A/>'>]><R>&e;</R>", "|B|2",
-       "<!DOCTYPE R [<!ENTITY e '<A/>'>]><R>&e;<B>2</B></R>"},
-  };
-  for (const auto& [ours, waiting, theirs, last, after, locale, laterLocale] : rows) {
-    if (locale != laterLocale && !hasUtf8) continue;
-    SCOPED_TRACE(theirs);
-    const auto spelled = [](std::string text) {
-      for (std::size_t at; (at = text.find('#')) != text.npos;) text.replace(at, 1, "\u7E8A");
-      return text;
-    };
-    const TestDocument document(spelled(ours));
-    document.Write("<S/>");
-    const LocaleGuard guard(locale);
-    const std::size_t bytesBefore = InUse();
-    Set(document, waiting, 34);
-    EXPECT_LT(InUse(), bytesBefore + 5 * value.size());
-
-    const LocaleGuard later(laterLocale);
-    document.Write(spelled(theirs));
-    LogLines log;
-    Set(document, last, 0);
-    EXPECT_EQ(document.Bytes(), spelled(after));
-    // Applying what waits adds no lines to those of the call and of the merge.
-    EXPECT_TRUE(last != "||" || log.Take().size() == 3);
-
-    document.Write("<R/>");
-    Set(document, "||", 0);
-    EXPECT_EQ(document.Bytes(), "<R/>") << "something still waits";
-  }
+// Of a value that is set again and again while the file cannot take it.
+TEST(Saving, KeepsOnlyTheFirstAndLastOfWhatWaits) {
+  const std::string value(1'000'000, '9');
+  const TestDocument document("<R/>");
+  document.Write("<S/>");
+  const std::size_t bytesBefore = InUse();
+  EXPECT_EQ(document.SetText("A", "B", "first"), 34U);
+  for (int time = 0; time < 10; ++time) EXPECT_EQ(document.SetText("A", "B", value), 34U);
+  EXPECT_LT(InUse(), bytesBefore + 5 * value.size());
+  document.Write("<R/>");
+  EXPECT_EQ(document.SetText("", "C", "c"), 0U);
+  EXPECT_EQ(document.Bytes(), "<R><A><B>" + value + "</B></A><C>c</C></R>");
 }
 
 } // namespace
