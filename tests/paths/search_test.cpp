@@ -20,8 +20,9 @@ using Ostrum::NameMatch;
 using Texts = std::vector<std::string>;
 
 // In UTF-8. Latin-1 lacks the Cyrillic and the Chinese character; windows-31j has a second form of
-// the latter, and one whose second byte is a backslash.
-const Texts names = {"\u7E8A", "a", "ab", "abc", "\u00E4", "a\u0416", "a\u7E8A", "\u8868", "z"};
+// the latter, and one whose second byte is a backslash. Two names differ only after eight bytes.
+const Texts names = {"\u7E8A",  "a",       "ab",     "abc",       "\u00E4",
+                     "a\u0416", "a\u7E8A", "\u8868", "element-2", "element-1"};
 const Texts values = {"",        "1",      "12",     "1\u0416", "\u00E4",
                       "\u00E4b", "\u8868", "\u7E8A", "2\u7E8A", "13"};
 
