@@ -23,6 +23,11 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
   };
   EXPECT_EQ(readUpTo(3), ReadStatus::Done);
   EXPECT_FALSE(state.isSettled) << "so young a file can change without a sign";
+#ifndef _WIN32
+  EXPECT_EQ(platform::ReadWholeFile("/proc/self/status", 3, read, state), ReadStatus::TooLong)
+      << "its size is given as 0";
+  umask(S_IWGRP | S_IWOTH);
+#endif
   fs::remove(name);
   EXPECT_EQ(readUpTo(3), ReadStatus::Missing);
   // The first one creates the file. The sizes are around those of the buffers, growing and
@@ -35,6 +40,7 @@ TEST(FilesTest, WhatIsWrittenIsReadAndNothingElseStays) {
     file.FlushFolder();
     EXPECT_EQ(readUpTo(size), ReadStatus::Done) << size;
     EXPECT_TRUE(read == written) << size;
+    EXPECT_NE(fs::status(name).permissions() & fs::perms::others_read, fs::perms::none);
     EXPECT_TRUE(file.State()->isSettled && file.State()->identity == state.identity);
     EXPECT_EQ(folder.FileCount(), 1);
     EXPECT_TRUE(size == 0 || readUpTo(size - 1) == ReadStatus::TooLong) << size;

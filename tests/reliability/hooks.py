@@ -18,7 +18,7 @@ def is_temporary(file):
     return is_written or os.path.basename(os.readlink(f"/proc/self/fd/{file}")).startswith(".tarvik-")
 
 
-def described(name, arguments):
+def described(name, arguments, previous):
     """A call by what it is made for, or by its name if that says it."""
     first, second, third, _, fifth = [ctypes.c_int(word).value for word in arguments[:5]]
     if name == "openat":
@@ -32,7 +32,8 @@ def described(name, arguments):
     if name == "statx":
         if ctypes.string_at(arguments[1]):
             return "look at name"
-        return "look at temporary" if is_temporary(first) else "look"
+        purposes = {"create": "look at new file", "create by name": "look at new file", "fchown": "look at new owner"}
+        return purposes.get(previous, "look at temporary") if is_temporary(first) else "look"
     if name == "linkat":
         return {0x1000: "link", 0x400: "link by path", 0: "link name"}[fifth]
     if name == "renameat2":
@@ -49,7 +50,7 @@ def hooked(answer):
 
     def call(name, arguments):
         try:
-            calls.append(described(name.decode(), arguments))
+            calls.append(described(name.decode(), arguments, calls[-1] if calls else ""))
             if name == b"openat":
                 check(arguments[2] & os.O_CLOEXEC, "other programs that this one starts could use the file")
             result = answer(calls, arguments)

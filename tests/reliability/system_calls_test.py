@@ -8,14 +8,16 @@ import ctypes
 import fcntl
 import itertools
 import os
+import signal
 import stat
 import tempfile
+import time
 from errno import (EACCES, EAGAIN, EEXIST, EINTR, EINVAL, EIO, ENODATA, ENOENT, ENOLCK, ENOMEM, ENOSPC, ENOSYS, EOPNOTSUPP, errorcode)
 
-from documents import FAILURE, NO_FILE, NO_MEMORY, SUCCESS, UNREADABLE, Document, check, locked, read, temporary_files, write
+from documents import FAILURE, NO_FILE, NO_MEMORY, SUCCESS, TOO_LONG, UNREADABLE, Document, check, in_process, locked, read, temporary_files, wait, write
 from hooks import hooked
 
-system = ctypes.CDLL(None)
+system = ctypes.CDLL(None, use_errno=True)
 
 
 def saved(folder, text="<R/>"):
@@ -26,6 +28,10 @@ def saved(folder, text="<R/>"):
     document = Document(name)
     document.set("0", "a new file", item="O")
     return name, document
+
+
+def make(_calls, _arguments):
+    """Lets the system do what it does."""
 
 
 def nothing(_):
@@ -84,14 +90,15 @@ UNSUPPORTED = {ENODATA, EOPNOTSUPP, ENOSYS}
 # The failures without consequence: the work is done some other way, or what failed is not needed for it.
 HARMLESS = {
     "create": ERRORS, "open leftover": ERRORS, "link": ERRORS, "link by path": ERRORS, "look at name": ERRORS, "futimens": ERRORS,
-    "lock temporary": ERRORS, "who locks": ERRORS, "flock": ERRORS, "unlinkat": ERRORS, "unlock": ERRORS,
+    "lock temporary": ERRORS, "look at temporary": ERRORS, "who locks": ERRORS, "flock": ERRORS, "unlinkat": ERRORS, "unlock": ERRORS,
     "lock": {EAGAIN, EACCES, ENOLCK, EOPNOTSUPP, ENOSYS, EINVAL}, "open folder": {EACCES}, "flush folder": {EINVAL},
     "flistxattr": UNSUPPORTED, "fgetxattr": UNSUPPORTED, "fremovexattr": UNSUPPORTED, "link name": {EEXIST},
 }
 # Those that are not always made for the same purpose.
-UNCERTAIN = {"getentropy", "create by name", "rename", "look at temporary"}
+UNCERTAIN = {"getentropy", "create by name", "rename"}
 # What is done instead.
-INSTEAD = {"create": "create by name", "open folder": "open folder", "link": "link by path", "rename": "link name"}
+INSTEAD = {"create": "create by name", "open folder": "open folder", "link": "link by path", "rename": "link name",
+           ("flock", EAGAIN): "open"}  # another thread holds it
 
 
 def state(folder):
@@ -99,17 +106,17 @@ def state(folder):
     return {name: read(f"{folder}/{name}") for name in sorted(os.listdir(folder))}
 
 
-def promised(is_opening, call, reason):
-    """The codes that may be given."""
-    if reason == EINTR or reason in HARMLESS.get(call, ()):
+def promised(is_opening, is_there, call, reason):
+    """The codes that may be given. Only for a lease on a file that is there is worth waiting."""
+    if reason == EINTR or reason in HARMLESS.get(call, ()) or (call == "open" and reason == EAGAIN and is_there):
         return {SUCCESS}
     failure = UNREADABLE if is_opening else FAILURE
     if reason == ENOMEM and call not in ("getentropy", "rename"):
         failure = NO_MEMORY
     if reason == ENOENT and call in ("open", "look") and is_opening:
         failure = NO_FILE
-    is_uncertain = call in UNCERTAIN or (call == "open" and (reason == EAGAIN or (reason == ENOENT and not is_opening)))  # it is looked for again
-    return {failure, SUCCESS} if is_uncertain else {failure}
+    is_looked_for_again = call == "open" and reason == ENOENT and not is_opening
+    return {SUCCESS} if is_looked_for_again else {failure, SUCCESS} if call in UNCERTAIN else {failure}
 
 
 def failures_of(work, before, missing, reason, folder):
@@ -136,13 +143,19 @@ def failures_of(work, before, missing, reason, folder):
         right = right or now
         call = failed[0] if failed else ""
         case = f"{work.__name__} after {before.__name__} without {missing}, {call} fails by {errorcode[reason]}"
-        wanted = promised(work is open_again, call, reason) if failed else {SUCCESS}
+        wanted = promised(work is open_again, before is not os.unlink, call, reason) if failed else {SUCCESS}
         check(code in wanted, f"{case}: {code}")
         check(now == (right if code == SUCCESS or call == "flush folder" else old), f"{case}: {now}")
         check(os.listdir("/proc/self/fd") == open_files, f"{case}: a file stayed open")
-        is_replaced = code == SUCCESS and reason != EINTR and call in INSTEAD
-        check(not is_replaced or calls[number] == INSTEAD[call], f"{case}: {calls[number:]} instead")
-        check(work(document, name) == SUCCESS, f"{case}: fails again")
+        instead = INSTEAD.get((call, reason), INSTEAD.get(call))
+        is_replaced = code == SUCCESS and reason != EINTR and instead
+        check(not is_replaced or calls[number] == instead, f"{case}: {calls[number:]} instead")
+        is_time_unset = call == "futimens" and calls.count("futimens") == 1
+        with hooked(make) as calls:
+            check(work(document, name) == SUCCESS, f"{case}: fails again")
+        # What was saved is known, if its time was set.
+        if work is not open_again and (is_time_unset or not failed):
+            check(("read" in calls) == (before is edit or is_time_unset), f"{case}: then {calls}")
         check(state(folder) == right, f"{case}: {state(folder)} after that")
         document.close()
         for file in os.listdir(folder):
@@ -154,24 +167,98 @@ def failures_of(work, before, missing, reason, folder):
 
 def failing_calls(folder):
     failed = [call for reason in sorted(ERRORS) for work in WORKS for call in failures_of(*work, reason, folder)]
-    others = {"open", "look", "readlinkat", "read", "write", "fsetxattr", "fchown", "fchmod", "flush", "replace"}
+    others = {"open", "look", "look at new file", "look at new owner", "readlinkat", "read", "write", "fsetxattr", "fchown", "fchmod", "flush", "replace"}
     check(set(failed) == {*HARMLESS, *UNCERTAIN, *others}, f"other calls: {sorted(set(failed))}")
     print(f"{len(failed)} failures of {len(set(failed))} system calls")
 
 
 def lasting_failures(folder):
-    """A call that fails each time: the result, and how often which calls are made."""
-    for call, reason, code, counts in (
-            ("lock", ENOLCK, SUCCESS, {"getentropy": 1}),  # without locks, no other saver must remove the temporary file
-            ("lock", EIO, FAILURE, {"lock": 1, "getentropy": 0})):
+    """A call that answers so each time: the result, and how often which calls are made."""
+    for work, call, answer, code, counts in (
+            (set_long, "lock", -ENOLCK, SUCCESS, {"getentropy": 1}),  # without locks, no other saver must remove the temporary file
+            (set_long, "lock", -EIO, FAILURE, {"lock": 1, "getentropy": 0}),
+            (set_while_locked, "flock", -ENOSYS, SUCCESS, {"flock": 1}),
+            (set_long, "write", 0, FAILURE, {"write": 1})):
         name, document = saved(folder)
-        case = f"{call} fails by {errorcode[reason]}"
-        with hooked(lambda calls, _, call=call, reason=reason: -reason if calls[-1] == call else None) as calls:
-            document.set(1, case, code)
+        case = f"{call} answers {answer}"
+
+        def always(calls, _, call=call, answer=answer):
+            check(calls.count(call) < 9, f"{call} again and again")
+            return answer if calls[-1] == call else None
+
+        with hooked(always) as calls:
+            check(work(document, name) == code, f"{case}: not {code}")
         check(("<A>" in read(name)) == (code == SUCCESS), f"{case}: {read(name)}")
         made = {counted: calls.count(counted) for counted in counts}
         check(made == counts, f"{case}: {made}")
     print("locks taken where there are any")
+
+
+def lasting_lease(folder):
+    """Somebody else's lease is waited for as long as a save may take."""
+    name, document = saved(folder)
+    signal.alarm(20)
+    begun = time.monotonic()
+    with hooked(lambda calls, _: -EAGAIN if calls[-1] == "open" else None):
+        code = open_again(document, name)
+    check(code == UNREADABLE and 9.5 < time.monotonic() - begun < 15, f"a lease that lasts: {code}")
+
+
+def looked_at(arguments, **fields):
+    """Answers statx as the system does, but for these fields: a number at an offset of the result."""
+    if system.statx(*[ctypes.c_void_p(word) for word in arguments[:5]]) != 0:
+        return -ctypes.get_errno()
+    for field, value in fields.items():
+        ctypes.c_int64.from_address(arguments[4] + {"size": 40, "changed": 96, "modified": 112}[field]).value = value
+    return 0
+
+
+# How many seconds ago a file was modified and changed, by the clock of a file server or one that was set back; whether it can be known
+# that nobody changed it since, and whether somebody may be still writing it.
+AGES = ((3, 3, True, False), (1, 3, False, True), (3, 1, False, True), (-100, 3, False, False), (3, -100, False, False),
+        (-100, 1, False, True), (-100, -100, False, False))
+
+
+def ages(folder):
+    name = folder + "/aged.xml"
+    for modified, changed, is_settled, is_young in AGES:
+        now = int(time.time())
+
+        def answer(calls, arguments, now=now, modified=modified, changed=changed):
+            is_later = calls.count("open") > 1
+            if calls[-1] not in ("look", "look at name"):
+                return None
+            return looked_at(arguments, modified=now - (9 if is_later else modified), changed=now - (9 if is_later else changed))
+
+        case = f"modified {modified} and changed {changed} seconds ago"
+        write(name, "<R/>")
+        with hooked(answer) as calls:
+            document = Document(name)
+            calls.clear()
+            document.set(1, case)
+        check(("read" in calls) == (not is_settled), f"{case}: {calls}")
+        write(name, "")
+        with hooked(answer) as calls:
+            document.set(2, case)
+        check((calls.count("open") > 1) == is_young, f"empty, {case}: {calls}")
+    print(f"{len(AGES)} pairs of times")
+
+
+def sizes_and_names(folder):
+    for size, code in ((1, SUCCESS), (1 << 20, SUCCESS), (3 << 30, TOO_LONG)):
+        name, document = saved(folder, "<R>" + " " * 1000 + "</R>")
+        with hooked(lambda calls, arguments, size=size: looked_at(arguments, size=size) if calls[-1] == "look" else None) as calls:
+            found = open_again(document, name)
+        check(found == code and ("read" in calls) == (code == SUCCESS), f"a size of {size} was told: {found}, {calls}")
+    check(document.open(name + "/below")[0] == NO_FILE, "a file below a file")
+    long_name, number = "\u00e9" * 70, 0xcbf29ce484222325  # longer than some file systems allow with a prefix
+    write(f"{folder}/{long_name}", "<R/>")
+    for byte in os.fsencode(long_name):
+        number = (number ^ byte) * 0x100000001b3 % (1 << 64)
+    write(f"{folder}/.tarvik-{number:016x}", "left")
+    Document(f"{folder}/{long_name}").set(1, "a long name")
+    check(not temporary_files(folder), "a leftover with a long name stayed")
+    print("files that grow, are too long or have long names")
 
 
 def young_file(folder):
@@ -180,7 +267,7 @@ def young_file(folder):
     write(name, "<R/>")
     document = Document(name)
     for is_read_again in (True, False):  # the first save settles it
-        with hooked(lambda *_: None) as calls:
+        with hooked(make) as calls:
             document.set(1, "a young file")
         check(("read" in calls) == is_read_again, f"read again: {not is_read_again}")
     print("a young file read again, once")
@@ -211,6 +298,12 @@ def leave_temporary(name):
     write(temporary(name), "left")
 
 
+def link_temporary(name):
+    """As somebody would who wants another file to be written over."""
+    write(name + ".other", "other")
+    os.symlink(name + ".other", temporary(name))
+
+
 def replace_temporary(name):
     write(name + ".theirs", "theirs")
     os.rename(name + ".theirs", temporary(name))
@@ -220,32 +313,39 @@ def replace_temporary(name):
 # rename.
 REPLACES = "link, flush, look at name, look at name, replace, look at temporary, unlock, flush folder, unlock"
 CREATES = "link, flush, look at name, rename, look at temporary, unlock, flush folder"
-# What happens before the save; after which calls of it what happens; its last calls, and how many temporary files stay.
+# What happens before the save; after which calls of it what happens; its last calls, how many temporary files stay, and which calls the
+# system lacks.
 MEETINGS = (
-    (nothing, "flush", nothing, REPLACES, 0),
-    (os.unlink, "flush", nothing, CREATES, 0),
-    (nothing, "flush", edit, REPLACES, 0),
-    (os.unlink, "flush", edit, REPLACES, 0),
-    (nothing, "flush", hide, REPLACES, 0),
-    (nothing, "open, look, lock", replace, REPLACES, 0),
-    (nothing, "flush", replace_temporary, REPLACES, 0),
-    (os.unlink, "flush", replace_temporary, CREATES, 1),
-    (leave_temporary, "open leftover, lock temporary", replace_temporary, REPLACES, 1),
-    (nothing, "open, look, lock", link_to_itself, "", 0),
+    (nothing, "flush", nothing, REPLACES, 0, ()),
+    (os.unlink, "flush", nothing, CREATES, 0, ()),
+    (nothing, "flush", edit, REPLACES, 0, ()),
+    (os.unlink, "flush", edit, REPLACES, 0, ()),
+    (nothing, "flush", hide, REPLACES, 0, ()),
+    (nothing, "open, look, lock", replace, REPLACES, 0, ()),
+    (nothing, "flush", replace_temporary, REPLACES, 0, ()),
+    (os.unlink, "flush", replace_temporary, CREATES, 1, ()),
+    (leave_temporary, "open leftover, lock temporary", replace_temporary, REPLACES, 1, ()),
+    (nothing, "open, look, lock", link_to_itself, "", 0, ()),
+    (link_temporary, "flush", nothing, REPLACES[len("link, "):], 1, LINKS),
 )
 
 
 def meetings(folder):
-    for before, after_calls, meanwhile, last_calls, temporary_count in MEETINGS:
+    for before, after_calls, meanwhile, last_calls, temporary_count, missing in MEETINGS:
         case = f"{before.__name__}, {meanwhile.__name__} after {after_calls}"
         name, document = saved(folder)
         before(name)
         is_met = []
 
-        def meet(calls, _, name=name, after_calls=after_calls, meanwhile=meanwhile, is_met=is_met):
+        frozen = int(time.time())  # where the clock is coarse
+
+        def meet(calls, arguments, name=name, after_calls=after_calls, meanwhile=meanwhile, is_met=is_met, missing=missing, frozen=frozen):
             if not is_met and ", ".join(calls).endswith(after_calls):
                 is_met.append(True)
                 meanwhile(name)
+            if meanwhile is hide and calls[-1] in ("look", "look at name"):
+                return looked_at(arguments, changed=frozen)
+            return -EINVAL if calls[-1] in missing else None
 
         with hooked(meet) as calls:
             document.set(1, case, SUCCESS if last_calls else FAILURE)
@@ -253,6 +353,7 @@ def meetings(folder):
         check(", ".join(calls).endswith(last_calls), f"{case}: {calls}")
         theirs = "<B/>" if meanwhile in (edit, replace) else "<O>0</O>"
         check(not last_calls or read(name) == f"<R>{theirs}<A>1</A></R>", f"{case}: another text")
+        check(before is not link_temporary or read(name + ".other") == "other", f"{case}: another file was written over")
         mode = stat.S_IMODE(os.lstat(name).st_mode)
         check(mode == 0o600 or meanwhile is not hide, f"{case}: mode {mode:o}")
         check(len(temporary_files(folder)) == temporary_count, f"{case}: {os.listdir(folder)}")
@@ -261,7 +362,14 @@ def meetings(folder):
     print(f"{len(MEETINGS)} meetings between two calls: nobody's change lost, nobody's file removed")
 
 
-for test in (failing_calls, lasting_failures, young_file, meetings):
-    # In memory if possible, since a disk would flush them thousands of times.
-    with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as scratch:
-        test(scratch)
+# In memory if possible, since a disk would flush them thousands of times.
+with tempfile.TemporaryDirectory(dir="/dev/shm" if os.path.isdir("/dev/shm") else None) as scratch:
+    folders = {}
+    for test in (lasting_lease, failing_calls, lasting_failures, young_file, ages, sizes_and_names, meetings):
+        folders[test] = f"{scratch}/{test.__name__}"
+        os.mkdir(folders[test])
+    waiting = in_process(lambda: lasting_lease(folders.pop(lasting_lease)))
+    del folders[lasting_lease]
+    for test, folder_of_test in folders.items():
+        test(folder_of_test)
+    wait(waiting)
