@@ -7,22 +7,14 @@ set -euo pipefail
 build=$(cd "$(dirname "$0")/.." && pwd)/build
 program=${1:?usage: $0 program.exe [argument...]}
 
-# Fetches the i386 libwine in the installed version, with package lists of its own.
+# Fetches the i386 libwine in the installed version.
 fetch_i386_dlls() { # <folder to make>
-  local state=$build/wine-packages version
-  mkdir -p "$state/lists/partial" "$state/archives/partial"
-  : >"$state/status"
+  local packages=$build/wine-packages version
   version=$(dpkg-query --show --showformat='${Version}' libwine)
-  local options=(-qq -o APT::Architecture=i386 -o APT::Architectures=i386 -o "Dir::State::Lists=$state/lists"
-    -o "Dir::State::status=$state/status" -o "Dir::Cache=$state" -o APT::Sandbox::User=root)
-  # A list may fail to load; the download fails if it is needed.
-  apt-get "${options[@]}" update || true
-  (cd "$state" && apt-get "${options[@]}" download "libwine=$version")
-  mkdir -p "$1.new"
-  dpkg --fsys-tarfile "$state"/libwine_*_i386.deb |
-    tar --extract --directory "$1.new" --strip-components=5 ./usr/lib/i386-linux-gnu/wine/i386-windows
-  mv "$1.new" "$1"
-  rm -r "$state"
+  rm -rf "$packages"
+  "$build/../scripts/unpack-packages.sh" i386 "$packages" "libwine=$version"
+  mv "$packages/usr/lib/i386-linux-gnu/wine/i386-windows" "$1"
+  rm -r "$packages"
 }
 
 make_prefix() {
