@@ -68,13 +68,15 @@ TEST_F(Objects, ReadValuesWholeAndAtOnce) {
 TEST_F(Objects, ReadNumbersAndBoolWholeOrNotAtAll) {
   const Document document = Open(
       "<R><int>-42</int><big>256</big><part>12 </part><empty/><real>2.5e3</real><yes>true</yes>"
-      "<no>0</no><one>1</one><not>false</not></R>");
+      "<no>0</no><one>1</one><not>false</not><far>\u4e2d</far></R>");
   EXPECT_EQ(document.Get<int>("int"), -42);
   EXPECT_EQ(document.Get<std::uint16_t>("big"), 256);
   EXPECT_EQ(document.Get<double>("real"), 2500);
   EXPECT_TRUE(*document.Get<bool>("yes") && *document.Get<bool>("one"));
   EXPECT_FALSE(*document.Get<bool>("no") || *document.Get<bool>("not"));
   EXPECT_EQ(document.Get<long>("none"), std::nullopt);
+  EXPECT_EQ(Thrown([&] { document.Get("far"); }),
+            "34 R\\far: refused or failed (the log gives the reason)"); // not in this locale
   const Rows rows = {{Thrown([&] { document.Get<unsigned>("int"); }), "int = \"-42"},
                      {Thrown([&] { document.Get<std::uint8_t>("big"); }), "big = \"256"},
                      {Thrown([&] { document.Get<int>("part"); }), "part = \"12 "},
