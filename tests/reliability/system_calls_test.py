@@ -209,7 +209,10 @@ def looked_at(arguments, **fields):
     if system.statx(*[ctypes.c_void_p(word) for word in arguments[:5]]) != 0:
         return -ctypes.get_errno()
     for field, value in fields.items():
-        ctypes.c_int64.from_address(arguments[4] + {"size": 40, "changed": 96, "modified": 112}[field]).value = value
+        place = arguments[4] + {"size": 40, "changed": 96, "modified": 112}[field]
+        ctypes.c_int64.from_address(place).value = value
+        if field != "size":
+            ctypes.c_uint32.from_address(place + 8).value = 0  # nanoseconds
     return 0
 
 
