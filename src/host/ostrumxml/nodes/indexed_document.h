@@ -25,8 +25,8 @@ namespace Ostrum {
 // it makes a list when the key is first asked for.
 class ChildIndex {
  public:
-  // Throws std::bad_alloc, as all member functions do.
-  ChildIndex(IndexedDocument& document, std::uint32_t parent);
+  // The member functions throw std::bad_alloc.
+  ChildIndex(IndexedDocument& document, std::uint32_t parent) noexcept;
 
   // The child, or null. Nothing if all lists are in use and there is no room for another: the
   // caller must then look at the children one by one.
@@ -63,6 +63,11 @@ class ChildIndex {
   };
 
   Element At(std::uint32_t number) const noexcept { return {document, number}; }
+  Numbers& SortedFor(NameMatch match) noexcept {
+    return match == NameMatch::Exact ? byName : byText;
+  }
+  const Numbers& Sorted(NameMatch match); // when first asked for
+  bool IsBefore(NameMatch match, std::uint32_t left, std::uint32_t right) const; // in that order
   Range Named(NameMatch match, std::string_view name);
   Element NthOf(Range range, std::uint32_t n) const noexcept;
   std::string_view ValueBegin(std::uint32_t number, std::string_view attribute,
@@ -75,11 +80,15 @@ class ChildIndex {
 
   IndexedDocument& document;
   const DocumentData& data;
-  Numbers byName;                  // sorted by name, equal names in document order
+  const std::uint32_t parent;
+  // All children, equal names in document order; empty until a search needs them. Names have their
+  // numbers in document order, so children of different names are in that order from the start.
+  Numbers byName;                  // sorted by the names' numbers, for exact matches
+  Numbers byText;                  // sorted by the names, for beginnings of names
   std::deque<List> lists;          // the newest last
   std::uint64_t uses = 0;          // searches for a list
   std::uint64_t attributesSet = 0; // the document's counter at the last of them
-  // The last search in byName, since callers enumerate children.
+  // The last search by name, since callers enumerate children.
   std::optional<std::string> lastName;
   NameMatch lastMatch{};
   Range lastRange;

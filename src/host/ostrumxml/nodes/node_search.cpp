@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <tuple>
@@ -43,7 +44,7 @@ std::size_t BlockSize(std::size_t count) noexcept {
 // A child to be sorted by its name. Most names differ in their beginnings, which takes a third of
 // the time of looking them up.
 struct NamedChild {
-  std::uint64_t nameBegin;
+  std::uint64_t name; // its number or its beginning
   std::uint32_t number;
 };
 
@@ -67,21 +68,34 @@ std::uint32_t Least(std::span<const std::uint32_t> numbers) noexcept {
 
 } // namespace
 
-ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
-    : document(document), data(document.data) {
+ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent) noexcept
+    : document(document), data(document.data), parent(parent) {}
+
+bool ChildIndex::IsBefore(NameMatch match, std::uint32_t left, std::uint32_t right) const {
+  const std::uint32_t leftName = data.elements[left].name;
+  const std::uint32_t rightName = data.elements[right].name;
+  if (leftName == rightName) return left < right;
+  if (match == NameMatch::Exact) return leftName < rightName;
+  return data.names.Text(leftName) < data.names.Text(rightName);
+}
+
+const ChildIndex::Numbers& ChildIndex::Sorted(NameMatch match) {
+  Numbers& sorted = SortedFor(match);
+  if (!sorted.empty()) return sorted;
   std::vector<NamedChild> children;
-  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child))
-    children.push_back({BeginningOf(data.NameOf(child)), child});
+  for (auto child = data.FirstChild(parent); child != 0; child = data.NextSibling(child)) {
+    NamedChild& named = children.emplace_back(NamedChild{data.elements[child].name, child});
+    if (match == NameMatch::Prefix) named.name = BeginningOf(data.NameOf(child));
+  }
   const auto isBefore = [this](const NamedChild& left, const NamedChild& right) {
-    if (left.nameBegin != right.nameBegin) return left.nameBegin < right.nameBegin;
-    const std::uint32_t leftName = data.elements[left.number].name;
-    const std::uint32_t rightName = data.elements[right.number].name;
-    if (leftName == rightName) return left.number < right.number;
-    return data.names.Text(leftName) < data.names.Text(rightName);
+    if (left.name != right.name) return left.name < right.name;
+    return IsBefore(NameMatch::Prefix, left.number, right.number);
   };
   if (!std::ranges::is_sorted(children, isBefore)) std::ranges::sort(children, isBefore);
-  byName.reserve(children.size());
-  for (const NamedChild& child : children) byName.push_back(child.number);
+  Numbers numbers;
+  numbers.reserve(children.size());
+  for (const NamedChild& child : children) numbers.push_back(child.number);
+  return sorted = std::move(numbers);
 }
 
 std::optional<Element> ChildIndex::Find(const ChildQuery& query) {
@@ -103,15 +117,18 @@ std::optional<Element> ChildIndex::Find(const ChildQuery& query) {
 
 ChildIndex::Range ChildIndex::Named(NameMatch match, std::string_view name) {
   if (lastName && *lastName == name && lastMatch == match) return lastRange;
-  std::size_t compared = name.size();
-  if (match == NameMatch::Exact) compared = std::string_view::npos;
-  const auto nameOf = [this, compared](std::uint32_t number) {
-    return data.NameOf(number).substr(0, compared);
-  };
-  const auto first = std::ranges::lower_bound(byName, name, {}, nameOf);
-  lastRange = {first, std::ranges::upper_bound(first, byName.end(), name, {}, nameOf)};
+  const Numbers& numbers = Sorted(match);
   lastName = name;
   lastMatch = match;
+  const auto find = [this, &numbers](auto wanted, auto nameOf) {
+    const auto first = std::ranges::lower_bound(numbers, wanted, {}, nameOf);
+    lastRange = {first, std::ranges::upper_bound(first, numbers.end(), wanted, {}, nameOf)};
+  };
+  if (match == NameMatch::Exact) {
+    find(data.names.Find(name), [this](auto number) { return data.elements[number].name; });
+  } else {
+    find(name, [&](auto number) { return data.NameOf(number).substr(0, name.size()); });
+  }
   return lastRange;
 }
 
@@ -173,9 +190,10 @@ const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named
 // time.
 bool ChildIndex::MakeRoom() {
   const auto hasRoom = [this] {
-    std::size_t entries = byName.size(); // a new list has no more
+    const std::size_t childCount = std::max(byName.size(), byText.size());
+    std::size_t entries = childCount; // a new list has no more
     for (const List& list : lists) entries += list.numbers.size();
-    return lists.size() < maxLists && entries <= maxEntriesPerChild * byName.size();
+    return lists.size() < maxLists && entries <= maxEntriesPerChild * childCount;
   };
   if (hasRoom()) return true;
   std::erase_if(lists, [this](const List& list) { return list.lastUse + maxLists < uses; });
@@ -221,8 +239,11 @@ void ChildIndex::SortByValue(List& list) const {
 
 void ChildIndex::Append(std::uint32_t child) {
   const std::string_view name = data.NameOf(child);
-  const Range sameName = Named(NameMatch::Exact, name);
-  byName.insert(byName.begin() + (sameName.data() + sameName.size() - byName.data()), child);
+  for (const NameMatch match : {NameMatch::Exact, NameMatch::Prefix}) {
+    Numbers& numbers = SortedFor(match);
+    const auto isBefore = std::bind_front(&ChildIndex::IsBefore, this, match);
+    if (!numbers.empty()) numbers.insert(std::ranges::upper_bound(numbers, child, isBefore), child);
+  }
   lastName.reset();
   // A new element can have declared attributes, and only a filter can tell whether its name counts.
   std::erase_if(lists, [](const List& list) { return list.attribute || list.filter != 0; });
