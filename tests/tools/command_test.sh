@@ -67,6 +67,7 @@ expect 0 $'Current\nPreview\nCurrent\nCurrent' '' get catalog.xml --all ProductP
 expect 0 9.0.0.31 '' get catalog.xml 'ProductPackage/LangPackage[ @Branch = "Preview" ]/@Version'
 expect 0 $'b\nc\nown\nv\nv\nc' '' get odd.xml "Item[@k='x']" "Item[@k='x'][2]" . @k /Site/@k '*[@k="x"][last()]'
 expect 0 $'own\nown\na\nb' '' get odd.xml /Site '/Site[1]' ./Item '*[4]'
+expect 0 own '' get odd.xml '/Site[last()]'
 expect 0 a@b@c@ '' get odd.xml -z --all Item
 expect 0 '{"./Item[1]":"a","List/X[1]":"1"}' '' get -j odd.xml './Item[1]' List/X
 expect 0 '{"Item[2]":"b","Item[3]":"c"}' '' get -j odd.xml "Item[@k='x']" --all
@@ -85,6 +86,9 @@ expect 1 '' '*: no element Network in Network' get configuration.xml Network/Net
 expect 1 '' '*: no attribute Mode in Network; there is mode' get configuration.xml Network/@Mode
 expect 1 '' '*: no element mode in Network; an attribute is written @mode' get configuration.xml Network/mode
 expect 1 '' "*: no element Item?@k='Xy'] in Site; there is x" get odd.xml "Item[@k='Xy']"
+expect 1 '' "*: no element Item?@k=''] in Site" get odd.xml "Item[@k='']"
+expect 1 '' "*: no element ??@k='X'] in Site; there is x" get odd.xml "*[@k='X']"
+expect 1 '' '*: no element Nix2 in Network' get configuration.xml Network/Nix2
 expect 1 '' '*the root is not a SiteStatus element*' status catalog.xml
 expect 1 '' '*no such detection entry*' detect catalog.xml HARBOR-SCAN Current full
 expect 1 no '' match catalog.xml other.xml
@@ -98,6 +102,12 @@ done <<'END'
 a//b|a//b: // is not supported*
 ../a|../a: .. is not supported*
 a/./b|a/./b: . can only be the first part*
+/.|/.: . can only be the first part*
+a[1]b|*nothing but / or ? may follow a ]
+a/@1|*@ must be followed by an attribute's name
+/@a|*the root's attribute is written @a
+a[]|*brackets hold*
+a[@1='x']|*?@1='x'] is not supported; a filter is ?@name='value']
 a/|a/: a name is missing
 a[@b]|a?@b]: ?@b] is not supported; a filter is ?@name='value']
 a/@*|a/@?: @? is not supported*
@@ -125,6 +135,8 @@ expect 0 $'@k\tv\nList\nItem[1]\ta\nItems\t\nItem[2]\tb\nItem[2]/@k\tx\nnäme\t\
   list odd.xml --attributes --values --depth 1
 expect 0 '{"@d":"x","a/@b":"1","a/c":""}' '' list -j --values --attributes entity.xml
 expect 1 '' '*Name holds no elements' list configuration.xml Name
+expect 1 '' '*no element Nix in Site' list odd.xml Nix
+expect 2 '' '*@k: list takes the path of elements*' list none.xml @k
 for file in catalog.xml configuration.xml odd.xml; do
   ((isNative)) || break # an emulator takes a second for each
   "${command[@]}" list --attributes "$file" >lines
@@ -157,9 +169,16 @@ for value in '{}' '%%' '[]' '++' -5 -.5 '- x' '[a,b]'; do # some have a meaning 
   change '<r>1</r>' "<r>$value</r>" '' set . "$value"
 done
 change '<r><a>1</a></r>' '<r><a>1</a><a1>x</a1></r>' '*created a1 (a?1] is the one of that number)' set a1 x
+change '<r/>' '<r><a/><b/><c/><d/><e/><f/><g/><h/><i/><j/><k/></r>' '*created a, b, c, d, e, f, g, h, i, j and 1 more' \
+  set a '' b '' c '' d '' e '' f '' g '' h '' i '' j '' k ''
+change '<r a="1"/>' '<r a="2"/>' '' set --existing @a 2
 change "$lines" "$lines" '' set 'a[1]' x
 printf '<r>\n  <a k="1">x</a>\n  <a k="2"/>\n</r>\n' >list.xml
 refused 2 '*list.xml: a names 2 elements; --all takes all*' set list.xml a x
+refused 2 '*list.xml: a/@k names 2 elements*' set list.xml a/@k x
+refused 2 '*list.xml: a/@k names 2 attributes*' remove list.xml a/@k
+refused 2 '*--stdin gives the VALUE of the last PATH*' set list.xml --stdin a x
+expect 2 '' '*--json excludes -n and FILE -*' set - -j a x
 refused 2 '*list.xml: a/b names 2 places for a new element*' set list.xml a/b x
 refused 2 '*list.xml: a?4]: r has 2 a; the next is number 3, or last()+1' set list.xml 'a[4]' x
 refused 2 '*b?last()]: r has 0 b; the next is number 1*' set list.xml 'b[last()]' x
@@ -174,6 +193,7 @@ refused 2 '*b: a PATH without a VALUE (see tarvik set --help)' set list.xml 'a[1
 refused 2 '*nothing to set*' set list.xml
 refused 2 '*--json excludes -n and FILE -*' set list.xml -n -j 'a[1]' x
 expect 0 '{"a[1]/@k":"2","a[2]/@k":"2"}' '' set -j list.xml --all a/@k 2
+expect 0 '{"./a[2]":"y"}' '' set -j list.xml './a[2]' y
 expect 0 '{"a[2]":"z","a[1]":"x"}' '' set -j list.xml 'a[2]' y 'a[1]' x 'a[2]' z
 
 # Values from standard input and from JSON, numbers as written; from one file to another; a new file.
@@ -208,7 +228,9 @@ if ((isNative)); then [[ $(stat --format=%a new.xml other.xml) == $(printf '%o\n
 expect 0 $'--- /dev/null\t\n+++ none.xml\t\n@@ -0,0 +1,8 @@\n+<?xml version="1.0" encoding="UTF-8"?>\n+<r>\n+  <a/>\n+  <b>t<c x=""/></b>\n+  <d>\n+    <e>1</e>\n+  </d>\n+</r>' \
   '*would create*' set -n --create none.xml /r/a '' b t b/c/@x '' d/e 1
 expect 2 '' '*--from none.json: does not exist (see*' set none.xml --from none.json
-expect 2 '' '*none.xml: does not exist; a path must name its root*' set --create none.xml a x
+expect 0 $'--- /dev/null\t\n+++ none.xml\t\n@@ -0,0 +1,2 @@\n+<?xml version="1.0" encoding="UTF-8"?>\n+<r>t<b><c/></b><d/></r>' '*' \
+  set -n --create none.xml /r t b/c '' d ''
+expect 2 '' '*none.xml: does not exist; a path must name its root*' set --create none.xml a x '/*/a' x
 expect 2 '' '*none.xml: does not exist' set none.xml a x
 
 # Removing: an element alone on its line with the line, one among others alone; attributes; all or nothing.
@@ -235,15 +257,21 @@ for i in {1..5000..2}; do sets+=("a[$i]" x); done
 "${command[@]}" set many.xml "${sets[@]}"
 patch --silent patched.xml <out.patch || fail 'not a patch of 2,500 changes'
 cmp -s many.xml patched.xml || fail 'another patch of 2,500 changes'
+printf '<r>\n%s</r>\n' "$(printf '<a>%d</a>\n' {1..20})" >twenty.xml
+twenty=('--- twenty.xml	' '+++ twenty.xml	' '@@ -1,6 +1,6 @@' ' <r>' ' <a>1</a>' '-<a>2</a>' '+<a>x</a>' ' <a>3</a>' ' <a>4</a>' ' <a>5</a>')
+twenty+=('@@ -13,7 +13,7 @@' ' <a>12</a>' ' <a>13</a>' ' <a>14</a>' '-<a>15</a>' '+<a>y</a>' ' <a>16</a>' ' <a>17</a>' ' <a>18</a>')
+expect 0 "$(printf '%b\n' "${twenty[@]}")" '' set -n twenty.xml 'a[2]' x 'a[15]' y
 
 # Standard input as FILE; other encodings; encrypted files.
 printf '<r/>' >input
 expect 0 '<r><a>1</a></r>' '*standard input: created a' set - a 1
+expect 0 '<r><a>1</a></r>' '*standard input: created a' set --create - a 1
 expect 1 '' '*standard input: no element b in r' remove - b
 printf '<?xml version="1.0" encoding="ISO-8859-1"?><r>\374</r>' >latin.xml
 refused 2 '*latin.xml: is not in UTF-8, which -n requires' set latin.xml -n . y
 expect 0 '' '' set latin.xml . 'ü'
 [[ $(tail -c 6 latin.xml) == $'>\374</r>' ]] || fail 'a set that changes nothing'
+"${command[@]}" set - . 'ü' <latin.xml | cmp -s - latin.xml || fail 'a set of standard input that changes nothing'
 expect 0 '' '*latin.xml: created @a; is now in UTF-8' set latin.xml @a 1
 [[ $(<latin.xml) == '<?xml version="1.0" encoding="UTF-8"?><r a="1">ü</r>' ]] || fail "$(<latin.xml)"
 printf '%032d' 7 >key
@@ -264,6 +292,7 @@ else
   refused 2 '*secret.xml: is not encrypted' decrypt secret.xml
 fi
 expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' get site-status.encrypted.xml .
+expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' check site-status.encrypted.xml
 expect 2 '' '*none.key: does not exist' status -e --key-file none.key site-status.encrypted.xml
 expect 2 '' '*catalog.xml: not a 32-byte key' status -e --key-file catalog.xml site-status.encrypted.xml
 
@@ -285,23 +314,31 @@ expect 0 HARBOR-SCAN '' get - ProductPackage/ProductID
 expect 0 '{"enabled":true,"catalogVersion":"20240917.2"}' '' status --json site-status.xml
 expect 0 $'HARBOR-SCAN\tCurrent\tUpdate\t0409\t8.4.1.190\t8.4.1\tWIN-X86\t\t' '' detect catalog.xml HARBOR-SCAN Current Update
 expect 0 yes '' match catalog.xml CATALOG.XML
+expect 1 '{"matches":false}' '' match -j catalog.xml other.xml
+expect 1 '' '*no such detection entry*' detect odd.xml
+[[ $("${command[@]}" detect catalog.xml | cut -f 1,4,5) == $'HARBOR-SCAN\t0409\t8.4.1.207\nHARBOR-SCAN\t0407'*$'\nHARBOR-DESK\t0409\t1.7.3.5' ]] || fail 'all entries'
 cp site-status.xml input
 expect 0 $'enabled\n20240917.2' '' status -
 : >input
 printf '<Catalog><ProductPackage><LangPackage><FileList><FileItem><Name>a</Name><Hash>1</Hash></FileItem><FileItem/>%s' \
   '</FileList></LangPackage></ProductPackage></Catalog>' >half.xml
 expect 2 $'a\t1' '*half.xml: the entry after a lacks its Name or Hash' files half.xml
+sed "s/>1</>$(printf %0300d 1)</; s,<FileItem/>,," half.xml >whole.xml
+expect 0 "[{\"name\":\"a\",\"hash\":\"$(printf %0259d 0)\"}]" '*whole.xml: a text may be cut*' files -j whole.xml
 
 # Wrong usage is found before the file is opened.
 expect 2 '' 'tarvik: gte: no such command (see tarvik --help)' gte catalog.xml
 expect 2 '' 'tarvik: a command is required (see tarvik --help)'
 expect 2 '' '*the arguments must be FILE PATH... (see tarvik get --help)' get none.xml
+expect 2 '' '*the arguments must be FILE ?PATH] (see tarvik list --help)' list none.xml a b
 expect 2 '' '*PRODUCT, BRANCH and TYPE go together (see tarvik detect --help)' detect none.xml HARBOR-SCAN
 expect 2 '' 'tarvik: FILE is empty (see tarvik get --help)' get '' a
 expect 2 '' 'tarvik: --depth: get has no such option (see tarvik get --help)' get none.xml a --depth 1
 expect 2 '' 'tarvik: --depth: Value 0 not in range * (see tarvik list --help)' list none.xml --depth 0
 expect 2 '' 'tarvik: --depth: a value is required (see tarvik list --help)' list none.xml --depth
 expect 2 '' '*-x: no such option; use -- before a value that begins with - (see tarvik set --help)' set none.xml a -x
+expect 2 '' 'tarvik: --bogus: no such option*' get none.xml a --bogus
+expect 2 '' '*is not text in the locale*' get none.xml $'\377'
 expect 2 '' '*--key-file requires -e*' get none.xml a --key-file key
 expect 2 '' '*standard input has no name (see tarvik match --help)' match - a
 expect 2 '' '*: no such command (see tarvik help --help)' help nothing
@@ -311,6 +348,10 @@ expect 0 -x '' get list.xml a
 "${command[@]}" status -v site-status.xml 2>err >out
 [[ $(head -1 out) == enabled && $(<err) == *'Tarvik: SiteStatus is a group'* ]] ||
   fail 'log lines go to standard error alone'
+[[ $(grep -c '^[<>] ' err || true) == 0 ]] || fail 'function calls at level 1'
+"${command[@]}" status -vv site-status.xml 2>err >out
+[[ $(grep -c '^> ' err) == $(grep -c '^< ' err) ]] || fail "function calls: $(<err)"
+[[ $("${command[@]}" --version) == 'tarvik '[1-9]* ]] || fail 'the version'
 for name in get list set remove check encrypt decrypt status detect files match help; do
   "${command[@]}" $name --help 2>err >out
   "${command[@]}" help $name | cmp -s - out || fail "tarvik help $name"
@@ -399,6 +440,8 @@ fi
 "${command[@]}" set -vv configuration.xml Network/Timeout 31 >&- 2>&- <&- || fail 'a set without streams'
 [[ $("${command[@]}" get <(cat configuration.xml) Network/Timeout) == 31 ]] || fail 'a pipe as FILE'
 "${command[@]}" set <(cat configuration.xml) Name x 2>err && fail 'a set on a pipe' || [[ $? == 2 && $(<err) == *'cannot be saved' ]] || fail "$(<err)"
+"${command[@]}" encrypt <(cat configuration.xml) 2>err && fail 'encrypt of a pipe' || [[ $? == 2 && $(<err) == *'cannot be rewritten' ]] || fail "$(<err)"
+"${command[@]}" get - a </ 2>err && fail 'a folder as standard input' || [[ $? == 2 && $(<err) == *': cannot be read' ]] || fail "$(<err)"
 
 if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1 ]]; then
   export LOCPATH=$work
