@@ -22,8 +22,8 @@ struct Parsed {
       source = Ostrum::DecodeFile(std::move(bytes), encoding);
       const auto size = static_cast<int>(source.size());
       document.reset(Ostrum::ParseXML(source, size, error, line, column));
-    } catch (const Ostrum::ReadFailure&) {
-      isText = false;
+    } catch (const Ostrum::ReadFailure& failure) {
+      refusal = failure.what();
     }
   }
 
@@ -36,7 +36,7 @@ struct Parsed {
   }
   std::string Generate() const { return document->GenerateXML(false); }
 
-  bool isText = true;
+  std::string refusal; // why the bytes are no text; empty if they are
   std::string source;
   Ostrum::PARSER_ERROR error{};
   std::unique_ptr<Ostrum::Document> document; // null if the text was rejected
@@ -65,7 +65,19 @@ inline std::string Describe(const Ostrum::Element& element) {
   return text + "</>" + ValueOf(element.Text());
 }
 
-// The same for what Expat reports about the text; empty if it rejects the text.
+// All that can be asked of an element and what is in it.
+inline std::string Answers(const Ostrum::Element& element) {
+  std::string text = Describe(element);
+  for (const char* const name : {"p", "q", "r"})
+    text += ' ' + std::to_string(element.CountChildren(name));
+  for (const std::string_view name : element.AttributeNames())
+    text.append(" ").append(name).append("=").append(element.GetAttribute(name).GetValue());
+  for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
+    text += Answers(child);
+  return text;
+}
+
+// What Describe says, for what Expat reports about the text; empty if it rejects the text.
 inline std::string DescribeByExpat(const std::string& source) {
   using Texts = std::vector<std::string>;
   Texts texts(1); // the description, then the texts of the open elements

@@ -1,0 +1,178 @@
+// Plays the scripts in the folder beside this file, whose first lines describe them.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <map>
+#include <optional>
+#include <regex>
+#include <stdexcept>
+
+#include "ostrumxml/parsed_document.h"
+#include "support/locale_guard.h"
+#include "support/text.h"
+
+namespace {
+
+using namespace std::string_literals;
+using Ostrum::Element;
+
+// "\n", "\r", "\t", "\0", "\\" and "\x" with two hexadecimal digits stand for a byte.
+std::string Unescape(const std::string& text) {
+  constexpr std::string_view letters = "nrt0\\", meant("\n\r\t\0\\", 5);
+  static const std::regex form("\\\\(x(..)|.)");
+  std::string bytes, rest = text;
+  for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match) {
+    bytes += match->prefix();
+    if ((*match)[2].matched) {
+      bytes += static_cast<char>(std::stoi(match->str(2), nullptr, 16));
+    } else {
+      bytes += meant.at(letters.find(match->str(1)));
+    }
+    rest = match->suffix();
+  }
+  return bytes + rest;
+}
+
+std::pair<std::string, std::string> SplitAt(const std::string& text, const std::string& separator) {
+  const std::size_t end = std::min(text.find(separator), text.size());
+  return {text.substr(0, end), text.substr(std::min(end + separator.size(), text.size()))};
+}
+
+// The text, or why it cannot be decoded.
+std::string Decode(const std::string& bytes) {
+  const Parsed parsed(bytes);
+  return parsed.refusal.empty() ? parsed.source : parsed.refusal;
+}
+
+class Player {
+ public:
+  explicit Player(const std::string& fileName) {
+    const std::string path = SCRIPTS "/" + fileName;
+    std::ifstream script(path);
+    std::string line;
+    int number = 1;
+    for (; std::getline(script, line); ++number) {
+      const auto [word, text] = SplitAt(line, " ");
+      if (word.empty() || word == "#") continue;
+      const testing::ScopedTrace trace(path.c_str(), number, line);
+      try {
+        verbs.at(word)(Expand(text));
+      } catch (const std::exception& failure) {
+        ADD_FAILURE() << failure.what();
+        return;
+      }
+    }
+    EXPECT_GT(number, 1) << path;
+  }
+
+ private:
+  std::string Expand(std::string text) const {
+    for (const auto& [name, value] : names) text = std::regex_replace(text, name, value);
+    static const std::regex repeated("\\{([^{}]*)\\*(\\d+)\\}");
+    for (std::smatch match; std::regex_search(text, match, repeated);)
+      text = match.prefix().str() + Repeat(match[1], std::stoul(match[2])) + match.suffix().str();
+    return text;
+  }
+
+  void Parse(const std::string& text) {
+    document.emplace(Unescape(text));
+    ASSERT_TRUE(document->document) << document->error;
+    EXPECT_EQ(Describe(document->At("")), DescribeByExpat(document->source));
+    Gives(text);
+  }
+  void Gives(const std::string& text) const {
+    EXPECT_EQ(document->Generate(), Unescape(text));
+    EXPECT_EQ(Answers(document->At("")), Answers(Parsed(document->Generate()).At("")));
+  }
+
+  void Edit(std::string edit) const {
+    const bool removes = edit.starts_with('-');
+    if (removes) edit.erase(0, 1);
+    const auto [target, value] = SplitAt(edit, "=");
+    const std::filesystem::path path(target);
+    const std::string name = path.filename().string();
+    Element parent = document->At(path.parent_path()), element = document->At(path);
+    if (name.starts_with('@') && removes) {
+      parent.RemoveAttribute(name.substr(1));
+    } else if (name.starts_with('@')) {
+      parent.SetAttribute(name.substr(1), Unescape(value));
+    } else if (removes) {
+      for (int times = 0; times < 2; ++times) parent.RemoveChild(element); // nothing more
+    } else {
+      if (element.IsNull()) element = parent.AddElementInto(name);
+      element.SetText(Unescape(value));
+    }
+  }
+  void Refuses(const std::string& edit) const {
+    const std::string before = document->Generate();
+    EXPECT_THROW(Edit(edit), std::invalid_argument) << edit;
+    EXPECT_EQ(document->Generate(), before);
+  }
+
+  // "before[a|b]after is expected" stands for two cases.
+  static void Decodes(const std::string& text) {
+    const auto [bytes, expected] = SplitAt(text, " is ");
+    const auto [before, bracket] = SplitAt(bytes, "[");
+    const auto [names, after] = SplitAt(bracket, "]");
+    if (text.find("gb18030") != text.npos && !hasUtf8) return; // Wine lacks it
+    for (const std::string_view name : Split(names))
+      EXPECT_EQ(Decode(Unescape(before + std::string(name) + after)), Unescape(expected)) << name;
+  }
+
+  std::vector<std::pair<std::regex, std::string>> names;
+  std::optional<Parsed> document;
+  using Verb = std::function<void(const std::string& text)>;
+  const std::map<std::string, Verb> verbs = {
+      {"let",
+       [this](const std::string& text) {
+         const auto [name, value] = SplitAt(text, " ");
+         names.emplace_back("\\$" + name + "\\b", value);
+       }},
+      {"document", [this](const std::string& text) { Parse(text); }},
+      {"error",
+       [](const std::string& text) {
+         const auto [number, source] = SplitAt(text, " ");
+         EXPECT_EQ(std::to_string(Parsed(Unescape(source)).error), number);
+       }},
+      {"edit",
+       [this](const std::string& text) {
+         for (const auto edit : Split(text)) Edit(std::string(edit));
+       }},
+      {"refuses",
+       [this](const std::string& text) {
+         for (const auto edit : Split(text)) Refuses(std::string(edit));
+       }},
+      {"gives", [this](const std::string& text) { Gives(text); }},
+      {"bytes", &Decodes},
+  };
+};
+
+TEST(Documents, AreWhatTheScriptsSay) {
+  Player("reading.txt");
+  Player("editing.txt");
+}
+
+TEST(Documents, AreDecodedAsTheScriptsSay) {
+  const LocaleGuard other(multibyteLocale);
+  Player("decoding.txt");
+}
+
+TEST(Documents, AreCheckedWhereverASequenceStands) {
+  const std::string valid =
+      "\x7F\xC2\x80\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+  for (std::size_t before = 0; before < 70; ++before) {
+    for (const std::string& end : {""s, std::string(70 - before, 'a')}) {
+      const std::string start = std::string(before, 'a') + "\u20AC";
+      EXPECT_EQ(Decode(start + valid + end), start + valid + end);
+      for (const std::string_view invalid :
+           Split("\x80|\xC1\xBF|\xC2|\xE0\x9F\xBF|\xE6\x97|\xED\xA0\x80|\xF0\x8F\xBF\xBF|"
+                 "\xF0\x9F\x98|\xF4\x90\x80\x80|\xF5\x80\x80\x80")) {
+        EXPECT_EQ(Decode(start + std::string(invalid) + end),
+                  "invalid UTF-8 at byte offset " + std::to_string(start.size()));
+      }
+    }
+  }
+}
+
+} // namespace
