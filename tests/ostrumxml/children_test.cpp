@@ -78,4 +78,22 @@ TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
   }
 }
 
+TEST(Children, JoinTheListsThatTheyMatch) {
+  const Ostrum::TextFilter noY{1, [](auto text) { return text.find('y') == text.npos; }};
+  const ChildQuery queries[] = {
+      {.match = NameMatch::Prefix, .name = "a", .n = 41},
+      {.match = NameMatch::Prefix, .name = "a", .n = 41, .attribute = "k"},
+      {.match = NameMatch::Prefix, .name = "a", .n = 41, .filter = noY},
+  };
+  const Parsed parsed("<!DOCTYPE r [<!ATTLIST a3 k CDATA ''>]><r>" +
+                      Repeat("<a1 k=''/><a2 k=''/>", 20) + "</r>");
+  std::string found;
+  for (const char* const added : {"", "b", "ay", "a3"}) {
+    parsed.At("").AddElementInto(added);
+    for (const ChildQuery& query : queries)
+      found.append(parsed.At("").FindChild(query).GetName()).append(",");
+  }
+  EXPECT_EQ(found, ",,,,,,ay,,,ay,a3,a3,");
+}
+
 } // namespace
