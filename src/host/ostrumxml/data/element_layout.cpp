@@ -61,14 +61,12 @@ std::string ElementLayout::LeadOf(std::uint32_t child) const {
 }
 
 // The tags of this element end both walks. Where its text was set, the white space around the child
-// is gone already.
+// is replaced anyway.
 SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   const ElementLayout layout(data, child);
   assert(layout.IsInside(record));
   const SourceRange itself{layout.record.tagStart, layout.End()};
-  const ElementChange& change = data.ChangeOf(element);
-  if (change.text) return itself;
-  const Gaps& gaps = change.gaps;
+  const Gaps& gaps = data.ChangeOf(element).gaps;
   std::uint32_t start = gaps.Before(itself.start);
   while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
   std::uint32_t end = gaps.After(itself.end);

@@ -126,9 +126,9 @@ void Element::RemoveChild(Element child) {
     change.gaps.Add(ElementLayout(data, number).RemovalOf(child.number));
   }
   data.elements[child.number].flags |= element_flags::removed;
-  // So that FirstChild passes removed children by in one step.
-  if ((data.elements[number].flags & element_flags::hasParsedChildren) != 0)
-    data.elements[number + 1].nextSibling = data.NextSibling(number + 1);
+  // So that FirstChild passes removed children by in one step: the first one that was parsed has
+  // the next number, if there is one.
+  data.elements[number + 1].nextSibling = data.NextSibling(number + 1);
   DropIndex();
 }
 
