@@ -5,7 +5,7 @@ set -euo pipefail
 
 declare -A groups=(
   [build]="g++ cmake ninja-build pkg-config libexpat1-dev libssl-dev libcli11-dev nlohmann-json3-dev"
-  [test]="libgtest-dev locales binutils python3"
+  [test]="libgtest-dev locales binutils patch python3"
   [samples]="mono-mcs mono-runtime"
   [check]="clang-14 libclang-rt-14-dev clang-format-14 clang-tidy-14 llvm-14 shellcheck dpkg-dev file"
   [windows]="g++-mingw-w64-i686-posix g++-mingw-w64-x86-64-posix googletest dpkg-dev wine64 wine clang-14 lld-14"
