@@ -225,7 +225,7 @@ struct LockedFile::System {
     for (int links = 0; links <= maxLinks; ++links) {
       folder = OpenFolder(path.parent_path());
       name = path.filename();
-      const std::optional<FileStatus> status = Status();
+      std::optional<FileStatus> status = Status();
       if (!status || !S_ISLNK(status->access.mode)) return status;
       char target[PATH_MAX];
       const ssize_t length = CheckedCall("cannot follow the symbolic link", readlinkat,
