@@ -121,7 +121,6 @@ class Application {
 
   // An element can be created only with the number that it will have.
   void RequireNext(const Path& path, const Place& place, const Step& step) {
-    if (step.position == Position::All) return;
     const std::uint32_t count = matcher.Count(place.back(), step);
     if (step.NumberAmong(count) == count + 1) return;
     throw std::runtime_error(path.text + ": " + NameOf(place) + " has " + std::to_string(count) +
@@ -140,7 +139,7 @@ class Application {
 std::string RootOf(const std::vector<Change>& changes) {
   for (const auto& [path, value] : changes) {
     const Step& root = path.steps.front();
-    if (path.text.starts_with('/') && !root.HasAnyName()) return root.name;
+    if (!root.HasAnyName()) return root.name;
   }
   throw std::runtime_error("does not exist; a path must name its root, as in /Config/Net/Port");
 }

@@ -1,6 +1,7 @@
 #include "paths.h"
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cctype>
 #include <optional>
@@ -13,16 +14,12 @@ std::string NumberedName(const Element& parent, const Element& child) {
   std::string text(child.GetName());
   const std::uint32_t count = parent.CountChildren(text);
   if (count == 1) return text;
-  std::uint32_t low = 1;
-  for (std::uint32_t high = count; low < high;) {
-    const std::uint32_t middle = low + (high - low) / 2;
-    const bool isAfter = parent.NthChild(Ostrum::NameMatch::Exact, text, middle) < child;
-    if (isAfter)
-      low = middle + 1;
-    else
-      high = middle;
+  std::uint32_t before = 0; // how many of them are before the child, bit by bit
+  for (std::uint32_t bit = std::bit_floor(count); bit > 0; bit /= 2) {
+    const Element nth = parent.NthChild(Ostrum::NameMatch::Exact, text, before + bit);
+    if (!nth.IsNull() && nth < child) before += bit;
   }
-  return text + '[' + std::to_string(low) + ']';
+  return text + '[' + std::to_string(before + 1) + ']';
 }
 
 // What the step's filter compares its value with, which is empty if the step has none. Nothing if
@@ -136,9 +133,7 @@ Element Matcher::Next(const Element& parent, const Step& step, std::uint32_t n,
 // The n-th child with the step's name and filter, whatever its position says; null if n is 0.
 Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
   if (parent.IsNull()) return n == 1 && KeyOf(root, step) == step.value ? root : Element();
-  if (step.HasAnyName() && step.key.empty())
-    return parent.NthChild(Ostrum::NameMatch::Prefix, "", n);
-  if (step.key.empty()) return parent.NthChild(Ostrum::NameMatch::Exact, step.name, n);
+  if (step.key.empty()) return parent.NthChild(step.Match(), step.name, n);
   const auto& matching = WithKey(parent, step);
   return n >= 1 && n <= matching.size() ? matching[n - 1] : Element();
 }
@@ -146,10 +141,7 @@ Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
 std::uint32_t Matcher::Count(const Element& parent, const Step& step) {
   if (parent.IsNull()) return Nth(parent, step, 1).IsNull() ? 0 : 1;
   if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
-  if (!step.HasAnyName()) return parent.CountChildren(step.name);
-  std::uint32_t count = 0;
-  for (Element child = parent.FirstChild(); !child.IsNull(); child = child.NextSibling()) ++count;
-  return count;
+  return parent.CountChildren(step.name, step.Match());
 }
 
 std::string MisreadNumber(const Element& parent, std::string_view name) {

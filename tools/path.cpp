@@ -72,6 +72,7 @@ class PathParser {
     step.name = rest.substr(0, rest.find_first_of("/["));
     RequireName(step.name);
     rest.remove_prefix(step.name.size());
+    if (step.name == "*") step.name.clear();
     while (Take("[")) ParsePredicate(step);
     if (!rest.empty() && rest.front() != '/') Refuse("nothing but / or [ may follow a ]");
     step.text = start.substr(0, start.size() - rest.size());

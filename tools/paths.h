@@ -2,6 +2,7 @@
 #ifndef TARVIK_TOOLS_PATHS_H
 #define TARVIK_TOOLS_PATHS_H
 
+#include <cassert>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -20,21 +21,24 @@ enum class Position {
 
 // One step of a path, for example add[@key='Timeout'][2].
 struct Step {
-  std::string name = "*"; // "*" stands for any name
+  std::string name = {};  // empty: any name
   std::string key = {};   // of the filter [@key='value']; empty if there is none
   std::string value = {}; // of the filter
   Position position = Position::All;
   std::uint32_t number = 1; // from 1; for Position::FromLast 0 or 1 more than the last
   std::string text = {};    // the step as written
 
-  bool HasAnyName() const { return name == "*"; }
+  bool HasAnyName() const { return name.empty(); }
+  Ostrum::NameMatch Match() const {
+    return HasAnyName() ? Ostrum::NameMatch::Prefix : Ostrum::NameMatch::Exact;
+  }
   // For a step with a position: the number of the element if so many match.
   std::uint32_t NumberAmong(std::uint32_t count) const {
     return position == Position::FromLast ? count + number : number;
   }
-  // The step as written, but for its position.
+  // The step as written, but for its position. REQUIRES: it has one.
   std::string WithoutPosition() const {
-    if (position == Position::All) return text;
+    assert(position != Position::All);
     return text.substr(0, text.rfind('['));
   }
 };

@@ -61,8 +61,8 @@ ExitStatus Get(const Options& options) {
   Members members;
   std::vector<std::string> missing;
   for (const Path& path : paths) {
-    // The second place tells whether a path is a key of its own.
-    Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 2);
+    // In JSON, the second place tells whether a path is a key of its own.
+    Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 1U + options.json);
     const bool isKey = found.places.size() == 1 || !options.json;
     if (!found.IsWhole(path)) {
       if (!options.defaultText) missing.push_back(matcher.WhyMissing(path, found));

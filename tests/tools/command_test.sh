@@ -471,13 +471,13 @@ if onTerminal status site-status.xml >/dev/null; then # a system without pseudo-
 fi
 
 # In proportion to the work, in processor time.
-{ echo '<r>'; printf '  <item k="v%d"><x>0</x></item>\n' {1..100000}; echo '</r>'; } >items.xml
+{ echo '<r><other/>'; printf '  <item k="v%d"><x>0</x></item>\n' {1..100000}; echo '</r>'; } >items.xml
 sets=() gets=() firsts=()
 for i in {1..200}; do sets+=("item[@k='v$((i * 450))']/x" "$i" "item[$((i * 450 + 1))]/x" "$i"); done
 for i in {1..10000}; do gets+=("item[$i]/x"); done
 for i in {1..500}; do firsts+=(item/x); done
 TIMEFORMAT='%U'
-{ printf '{'; printf '"item[%d]/x/@k": 1, ' {1..30000}; echo '"@n": 1}'; } >many.json
+{ printf '{'; printf '"item[%d]/x/@k": 1, ' {1..30000}; printf '"*[%d]/@m": 1, ' {1..60000}; echo '"@n": 1}'; } >many.json
 for job in attributes sets gets firsts; do
   case $job in
     attributes) seconds=$( { time "${command[@]}" set items.xml --from many.json 2>err; } 2>&1) ;;

@@ -32,9 +32,9 @@ class ChildIndex {
   // caller must then look at the children one by one.
   std::optional<Element> Find(const ChildQuery& query);
 
-  // The number of children of that name.
-  std::uint32_t Count(std::string_view name) {
-    return static_cast<std::uint32_t>(Named(NameMatch::Exact, name).size());
+  // The number of children whose name is or begins with the text.
+  std::uint32_t Count(NameMatch match, std::string_view name) {
+    return static_cast<std::uint32_t>(Named(match, name).size());
   }
 
   // Adds a child that was just created as the last one. After an exception the index must be

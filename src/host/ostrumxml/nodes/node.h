@@ -53,7 +53,8 @@ class Element {
   Element NthChild(NameMatch match, std::string_view name, std::uint32_t n) const {
     return FindChild({.match = match, .name = name, .n = n});
   }
-  std::uint32_t CountChildren(std::string_view name) const;
+  // The number of children that it can find.
+  std::uint32_t CountChildren(std::string_view name, NameMatch match = NameMatch::Exact) const;
 
   // Changes throw std::invalid_argument and std::bad_alloc, and then change nothing.
 

@@ -22,12 +22,14 @@ constexpr std::size_t maxEntriesPerChild = 16;
 // No caller asks for a value by a longer beginning, in bytes.
 constexpr std::size_t maxValueBegin = 259;
 
+bool IsNamed(NameMatch match, std::string_view wanted, std::string_view name) noexcept {
+  return name.starts_with(wanted) && (match == NameMatch::Prefix || name.size() == wanted.size());
+}
+
 // Whether the query, apart from its n, asks for the child.
 bool Matches(const ChildQuery& query, const Element& child, std::string& scratch) {
   const std::string_view name = child.GetName();
-  if (!name.starts_with(query.name)) return false;
-  if (query.match == NameMatch::Exact && name.size() != query.name.size()) return false;
-  if (!query.Accepts(name)) return false;
+  if (!IsNamed(query.match, query.name, name) || !query.Accepts(name)) return false;
   if (!query.attribute) return true;
   const Value value = child.GetAttribute(*query.attribute);
   if (value.IsNull() || !query.valueBegin) return !value.IsNull();
@@ -170,7 +172,8 @@ Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) co
 // Null if there is no room for a new list.
 const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named) {
   ++uses;
-  if (attributesSet != data.attributesSet) lists.clear();
+  if (attributesSet != data.attributesSet)
+    std::erase_if(lists, [](const List& each) { return each.attribute.has_value(); });
   attributesSet = data.attributesSet;
   auto list = std::ranges::find_if(lists, [&query](const List& each) {
     return std::tie(each.match, each.name, each.attribute, each.filter) ==
@@ -296,12 +299,12 @@ Element Element::FindChild(const ChildQuery& query) const {
   return {};
 }
 
-std::uint32_t Element::CountChildren(std::string_view name) const {
+std::uint32_t Element::CountChildren(std::string_view name, NameMatch match) const {
   std::uint32_t count = 0;
   std::uint32_t scanned = 0;
   for (Element child = FirstChild(); !child.IsNull(); child = child.NextSibling()) {
-    if (++scanned > fewChildren) return Index().Count(name);
-    if (child.GetName() == name) ++count;
+    if (++scanned > fewChildren) return Index().Count(match, name);
+    if (IsNamed(match, name, child.GetName())) ++count;
   }
   return count;
 }
