@@ -101,34 +101,39 @@ TEST_F(Objects, OpenOnlyWithTheRootsExactName) {
 }
 
 TEST_F(Objects, NameTheFileOrItemThatFailed) {
-  const std::string file = folder.Name("file.xml"), zero("a\0b", 3), longPath(250, 'g');
+  const std::string file = folder.Name("file.xml"), zero("a\0b", 3), longPath(249, 'g');
   EXPECT_EQ(Thrown([&] { Document(file, "R"); }), "5 " + file + ": no such file");
   Document document = Open("<R><g><a>1</a></g><g/></R>");
   const std::string before = folder.Read("file.xml"),
                     second(Split(Ids(document.Root(), "g"), ' ')[1]);
-  const Rows rows = {{Thrown([&] { document.Get(zero); }), "34 "},
-                     {Thrown([&] { document.Get("g", zero); }), "34 "},
-                     {Thrown([&] { document.OpenGroup(zero); }), "34 "},
-                     {Thrown([&] { document.Set("g", "a", zero); }), "34 "},
-                     {Thrown([&] { document.Set("g", zero, "v"); }), "34 "},
-                     {Thrown([&] { document.Set(zero, "a", "v"); }), "34 "},
-                     {Thrown([&] { document.OpenGroup(longPath); }),
-                      "34 R\\" + longPath + ": the path is too long"},
-                     {Thrown([&] { document.OpenGroup(std::string(240, 'g')); }), "0"},
-                     {Thrown([&] { document.Set("g", "no name", 1); }),
-                      "34 R\\g\\no name: refused or failed (the log gives the reason)"},
-                     {Thrown([&] { Document(file, "R", true); }),
-                      "43 " + file + ": invalid in its encoding, or refused by the cipher"},
-                     {Thrown([&] { Document(folder.Path().string(), "R"); }),
-                      "42 " + folder.Path().string() + ": the file can't be read"},
-                     {Thrown([] { throw Error(XmlNotFound, "x"); }), "3 x: not found"},
-                     {Thrown([&] { Document(file + std::string("\0x", 2), "R"); }), "34 "},
-                     // What the functions would ignore or mistake.
-                     {Thrown([&] { document.SetAttribute("g", "a", ""); }), "34 "},
-                     {Thrown([&] { document.SetAttribute("g", "", "v"); }), "34 "},
-                     {Thrown([&] { document.Set(second, "a", "v"); }), "34 "},
-                     {Thrown([&] { document.Set(second + "\\h", "a", "v"); }), "34 "},
-                     {Thrown([&] { document.SetAttribute("R\\" + second, "a", "v"); }), "34 "}};
+  const Rows rows = {
+      {Thrown([&] { document.Get(zero); }), "34 "},
+      {Thrown([&] { document.Get("g", zero); }), "34 "},
+      {Thrown([&] { document.OpenGroup(zero); }), "34 "},
+      {Thrown([&] { document.Set("g", "a", zero); }), "34 "},
+      {Thrown([&] { document.Set("g", zero, "v"); }), "34 "},
+      {Thrown([&] { document.Set(zero, "a", "v"); }), "34 "},
+      {Thrown([&] { document.OpenGroup(longPath); }),
+       "34 R\\" + longPath + ": the path is too long"},
+      {Thrown([&] { document.OpenGroup(longPath.substr(1)); }), "0"},
+      {Thrown([&] { document.OpenGroup("g")->OpenGroup(longPath.substr(1)); }),
+       "34 g\\" + longPath.substr(1) + ": the path is too long"},
+      {Thrown([&] { document.Set("g&1a=b", "a", 1); }), "34 R\\g&1a=b\\a: refused"},
+      {Thrown([&] { document.Set("", "no name", 1); }),
+       "34 R\\no name: refused or failed (the log gives the reason)"},
+      {Thrown([&] { Document(file, "R", true); }),
+       "43 " + file + ": invalid in its encoding, or refused by the cipher"},
+      {Thrown([&] { Document(folder.Path().string(), "R"); }),
+       "42 " + folder.Path().string() + ": the file can't be read"},
+      {Thrown([] { throw Error(XmlNotFound, "x"); }), "3 x: not found"},
+      {Thrown([&] { Document(file + std::string("\0x", 2), "R"); }), "34 "},
+      {Thrown([&] { Document(file, zero); }), "34 "},
+      // What the functions would ignore or mistake.
+      {Thrown([&] { document.SetAttribute("g", "a", ""); }), "34 "},
+      {Thrown([&] { document.SetAttribute("g", "", "v"); }), "34 "},
+      {Thrown([&] { document.Set(second, "a", "v"); }), "34 "},
+      {Thrown([&] { document.Set(second + "\\h", "a", "v"); }), "34 "},
+      {Thrown([&] { document.SetAttribute("R\\g&a=b\\" + second, "a", "v"); }), "34 "}};
   for (const auto& [thrown, begin] : rows) EXPECT_EQ(thrown.substr(0, begin.size()), begin);
   EXPECT_EQ(folder.Read("file.xml"), before);
   EXPECT_EQ(Thrown([&] { Open("<R>"); }), "1 " + file + ": not well-formed XML, or out of memory");
@@ -167,7 +172,8 @@ TEST_F(Objects, TakeNoNameForTheRoots) {
   EXPECT_EQ(list.Get("v"), "1");
   EXPECT_EQ(list.OpenGroup("Site")->Get("v"), "2");
   EXPECT_EQ(list.OpenGroup("Site")->OpenGroup("Site")->Get("v"), "3");
-  EXPECT_EQ(document.OpenGroup("Site\\SiteList\\Site")->Get("v"), "2");
+  for (const char* path : {"SiteList\\Site", "Site\\SiteList\\Site"})
+    EXPECT_EQ(document.OpenGroup(path).value().Get("v"), "2");
   EXPECT_EQ(document.OpenGroup("Site")->Id(), "Site");
   document.Set("SiteList", "v", 4);
   document.Set("Site\\SiteList\\Site", "v", 5);
@@ -187,7 +193,8 @@ TEST_F(Objects, HoldWhatTheyNeed) {
   auto it = items.begin();
   const std::string before = *it++;
   EXPECT_EQ(before + it->c_str(), "12");
-  EXPECT_TRUE(++it == items.end() && it != items.begin());
+  EXPECT_TRUE(++it == items.end() && it != items.begin() && ++items.begin() != items.begin());
+  EXPECT_FALSE(items.begin() != items.begin() || ++items.begin() == items.begin());
   EXPECT_EQ(root.Get("a"), std::nullopt);
 }
 
@@ -212,10 +219,12 @@ TEST_F(Objects, WriteWhatTheyReadBack) {
   document.SetAttribute("", "own", false);
   document.Set("", "Time", 2);         // the first whose name begins so
   document.Set("New&a=b&1", "t", "v"); // an attribute's value
+  document.Set("New&\\t2", "u", "w");  // neither a filter nor a number
   EXPECT_EQ(
       folder.Read("file.xml"),
       "<R own=\"false\"><Timeout>2</Timeout><New a=\"b&amp;1\"><value also=\"true\">true</value>"
-      "<pointer>p</pointer><literal>l</literal><view>wh</view><t>v</t></New><empty/></R>");
+      "<pointer>p</pointer><literal>l</literal><view>wh</view><t>v</t><t2><u>w</u></t2></"
+      "New><empty/></R>");
 }
 
 // Counts the lines that say that a list was released.

@@ -8,6 +8,7 @@
 #include <regex>
 #include <stdexcept>
 
+#include "host/ostrumxml/data/utf8.h"
 #include "ostrumxml/parsed_document.h"
 #include "support/locale_guard.h"
 #include "support/text.h"
@@ -159,6 +160,12 @@ TEST(Documents, AreDecodedAsTheScriptsSay) {
 }
 
 TEST(Documents, AreCheckedWhereverASequenceStands) {
+  // The bytes before a text are not its own.
+  for (const std::size_t ascii : {0U, 1U, 2U}) {
+    const std::string text =
+        "\xF0" + std::string(ascii, 'a') + &"\x90\x80\x80"[ascii] + "0123456789abcdef";
+    EXPECT_EQ(Ostrum::ValidUtf8Prefix(std::string_view(text).substr(1)), ascii);
+  }
   const std::string valid =
       "\x7F\xC2\x80\xE0\xA0\x80\xED\x9F\xBF\xEE\x80\x80\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
   for (std::size_t before = 0; before < 70; ++before) {
@@ -166,7 +173,7 @@ TEST(Documents, AreCheckedWhereverASequenceStands) {
       const std::string start = std::string(before, 'a') + "\u20AC";
       EXPECT_EQ(Decode(start + valid + end), start + valid + end);
       for (const std::string_view invalid :
-           Split("\x80|\xC1\xBF|\xC2|\xE0\x9F\xBF|\xE6\x97|\xED\xA0\x80|\xF0\x8F\xBF\xBF|"
+           Split("\x80|\xC0\xBF|\xC1\xBF|\xC2|\xE0\x9F\xBF|\xE6\x97|\xED\xA0\x80|\xF0\x8F\xBF\xBF|"
                  "\xF0\x9F\x98|\xF4\x90\x80\x80|\xF5\x80\x80\x80")) {
         EXPECT_EQ(Decode(start + std::string(invalid) + end),
                   "invalid UTF-8 at byte offset " + std::to_string(start.size()));

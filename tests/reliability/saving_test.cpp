@@ -46,8 +46,9 @@ const struct {
 TEST(Saving, ChangesTheFileAsItIsByThen) {
   for (const std::int32_t encrypted : PlainAndEncrypted()) {
     for (const auto& [theirs, after, line] : meetings) {
-      // A damaged file is waited for until it is two seconds old. Once is enough for that.
-      if (encrypted != 0 && (line == damaged || line == undecodable)) continue;
+      // A damaged file is waited for until it is two seconds old. Once is enough for that, but an
+      // empty one is not decrypted.
+      if (encrypted != 0 && (line == undecodable || (line == damaged && *theirs != '\0'))) continue;
       SCOPED_TRACE(theirs == nullptr ? "gone" : theirs);
       const TestDocument document(before, encrypted);
       ASSERT_EQ(document.Save(), 0U);

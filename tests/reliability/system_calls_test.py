@@ -248,11 +248,14 @@ def ages(folder):
 
 
 def sizes_and_names(folder):
-    for size, code in ((1, SUCCESS), (1 << 20, SUCCESS), (3 << 30, TOO_LONG)):
-        name, document = saved(folder, "<R>" + " " * 1000 + "</R>")
+    # Large pages are asked for only where there is room for one: in the text, or in what is known of its elements.
+    for size, content, code, advice in ((1, " " * 1000, SUCCESS, 0), (1 << 20, " " * 1000, SUCCESS, 0), (5 << 20, " " * 1000, SUCCESS, 1),
+                                        (1 << 20, "<a/>" * 250_000, SUCCESS, 1), (3 << 30, "", TOO_LONG, 0)):
+        name, document = saved(folder, f"<R>{content}</R>")
         with hooked(lambda calls, arguments, size=size: looked_at(arguments, size=size) if calls[-1] == "look" else None) as calls:
             found = open_again(document, name)
         check(found == code and ("read" in calls) == (code == SUCCESS), f"a size of {size} was told: {found}, {calls}")
+        check(calls.count("madvise") == advice, f"a size of {size} was told, large pages asked for: {calls.count('madvise')}")
     check(document.open(name + "/below")[0] == NO_FILE, "a file below a file")
     long_name, number = "\u00e9" * 70, 0xcbf29ce484222325  # longer than some file systems allow with a prefix
     write(f"{folder}/{long_name}", "<R/>")

@@ -64,9 +64,9 @@ class TestDocument {
     return encrypted == 0 || corekit::KCryptWrap::decrypt_data(bytes, bytes) ? bytes
                                                                              : "not encrypted";
   }
-  // Writes the file as another program would.
+  // Writes the file as another program would, or would truncate it to nothing.
   void Write(std::string text) const {
-    if (encrypted != 0) corekit::KCryptWrap::encrypt_data(text, text);
+    if (encrypted != 0 && !text.empty()) corekit::KCryptWrap::encrypt_data(text, text);
     folder.Write(fileName, text);
   }
 

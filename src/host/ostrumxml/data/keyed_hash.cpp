@@ -5,9 +5,9 @@
 namespace Ostrum {
 
 KeyedHash::KeyedHash() noexcept {
-  std::uint64_t key[2] = {};
-  // Without a random source, an address is still hard to guess.
-  if (!platform::FillRandom(key, sizeof key)) key[0] = reinterpret_cast<std::uintptr_t>(this);
+  // Without a random source the address stays, which is still hard to guess.
+  std::uint64_t key[2] = {reinterpret_cast<std::uintptr_t>(this)};
+  platform::FillRandom(key, sizeof key);
   key0 = key[0];
   key1 = key[1];
 }

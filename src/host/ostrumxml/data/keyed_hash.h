@@ -1,11 +1,11 @@
 #ifndef TARVIK_HOST_OSTRUMXML_DATA_KEYED_HASH_H
 #define TARVIK_HOST_OSTRUMXML_DATA_KEYED_HASH_H
 
+#include <algorithm>
 #include <bit>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace Ostrum {
@@ -69,7 +69,7 @@ class KeyedHash {
   static std::uint64_t Word(const char* bytes, std::size_t size) noexcept {
     assert(size <= sizeof(std::uint64_t));
     std::uint64_t word = 0;
-    if (size > 0) std::memcpy(&word, bytes, size);
+    std::copy_n(bytes, size, reinterpret_cast<char*>(&word));
     if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
     return word;
   }
