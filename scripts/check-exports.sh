@@ -9,7 +9,7 @@
 set -euo pipefail
 export LC_ALL=C
 table=$1 library=$2 kind=$3 importLibrary=${4:-}
-declare -A formats=([elf]=elf64-* [x86]=pei-i386 [x64]=pei-x86-64)
+declare -A formats=([elf]=elf*-* [x86]=pei-i386 [x64]=pei-x86-64)
 
 # rows <awk expression>: its value for every row of the table
 rows() { awk "/^[A-Za-z_]/ { print $1 }" "$table"; }
