@@ -62,7 +62,7 @@ std::string Hint(const Place& place, const Step& step) {
     names.push_back(child.GetName());
     if (auto key = KeyOf(child, step)) keys.push_back(*std::move(key));
   }
-  if (step.HasAnyName() || !keys.empty()) return Nearest(step.value, keys);
+  if (!keys.empty()) return Nearest(step.value, keys);
   if (place.size() == 1 && parent.GetName() == step.name)
     return "; the root itself is /" + step.name;
   const std::string number = MisreadNumber(parent, step.name);

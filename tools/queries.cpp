@@ -86,7 +86,7 @@ ExitStatus Status(const Options& options) {
   };
   Json json = {{"enabled", nullptr}, {"catalogVersion", nullptr}};
   const bool isKnown = ask(nullptr);
-  const bool hasVersion = isKnown && ask(version);
+  const bool hasVersion = ask(version);
   if (isKnown) json["enabled"] = enabled == 1;
   if (hasVersion) json["catalogVersion"] = version;
   if (options.json) PrintJson(json);

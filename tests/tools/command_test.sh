@@ -78,6 +78,8 @@ expect 1 '' '*odd.xml: no element Nix in Site, no attribute no in Site' get odd.
 expect 1 '' 'tarvik: configuration.xml: no element Time in Network; there is Timeout' get configuration.xml Network/Time
 expect 1 '' '*: no element Netwrk in Configuration; there is Network' get configuration.xml Netwrk/Timeout
 expect 1 '' '*: no element NetworkTimeout in *; there is Network, and / separates names' get configuration.xml NetworkTimeout
+for name in Networks NetworyTim; do expect 1 '' "*: no element $name in Configuration; there is Network" get configuration.xml $name; done
+expect 1 '' '*: no attribute modes1 in Network; there is mode' get configuration.xml Network/@modes1
 expect 1 '' '*: no element Folder2 in Folders; a number is written in brackets: Folder?2]' get configuration.xml Folders/Folder2
 expect 1 '' '*: Folders has only 3 Folder' get configuration.xml 'Folders/Folder[4]'
 expect 1 '' '*: no root Config; the root is /Configuration' get configuration.xml /Config/Network
@@ -216,6 +218,8 @@ done <<'END'
 END
 : >input
 refused 2 '*exclude each other*' set list.xml --from - --stdin a
+printf 'a\0b' >input
+refused 2 'tarvik: --stdin: is not text in the locale*' set list.xml --stdin 'a[1]'
 "${command[@]}" list --json --values --attributes configuration.xml Network >input
 expect 0 '' '*new.xml: created Net, Net/Port, Net/@p' set --create new.xml /Config/Net/Port '80 & 90' Net/@p '"'
 expect 0 '' '*new.xml: created *' set --create new.xml --from - /Config/Net/Port 70
@@ -291,6 +295,8 @@ else
   expect 0 '' '' decrypt --key-file key secret.xml
   cmp -s broken.xml secret.xml || fail 'decrypt gives another file'
   refused 2 '*secret.xml: is not encrypted' decrypt secret.xml
+  "${command[@]}" encrypt --key-file key - <broken.xml | "${command[@]}" decrypt --key-file key - >plain.xml
+  cmp -s plain.xml broken.xml || fail 'standard input, encrypted and decrypted'
 fi
 expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' get site-status.encrypted.xml .
 expect 2 '' '*encrypted.xml: is encrypted; --encrypted opens it' check site-status.encrypted.xml
@@ -314,9 +320,16 @@ expect 0 HARBOR-SCAN '' get - ProductPackage/ProductID
 # The ready-made queries, by name or from standard input.
 expect 0 '{"enabled":true,"catalogVersion":"20240917.2"}' '' status --json site-status.xml
 expect 0 $'HARBOR-SCAN\tCurrent\tUpdate\t0409\t8.4.1.190\t8.4.1\tWIN-X86\t\t' '' detect catalog.xml HARBOR-SCAN Current Update
+printf '<SiteStatus Status="Disabled"/>' >off.xml
+expect 0 disabled '' status off.xml
+expect 0 '{"enabled":false,"catalogVersion":null}' '' status -j off.xml
+expect 1 '{"enabled":null,"catalogVersion":null}' '*not a SiteStatus element*' status -j catalog.xml
 expect 0 yes '' match catalog.xml CATALOG.XML
 expect 1 '{"matches":false}' '' match -j catalog.xml other.xml
 expect 1 '' '*no such detection entry*' detect odd.xml
+sed 's/ Version="8[^"]*"//' catalog.xml >unversioned.xml
+expect 0 $'HARBOR-SCAN\tCurrent\tUpdate\t0409\t\t8.4.1\tWIN-X86\t\t' '' detect unversioned.xml HARBOR-SCAN Current Update
+[[ $("${command[@]}" detect unversioned.xml | wc -l) == 7 ]] || fail 'entries without Version'
 [[ $("${command[@]}" detect catalog.xml | cut -f 1,4,5) == $'HARBOR-SCAN\t0409\t8.4.1.207\nHARBOR-SCAN\t0407'*$'\nHARBOR-DESK\t0409\t1.7.3.5' ]] || fail 'all entries'
 cp site-status.xml input
 expect 0 $'enabled\n20240917.2' '' status -
