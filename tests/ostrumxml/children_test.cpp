@@ -48,10 +48,9 @@ TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
          if (i % 4 < 2) query.valueBegin = "";
          return Has(parent, query, "x" + std::to_string(i / 4 % 25));
        }},
-      {"each of a few for a while", 70,
+      {"forty in turn that other children lack", 40,
        [](const Element& parent, std::uint32_t i) {
-         return Has(parent, {.match = NameMatch::Exact, .name = "a", .valueBegin = ""},
-                    "x" + std::to_string(i / 70 % 3));
+         return Has(parent, {NameMatch::Prefix, "", 1 + i / 40}, "x" + std::to_string(i % 40));
        }},
       {"counts", 1,
        [](const Element& parent, std::uint32_t) { return parent.CountChildren("none") == 0; }},

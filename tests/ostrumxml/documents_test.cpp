@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "host/ostrumxml/data/utf8.h"
+#include "ostrumxml/both_readers.h"
 #include "ostrumxml/parsed_document.h"
 #include "support/locale_guard.h"
 #include "support/text.h"
@@ -18,32 +19,19 @@ namespace {
 using namespace std::string_literals;
 using Ostrum::Element;
 
-// "\n", "\r", "\t", "\0", "\\" and "\x" with two hexadecimal digits stand for a byte.
-std::string Unescape(const std::string& text) {
-  constexpr std::string_view letters = "nrt0\\", meant("\n\r\t\0\\", 5);
-  static const std::regex form("\\\\(x(..)|.)");
-  std::string bytes, rest = text;
-  for (std::sregex_iterator match(text.begin(), text.end(), form), end; match != end; ++match) {
-    bytes += match->prefix();
-    if ((*match)[2].matched) {
-      bytes += static_cast<char>(std::stoi(match->str(2), nullptr, 16));
-    } else {
-      bytes += meant.at(letters.find(match->str(1)));
-    }
-    rest = match->suffix();
-  }
-  return bytes + rest;
-}
-
-std::pair<std::string, std::string> SplitAt(const std::string& text, const std::string& separator) {
-  const std::size_t end = std::min(text.find(separator), text.size());
-  return {text.substr(0, end), text.substr(std::min(end + separator.size(), text.size()))};
-}
-
 // The text, or why it cannot be decoded.
 std::string Decode(const std::string& bytes) {
   const Parsed parsed(bytes);
   return parsed.refusal.empty() ? parsed.source : parsed.refusal;
+}
+
+// The cases that a pattern stands for.
+std::vector<std::string> Filled(const std::string& pattern) {
+  const std::size_t count = pattern.find('@') == pattern.npos ? 1 : 67;
+  std::vector<std::string> cases;
+  for (std::size_t letters = 0; letters < count; ++letters)
+    cases.push_back(std::regex_replace(pattern, std::regex("@"), std::string(letters, 'x')));
+  return cases;
 }
 
 class Player {
@@ -70,20 +58,17 @@ class Player {
  private:
   std::string Expand(std::string text) const {
     for (const auto& [name, value] : names) text = std::regex_replace(text, name, value);
-    static const std::regex repeated("\\{([^{}]*)\\*(\\d+)\\}");
-    for (std::smatch match; std::regex_search(text, match, repeated);)
-      text = match.prefix().str() + Repeat(match[1], std::stoul(match[2])) + match.suffix().str();
-    return text;
+    return ExpandRepeats(std::move(text));
   }
 
   void Parse(const std::string& text) {
-    document.emplace(Unescape(text));
+    document.emplace(Unescape(text, true));
     ASSERT_TRUE(document->document) << document->error;
     EXPECT_EQ(Describe(document->At("")), DescribeByExpat(document->source));
     Gives(text);
   }
   void Gives(const std::string& text) const {
-    EXPECT_EQ(document->Generate(), Unescape(text));
+    EXPECT_EQ(document->Generate(), Unescape(text, true));
     EXPECT_EQ(Answers(document->At("")), Answers(Parsed(document->Generate()).At("")));
   }
 
@@ -97,12 +82,12 @@ class Player {
     if (name.starts_with('@') && removes) {
       parent.RemoveAttribute(name.substr(1));
     } else if (name.starts_with('@')) {
-      parent.SetAttribute(name.substr(1), Unescape(value));
+      parent.SetAttribute(name.substr(1), Unescape(value, true));
     } else if (removes) {
       for (int times = 0; times < 2; ++times) parent.RemoveChild(element); // nothing more
     } else {
       if (element.IsNull()) element = parent.AddElementInto(name);
-      element.SetText(Unescape(value));
+      element.SetText(Unescape(value, true));
     }
   }
   void Refuses(const std::string& edit) const {
@@ -118,7 +103,23 @@ class Player {
     const auto [names, after] = SplitAt(bracket, "]");
     if (text.find("gb18030") != text.npos && !hasUtf8) return; // Wine lacks it
     for (const std::string_view name : Split(names))
-      EXPECT_EQ(Decode(Unescape(before + std::string(name) + after)), Unescape(expected)) << name;
+      EXPECT_EQ(Decode(Unescape(before + std::string(name) + after, true)),
+                Unescape(expected, true))
+          << name;
+  }
+
+  static void IsPlain(const std::string& pattern) {
+    for (const std::string& text : Filled(Unescape(pattern, true)))
+      EXPECT_EQ(CompareReaders(text), Comparison::ReadPlainly) << text;
+  }
+  static void IsMalformed(const std::string& patterns) {
+    for (const std::string_view pattern : Split(patterns)) {
+      for (const std::string& text : Filled(Unescape(std::string(pattern), true))) {
+        Ostrum::DocumentData plain(text), parsed(text);
+        EXPECT_NE(Ostrum::ReadByParser(parsed).error, Ostrum::NO_PARSER_ERROR) << text;
+        EXPECT_FALSE(Ostrum::ReadPlainly(plain)) << text;
+      }
+    }
   }
 
   std::vector<std::pair<std::regex, std::string>> names;
@@ -134,7 +135,7 @@ class Player {
       {"error",
        [](const std::string& text) {
          const auto [number, source] = SplitAt(text, " ");
-         EXPECT_EQ(std::to_string(Parsed(Unescape(source)).error), number);
+         EXPECT_EQ(std::to_string(Parsed(Unescape(source, true)).error), number);
        }},
       {"edit",
        [this](const std::string& text) {
@@ -146,12 +147,15 @@ class Player {
        }},
       {"gives", [this](const std::string& text) { Gives(text); }},
       {"bytes", &Decodes},
+      {"plain", &IsPlain},
+      {"malformed", &IsMalformed},
   };
 };
 
 TEST(Documents, AreWhatTheScriptsSay) {
   Player("reading.txt");
   Player("editing.txt");
+  Player("readers.txt");
 }
 
 TEST(Documents, AreDecodedAsTheScriptsSay) {

@@ -2,15 +2,12 @@
 // each name and value.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <random>
 
 #include "host/ostrumxml/data/utf8.h"
 #include "ostrumxml/parsed_document.h"
 #include "paths/path_search.h"
 #include "support/locale_guard.h"
-#include "support/log_lines.h"
-#include "support/text.h"
 #include "text/convert.h"
 
 namespace {
@@ -123,63 +120,6 @@ TEST(Search, FindsWhatAWalkFindsInEveryCharacterSet) {
       }
     }
   }
-}
-
-// Lines are due for names without a form up to the child that is found, whatever the index knows.
-TEST(Search, LogsEachNameWithoutAFormOnTheWay) {
-  if (!hasUtf8) GTEST_SKIP() << "the locale \"C\" has all bytes there";
-  const Parsed parsed("<r><ab/>" + Repeat("<a/>", 40) + "<\u0416/><a/><\u0416/></r>");
-  LogLines log;
-  const std::pair<std::uint32_t, std::size_t> expected[] = {{40, 0}, {41, 1}, {42, 2}};
-  for (const auto& [n, lines] : expected) {
-    log.Take();
-    EXPECT_EQ(FindChild(parsed.At(""), {NameMatch::Exact, "a", n}).IsNull(), n == 42);
-    EXPECT_EQ(log.Take().size(), lines) << n;
-  }
-  // So are lines for values that a filter meets.
-  const Parsed filtered("<r>" + Repeat("<a k='\u0416'/>", 3) + "<a k='1'/></r>");
-  EXPECT_FALSE(FindChild(filtered.At(""), {NameMatch::Prefix, "a", 1, "k", "1"}).IsNull());
-  EXPECT_EQ(log.Take().size(), 3U);
-  // So is one for each child that would be asked for an attribute whose name is not text.
-  const LocaleGuard utf8("C.UTF-8");
-  EXPECT_TRUE(FindChild(parsed.At(""), {NameMatch::Prefix, "a", 1, "\xFF", "1"}).IsNull());
-  EXPECT_EQ(log.Take().size(), 42U);
-}
-
-// A default stands for the value of every element, and only its beginning matters for a filter.
-TEST(Search, TakesTimeInProportionWhateverDefaultsAndFiltersThereAre) {
-  const Parsed parsed("<!DOCTYPE r [<!ENTITY e '" + std::string(8'000, 'x') +
-                      "'><!ATTLIST a k CDATA '" + Repeat("&e;", 900) + "'>]><r>" +
-                      Repeat("<a/>", 8'000) + "</r>");
-  const auto start = std::chrono::steady_clock::now();
-  for (const char* const value : {"zz", "x", "y"}) {
-    for (const char* const locale : {"C", hasUtf8 ? "C.UTF-8" : "C"}) {
-      const LocaleGuard guard(locale);
-      EXPECT_EQ(FindChild(parsed.At(""), {NameMatch::Prefix, "a", 1, "k", value}).IsNull(),
-                *value != 'x');
-    }
-  }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
-}
-
-// Twelve attributes in turn, each of which one child lacks.
-TEST(Search, KeepsTheListsOfTwelveAttributesInTurn) {
-  const std::string attributes = "abcdefghijkl";
-  std::string tag = "<a";
-  for (const char key : attributes) tag += std::string(" ") + key + "='v'";
-  const auto clocksFor = [&](std::uint32_t count) {
-    const Parsed parsed("<r><a/>" + Repeat(tag + "/><b/>", count) + "</r>");
-    const std::clock_t start = std::clock();
-    for (std::uint32_t n = 1; n <= count; ++n) {
-      for (const char key : attributes) {
-        const char attribute[] = {key, '\0'};
-        EXPECT_FALSE(FindChild(parsed.At(""), {NameMatch::Exact, "a", n, attribute}).IsNull());
-      }
-    }
-    return std::clock() - start;
-  };
-  const std::clock_t less = clocksFor(1'000);
-  EXPECT_LT(clocksFor(4'000), 8 * less + CLOCKS_PER_SEC / 10);
 }
 
 } // namespace

@@ -14,9 +14,18 @@ namespace {
 using Document = const TestDocument&;
 using Call = bool (*)(Document, std::uint32_t n); // uses the n-th unit; false for a wrong answer
 
-bool Reads(Document document, const std::string& item, std::uint32_t n,
-           const char* name = nullptr) {
-  return document.Read({"r", item.c_str(), name, static_cast<int>(n)}).starts_with("0 ");
+// The beginning of the text, or of the attribute's value, of the root's n-th child; or "Not Found".
+std::string Value(Document document, const std::string& child, const char* attribute = nullptr,
+                  std::uint32_t n = 1) {
+  char value[16] = "";
+  const char* const type = attribute == nullptr ? "ELEMENT" : "ATTRIBUTE";
+  EnumXMLItem(document.list, document.cookie, "r", child.c_str(), type, static_cast<int>(n),
+              attribute, "ATTRIBUTE", value, sizeof value);
+  return value;
+}
+bool Reads(Document document, const std::string& child, std::uint32_t n,
+           const char* attribute = nullptr) {
+  return Value(document, child, attribute, n) != "Not Found";
 }
 
 bool ReadsByNumber(Document document, std::uint32_t n) {
@@ -36,6 +45,21 @@ bool Creates(Document document, std::uint32_t n) {
   return n > 20 || document.SetText(path.c_str(), ("n" + std::to_string(n)).c_str(), "v") == 0U;
 }
 
+bool ReadsByDefault(Document document, std::uint32_t n) {
+  return n > 2 ||
+         (document.Group("a&k=x") != "Not Found" && document.Group("a&k=y") == "Not Found");
+}
+// Sets a value again and again while the file cannot take it.
+bool Waits(Document document, std::uint32_t n) {
+  if (n > 1) return true;
+  const std::string before = document.Bytes(), value(40'000, '9');
+  document.Write("<s/>");
+  for (int time = 0; time < 5'000; ++time)
+    if (document.SetText("a", "b", value) != 34U) return false;
+  document.Write(before);
+  return true;
+}
+
 // What a caller does with a document of `count` units, whose last child is read and set. Returns
 // the code of opening it, or 99 for a wrong answer.
 int Work(const std::string& bytes, Call call, std::uint32_t count) try {
@@ -43,9 +67,8 @@ int Work(const std::string& bytes, Call call, std::uint32_t count) try {
   bool isAsExpected = true;
   for (std::uint32_t i = 1; call != nullptr && isAsExpected && i <= count; ++i)
     isAsExpected = call(document, i) && call(document, count + 1 - i);
-  isAsExpected = isAsExpected && document.Text("r", "z") == "end" &&
-                 document.Attribute("r", "z", "k") == "v" &&
-                 document.Attribute("r", "r", "none") == "Not Found" &&
+  isAsExpected = isAsExpected && Value(document, "z") == "end" &&
+                 Value(document, "z", "k") == "v" && Value(document, "r", "none") == "Not Found" &&
                  document.SetText("r", "z", "set") == XmlSuccess &&
                  document.SetAttribute("r", "new", "v") == XmlSuccess &&
                  document.Bytes().size() < bytes.size() + 50'000;
@@ -75,6 +98,8 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
   const std::string elements = begin + "<!ENTITY f '" + Repeat("<a/>", 60) + "'>]><r>";
   const std::string defaults = begin + "<!ATTLIST r" + Repeat(" a@ CDATA ''", 30'000) + ">]><r>";
   const std::string entities = begin + "<!ENTITY e '" + e + "'><!ENTITY f '<a/>'>]><r><t>";
+  const std::string longDefault = begin + "<!ENTITY e '" + std::string(8'000, 'x') +
+                                  "'><!ATTLIST a k CDATA '" + Repeat("&e;", 900) + "'>]><r>";
   const std::string external =
       begin + "<!ENTITY % p SYSTEM 'file:///dev/zero'>%p;<!ENTITY e SYSTEM '/dev/zero'>]><r>";
   const struct { // both units are repeated equally often
@@ -90,6 +115,8 @@ TEST(HostileFiles, CostInProportionToTheirSize) {
        "", ReadsInTurn},
       {"elements created after white space", 0, "<r>\n", " ", "", "", Creates},
       {"elements and long text from entities", 0, entities, "&e;", "</t>", "&f;", ReadsFromEntity},
+      {"a long default", 0, longDefault, "<a/>", "", "", ReadsByDefault},
+      {"changes that wait for the file", 0, "<r>", " ", "", "", Waits},
       {"nested elements", 0, "<r>", "<n>", "", "</n>"},
       {"declared entities, each used", 0, begin, "<!ENTITY e@ 'x'>", "]><r>", "&e@;"},
       {"declared attributes", 0, begin, "<!ATTLIST e@ a CDATA 'x'>", "]><r>"},

@@ -13,14 +13,7 @@
 #include <utility>
 #include <vector>
 
-// Replaces "\x" and two hexadecimal digits by a byte. Other backslashes stand for themselves.
-inline std::string Unescape(std::string text) {
-  static const std::regex byte("\\\\x([0-9A-Fa-f]{2})");
-  std::string bytes;
-  for (std::smatch m; std::regex_search(text, m, byte); text = m.suffix().str())
-    bytes += m.prefix().str() + static_cast<char>(std::stoi(m.str(1), nullptr, 16));
-  return bytes + text;
-}
+#include "support/text.h"
 
 // The words of a line: plain ones by their number, and options by their name. "-" is null.
 class Words {
@@ -67,8 +60,7 @@ class Words {
 
 // The first word, and the rest of a line.
 inline std::pair<std::string, std::string> SplitOne(const std::string& line) {
-  const std::size_t end = std::min(line.find(' '), line.size());
-  return {line.substr(0, end), line.substr(std::min(end + 1, line.size()))};
+  return SplitAt(line, " ");
 }
 
 struct ScriptLine {
@@ -83,17 +75,15 @@ struct Script {
   std::vector<ScriptLine> lines;
 };
 
-// A line with "{name}" replaced by its value, and "{text*3}" by "texttexttext".
+// A line with "{name}" replaced by its value, and repeated text.
 inline std::string Expand(std::string line, const Words& values) {
-  static const std::regex form("\\{([^{}]*?)(\\*(\\d+))?\\}");
+  static const std::regex form("\\{(\\w+)\\}");
   for (std::smatch m; std::regex_search(line, m, form);) {
-    std::string value;
-    for (int i = 0; m[2].matched && i < std::stoi(m.str(3)); ++i) value += m.str(1);
-    if (!m[2].matched)
-      value = values.IsNull(m.str(1)) ? "-" : values.Option(m.str(1), "unknown name");
+    const std::string value =
+        values.IsNull(m.str(1)) ? "-" : values.Option(m.str(1), "unknown name");
     line = m.prefix().str() + value + m.suffix().str();
   }
-  return line;
+  return ExpandRepeats(std::move(line));
 }
 
 // All variants of a file's sessions.

@@ -48,15 +48,4 @@ class LogLines {
   std::vector<std::string> traces;
 };
 
-// The line that tells why a call was refused, which must be the only one of its kind.
-inline std::string Reason(const std::vector<std::string>& lines) {
-  const std::string start = "error: ostrumxml: ";
-  std::string reason;
-  for (const std::string& line : lines) {
-    if (line.starts_with(start))
-      reason += (reason.empty() ? "" : " and ") + line.substr(start.size());
-  }
-  return reason;
-}
-
 #endif

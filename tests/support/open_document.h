@@ -23,16 +23,6 @@ std::string Answer(const std::string& before, Call call) {
   return code + stored + (untouched.compare(end, end, buffer, end, end) == 0 ? "" : "!");
 }
 
-// The arguments of a read, in the order in which they differ most.
-struct ItemCall {
-  const char *path, *item;
-  const char* attribute = nullptr; // null for an element's text
-  std::int32_t index = 1;
-  const char* valueType = "ATTRIBUTE";
-  const char* type = attribute == nullptr ? "ELEMENT" : "ATTRIBUTE";
-  std::uint32_t capacity = 16;
-};
-
 class TestDocument {
  public:
   // text: the file's content before encryption, if any.
@@ -54,8 +44,6 @@ class TestDocument {
   }
 
   const std::string& Name() const { return name; }
-  // The name and cookie, as log lines show them.
-  std::string Opened() const { return name + " (" + std::to_string(cookie) + ")"; }
   std::ptrdiff_t FilesInFolder() const { return folder.FileCount(); }
   // The file's text, or why there is none.
   std::string Bytes() const {
@@ -70,24 +58,11 @@ class TestDocument {
     folder.Write(fileName, text);
   }
 
-  std::string Read(const ItemCall& c) const {
-    return Answer("#", [&](char* value) {
-      return EnumXMLItem(list, cookie, c.path, c.item, c.type, c.index, c.attribute, c.valueType,
-                         value, c.capacity);
-    });
-  }
   // The group's ID, or "Not Found".
   std::string Group(const char* path, std::uint32_t occurrence = 1) const {
     char id[260] = "";
     EnumXMLGroup(list, cookie, path, occurrence, id, sizeof id);
     return id;
-  }
-  // The whole text of a child element, or "Not Found".
-  std::string Text(const char* path, const char* child) const {
-    return Read(path, child, "ELEMENT", nullptr);
-  }
-  std::string Attribute(const char* path, const char* element, const char* attribute) const {
-    return Read(path, element, "ATTRIBUTE", attribute);
   }
   std::uint32_t SetText(const char* path, const char* child, const std::string& value) const {
     return SetXMLItem(list, cookie, path, child, "ELEMENT", value.c_str());
@@ -105,14 +80,6 @@ class TestDocument {
 
  private:
   static constexpr const char* fileName = "document.xml";
-
-  std::string Read(const char* path, const char* item, const char* type,
-                   const char* attribute) const {
-    std::string value(1 << 22, '\0');
-    GetXMLItem(list, cookie, path, item, type, attribute, type, value.data(),
-               static_cast<std::uint32_t>(value.size()));
-    return value.c_str();
-  }
 
   TempFolder folder;
   std::string name = folder.Name(fileName);
