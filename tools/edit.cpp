@@ -135,6 +135,12 @@ class Application {
   std::vector<std::pair<const Path*, Place>> removals;
 };
 
+// False where that cannot be told.
+bool IsMissing(const platform::FileName& name) {
+  std::error_code failure;
+  return status(name, failure).type() == std::filesystem::file_type::not_found;
+}
+
 // The root's name for a new file: that with which a path begins.
 std::string RootOf(const std::vector<Change>& changes) {
   for (const auto& [path, value] : changes) {
@@ -212,7 +218,7 @@ class Target final : public Ostrum::PendingChanges {
  private:
   void Read() {
     if (!isInput && IsStream(options.file))
-      throw std::runtime_error("is a pipe, which cannot be saved");
+      throw std::runtime_error("is a pipe or a device, which cannot be saved");
     std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
     if (isInput || options.dryRun) original = bytes;
     Ostrum::FileText text = Decode(std::move(bytes), options);
@@ -240,7 +246,7 @@ class Target final : public Ostrum::PendingChanges {
   const std::vector<Change>& changes;
   const bool isInput = options.file == "-";
   const platform::FileName name = console::FileNameOf(options.file);
-  const bool isNew = options.create && !isInput && !exists(name);
+  const bool isNew = options.create && !isInput && IsMissing(name);
   Ostrum::DocumentFile file{name, options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr,
                             options.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr};
   bool isChanged = false;

@@ -36,8 +36,10 @@ class MemberReader : public nlohmann::json_sax<nlohmann::json> {
   bool end_object() override { return true; }
   bool start_array(std::size_t) override { return RefuseValue(); }
   bool end_array() override { return true; }
-  bool parse_error(std::size_t offset, const std::string&,
-                   const nlohmann::json::exception&) override {
+  bool parse_error(std::size_t offset, const std::string& token,
+                   const nlohmann::json::exception& error) override {
+    constexpr int outOfRange = 406;
+    if (error.id == outOfRange) Refuse(token + " is out of range");
     Refuse("not valid JSON at byte offset " + std::to_string(offset));
   }
 

@@ -48,7 +48,8 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
     PrintBytes(converted);
     return ExitStatus::Found;
   }
-  if (IsStream(options.file)) throw std::runtime_error("is a pipe, which cannot be rewritten");
+  if (IsStream(options.file))
+    throw std::runtime_error("is a pipe or a device, which cannot be rewritten");
   console::HoldSignals(true);
   Ostrum::RewriteFile(console::FileNameOf(options.file), convert);
   return ExitStatus::Found;

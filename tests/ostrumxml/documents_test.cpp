@@ -80,7 +80,8 @@ class Player {
     const std::string name = path.filename().string();
     Element parent = document->At(path.parent_path()), element = document->At(path);
     if (name.starts_with('@') && removes) {
-      parent.RemoveAttribute(name.substr(1));
+      for (int times = 0; times < 2; ++times)
+        parent.RemoveAttribute(name.substr(1)); // nothing more
     } else if (name.starts_with('@')) {
       parent.SetAttribute(name.substr(1), Unescape(value, true));
     } else if (removes) {

@@ -213,6 +213,7 @@ done <<'END'
 {"a": 1, "a": 2}|a comes twice
 [1]|the JSON must be*
 "a"|the JSON must be*
+{"a": 1e400}|1e400 is out of range
 {"a": |not valid JSON at byte offset *
 |not valid JSON*
 END
@@ -241,6 +242,7 @@ expect 2 '' '*none.xml: does not exist' set none.xml a x
 change "$lines" '<r>\n  <a k="2"/>\n</r>\n' '' remove 'a[1]'
 change "$lines" '<r>\n  <a>x</a>\n  <a/>\n</r>\n' '' remove --all a/@k
 change "$lines" '<r>\n</r>\n' '' remove --all a 'a[1]/@k'
+change '<!DOCTYPE r [<!ATTLIST r d CDATA "x">]><r d="y"/>' '<!DOCTYPE r [<!ATTLIST r d CDATA "x">]><r/>' '' remove @d ./@d
 change '<r> <a/><b><c/></b></r>' '<r> <b></b></r>' '' remove a b/c
 change '<r>\r\n<a>\r\n</a>\r\n<b/></r>' '<r>\r\n<b/></r>' '' remove a
 cp list.xml before
@@ -454,6 +456,9 @@ fi
 "${command[@]}" set -vv configuration.xml Network/Timeout 31 >&- 2>&- <&- || fail 'a set without streams'
 [[ $("${command[@]}" get <(cat configuration.xml) Network/Timeout) == 31 ]] || fail 'a pipe as FILE'
 "${command[@]}" set <(cat configuration.xml) Name x 2>err && fail 'a set on a pipe' || [[ $? == 2 && $(<err) == *'cannot be saved' ]] || fail "$(<err)"
+expect 2 '' '*/dev/null: is a pipe or a device*' set /dev/null a 1
+ln -s loop loop
+expect 2 '' 'tarvik: loop: cannot be read*' set --create loop /r/a 1
 "${command[@]}" encrypt <(cat configuration.xml) 2>err && fail 'encrypt of a pipe' || [[ $? == 2 && $(<err) == *'cannot be rewritten' ]] || fail "$(<err)"
 "${command[@]}" get - a </ 2>err && fail 'a folder as standard input' || [[ $? == 2 && $(<err) == *': cannot be read' ]] || fail "$(<err)"
 

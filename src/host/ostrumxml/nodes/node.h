@@ -65,8 +65,8 @@ class Element {
   // name or the value, if the attribute's declared type would fold its white space, or if
   // CanBeChanged is false.
   void SetAttribute(std::string_view name, std::string_view value);
-  // Removes an attribute with the white space before it. Refused if there is none, if only the
-  // document type declares it, or if CanBeChanged is false.
+  // Removes an attribute with the white space before it; nothing if that was done before. Refused
+  // if there is none, if only the document type declares it, or if CanBeChanged is false.
   void RemoveAttribute(std::string_view name);
   // Adds a new element without content as the last child. Instead of throwing
   // std::invalid_argument, it gives the null element if the name is not an XML name or if

@@ -80,11 +80,14 @@ void Element::SetAttribute(std::string_view name, std::string_view value) {
 
 void Element::RemoveAttribute(std::string_view name) {
   RequireChangeable();
+  DocumentData& data = Data();
+  const ElementChange::SetAttributes& changed = data.ChangeOf(number).attributes;
+  const auto change = changed.find(name);
+  if (change != changed.end() && !change->second.value) return; // removed before
   const Value present = GetAttribute(name);
   if (present.IsNull()) throw std::invalid_argument("no such attribute");
   if (present.form == Value::Form::Declared)
     throw std::invalid_argument("only the document type declares the attribute");
-  DocumentData& data = Data();
   data.AddChange(number).attributes[std::string(name)] = {};
   ++data.attributesSet;
 }
