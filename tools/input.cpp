@@ -38,7 +38,7 @@ class MemberReader : public nlohmann::json_sax<nlohmann::json> {
   bool end_array() override { return true; }
   bool parse_error(std::size_t offset, const std::string& token,
                    const nlohmann::json::exception& error) override {
-    constexpr int outOfRange = 406;
+    constexpr int outOfRange = 406; // as the JSON library numbers its errors
     if (error.id == outOfRange) Refuse(token + " is out of range");
     Refuse("not valid JSON at byte offset " + std::to_string(offset));
   }

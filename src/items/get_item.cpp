@@ -66,7 +66,6 @@ std::uint32_t Missing(const ItemRequest& request, const char* name, const wchar_
 // The element that the path is a key of; the null element if there is none.
 Element FindKnownElement(const XmlFileRecord& record, const char* path) {
   assert(path != nullptr && record.elementMap->Size() > 0);
-  assert(path != nullptr && record.elementMap->Size() > 0);
   char buffer[bufferSize];
   std::string_view key = PathBelowRoot(record, path, buffer);
   if (key.empty()) key = TruncateToBuffer(path, buffer); // the root alone, whose key is its name

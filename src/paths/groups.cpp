@@ -39,7 +39,6 @@ std::string_view FormGroupId(std::string_view path, std::uint32_t occurrence,
 // The element below which the group is. Logs and returns the null element if it is not in the map.
 Element FindStart(const XmlFileRecord& record, const CallerBuffer& buffer) {
   assert(record.elementMap->Size() > 0); // the root's entry at least
-  assert(record.elementMap->Size() > 0); // the root's entry at least
   const char* const parentId = buffer.Text();
   if (*parentId != '\0') {
     const Element parent = record.elementMap->Find(parentId);

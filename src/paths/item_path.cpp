@@ -13,7 +13,6 @@
 
 const char* ReturnTokenFromString(const char* text, char separator) {
   assert(text != nullptr);
-  assert(text != nullptr);
   const Trace trace(L"ReturnTokenFromString");
   if (*text == '\0') {
     LogDetail(L"Source token is NULL or empty");
@@ -25,7 +24,6 @@ const char* ReturnTokenFromString(const char* text, char separator) {
 }
 
 bool IsRootInPath(const XmlFileRecord& record, const char* path) {
-  assert(path != nullptr && record.document != nullptr);
   assert(path != nullptr && record.document != nullptr);
   const Trace trace(L"IsRootInPath");
   try {

@@ -27,7 +27,6 @@ inline int FormatToBuffer(char* buffer, const std::size_t& capacity,
     isCut = isCut || fitting < piece.size();
   }
   assert(length < capacity);
-  assert(length < capacity);
   buffer[length] = '\0';
   if (isCut) return -1;
   return static_cast<int>(std::min<std::size_t>(length, INT_MAX));

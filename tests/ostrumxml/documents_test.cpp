@@ -81,11 +81,12 @@ class Player {
     Element parent = document->At(path.parent_path()), element = document->At(path);
     if (name.starts_with('@') && removes) {
       for (int times = 0; times < 2; ++times)
-        parent.RemoveAttribute(name.substr(1)); // nothing more
+        parent.RemoveAttribute(name.substr(1)); // the second changes nothing
     } else if (name.starts_with('@')) {
       parent.SetAttribute(name.substr(1), Unescape(value, true));
     } else if (removes) {
-      for (int times = 0; times < 2; ++times) parent.RemoveChild(element); // nothing more
+      for (int times = 0; times < 2; ++times)
+        parent.RemoveChild(element); // the second changes nothing
     } else {
       if (element.IsNull()) element = parent.AddElementInto(name);
       element.SetText(Unescape(value, true));
