@@ -81,27 +81,29 @@ void AddStep(SetRequest& request, const std::string& component) {
     AddAttribute(request, attributeName.c_str(), rest);
 }
 
+// Adds a step for each component.
+void AddSteps(SetRequest& request, const char* path) {
+  while (path != nullptr) AddStep(request, Cut(path, '\\'));
+}
+
 // Throws std::invalid_argument if a name or value is not allowed in XML or is not text in the
 // locale, or if a component has no name, and std::bad_alloc. Throws also if it cannot be told
 // whether the path begins with the root: otherwise a second root could be created below the root.
+// Path and item name are never joined: half a character at the path's end would take the "\" in.
 SetRequest Parse(const XmlFileRecord& record, const char* path, const char* itemName,
                  const char* itemType, const char* value) {
   if (path == nullptr || itemName == nullptr || itemType == nullptr || value == nullptr)
     throw std::invalid_argument("a path, item name, item type or value is null");
   if (IsRootInPath(record, path)) path = RemoveRootFromBeginningOfPath(path);
-  std::string rest = path;
   SetRequest request;
   request.steps.emplace_back();
+  if (*path != '\0') AddSteps(request, path);
   const std::string_view type = itemType;
   if (type == "ELEMENT") {
-    if (!rest.empty()) rest += '\\';
-    rest += itemName;
-    if (rest.empty()) throw std::invalid_argument("the item has no name");
+    if (*path == '\0' && *itemName == '\0') throw std::invalid_argument("the item has no name");
+    AddSteps(request, itemName);
     request.text = Value(value);
   }
-  const char* next = rest.c_str();
-  if (rest.empty()) next = nullptr;
-  while (next != nullptr) AddStep(request, Cut(next, '\\'));
   if (type == "ATTRIBUTE" && *itemName != '\0' && *value != '\0')
     AddAttribute(request, itemName, value);
   return request;
