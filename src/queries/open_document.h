@@ -53,7 +53,9 @@ class OpenDocument {
     code = EnumXMLGroup(list, cookie, path, occurrence, group.text, QueryText::size);
     return IsBelowRoot(path, group);
   }
+  // The value is empty if the read fails without storing a text.
   bool Read(const char* group, const QueryItem& item, QueryText& value) {
+    value.text[0] = '\0';
     code = GetXMLItem(list, cookie, group, item.name, item.Type(), item.attribute, item.Type(),
                       value.text, QueryText::size);
     return code == XmlSuccess;
