@@ -30,7 +30,7 @@ class InvalidElementName : public std::invalid_argument {
 std::string InUtf8(const char* given) {
   const DocumentText converted(given);
   if (!converted.Text())
-    throw std::invalid_argument("a name or value is not valid text in the locale's character set");
+    throw std::invalid_argument("a name or value is not valid text in the caller's character set");
   return std::string(*converted.Text());
 }
 

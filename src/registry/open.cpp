@@ -56,7 +56,7 @@ void GetXMLEncoding() noexcept {
 std::unique_ptr<Ostrum::DocumentFile> FileOf(const char* name, bool encrypted) {
   const WideText wideName(ConvertToUnicode(name));
   if (wideName == nullptr) {
-    LogReason(L"the file name is not valid text in the locale's character set");
+    LogReason(L"the file name is not valid text in the caller's character set");
     Refuse(XmlFailure, name, L"unable to convert the file name.");
   }
   using corekit::KCryptWrap;
@@ -113,7 +113,7 @@ std::unique_ptr<ElementMap> MapOf(const Ostrum::Element& root, const char* name)
   auto map = std::make_unique<ElementMap>();
   const LocaleText rootName(root.GetName());
   if (!rootName.Text()) {
-    LogReason(L"the locale's character set cannot represent the root element's name");
+    LogReason(L"the caller's character set cannot represent the root element's name");
     Refuse(XmlFailure, name, L"unable to convert the name of the root element.");
   }
   map->Insert(*rootName.Text(), root);
