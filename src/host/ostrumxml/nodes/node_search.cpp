@@ -15,8 +15,9 @@ namespace {
 // Children after this many others are found by an index.
 constexpr std::uint32_t fewChildren = 24;
 
-// Limits on the lists: their number, and their entries for each child.
-constexpr std::size_t maxLists = 64;
+// Limits on the lists: their number, and their entries for each child. The latter may be more if
+// the entries take no more memory than the children's own text, as with many attributes each.
+constexpr std::size_t maxLists = 256;
 constexpr std::size_t maxEntriesPerChild = 16;
 
 // No caller asks for a value by a longer beginning, in bytes.
@@ -192,11 +193,15 @@ const ChildIndex::List* ChildIndex::ListFor(const ChildQuery& query, Range named
 // program that asks for more keys in turn than there is room for must not rebuild them all the
 // time.
 bool ChildIndex::MakeRoom() {
-  const auto hasRoom = [this] {
-    const std::size_t childCount = std::max(byName.size(), byText.size());
+  const std::size_t childCount = std::max(byName.size(), byText.size());
+  const ElementRecord& element = data.elements[parent];
+  const std::size_t ownText = element.contentEnd - element.contentStart;
+  const std::size_t maxEntries =
+      std::max(maxEntriesPerChild * childCount, ownText / sizeof(Numbers::value_type));
+  const auto hasRoom = [&] {
     std::size_t entries = childCount; // a new list has no more
     for (const List& list : lists) entries += list.numbers.size();
-    return lists.size() < maxLists && entries <= maxEntriesPerChild * childCount;
+    return lists.size() < maxLists && entries <= maxEntries;
   };
   if (hasRoom()) return true;
   std::erase_if(lists, [this](const List& list) { return list.lastUse + maxLists < uses; });
