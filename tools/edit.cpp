@@ -206,6 +206,7 @@ class Target final : public Ostrum::PendingChanges {
   }
 
   void Report() const {
+    if (!FlushOutput()) return; // what could not be printed was not done
     if (options.json) PrintJson(application->values);
     const std::string created = Listed(application->created);
     std::string note;

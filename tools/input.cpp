@@ -2,6 +2,7 @@
 
 #include <corekit/corekit.h>
 
+#include <climits>
 #include <fstream>
 #include <iostream>
 #include <unordered_set>
@@ -74,8 +75,11 @@ std::string ReadBytes(const std::string& file) {
   if (file != "-") source = pipe.open(name, std::ios::in | std::ios::binary);
   std::istream stream(source);
   char part[65536];
-  while (stream.read(part, sizeof part) || stream.gcount() > 0)
+  while (stream.read(part, sizeof part) || stream.gcount() > 0) {
     bytes.append(part, static_cast<std::size_t>(stream.gcount()));
+    if (bytes.size() > INT_MAX)
+      throw Ostrum::ReadFailure(Ostrum::ReadTooLong, "is longer than 2 GB");
+  }
   if (!stream.eof()) throw std::runtime_error("cannot be read");
   return bytes;
 }

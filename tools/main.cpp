@@ -109,8 +109,15 @@ class CommandLine {
     for (auto word = arguments.begin(); word != arguments.end() && command == nullptr; ++word)
       command = CommandOf(*word); // for errors
     const auto end = std::ranges::find(arguments, "--");
+    std::vector<std::string> lastFirst;
+    for (auto word = end; word != arguments.begin();) {
+      lastFirst.push_back(*--word);
+      if (!LooksLikeOption(*word) || word->find('=') != word->size() - 1) continue;
+      lastFirst.back().clear(); // CLI11 would take the next argument for the value of "--default="
+      lastFirst.push_back(word->substr(0, word->size() - 1));
+    }
     try {
-      app.parse(std::vector(std::reverse_iterator(end), arguments.rend())); // last first
+      app.parse(std::move(lastFirst));
     } catch (const CLI::ParseError& error) {
       throw UsageError(Complaint(error));
     }
@@ -126,7 +133,7 @@ class CommandLine {
   static std::string Complaint(const CLI::ParseError& error) {
     std::string text = error.what();
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
-      text = text.substr(0, text.find(':')) + ": a value is required";
+      text = text.substr(0, text.find(':')) + ": exactly one value is required";
     return Shown(text);
   }
 

@@ -100,5 +100,6 @@ ExitStatus List(const Options& options) {
     PrintJson(paths);
   }
   if (listing.hasFound) return ExitStatus::Found;
-  throw NothingFound(path.text + " holds no elements");
+  throw NothingFound(path.text + " holds no elements" +
+                     (options.attributes ? " or attributes" : ""));
 }

@@ -72,6 +72,7 @@ expect 0 a@b@c@ '' get odd.xml -z --all Item
 expect 0 '{"./Item[1]":"a","List/X[1]":"1"}' '' get -j odd.xml './Item[1]' List/X
 expect 0 '{"Item[2]":"b","Item[3]":"c"}' '' get -j odd.xml "Item[@k='x']" --all
 expect 0 $'-\na' '' get odd.xml Nix Item --default -
+expect 0 @a@ '' get -z --default= odd.xml Nix Item
 expect 1 '' '*odd.xml: no element Nix in Site, no attribute no in Site' get odd.xml Item Nix @no
 
 # A miss says what there is, and how it is written.
@@ -137,6 +138,7 @@ expect 0 $'@k\tv\nList\nItem[1]\ta\nItems\t\nItem[2]\tb\nItem[2]/@k\tx\nnäme\t\
   list odd.xml --attributes --values --depth 1
 expect 0 '{"@d":"x","a/@b":"1","a/c":""}' '' list -j --values --attributes entity.xml
 expect 1 '' '*Name holds no elements' list configuration.xml Name
+expect 1 '' '*Name holds no elements or attributes' list configuration.xml Name --attributes
 expect 1 '' '*no element Nix in Site' list odd.xml Nix
 expect 2 '' '*@k: list takes the path of elements*' list none.xml @k
 for file in catalog.xml configuration.xml odd.xml; do
@@ -351,7 +353,8 @@ expect 2 '' '*PRODUCT, BRANCH and TYPE go together (see tarvik detect --help)' d
 expect 2 '' 'tarvik: FILE is empty (see tarvik get --help)' get '' a
 expect 2 '' 'tarvik: --depth: get has no such option (see tarvik get --help)' get none.xml a --depth 1
 expect 2 '' 'tarvik: --depth: Value 0 not in range * (see tarvik list --help)' list none.xml --depth 0
-expect 2 '' 'tarvik: --depth: a value is required (see tarvik list --help)' list none.xml --depth
+expect 2 '' 'tarvik: --depth: exactly one value is required (see tarvik list --help)' list none.xml --depth
+expect 2 '' 'tarvik: --depth: exactly one value is required*' list none.xml --depth 1 --depth 2
 expect 2 '' '*-x: no such option; use -- before a value that begins with - (see tarvik set --help)' set none.xml a -x
 expect 2 '' 'tarvik: --bogus: no such option*' get none.xml a --bogus
 if ((isNative)); then expect 2 '' '*is not text in the locale*' get none.xml $'\377'; fi
@@ -450,7 +453,7 @@ done
 
 # A full disk, closed streams, pipes, a locale without some characters, a terminal.
 if [[ -e /dev/full ]]; then
-  "${command[@]}" status site-status.xml >/dev/full 2>err && fail 'a full disk' || [[ $? == 2 ]] || fail 'a full disk'
+  "${command[@]}" set - a 1 <off.xml >/dev/full 2>err && fail 'a full disk' || [[ $? == 2 && $(wc -l <err) == 1 ]] || fail "a full disk: $(<err)"
 fi
 "${command[@]}" status site-status.xml >&- 2>err && fail 'closed output' || [[ $? == 2 && $(<err) == *'standard output'* ]] || fail 'closed output'
 "${command[@]}" set -vv configuration.xml Network/Timeout 31 >&- 2>&- <&- || fail 'a set without streams'
