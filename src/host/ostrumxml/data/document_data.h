@@ -56,8 +56,9 @@ class Gaps {
   }
 
   // Pairs of start and end, in order.
-  auto begin() const noexcept { return ends.begin(); }
-  auto end() const noexcept { return ends.end(); }
+  using Iterator = std::map<std::uint32_t, std::uint32_t>::const_iterator;
+  Iterator begin() const noexcept { return ends.begin(); }
+  Iterator end() const noexcept { return ends.end(); }
 
  private:
   std::map<std::uint32_t, std::uint32_t> ends; // by start

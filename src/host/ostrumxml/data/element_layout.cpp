@@ -17,25 +17,6 @@ std::uint32_t ElementLayout::End() const noexcept {
   return static_cast<std::uint32_t>(data.source.find('>', record.contentEnd)) + 1;
 }
 
-std::vector<std::string_view> ElementLayout::Stretches() const {
-  std::vector<SourceRange> excluded;
-  for (const auto& [start, end] : data.ChangeOf(element).gaps) excluded.push_back({start, end});
-  for (auto child = data.FirstChild(element); child != 0; child = data.NextSibling(child)) {
-    const ElementLayout layout(data, child);
-    if (layout.IsInside(record)) excluded.push_back({layout.record.tagStart, layout.End()});
-  }
-  std::ranges::sort(excluded, {}, &SourceRange::start);
-  std::vector<std::string_view> stretches;
-  std::uint32_t from = record.contentStart;
-  for (const auto& [start, end] : excluded) {
-    assert(from <= start && start <= end && end <= record.contentEnd);
-    stretches.push_back(data.Between(from, start));
-    from = end;
-  }
-  stretches.push_back(data.Between(from, record.contentEnd));
-  return stretches;
-}
-
 ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset) const {
   const Gaps& gaps = data.ChangeOf(element).gaps;
   Space space{offset, {}};
@@ -74,6 +55,34 @@ SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   if (data.source[end] == '\r') ++end;
   if (data.source[start - 1] != '\n' || data.source[end] != '\n') return itself;
   return {start, end + 1};
+}
+
+StretchScanner::StretchScanner(const DocumentData& data, std::uint32_t element)
+    : data(data),
+      content(data.elements[element]),
+      gaps(data.ChangeOf(element).gaps),
+      gap(gaps.begin()),
+      child(data.FirstChild(element)),
+      from(content.contentStart) {}
+
+bool StretchScanner::Next(std::string_view& stretch) {
+  if (isAtEnd) return false;
+  while (child != 0 && !ElementLayout(data, child).IsInside(content))
+    child = data.NextSibling(child);
+  SourceRange excluded{content.contentEnd, content.contentEnd};
+  if (child != 0) excluded = {data.elements[child].tagStart, ElementLayout(data, child).End()};
+  if (gap != gaps.end() && gap->first < excluded.start) {
+    excluded = {gap->first, gap->second};
+    ++gap;
+  } else if (child != 0) {
+    child = data.NextSibling(child);
+  } else {
+    isAtEnd = true;
+  }
+  assert(from <= excluded.start && excluded.end <= content.contentEnd);
+  stretch = data.Between(from, excluded.start);
+  from = excluded.end;
+  return true;
 }
 
 } // namespace Ostrum

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "host/ostrumxml/data/document_data.h"
 
@@ -53,19 +52,34 @@ class ElementLayout {
   // What goes when a child is removed: its lines, if it stands alone on them, else itself.
   SourceRange RemovalOf(std::uint32_t child) const noexcept;
 
-  // The parts of the element's content outside child elements; never none.
-  std::vector<std::string_view> Stretches() const;
-
- private:
-  Space SpaceBefore(std::uint32_t offset) const;
-
+  // False for a created element, and for one from an entity's text.
   bool IsInside(const ElementRecord& parent) const noexcept {
     return record.tagStart >= parent.contentStart && record.tagStart < parent.contentEnd;
   }
 
+ private:
+  Space SpaceBefore(std::uint32_t offset) const;
+
   const DocumentData& data;
   const ElementRecord& record;
   std::uint32_t element;
+};
+
+// Walks the parts of an element's content outside child elements, there or removed; never none.
+class StretchScanner {
+ public:
+  StretchScanner(const DocumentData& data, std::uint32_t element);
+  // False at the end.
+  bool Next(std::string_view& stretch);
+
+ private:
+  const DocumentData& data;
+  const ElementRecord& content;
+  const Gaps& gaps;
+  Gaps::Iterator gap;
+  std::uint32_t child; // 0 after the last
+  std::uint32_t from;
+  bool isAtEnd = false;
 };
 
 } // namespace Ostrum

@@ -138,7 +138,9 @@ class Value {
   bool IsContent() const noexcept {
     return form == Form::Content || form == Form::ContentWithLeads;
   }
-  std::vector<std::string_view> Parts() const;
+  // Hands on the parts of the source that make up the value, until `use` returns false.
+  template <class Use>
+  void ForEachPart(const Use& use) const;
   TextReader ReaderOf(std::string_view part) const noexcept;
 
   Element owner;

@@ -33,10 +33,10 @@ void Element::RequireChangeable() const {
 
 bool Element::TextCanBeReplaced() const {
   if (!CanBeChanged()) return false;
-  const DocumentData& data = Data();
-  return std::ranges::none_of(ElementLayout(data, number).Stretches(), [&data](auto stretch) {
-    return HasTagOrUnknownEntity(data, stretch);
-  });
+  StretchScanner stretches(Data(), number);
+  for (std::string_view stretch; stretches.Next(stretch);)
+    if (HasTagOrUnknownEntity(Data(), stretch)) return false;
+  return true;
 }
 
 // Setting the present value changes nothing, so that it keeps the form in which it was written.

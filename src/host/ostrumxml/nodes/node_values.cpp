@@ -89,10 +89,15 @@ Value Element::GetAttribute(std::string_view name) const {
   return {*this, *declared->value, Form::Declared};
 }
 
-// The parts of the source that make up the value.
-std::vector<std::string_view> Value::Parts() const {
-  if (!IsContent()) return {text};
-  return ElementLayout(owner.Data(), owner.number).Stretches();
+template <class Use>
+void Value::ForEachPart(const Use& use) const {
+  if (!IsContent()) {
+    use(text);
+    return;
+  }
+  StretchScanner stretches(owner.Data(), owner.number);
+  for (std::string_view part; stretches.Next(part) && use(part);) {
+  }
 }
 
 TextReader Value::ReaderOf(std::string_view part) const noexcept {
@@ -108,7 +113,10 @@ std::string_view Value::GetValue(std::string& scratch, std::size_t limit) const 
     limit = std::string::npos; // folding shortens it; leads are inserted relative to its end
   }
   scratch.clear();
-  for (const std::string_view part : Parts()) ReaderOf(part).AppendRest(scratch, limit);
+  ForEachPart([&](std::string_view part) {
+    ReaderOf(part).AppendRest(scratch, limit);
+    return scratch.size() < limit;
+  });
   if (form == Form::Tokenized) scratch = FoldSpaces(scratch);
   if (form == Form::ContentWithLeads) InsertLeads(owner.Data(), owner.number, scratch);
   return scratch;
@@ -132,9 +140,10 @@ bool Value::IsAccepted(const TextFilter& filter) const {
       piece.erase(0, whole);
       size += whole;
     }
+    return isAccepted;
   };
   if (IsInSource()) {
-    std::ranges::for_each(Parts(), judge);
+    ForEachPart(judge);
   } else {
     isAccepted = filter.Accepts(text);
     size = text.size();

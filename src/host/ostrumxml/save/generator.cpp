@@ -68,7 +68,7 @@ class Generator {
         AddEdit(tagEnd, ">" + inside + "</" + std::string(data.NameOf(element)) + ">");
       return;
     }
-    if (change.text) CollectText(layout, change);
+    if (change.text) CollectText(element, change);
     if (change.created.empty()) return;
     const bool onLines = !data.changes.at(change.created.front()).lead.empty();
     std::uint32_t place = data.elements[element].contentEnd;
@@ -103,16 +103,18 @@ class Generator {
     return !beginning.empty();
   }
 
-  void CollectText(const ElementLayout& layout, const ElementChange& change) {
+  void CollectText(std::uint32_t element, const ElementChange& change) {
     std::string text = EscapeText(*change.text);
     // The first piece of the old text becomes the new one, the others go.
-    for (const std::string_view stretch : layout.Stretches()) {
+    StretchScanner stretches(data, element);
+    for (std::string_view stretch; stretches.Next(stretch);) {
       PieceScanner pieces(stretch);
       for (Piece piece{}; pieces.Next(piece);) {
         if (IsText(piece)) AddEdit(piece.text, std::exchange(text, {}));
       }
     }
-    AddEdit(layout.Inside().substr(0, 0), std::move(text)); // if there was none
+    // If there was none:
+    AddEdit(ElementLayout(data, element).Inside().substr(0, 0), std::move(text));
   }
 
   // The markup of the new elements in an element, to any depth.
