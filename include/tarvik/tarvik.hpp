@@ -159,7 +159,8 @@ class Group {
     return detail::Range<std::string>{
         [from = *this, item](std::int32_t n) { return from.Read(item, nullptr, n); }};
   }
-  // The first element that the path names below this one.
+  // The first element that the path names below this one. A path that was opened before gives the
+  // same element again, even if an attribute that its filter asked for has been set meanwhile.
   std::optional<Group> OpenGroup(const std::string& path) const { return Open(path, 1); }
   // A range of all elements (Group) that the path's last name matches, in document order; only the
   // first if that name has a filter ("&attribute=value").
@@ -170,6 +171,8 @@ class Group {
 
  private:
   friend class Document;
+
+  static constexpr std::size_t maxId = 259;
 
   Group(XmlFileList* opened, std::uint32_t number, std::string rootName)
       : list(opened), cookie(number), root(std::move(rootName)) {}
@@ -204,27 +207,31 @@ class Group {
   // The n-th match (from 1) of a path below this element.
   std::optional<Group> Find(const std::string& path, std::uint32_t n) const {
     Group found = *this;
-    found.id.resize(259); // in: this ID; out: the other's, which the functions would truncate
-    if (id.size() + path.size() + std::strlen("\\4294967295") > found.id.size())
-      throw Error(XmlFailure, Shown(path), "the path is too long");
+    found.id.resize(maxId); // in: this ID; out: the other's
+    const std::string whole = root + '\\' + path;
     const auto code =
-        EnumXMLGroup(list, cookie, detail::Checked(root + '\\' + path), n, found.id.data(), 260);
+        EnumXMLGroup(list, cookie, detail::Checked(whole), n, found.id.data(), maxId + 1);
     if (code == XmlNotFound) return std::nullopt;
     if (code != XmlSuccess) throw Error(code, Shown(path));
     found.id.resize(std::strlen(found.id.c_str()));
     return found;
   }
 
-  // The n-th match of a path. A filter, and the path of an element without children that begins its
-  // own name, have the same match for every n: the former has only one, the latter none.
+  // The n-th match of a path. A filter has the same match for every n. In an element without
+  // children, a path that begins its name would find the element itself; only below a child that it
+  // finds does a further "\" find anything.
   std::optional<Group> Open(const std::string& given, std::uint32_t n) const {
     const std::string path = Below(given);
     if (path.empty() && n > 1) return std::nullopt;
     if (path.empty()) return *this;
-    const bool maySelectItself = n == 1 && path.find('&') == std::string::npos;
-    if ((n == 2 || maySelectItself) && Find(path, 0x7FFFFFFF)) return std::nullopt;
-    // The "&" changes nothing but the ID: else the second Item1 and the twelfth Item shared theirs.
-    return Find(n > 1 ? path + '&' : path, n);
+    if (id.size() + path.size() + std::strlen("\\&4294967295") > maxId) // would be truncated
+      throw Error(XmlFailure, Shown(path), "the path is too long");
+    if (n == 1 && !Find(path + '\\', 1)) return std::nullopt;
+    if (n == 2 && Find(path, 0x7FFFFFFF)) return std::nullopt;
+    // The "&" changes nothing but the ID: else the second Item1 and the twelfth Item shared theirs,
+    // and the root and a child of its name.
+    const bool isIdTaken = n > 1 || (id.empty() && path == root);
+    return Find(isIdTaken ? path + '&' : path, n);
   }
 
   XmlFileList* list;

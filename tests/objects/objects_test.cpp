@@ -101,7 +101,7 @@ TEST_F(Objects, OpenOnlyWithTheRootsExactName) {
 }
 
 TEST_F(Objects, NameTheFileOrItemThatFailed) {
-  const std::string file = folder.Name("file.xml"), zero("a\0b", 3), longPath(249, 'g');
+  const std::string file = folder.Name("file.xml"), zero("a\0b", 3), longPath(248, 'g');
   EXPECT_EQ(Thrown([&] { Document(file, "R"); }), "5 " + file + ": no such file");
   Document document = Open("<R><g><a>1</a></g><g/></R>");
   const std::string before = folder.Read("file.xml"),
@@ -140,9 +140,10 @@ TEST_F(Objects, NameTheFileOrItemThatFailed) {
 }
 
 TEST_F(Objects, FindNothingTwiceAndNothingElse) {
-  const Document document = Open("<R><Items>" + Repeat("<Item><n>@</n></Item>", 12) +
-                                 "<Item1><n>a</n></Item1><Item1><n>b</n></Item1></Items>"
-                                 "<Set k='1'/><Set k='12'/><Set k='1&amp;2'/><Empty/></R>");
+  const Document document =
+      Open("<R><Items>" + Repeat("<Item><n>@</n></Item>", 12) +
+           "<Item1><n>a</n></Item1><Item1><n>b</n></Item1></Items>"
+           "<Set k='1'/><Set k='12'/><Set k='1&amp;2'/><Empty/><R><n>r</n></R></R>");
   const auto numbers = [&](const char* path) {
     return Joined(document.Groups(path), [](const Group& item) { return *item.Get("n"); });
   };
@@ -154,7 +155,10 @@ TEST_F(Objects, FindNothingTwiceAndNothingElse) {
                      {ids("Set"), "Set Set&2 Set&3 "},
                      {ids("Set&k=1"), "Set&k=1 "},
                      {ids("Set&k=3") + ids("none"), ""},
-                     {ids("") + ids("R"), "R R "}};
+                     {ids("") + ids("R"), "R R "},
+                     {ids("Set&k=1\\Se"), ""}, // no element of an element without children
+                     {numbers("R\\R"), "r "},
+                     {ids("R\\R\\R"), ""}};
   for (const auto& [found, expected] : rows) EXPECT_EQ(found, expected);
   const Group empty = document.OpenGroup("Empty").value();
   EXPECT_EQ(Ids(empty, "Emp"), ""); // the functions give the element itself for every number
