@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <random>
 
+#include "ostrumxml/grammar.h"
 #include "ostrumxml/parsed_document.h"
 #include "support/text.h"
 
@@ -11,45 +11,27 @@ namespace {
 
 using Ostrum::Element;
 
-// Random documents and edits of them.
-struct Random {
-  std::uint32_t Below(std::size_t limit) { return static_cast<std::uint32_t>(random() % limit); }
-
-  std::string Markup(int depth) {
-    static const auto between = Split("|\n  |\r\n| |x|<!-- c\n -->|<![CDATA[\n ]]>|\n|&amp;\n");
-    const std::string name(1, "pqr"[Below(3)]);
-    std::string text = "<" + name + (Below(2) ? " a='1'" : "") + (Below(3) ? "" : "\n b='2'");
-    std::size_t children = depth == 0 ? 0 : Below(5);
-    if (children == 0 && Below(2)) return text + "/>";
-    for (text += ">"; children > 0; --children)
-      text.append(between[Below(9)]).append(between[Below(9)]) += Markup(depth - 1);
-    return text.append(between[Below(9)]) + "</" + name + ">";
+void EditAtRandom(Element root, Grammar& random) {
+  Element parent = root, element = root;
+  for (Element next = root; !next.IsNull() && random.Below(3) != 0;) {
+    parent = std::exchange(element, next);
+    next = element.NthChild(Ostrum::NameMatch::Prefix, "", 1 + random.Below(4));
   }
-
-  void Edit(Element root) {
-    Element parent = root, element = root;
-    for (Element next = root; !next.IsNull() && Below(3) != 0;) {
-      parent = std::exchange(element, next);
-      next = element.NthChild(Ostrum::NameMatch::Prefix, "", 1 + Below(4));
-    }
-    const std::string name(1, "abc"[Below(3)]);
-    const std::uint32_t kind = Below(7);
-    if (kind == 0) element.SetText(Below(2) ? "t\n" : "");
-    if (kind == 1 && !element.GetAttribute(name).IsNull()) element.RemoveAttribute(name);
-    if (kind == 2) element.SetAttribute(name, name);
-    if (kind == 3 || kind == 4) element.AddElementInto("q");
-    if (kind > 4 && element != root) parent.RemoveChild(element);
-  }
-
-  std::mt19937 random;
-};
+  const std::string name(1, "abc"[random.Below(3)]);
+  const std::uint32_t kind = random.Below(7);
+  if (kind == 0) element.SetText(random.Below(2) != 0 ? "t\n" : "");
+  if (kind == 1 && !element.GetAttribute(name).IsNull()) element.RemoveAttribute(name);
+  if (kind == 2) element.SetAttribute(name, name);
+  if (kind == 3 || kind == 4) element.AddElementInto("q");
+  if (kind > 4 && element != root) parent.RemoveChild(element);
+}
 
 TEST(Edits, GenerateWhatTheDocumentSays) {
   for (unsigned seed = 0; seed < 1000; ++seed) {
-    Random random{std::mt19937(seed)};
-    const Parsed parsed("<!-- before -->" + random.Markup(3) + "\n<!-- after -->");
+    Grammar random(seed);
+    const Parsed parsed(random.Write("markup"));
     for (std::size_t count = random.Below(12); count > 0; --count) {
-      random.Edit(parsed.At(""));
+      EditAtRandom(parsed.At(""), random);
       const Parsed again(parsed.Generate());
       ASSERT_TRUE(again.document) << seed << ": " << again.source;
       ASSERT_EQ(Answers(parsed.At("")), Answers(again.At("")))

@@ -17,13 +17,6 @@ TEST(Parse, TheNullElementIsEmpty) {
   EXPECT_FALSE(none.IsCreated() || none.CanBeChanged() || none.TextCanBeReplaced());
 }
 
-TEST(Parse, NamesEachAttributeThatHasAValue) {
-  const Parsed parsed(
-      "<!DOCTYPE r [<!ATTLIST r d CDATA 'x' a CDATA 'y' i CDATA #IMPLIED>]>"
-      "<r b='1' a='2'/>");
-  EXPECT_EQ(parsed.At("").AttributeNames(), Split("b|a|d"));
-}
-
 // Long values are remembered as accepted until they change. Their pieces end inside characters.
 TEST(Parse, JudgesWholeValuesAsTheyAre) {
   const Ostrum::TextFilter valid{1, [](std::string_view text) { return Ostrum::IsUtf8(text); }};

@@ -53,12 +53,12 @@ inline std::string ValueOf(const Ostrum::Value& read) {
   return value;
 }
 
-// The element and all elements in it, each with name, text and the attribute "a". Recursive, so not
-// for deep nesting.
+// The element and all elements in it, each with name, attributes and text. Recursive, so not for
+// deep nesting.
 inline std::string Describe(const Ostrum::Element& element) {
-  const Ostrum::Value attribute = element.GetAttribute("a");
   std::string text(element.GetName());
-  if (!attribute.IsNull()) text += " a=" + ValueOf(attribute);
+  for (const std::string_view name : element.AttributeNames())
+    text.append(" ").append(name).append("=").append(ValueOf(element.GetAttribute(name)));
   text += '>';
   for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
     text += Describe(child);
@@ -70,8 +70,6 @@ inline std::string Answers(const Ostrum::Element& element) {
   std::string text = Describe(element);
   for (const char* const name : {"p", "q", "r"})
     text += ' ' + std::to_string(element.CountChildren(name));
-  for (const std::string_view name : element.AttributeNames())
-    text.append(" ").append(name).append("=").append(element.GetAttribute(name).GetValue());
   for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
     text += Answers(child);
   return text;
@@ -87,7 +85,7 @@ inline std::string DescribeByExpat(const std::string& source) {
   const auto start = [](void* self, const char* name, const char** attributes) {
     std::string& text = static_cast<Texts*>(self)->front().append(name);
     for (; *attributes != nullptr; attributes += 2)
-      if (std::string_view(*attributes) == "a") text.append(" a=").append(attributes[1]);
+      text.append(" ").append(attributes[0]).append("=").append(attributes[1]);
     text += '>';
     static_cast<Texts*>(self)->emplace_back();
   };
