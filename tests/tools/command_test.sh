@@ -390,7 +390,7 @@ for writer in {1..4}; do wait "${writers[writer]}" || fail "writer $writer: $(<"
 if ((!isNative)); then exit $failed; fi
 
 # Another program's save while the command waits for the lock, which the file's time stamp, younger than two seconds, makes it see.
-# merge <exit status> <before> <what the other program writes> <after> <argument after FILE>...
+# merge <exit status> <before> <what the other program writes> <after> <argument>...: a negative status is a signal sent meanwhile
 merge() {
   local wanted=$1 status=0
   printf %b "$2" >f.xml
@@ -402,6 +402,7 @@ lock = open("f.xml", "r+b")
 fcntl.lockf(lock, fcntl.LOCK_EX)
 saver = subprocess.Popen([sys.argv[2], sys.argv[3], "f.xml"] + sys.argv[4:], stderr=open("err", "wb"))
 time.sleep(0.5)
+saver.send_signal(max(-int(sys.argv[1]), 0))
 text = open("theirs.xml", "rb").read()
 lock.seek(0)
 lock.write(text)
@@ -413,6 +414,7 @@ END
   printf %b "$4" | cmp -s - f.xml || fail "merge of ${*:5}: f.xml holds $(<f.xml)" "$(<err)"
 }
 merge 0 '<r><a>1</a></r>' '<r><ab/><a>1</a><n/></r>' '<r><ab/><a>2</a><n/></r>' set a 2
+merge -15 '<r><a/></r>' '<r>n<a/></r>' '<r>n<a>2</a></r>' set a 2
 merge 2 '<r><s k="1">1</s></r>' '<r><s k="1"/><s k="1">1</s></r>' '<r><s k="1"/><s k="1">1</s></r>' set 's[@k="1"]' 2
 merge 2 '<r><s/><s>1</s></r>' '<r><s/><s/><s>1</s></r>' '<r><s/><s/><s>1</s></r>' set 's[2]' 2
 merge 0 '<r><s/><s>1</s></r>' '<r><s/><s/><s>1</s></r>' '<r><s/><s/><s>2</s></r>' set 's[last()]' 2
