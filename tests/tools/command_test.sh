@@ -55,7 +55,7 @@ refused() {
 }
 
 printf '<a>\n  <b></c>\n</a>' >broken.xml
-printf '<Site k="v">own<List><X>1</X><X>2</X></List><Item>a</Item><Items/><Item k="x">b</Item><n\303\244me/><Item k="x">c</Item></Site>' >odd.xml
+printf '<Site k="v">own<List><X>1</X><X>2</X></List><Item>a</Item><Items>\t&#13;\n</Items><Item k="x">b</Item><n\303\244me/><Item k="x">c</Item></Site>' >odd.xml
 printf '<!DOCTYPE r [<!ENTITY e "<a b=\x271\x27><c/></a>"><!ATTLIST r d CDATA "x">]><r>&e;</r>' >entity.xml
 
 # Reading: by path, position, key, all; attributes; the root.
@@ -134,7 +134,7 @@ END
 # Listing: every line leads back.
 expect 0 $'List\nList/X[1]\nList/X[2]\nItem[1]\nItems\nItem[2]\nnäme\nItem[3]' '' list odd.xml
 expect 0 '["List/X[1]","List/X[2]"]' '' list -j odd.xml List
-expect 0 $'@k\tv\nList\nItem[1]\ta\nItems\t\nItem[2]\tb\nItem[2]/@k\tx\nnäme\t\nItem[3]\tc\nItem[3]/@k\tx' '' \
+expect 0 $'@k\tv\nList\nItem[1]\ta\nItems\t   \nItem[2]\tb\nItem[2]/@k\tx\nnäme\t\nItem[3]\tc\nItem[3]/@k\tx' '' \
   list odd.xml --attributes --values --depth 1
 expect 0 '{"@d":"x","a/@b":"1","a/c":""}' '' list -j --values --attributes entity.xml
 expect 1 '' '*Name holds no elements' list configuration.xml Name
@@ -341,8 +341,8 @@ expect 0 $'enabled\n20240917.2' '' status -
 printf '<Catalog><ProductPackage><LangPackage><FileList><FileItem><Name>a</Name><Hash>1</Hash></FileItem><FileItem/>%s' \
   '</FileList></LangPackage></ProductPackage></Catalog>' >half.xml
 expect 2 $'a\t1' '*half.xml: the entry after a lacks its Name or Hash' files half.xml
-sed "s/>1</>$(printf %0300d 1)</; s,<FileItem/>,," half.xml >whole.xml
-expect 0 "[{\"name\":\"a\",\"hash\":\"$(printf %0259d 0)\"}]" '*whole.xml: a text may be cut*' files -j whole.xml
+sed "s/>1</>$(printf 'ü%.0s' {1..150})</; s,<FileItem/>,," half.xml >whole.xml
+expect 0 "[{\"name\":\"a\",\"hash\":\"$(printf 'ü%.0s' {1..129})\"}]" '*whole.xml: a text may be cut*' files -j whole.xml
 
 # Wrong usage is found before the file is opened.
 expect 2 '' 'tarvik: gte: no such command (see tarvik --help)' gte catalog.xml
@@ -489,7 +489,8 @@ printf '<r><v>a\tb\nc</v><w at="x&#x9b;y">\302\233</w></r>' >controls.xml
 onTerminal() { TERM=xterm script --quiet --return --command "${command[0]} $*" /dev/null </dev/null 2>&1; }
 if onTerminal status site-status.xml >/dev/null; then # a system without pseudo-terminals has none to show anything on
   [[ $(onTerminal get controls.xml w/@at) == *'x\u009by'* && $(onTerminal get -j controls.xml w) == *'"\u009b'* &&
-    $(onTerminal list controls.xml --values) == *'\u009b'* && $(onTerminal set -n controls.xml v x) == *'\u009b'* ]] ||
+    $(onTerminal list controls.xml --values) == *'\u009b'* && $(onTerminal set -n controls.xml v x) == *'\u009b'* &&
+    $(onTerminal encrypt - '<controls.xml') == *'the result is not text for a terminal'* ]] ||
     fail 'a control character on a terminal'
 fi
 
