@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <charconv>
+#include <cstring>
 #include <string_view>
 
 #include "commands.h"
@@ -102,16 +103,21 @@ class PathParser {
     rest = {};
   }
 
-  // Takes what is in brackets, with the closing one, and returns it without white space and quoted
-  // text, which becomes the value.
+  // Takes what is in brackets, with the closing one, and returns it without quoted text, which
+  // becomes the value, and without white space, of which a blank stays between words or numbers.
   std::string TakePredicate(std::string& value) {
+    const auto isWord = [](char sign) { return std::strchr("@=()+'\"", sign) == nullptr; };
     std::string signs;
+    bool isApart = false;
     while (!Take("]")) {
       const bool isQuote = rest.starts_with('\'') || rest.starts_with('"');
       const std::size_t last = isQuote ? rest.find(rest.front(), 1) : 0;
       if (last >= rest.size()) Refuse("a [ is not closed");
       if (isQuote) value = rest.substr(1, last - 1);
-      if (!Ostrum::IsWhiteSpace(rest.front())) signs += rest.front();
+      const bool isBlank = Ostrum::IsWhiteSpace(rest.front());
+      if (!isBlank && isApart && isWord(signs.back()) && isWord(rest.front())) signs += ' ';
+      if (!isBlank) signs += rest.front();
+      isApart = isBlank && !signs.empty();
       rest.remove_prefix(last + 1);
     }
     return signs;

@@ -123,6 +123,9 @@ a[0]|*elements are counted from 1
 a[last()-1]|*brackets hold a number, last(), last()+1 or @name='value', and not last()-1
 a[b='1']|*brackets hold*
 a[1|*a ? is not closed
+a[1 2]|*brackets hold *, and not 1 2
+a[la st()]|*brackets hold *
+a[@b c='1']|*?@b c='1'] is not supported; a filter is *
 a/text()|*text() is not supported*
 child::a|*axes*
 a1b c|*a1b c is not a valid XML name
