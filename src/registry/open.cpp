@@ -98,13 +98,9 @@ std::unique_ptr<Ostrum::Document> Parse(std::string text, const char* name) {
   const int length = static_cast<int>(text.size()); // the reader rejects longer text
   Ostrum::PARSER_ERROR error = Ostrum::NO_PARSER_ERROR;
   int line = 0, column = 0;
-  try {
-    std::unique_ptr<Ostrum::Document> document(
-        Ostrum::ParseXML(std::move(text), length, error, line, column));
-    if (document != nullptr) return document;
-  } catch (const Ostrum::ReadFailure& failure) {
-    RefuseToRead(failure, name);
-  }
+  std::unique_ptr<Ostrum::Document> document(
+      Ostrum::ParseXML(std::move(text), length, error, line, column));
+  if (document != nullptr) return document;
   LogReason(line, L":", column, L": ", Ostrum::ReasonOf(error));
   Refuse(XmlOutOfMemory, name, L"unable to parse ", name, L".");
 }
@@ -129,7 +125,12 @@ const XmlFileRecord* OpenAnew(XmlFileList& list, const char* name, std::uint32_t
   std::list<XmlFileRecord> opened = NewRecord(name);
   std::unique_ptr<XmlFileRecord, decltype(&FreeXmlFile)> record(&opened.front(), &FreeXmlFile);
   record->file = std::move(file);
-  record->document = Parse(std::move(text), name);
+  try {
+    record->document = Parse(std::move(text), name);
+  } catch (const Ostrum::ReadFailure& failure) { // callers see that reading failed: no record yet
+    static_cast<void>(record.release());         // opened owns it
+    RefuseToRead(failure, name);
+  }
   record->elementMap = MapOf(record->document->GetRoot(), name);
   platform::MbsCopyBytes(record->fileName, name, bufferSize - 1);
   platform::FillRandom(&record->cookie, sizeof record->cookie); // on failure, any value will do
