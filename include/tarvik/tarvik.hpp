@@ -67,6 +67,7 @@ inline const char* Checked(const std::string& text) {
 
 template <class T>
 std::optional<T> Parse(const std::optional<std::string>& text, const std::string& item) {
+  static_assert(!std::is_same_v<T, char>, "a character is neither a string nor a number");
   if constexpr (std::is_same_v<T, std::string>) {
     return text;
   } else if (!text) {
