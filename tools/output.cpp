@@ -107,7 +107,6 @@ std::string Field(std::string text) {
 }
 
 std::string Listed(const std::vector<std::string>& items) {
-  constexpr std::size_t maxListed = 10;
   std::string line;
   for (std::size_t i = 0; i < std::min(items.size(), maxListed); ++i)
     line.append(i > 0 ? ", " : "").append(items[i]);

@@ -65,7 +65,9 @@ ExitStatus Get(const Options& options) {
     Found found = matcher.Find(path, false, options.all ? SIZE_MAX : 1U + options.json);
     const bool isKey = found.places.size() == 1 || !options.json;
     if (!found.IsWhole(path)) {
-      if (!options.defaultText) missing.push_back(matcher.WhyMissing(path, found));
+      // Finding out what is there instead can take a look at each sibling.
+      const bool isListed = missing.size() < maxListed;
+      if (!options.defaultText) missing.push_back(isListed ? matcher.WhyMissing(path, found) : "");
       members.emplace_back(path.text, options.defaultText.value_or(""));
       continue;
     }

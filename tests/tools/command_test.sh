@@ -505,11 +505,12 @@ for i in {1..10000}; do gets+=("item[$i]/x"); done
 for i in {1..500}; do firsts+=(item/x); done
 TIMEFORMAT='%U'
 { printf '{'; printf '"item[%d]/x/@k": 1, ' {1..10000}; printf '"*[%d]/@m": 1, ' {1..30000}; echo '"@n": 1}'; } >many.json
-for job in attributes sets gets firsts; do
+for job in attributes sets gets misses firsts; do
   case $job in
     attributes) seconds=$( { time "${command[@]}" set items.xml --from many.json 2>err; } 2>&1) ;;
     sets) seconds=$( { time "${command[@]}" set items.xml "${sets[@]}"; } 2>&1) ;;
     gets) seconds=$( { time "${command[@]}" get items.xml "${gets[@]}" >out; } 2>&1) ;;
+    misses) seconds=$( { time "${command[@]}" get items.xml "${gets[@]/item/itex}" 2>err; } 2>&1) || true ;;
     firsts) seconds=$( { time "${command[@]}" get items.xml "${firsts[@]}" >out; } 2>&1) ;;
   esac
   awk "BEGIN { exit !($seconds < 16) }" || fail "$job: $seconds s" # generous: a sanitizer runs this, too
