@@ -172,7 +172,7 @@ change "$lines" '<r>\n  <a k="5">y</a>\n  <a k="2"/>\n  <a k="9" v="4">z</a>\n</
   set "a[@k='1']/@k" 5 "a[@k='5']" y "a[@k='9']/@v" 4 "a[@k='9']" z
 change '<r>1</r>' '<r>2</r>' '' set . 2
 change '<r/>' '<r a="1">t</r>' '*created @a' set /r t @a 1
-for value in '{}' '%%' '[]' '++' -5 -.5 '- x' '[a,b]'; do # some have a meaning to the library that reads the command line
+for value in '{}' '%%' '[]' '++' -5 -.5 '- x' ---x '[a,b]'; do # some have a meaning to the library that reads the command line
   change '<r>1</r>' "<r>$value</r>" '' set . "$value"
 done
 change '<r><a>1</a></r>' '<r><a>1</a><a1>x</a1></r>' '*created a1 (a?1] is the one of that number)' set a1 x
@@ -474,7 +474,7 @@ if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1
   export LOCPATH=$work
   printf '<r><v\303\244>\303\274</v\303\244><w a="\342\202\254">\303\274\342\202\254</w><\316\251>o</\316\251></r>' >letters.xml
   latin() { LC_ALL=latin1 "${command[@]}" "$@" 2>err; }
-  [[ $(latin get letters.xml $'v\344') == $'\374' ]] || fail 'a text in the character set of the locale'
+  [[ $(latin get letters.xml $'v\344' none --default $'\374') == $'\374\n\374' ]] || fail 'a text in the character set of the locale'
   latin get letters.xml w && fail 'a text without a form' || [[ $? == 2 && $(<err) == *'character set can'?$'t represent \374\\u20ac' ]] || fail "$(<err)"
   latin list letters.xml >/dev/null && fail 'a name without a form' || [[ $? == 2 ]] || fail 'a name without a form'
   [[ $(latin get -j letters.xml $'v\344' w) == *'"v\u00e4": "\u00fc"'*'"w": "\u00fc\u20ac"'* ]] || fail 'JSON is ASCII then'
