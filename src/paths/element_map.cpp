@@ -2,6 +2,7 @@
 // the last hits are tried first.
 #include "paths/element_map.h"
 
+#include <algorithm>
 #include <cassert>
 
 Ostrum::Element ElementMap::Find(std::string_view key) noexcept {
@@ -24,6 +25,7 @@ void ElementMap::Insert(std::string_view key, Ostrum::Element element) {
 std::vector<std::uint32_t> ElementMap::AddPrefixes(std::string_view text,
                                                    const std::vector<std::size_t>& lengths) {
   assert(lengths.empty() || lengths.back() <= text.size());
+  assert(std::ranges::is_sorted(lengths));
   Ostrum::KeyedHash::State state = hash.Start();
   std::string_view kept;
   std::vector<std::uint32_t> numbers;

@@ -67,6 +67,7 @@ inline Character Decode(std::string_view text, bool isUtf8) noexcept {
 // Appends a character to wide text: two units where those have 16 bits, else one. Returns their
 // number.
 constexpr std::size_t StoreWide(char32_t character, wchar_t* target) noexcept {
+  assert(character <= 0x10FFFF);
   if (sizeof(wchar_t) > 2 || character <= 0xFFFF) {
     *target = static_cast<wchar_t>(character);
     return 1;

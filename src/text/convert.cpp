@@ -17,6 +17,7 @@ bool TextIsUtf8() noexcept { return platform::CurrentCharset().isForcedUtf8; }
 
 // As platform::MbsToWide and WideToMbs, for UTF-8 whatever the locale.
 std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity) {
+  assert(target != nullptr || capacity == 0);
   if (!Ostrum::IsUtf8(source)) {
     errno = EILSEQ;
     return platform::conversionFailed;
@@ -27,6 +28,7 @@ std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity
 }
 
 std::size_t WideToUtf8(char* target, const wchar_t* source, std::size_t capacity) {
+  assert(target != nullptr || capacity == 0);
   std::string utf8;
   if (!Ostrum::Utf8FromWide(source, utf8)) {
     errno = EILSEQ;

@@ -36,6 +36,7 @@ bool TextReader::AppendNext(std::string& text, std::size_t limit) {
   assert(text.size() < limit);
   Piece piece{};
   if (!walker.Next(piece)) return false;
+  assert(piece.kind != PieceKind::EndTag || depth > 0); // an entity's text has whole elements
   if (piece.kind == PieceKind::StartTag) ++depth;
   if (piece.kind == PieceKind::EndTag) --depth;
   if (depth > 0) return true;

@@ -95,6 +95,7 @@ struct DocumentData {
       : source(std::move(text)), fileSize(source.size()), elements(source.size() / 48) {}
 
   std::string_view Between(std::uint32_t from, std::uint32_t to) const noexcept {
+    assert(from <= to && to <= source.size());
     return std::string_view(source).substr(from, to - from);
   }
   // The replacement text of an entity that the document declares; nothing if it declares none of
@@ -103,6 +104,7 @@ struct DocumentData {
   bool IsInFile(std::uint32_t offset) const noexcept { return offset < fileSize; }
   // The offset of a part of the source.
   std::uint32_t OffsetOf(std::string_view part) const noexcept {
+    assert(part.data() >= source.data() && part.size() <= source.size());
     return static_cast<std::uint32_t>(part.data() - source.data());
   }
 

@@ -2,6 +2,7 @@
 #define TARVIK_HOST_OSTRUMXML_DATA_KEY_INDEX_H
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
@@ -56,6 +57,7 @@ class KeyIndex {
   template <class Entries>
   std::size_t PlaceOf(const Entries& entries, std::string_view key,
                       std::uint32_t hash) const noexcept {
+    assert(std::has_single_bit(slots.size()));
     for (std::size_t place = Home(hash);; ++place) {
       const Slot& slot = At(place);
       if (slot.number == 0 || (slot.hash == hash && entries[slot.number - 1].Key() == key))

@@ -108,6 +108,7 @@ EncodingTable::Character EncodingTable::Ask(std::string_view bytes) const noexce
 // The first character of a text that starts with a leading byte, and its size in bytes.
 EncodingTable::Character EncodingTable::Longer(std::string_view text, std::size_t& size) {
   constexpr std::size_t longest = 4;
+  assert(ByteOf(text[0]) >= 0x80);
   if (text.size() < 2) return {{}, invalid};
   if (pairs.empty()) pairs.resize(std::size_t{0x80} << 8);
   Character& pair = pairs[(ByteOf(text[0]) - 0x80U) << 8 | ByteOf(text[1])];
@@ -228,6 +229,7 @@ std::string DecodeDeclared(std::string_view bytes, std::string_view declared) {
   std::string utf8;
   utf8.reserve(bytes.size() + static_cast<std::size_t>(beyondAscii));
   const auto name = static_cast<std::size_t>(declared.data() - bytes.data());
+  assert(name + declared.size() <= bytes.size());
   std::size_t converted = table.Convert(bytes.substr(0, name), utf8);
   if (converted == name) {
     utf8 += "UTF-8";

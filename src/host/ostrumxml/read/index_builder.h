@@ -53,7 +53,10 @@ class IndexBuilder {
   // Whether an element is open.
   bool IsInside() const noexcept { return innermost != nullptr; }
   // The innermost open element. REQUIRES: IsInside().
-  const ElementRecord& Innermost() const noexcept { return *innermost; }
+  const ElementRecord& Innermost() const noexcept {
+    assert(IsInside());
+    return *innermost;
+  }
 
  private:
   DocumentData& data;
