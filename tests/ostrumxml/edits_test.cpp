@@ -1,7 +1,7 @@
 // Editing documents at random, and many elements.
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 
 #include "ostrumxml/grammar.h"
 #include "ostrumxml/parsed_document.h"
@@ -46,7 +46,7 @@ TEST(Edits, GenerateWhatTheDocumentSays) {
 TEST(Edits, TakeTimeInProportionToTheNumberOfSiblings) {
   const Parsed parsed("<r>\n" + Repeat("<a/>\n", 200'000) + "</r>");
   Element root = parsed.At(""), child = root.FirstChild(), kept;
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   for (int n = 0; n <= 100'000; ++n, child = child.NextSibling()) {
     if (n == 50'000) kept = child;
     if (n != 50'000) root.RemoveChild(child);
@@ -58,7 +58,7 @@ TEST(Edits, TakeTimeInProportionToTheNumberOfSiblings) {
   EXPECT_EQ(root.CountChildren("a"), 100'000u);
   for (int n = 0; n < 99'999; ++n) root.AddElementInto("a");
   EXPECT_EQ(parsed.Generate().size(), parsed.source.size() - 5);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC);
 }
 
 } // namespace
