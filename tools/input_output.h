@@ -73,7 +73,7 @@ std::string UnifiedDiff(const std::string& fileName, std::string_view text,
 std::string Field(std::string text);
 
 // The first of the items, separated by commas, and the number of the others.
-constexpr std::size_t maxListed = 10;
+inline constexpr std::size_t maxListed = 10;
 std::string Listed(const std::vector<std::string>& items);
 
 // An argument as UTF-8. If it is not valid text, "?" stands for each byte beyond ASCII.
