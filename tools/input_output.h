@@ -72,7 +72,7 @@ std::string UnifiedDiff(const std::string& fileName, std::string_view text,
 // A field for a line of tab-separated ones: tabs and line endings in it become blanks.
 std::string Field(std::string text);
 
-// The first of the items, separated by commas, and the number of the others.
+// The first of the items, at most so many, separated by commas, and the number of the others.
 inline constexpr std::size_t maxListed = 10;
 std::string Listed(const std::vector<std::string>& items);
 
