@@ -34,7 +34,7 @@ TEST(Edits, GenerateWhatTheDocumentSays) {
       EditAtRandom(parsed.At(""), random);
       const Parsed again(parsed.Generate());
       ASSERT_TRUE(again.document) << seed << ": " << again.source;
-      ASSERT_EQ(Answers(parsed.At("")), Answers(again.At("")))
+      ASSERT_EQ(Describe(parsed.At("")), Describe(again.At("")))
           << seed << ": " << parsed.source << '\n'
           << again.source;
     }

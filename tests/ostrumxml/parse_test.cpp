@@ -6,7 +6,6 @@
 
 namespace {
 
-using namespace std::string_literals;
 using Ostrum::Element;
 
 TEST(Parse, TheNullElementIsEmpty) {

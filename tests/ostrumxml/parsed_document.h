@@ -65,16 +65,6 @@ inline std::string Describe(const Ostrum::Element& element) {
   return text + "</>" + ValueOf(element.Text());
 }
 
-// All that can be asked of an element and what is in it.
-inline std::string Answers(const Ostrum::Element& element) {
-  std::string text = Describe(element);
-  for (const char* const name : {"p", "q", "r"})
-    text += ' ' + std::to_string(element.CountChildren(name));
-  for (auto child = element.FirstChild(); !child.IsNull(); child = child.NextSibling())
-    text += Answers(child);
-  return text;
-}
-
 // What Describe says, for what Expat reports about the text; empty if it rejects the text.
 inline std::string DescribeByExpat(const std::string& source) {
   using Texts = std::vector<std::string>;
