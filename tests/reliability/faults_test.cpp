@@ -138,7 +138,7 @@ const struct Work {
     {"text", Reading, words, Get("W\xF6rt", "\xE4")},
     {"files", Reading, catalog, &GetFiles},
     {"set a text", Setting, catalog, Set("ProductPackage", "ProductID")},
-    {"create", Setting, words, Set("W\xF6rt\\neu", "tief&\xE4=\xFC\xFC\xFC\xFC\xFC\xFC\xFC")},
+    {"create", Setting, words, Set("W\xF6rt\\n\xF6u", "tief&\xE4=\xFC\xFC\xFC\xFC\xFC\xFC\xFC")},
     {"set an attribute", Setting, words, Set("W\xF6rt\\\xE4", "k", "ATTRIBUTE")},
     {"save another's file behind a link", Setting, words, set, MoveBehindLink},
     {"merge", Setting, words, set, EditFile},

@@ -34,8 +34,8 @@ bool ReadsByNumber(Document document, std::uint32_t n) {
 }
 bool ReadsInTurn(Document document, std::uint32_t n) {
   const char attribute[] = {"hijklmno"[n % 8], '\0'};
-  return document.Group("a", n) != "Not Found" && Reads(document, "b", n) &&
-         Reads(document, "a", n, attribute);
+  return document.Group("a", n) != "Not Found" && document.Group("a&h=x") == "Not Found" &&
+         Reads(document, "b", n) && Reads(document, "a", n, attribute);
 }
 bool ReadsText(Document document, std::uint32_t) { return Reads(document, "t", 1); }
 bool ReadsFromEntity(Document document, std::uint32_t n) {

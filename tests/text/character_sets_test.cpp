@@ -131,6 +131,7 @@ TEST(CharacterSets, ConvertBothWaysOrSayWhyNot) {
       {forced, none, "a\xC3"},
       {forced, none, "\xED\xA0\x80"}, // half of a surrogate pair
       {forced, L"\xDC00", none},
+      {unicode ? forced : nullptr, std::wstring(1, static_cast<wchar_t>(0x110000)), none},
       {japanese, L"\u3042\\", "\x82\xA0\\"},
       {japanese, L"\U0001F600", none},
       {japanese, L"\uff21", "\x82\x60"},
