@@ -163,7 +163,8 @@ std::string_view DeclaredEncoding(std::string_view text) {
       std::min(declaration.find_first_not_of(allowed, quote + 1), declaration.size());
   const std::string_view name = declaration.substr(quote + 1, end - quote - 1);
   const bool closes = end < declaration.size() && declaration[end] == declaration[quote];
-  return closes && !name.empty() && allowed.find(name[0]) < letters ? name : std::string_view();
+  const bool startsWithLetter = closes && allowed.find(declaration[quote + 1]) < letters;
+  return startsWithLetter ? name : std::string_view();
 }
 
 [[noreturn]] void Refuse(const char* reason, std::string_view encoding = {}) {
@@ -256,8 +257,7 @@ std::string DecodeFile(std::string bytes, UTF_ENCODINGS& encoding) {
   const std::string name = Folded(declared);
   encoding = name == "US-ASCII" ? US_ASCII : NO_ENCODING;
   if (!name.empty() && name != "UTF-8" && name != "UTF8") {
-    const bool contradicts = marked || name == "UTF-16" || name == "UTF-16BE" || name == "UTF-16LE";
-    if (contradicts) Refuse(contradiction, declared);
+    if (marked || name.starts_with("UTF-16")) Refuse(contradiction, declared);
     return DecodeDeclared(view, declared);
   }
   encoding = UTF_8;
