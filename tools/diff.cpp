@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cassert>
 #include <deque>
 #include <iterator>
 #include <span>
@@ -40,6 +41,7 @@ std::vector<Line> MarkedLines(std::string_view text, const std::vector<Ostrum::E
   std::vector<Line> lines;
   std::size_t done = 0; // of the text
   for (auto edit = edits.begin(); edit != edits.end();) {
+    assert(edit->from >= done && edit->from + edit->length <= text.size());
     const std::size_t start = text.substr(0, edit->from).rfind('\n') + 1;
     AppendLines(lines, text.substr(done, start - done), text.substr(done, start - done));
     std::string& result = changed.emplace_back();

@@ -3,6 +3,7 @@
 #include <corekit/corekit.h>
 
 #include <algorithm>
+#include <cassert>
 #include <span>
 #include <stdexcept>
 
@@ -66,6 +67,7 @@ class Application {
   Found Find(const Change& change) {
     Found found = matcher.Find(change.path, change.value.has_value());
     found.counted.insert(found.counted.end(), {found.steps, found.places.size()});
+    assert(before == nullptr || counted.size() < before->counted.size());
     if (before != nullptr && before->counted[counted.size()] != found.counted)
       throw std::runtime_error("not saved: another program changed the file meanwhile, and " +
                                change.path.text + " may now name something else");

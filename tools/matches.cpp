@@ -13,6 +13,7 @@ namespace {
 std::string NumberedName(const Element& parent, const Element& child) {
   std::string text(child.GetName());
   const std::uint32_t count = parent.CountChildren(text);
+  assert(count > 0); // the child itself at least
   if (count == 1) return text;
   std::uint32_t before = 0; // how many of them are before the child, bit by bit
   for (std::uint32_t bit = std::bit_floor(count); bit > 0; bit /= 2) {

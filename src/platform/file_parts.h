@@ -3,6 +3,7 @@
 #define TARVIK_PLATFORM_FILE_PARTS_H
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
@@ -78,6 +79,7 @@ ReadStatus ReadToEnd(Read read, std::uint64_t size, std::size_t limit, std::stri
     bytes.resize(std::max(length + 1, std::min(length + pieceSize, bytes.capacity())));
     const auto count = read(bytes.data() + length, bytes.size() - length);
     if (count < 0) return ReadStatus::Unreadable;
+    assert(static_cast<std::size_t>(count) <= bytes.size() - length);
     length += static_cast<std::size_t>(count);
     if (count != 0) continue;
     bytes.resize(length);

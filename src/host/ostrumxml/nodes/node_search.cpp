@@ -146,7 +146,7 @@ std::string_view ChildIndex::ValueBegin(std::uint32_t number, std::string_view a
 }
 
 Element ChildIndex::FirstWithValue(const List& list, std::string_view wanted) const {
-  assert(wanted.size() <= maxValueBegin);
+  assert(list.isByValue && wanted.size() <= maxValueBegin);
   std::string scratch;
   const Range numbers = list.numbers;
   const auto beginOf = [&](std::uint32_t number) {
@@ -246,6 +246,7 @@ void ChildIndex::SortByValue(List& list) const {
 }
 
 void ChildIndex::Append(std::uint32_t child) {
+  assert(data.NextSibling(child) == 0); // is last in document order
   const std::string_view name = data.NameOf(child);
   for (const NameMatch match : {NameMatch::Exact, NameMatch::Prefix}) {
     Numbers& numbers = SortedFor(match);
