@@ -1,6 +1,8 @@
 // The tables in which a document holds its names and elements.
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "host/ostrumxml/data/element_table.h"
 #include "host/ostrumxml/data/key_index.h"
 #include "host/ostrumxml/data/keyed_hash.h"
