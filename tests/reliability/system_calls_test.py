@@ -67,6 +67,11 @@ def set_while_locked(document, name):
         return document.try_to_set("v" * 80)
 
 
+def set_private(document, name):
+    os.chmod(name, 0o600)  # as the new file is created
+    return document.try_to_set("v" * 80)
+
+
 def open_again(document, name):
     return document.open(os.path.dirname(name) + "/./a.xml")[0]
 
@@ -178,6 +183,7 @@ def lasting_failures(folder):
             (set_long, "lock", -ENOLCK, SUCCESS, {"getentropy": 1}),  # without locks, no other saver must remove the temporary file
             (set_long, "lock", -EIO, FAILURE, {"lock": 1, "getentropy": 0}),
             (set_while_locked, "flock", -ENOSYS, SUCCESS, {"open": 1}),  # or closing it would end the lock of the process
+            (set_private, "fchmod", -ENOSYS, SUCCESS, {"fchmod": 1}),
             (set_long, "write", 0, FAILURE, {"write": 1})):
         name, document = saved(folder)
         case = f"{call} answers {answer}"
@@ -191,7 +197,7 @@ def lasting_failures(folder):
         check(("<A>" in read(name)) == (code == SUCCESS), f"{case}: {read(name)}")
         made = {counted: calls.count(counted) for counted in counts}
         check(made == counts, f"{case}: {made}")
-    print("locks taken where there are any")
+    print("saved without what a file system lacks")
 
 
 def lasting_lease(folder):
