@@ -24,7 +24,8 @@ constexpr std::size_t maxEntriesPerChild = 16;
 constexpr std::size_t maxValueBegin = 259;
 
 bool IsNamed(NameMatch match, std::string_view wanted, std::string_view name) noexcept {
-  return name.starts_with(wanted) && (match == NameMatch::Prefix || name.size() == wanted.size());
+  if (match == NameMatch::Exact) return name == wanted;
+  return name.starts_with(wanted);
 }
 
 // Whether the query, apart from its n, asks for the child.
