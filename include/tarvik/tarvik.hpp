@@ -291,11 +291,13 @@ class Document {
   std::uint32_t Cookie() const noexcept { return cookie; }
 
  private:
-  // A name that begins with the root's opens nothing and comes back unchanged.
+  // A path that begins with the root's name opens nothing and comes back unchanged. Others may open
+  // a group; the "&" gives it the ID that a range over it gives.
   bool BeginsWithRoot(const std::string& name) const {
-    char id[260] = "";
-    const auto code = EnumXMLGroup(List(), cookie, detail::Checked(name), 2, id, sizeof id);
-    return code == XmlSuccess && !name.empty() && name == id;
+    char id[Group::maxId + 2] = ""; // for the longest name and the "&"
+    const std::string path = name + '&';
+    const auto code = EnumXMLGroup(List(), cookie, detail::Checked(path), 2, id, sizeof id);
+    return code == XmlSuccess && path == id;
   }
 
   void Write(const std::string& path, const std::string& item, const char* type,

@@ -95,6 +95,8 @@ TEST_F(Objects, OpenOnlyWithTheRootsExactName) {
     EXPECT_EQ(Open(text, "Site").Root().Id(), "Site");
   }
   EXPECT_EQ(Open("<R/>").Root().Id(), "R");
+  const Document document = Open("<Ab><A2 n='1'/><A2 n='2'/></Ab>", "Ab");
+  EXPECT_EQ(document.OpenGroup("A2")->Get("A2", "n"), "1"); // the second A is not under that ID
   corekit::SetUtf8(true);
   EXPECT_EQ(Open("<\u00e9/>", "\u00e9").Root().Id(), "\u00e9");
   corekit::SetUtf8(false);
