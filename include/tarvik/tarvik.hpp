@@ -271,7 +271,8 @@ class Document {
   // Both write to the first element that the path names, where "Time" names Timeout if that comes
   // first; "&attribute=value" writes an attribute there instead of choosing. They create what is
   // missing and save the file. value: a string, a number or bool. The functions can't write to an
-  // enumerated group, so its ID is refused.
+  // enumerated group, so its ID is refused; nor keep a new child of the root apart from a root of
+  // the same name, so that is refused, too.
   // Set writes the text of the child item there, likewise the first whose name begins so.
   template <class T>
   void Set(const std::string& path, const std::string& item, const T& value) {
@@ -309,6 +310,11 @@ class Document {
         throw Error(XmlFailure, path, "the ID of an enumerated group is not a path to write to");
     }
     const std::string whole = root->root + (rest.empty() ? "" : '\\' + rest);
+    std::string first = rest;
+    if (rest.empty() && std::strcmp(type, "ELEMENT") == 0) first = item;
+    first = first.substr(0, first.find_first_of("\\&"));
+    if (first == root->root && !root->Find(first + '&', 1))
+      throw Error(XmlFailure, whole, "a new child of the root's name would take the root's ID");
     const auto code = SetXMLItem(List(), cookie, detail::Checked(whole), detail::Checked(item),
                                  type, detail::Checked(value));
     if (code != XmlSuccess) throw Error(code, whole + '\\' + item);

@@ -135,6 +135,8 @@ TEST_F(Objects, NameTheFileOrItemThatFailed) {
       {Thrown([&] { document.SetAttribute("g", "", "v"); }), "34 "},
       {Thrown([&] { document.Set(second, "a", "v"); }), "34 "},
       {Thrown([&] { document.Set(second + "\\h", "a", "v"); }), "34 "},
+      {Thrown([&] { document.Set("", "R", "v"); }), "34 R: a new child of the root's name"},
+      {Thrown([&] { document.SetAttribute("R\\R&a=b\\c", "d", "v"); }), "34 R\\R&a=b\\c: a new"},
       {Thrown([&] { document.SetAttribute("R\\g&a=b\\" + second, "a", "v"); }), "34 "}};
   for (const auto& [thrown, begin] : rows) EXPECT_EQ(thrown.substr(0, begin.size()), begin);
   EXPECT_EQ(folder.Read("file.xml"), before);
@@ -219,13 +221,13 @@ TEST_F(Objects, WriteWhatTheyReadBack) {
   document.Set("New", "literal", "l");
   document.Set("R\\New", "view", std::string_view("whole", 2));
   document.Set("", "empty", "");
-  document.SetAttribute("", "own", false);
-  document.Set("", "Time", 2);         // the first whose name begins so
-  document.Set("New&a=b&1", "t", "v"); // an attribute's value
-  document.Set("New&\\t2", "u", "w");  // neither a filter nor a number
+  document.SetAttribute("", "R", false); // not a child of the root's name
+  document.Set("", "Time", 2);           // the first whose name begins so
+  document.Set("New&a=b&1", "t", "v");   // an attribute's value
+  document.Set("New&\\t2", "u", "w");    // neither a filter nor a number
   EXPECT_EQ(
       folder.Read("file.xml"),
-      "<R own=\"false\"><Timeout>2</Timeout><New a=\"b&amp;1\"><value also=\"true\">true</value>"
+      "<R R=\"false\"><Timeout>2</Timeout><New a=\"b&amp;1\"><value also=\"true\">true</value>"
       "<pointer>p</pointer><literal>l</literal><view>wh</view><t>v</t><t2><u>w</u></t2></"
       "New><empty/></R>");
 }
