@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cassert>
 #include <charconv>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>

@@ -154,15 +154,6 @@ FileStatus ChangeOwner(int file, const FileStatus& status, const Access& wanted)
   return status;
 }
 
-// Some file systems cannot set a mode, and give all files the same.
-void SetMode(int file, mode_t mode) {
-  if (Uninterrupted(fchmod, file, mode) == 0) return;
-  const int error = errno;
-  const auto now = QueryStatus(file);
-  const bool isSet = now && (now->access.mode & ALLPERMS) == (mode & ALLPERMS);
-  if (!isSet) ThrowSystemFailure("cannot set the new file's mode", error);
-}
-
 } // namespace
 
 std::shared_ptr<const Access> ReadAccess(int file, const FileStatus& status) {
@@ -180,7 +171,10 @@ std::shared_ptr<const Access> GiveAccess(int file, const FileStatus& status, con
       !IsGranted(given, wanted.owner, wanted.mode >> 6 & readWriteExecute))
     ThrowSystemFailure("cannot keep the file's owner, who would lose access", EPERM);
   SetAccessList(file, given.list);
-  SetMode(file, given.mode);
+  // Some file systems cannot set a mode, and give all files the same.
+  const bool hasMode = Uninterrupted(fchmod, file, given.mode) == 0 ||
+                       (owned.mode & ALLPERMS) == (given.mode & ALLPERMS);
+  if (!hasMode) ThrowSystemFailure("cannot set the new file's mode");
   return std::make_shared<const Access>(std::move(given));
 }
 

@@ -2,7 +2,6 @@
 
 #include <cassert>
 #include <cstddef>
-#include <cstdint>
 #include <cstring>
 
 #include "host/ostrumxml/data/byte_scan.h"

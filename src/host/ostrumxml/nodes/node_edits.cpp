@@ -1,5 +1,4 @@
 // Changing elements and attributes.
-#include <algorithm>
 #include <cassert>
 #include <new>
 #include <stdexcept>
