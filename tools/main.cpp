@@ -38,11 +38,13 @@ const CommandEntry* CommandOf(std::string_view name) {
   return found == std::end(commands) ? nullptr : found;
 }
 
+bool IsLetter(unsigned char character) { return std::isalpha(character) != 0; }
+
 // A number or a list such as "- x" does not.
 bool LooksLikeOption(const std::string& argument) {
   const std::size_t start = argument.find_first_not_of('-');
   const bool hasDashes = start == 1 || start == 2;
-  return hasDashes && std::isalpha(static_cast<unsigned char>(argument[start])) != 0;
+  return hasDashes && IsLetter(static_cast<unsigned char>(argument[start]));
 }
 
 class CommandLine {
@@ -112,7 +114,11 @@ class CommandLine {
     std::vector<std::string> lastFirst;
     for (auto word = end; word != arguments.begin();) {
       lastFirst.push_back(*--word);
-      if (!LooksLikeOption(*word) || word->find('=') != word->size() - 1) continue;
+      if (!LooksLikeOption(*word)) continue;
+      // CLI11 would take the "5" of "-n5" for an argument of its own.
+      const bool isGroup = !word->starts_with("--");
+      if (isGroup && !std::all_of(word->begin() + 1, word->end(), IsLetter)) Refuse(*word);
+      if (word->find('=') != word->size() - 1) continue;
       lastFirst.back().clear(); // CLI11 would take the next argument for the value of "--default="
       lastFirst.push_back(word->substr(0, word->size() - 1));
     }
@@ -123,11 +129,13 @@ class CommandLine {
     }
     words = app.remaining();
     const auto unknown = std::ranges::find_if(words, LooksLikeOption);
-    if (unknown != words.end())
-      throw UsageError(Shown(*unknown) +
-                       ": no such option; use -- before a value that begins with -");
+    if (unknown != words.end()) Refuse(*unknown);
     if (end != arguments.end()) words.insert(words.end(), end + 1, arguments.end());
     command = words.empty() ? nullptr : CommandOf(words[0]);
+  }
+
+  [[noreturn]] static void Refuse(const std::string& option) {
+    throw UsageError(Shown(option) + ": no such option; use -- before a value that begins with -");
   }
 
   static std::string Complaint(const CLI::ParseError& error) {
