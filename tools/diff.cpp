@@ -108,6 +108,8 @@ std::string UnifiedDiff(const std::string& fileName, std::string_view text,
     if (isHunk) hunks += "@@ -" + oldRange + " +" + newRange + " @@\n" + Text(part);
   }
   if (hunks.empty()) return {};
-  const std::string oldName = text.empty() ? "/dev/null" : fileName;
-  return "--- " + oldName + "\t\n+++ " + fileName + "\t\n" + hunks;
+  // Names that need it are quoted; patch reads them as C strings.
+  const std::string quoted = Json(fileName).dump();
+  const std::string name = quoted.size() > fileName.size() + 2 ? quoted : fileName;
+  return "--- " + (text.empty() ? "/dev/null" : name) + "\t\n+++ " + name + "\t\n" + hunks;
 }
