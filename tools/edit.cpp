@@ -81,7 +81,7 @@ class Application {
     const bool isNew = element.GetAttribute(path.attribute).IsNull();
     if (isNew && options.existing)
       throw NothingFound(matcher.WhyMissing(path, {{place}, place.size(), {}}));
-    matcher.SetAttribute(element, path.attribute, value);
+    matcher.SetAttribute(place, path.attribute, value);
     if (isNew) created.push_back(PathOf(place, path.attribute));
   }
 

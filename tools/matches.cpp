@@ -5,9 +5,10 @@
 #include <cassert>
 #include <cctype>
 #include <optional>
-#include <stdexcept>
 
 namespace {
+
+constexpr std::hash<std::string_view> hashOf;
 
 // A child's name, with its number if there are several of that name, for example Folder[2].
 std::string NumberedName(const Element& parent, const Element& child) {
@@ -168,30 +169,50 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
   return "no element " + step.text + " in " + shown + Hint(place, step);
 }
 
-// The children with the step's name and filter, in document order.
-const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& step) {
-  const std::hash<std::string_view> hashOf;
-  auto& [byHash, last, value, found] = indexes[step.key][{parent, step.name}];
-  const auto known = static_cast<std::ptrdiff_t>(byHash.size());
-  Element child = last.IsNull() ? parent.FirstChild() : last.NextSibling();
-  for (; !child.IsNull(); child = child.NextSibling()) {
-    last = child;
-    if (const auto key = KeyOf(child, step)) byHash.emplace_back(hashOf(*key), child);
+std::vector<Element>& Matcher::Index::With(const std::string& value) {
+  const auto [entry, isNew] = lists.try_emplace(value);
+  auto& list = entry->second;
+  const std::size_t hash = hashOf(value);
+  auto child = std::ranges::lower_bound(byHash, std::pair(hash, Element()));
+  for (; isNew && child != byHash.end() && child->first == hash; ++child) {
+    if (child->second.GetAttribute(key).GetValue() == value) list.push_back(child->second);
   }
-  const auto added = byHash.begin() + known;
-  if (added == byHash.end() && value == step.value) return found;
-  std::sort(added, byHash.end());
-  std::inplace_merge(byHash.begin(), added, byHash.end());
-  found.clear();
-  value = step.value;
-  auto entry = std::ranges::lower_bound(byHash, std::pair(hashOf(value), Element()));
-  for (; entry != byHash.end() && entry->first == hashOf(value); ++entry) {
-    if (KeyOf(entry->second, step) == value) found.push_back(entry->second);
-  }
-  return found;
+  return list;
 }
 
-void Matcher::SetAttribute(Element element, std::string_view name, std::string_view value) {
+void Matcher::Index::Add(const std::string& value, const Element& child) {
+  auto& list = With(value);
+  const auto place = std::ranges::lower_bound(list, child);
+  if (place == list.end() || *place != child) list.insert(place, child);
+}
+
+// The children with the step's name and filter, in document order.
+const std::vector<Element>& Matcher::WithKey(const Element& parent, const Step& step) {
+  Index& index = indexes[{step.key, parent, step.name}];
+  const bool isNew = index.last.IsNull();
+  if (isNew) index = {.key = step.key};
+  Element child = isNew ? parent.FirstChild() : index.last.NextSibling();
+  for (; !child.IsNull(); child = child.NextSibling()) {
+    index.last = child;
+    const auto value = KeyOf(child, step);
+    if (value && isNew) index.byHash.emplace_back(hashOf(*value), child);
+    if (value && !isNew) index.Add(*value, child);
+  }
+  if (isNew) std::ranges::sort(index.byHash);
+  return index.With(step.value);
+}
+
+void Matcher::SetAttribute(const Place& place, const std::string& name, const std::string& value) {
+  Element element = place.back();
+  const std::string old = element.GetAttribute(name).GetValue();
   element.SetAttribute(name, value);
-  if (const auto outdated = indexes.find(name); outdated != indexes.end()) indexes.erase(outdated);
+  if (place.size() == 1) return; // the root is in no index
+  for (const std::string_view childName : {element.GetName(), std::string_view()}) {
+    const auto index = indexes.find({name, place[place.size() - 2], std::string(childName)});
+    if (index == indexes.end()) continue;
+    auto& list = index->second.With(old);
+    const auto [from, to] = std::equal_range(list.begin(), list.end(), element);
+    list.erase(from, to);
+    index->second.Add(value, element);
+  }
 }

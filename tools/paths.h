@@ -3,10 +3,13 @@
 #define TARVIK_TOOLS_PATHS_H
 
 #include <cassert>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -99,17 +102,24 @@ class Matcher {
   // and filter. The null element has the root as a child.
   std::uint32_t Count(const Element& parent, const Step& step);
 
-  // Sets an attribute, which may be missing. Throws as Element::SetAttribute.
-  void SetAttribute(Element element, std::string_view name, std::string_view value);
+  // Sets an attribute of the place's element, which may be missing. Throws as
+  // Element::SetAttribute.
+  void SetAttribute(const Place& place, const std::string& name, const std::string& value);
 
  private:
   // The children of one parent and name that have a filter's attribute.
   struct Index {
-    std::vector<std::pair<std::size_t, Element>> byHash; // of the values; then in document order
-    Element last; // the last child that was looked at; new ones follow it
-    // The last search: a value, and the children that have it.
-    std::string value;
-    std::vector<Element> found;
+    // Those with the value, in document order.
+    std::vector<Element>& With(const std::string& value);
+    // Adds a child with the value, unless it is known.
+    void Add(const std::string& value, const Element& child);
+
+    std::string key{}; // the attribute
+    // Those that were there first, by the hashes of the values that they then had.
+    std::vector<std::pair<std::size_t, Element>> byHash{};
+    Element last{}; // the last child that was looked at; new ones follow it
+    // By value: for each that was asked for, added or replaced, so they are kept up to date.
+    std::unordered_map<std::string, std::vector<Element>> lists{};
   };
 
   Element Next(const Element& parent, const Step& step, std::uint32_t n,
@@ -118,8 +128,8 @@ class Matcher {
   const std::vector<Element>& WithKey(const Element& parent, const Step& step);
 
   Element root;
-  // By the filter's attribute, then by parent and children's name.
-  std::map<std::string, std::map<std::pair<Element, std::string>, Index>, std::less<>> indexes;
+  // By the filter's attribute, the parent and the children's name.
+  std::map<std::tuple<std::string, Element, std::string>, Index> indexes;
 };
 
 #endif

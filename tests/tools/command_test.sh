@@ -170,6 +170,11 @@ change '<r><a/><a/></r>' '<r><a><b/></a><a><b/></a></r>' '*created a?1]/b, a?2]/
 change '<r>\r\n\t<a/>\r\n</r>' '<r>\r\n\t<a/>\r\n\t<b>1</b>\r\n</r>' '*' set b 1
 change "$lines" '<r>\n  <a k="5">y</a>\n  <a k="2"/>\n  <a k="9" v="4">z</a>\n</r>\n' '*' \
   set "a[@k='1']/@k" 5 "a[@k='5']" y "a[@k='9']/@v" 4 "a[@k='9']" z
+change '<r><a k="1"/><a k="2"/></r>' '<r><a k="2">x</a><a k="1">y<b k="1">w</b></a></r>' '*created a?2]/b' \
+  set "*[@k='2']" z "a[@k='1']/@k" 3 "a[@k='2']/@k" 1 "a[@k='3']/@k" 2 "a[@k='2']" x "*[@k='1']" y \
+  "a[@k='1']/b[@k='1'][last()+1]" v "a[@k='1']/b[@k='1'][last()]" w
+change '<r><a k="1"/></r>' '<r><a k="1">x</a><a k="1"/><a k="1">z</a></r>' '*created a?2], a?2]/@k, a?3]' \
+  set "a[@k='1']" x 'a[last()+1]' '' 'a[last()]/@k' 1 "a[@k='1'][3]" z
 change '<r>1</r>' '<r>2</r>' '' set . 2
 change '<r/>' '<r a="1">t</r>' '*created @a' set /r t @a 1
 for value in '{}' '%%' '[]' '++' -5 -.5 '- x' ---x '[a,b]'; do # some have a meaning to the library that reads the command line
@@ -268,6 +273,11 @@ for i in {1..5000..2}; do sets+=("a[$i]" x); done
 "${command[@]}" set many.xml "${sets[@]}"
 patch --silent patched.xml <out.patch || fail 'not a patch of 2,500 changes'
 cmp -s many.xml patched.xml || fail 'another patch of 2,500 changes'
+if ((isNative)); then # a file name that patch takes only in quotes
+  odd=$'"\t\\.xml'
+  echo '<r>1</r>' >"$odd"
+  "${command[@]}" set -n "$odd" . 2 | patch --silent -p0 || fail 'not a patch of an odd name'
+fi
 printf '<r>\n%s</r>\n' "$(printf '<a>%d</a>\n' {1..20})" >twenty.xml
 twenty=('--- twenty.xml	' '+++ twenty.xml	' '@@ -1,6 +1,6 @@' ' <r>' ' <a>1</a>' '-<a>2</a>' '+<a>x</a>' ' <a>3</a>' ' <a>4</a>' ' <a>5</a>')
 twenty+=('@@ -13,7 +13,7 @@' ' <a>12</a>' ' <a>13</a>' ' <a>14</a>' '-<a>15</a>' '+<a>y</a>' ' <a>16</a>' ' <a>17</a>' ' <a>18</a>')
@@ -360,6 +370,7 @@ expect 2 '' 'tarvik: --depth: exactly one value is required (see tarvik list --h
 expect 2 '' 'tarvik: --depth: exactly one value is required*' list none.xml --depth 1 --depth 2
 expect 2 '' '*-x: no such option; use -- before a value that begins with - (see tarvik set --help)' set none.xml a -x
 expect 2 '' 'tarvik: --bogus: no such option*' get none.xml a --bogus
+for option in -n5 -v=2; do expect 2 '' "tarvik: $option: no such option; use --*" set none.xml a "$option"; done
 if ((isNative)); then expect 2 '' '*is not text in the locale*' get none.xml $'\377'; fi
 expect 2 '' '*--key-file requires -e*' get none.xml a --key-file key
 expect 2 '' '*standard input has no name (see tarvik match --help)' match - a
@@ -504,7 +515,7 @@ for i in {1..200}; do sets+=("item[@k='v$((i * 450))']/x" "$i" "item[$((i * 450 
 for i in {1..10000}; do gets+=("item[$i]/x"); done
 for i in {1..500}; do firsts+=(item/x); done
 TIMEFORMAT='%U'
-{ printf '{'; printf '"item[%d]/x/@k": 1, ' {1..10000}; printf '"*[%d]/@m": 1, ' {1..30000}; echo '"@n": 1}'; } >many.json
+{ printf '{'; printf '"item[%d]/x/@k": 1, ' {1..10000}; printf '"*[%d]/@m": 1, ' {1..30000}; printf "\"item[@k='v%d']/@k\": 1, " {90001..100000}; echo '"@n": 1}'; } >many.json
 for job in attributes sets gets misses firsts; do
   case $job in
     attributes) seconds=$( { time "${command[@]}" set items.xml --from many.json 2>err; } 2>&1) ;;
