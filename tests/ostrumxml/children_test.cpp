@@ -66,7 +66,8 @@ TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
   const std::string tag = "<a" + Repeat(" x@=''", 55) + "/>";
   for (const auto& [name, times, search] : rows) {
     std::clock_t clocks[2] = {};
-    for (const std::uint32_t count : {500U, 2'000U}) {
+    const std::uint32_t few = IS_SANITIZED ? 200 : 500;
+    for (const std::uint32_t count : {few, 4 * few}) {
       const Parsed parsed("<r>" + Repeat(tag, count) + Repeat("<b k=''/><c k=''/>", count) +
                           "</r>");
       Element root = parsed.At("");
@@ -74,7 +75,7 @@ TEST(Children, AreFoundInProportionWhateverIsAskedInTurn) {
       const std::size_t before = InUse();
       const std::clock_t start = std::clock();
       for (std::uint32_t i = 0; i < times * count; ++i) ASSERT_TRUE(search(root, i)) << name;
-      clocks[count == 2'000] = std::clock() - start;
+      clocks[count != few] = std::clock() - start;
       EXPECT_LT(InUse() - before, 3 * count * 37 * sizeof(std::uint32_t)) << name;
     }
     EXPECT_LT(clocks[1], 8 * clocks[0] + CLOCKS_PER_SEC / 100) << name;
