@@ -58,7 +58,7 @@ build_caller from_c examples/from_c.c -DCMAKE_C_COMPILER="$processor-w64-mingw32
 [[ $(run from_c.exe configuration.xml) == $'folder: inbox\nfolder: outbox\nfolder: archive\ntimeout: 20 s' ]]
 [[ $(run tarvik.exe get configuration.xml Network/Timeout) == 30 ]]
 # Microsoft's own libraries are not here, so this program calls none.
-build_caller foreign_caller tests/exports/foreign_caller.c -DCMAKE_C_COMPILER=clang-14 \
+build_caller foreign_caller tests/exports/foreign_caller.c -DCMAKE_C_COMPILER=clang-14 -DCMAKE_RC_COMPILER=llvm-rc-14 \
   -DCMAKE_C_COMPILER_TARGET="$processor-pc-windows-msvc" -DCMAKE_TRY_COMPILE_TARGET_TYPE=STATIC_LIBRARY \
   -DCMAKE_C_FLAGS='-ffreestanding -Wall -Wextra -Wpedantic -Werror' -DCMAKE_C_STANDARD_LIBRARIES='' \
   -DCMAKE_EXE_LINKER_FLAGS='-nostdlib -Wl,-entry:Start -Wl,-nodefaultlib -Wl,-subsystem:console'
