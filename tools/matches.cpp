@@ -172,9 +172,10 @@ std::string Matcher::WhyMissing(const Path& path, const Found& found) {
 std::vector<Element>& Matcher::Index::With(const std::string& value) {
   const auto [entry, isNew] = lists.try_emplace(value);
   auto& list = entry->second;
+  if (!isNew) return list;
   const std::size_t hash = hashOf(value);
   auto child = std::ranges::lower_bound(byHash, std::pair(hash, Element()));
-  for (; isNew && child != byHash.end() && child->first == hash; ++child) {
+  for (; child != byHash.end() && child->first == hash; ++child) {
     if (child->second.GetAttribute(key).GetValue() == value) list.push_back(child->second);
   }
   return list;

@@ -310,10 +310,10 @@ class Document {
         throw Error(XmlFailure, path, "the ID of an enumerated group is not a path to write to");
     }
     const std::string whole = root->root + (rest.empty() ? "" : '\\' + rest);
-    std::string first = rest;
-    if (rest.empty() && std::strcmp(type, "ELEMENT") == 0) first = item;
-    first = first.substr(0, first.find_first_of("\\&"));
-    if (first == root->root && !root->Find(first + '&', 1))
+    std::string firstName = rest;
+    if (rest.empty() && std::strcmp(type, "ELEMENT") == 0) firstName = item;
+    firstName = firstName.substr(0, firstName.find_first_of("\\&"));
+    if (firstName == root->root && !root->Find(firstName + '&', 1)) // it would be created
       throw Error(XmlFailure, whole, "a new child of the root's name would take the root's ID");
     const auto code = SetXMLItem(List(), cookie, detail::Checked(whole), detail::Checked(item),
                                  type, detail::Checked(value));
