@@ -3,6 +3,7 @@
 #include <corekit/corekit.h>
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "input_output.h"
 #include "system.h"
@@ -10,8 +11,7 @@
 namespace {
 
 // Adds a member to the results unless the file cannot be read.
-ExitStatus CheckOne(const std::string& file, const Options& options, Json& results) {
-  auto status = ExitStatus::Found;
+ExitStatus CheckOne(const std::string& file, const Options& options, Json::object_t& results) {
   Json result = {{"wellFormed", true}, {"line", 0}, {"column", 0}, {"reason", ""}};
   try {
     ReadDocument(file, options);
@@ -19,14 +19,14 @@ ExitStatus CheckOne(const std::string& file, const Options& options, Json& resul
     PrintMessage(file, failure);
     const auto* const damage = dynamic_cast<const Ostrum::ReadFailure*>(&failure);
     if (damage == nullptr || damage->result != Ostrum::ReadBadEncoding) return ExitStatus::Failed;
-    status = ExitStatus::NothingFound;
     result = {{"wellFormed", false},
               {"line", damage->line},
               {"column", damage->column},
               {"reason", damage->what()}};
   }
-  results.emplace(Shown(file), std::move(result));
-  return status;
+  const bool isWellFormed = result["wellFormed"];
+  results.emplace_back(Shown(file), std::move(result));
+  return isWellFormed ? ExitStatus::Found : ExitStatus::NothingFound;
 }
 
 bool EncryptBytes(const std::string& plain, std::string& encrypted) {
@@ -58,11 +58,13 @@ ExitStatus Rewrite(const Options& options, Ostrum::ByteFilter convert) {
 } // namespace
 
 ExitStatus Check(const Options& options) {
-  Json results = Json::object();
+  Json::object_t results;
+  std::unordered_set checked{options.file}; // standard input cannot be read again
   ExitStatus status = CheckOne(options.file, options, results);
-  for (const std::string& file : options.arguments)
-    status = std::max(status, CheckOne(file, options, results));
-  if (options.json) PrintJson(results);
+  for (const std::string& file : options.arguments) {
+    if (checked.insert(file).second) status = std::max(status, CheckOne(file, options, results));
+  }
+  if (options.json) PrintJson(Json(std::move(results)));
   return status;
 }
 

@@ -329,7 +329,7 @@ expect 1 '{"broken.xml":{"wellFormed":false,"line":2,"column":8,"reason":"mismat
 expect 2 '' 'tarvik: broken.xml:2:8: mismatched tag' get broken.xml a
 expect 2 '' 'tarvik: none.xml: does not exist' check none.xml catalog.xml
 cp broken.xml input
-expect 1 '' 'tarvik: standard input:2:8: mismatched tag' check -
+expect 1 '' 'tarvik: standard input:2:8: mismatched tag' check - -
 cp catalog.xml input
 expect 0 HARBOR-SCAN '' get - ProductPackage/ProductID
 : >input
