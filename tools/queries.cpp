@@ -2,6 +2,8 @@
 #include <corekit/corekit.h>
 #include <tarvik/tarvik.h>
 
+#include <algorithm>
+
 #include "host/ostrumxml/data/utf8.h"
 #include "input_output.h"
 #include "platform/platform.h"
@@ -18,12 +20,14 @@ bool Succeeded(std::uint32_t code) {
 }
 
 // FILE as a document that the library's functions know. They would open a file by its name, which
-// standard input does not have.
+// standard input does not have. The record holds the end of a name that is too long for it.
 struct OpenFile {
   explicit OpenFile(const Options& options, bool isUtf8 = true) {
     corekit::SetUtf8(isUtf8);
     XmlFileRecord& record = list.files.emplace_back();
-    platform::MbsCopyBytes(record.fileName, options.file.c_str(), bufferSize - 1);
+    const auto kept = std::min<std::size_t>(options.file.size(), bufferSize - 1);
+    platform::MbsCopyBytes(record.fileName, options.file.c_str() + options.file.size() - kept,
+                           kept);
     record.document = ReadDocument(options.file, options);
     const Ostrum::Element root = record.document->GetRoot();
     record.elementMap = std::make_unique<ElementMap>();

@@ -343,6 +343,8 @@ expect 0 '{"enabled":false,"catalogVersion":null}' '' status -j off.xml
 expect 1 '{"enabled":null,"catalogVersion":null}' '*not a SiteStatus element*' status -j catalog.xml
 expect 0 yes '' match catalog.xml CATALOG.XML
 expect 1 '{"matches":false}' '' match -j catalog.xml other.xml
+long=$(printf './%.0s' {1..150})catalog.xml # more than the library's record of a name holds
+expect 0 yes '' match "$long" catalog.xml
 expect 1 '' '*no such detection entry*' detect odd.xml
 sed 's/ Version="8[^"]*"//' catalog.xml >unversioned.xml
 expect 0 $'HARBOR-SCAN\tCurrent\tUpdate\t0409\t\t8.4.1\tWIN-X86\t\t' '' detect unversioned.xml HARBOR-SCAN Current Update
