@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iterator>
+#include <span>
 
 #include "help_texts.h"
 #include "input_output.h"
@@ -161,14 +162,14 @@ class CommandLine {
   }
 
   void TakeArguments() {
-    if (words[0].empty()) throw UsageError("FILE is empty");
+    const std::span files = std::span(words).first(command->run == Check ? words.size() : 1);
+    if (std::ranges::any_of(files, &std::string::empty)) throw UsageError("FILE is empty");
+    for (std::string& argument : std::span(words).subspan(files.size()))
+      argument = RequireUtf8(argument, Shown(argument));
     options.arguments.assign(words.begin() + 1, words.end());
-    if (command->run != Check) {
-      for (std::string& argument : options.arguments)
-        argument = RequireUtf8(argument, Shown(argument));
-    }
     if (options.defaultText) options.defaultText = RequireUtf8(*options.defaultText, "--default");
     if (options.keyFile) {
+      if (options.keyFile->empty()) throw UsageError("--key-file is empty");
       options.file = *options.keyFile; // for errors
       const std::string bytes = ReadBytes(options.file);
       if (bytes.size() != 32) throw std::runtime_error("not a 32-byte key");

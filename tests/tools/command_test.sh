@@ -365,7 +365,8 @@ expect 2 '' 'tarvik: a command is required (see tarvik --help)'
 expect 2 '' '*the arguments must be FILE PATH... (see tarvik get --help)' get none.xml
 expect 2 '' '*the arguments must be FILE ?PATH] (see tarvik list --help)' list none.xml a b
 expect 2 '' '*PRODUCT, BRANCH and TYPE go together (see tarvik detect --help)' detect none.xml HARBOR-SCAN
-expect 2 '' 'tarvik: FILE is empty (see tarvik get --help)' get '' a
+expect 2 '' 'tarvik: FILE is empty (see tarvik check --help)' check none.xml ''
+expect 2 '' 'tarvik: --key-file is empty (see tarvik encrypt --help)' encrypt none.xml --key-file ''
 expect 2 '' 'tarvik: --depth: get has no such option (see tarvik get --help)' get none.xml a --depth 1
 expect 2 '' 'tarvik: --depth: Value 0 not in range * (see tarvik list --help)' list none.xml --depth 0
 expect 2 '' 'tarvik: --depth: exactly one value is required (see tarvik list --help)' list none.xml --depth
