@@ -330,6 +330,8 @@ expect 2 '' 'tarvik: broken.xml:2:8: mismatched tag' get broken.xml a
 expect 2 '' 'tarvik: none.xml: does not exist' check none.xml catalog.xml
 cp broken.xml input
 expect 1 '' 'tarvik: standard input:2:8: mismatched tag' check - -
+printf '\357\273\277<a>&</a>' >input
+expect 1 '' 'tarvik: standard input:1:5: not well-formed*' check -
 cp catalog.xml input
 expect 0 HARBOR-SCAN '' get - ProductPackage/ProductID
 : >input

@@ -77,8 +77,10 @@ class ParserReader {
     }
     if (refusal == NO_PARSER_ERROR)
       refusal = static_cast<PARSER_ERROR>(XML_GetErrorCode(parser.Get()));
-    return {refusal, static_cast<int>(XML_GetCurrentLineNumber(parser.Get())),
-            static_cast<int>(XML_GetCurrentColumnNumber(parser.Get())) + 1};
+    const auto line = static_cast<int>(XML_GetCurrentLineNumber(parser.Get()));
+    auto column = static_cast<int>(XML_GetCurrentColumnNumber(parser.Get())) + 1;
+    if (line == 1 && data.source.starts_with(utf8ByteOrderMark)) --column; // Expat counts the mark
+    return {refusal, line, column};
   }
 
  private:
@@ -163,9 +165,8 @@ class ParserReader {
   // Nothing here checks for errors, since the parser has accepted the text.
   void IndexContent() {
     IndexBuilder builder(data);
-    ContentWalker walker(data,
-                         std::string_view(data.source)
-                             .substr(contentStart.value(), data.fileSize - contentStart.value()));
+    const std::string_view file(data.source.data(), data.fileSize);
+    ContentWalker walker(data, file.substr(contentStart.value()));
     for (Piece piece{}; walker.Next(piece);) {
       const std::uint32_t start = data.OffsetOf(piece.text);
       if (piece.kind == PieceKind::EndTag) builder.EndElement(start);
