@@ -30,6 +30,7 @@ class MemberReader : public nlohmann::json_sax<nlohmann::json> {
   bool binary(binary_t&) override { return false; }
   bool start_object(std::size_t) override { return members.empty() || RefuseValue(); }
   bool key(string_t& name) override {
+    if (name.find('\0') != string_t::npos) Refuse("a name contains a zero character");
     if (!names.insert(name).second) Refuse(name + " comes twice");
     members.emplace_back(name, "");
     return true;
@@ -94,8 +95,7 @@ Ostrum::FileText Decode(std::string bytes, const Options& options) {
 std::unique_ptr<Ostrum::Document> Parse(std::string utf8) {
   const int length = static_cast<int>(utf8.size());
   auto error = Ostrum::NO_PARSER_ERROR;
-  int line = 0;
-  int column = 0;
+  int line = 0, column = 0;
   std::unique_ptr<Ostrum::Document> document(
       Ostrum::ParseXML(std::move(utf8), length, error, line, column));
   if (error == Ostrum::NO_PARSER_MEMORY) throw std::bad_alloc();

@@ -221,6 +221,7 @@ done <<'END'
 {"a": {"b": 1}}|a: a value must be a string*
 {"a": [1]}|a: a value must be a string*
 {"a": 1, "a": 2}|a comes twice
+{"a\u0000": 1}|a name contains a zero character
 [1]|the JSON must be*
 "a"|the JSON must be*
 {"a": 1e400}|1e400 is out of range
