@@ -130,10 +130,9 @@ void PrintMessage(const std::string& file, const std::string& text) {
 void PrintMessage(const std::string& file, const std::exception& why) {
   std::string text = why.what();
   if (dynamic_cast<const std::bad_alloc*>(&why) != nullptr) text = "out of memory";
-  const auto* const failure = dynamic_cast<const Ostrum::ReadFailure*>(&why);
-  if (failure != nullptr && failure->line > 0)
-    text.insert(0,
-                ":" + std::to_string(failure->line) + ':' + std::to_string(failure->column) + ": ");
+  const auto* const place = dynamic_cast<const Ostrum::ReadFailure*>(&why);
+  if (place != nullptr && place->line > 0)
+    text = ':' + std::to_string(place->line) + ':' + std::to_string(place->column) + ": " + text;
   PrintMessage(file, text);
 }
 

@@ -166,15 +166,14 @@ void SetAndSave(SetRequest request, XmlFileRecord& record) {
   RequireAllowed(request, *record.document, elements);
   // All that can fail comes first. If entering a key could fail later, the next set would find the
   // new element and never enter its key; if adding the request could, a change could be lost.
-  ElementMap& map = *record.elementMap;
   const std::vector<std::uint32_t> entries =
-      map.AddPrefixes(request.key, KeyLengths(request, elements.size()));
+      record.elementMap->AddPrefixes(request.key, KeyLengths(request, elements.size()));
   if (record.waitingSets == nullptr) record.waitingSets = std::make_unique<WaitingSets>();
   auto& waiting = static_cast<WaitingSets&>(*record.waitingSets);
   const SetRequest& added = waiting.Add(std::move(request));
   auto entry = entries.begin();
   ApplyRequest(added, elements, [&](std::size_t i, bool isCreated) {
-    if (i > 0) map.Enter(*entry++, elements[i], isCreated);
+    if (i > 0) record.elementMap->Enter(*entry++, elements[i], isCreated);
   });
   record.file->Save(*record.document, waiting);
 }
