@@ -180,13 +180,7 @@ std::string Indented(std::string_view xml) {
 class Target final : public Ostrum::PendingChanges {
  public:
   Target(const Options& given, const std::vector<Change>& wanted)
-      : options(given), changes(wanted) {
-    if (isNew) {
-      document = Parse("<" + RootOf(changes) + "/>");
-    } else {
-      Read();
-    }
-  }
+      : options(given), changes(wanted) {}
 
   void Apply() {
     ApplyTo(*document);
@@ -219,7 +213,7 @@ class Target final : public Ostrum::PendingChanges {
   }
 
  private:
-  void Read() {
+  std::unique_ptr<Ostrum::Document> Read() {
     if (!isInput && IsStream(options.file))
       throw std::runtime_error("is a pipe or a device, which cannot be saved");
     std::string bytes = isInput ? ReadBytes(options.file) : file.ReadBytes();
@@ -228,7 +222,7 @@ class Target final : public Ostrum::PendingChanges {
     encoding = text.encoding;
     if (options.dryRun && encoding != Ostrum::UTF_8)
       throw std::runtime_error("is not in UTF-8, which -n requires");
-    document = Parse(std::move(text.utf8));
+    return Parse(std::move(text.utf8));
   }
 
   // For standard output.
@@ -249,13 +243,14 @@ class Target final : public Ostrum::PendingChanges {
   const std::vector<Change>& changes;
   const bool isInput = options.file == "-";
   const platform::FileName name = console::FileNameOf(options.file);
-  const bool isNew = options.create && !isInput && IsMissing(name);
+  const bool isNew = options.create && !options.existing && !isInput && IsMissing(name);
   Ostrum::DocumentFile file{name, options.encrypted ? corekit::KCryptWrap::decrypt_data : nullptr,
                             options.encrypted ? corekit::KCryptWrap::encrypt_data : nullptr};
   bool isChanged = false;
   Ostrum::UTF_ENCODINGS encoding = Ostrum::UTF_8;
   std::string original; // the bytes of standard input, or for a dry run
-  std::unique_ptr<Ostrum::Document> document;
+  // Read sets the members above.
+  std::unique_ptr<Ostrum::Document> document = isNew ? Parse("<" + RootOf(changes) + "/>") : Read();
   mutable std::unique_ptr<Application> application; // the last one
 };
 
@@ -270,10 +265,12 @@ ExitStatus Apply(const Options& options, const std::vector<Change>& changes) {
 }
 
 // A value from standard input, without the line ending that a program put at its end.
-std::string ReadValue() {
+std::string ReadValue() try {
   std::string value = ReadBytes("-");
   if (value.ends_with('\n')) value.erase(value.size() - (value.ends_with("\r\n") ? 2 : 1));
-  return RequireUtf8(value, "--stdin");
+  return value;
+} catch (const std::runtime_error& failure) {
+  throw UsageError(std::string("--stdin: ") + failure.what());
 }
 
 } // namespace
@@ -294,7 +291,7 @@ ExitStatus Set(const Options& options) {
   }
   for (std::size_t i = 0; i < words.size(); i += 2)
     changes.push_back({ParsePath(words[i]), i + 1 < words.size() ? words[i + 1] : ""});
-  if (lacksValue) changes.back().value = ReadValue();
+  if (lacksValue) changes.back().value = RequireUtf8(ReadValue(), "--stdin");
   return Apply(options, changes);
 }
 

@@ -248,6 +248,7 @@ expect 0 $'--- /dev/null\t\n+++ none.xml\t\n@@ -0,0 +1,2 @@\n+<?xml version="1.0
   set -n --create none.xml /r t b/c '' d ''
 expect 2 '' '*none.xml: does not exist; a path must name its root*' set --create none.xml a x '/*/a' x
 expect 2 '' '*none.xml: does not exist' set none.xml a x
+expect 2 '' '*none.xml: does not exist' set --create --existing none.xml /r x
 
 # Removing: an element alone on its line with the line, one among others alone; attributes; all or nothing.
 change "$lines" '<r>\n  <a k="2"/>\n</r>\n' '' remove 'a[1]'
@@ -331,8 +332,6 @@ expect 2 '' 'tarvik: broken.xml:2:8: mismatched tag' get broken.xml a
 expect 2 '' 'tarvik: none.xml: does not exist' check none.xml catalog.xml
 cp broken.xml input
 expect 1 '' 'tarvik: standard input:2:8: mismatched tag' check - -
-printf '\357\273\277<a>&</a>' >input
-expect 1 '' 'tarvik: standard input:1:5: not well-formed*' check -
 cp catalog.xml input
 expect 0 HARBOR-SCAN '' get - ProductPackage/ProductID
 : >input
@@ -486,6 +485,7 @@ ln -s loop loop
 expect 2 '' 'tarvik: loop: cannot be read*' set --create loop /r/a 1
 "${command[@]}" encrypt <(cat configuration.xml) 2>err && fail 'encrypt of a pipe' || [[ $? == 2 && $(<err) == *'cannot be rewritten' ]] || fail "$(<err)"
 "${command[@]}" get - a </ 2>err && fail 'a folder as standard input' || [[ $? == 2 && $(<err) == *': cannot be read' ]] || fail "$(<err)"
+"${command[@]}" set off.xml a --stdin </ 2>err && fail 'a folder as a value' || [[ $? == 2 && $(<err) == 'tarvik: --stdin: cannot be read'* ]] || fail "$(<err)"
 
 if localedef -i C -f ISO-8859-1 "$work/latin1" 2>/dev/null || [[ -e $work/latin1 ]]; then
   export LOCPATH=$work
