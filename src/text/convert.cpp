@@ -108,6 +108,5 @@ void ComparableText::Convert(const char* localeText) {
   wide.resize(wideLength);
   std::string back(given.size() + 1, '\0');
   platform::WideToMbs(back.data(), wide.c_str(), back.size());
-  if (back.c_str() != given) return;
-  if (Ostrum::Utf8FromWide(wide, converted)) text = converted;
+  if (back.c_str() == given && Ostrum::Utf8FromWide(wide, converted)) text = converted;
 }

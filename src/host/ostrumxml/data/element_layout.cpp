@@ -46,15 +46,17 @@ std::string ElementLayout::LeadOf(std::uint32_t child) const {
 SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   const ElementLayout layout(data, child);
   assert(layout.IsInside(record));
-  const SourceRange itself{layout.record.tagStart, layout.End()};
   const Gaps& gaps = data.ChangeOf(element).gaps;
-  std::uint32_t start = gaps.Before(itself.start);
+  SourceRange itself{gaps.Before(layout.record.tagStart), gaps.After(layout.End())};
+  auto [start, end] = itself;
   while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
-  std::uint32_t end = gaps.After(itself.end);
   while (IsIndentation(data.source[end])) end = gaps.After(end + 1);
   if (data.source[end] == '\r') ++end;
-  if (data.source[start - 1] != '\n' || data.source[end] != '\n') return itself;
-  return {start, end + 1};
+  if (data.source[start - 1] == '\n' && data.source[end] == '\n') return {start, end + 1};
+  // Otherwise the line breaks before and after it would become one, "\r\n".
+  while (data.source[itself.start - 1] == '\r' && data.source[itself.end] == '\n')
+    itself.start = gaps.Before(itself.start - 1);
+  return itself;
 }
 
 StretchScanner::StretchScanner(const DocumentData& data, std::uint32_t element)

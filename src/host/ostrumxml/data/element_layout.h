@@ -49,7 +49,8 @@ class ElementLayout {
   // The line break and indentation before a child; empty if it does not begin a line of the
   // content, or if the indentation is implausibly long.
   std::string LeadOf(std::uint32_t child) const;
-  // What goes when a child is removed: its lines, if it stands alone on them, else itself.
+  // What goes when a child is removed: its lines, if it stands alone on them, else itself, with a
+  // carriage return before it that would join a line feed after it.
   SourceRange RemovalOf(std::uint32_t child) const noexcept;
 
   // False for a created element, and for one from an entity's text.
