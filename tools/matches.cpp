@@ -93,31 +93,30 @@ std::string NameOf(const Place& place) {
 }
 
 // Goes through the document in order, depth first, so that the first places cost no more than what
-// leads to them.
+// leads to them. A place is noted where it leads no further.
 Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limit) {
   const bool needsAttribute = !isAttributeOptional && !path.attribute.empty();
   Found found;
   Place place;
   std::vector<std::uint32_t> tried{0}; // for each step, how many of its elements
   while (!tried.empty() && !(found.IsWhole(path) && found.places.size() == limit)) {
+    const bool isEnd = place.size() == path.steps.size();
+    const Element parent = place.empty() ? Element() : place.back();
     Element next;
-    if (place.size() < path.steps.size()) {
-      const Element parent = place.empty() ? Element() : place.back();
-      next = Next(parent, path.steps[place.size()], ++tried.back(), found.counted);
-    }
-    if (next.IsNull()) {
-      tried.pop_back();
-      if (!place.empty()) place.pop_back();
+    if (!isEnd) next = Next(parent, path.steps[place.size()], ++tried.back(), found.counted);
+    if (!next.IsNull()) {
+      place.push_back(next);
+      tried.push_back(0);
       continue;
     }
-    place.push_back(next);
-    tried.push_back(0);
-    const bool isWhole = place.size() == path.steps.size() &&
-                         !(needsAttribute && next.GetAttribute(path.attribute).IsNull());
+    tried.pop_back();
+    if (place.empty()) break;
+    const bool isWhole = isEnd && !(needsAttribute && parent.GetAttribute(path.attribute).IsNull());
     const std::size_t steps = place.size() + (isWhole ? 1 : 0);
     if (steps > found.steps) found.places.clear();
     found.steps = std::max(found.steps, steps);
     if (steps == found.steps) found.places.push_back(place);
+    place.pop_back();
   }
   return found;
 }
