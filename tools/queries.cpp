@@ -93,6 +93,7 @@ ExitStatus Status(const Options& options) {
   const bool hasVersion = ask(version);
   if (isKnown) json["enabled"] = enabled == 1;
   if (hasVersion) json["catalogVersion"] = version;
+  if (version[capacity - 2] != '\0') PrintMessage(options.file, "the version may be cut");
   if (options.json) PrintJson(json);
   if (!isKnown)
     throw NothingFound("the root is not a SiteStatus element with the attribute Status");

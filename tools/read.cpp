@@ -54,6 +54,7 @@ class Listing {
 } // namespace
 
 ExitStatus Get(const Options& options) {
+  if (options.json && options.endsWithZero) throw UsageError("--json excludes -z");
   std::vector<Path> paths;
   for (const std::string& text : options.arguments) paths.push_back(ParsePath(text));
   const auto document = ReadDocument(options.file, options);

@@ -73,6 +73,7 @@ expect 0 '{"./Item[1]":"a","List/X[1]":"1"}' '' get -j odd.xml './Item[1]' List/
 expect 0 '{"Item[2]":"b","Item[3]":"c"}' '' get -j odd.xml "Item[@k='x']" --all
 expect 0 $'-\na' '' get odd.xml Nix Item --default -
 expect 0 @a@ '' get -z --default= odd.xml Nix Item
+expect 2 '' '*--json excludes -z*' get -z -j odd.xml Item
 expect 1 '' '*odd.xml: no element Nix in Site, no attribute no in Site' get odd.xml Item Nix @no
 
 # A miss says what there is, and how it is written.
@@ -342,6 +343,8 @@ expect 0 $'HARBOR-SCAN\tCurrent\tUpdate\t0409\t8.4.1.190\t8.4.1\tWIN-X86\t\t' ''
 printf '<SiteStatus Status="Disabled"/>' >off.xml
 expect 0 disabled '' status off.xml
 expect 0 '{"enabled":false,"catalogVersion":null}' '' status -j off.xml
+printf '<SiteStatus Status="Enabled" CatalogVersion="%065536d"/>' 1 >long.xml
+expect 0 "enabled"$'\n'"$(printf %065535d 0)" '*long.xml: the version may be cut' status long.xml
 expect 1 '{"enabled":null,"catalogVersion":null}' '*not a SiteStatus element*' status -j catalog.xml
 expect 0 yes '' match catalog.xml CATALOG.XML
 expect 1 '{"matches":false}' '' match -j catalog.xml other.xml
