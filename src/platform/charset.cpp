@@ -2,7 +2,6 @@
 #include "platform/charset.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 
 namespace platform {
@@ -11,7 +10,6 @@ thread_local constinit std::optional<Charset> charsetInScope;
 
 Charset ProbeCharset(std::uint32_t id) noexcept {
   if (id == utf8Id) return {id, PlainText::Utf8, false, false};
-  const int errorBefore = errno;
   constexpr std::size_t size = 128; // the ASCII characters, the zero last
   char ascii[size];
   for (std::size_t i = 0; i < size; ++i) ascii[i] = static_cast<char>((i + 1) % size);
@@ -20,7 +18,6 @@ Charset ProbeCharset(std::uint32_t id) noexcept {
   const bool isPlain =
       std::mbstowcs(wide, ascii, size) == size - 1 && std::equal(wide, wide + size, ascii) &&
       std::wcstombs(back, wide, size) == size - 1 && std::equal(back, back + size, ascii);
-  errno = errorBefore;
   const PlainText plain = isPlain ? PlainText::Ascii : PlainText::None;
   return {id, plain, MB_CUR_MAX == 1, false};
 }

@@ -1,5 +1,5 @@
-// Conversions by the platform's functions, or in a call in UTF-8 by the document library's. Both
-// measure first, because the results are arrays of exactly the converted length.
+// Conversions by the platform's functions, or from UTF-8 in a call in UTF-8 by the document
+// library's. Both measure first, because the results are arrays of exactly the converted length.
 #include "text/convert.h"
 
 #include <algorithm>
@@ -13,9 +13,7 @@
 
 namespace {
 
-bool TextIsUtf8() noexcept { return platform::CurrentCharset().isForcedUtf8; }
-
-// As platform::MbsToWide and WideToMbs, for UTF-8 whatever the locale.
+// As platform::MbsToWide, for UTF-8 whatever the locale.
 std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity) {
   assert(target != nullptr || capacity == 0);
   if (!Ostrum::IsUtf8(source)) {
@@ -25,17 +23,6 @@ std::size_t Utf8ToWide(wchar_t* target, const char* source, std::size_t capacity
   const std::wstring wide = Ostrum::WideFromUtf8(source);
   std::copy_n(wide.c_str(), std::min(wide.size() + 1, capacity), target);
   return wide.size();
-}
-
-std::size_t WideToUtf8(char* target, const wchar_t* source, std::size_t capacity) {
-  assert(target != nullptr || capacity == 0);
-  std::string utf8;
-  if (!Ostrum::Utf8FromWide(source, utf8)) {
-    errno = EILSEQ;
-    return platform::conversionFailed;
-  }
-  std::copy_n(utf8.c_str(), std::min(utf8.size() + 1, capacity), target);
-  return utf8.size();
 }
 
 // Measures first, then converts.
@@ -59,12 +46,12 @@ To* Convert(std::size_t (*convert)(To*, const From*, std::size_t), const From* s
 } // namespace
 
 char* ConvertToMultiByte(const std::wstring& source) {
-  const auto convert = TextIsUtf8() ? &WideToUtf8 : &platform::WideToMbs;
-  return Convert(convert, source.c_str(), L"multi-byte");
+  return Convert(&platform::WideToMbs, source.c_str(), L"multi-byte");
 }
 
 wchar_t* ConvertToUnicode(const char* source) {
-  const auto convert = TextIsUtf8() ? &Utf8ToWide : &platform::MbsToWide;
+  const bool isUtf8 = platform::CurrentCharset().isForcedUtf8;
+  const auto convert = isUtf8 ? &Utf8ToWide : &platform::MbsToWide;
   return Convert(convert, source, L"unicode");
 }
 

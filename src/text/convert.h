@@ -15,6 +15,7 @@
 // Both convert between wide text and the character set of the call. They return a new array of
 // exactly the converted length and a terminating zero, which the caller releases with delete[]; or
 // null, after a detail line that says why, if the source cannot be converted. Throw std::bad_alloc.
+// REQUIRES of ConvertToMultiByte: the character set is not forced UTF-8, which needs no conversion.
 char* ConvertToMultiByte(const std::wstring& source);
 wchar_t* ConvertToUnicode(const char* source);
 // Owners of the results.
