@@ -15,6 +15,7 @@
 
 #include "support/locale_guard.h"
 #include "support/open_document.h"
+#include "support/text.h"
 
 namespace {
 
@@ -66,16 +67,16 @@ void operator delete(void* block, std::size_t) noexcept { operator delete(block)
 
 namespace {
 
-// A document in another encoding, one with a document type, and one with names beyond ASCII and a
-// long name.
+// A document in another encoding, one with a document type, and one with names beyond ASCII, a long
+// name and so many children that they get an index.
 const std::string gbk = "<?xml version='1.0' encoding='GBK'?><R>\xC4\xE3</R>";
 const std::string catalog =
     R"(<!DOCTYPE Catalog [<!ENTITY own 'an entity'><!ATTLIST Setting kind NMTOKEN 'default'>]>
 <Catalog><ProductPackage note="&own;"><ProductID>A-PRODUCT-OF-SOME-LENGTH</ProductID>
   <LangPackage><FileList><FileItem><Name>first-file-of-the-list</Name><Hash>1&own;</Hash></FileItem></FileList></LangPackage></ProductPackage></Catalog>)";
 const std::string longName(80, 'n'), longValue(80, 'v');
-const std::string words =
-    "<W\xC3\xB6rt>\n  <\xC3\xA4 k='v'>\xC3\xBC</\xC3\xA4>\n  <" + longName + "/>\n</W\xC3\xB6rt>\n";
+const std::string words = "<W\xC3\xB6rt>\n  <\xC3\xA4 k='v'>\xC3\xBC</\xC3\xA4>\n  <" + longName +
+                          "/>\n" + Repeat("  <i/>\n", 24) + "</W\xC3\xB6rt>\n";
 
 // The calls' results.
 char text[260];

@@ -26,7 +26,7 @@ namespace Ostrum {
 class ChildIndex {
  public:
   // The member functions throw std::bad_alloc.
-  ChildIndex(IndexedDocument& document, std::uint32_t parent) noexcept;
+  ChildIndex(IndexedDocument& document, std::uint32_t parent);
 
   // The child, or null. Nothing if all lists are in use and there is no room for another: the
   // caller must then look at the children one by one.

@@ -72,7 +72,7 @@ std::uint32_t Least(std::span<const std::uint32_t> numbers) noexcept {
 
 } // namespace
 
-ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent) noexcept
+ChildIndex::ChildIndex(IndexedDocument& document, std::uint32_t parent)
     : document(document), data(document.data), parent(parent) {}
 
 bool ChildIndex::IsBefore(NameMatch match, std::uint32_t left, std::uint32_t right) const {
