@@ -1,6 +1,5 @@
 // Changing elements and attributes.
 #include <cassert>
-#include <new>
 #include <stdexcept>
 
 #include "host/ostrumxml/data/content_walker.h"
@@ -107,7 +106,7 @@ Element Element::AddElementInto(std::string_view name) {
   if (IsIndexed()) {
     try {
       Index().Append(child);
-    } catch (const std::bad_alloc&) {
+    } catch (...) {
       DropIndex(); // the next search builds it again
     }
   }
