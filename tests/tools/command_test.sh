@@ -56,7 +56,7 @@ refused() {
 
 printf '<a>\n  <b></c>\n</a>' >broken.xml
 printf '<Site k="v">own<List><X>1</X><X>2</X></List><Item>a</Item><Items>\t&#13;\n</Items><Item k="x">b</Item><n\303\244me/><Item k="x">c</Item></Site>' >odd.xml
-printf '<!DOCTYPE r [<!ENTITY e "<a b=\x271\x27><c/></a>"><!ATTLIST r d CDATA "x">]><r>&e;</r>' >entity.xml
+printf '<!DOCTYPE r [<!ENTITY e "<a b=\x271\x27><c/></a>"><!ATTLIST r d CDATA "x" i CDATA #IMPLIED>]><r>&e;</r>' >entity.xml
 
 # Reading: by path, position, key, all; attributes; the root.
 expect 0 HARBOR-SCAN '' get catalog.xml /Catalog/ProductPackage/ProductID
@@ -141,6 +141,7 @@ expect 0 '["List/X[1]","List/X[2]"]' '' list -j odd.xml List
 expect 0 $'@k\tv\nList\nItem[1]\ta\nItems\t   \nItem[2]\tb\nItem[2]/@k\tx\nnäme\t\nItem[3]\tc\nItem[3]/@k\tx' '' \
   list odd.xml --attributes --values --depth 1
 expect 0 '{"@d":"x","a/@b":"1","a/c":""}' '' list -j --values --attributes entity.xml
+expect 1 '' '*no attribute i in r' get entity.xml @i
 expect 1 '' '*Name holds no elements' list configuration.xml Name
 expect 1 '' '*Name holds no elements or attributes' list configuration.xml Name --attributes
 expect 1 '' '*no element Nix in Site' list odd.xml Nix
