@@ -15,7 +15,7 @@ from errno import EINTR, ENODATA, ENOMEM, EPERM
 from documents import FAILURE, NO_MEMORY, SUCCESS, UNREADABLE, Document, check, in_process, read, temporary_files, wait, write
 from hooks import hooked
 
-NOBODY, DAEMON, NOGROUP = 65534, 1, 65534  # users and groups of the same numbers; nobody belongs to nogroup
+NOBODY, DAEMON, SYNC, NOGROUP = 65534, 1, 4, 65534  # nobody and sync belong to nogroup, daemon to a group of the same number
 OWNER, USER, GROUP, NAMED_GROUP, MASK, OTHERS, ANY = 1, 2, 4, 8, 16, 32, 0xFFFFFFFF
 
 
@@ -140,7 +140,7 @@ ACCESS = {
     "a stranger's empty file": (0, 0, 0o600, None, (0, [0]), replaced("", NOBODY, 0o666), SUCCESS, (0, 0, 0o600, None)),
     "a new file of the owner's": (0, 0, 0o640, None, (0, [0]), replaced("", 0, 0o604), SUCCESS, (0, 0, 0o600, None)),
     "a stranger's document": (0, 0, 0o600, None, (0, [0]), replaced("<R/>", NOBODY, 0o644), SUCCESS, (NOBODY, NOBODY, 0o644, None)),
-    "only its group may write": (0, 0, 0o460, None, (0, [0]), nothing, SUCCESS, None),
+    "only its group may write": (NOBODY, 0, 0o460, None, (0, [0]), nothing, SUCCESS, None),
     "gone, with a list": (NOBODY, 4321, 0o660, SHARED, (0, [0]), os.unlink, SUCCESS, None),
     "gone, of another user": (NOBODY, DAEMON, 0o660, None, DAEMONS, os.unlink, SUCCESS, (DAEMON, DAEMON, 0o660, None)),
     "gone, another's with a list": (NOBODY, NOGROUP, 0o660, SHARED, DAEMONS, os.unlink, SUCCESS, (DAEMON, DAEMON, 0o660, SHARED)),
@@ -149,8 +149,9 @@ ACCESS = {
     "the owner has an entry, too": (NOBODY, NOGROUP, 0o660, BOTH, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, BOTH)),
     "an entry that allows less": (NOBODY, NOGROUP, 0o660, BOTH_READ, DAEMONS, nothing, FAILURE, None),
     "the owner's group has an entry": (NOBODY, 4321, 0o660, GROUPS, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o660, GROUPS)),
+    "a user of the number of the owner's group": (SYNC, 4321, 0o660, BOTH, DAEMONS, nothing, FAILURE, None),
     "a common group": (NOBODY, NOGROUP, 0o664, None, (DAEMON, [DAEMON, NOGROUP]), nothing, SUCCESS, (DAEMON, NOGROUP, 0o664, None)),
-    "a group without the owner": (NOBODY, DAEMON, 0o664, None, DAEMONS, nothing, FAILURE, None),
+    "a group without the owner": (NOBODY, 0, 0o664, None, (DAEMON, [DAEMON, 0]), nothing, FAILURE, None),
     "a file for all": (NOBODY, NOGROUP, 0o666, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o666, None)),
     "for all but its group": (NOBODY, NOGROUP, 0o606, None, DAEMONS, nothing, FAILURE, None),
     "a group that can't be given": (DAEMON, 4321, 0o664, None, DAEMONS, nothing, SUCCESS, (DAEMON, DAEMON, 0o644, None)),
@@ -232,6 +233,7 @@ def access(folder):
         check(before == (owner, group, mode, entries), f"{case}: prepared as {before}")
 
         def set_as_user():
+            os.close(0)  # as programs do that nobody talks to: the number is then a file's
             document = Document(name)
             become_root = os.getresuid()
             if user:

@@ -1,8 +1,8 @@
-// Makes each allocation fail in turn: the library's own, and those of the parser and the cipher. No
-// exception may leave a function, the code must be a documented one, the file must be either the
-// old or the new one, complete, no other file may stay in its folder, and the same call must
-// succeed the next time. The address sanitizer reports leaks. The linker redirects the calls from
-// everything that is linked statically.
+// Makes each allocation fail in turn: the library's own, those of the parser and the cipher, and
+// that of random numbers. No exception may leave a function, the code must be a documented one, the
+// file must be either the old or the new one, complete, no other file may stay in its folder, and
+// the same call must succeed the next time. The address sanitizer reports leaks. The linker
+// redirects the calls from everything that is linked statically.
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
 #include <sys/xattr.h>
@@ -37,12 +37,14 @@ bool Fails() noexcept {
 // The build reads the names from here. They are visible so that a sanitizer's library can call
 // them.
 #pragma GCC visibility push(default)
-#define ALLOCATION(name, parameters, arguments) \
-  extern "C" void* __real_##name parameters;    \
-  extern "C" void* __wrap_##name parameters { return Fails() ? nullptr : __real_##name arguments; }
-ALLOCATION(malloc, (std::size_t size), (size))
-ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size))
-ALLOCATION(realloc, (void* old, std::size_t size), (old, size))
+#define ALLOCATION(name, parameters, arguments, type, failure) \
+  extern "C" type __real_##name parameters;                    \
+  extern "C" type __wrap_##name parameters { return Fails() ? failure : __real_##name arguments; }
+ALLOCATION(malloc, (std::size_t size), (size), void*, nullptr)
+ALLOCATION(calloc, (std::size_t count, std::size_t size), (count, size), void*, nullptr)
+ALLOCATION(realloc, (void* old, std::size_t size), (old, size), void*, nullptr)
+ALLOCATION(getentropy, (void* target, std::size_t size), (target, size), int,
+           (fault.isUnexpected = true, -1))
 #pragma GCC visibility pop
 
 // For the whole program. Not inlined, because the compiler would warn of a mismatch of operator new

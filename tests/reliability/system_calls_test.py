@@ -282,6 +282,7 @@ def young_file(folder):
         with hooked(make) as calls:
             document.set(1, "a young file")
         check(("read" in calls) == is_read_again, f"read again: {not is_read_again}")
+        check(abs(os.stat(name).st_mtime - time.time()) < 60, "another time than now")
     print("a young file read again, once")
 
 
@@ -338,6 +339,8 @@ MEETINGS = (
     (os.unlink, "flush", replace_temporary, CREATES, 1, ()),
     (leave_temporary, "open leftover, lock temporary", replace_temporary, REPLACES, 1, ()),
     (nothing, "open, look, lock", link_to_itself, "", 0, ()),
+    (leave_temporary, "flush", nothing, REPLACES[len("link, "):], 0, ("create",)),
+    (lambda name: os.mkfifo(temporary(name)), "flush", nothing, REPLACES, 1, ()),
     (link_temporary, "flush", nothing, REPLACES[len("link, "):], 1, LINKS),
 )
 
