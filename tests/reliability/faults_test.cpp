@@ -237,7 +237,7 @@ TEST(Faults, OfAnyAllocation) {
   for (const wchar_t* wanted :
        {L"Failed to allocate memory for tokens", L"Failed to get \u00e4: unknown exception thrown.",
         L"Unknown exception occurred while searching for the path in the root element",
-        L"Unknown exception occurred while searching for \u00e4&k=v",
+        L"Unknown exception occurred while searching for LangPackage\\FileList\\FileItem",
         L"Unknown exception thrown while searching for the group name.",
         L"Failed to initialize the xml file list:  memory allocation failed.", L":  -3", L":  -2",
         L":  unable to allocate memory for ", L": unknown exception thrown while opening."}) {
