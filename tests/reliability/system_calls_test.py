@@ -68,6 +68,12 @@ def set_while_locked(document, name):
         return document.try_to_set("v" * 80)
 
 
+def set_moved(document, name):
+    move_behind_link(name)
+    os.chmod(name, 0o666)  # the owner would lose nothing with another one's file
+    return document.try_to_set("v" * 80)
+
+
 def set_private(document, name):
     os.chmod(name, 0o600)  # as the new file is created
     return document.try_to_set("v" * 80)
@@ -185,7 +191,8 @@ def lasting_failures(folder):
             (set_long, "lock", -EIO, FAILURE, {"lock": 1, "getentropy": 0}),
             (set_while_locked, "flock", -ENOSYS, SUCCESS, {"open": 1}),  # or closing it would end the lock of the process
             (set_private, "fchmod", -ENOSYS, SUCCESS, {"fchmod": 1}),
-            (set_long, "write", 0, FAILURE, {"write": 1})):
+            (set_long, "write", 0, FAILURE, {"write": 1}),
+            (set_moved, "look at new owner", -EIO, FAILURE, {"fchown": 1})):  # which is then not known
         name, document = saved(folder)
         case = f"{call} answers {answer}"
 
