@@ -22,7 +22,7 @@ void Log(const wchar_t* line) noexcept { corekit::logDetail(L"ostrumxml", line);
 std::string WhyUnreadable(const platform::FileName& name) {
   std::error_code failure;
   const std::filesystem::file_status status = std::filesystem::status(name, failure);
-  if (!failure && is_directory(status)) return "is a directory";
+  if (is_directory(status)) return "is a directory";
   if (!failure && !is_regular_file(status)) return "is not a regular file";
   if (!failure && !std::ifstream(name)) failure.assign(errno, std::generic_category());
   if (!failure) return "cannot be read";

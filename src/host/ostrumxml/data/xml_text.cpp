@@ -24,7 +24,7 @@ bool IsXmlName(std::string_view text) {
   // The parser decides on characters beyond ASCII, since it must read the name again.
   ExpatParser parser;
   const bool isName = parser.Feed("<" + std::string(text) + "/>", true) == XML_STATUS_OK;
-  if (!isName && XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+  if (XML_GetErrorCode(parser.Get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
   return isName;
 }
 
