@@ -100,7 +100,6 @@ SetRequest Parse(const XmlFileRecord& record, const char* path, const char* item
   if (*path != '\0') AddSteps(request, path);
   const std::string_view type = itemType;
   if (type == "ELEMENT") {
-    if (*path == '\0' && *itemName == '\0') throw std::invalid_argument("the item has no name");
     AddSteps(request, itemName);
     request.text = Value(value);
   }
