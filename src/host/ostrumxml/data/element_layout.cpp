@@ -17,12 +17,13 @@ std::uint32_t ElementLayout::End() const noexcept {
   return static_cast<std::uint32_t>(data.source.find('>', record.contentEnd)) + 1;
 }
 
-ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset) const {
+ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset, std::size_t limit) const {
   const Gaps& gaps = data.ChangeOf(element).gaps;
   Space space{offset, {}};
   for (;;) {
     const std::uint32_t end = gaps.Before(space.start);
-    if (end == record.contentStart || !IsWhiteSpace(data.source[end - 1])) break;
+    if (end == record.contentStart || space.text.size() == limit) break;
+    if (!IsWhiteSpace(data.source[end - 1])) break;
     space.start = end - 1;
     space.text += data.source[space.start];
   }
@@ -30,11 +31,16 @@ ElementLayout::Space ElementLayout::SpaceBefore(std::uint32_t offset) const {
   return space;
 }
 
-std::string ElementLayout::LeadOf(std::uint32_t child) const {
+ElementLayout::Space ElementLayout::SpaceAfterNewChildren() const {
+  const std::uint32_t first = data.ChangeOf(element).created.front();
+  if (data.ChangeOf(first).lead.empty()) return {record.contentEnd, {}};
+  return SpaceBefore(record.contentEnd);
+}
+
+std::string ElementLayout::LeadAt(std::uint32_t offset) const {
   constexpr std::size_t maxIndentation = 256;
-  const ElementLayout layout(data, child);
-  if (!layout.IsInside(record)) return {};
-  const std::string space = SpaceBefore(layout.record.tagStart).text;
+  if (offset > record.contentEnd) return {};
+  const std::string space = SpaceBefore(offset, maxIndentation + 2).text;
   std::size_t lineBreak = space.find_last_of("\r\n");
   if (lineBreak == std::string::npos || space.size() - lineBreak > maxIndentation + 1) return {};
   if (lineBreak > 0 && space.compare(lineBreak - 1, 2, "\r\n") == 0) --lineBreak;

@@ -44,11 +44,12 @@ class ElementLayout {
     std::uint32_t start;
     std::string text;
   };
-  // The white space between the last other content and the end tag, and where it begins.
-  Space TrailingSpace() const { return SpaceBefore(record.contentEnd); }
-  // The line break and indentation before a child; empty if it does not begin a line of the
-  // content, or if the indentation is implausibly long.
-  std::string LeadOf(std::uint32_t child) const;
+  // The white space between new children and the end tag, and where it begins: none if the first
+  // one has no lead. REQUIRES: there is one.
+  Space SpaceAfterNewChildren() const;
+  // The line break and indentation before a place in the content; empty if there is no line break,
+  // or if the indentation is implausibly long. Empty for another place.
+  std::string LeadAt(std::uint32_t offset) const;
   // What goes when a child is removed: its lines, if it stands alone on them, else itself, with a
   // carriage return before it that would join a line feed after it.
   SourceRange RemovalOf(std::uint32_t child) const noexcept;
@@ -59,7 +60,7 @@ class ElementLayout {
   }
 
  private:
-  Space SpaceBefore(std::uint32_t offset) const;
+  Space SpaceBefore(std::uint32_t offset, std::size_t limit = std::string::npos) const;
 
   const DocumentData& data;
   const ElementRecord& record;

@@ -147,8 +147,10 @@ std::uint32_t Element::LastChild() const noexcept {
 std::string Element::LeadOfNextChild(std::uint32_t last) const {
   const DocumentData& data = Data();
   if (last == 0 || data.ChangeOf(number).text) return {};
-  if (Other(last).IsCreated()) return data.ChangeOf(last).lead;
-  return ElementLayout(data, number).LeadOf(last);
+  if (const std::string& lead = data.ChangeOf(last).lead; !lead.empty()) return lead;
+  std::uint32_t place = data.elements[last].tagStart;
+  if (Other(last).IsCreated()) place = data.elements[number].contentEnd; // the first new one
+  return ElementLayout(data, number).LeadAt(place);
 }
 
 } // namespace Ostrum

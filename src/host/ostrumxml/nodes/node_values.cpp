@@ -33,7 +33,7 @@ void InsertLeads(const DocumentData& data, std::uint32_t element, std::string& t
   for (const std::uint32_t child : data.changes.at(element).created)
     AppendCharacters(data.changes.at(child).lead, leads);
   std::string trailing;
-  AppendCharacters(ElementLayout(data, element).TrailingSpace().text, trailing);
+  AppendCharacters(ElementLayout(data, element).SpaceAfterNewChildren().text, trailing);
   assert(text.ends_with(trailing));
   text.insert(text.size() - trailing.size(), leads);
 }

@@ -70,9 +70,7 @@ class Generator {
     }
     if (change.text) CollectText(element, change);
     if (change.created.empty()) return;
-    const bool onLines = !data.changes.at(change.created.front()).lead.empty();
-    std::uint32_t place = data.elements[element].contentEnd;
-    if (onLines) place = layout.TrailingSpace().start;
+    const std::uint32_t place = layout.SpaceAfterNewChildren().start;
     AddEdit(data.Between(place, place), CreatedChildren(change));
   }
 
