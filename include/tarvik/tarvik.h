@@ -265,8 +265,8 @@ uint32_t TARVIK_CALL MatchXmlListToFileName(XmlFileList* list, uint32_t cookie,
 // Fills *info from the next detection entry and language package of the same branch, starting at
 // position (a DetectionPosition), and moves position past them. No pointer may be null. Returns the
 // code of the last read: XmlSuccess; XmlNotFound at the end of the catalog (all fields are empty
-// then, and position[2] is 1 unless the call began after the last package), and for a pair whose
-// language package has no Version (*info is filled then); XmlFailure.
+// then, and position[2] is 1 if the walk began at {1, 1, 1}), and for a pair whose language package
+// has no Version (*info is filled then); XmlFailure.
 uint32_t TARVIK_CALL EnumDetectionInfo(XmlFileList* list, const uint32_t* cookie,
                                        uint32_t* position, DetectionInfo* info);
 
