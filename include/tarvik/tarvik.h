@@ -71,7 +71,7 @@ enum XmlResult
   XmlInvalidArgument = 17,
   // An invalid name or value, null text in other functions, a failed save, any other failure.
   XmlFailure = 34,
-  // The file exists but can't be read (permission, a folder, a disk fault).
+  // The file can't be read (permission, a folder, a disk fault, too long a name).
   XmlFileUnreadable = 42,
   // Unknown encoding, bytes that are invalid in it, refused by the cipher, or too long.
   XmlFileNotText = 43,
