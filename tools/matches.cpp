@@ -99,24 +99,24 @@ Found Matcher::Find(const Path& path, bool isAttributeOptional, std::size_t limi
   Found found;
   Place place;
   std::vector<std::uint32_t> tried{0}; // for each step, how many of its elements
-  while (!tried.empty() && !(found.IsWhole(path) && found.places.size() == limit)) {
+  while (!found.IsWhole(path) || found.places.size() < limit) {
     const bool isEnd = place.size() == path.steps.size();
-    const Element parent = place.empty() ? Element() : place.back();
+    const Element last = place.empty() ? Element() : place.back();
     Element next;
-    if (!isEnd) next = Next(parent, path.steps[place.size()], ++tried.back(), found.counted);
+    if (!isEnd) next = Next(last, path.steps[place.size()], ++tried.back(), found.counted);
     if (!next.IsNull()) {
       place.push_back(next);
       tried.push_back(0);
       continue;
     }
-    tried.pop_back();
     if (place.empty()) break;
-    const bool isWhole = isEnd && !(needsAttribute && parent.GetAttribute(path.attribute).IsNull());
+    const bool isWhole = isEnd && !(needsAttribute && last.GetAttribute(path.attribute).IsNull());
     const std::size_t steps = place.size() + (isWhole ? 1 : 0);
     if (steps > found.steps) found.places.clear();
     found.steps = std::max(found.steps, steps);
     if (steps == found.steps) found.places.push_back(place);
     place.pop_back();
+    tried.pop_back();
   }
   return found;
 }

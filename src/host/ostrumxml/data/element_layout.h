@@ -50,8 +50,8 @@ class ElementLayout {
   // The line break and indentation before a place in the content; empty if there is no line break,
   // or if the indentation is implausibly long. Empty for another place.
   std::string LeadAt(std::uint32_t offset) const;
-  // What goes when a child is removed: its lines, if it stands alone on them, else itself, with a
-  // carriage return before it that would join a line feed after it.
+  // What goes when a child is removed: its lines, if it stands alone on them, else itself, with the
+  // carriage returns before it if a line feed after it would join them.
   SourceRange RemovalOf(std::uint32_t child) const noexcept;
 
   // False for a created element, and for one from an entity's text.
