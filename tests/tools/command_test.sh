@@ -526,14 +526,14 @@ for i in {1..10000}; do gets+=("item[$i]/x"); done
 for i in {1..500}; do firsts+=(item/x); done
 { printf '{'; printf '"item[%d]/x/@k": 1, ' {1..5000}; printf '"*[%d]/@m": 1, ' {1..15000}; printf "\"item[@k='v%d']/@k\": 1, " {45001..50000}; echo '"@n": 1}'; } >many.json
 TIMEFORMAT=%U
-seconds() { { time "${command[@]}" "$@" >out 2>err || true; } 2>&1; }
+seconds() { { time "${command[@]}" "$@" >out 2>err; } 2>&1; }
 peer=$(seconds list items.xml)
 for job in attributes sets gets misses firsts; do
   case $job in
     attributes) taken=$(seconds set items.xml --from many.json) ;;
     sets) taken=$(seconds set items.xml "${sets[@]}") ;;
     gets) taken=$(seconds get items.xml "${gets[@]}") ;;
-    misses) taken=$(seconds get items.xml "${gets[@]/item/itex}") ;;
+    misses) taken=$(seconds get items.xml "${gets[@]/item/itex}") || true ;;
     firsts) taken=$(seconds get items.xml "${firsts[@]}") ;;
   esac
   awk "BEGIN { exit !($taken < 15 * $peer) }" || fail "$job: $taken s, list: $peer s"
