@@ -105,7 +105,7 @@ std::uint32_t ReadChildText(const Element& element, const ItemRequest& request) 
 // the value if so asked. The log line shows the value whole, so it is then read so. Throws as
 // ReadChildText does.
 std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) {
-  RequireGiven({request.attributeName, request.valueType});
+  RequireGiven({request.attributeName});
   const DocumentText attributeName(request.attributeName);
   const LocaleText ownName(element.GetName());
   const bool isOwn = ownName.Text() == request.itemName;
@@ -117,10 +117,10 @@ std::uint32_t ReadAttribute(const Element& element, const ItemRequest& request) 
   if (found.IsNull()) return Missing(request, request.attributeName, L" (attribute)");
   if (!request.value.IsWanted()) return XmlSuccess;
 
+  if (!isOwn) RequireGiven({request.valueType});
   const bool isText = !isOwn && !BeginsWithKeyword(request.valueType, "ATTRIBUTE");
   if (isText) found = owner.Text();
-  std::size_t limit = request.value.Capacity();
-  if (corekit::SinkIsSet()) limit = std::string::npos;
+  const auto limit = corekit::SinkIsSet() ? std::string::npos : request.value.Capacity();
   std::string scratch;
   const LocaleText converted(ReadForConversion(found, limit, scratch));
   const std::string_view value = converted.Text().value();
