@@ -9,8 +9,7 @@ trap 'rm -rf "$work"' EXIT
 cp "$examples"/*.xml "$work"
 cd "$work"
 export LC_ALL=C.UTF-8
-failed=0
-isNative=0
+failed=0 isNative=0
 if ((${#command[@]} == 1)); then isNative=1; fi
 
 fail() {
@@ -519,22 +518,23 @@ if onTerminal status site-status.xml >/dev/null; then # a system without pseudo-
 fi
 
 # In proportion to the work: processor time beside that of a list of the whole file, whatever the machine and the sanitizer.
-{ echo '<r><other/>'; printf '  <item k="v%d"><x>0</x></item>\n' {1..50000}; echo '</r>'; } >items.xml
-sets=() gets=() firsts=()
+{ echo '<r><other/>'; printf '  <item k="v%d"><x>0</x></item>' {1..50000}; echo '</r>'; } >items.xml
+sets=() gets=() firsts=() removes=()
 for i in {1..200}; do sets+=("item[@k='v$((i * 225))']/x" "$i" "item[$((i * 225 + 1))]/x" "$i"); done
-for i in {1..10000}; do gets+=("item[$i]/x"); done
+for i in {10000..1}; do gets+=("item[$i]/x") removes+=("item[$i]"); done
 for i in {1..500}; do firsts+=(item/x); done
 { printf '{'; printf '"item[%d]/x/@k": 1, ' {1..5000}; printf '"*[%d]/@m": 1, ' {1..15000}; printf "\"item[@k='v%d']/@k\": 1, " {45001..50000}; echo '"@n": 1}'; } >many.json
 TIMEFORMAT=%U
 seconds() { { time "${command[@]}" "$@" >out 2>err; } 2>&1; }
 peer=$(seconds list items.xml)
-for job in attributes sets gets misses firsts; do
+for job in attributes sets gets misses firsts removes; do
   case $job in
     attributes) taken=$(seconds set items.xml --from many.json) ;;
     sets) taken=$(seconds set items.xml "${sets[@]}") ;;
     gets) taken=$(seconds get items.xml "${gets[@]}") ;;
     misses) taken=$(seconds get items.xml "${gets[@]/item/itex}") || true ;;
     firsts) taken=$(seconds get items.xml "${firsts[@]}") ;;
+    removes) taken=$(seconds remove items.xml --all "${removes[@]}" item) ;;
   esac
   awk "BEGIN { exit !($taken < 15 * $peer) }" || fail "$job: $taken s, list: $peer s"
 done

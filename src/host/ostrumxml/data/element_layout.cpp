@@ -55,8 +55,12 @@ SourceRange ElementLayout::RemovalOf(std::uint32_t child) const noexcept {
   const Gaps& gaps = data.ChangeOf(element).gaps;
   SourceRange itself{gaps.Before(layout.record.tagStart), gaps.After(layout.End())};
   auto [start, end] = itself;
-  while (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
-  while (IsIndentation(data.source[end])) end = gaps.After(end + 1);
+  // In step: where much was removed from its line, only one side of it is long.
+  while (IsWhiteSpace(data.source[start - 1]) && IsWhiteSpace(data.source[end]) &&
+         (IsIndentation(data.source[start - 1]) || IsIndentation(data.source[end]))) {
+    if (IsIndentation(data.source[start - 1])) start = gaps.Before(start - 1);
+    if (IsIndentation(data.source[end])) end = gaps.After(end + 1);
+  }
   if (data.source[end] == '\r') ++end;
   if (data.source[start - 1] == '\n' && data.source[end] == '\n') return {start, end + 1};
   // Otherwise the line breaks before and after it would become one, "\r\n".
