@@ -82,7 +82,12 @@ class Application {
     if (isNew && options.existing)
       throw NothingFound(matcher.WhyMissing(path, {{place}, place.size(), {}}));
     matcher.SetAttribute(place, path.attribute, value);
-    if (isNew) created.push_back(PathOf(place, path.attribute));
+    if (isNew) NoteCreated(place, path.attribute);
+  }
+
+  // The path only if it will be listed: it takes time in proportion to the depth.
+  void NoteCreated(const Place& place, std::string_view attribute = {}) {
+    created.push_back(created.size() < maxListed ? PathOf(place, attribute) : "");
   }
 
   static void Remove(const Place& place, const std::string& attribute) {
@@ -114,7 +119,7 @@ class Application {
         if (child.IsNull()) throw std::invalid_argument("the element comes from an entity");
         if (!step.key.empty()) child.SetAttribute(step.key, step.value);
         place.push_back(child);
-        created.push_back(PathOf(place));
+        NoteCreated(place);
         const std::string misread = MisreadNumber(place[place.size() - 2], step.name);
         if (!misread.empty()) created.back() += " (" + misread + " is the one of that number)";
       }

@@ -527,7 +527,7 @@ for i in {1..500}; do firsts+=(item/x); done
 TIMEFORMAT=%U
 seconds() { { time "${command[@]}" "$@" >out 2>err; } 2>&1; }
 peer=$(seconds list items.xml)
-for job in attributes sets gets misses firsts removes; do
+for job in attributes sets gets misses firsts removes deep; do
   case $job in
     attributes) taken=$(seconds set items.xml --from many.json) ;;
     sets) taken=$(seconds set items.xml "${sets[@]}") ;;
@@ -535,6 +535,7 @@ for job in attributes sets gets misses firsts removes; do
     misses) taken=$(seconds get items.xml "${gets[@]/item/itex}") || true ;;
     firsts) taken=$(seconds get items.xml "${firsts[@]}") ;;
     removes) taken=$(seconds remove items.xml --all "${removes[@]}" item) ;;
+    deep) taken=$(seconds set items.xml "$(printf 'd/%.0s' {1..9999})d" x) ;;
   esac
   awk "BEGIN { exit !($taken < 15 * $peer) }" || fail "$job: $taken s, list: $peer s"
 done
