@@ -159,18 +159,17 @@ std::string RootOf(const std::vector<Change>& changes) {
 
 // A new file's text: a declaration, then each element on a line of its own, indented by two blanks
 // for each level, except within an element that has text before its child elements. xml: an
-// element without white space between tags, comments or the like.
+// element without white space between tags, comments or the like; empty elements are empty tags.
 std::string Indented(std::string_view xml) {
   using enum Ostrum::PieceKind;
   std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>";
   std::size_t depth = 0;
   std::size_t inlineDepth = SIZE_MAX; // from here on, white space would become part of a text
-  auto before = Other;
   Ostrum::PieceScanner scanner(xml);
-  for (Ostrum::Piece piece{}; scanner.Next(piece); before = piece.kind) {
+  for (Ostrum::Piece piece{}; scanner.Next(piece);) {
     const bool isTag = piece.kind >= StartTag;
     const bool isEnd = piece.kind == EndTag;
-    const bool startsLine = isTag && depth < inlineDepth && !(isEnd && before == StartTag);
+    const bool startsLine = isTag && depth < inlineDepth;
     if (!isTag) inlineDepth = std::min(inlineDepth, depth);
     if (isEnd && depth == inlineDepth) inlineDepth = SIZE_MAX;
     if (isEnd) --depth;
