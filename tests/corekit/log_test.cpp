@@ -13,22 +13,22 @@ using corekit::KString;
 using corekit::LogKind;
 
 // Shows the kind of a line by a sign: those of TraceEnter, TraceLeave, Detail and Error.
-void Keep(void* lines, LogKind kind, const wchar_t* component, const wchar_t* text) {
+void Keep(void* lines, CorekitLogKind kind, const wchar_t* component, const wchar_t* text) {
   *static_cast<std::wstring*>(lines) +=
-      L"<>+!"[static_cast<int>(kind)] + std::wstring(component) + L":" + text + L" ";
+      L"<>+!"[kind] + std::wstring(component) + L":" + text + L" ";
 }
 
 // A sink may log, and set another sink.
 void HandOn(void* lines, LogKind, const wchar_t* component, const wchar_t* text) {
-  corekit::SetLogSink(&Keep, lines);
+  CorekitSetLogSink(&Keep, lines);
   corekit::logError(component, text);
 }
 
 TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
   std::wstring lines;
   {
-    const KDetailTrace early(L"A", L"BeforeTheSink");
-    corekit::SetLogSink(&HandOn, &lines);
+    // What was entered before is not left, either.
+    (KDetailTrace(L"A", L"BeforeTheSink"), corekit::SetLogSink(&HandOn, &lines));
     corekit::logDetail(L"B", L"handed on");
     corekit::logDetail(nullptr, nullptr);
     const KDetailTrace late(L"A", L"Outlives");
@@ -41,7 +41,7 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
 
 TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
   KString early(L"made without a sink");
-  corekit::SetLogSink(&Keep, nullptr);
+  CorekitSetLogSink(&Keep, nullptr);
   EXPECT_STREQ(early << "and not built" << 1L, L"");
   KString line("narrow");
   line << static_cast<const char*>(nullptr) << static_cast<const wchar_t*>(nullptr) << LONG_MIN
