@@ -42,13 +42,11 @@ constexpr std::uint64_t maxExpansion = 20;
 // Whether an entity's text refers to another entity. sign: '&', or '%' for parameter entities. A
 // reference to a character or to a predefined entity expands nothing.
 bool RefersToEntity(std::string_view text, char sign) noexcept {
-  constexpr std::size_t maxPredefined = 5; // with the ";"
   for (std::size_t place = text.find(sign); place != std::string_view::npos;
        place = text.find(sign, place + 1)) {
-    std::string_view name = text.substr(place + 1);
+    const std::string_view name = text.substr(place + 1);
     const bool isName = !name.empty() && (nameStarts.find(name[0]) != std::string_view::npos ||
                                           !IsAscii({&name[0], 1}));
-    name = name.substr(0, maxPredefined);
     if (isName && (sign == '%' || !IsPredefined(name.substr(0, name.find(';'))))) return true;
   }
   return false;
@@ -89,7 +87,6 @@ class ParserReader {
   template <auto handle, class... Arguments>
   static void Handle(void* self, Arguments... arguments) noexcept {
     auto& reader = *static_cast<ParserReader*>(self);
-    if (reader.thrown || reader.refusal != NO_PARSER_ERROR) return;
     try {
       (reader.*handle)(arguments...);
     } catch (...) {
