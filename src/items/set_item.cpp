@@ -103,8 +103,10 @@ SetRequest Parse(const XmlFileRecord& record, const char* path, const char* item
     AddSteps(request, itemName);
     request.text = Value(value);
   }
-  if (type == "ATTRIBUTE" && *itemName != '\0' && *value != '\0')
-    AddAttribute(request, itemName, value);
+  if (type == "ATTRIBUTE") {
+    request.steps.back().component.append("&").append(itemName).append("=").append(value);
+    if (*itemName != '\0' && *value != '\0') AddAttribute(request, itemName, value);
+  }
   return request;
 }
 

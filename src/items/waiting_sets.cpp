@@ -113,7 +113,7 @@ void ApplyRequest(const SetRequest& request, StepElements& elements,
 }
 
 const SetRequest& WaitingSets::Add(SetRequest request) {
-  assert(!request.steps.empty() && request.steps.front().component.empty());
+  assert(!request.steps.empty());
   requests.push_back(std::move(request));
   const auto isSame = [this](const SetRequest& each) { return SetTheSame(each, requests.back()); };
   const auto first = std::ranges::find_if(requests, isSame);
