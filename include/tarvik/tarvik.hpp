@@ -61,7 +61,7 @@ namespace detail {
 
 // The functions would end the text at its first zero byte.
 inline const char* Checked(const std::string& text) {
-  if (text.find('\0') != std::string::npos) throw Error(XmlFailure, text, "contains a zero byte");
+  if (text.find('\0') < text.size()) throw Error(XmlFailure, text.c_str(), "contains a zero byte");
   return text.c_str();
 }
 

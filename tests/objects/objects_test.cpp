@@ -110,9 +110,9 @@ TEST_F(Objects, NameTheFileOrItemThatFailed) {
                     second(Split(Ids(document.Root(), "g"), ' ')[1]);
   const Rows rows = {
       {Thrown([&] { document.Items(zero).begin(); }), "34 "},
-      {Thrown([&] { document.Get("g", zero); }), "34 "},
+      {Thrown([&] { document.Get("g", zero); }), "34 R\\g&a: contains a zero byte"},
       {Thrown([&] { document.OpenGroup(zero); }), "34 "},
-      {Thrown([&] { document.Set("g", "a", zero); }), "34 "},
+      {Thrown([&] { document.Set("g", "a", zero); }), "34 a: contains a zero byte"},
       {Thrown([&] { document.Set("g", zero, "v"); }), "34 "},
       {Thrown([&] { document.Set(zero, "a", "v"); }), "34 "},
       {Thrown([&] { document.OpenGroup(longPath); }),
