@@ -11,10 +11,10 @@ expect() {
   shift
   COMP_WORDS=(tarvik "$@")
   COMP_CWORD=$#
-  _tarvik tarvik "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
+  _tarvik tarvik "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}" <<<Network/FromInput
   [[ ${COMPREPLY[*]:-} == "$wanted" && ( -n $wanted || ${#COMPREPLY[@]} == 0 ) ]] || { echo "tarvik $*: ${COMPREPLY[*]:-}"; exit 1; }
 }
-tarvik() { [[ $1 == list ]] && printf '%s\n' Network Network/Timeout 'Folders/Folder[2]'; }
+tarvik() { cat; [[ $* == "list -- "@(catalog.xml|"$HOME/a b.xml") ]] && printf '%s\n' Network Network/Timeout 'Folders/Folder[2]'; }
 expect 'get list set remove check encrypt decrypt status detect files match help' ''
 expect 'set status' s
 expect 'get' help g
@@ -24,7 +24,7 @@ expect catalog.xml set --create --dry-run cat
 expect catalog.xml set -- cat
 expect catalog.xml check site-status.xml cat
 expect catalog.xml set a.xml --from cat
-expect 'Network Network/Timeout' get catalog.xml Net
+expect 'Network Network/Timeout' get \~'/"a"\ b.xml' Net
 expect 'Folders/Folder[2]' set catalog.xml Network 5 Fol
 expect '' set catalog.xml Network Net
 expect '' list --depth ''
