@@ -140,7 +140,7 @@ Element Matcher::Nth(const Element& parent, const Step& step, std::uint32_t n) {
 }
 
 std::uint32_t Matcher::Count(const Element& parent, const Step& step) {
-  if (parent.IsNull()) return Nth(parent, step, 1).IsNull() ? 0 : 1;
+  if (parent.IsNull()) return 1;
   if (!step.key.empty()) return static_cast<std::uint32_t>(WithKey(parent, step).size());
   return parent.CountChildren(step.name, step.Match());
 }

@@ -85,7 +85,7 @@ class PathParser {
     if (name.find_first_of("\\&") != std::string::npos) {
       Refuse("this is a path of the library's functions; write " + Translated(path.text));
     }
-    if (name.empty() && rest.starts_with('/')) Refuse("// is not supported; write each name");
+    if (rest.starts_with('/')) Refuse("// is not supported; write each name");
     if (name.empty()) Refuse("a name is missing");
     if (name == ".") Refuse(". can only be the first part of a path");
     for (const auto& [sign, reason] : unsupportedNames) {

@@ -99,7 +99,7 @@ class Matcher {
   std::string WhyMissing(const Path& path, const Found& found);
 
   // The number of children of parent among which the step's position counts: those with its name
-  // and filter. The null element has the root as a child.
+  // and filter. 1 if parent is null: the root, of which Nth tells whether it is the step's.
   std::uint32_t Count(const Element& parent, const Step& step);
 
   // Sets an attribute of the place's element, which may be missing. Throws as
