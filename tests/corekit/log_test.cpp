@@ -21,7 +21,8 @@ void Keep(void* lines, CorekitLogKind kind, const wchar_t* component, const wcha
 // A sink may log, and set another sink.
 void HandOn(void* lines, LogKind, const wchar_t* component, const wchar_t* text) {
   CorekitSetLogSink(&Keep, lines);
-  corekit::logError(component, text);
+  corekit::logError((component + std::wstring(L"B")).c_str(),
+                    (L"handed on" + std::wstring(text)).c_str());
 }
 
 TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
@@ -29,8 +30,7 @@ TEST(LogTest, LinesAndTracesReachTheSinkOnlyWhileItIsSet) {
   {
     // What was entered before is not left, either.
     (KDetailTrace(L"A", L"BeforeTheSink"), corekit::SetLogSink(&HandOn, &lines));
-    corekit::logDetail(L"B", L"handed on");
-    corekit::logDetail(nullptr, nullptr);
+    for (int time = 0; time < 2; ++time) corekit::logDetail(nullptr, nullptr);
     const KDetailTrace late(L"A", L"Outlives");
     { const KDetailTrace whole(L"A", L"Whole"); }
     corekit::SetLogSink(nullptr, nullptr);
@@ -55,9 +55,9 @@ TEST(LogTest, TheBuilderJoinsEveryKindOfPiece) {
     ASSERT_EQ(std::wstring(line), expected);
   }
 
-  corekit::SetUtf8(true);
+  CorekitSetUtf8(2);
   KString utf8("\u00e9\U0001F600x\xC3");
-  corekit::SetUtf8(false);
+  CorekitSetUtf8(0);
   EXPECT_STREQ(utf8 << L"y", L"\u00e9\U0001F600x\uFFFDy");
   const LocaleGuard locale(hasUtf8 ? "C.UTF-8" : ".1252");
   KString narrow(hasUtf8 ? "\u00e9\U0001F600x\xC3" : "\xE9\x80");
