@@ -135,8 +135,8 @@ class Player {
       {"document", [this](const std::string& text) { Parse(text); }},
       {"error",
        [](const std::string& text) {
-         const auto [number, source] = SplitAt(text, " ");
-         EXPECT_EQ(std::to_string(Parsed(Unescape(source, true)).error), number);
+         const auto [reason, source] = SplitAt(text, ": ");
+         EXPECT_STREQ(Ostrum::ReasonOf(Parsed(Unescape(source, true)).error), reason.c_str());
        }},
       {"edit",
        [this](const std::string& text) {
