@@ -84,7 +84,7 @@ std::string PathOf(const Place& place, std::string_view attribute) {
   std::string path;
   for (std::size_t i = 1; i < place.size(); ++i)
     path.append(i > 1 ? "/" : "").append(NumberedName(place[i - 1], place[i]));
-  if (attribute.empty()) return path.empty() ? "." : path;
+  if (attribute.empty()) return path;
   return path.append(path.empty() ? "@" : "/@").append(attribute);
 }
 

@@ -64,7 +64,7 @@ using Place = std::vector<Element>;
 std::string ValueAt(const Place& place, std::string_view attribute);
 
 // The path of a place, or of an attribute there if one is named, with a number wherever there are
-// several of a name. The root's path is ".".
+// several of a name. REQUIRES: an attribute if the place is the root.
 std::string PathOf(const Place& place, std::string_view attribute = {});
 
 // A place's path, or the root's name, for a message.

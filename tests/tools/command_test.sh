@@ -401,6 +401,8 @@ if ((isNative)); then
   for word in $'\377' $'--a\377' $'--depth=\377'; do expect 2 '' 'tarvik: *\?*' help "$word"; done
   expect 2 '' '*is not text in the locale*' get none.xml $'\377'
   cp off.xml $'\377.xml'
+  cp off.xml $'\e.xml'
+  [[ $("${command[@]}" status -v $'\e.xml' 2>&1) != *$'\e'* ]] || fail 'a control character in a log line'
   expect 0 '{"?.xml":{"wellFormed":true,"line":0,"column":0,"reason":""}}' '' check -j $'\377.xml'
   expect 1 '' 'tarvik: \?.xml: no element Nix in SiteStatus' get $'\377.xml' Nix
 fi
@@ -471,6 +473,10 @@ merge 0 '<r><s/><s>1</s></r>' '<r><s/><s/><s>1</s></r>' '<r><s/><s/><s>2</s></r>
 merge 0 '<r><s/></r>' '<r><s/><s/></r>' '<r><s/><s/><s>2</s></r>' set 's[last()+1]' 2
 merge 2 '<r><a/><b/></r>' '<r><b/></r>' '<r><b/></r>' remove a b
 merge 0 '<r><a/><b/></r>' '<r>x<a/><b/><c/></r>' '<r>x<c/></r>' remove a b
+if printf '<r/>' | "${command[@]}" encrypt - >sealed.xml; then
+  sealed=$(od -An -v -to1 sealed.xml | sed 's/ /\\0/g' | tr -d '\n')
+  merge -1 "$sealed" "$sealed" '<r/>' decrypt
+fi
 
 # Readers see all of a call's changes or none; so does a file whose saver is killed, or can't save.
 printf '<r>%s</r>' "$(printf '<a>0</a>%.0s' {1..500})" >states.xml
