@@ -402,7 +402,8 @@ if ((isNative)); then
   expect 2 '' '*is not text in the locale*' get none.xml $'\377'
   cp off.xml $'\377.xml'
   cp off.xml $'\e.xml'
-  [[ $("${command[@]}" status -v $'\e.xml' 2>&1) != *$'\e'* ]] || fail 'a control character in a log line'
+  [[ $("${command[@]}" status -v $'\e.xml' 2>&1) != *$'\e'* && $("${command[@]}" set -n $'\377.xml' @a 1 2>err) == '--- ?.xml'* ]] ||
+    fail 'the name of a file in a log line and a diff'
   expect 0 '{"?.xml":{"wellFormed":true,"line":0,"column":0,"reason":""}}' '' check -j $'\377.xml'
   expect 1 '' 'tarvik: \?.xml: no element Nix in SiteStatus' get $'\377.xml' Nix
 fi
