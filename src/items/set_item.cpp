@@ -104,7 +104,7 @@ SetRequest Parse(const XmlFileRecord& record, const char* path, const char* item
     request.text = Value(value);
   }
   if (type == "ATTRIBUTE") {
-    request.steps.back().component.append("&").append(itemName).append("=").append(value);
+    request.steps.back().component.append("&").append(itemName).append("=");
     if (*itemName != '\0' && *value != '\0') AddAttribute(request, itemName, value);
   }
   return request;

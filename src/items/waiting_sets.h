@@ -23,7 +23,7 @@ struct SetAttribute {
 
 // An element on the path from the root to the item, and the attributes to be set on it.
 struct SetStep {
-  std::string component; // of the path, as given, with an attribute item; for traces
+  std::string component; // of the path, as given, and an attribute item's name; for traces
   std::string given;     // the name, as given; empty for the root
   std::string name;      // once the element was found, its whole name
   std::size_t keyLength = 0;
